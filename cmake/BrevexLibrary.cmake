@@ -1,8 +1,10 @@
-# libbrevex.so.6, exporting the public functions and nothing else.
+# libbrevex.so.6: the objects of the api layer and what they need of the layers below, exporting the public functions
+# and nothing else. Included by the api layer.
 
 add_library(brevex SHARED $<TARGET_OBJECTS:brevex_api>)
 set_target_properties(brevex PROPERTIES
   LINKER_LANGUAGE CXX
+  LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}
   VERSION ${PROJECT_VERSION}
   SOVERSION ${PROJECT_VERSION_MAJOR}
   LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/brevex.map

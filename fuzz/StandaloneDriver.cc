@@ -1,5 +1,5 @@
-// Runs a fuzz target without libFuzzer: every seed of a folder, then a number of mutations of them. The mutations
-// depend on the seeds and the number alone, so a failing run can be repeated.
+// Runs a fuzz target without libFuzzer: every seed of a folder, then a number of mutations of them. The
+// mutations depend on the seeds and the number alone, so a failing run can be repeated.
 //
 //   fuzz_NAME FOLDER-OR-FILE [RUNS]
 
