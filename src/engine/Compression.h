@@ -1,0 +1,52 @@
+#pragma once
+
+namespace PDF
+{
+
+// Numbers of image compressions, in options that name one.
+enum TCompression : unsigned
+{
+  eCompressionRaw = 0,
+  eCompressionJPEG = 1,
+  eCompressionFlate = 2,
+  eCompressionLZW = 3,
+  eCompressionGroup31D = 4,
+  eCompressionGroup3 = 5,
+  eCompressionGroup4 = 6,
+  eCompressionJBIG2 = 7,
+  eCompressionJPEG2000 = 8,
+  eCompressionMRC = 9,           // mixed raster content; continuous-tone sets only
+  eCompressionUnspecified = 10,  // none chosen
+  eCompressionInvalid = 11
+};
+
+// Flags of image compressions, in options that hold a set: 1 shifted left by the number, and one without a
+// number.
+enum TCompressionFlag : unsigned
+{
+  eCompressionFlagRaw = 0x001,
+  eCompressionFlagJPEG = 0x002,
+  eCompressionFlagFlate = 0x004,
+  eCompressionFlagLZW = 0x008,
+  eCompressionFlagGroup31D = 0x010,
+  eCompressionFlagGroup3 = 0x020,
+  eCompressionFlagGroup4 = 0x040,
+  eCompressionFlagJBIG2 = 0x080,
+  eCompressionFlagJPEG2000 = 0x100,
+  eCompressionFlagMRC = 0x200,
+  eCompressionFlagKeep = 0x400  // the compression that an image has, at the time of the decision
+};
+
+// The flag for the compression that an image has: that of the number for 0 to 8, JPEG 2000 for 9, none for
+// 10, and eCompressionFlagKeep above, where nothing else could reproduce it.
+unsigned GetCompressionFlag(unsigned nCompression);
+
+// The number for a set that holds a single flag: eCompressionUnspecified for the empty set and for
+// eCompressionFlagMRC, eCompressionInvalid for the keep flag, for several flags and for unknown ones.
+unsigned GetCompressionNumber(unsigned nFlags);
+
+// The value of TIFF's Compression tag for a number, by which the image codecs are called; 0 for numbers
+// above 8.
+unsigned GetTiffCompression(unsigned nCompression);
+
+}  // namespace PDF

@@ -1,0 +1,418 @@
+#include "engine/OptimizerOptions.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <map>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace PDF
+{
+namespace
+{
+
+// Every field by its name, so that a fault names itself.
+std::map<std::string, double> Fields(const TOptimizerOptions& options)
+{
+  std::map<std::string, double> fields;
+#define FIELD(name) fields[#name] = static_cast<double>(options.name)
+  FIELD(m_dBitonalResolution);
+  FIELD(m_dBitonalThreshold);
+  FIELD(m_dMonochromeResolution);
+  FIELD(m_dMonochromeThreshold);
+  FIELD(m_dColorResolution);
+  FIELD(m_dColorThreshold);
+  FIELD(m_nImageQuality);
+  FIELD(m_nBitonalCompressions);
+  FIELD(m_nContinuousCompressions);
+  FIELD(m_nIndexedCompressions);
+  FIELD(m_bForceRecompression);
+  FIELD(m_bForceCompressionTypes);
+  FIELD(m_bImageStratConserv);
+  FIELD(m_nColorConversion);
+  FIELD(m_nDitheringMode);
+  FIELD(m_bClipImages);
+  FIELD(m_bRemoveImages);
+  FIELD(m_bReduceColorComplexity);
+  FIELD(m_nMrcMaskCompression);
+  FIELD(m_nMrcLayerCompression);
+  FIELD(m_nMrcLayerQuality);
+  FIELD(m_dMrcLayerResolution);
+  FIELD(m_nMrcPictCompression);
+  FIELD(m_bMrcRecognizePictures);
+  FIELD(m_nStrip);
+  FIELD(m_bFlattenSignatureFields);
+  FIELD(m_bRemoveStandardFonts);
+  FIELD(m_bSubsetFonts);
+  FIELD(m_bMergeEmbeddedFonts);
+  FIELD(m_bMergeFonts);
+  FIELD(m_bConvertToType1);
+  FIELD(m_bConvertToCFF);
+  FIELD(m_bRemoveRedundantObjects);
+  FIELD(m_bOptimizeResources);
+  FIELD(m_bLinearize);
+  FIELD(m_bAutoLinearize);
+  FIELD(m_bMergeEqualObjects);
+  FIELD(m_bRecompressStreams);
+  FIELD(m_nEffort);
+  FIELD(m_bExtractImages);
+  FIELD(m_bExtractFonts);
+  FIELD(m_nFallbackCompression);
+  FIELD(m_bRenameFonts);
+  FIELD(m_bUnembedFonts);
+  FIELD(m_bEmbedFonts);
+  FIELD(m_bVersionSet);
+  FIELD(m_nVersionMajor);
+  FIELD(m_nVersionMinor);
+#undef FIELD
+  return fields;
+}
+
+const std::set<std::string> g_kept = {"m_bExtractImages", "m_bExtractFonts", "m_nFallbackCompression",
+                                      "m_bRenameFonts",   "m_bUnembedFonts", "m_bEmbedFonts",
+                                      "m_bVersionSet",    "m_nVersionMajor", "m_nVersionMinor"};
+
+// No field has the value of any profile.
+TOptimizerOptions Disturbed()
+{
+  TOptimizerOptions options;
+  options.SetResolution(33);
+  options.SetThreshold(44);
+  options.m_nImageQuality = 1;
+  options.m_nBitonalCompressions = options.m_nContinuousCompressions = options.m_nIndexedCompressions = 1;
+  options.m_nColorConversion = eColorConversionGray;
+  options.m_nDitheringMode = 1;
+  options.m_nMrcMaskCompression = options.m_nMrcLayerCompression = options.m_nMrcPictCompression = 0;
+  options.m_nMrcLayerQuality = 1;
+  options.m_dMrcLayerResolution = 1;
+  options.m_bMrcRecognizePictures = false;
+  options.m_nStrip = eStripHiddenAnnots;
+  options.m_nEffort = 9;
+  options.m_nFallbackCompression = eCompressionUnspecified;
+  options.m_nVersionMajor = 2;
+  options.m_nVersionMinor = 3;
+  for (bool TOptimizerOptions::*pField : {&TOptimizerOptions::m_bForceRecompression,
+                                          &TOptimizerOptions::m_bForceCompressionTypes,
+                                          &TOptimizerOptions::m_bImageStratConserv,
+                                          &TOptimizerOptions::m_bClipImages,
+                                          &TOptimizerOptions::m_bRemoveImages,
+                                          &TOptimizerOptions::m_bReduceColorComplexity,
+                                          &TOptimizerOptions::m_bFlattenSignatureFields,
+                                          &TOptimizerOptions::m_bRemoveStandardFonts,
+                                          &TOptimizerOptions::m_bSubsetFonts,
+                                          &TOptimizerOptions::m_bMergeEmbeddedFonts,
+                                          &TOptimizerOptions::m_bMergeFonts,
+                                          &TOptimizerOptions::m_bConvertToType1,
+                                          &TOptimizerOptions::m_bConvertToCFF,
+                                          &TOptimizerOptions::m_bRemoveRedundantObjects,
+                                          &TOptimizerOptions::m_bOptimizeResources,
+                                          &TOptimizerOptions::m_bLinearize,
+                                          &TOptimizerOptions::m_bAutoLinearize,
+                                          &TOptimizerOptions::m_bMergeEqualObjects,
+                                          &TOptimizerOptions::m_bRecompressStreams,
+                                          &TOptimizerOptions::m_bExtractImages,
+                                          &TOptimizerOptions::m_bExtractFonts,
+                                          &TOptimizerOptions::m_bRenameFonts,
+                                          &TOptimizerOptions::m_bUnembedFonts,
+                                          &TOptimizerOptions::m_bEmbedFonts,
+                                          &TOptimizerOptions::m_bVersionSet})
+    options.*pField = true;
+  return options;
+}
+
+using CChanges = std::map<std::string, double>;
+
+const CChanges g_defaults = {
+    {"m_dBitonalResolution", 200},    {"m_dBitonalThreshold", -1},
+    {"m_dMonochromeResolution", 150}, {"m_dMonochromeThreshold", -1},
+    {"m_dColorResolution", 150},      {"m_dColorThreshold", -1},
+    {"m_nImageQuality", 75},          {"m_nMrcMaskCompression", 6},
+    {"m_nMrcLayerCompression", 8},    {"m_nMrcLayerQuality", 20},
+    {"m_dMrcLayerResolution", 70},    {"m_nMrcPictCompression", 1},
+    {"m_bMrcRecognizePictures", 1},   {"m_nEffort", 6},
+    {"m_nFallbackCompression", 2},
+};
+
+// All that a profile sets; every other field stands at its default.
+const std::map<unsigned, CChanges> g_profiles = {
+    {0, {}},
+    {1,
+     {{"m_nBitonalCompressions", 0x4C0},
+      {"m_nContinuousCompressions", 0x506},
+      {"m_nIndexedCompressions", 0x404},
+      {"m_dBitonalThreshold", 280},
+      {"m_dMonochromeThreshold", 210},
+      {"m_dColorThreshold", 210},
+      {"m_nColorConversion", 1},
+      {"m_bClipImages", 1},
+      {"m_bReduceColorComplexity", 1},
+      {"m_nStrip", 0x07F},
+      {"m_bSubsetFonts", 1},
+      {"m_bMergeEmbeddedFonts", 1},
+      {"m_bConvertToCFF", 1},
+      {"m_bRemoveRedundantObjects", 1},
+      {"m_bOptimizeResources", 1},
+      {"m_bAutoLinearize", 1}}},
+    {2,
+     {{"m_nImageQuality", 80},
+      {"m_nBitonalCompressions", 0x440},
+      {"m_nContinuousCompressions", 0x406},
+      {"m_nIndexedCompressions", 0x404},
+      {"m_nColorConversion", 2},
+      {"m_bClipImages", 1},
+      {"m_bReduceColorComplexity", 1},
+      {"m_nStrip", 0x03D},
+      {"m_bSubsetFonts", 1},
+      {"m_bMergeEmbeddedFonts", 1},
+      {"m_bConvertToCFF", 1},
+      {"m_bRemoveRedundantObjects", 1},
+      {"m_bOptimizeResources", 1}}},
+    {3,
+     {{"m_nImageQuality", 70},
+      {"m_nBitonalCompressions", 0x4C0},
+      {"m_nContinuousCompressions", 0x506},
+      {"m_nIndexedCompressions", 0x40C},
+      {"m_dBitonalResolution", 160},
+      {"m_dBitonalThreshold", 220},
+      {"m_dMonochromeResolution", 130},
+      {"m_dMonochromeThreshold", 180},
+      {"m_dColorResolution", 130},
+      {"m_dColorThreshold", 180},
+      {"m_nColorConversion", 1},
+      {"m_bClipImages", 1},
+      {"m_bReduceColorComplexity", 1},
+      {"m_nStrip", 0x6FF},
+      {"m_bSubsetFonts", 1},
+      {"m_bMergeEmbeddedFonts", 1},
+      {"m_bConvertToCFF", 1},
+      {"m_bRemoveRedundantObjects", 1},
+      {"m_bOptimizeResources", 1},
+      {"m_bRemoveStandardFonts", 1}}},
+    {4,
+     {{"m_nContinuousCompressions", 0x200},
+      {"m_nColorConversion", 1},
+      {"m_bClipImages", 1},
+      {"m_nStrip", 0x03D},
+      {"m_bSubsetFonts", 1},
+      {"m_bMergeEmbeddedFonts", 1},
+      {"m_bRemoveRedundantObjects", 1},
+      {"m_bOptimizeResources", 1}}},
+    {5,
+     {{"m_nImageQuality", 80},
+      {"m_nBitonalCompressions", 0x4C0},
+      {"m_nContinuousCompressions", 0x506},
+      {"m_nIndexedCompressions", 0x404},
+      {"m_bClipImages", 1},
+      {"m_bReduceColorComplexity", 1},
+      {"m_nStrip", 0x050},
+      {"m_bSubsetFonts", 1},
+      {"m_bMergeEmbeddedFonts", 1},
+      {"m_bConvertToCFF", 1},
+      {"m_bRemoveRedundantObjects", 1},
+      {"m_bOptimizeResources", 1}}},
+    {6, {}},
+    {99, {}},
+    {127, {}},
+    {128, {{"m_bMergeEmbeddedFonts", 1}, {"m_bMergeFonts", 1}}},
+    {129, {}},
+};
+
+void ExpectFields(const TOptimizerOptions& options, const CChanges& changes, const TOptimizerOptions& kept)
+{
+  const auto keptFields = Fields(kept);
+  for (const auto& [sName, dValue] : Fields(options))
+  {
+    double dExpected = 0;
+    if (g_kept.contains(sName))
+      dExpected = keptFields.at(sName);
+    else if (changes.contains(sName))
+      dExpected = changes.at(sName);
+    else if (g_defaults.contains(sName))
+      dExpected = g_defaults.at(sName);
+    EXPECT_EQ(dValue, dExpected) << sName;
+  }
+}
+
+TEST(OptimizerOptions, DefaultsAreThoseOfProfileZero)
+{
+  TOptimizerOptions options;
+  for (const auto& [sName, dValue] : Fields(options))
+    EXPECT_EQ(dValue, g_defaults.contains(sName) ? g_defaults.at(sName) : 0) << sName;
+}
+
+TEST(OptimizerOptions, ProfileSetsItsFieldsResetsTheOthersAndKeepsSome)
+{
+  for (const auto& [nProfile, changes] : g_profiles)
+  {
+    SCOPED_TRACE(nProfile);
+    TOptimizerOptions options = Disturbed();
+    options.SetProfile(nProfile);
+    ExpectFields(options, changes, Disturbed());
+  }
+}
+
+TEST(OptimizerOptions, RangesClampOrKeep)
+{
+  TOptimizerOptions options;
+  for (const auto& [nGiven, nStored] : std::map<int, int>{{-5, 0}, {0, 0}, {42, 42}, {100, 100}, {200, 100}})
+  {
+    options.SetImageQuality(nGiven);
+    EXPECT_EQ(options.m_nImageQuality, nStored) << nGiven;
+  }
+  for (const auto& [nGiven, nStored] : std::map<int, int>{{0, 1}, {1, 1}, {9, 9}, {10, 9}})
+  {
+    options.SetEffort(nGiven);
+    EXPECT_EQ(options.m_nEffort, nStored) << nGiven;
+  }
+  options.SetDitheringMode(1);
+  options.SetDitheringMode(2);
+  EXPECT_EQ(options.m_nDitheringMode, 1U);
+}
+
+TEST(OptimizerOptions, MrcSettersIgnoreCompressionsOutsideTheirSets)
+{
+  const std::set<unsigned> mask = {0, 2, 3, 4, 5, 6, 7};
+  const std::set<unsigned> layer = {0, 1, 2, 3, 8};
+  for (unsigned nCompression : {0U, 1U, 2U, 3U, 4U, 5U, 6U, 7U, 8U, 9U, 10U, 11U, 12U, 32U, 64U, 0xFFFFFFFFU})
+  {
+    TOptimizerOptions options;
+    options.SetMrcMaskCompression(nCompression);
+    options.SetMrcLayerCompression(nCompression);
+    options.SetMrcPictCompression(nCompression);
+    EXPECT_EQ(options.m_nMrcMaskCompression, mask.contains(nCompression) ? nCompression : 6) << nCompression;
+    EXPECT_EQ(options.m_nMrcLayerCompression, layer.contains(nCompression) ? nCompression : 8)
+        << nCompression;
+    EXPECT_EQ(options.m_nMrcPictCompression, layer.contains(nCompression) ? nCompression : 1) << nCompression;
+  }
+}
+
+TEST(OptimizerOptions, SetsDropUnknownFlags)
+{
+  TOptimizerOptions options;
+  options.SetBitonalCompressions(0xFFFFFFFF);
+  options.SetContinuousCompressions(0xFFFFFFFF);
+  options.SetIndexedCompressions(0xFFFFFFFF);
+  EXPECT_EQ(options.m_nBitonalCompressions, 0x4DDU);
+  EXPECT_EQ(options.m_nContinuousCompressions, 0x707U);
+  EXPECT_EQ(options.m_nIndexedCompressions, 0x40DU);
+}
+
+TEST(OptimizerOptions, SingleCompressionStandsForASet)
+{
+  struct TCase
+  {
+    unsigned m_nGiven;
+    unsigned m_nBitonal;
+    unsigned m_nBitonalAnswer;
+    unsigned m_nContinuous;
+    unsigned m_nContinuousAnswer;
+  };
+  const TCase cases[] = {
+      {0, 0x001, 0, 0x001, 0}, {1, 0, 10, 0x002, 1},     {2, 0x004, 2, 0x004, 2}, {3, 0x008, 3, 0, 10},
+      {4, 0x010, 4, 0, 10},    {5, 0, 10, 0, 10},        {6, 0x040, 6, 0, 10},    {7, 0x080, 7, 0, 10},
+      {8, 0, 10, 0x100, 8},    {9, 0, 10, 0x002, 1},     {10, 0, 10, 0, 10},      {11, 0, 10, 0, 10},
+      {12, 0, 10, 0, 10},      {34, 0x004, 2, 0x004, 2},
+  };
+  for (const TCase& c : cases)
+  {
+    TOptimizerOptions options;
+    options.SetBitonalCompression(c.m_nGiven);
+    options.SetContinuousCompression(c.m_nGiven);
+    EXPECT_EQ(options.m_nBitonalCompressions, c.m_nBitonal) << c.m_nGiven;
+    EXPECT_EQ(options.GetBitonalCompression(), c.m_nBitonalAnswer) << c.m_nGiven;
+    EXPECT_EQ(options.m_nContinuousCompressions, c.m_nContinuous) << c.m_nGiven;
+    EXPECT_EQ(options.GetContinuousCompression(), c.m_nContinuousAnswer) << c.m_nGiven;
+  }
+}
+
+TEST(OptimizerOptions, SingleCompressionOfASetIsItsLowestFlagUnlessItKeepsOrSplits)
+{
+  TOptimizerOptions options;
+  for (const auto& [nSet, nAnswer] : std::map<unsigned, unsigned>{
+           {0x0C0, 6}, {0x00C, 2}, {0x4C0, 10}, {0x400, 10}, {0x200, 10}, {0x106, 1}})
+  {
+    options.m_nBitonalCompressions = options.m_nContinuousCompressions = nSet;
+    EXPECT_EQ(options.GetBitonalCompression(), nAnswer) << nSet;
+    EXPECT_EQ(options.GetContinuousCompression(), nAnswer) << nSet;
+  }
+}
+
+TEST(OptimizerOptions, EncodingsRaiseTheTargetVersion)
+{
+  using CVersion = std::pair<unsigned, unsigned>;
+  struct TCase
+  {
+    const char* m_szBefore;
+    unsigned m_nBitonal;
+    unsigned m_nContinuous;
+    CVersion m_after;
+  };
+  const TCase cases[] = {
+      {nullptr, 0x440, 0x206, {0, 0}}, {nullptr, 0x080, 0, {1, 4}},   {nullptr, 0, 0x100, {1, 5}},
+      {nullptr, 0x080, 0x100, {1, 5}}, {"1.3", 0x080, 0, {1, 4}},     {"1.4", 0x080, 0, {1, 4}},
+      {"1.4", 0, 0x100, {1, 5}},       {"1.7", 0x080, 0x100, {1, 7}}, {"2.0", 0x080, 0x100, {2, 0}},
+      {"0.9", 0x080, 0, {1, 4}},
+  };
+  for (const TCase& c : cases)
+  {
+    TOptimizerOptions options;
+    if (c.m_szBefore != nullptr)
+    {
+      EXPECT_TRUE(options.SetVersion(c.m_szBefore));
+    }
+    options.SetBitonalCompressions(c.m_nBitonal);
+    options.SetContinuousCompressions(c.m_nContinuous);
+    EXPECT_EQ(CVersion(options.m_nVersionMajor, options.m_nVersionMinor), c.m_after)
+        << (c.m_szBefore != nullptr ? c.m_szBefore : "unset") << " " << c.m_nBitonal << " "
+        << c.m_nContinuous;
+    EXPECT_EQ(options.m_bVersionSet, c.m_after.first != 0);
+  }
+  TOptimizerOptions options;
+  options.SetContinuousCompression(eCompressionJPEG2000);
+  EXPECT_EQ(options.m_nVersionMinor, 5U);
+}
+
+TEST(OptimizerOptions, VersionNeedsTwoNumbers)
+{
+  for (const char* szText : {"1.7", "1.7x", " 1. 7", "01.07"})
+  {
+    TOptimizerOptions options;
+    EXPECT_TRUE(options.SetVersion(szText)) << szText;
+    EXPECT_EQ(options.m_nVersionMajor, 1U) << szText;
+    EXPECT_EQ(options.m_nVersionMinor, 7U) << szText;
+  }
+  for (const char* szText : {"", "1", "1.", ".7", "1 .7", "x", "1,7", "-1.7", "99999999999.1"})
+  {
+    TOptimizerOptions options;
+    EXPECT_FALSE(options.SetVersion(szText)) << szText;
+    EXPECT_FALSE(options.m_bVersionSet) << szText;
+  }
+  TOptimizerOptions options;
+  EXPECT_FALSE(options.SetVersion(nullptr));
+}
+
+TEST(Compression, NumbersFlagsAndTiffCodes)
+{
+  const std::vector<unsigned> flags = {0x001, 0x002, 0x004, 0x008, 0x010, 0x020, 0x040,
+                                       0x080, 0x100, 0x100, 0,     0x400, 0x400};
+  const std::vector<unsigned> tiff = {1, 6, 8, 5, 2, 3, 4, 34715, 34712, 0, 0, 0, 0};
+  for (unsigned nNumber = 0; nNumber < flags.size(); nNumber++)
+  {
+    EXPECT_EQ(GetCompressionFlag(nNumber), flags[nNumber]) << nNumber;
+    EXPECT_EQ(GetTiffCompression(nNumber), tiff[nNumber]) << nNumber;
+    if (nNumber <= eCompressionJPEG2000)
+    {
+      EXPECT_EQ(GetCompressionNumber(flags[nNumber]), nNumber);
+    }
+  }
+  EXPECT_EQ(GetCompressionNumber(0), 10U);
+  EXPECT_EQ(GetCompressionNumber(0x200), 10U);
+  for (unsigned nSet : {0x400U, 0x006U, 0x800U, 0x80000000U})
+    EXPECT_EQ(GetCompressionNumber(nSet), 11U) << nSet;
+}
+
+}  // namespace
+}  // namespace PDF
