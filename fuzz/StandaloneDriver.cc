@@ -40,7 +40,7 @@ std::vector<CBytes> ReadSeeds(const std::filesystem::path& path)
     }
     std::sort(files.begin(), files.end());
   }
-  else
+  else if (std::filesystem::exists(path))
     files.push_back(path);
   std::vector<CBytes> seeds;
   for (const auto& file : files)
