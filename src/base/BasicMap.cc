@@ -1,0 +1,206 @@
+#include "base/BasicMap.h"
+
+namespace BSE
+{
+
+namespace
+{
+
+// Keys of length 0 share this address; it is never freed.
+char g_emptyKey;
+
+void* CopyKey(const void* pKey, std::size_t nLength)
+{
+  if (nLength == 0)
+    return &g_emptyKey;
+  void* pCopy = Allocate(nLength);
+  std::memcpy(pCopy, pKey, nLength);
+  return pCopy;
+}
+
+void FreeKey(void* pKey)
+{
+  if (pKey != &g_emptyKey)
+    Free(pKey);
+}
+
+}  // namespace
+
+int HashKey(const void* pKey, std::size_t nLength)
+{
+  const unsigned char* p = static_cast<const unsigned char*>(pKey);
+  // Sums and products wrap as 32-bit numbers; the shifts carry the sign.
+  unsigned nHash = 0;
+  for (std::size_t i = 0; i < nLength; ++i)
+  {
+    const unsigned nProduct = (nHash + p[i]) * 1025U;
+    nHash = static_cast<unsigned>(static_cast<int>(nProduct) >> 6) ^ nProduct;
+  }
+  const unsigned nProduct = nHash * 9U;
+  nHash = static_cast<unsigned>(static_cast<int>(nProduct) >> 11) ^ nProduct;
+  return static_cast<int>(nHash * 32769U);
+}
+
+CBasicMap::CBasicMap(const CBasicMap& other)
+{
+  *this = other;
+}
+
+CBasicMap& CBasicMap::operator=(const CBasicMap& other)
+{
+  if (this == &other)
+    return *this;
+  RemoveAll();
+  if (other.m_nCapacity == 0)
+    return *this;
+  const auto nSlots = static_cast<std::size_t>(other.m_nCapacity);
+  m_pEntries = static_cast<TEntry*>(Allocate(nSlots / 2 * sizeof(TEntry)));
+  m_nCount = 0;
+  m_pIndex = static_cast<int*>(Allocate(nSlots * sizeof(int)));
+  std::memcpy(m_pIndex, other.m_pIndex, nSlots * sizeof(int));
+  m_nCapacity = other.m_nCapacity;
+  for (int i = 0; i < other.m_nCount; ++i)
+  {
+    const TEntry& entry = other.m_pEntries[i];
+    m_pEntries[i] = {entry.m_pKey ? CopyKey(entry.m_pKey, entry.m_nLength) : nullptr, entry.m_nLength,
+                     entry.m_pValue};
+    m_nCount = i + 1;
+  }
+  return *this;
+}
+
+CBasicMap& CBasicMap::operator=(CBasicMap&& other) noexcept
+{
+  if (this == &other)
+    return *this;
+  RemoveAll();
+  Swap(other);
+  return *this;
+}
+
+int CBasicMap::FindSlot(const void* pKey, std::size_t nLength) const
+{
+  const int nMask = m_nCapacity - 1;
+  int nSlot = nLength == 0 ? 0 : (HashKey(pKey, nLength) & nMask);
+  while (m_pIndex[nSlot] >= 0)
+  {
+    const TEntry& entry = m_pEntries[m_pIndex[nSlot]];
+    if (entry.m_pKey && entry.m_nLength == nLength && std::memcmp(entry.m_pKey, pKey, nLength) == 0)
+      break;
+    nSlot = (nSlot + 1) & nMask;
+  }
+  return nSlot;
+}
+
+void CBasicMap::Grow()
+{
+  const int nNewCapacity = m_nCapacity == 0 ? 32 : m_nCapacity * 2;
+  if (nNewCapacity <= 0)
+    ThrowOutOfMemory();
+  const auto nSlots = static_cast<std::size_t>(nNewCapacity);
+  int* pIndex = static_cast<int*>(Allocate(nSlots * sizeof(int)));
+  TEntry* pEntries = nullptr;
+  try
+  {
+    pEntries = static_cast<TEntry*>(Reallocate(m_pEntries, nSlots / 2 * sizeof(TEntry)));
+  }
+  catch (...)
+  {
+    Free(pIndex);
+    throw;
+  }
+  m_pEntries = pEntries;
+  std::fill_n(pIndex, nSlots, -1);
+  const int nMask = nNewCapacity - 1;
+  for (int i = 0; i < m_nCapacity; ++i)
+  {
+    const int nEntry = m_pIndex[i];
+    if (nEntry < 0 || !m_pEntries[nEntry].m_pKey)
+      continue;
+    const TEntry& entry = m_pEntries[nEntry];
+    int nSlot = entry.m_nLength == 0 ? 0 : (HashKey(entry.m_pKey, entry.m_nLength) & nMask);
+    while (pIndex[nSlot] >= 0)
+      nSlot = (nSlot + 1) & nMask;
+    pIndex[nSlot] = nEntry;
+  }
+  Free(m_pIndex);
+  m_pIndex = pIndex;
+  m_nCapacity = nNewCapacity;
+}
+
+int CBasicMap::SetAt(const void* pKey, std::size_t nLength, void* pValue)
+{
+  if (m_nCapacity == 0)
+    Grow();
+  int nSlot = FindSlot(pKey, nLength);
+  if (m_pIndex[nSlot] >= 0)
+  {
+    m_pEntries[m_pIndex[nSlot]].m_pValue = pValue;
+    return m_pIndex[nSlot];
+  }
+  if (m_nCount >= m_nCapacity / 2)
+  {
+    Grow();
+    nSlot = FindSlot(pKey, nLength);
+  }
+  m_pEntries[m_nCount] = {CopyKey(pKey, nLength), nLength, pValue};
+  m_pIndex[nSlot] = m_nCount;
+  return m_nCount++;
+}
+
+int CBasicMap::Lookup(const void* pKey, std::size_t nLength) const
+{
+  return m_nCapacity == 0 ? -1 : m_pIndex[FindSlot(pKey, nLength)];
+}
+
+void* CBasicMap::RemoveKey(const void* pKey, std::size_t nLength)
+{
+  const int nEntry = Lookup(pKey, nLength);
+  if (nEntry < 0)
+    return nullptr;
+  TEntry& entry = m_pEntries[nEntry];
+  void* pValue = entry.m_pValue;
+  FreeKey(entry.m_pKey);
+  entry = {nullptr, 0, nullptr};
+  return pValue;
+}
+
+int CBasicMap::GetCount() const
+{
+  int nCount = 0;
+  for (int i = 0; i < m_nCount; ++i)
+    if (m_pEntries[i].m_pKey)
+      ++nCount;
+  return nCount;
+}
+
+int CBasicMap::GetNext(int nPos) const
+{
+  for (++nPos; nPos < m_nCount; ++nPos)
+    if (m_pEntries[nPos].m_pKey)
+      return nPos;
+  return m_nCount;
+}
+
+void CBasicMap::RemoveAll()
+{
+  for (int i = 0; i < m_nCount; ++i)
+    if (m_pEntries[i].m_pKey)
+      FreeKey(m_pEntries[i].m_pKey);
+  Free(m_pEntries);
+  Free(m_pIndex);
+  m_pEntries = nullptr;
+  m_pIndex = nullptr;
+  m_nCapacity = 0;
+  m_nCount = 0;
+}
+
+void CBasicMap::Swap(CBasicMap& other) noexcept
+{
+  std::swap(m_pEntries, other.m_pEntries);
+  std::swap(m_pIndex, other.m_pIndex);
+  std::swap(m_nCapacity, other.m_nCapacity);
+  std::swap(m_nCount, other.m_nCount);
+}
+
+}  // namespace BSE

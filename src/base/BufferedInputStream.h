@@ -1,0 +1,93 @@
+#pragma once
+
+#include "base/Filter.h"
+
+namespace BSE
+{
+
+// Read-ahead buffer on a source. Byte loops run on the buffer through GetByte and PeekByte, without virtual
+// calls.
+class CBufferedInputStream : public CFilter
+{
+public:
+  explicit CBufferedInputStream(IByteStream* pSource, int nCapacity = g_nDefaultBlockSize);
+  ~CBufferedInputStream() override;
+
+  std::int64_t GetLength() override;
+  bool IsSeekable() const override { return m_pSource && m_pSource->IsSeekable(); }
+  bool Rewind() override;
+  bool Skip(std::int64_t n) override;
+  std::int64_t Tell() override { return m_nPos + (m_pCurrent - m_pBuffer); }
+
+  // -1 and other negative positions mean the end. A position beyond the length is clamped to it.
+  bool Seek(std::int64_t nPos) override;
+  std::int64_t Read(unsigned char* pBuffer, std::int64_t n) override;
+
+  // Refused with a trace line.
+  std::int64_t Write(const unsigned char* pBuffer, std::int64_t n) override;
+
+  // Next byte, or -1 at the end.
+  int GetByte()
+  {
+    if (m_pCurrent == m_pEnd && !Fill())
+      return -1;
+    return *m_pCurrent++;
+  }
+  // Next byte without taking it, or -1 at the end.
+  int PeekByte()
+  {
+    if (m_pCurrent == m_pEnd && !Fill())
+      return -1;
+    return *m_pCurrent;
+  }
+  // Steps back over the byte that GetByte gave last; only directly after it.
+  void UngetByte()
+  {
+    if (m_pCurrent != m_pBuffer)
+      --m_pCurrent;
+  }
+
+  // The unread part of the buffer, for loops of a consumer; after Consume(n) it is n bytes shorter. An empty
+  // span means: call Fill for more.
+  std::span<const unsigned char> GetBuffered() const
+  {
+    return {m_pCurrent, static_cast<std::size_t>(m_pEnd - m_pCurrent)};
+  }
+  void Consume(std::size_t n) { m_pCurrent += n; }
+
+  // Loads the next block once the buffer is used up; false at the end or on failure.
+  virtual bool Fill();
+
+  bool HasEnded() const { return m_bEnd; }
+
+  // Forgets what is buffered, so that the next read sees what has been written to the source meanwhile.
+  void Invalidate();
+
+protected:
+  // For a stream that reads a memory block in place.
+  CBufferedInputStream();
+
+  unsigned char* m_pBuffer = nullptr;
+  unsigned char* m_pCurrent = nullptr;
+  unsigned char* m_pEnd = nullptr;  // behind the last valid byte
+  int m_nCapacity = 0;
+  bool m_bEnd = false;
+  bool m_bOwnsBuffer = true;
+};
+
+// Reads a caller's memory block in place; the block must outlive the stream.
+class CMemoryInputStream : public CBufferedInputStream
+{
+public:
+  CMemoryInputStream(const void* pData, std::int64_t nLength);
+
+  bool IsValid() const override { return true; }
+  std::int64_t GetLength() override { return m_pEnd - m_pBuffer; }
+  bool IsSeekable() const override { return true; }
+  bool Fill() override;
+  bool Rewind() override;
+  bool Seek(std::int64_t nPos) override;
+  bool Skip(std::int64_t n) override;
+};
+
+}  // namespace BSE

@@ -1,0 +1,70 @@
+#pragma once
+
+#include "base/Error.h"
+
+namespace BSE
+{
+
+class CErrorHandler;
+
+// Where failures are reported. Every file, PDF object and stream holds a pointer to a context; contexts form
+// a chain that normally ends at a CErrorHandler. A context lives longer than what reports to it.
+class IErrorContext
+{
+public:
+  virtual ~IErrorContext() = default;
+
+  // Handler at the end of the chain, or null.
+  virtual CErrorHandler* OnGetErrorHandler() = 0;
+
+  // Takes the error; each context on the way adds its properties.
+  virtual void OnReportError(CScopedPtr<IError> pError) = 0;
+
+  // Short form for a progress note with ready properties; no error object is made.
+  virtual void OnReport(unsigned nCode, const CErrorProperties* pProperties) = 0;
+
+  // Adds what this context knows (object number, page, file) to an error that passes.
+  virtual void OnAddContextInfo(IError& error) = 0;
+};
+
+// Forwards to a parent; without one it traces that nothing was reported.
+class CBasicErrorContext : public IErrorContext
+{
+public:
+  explicit CBasicErrorContext(IErrorContext* pParent = nullptr) : m_pParent(pParent) {}
+
+  CErrorHandler* OnGetErrorHandler() override;
+  void OnReportError(CScopedPtr<IError> pError) override;
+  void OnReport(unsigned nCode, const CErrorProperties* pProperties) override;
+  void OnAddContextInfo(IError&) override {}
+
+  IErrorContext* GetParent() const { return m_pParent; }
+  void SetParent(IErrorContext* pParent) { m_pParent = pParent; }
+
+protected:
+  IErrorContext* m_pParent;
+};
+
+// Reports to a context that may be null: the error is then traced as not reported and deleted.
+void ReportError(IErrorContext* pContext, CScopedPtr<IError> pError);
+
+// The same for a plain code without properties.
+void ReportError(IErrorContext* pContext, unsigned nCode);
+
+// Builds an error in place: ReportError(pContext, MakeError(nCode, "n1", 3, "n2", 5)).
+inline void SetErrorProperties(CContextError&) {}
+template <class V, class... R>
+void SetErrorProperties(CContextError& error, const char* szName, V value, R... rest)
+{
+  error.Set(szName, value);
+  SetErrorProperties(error, rest...);
+}
+template <class... P>
+CScopedPtr<IError> MakeError(unsigned nCode, P... properties)
+{
+  CScopedPtr<CContextError> pError(new CError(nCode));
+  SetErrorProperties(*pError, properties...);
+  return pError;
+}
+
+}  // namespace BSE

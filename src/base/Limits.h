@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstdint>
+
+// Every bound that protects against hostile input, in one place, with its reason. Past a limit the object or
+// file is refused with a report; nothing crashes and nothing is allocated for it.
+namespace BSE
+{
+
+// Nesting of arrays and dictionaries: real files stay below 30; the parser uses one frame per level.
+inline constexpr int g_nMaxNesting = 500;
+
+// Depth of page, outline, field and name trees; walks keep visited sets besides.
+inline constexpr int g_nMaxTreeDepth = 1000;
+
+// Sections in a chain of Prev: one per incremental update.
+inline constexpr int g_nMaxXRefSections = 10000;
+
+// Highest object number that a scan or a table may bring in. Tables allocate by page of numbers, so one wild
+// number costs a page, not the range.
+inline constexpr int g_nMaxObjNumber = 9999999;
+
+// Decoded size of one object stream, content stream or font program.
+inline constexpr std::int64_t g_nMaxDecodedSize = std::int64_t{1} << 30;
+
+// A decoded stream may exceed g_nFreeDecodedSize only up to this factor of its encoded size: bombs reach 1000
+// per Flate layer, honest data hardly ever passes 200.
+inline constexpr std::int64_t g_nMaxDecodeRatio = 2000;
+inline constexpr std::int64_t g_nFreeDecodedSize = std::int64_t{64} << 20;
+
+// Samples of one image.
+inline constexpr std::int64_t g_nMaxImagePixels = std::int64_t{1} << 31;
+
+inline constexpr int g_nMaxFormNesting = 64;
+inline constexpr int g_nMaxFunctionNesting = 32;
+
+// Filters in one chain.
+inline constexpr int g_nMaxFilters = 32;
+
+// Depth of a walk over an object graph on the call stack; deeper parts are deferred or refused. Chosen to
+// stay well inside an 8 MiB stack with the sanitizers' larger frames.
+inline constexpr int g_nMaxGraphDepth = 1000;
+
+}  // namespace BSE

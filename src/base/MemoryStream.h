@@ -1,0 +1,58 @@
+#pragma once
+
+#include "base/ObjectPtr.h"
+#include "base/Stream.h"
+
+namespace BSE
+{
+
+// Growable memory in blocks that never move once allocated. Readable, writable, seekable.
+class CMemoryStream : public CObject, public IByteStream
+{
+public:
+  // Empty; nInitialSize bytes of blocks are allocated ahead.
+  explicit CMemoryStream(std::int64_t nInitialSize = 0, int nBlockSize = g_nDefaultBlockSize);
+
+  // Holds a copy of the bytes in one block.
+  CMemoryStream(const void* pData, std::int64_t nLength);
+  ~CMemoryStream() override;
+
+  bool IsValid() const override { return true; }
+  std::int64_t GetLength() override;
+  bool IsSeekable() const override { return true; }
+  bool Rewind() override;
+  bool Skip(std::int64_t n) override;
+  std::int64_t Tell() override { return m_nPos; }
+
+  // Beyond the end the stream is extended without filling. Negative counts from the end, -1 being the end
+  // itself.
+  bool Seek(std::int64_t nPos) override;
+  int GetBlockSize() const override;
+  std::int64_t Read(unsigned char* pBuffer, std::int64_t n) override;
+  std::int64_t Write(const unsigned char* pBuffer, std::int64_t n) override;
+
+  // Shares the blocks, with a position of its own.
+  IStreamBase<unsigned char>* Dup() override;
+
+  // Cuts or extends to a length and positions there.
+  bool SetLength(std::int64_t nLength);
+
+  // The stored bytes from a position to the end of their block, for readers without a copy; empty at the end.
+  std::span<const unsigned char> GetBlockAt(std::int64_t nPos) const;
+
+protected:
+  struct TBlocks;
+  explicit CMemoryStream(TBlocks* pBlocks);
+
+  TBlocks* m_pBlocks;  // shared and counted among duplicates
+  std::int64_t m_nPos = 0;
+};
+
+// What CMemoryStream::Dup makes.
+class CDupMemoryStream : public CMemoryStream
+{
+public:
+  explicit CDupMemoryStream(TBlocks* pBlocks) : CMemoryStream(pBlocks) {}
+};
+
+}  // namespace BSE
