@@ -110,7 +110,7 @@ public:
   void* GetUserData() override { return m_pUserData; }
   void SetUserData(void* pData) override { m_pUserData = pData; }
   int GetCompressedFlags() override { return m_nFlags; }
-  void SetCompressedFlags(int nFlags) override { m_nFlags = nFlags; }
+  void SetCompressedFlags(int nFlags) override { m_nFlags = static_cast<signed char>(nFlags); }
 
   // What the parser fills in; the state stays clean.
   void SetParsed(CObject* pValue, CObject* pStream);
