@@ -55,6 +55,7 @@ public:
 
 protected:
   friend class CDynamicContextGuard;
+  friend class CErrorSuppressor;
 
   unsigned m_nLastCode = 0;
   unsigned m_nThreshold = 0x80000000U;

@@ -1,0 +1,61 @@
+#include "base/ErrorContext.h"
+
+#include "base/Tracer.h"
+
+namespace BSE
+{
+
+namespace
+{
+
+constexpr const char* g_szComponent = "BSE Reporting";
+
+void TraceUnreported(unsigned nCode)
+{
+  if (CTracer::IsOn())
+    CTracer::Trace("I", g_szComponent, "Error 0x%08X not reported.", nCode);
+}
+
+}  // namespace
+
+CErrorHandler* CBasicErrorContext::OnGetErrorHandler()
+{
+  if (m_pParent)
+    return m_pParent->OnGetErrorHandler();
+  if (CTracer::IsOn())
+    CTracer::Trace("I", g_szComponent, "No error context.");
+  return nullptr;
+}
+
+void CBasicErrorContext::OnReportError(CScopedPtr<IError> pError)
+{
+  if (!pError)
+    return;
+  OnAddContextInfo(*pError);
+  ReportError(m_pParent, std::move(pError));
+}
+
+void CBasicErrorContext::OnReport(unsigned nCode, const CErrorProperties* pProperties)
+{
+  if (m_pParent)
+    m_pParent->OnReport(nCode, pProperties);
+  else if (CTracer::IsOn())
+    CTracer::Trace("I", g_szComponent, "Message %d not reported.", static_cast<int>(nCode));
+}
+
+void ReportError(IErrorContext* pContext, CScopedPtr<IError> pError)
+{
+  if (!pError)
+    return;
+  if (pContext)
+    pContext->OnReportError(std::move(pError));
+  else
+    TraceUnreported(pError->GetCode());
+}
+
+void ReportError(IErrorContext* pContext, unsigned nCode)
+{
+  ReportError(pContext, MakeError(nCode));
+}
+
+}  // namespace BSE

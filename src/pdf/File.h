@@ -1,0 +1,233 @@
+#pragma once
+
+#include "base/BufferedOutputStream.h"
+#include "base/ErrorContext.h"
+#include "base/Event.h"
+#include "base/MemoryStream.h"
+#include "pdf/Conformance.h"
+#include "pdf/ObjectMap.h"
+#include "pdf/SecurityHandler.h"
+#include "pdf/XRefTable.h"
+
+namespace PDF
+{
+
+class CFile;
+class CGenerator;
+class CObjectStream;
+class CParser;
+class CPendingObjectStream;
+
+// Hears of changes of a file while it is read.
+class CFileEventListener : public BSE::CEventListener<CFileEventListener>
+{
+public:
+  // Before each load of an object.
+  virtual void OnObjectLoading(CFile&, int /*nObjNumber*/, int /*nGenNumber*/) {}
+
+  // After a recovery has altered the table.
+  virtual void OnXRefChanged(CFile&) {}
+};
+
+// Rewrites a finished file in first-page-first order. Declared here, and implemented in the layer above, so
+// that closing a file does not depend on it.
+class ILinearizer
+{
+public:
+  virtual ~ILinearizer() = default;
+
+  // From a path to a path; false on failure, with the target in any state.
+  virtual bool LinearizeFile(const char* szInput, const char* szOutput, CFile& file) = 0;
+
+  // From memory to a stream; false on failure before anything was written, or after a failed write.
+  virtual bool LinearizeMemory(std::span<const unsigned char> input, BSE::IByteStream* pOutput,
+                               CFile& file) = 0;
+};
+
+// Form of cross-reference data.
+enum TXRefForm
+{
+  eXRefUnknown = 0,
+  eXRefTable = 1,
+  eXRefStream = 2,
+  eXRefHybrid = 3
+};
+
+// An open PDF file, read or written: owner of the cross-reference table, the parser or generator, the trailer
+// values and every indirect object. Objects load when they are asked for; a damaged file is repaired by a
+// scan, at opening or when an object is not where its entry says. All offsets count from the "%PDF-" header.
+// Belongs to one thread.
+class CFile : public BSE::CBasicErrorContext, public BSE::CEventCaller<CFileEventListener>
+{
+public:
+  explicit CFile(BSE::IErrorContext* pErrorContext);
+  ~CFile() override;
+
+  // Reads header, cross-reference chain and trailer; falls back on a scan. False, closed and reported if
+  // neither finds a catalogue. An encrypted file opens here and is unusable until Authenticate.
+  virtual bool Open(BSE::IByteStream* pStream, bool bUpdate = false);
+
+  // The input's password; true at once for a file that is not encrypted. A failure is reported.
+  bool Authenticate(const CString* pPassword);
+
+  // Prepares a new file on a stream. bDirectOutput false: the result may have to be rewritten, so that an
+  // output that is no file is collected in memory first and reaches the stream at Close.
+  virtual bool Create(BSE::IByteStream* pStream, const CString& id, bool bDirectOutput, bool bObjectStreams);
+
+  // Writes what is dirty, linearizes if asked for, releases everything. False if the file could not be
+  // completed.
+  virtual bool Close();
+
+  bool IsOpened() const { return m_bOpened; }
+  bool IsWritable() const { return m_pOutput.Get() != nullptr; }
+
+  // --- Objects
+  // The object of a reference; null for a number outside 1 to the limit.
+  CObjectPtr GetObject(int nObjNumber, int nGenNumber);
+  CXRefTable& GetXRef() { return m_xref; }
+  int GetObjectCount() const { return m_xref.GetSize(); }
+
+  // Fills an object from the file; false, reported, if it cannot be read even after a repair.
+  bool LoadObject(CIndirectObject& object);
+
+  // Called when only the table holds an object: unloads it, and what that sets free, without recursion.
+  void UnloadUnused(CIndirectObject& object);
+
+  // File position of an entry in use, else 0.
+  std::int64_t GetTableOffset(int nObjNumber) const;
+
+  // A new dirty object; number 0 takes the next free one. Group: an object stream 0 to 2, or g_nGroupDirect.
+  CObjectPtr NewObject(int nObjNumber, int nGenNumber, int nGroup);
+
+  // Writes an object and with bFollow everything dirty that it reaches, children first.
+  bool WriteObject(CObject* pObject, bool bFollow);
+
+  // Writes one dirty object, into an object stream or directly. Its children are not followed.
+  bool WriteIndirect(CIndirectObject& object);
+
+  // Flushes all that is dirty and writes a cross-reference section.
+  bool FinishRevision();
+
+  // Source object numbers to this file's, one map per source.
+  CObjectMap& GetObjectMap(CFile& source);
+  CObjectPtr GetCopy(CFile& source, int nObjNumber);
+  CObjectPtr GetOrCreateCopy(CFile* pSource, int nObjNumber, bool& bCreated, int nGroup);
+
+  // --- Trailer
+  CObjectPtr GetTrailerValue(const char* szKey) const { return m_trailer[szKey]; }
+  CObjectPtr GetRoot() const { return m_root; }
+  CObjectPtr GetInfo() const { return m_info; }
+  CObjectPtr GetEncrypt() const { return m_encrypt; }
+  void SetRoot(CObject* pRoot) { m_root = pRoot; }
+  void SetInfo(CObject* pInfo) { m_info = pInfo; }
+  const CString& GetId1() const { return m_id1; }
+  const CString& GetId2() const { return m_id2; }
+
+  // --- Version and conformance
+  int GetMajorVersion() const { return m_nMajor; }
+  int GetMinorVersion() const { return m_nMinor; }
+  bool IsVersionAtLeast(int nMajor, int nMinor) const
+  {
+    return m_nMajor > nMajor || (m_nMajor == nMajor && m_nMinor >= nMinor);
+  }
+
+  // The version of a file to be created, whatever it was.
+  void InitVersion(int nMajor, int nMinor);
+
+  // Raises the version: of a new file in memory, of one whose header stands through the catalogue's Version.
+  void SetVersion(int nMajor, int nMinor);
+  CConformance GetConformance() const { return m_conformance; }
+  void SetConformance(CConformance conformance) { m_conformance = conformance; }
+
+  // --- Security
+  CSecurityHandler* GetSecurityHandler() const { return m_pSecurity.Get(); }
+
+  // For a file that is written, before its first object. Makes the Encrypt dictionary.
+  void SetSecurityHandler(CSecurityHandler* pHandler);
+
+  // --- Revisions, oldest first; a reader of the file up to the revision's end.
+  int GetRevisionCount() const { return m_revisions.GetSize(); }
+  BSE::CObjectPtr<BSE::IByteStream> GetRevision(int nIndex) const;
+  bool IsLinearized() const { return static_cast<bool>(m_linearized); }
+  TXRefForm GetXRefForm() const { return m_nXRefForm; }
+  bool HasSplitXRef() const { return m_bSplitXRef; }
+  bool WasRecovered() const { return m_bRecoveryDone; }
+
+  // --- Linearization of the output: requested, and only if it does not cost too much.
+  void SetLinearize(bool bLinearize, bool bAuto, ILinearizer* pLinearizer);
+  std::int64_t GetSavedBytes() const { return m_nSavedBytes; }
+
+  BSE::IByteStream* GetInput() const { return m_pInput.Get(); }
+  std::int64_t GetHeaderOffset() const { return m_nHeaderOffset; }
+  CParser* GetParser() const { return m_pParser.Get(); }
+  void SetDirty() { m_bDirty = true; }
+
+private:
+  friend class CFileLoader;
+  friend class CXRefRecovery;
+  friend class CPendingObjectStream;
+  friend class CRevisionWriter;
+
+  bool LoadDirect(CIndirectObject& object);
+  bool LoadCompressed(CIndirectObject& object, const TXRefEntry& entry);
+  bool RecoverObject(int nObjNumber);
+  CObjectStream* GetObjectStream(int nObjNumber);
+  void TouchObjectStream(int nObjNumber);
+  bool FlushPendingHolder(int nStream);
+  bool WriteHeader();
+  bool PrepareToWrite();
+  bool LinearizeOutput();
+  bool DeliverToTarget();
+  void ReleaseAll();
+  void NotifyXRefChanged();
+
+  // Reading
+  TXRefForm m_nXRefForm = eXRefUnknown;
+  std::int64_t m_nHeaderOffset = 0;
+  std::int64_t m_nStartXRef = -1;
+  CXRefTable m_xref{this};
+  CXRefTable m_scanned{this};
+  BSE::CBasicArray<int> m_objStmCache;            // object streams that stay decoded, the most recent first
+  BSE::CPtrArray<CObjectStream> m_objectStreams;  // by object number
+  BSE::CBasicArray<std::int64_t> m_revisions;
+  CObjectPtr m_trailer;
+  CObjectPtr m_root;
+  CObjectPtr m_encrypt;
+  CObjectPtr m_info;
+  CObjectPtr m_linearized;
+  CString m_id1;
+  CString m_id2;
+  int m_nMajor = 1;
+  int m_nMinor = 4;
+  CConformance m_conformance;
+  BSE::CObjectPtr<BSE::IByteStream> m_pInput;
+  BSE::CScopedPtr<CParser> m_pParser;
+  BSE::CObjectPtr<CSecurityHandler> m_pSecurity;
+  BSE::CObjectArray<CIndirectObject> m_unloadQueue;
+  int m_nLoadDepth = 0;
+  bool m_bUnloading = false;
+  bool m_bWantObjectStreams = false;
+  bool m_bSplitXRef = false;
+  bool m_bOpened = false;
+  bool m_bRecoveryDone = false;
+
+  // Writing
+  BSE::CObjectPtr<BSE::IByteStream> m_pOutput;  // working output
+  BSE::CObjectPtr<BSE::IByteStream> m_pTarget;  // where it goes in the end, if that is another stream
+  BSE::CObjectPtr<BSE::CBufferedOutputStream> m_pWriter;
+  BSE::CScopedPtr<CGenerator> m_pGenerator;
+  BSE::CScopedPtr<CPendingObjectStream> m_pendingObjStm[3];
+  BSE::CPtrArray<CObjectMap> m_objectMaps;
+  std::int64_t m_nFileSize = 0;
+  std::int64_t m_nSavedBytes = 0;
+  std::int64_t m_nXRefPosition = 0;
+  ILinearizer* m_pLinearizer = nullptr;
+  bool m_bHeaderWritten = false;
+  bool m_bAppending = false;
+  bool m_bDirty = false;
+  bool m_bFailed = false;
+  bool m_bLinearize = false;
+  bool m_bLinearizeAuto = false;
+};
+
+}  // namespace PDF

@@ -1,0 +1,273 @@
+#include "pdf/IndirectObject.h"
+
+#include "base/ErrorHandler.h"
+#include "base/MemoryStream.h"
+#include "base/Tracer.h"
+#include "pdf/File.h"
+#include "pdf/FilterFactory.h"
+#include "pdf/StreamObjects.h"
+
+#include <limits>
+
+namespace PDF
+{
+
+CIndirectObject::CIndirectObject(CFile* pFile, int nObjNumber, int nGenNumber, std::int64_t nOffset)
+    : m_nOffset(nOffset), m_pFile(pFile), m_nObjNumber(nObjNumber), m_nGenNumber(nGenNumber)
+{
+}
+
+void CIndirectObject::Release()
+{
+  if (m_nRefCount <= 0 && BSE::CTracer::IsOn())
+    BSE::CTracer::Trace("E", "PDF Object", "Reference count <= 0");
+  --m_nRefCount;
+  if (m_nRefCount == 0)
+    delete this;
+  else if (m_nRefCount == 1 && m_nGenNumber >= 0 && m_pFile && m_bLoaded && m_nLockCount == 0 &&
+           m_nOffset != -1)
+    m_pFile->UnloadUnused(*this);
+}
+
+BSE::CErrorHandler* CIndirectObject::OnGetErrorHandler()
+{
+  return m_pFile ? m_pFile->OnGetErrorHandler() : nullptr;
+}
+
+void CIndirectObject::OnReportError(BSE::CScopedPtr<BSE::IError> pError)
+{
+  if (!pError)
+    return;
+  OnAddContextInfo(*pError);
+  BSE::ReportError(m_pFile, std::move(pError));
+}
+
+void CIndirectObject::OnReport(unsigned nCode, const BSE::CErrorProperties* pProperties)
+{
+  if (m_pFile)
+    m_pFile->OnReport(nCode, pProperties);
+}
+
+void CIndirectObject::OnAddContextInfo(BSE::IError& error)
+{
+  BSE::CErrorProperties* pProperties = error.GetProperties();
+  if (pProperties && m_nObjNumber != 0)
+    pProperties->Set("Object No.", m_nObjNumber);
+}
+
+void CIndirectObject::SetDirty(bool bDirty)
+{
+  if (bDirty == IsDirty())
+    return;
+  if (!bDirty)
+  {
+    m_nOffset = m_pFile ? m_pFile->GetTableOffset(m_nObjNumber) : 0;
+    m_bLoaded = true;
+    return;
+  }
+  if (BSE::CTracer::IsOn())
+  {
+    if (!m_pValue && !m_bLoaded)
+      BSE::CTracer::Trace("E", "PDF Object", "SetDirty called for object that has not been loaded");
+    BSE::CTracer::Trace("D", "PDF Object", "SetDirty");
+  }
+  m_nOffset = -1;
+  if (m_pFile)
+    m_pFile->SetDirty();
+}
+
+bool CIndirectObject::Equals(CObject& other)
+{
+  if (&other == this)
+    return true;
+  if (other.GetType() != eIndirect || m_nGenNumber < 0)
+    return false;
+  auto& reference = static_cast<CIndirectObject&>(other);
+  return reference.m_nObjNumber == m_nObjNumber && reference.m_nGenNumber == m_nGenNumber &&
+         reference.m_pFile == m_pFile;
+}
+
+const CString& CIndirectObject::GetStringValue()
+{
+  Load();
+  return m_pValue.GetStringValue();
+}
+
+void CIndirectObject::DeleteEntry(const char* szKey)
+{
+  if (Value())
+    m_pValue->DeleteEntry(szKey);
+}
+
+void CIndirectObject::SetAt(int nIndex, CObject* pValue)
+{
+  if (Value())
+    m_pValue->SetAt(nIndex, pValue);
+}
+
+void CIndirectObject::Add(CObject* pValue)
+{
+  if (Value())
+    m_pValue->Add(pValue);
+}
+
+void CIndirectObject::SetSize(int nSize)
+{
+  if (Value())
+    m_pValue->SetSize(nSize);
+}
+
+void CIndirectObject::Insert(int nIndex, CObject* pValue)
+{
+  if (Value())
+    m_pValue->Insert(nIndex, pValue);
+}
+
+void CIndirectObject::Delete(int nIndex)
+{
+  if (Value())
+    m_pValue->Delete(nIndex);
+}
+
+BSE::CObjectPtr<BSE::IByteStream> CIndirectObject::GetStream()
+{
+  return IsStream() ? m_pStream->GetStream() : nullptr;
+}
+
+BSE::CObjectPtr<BSE::IByteStream> CIndirectObject::OnGetDecodedStream()
+{
+  if (!IsStream())
+    return nullptr;
+  BSE::CObjectPtr<BSE::IByteStream> pData = m_pStream->GetStream();
+  if (!pData || !static_cast<CStreamPart*>(m_pStream.Get())->IsEncoded())
+    return pData;
+  return CreateDecodeChain(pData.Get(), this);
+}
+
+BSE::CObjectPtr<BSE::IByteStream> CIndirectObject::OnGetEncodeFilter(BSE::IByteStream* pSink)
+{
+  return CreateEncodeChain(pSink, this);
+}
+
+bool CIndirectObject::Encode()
+{
+  if (!m_pFile || !m_pFile->IsWritable())
+  {
+    if (BSE::CTracer::IsOn())
+      BSE::CTracer::Trace("E", "PDF Object", "Unable to create encode filter, file is not writable.");
+    return false;
+  }
+  if (!IsStream())
+    return false;
+  auto* pPart = static_cast<CStreamPart*>(m_pStream.Get());
+  if (pPart->IsEncoded())
+    return true;
+  BSE::CObjectPtr<BSE::IByteStream> pData = pPart->GetStream();
+  BSE::CObjectPtr<BSE::CMemoryStream> pEncoded(new BSE::CMemoryStream);
+  BSE::CObjectPtr<BSE::IByteStream> pFilter = CreateEncodeChain(pEncoded.Get(), this);
+  if (!pData || !pFilter)
+    return false;
+  if (!pFilter->CopyFrom(pData.Get(), std::numeric_limits<std::int64_t>::max(), false))
+    return false;
+  if (!CloseEncodeChain(pFilter.Get()))
+    return false;
+  m_pStream = new CEmbeddedStreamObject(pEncoded.Get(), 0, pEncoded->GetLength());
+  return true;
+}
+
+CObjectPtr CIndirectObject::GetStreamObject()
+{
+  return Load() ? m_pStream : CObjectPtr();
+}
+
+void CIndirectObject::SetStreamObject(CObject* pStream)
+{
+  m_pStream = pStream;
+  SetDirty(m_pFile != nullptr || IsDirty());
+}
+
+CObjectPtr CIndirectObject::GetValueObject()
+{
+  return Load() ? m_pValue : CObjectPtr();
+}
+
+void CIndirectObject::SetValueObject(CObject* pValue)
+{
+  m_pValue = pValue;
+  m_bLoaded = true;
+  if (m_pFile)
+    SetDirty(true);
+}
+
+bool CIndirectObject::Flush(bool bFreeMemory)
+{
+  if (!IsDirty())
+    return true;
+  if (IsLocked())
+    return false;
+  if (!m_pFile || !m_pFile->WriteIndirect(*this))
+    return false;
+  if (bFreeMemory)
+    Unload();
+  return true;
+}
+
+void CIndirectObject::Lock()
+{
+  Load();
+  ++m_nLockCount;
+}
+
+void CIndirectObject::Unlock()
+{
+  if (m_nLockCount > 0)
+    --m_nLockCount;
+}
+
+bool CIndirectObject::LoadFromFile()
+{
+  if (!m_pFile || m_bLoading)
+    return false;
+  m_bLoading = true;
+  m_pFile->LoadObject(*this);
+  m_bLoading = false;
+  // A failed load reads as null until the object is unloaded, so that the damage is met once.
+  m_bLoaded = true;
+  return true;
+}
+
+void CIndirectObject::Unload()
+{
+  if (IsDirty() || IsLocked())
+    return;
+  DropValue();
+}
+
+void CIndirectObject::DropValue()
+{
+  m_bLoaded = false;
+  // Moved out first: releasing may come back to this object.
+  const CObjectPtr value = std::move(m_pValue);
+  const CObjectPtr stream = std::move(m_pStream);
+}
+
+void CIndirectObject::SetParsed(CObject* pValue, CObject* pStream)
+{
+  m_pValue = pValue;
+  m_pStream = pStream;
+  m_bLoaded = true;
+}
+
+void CIndirectObject::SetNumbers(int nObjNumber, int nGenNumber)
+{
+  m_nObjNumber = nObjNumber;
+  m_nGenNumber = nGenNumber;
+}
+
+void CIndirectObject::Orphan()
+{
+  m_pFile = nullptr;
+  m_nLockCount = 0;
+}
+
+}  // namespace PDF

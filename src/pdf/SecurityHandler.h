@@ -1,0 +1,40 @@
+#pragma once
+
+#include "base/Stream.h"
+#include "pdf/Object.h"
+
+namespace PDF
+{
+
+// Encryption of one file (ISO 32000-1, 7.6): strings are treated at parse and write time, streams on their
+// encoded bytes. Objects inside object streams are encrypted only as part of their stream.
+class CSecurityHandler : public BSE::CObject
+{
+public:
+  // Fills the Encrypt dictionary of a file that is written.
+  virtual void Write(CObject& dictionary) = 0;
+
+  // True if the password opens the file; an empty password is tried for a null one.
+  virtual bool Authenticate(const CString* pPassword) = 0;
+
+  // True for objects that are never encrypted: the Encrypt dictionary itself, cross-reference streams, and
+  // metadata streams of a file that leaves them plain.
+  virtual bool IsExempt(CObject& object) = 0;
+
+  virtual CString DecryptString(const CString& value, int nObjNumber, int nGenNumber) = 0;
+  virtual CString EncryptString(const CString& value, int nObjNumber, int nGenNumber) = 0;
+
+  // A reader of the decrypted bytes, and a writer that encrypts into the sink and is complete once closed.
+  // The source or sink itself where streams are not encrypted.
+  virtual BSE::CObjectPtr<BSE::IByteStream> CreateDecryptFilter(BSE::IByteStream* pSource, int nObjNumber,
+                                                                int nGenNumber,
+                                                                BSE::IErrorContext* pErrorContext) = 0;
+  virtual BSE::CObjectPtr<BSE::IByteStream> CreateEncryptFilter(BSE::IByteStream* pSink, int nObjNumber,
+                                                                int nGenNumber,
+                                                                BSE::IErrorContext* pErrorContext) = 0;
+
+  // Length of the encrypted form of that many bytes.
+  virtual std::int64_t GetEncryptedLength(std::int64_t nLength) = 0;
+};
+
+}  // namespace PDF
