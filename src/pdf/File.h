@@ -180,6 +180,10 @@ private:
 
   // Brings to the output what is buffered for it. Before anything is read back.
   void SyncOutput();
+
+  // Puts the parser on the input.
+  void CreateParser();
+  bool Fail();
   bool UsesObjectStreams() const;
   bool WriteHeader();
   bool PrepareToWrite();
