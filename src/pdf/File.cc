@@ -53,7 +53,7 @@ bool CFile::Open(BSE::IByteStream* pStream, bool bUpdate)
   ReleaseAll();
   m_pInput = pStream;
   m_bAppending = bUpdate;
-  m_pParser.Reset(new CParser(this));
+  CreateParser();
   if (!m_pParser->ReadHeader(m_nHeaderOffset, m_nMajor, m_nMinor))
   {
     ReleaseAll();
@@ -90,6 +90,11 @@ bool CFile::Open(BSE::IByteStream* pStream, bool bUpdate)
   if (!m_encrypt)
     ReadCatalogueVersion();
   return true;
+}
+
+void CFile::CreateParser()
+{
+  m_pParser.Reset(new CParser(this));
 }
 
 bool CFile::CheckRoot()
@@ -202,8 +207,11 @@ bool CFile::LoadObject(CIndirectObject& object)
 
 bool CFile::LoadDirect(CIndirectObject& object)
 {
-  if (m_pWriter && !FlushForReading())
-    return false;
+  if (m_pWriter)
+  {
+    SyncOutput();
+    m_pParser->GetScanner().GetStream().Invalidate();
+  }
   const int nNumber = object.GetObjNumber();
   if (m_pParser->ParseIndirectObject(&object, GetTableOffset(nNumber)))
     return true;
@@ -367,7 +375,8 @@ void CFile::ReleaseAll()
   m_nLoadDepth = 0;
   m_bWantObjectStreams = m_bSplitXRef = m_bOpened = m_bRecoveryDone = false;
   m_bHeaderWritten = m_bAppending = m_bDirty = m_bFailed = false;
-  m_nFileSize = m_nSavedBytes = m_nXRefPosition = 0;
+  m_nFileSize = m_nSavedBytes = m_nXRefPosition = m_nRevisionStart = 0;
+  m_nFlushedStreams = 0;
 }
 
 }  // namespace PDF

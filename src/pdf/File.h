@@ -204,9 +204,6 @@ private:
   bool CheckRoot();
   void ReadCatalogueVersion();
 
-  // Brings what has been written into the reader's sight.
-  bool FlushForReading();
-
   // Entries for what object streams hold and no plain object has; for streams that a scan has found.
   void EnterRecoveredHolders(const BSE::CBasicArray<int>& holders);
   void UnloadAll();

@@ -12,6 +12,9 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <ctime>
+
+#include <unistd.h>
 
 // The writing members of CFile: from values to objects in the output.
 namespace PDF
@@ -24,10 +27,19 @@ constexpr int g_nWriteBufferSize = 1 << 16;
 
 constexpr int g_nIdLength = 16;
 
-// The sequence of a thread is always the same, so that equal inputs give equal files.
+// Identifiers need to differ, not to be secret.
+unsigned CreateSeed()
+{
+  timespec now = {};
+  clock_gettime(CLOCK_REALTIME, &now);
+  const auto nThread = reinterpret_cast<std::uintptr_t>(&now) >> 8;
+  return static_cast<unsigned>(now.tv_sec) ^ static_cast<unsigned>(now.tv_nsec) * 2654435761U ^
+         static_cast<unsigned>(getpid()) << 16 ^ static_cast<unsigned>(nThread);
+}
+
 CString CreateFileId()
 {
-  static thread_local unsigned nSeed = 1;
+  static thread_local unsigned nSeed = CreateSeed();
   unsigned char id[g_nIdLength];
   for (unsigned char& nByte : id)
     nByte = static_cast<unsigned char>(rand_r(&nSeed) >> 8);
