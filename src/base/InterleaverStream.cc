@@ -15,7 +15,7 @@ namespace
 int GetInterleavedSize(int nCount)
 {
   const int nGroup = nCount * 8;
-  return nGroup > g_nDefaultBlockSize ? nCount : g_nDefaultBlockSize - g_nDefaultBlockSize % nGroup;
+  return nGroup > g_nDefaultBlockSize ? nGroup : g_nDefaultBlockSize - g_nDefaultBlockSize % nGroup;
 }
 
 }  // namespace
