@@ -75,7 +75,7 @@ bool PDLColumn::Pack(bool bLeast, int nWidth)
   if (*least < 0 || *largest > g_nMaxField)
     return false;
   m_nLeast = bLeast ? *least : 0;
-  const int nNeeded = std::bit_width(static_cast<std::uint64_t>(*largest - m_nLeast));
+  const auto nNeeded = static_cast<int>(std::bit_width(static_cast<std::uint64_t>(*largest - m_nLeast)));
   m_nWidth = nWidth > g_nMaxWidth ? nNeeded : nWidth;
   if (nNeeded > m_nWidth)
     return false;
@@ -129,8 +129,9 @@ bool PDLHints::BuildPageTable(CBytes& data)
   header.Put32(0).Put16(m_pageLengths.GetWidth());
   header.Put16(m_sharedCounts.GetWidth()).Put16(m_sharedIdentifiers.GetWidth());
   header.Put16(g_nNumeratorWidth).Put16(g_nDenominator);
-  for (const PDLColumn* pColumn : {&m_objectCounts, &m_pageLengths, &m_sharedCounts, &m_sharedIdentifiers,
-                                   static_cast<const PDLColumn*>(&numerators), &m_pageLengths})
+  const PDLColumn* columns[] = {&m_objectCounts, &m_pageLengths, &m_sharedCounts, &m_sharedIdentifiers,
+                                &numerators, &m_pageLengths};
+  for (const PDLColumn* pColumn : columns)
     data.Append(pColumn->GetBytes());
   return header.Fits();
 }
