@@ -157,7 +157,7 @@ TEST(TextStream, RoundTripsEveryEncoding)
           EXPECT_TRUE(output.WriteText(u"\u20ac"));
           EXPECT_TRUE(output.Close());
         }
-        const std::int64_t nText = nEncoding == eTextUtf8 ? std::ssize(g_szMixed) + 3 : 2 * 13;
+        const std::int64_t nText = nEncoding == eTextUtf8 ? std::ssize(g_szMixed) + 3 : 2 * 14;
         EXPECT_EQ(pFile->GetLength(), nText + (bMark ? (nEncoding == eTextUtf8 ? 3 : 2) : 0));
         pFile->Rewind();
         CTextInputStream input(pFile.Get(), bMark ? eTextLocale : nEncoding);
