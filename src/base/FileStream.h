@@ -20,8 +20,8 @@ enum TFileMode
 };
 
 // A file descriptor. Each operation leaves its outcome in the thread's error slot (CTLSError): the error, or
-// code 0. Failures to open go to the error context as well. A directory opened in any mode but eFileRead is
-// not valid.
+// code 0. Failures to open, read and write go to the error context as well. A directory opened in any mode but
+// eFileRead is not valid, without a report.
 class CFileStream : public CObject, public IByteStream
 {
 public:
@@ -41,20 +41,28 @@ public:
   bool IsFile() const override { return true; }
   const char* GetFileName() const override { return m_path.GetText(); }
 
-  // Shares the descriptor; from the first duplicate on, each keeps a position of its own.
+  // Shares the descriptor; from the first duplicate on, each keeps a position of its own. Starts at the same
+  // position.
   IStreamBase<unsigned char>* Dup() override;
 
-  // Closes before destruction; the stream is then invalid.
-  void Close();
+  // Closes before destruction; the stream is then invalid. Duplicates stay usable. False if the system reports
+  // that written data was lost.
+  bool Close();
 
 protected:
   CFileStream(CFileStream& first, std::int64_t nPos);
+  static void DropDup(CFileStream& first);
+
+  void Open(const char* szPath);
+  void CheckDescriptor();
+  bool CloseDescriptor(int fd);
   bool SeekForAccess();
   bool Succeed();
-  bool Fail();
+  bool Fail(int nErrno, bool bReport);
 
   CStr8 m_path;
   int m_fd = -1;
+  int m_fdLeft = -1;  // closed for this stream, kept open for its duplicates
   TFileMode m_nMode;
   bool m_bSeekable = false;
   bool m_bOwnsDescriptor = false;

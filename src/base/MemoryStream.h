@@ -24,14 +24,14 @@ public:
   bool Skip(std::int64_t n) override;
   std::int64_t Tell() override { return m_nPos; }
 
-  // Beyond the end the stream is extended without filling. Negative counts from the end, -1 being the end
+  // Beyond the end the stream is extended by zeros. Negative counts from the end, -1 being the end
   // itself.
   bool Seek(std::int64_t nPos) override;
   int GetBlockSize() const override;
   std::int64_t Read(unsigned char* pBuffer, std::int64_t n) override;
   std::int64_t Write(const unsigned char* pBuffer, std::int64_t n) override;
 
-  // Shares the blocks, with a position of its own.
+  // Shares the blocks; starts at the same position.
   IStreamBase<unsigned char>* Dup() override;
 
   // Cuts or extends to a length and positions there.

@@ -173,10 +173,26 @@ private:
   bool RecoverObject(int nObjNumber);
   CObjectStream* GetObjectStream(int nObjNumber);
   void TouchObjectStream(int nObjNumber);
+
+  // Writes the pending object stream of that number, so that its members can be read back; true if there is
+  // none.
   bool FlushPendingHolder(int nStream);
+
+  // Brings to the output what is buffered for it. Before anything is read back.
+  void SyncOutput();
+  bool UsesObjectStreams() const;
   bool WriteHeader();
   bool PrepareToWrite();
+  bool WriteCompressed(CIndirectObject& object, int nGroup);
+  bool WriteDirect(CIndirectObject& object);
+  bool WriteStreamData(CIndirectObject& object, CSecurityHandler* pSecurity);
+  bool FlushObjects();
+  bool WriteSection();
+  bool FinishOutput();
+  bool WantsLinearization();
   bool LinearizeOutput();
+  bool LinearizeOutputFile();
+  bool LinearizeOutputMemory();
   bool DeliverToTarget();
   void ReleaseAll();
   void NotifyXRefChanged();
@@ -221,6 +237,8 @@ private:
   std::int64_t m_nFileSize = 0;
   std::int64_t m_nSavedBytes = 0;
   std::int64_t m_nXRefPosition = 0;
+  std::int64_t m_nRevisionStart = 0;  // where what has been written since the last section begins
+  int m_nFlushedStreams = 0;          // object streams among it
   ILinearizer* m_pLinearizer = nullptr;
   bool m_bHeaderWritten = false;
   bool m_bAppending = false;
