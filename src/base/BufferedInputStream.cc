@@ -156,9 +156,9 @@ bool CBufferedInputStream::Seek(std::int64_t nPos)
     return Rewind();
   if (nPos < 0)
   {
-    nPos = GetLength();
-    if (nPos < 0 || !IsSeekable())
-      return SkipToSourceEnd();
+    if (GetLength() < 0 || !IsSeekable())
+      return SkipToSourceEnd() && (nPos == -1 || Seek(std::max<std::int64_t>(Tell() + 1 + nPos, 0)));
+    nPos = std::max<std::int64_t>(m_nLength + 1 + nPos, 0);
   }
   if (nPos >= m_nPos && nPos <= m_nPos + (m_pEnd - m_pBuffer))
   {
@@ -217,7 +217,8 @@ bool CMemoryInputStream::Rewind()
 bool CMemoryInputStream::Seek(std::int64_t nPos)
 {
   const std::int64_t nLength = m_pEnd - m_pBuffer;
-  m_pCurrent = m_pBuffer + (nPos < 0 ? nLength : std::min(nPos, nLength));
+  nPos = nPos < 0 ? std::max<std::int64_t>(nLength + 1 + nPos, 0) : std::min(nPos, nLength);
+  m_pCurrent = m_pBuffer + nPos;
   m_bEnd = false;
   return true;
 }
@@ -228,6 +229,13 @@ bool CMemoryInputStream::Skip(std::int64_t n)
   const bool bInside = n <= nLeft;
   m_pCurrent += n < 0 || !bInside ? nLeft : n;
   return bInside;
+}
+
+IStreamBase<unsigned char>* CMemoryInputStream::Dup()
+{
+  auto* pDup = new CMemoryInputStream(m_pBuffer, m_pEnd - m_pBuffer);
+  pDup->m_pCurrent = m_pCurrent;
+  return pDup;
 }
 
 }  // namespace BSE

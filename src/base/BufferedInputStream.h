@@ -19,7 +19,7 @@ public:
   bool Skip(std::int64_t n) override;
   std::int64_t Tell() override { return m_nPos + (m_pCurrent - m_pBuffer); }
 
-  // -1 and other negative positions mean the end. A position beyond the length is clamped to it.
+  // Negative counts from the end, -1 being the end itself. A position outside the stream is clamped to it.
   bool Seek(std::int64_t nPos) override;
   std::int64_t Read(unsigned char* pBuffer, std::int64_t n) override;
   std::int64_t ReadEx(unsigned char* pBuffer, std::int64_t n) override;
@@ -99,6 +99,9 @@ public:
   bool Rewind() override;
   bool Seek(std::int64_t nPos) override;
   bool Skip(std::int64_t n) override;
+
+  // Another stream on the same block, at the same position.
+  IStreamBase<unsigned char>* Dup() override;
 };
 
 }  // namespace BSE

@@ -2,6 +2,7 @@
 
 #include "base/BasicArray.h"
 #include "base/Checked.h"
+#include "base/Memory.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -10,11 +11,29 @@
 namespace BSE
 {
 
+namespace
+{
+
+// Bounds the array of block pointers, whatever position is asked for.
+constexpr int g_nMaxBlocks = 1 << 27;
+
+constexpr unsigned char g_zeros[g_nDefaultBlockSize] = {};
+
+}  // namespace
+
 // The first block may be larger than the others, so that a copied block stays in one piece. Capacity runs
-// ahead of the size; bytes behind the size are not defined.
+// ahead of the size; bytes behind the size are not defined. A block that is null or missing below the size
+// reads as zeros: what stands in a file must not depend on what was in memory before.
 struct CMemoryStream::TBlocks
 {
-  explicit TBlocks(std::int64_t nFirst, int nBlock)
+  struct TPlace
+  {
+    int m_nBlock;
+    std::int64_t m_nOffset;
+    std::int64_t m_nRoom;  // bytes to the end of the block
+  };
+
+  TBlocks(std::int64_t nFirst, int nBlock)
       : m_nFirstSize(nFirst), m_nBlockSize(nBlock > 0 ? nBlock : g_nDefaultBlockSize)
   {
     if (m_nFirstSize <= 0)
@@ -24,57 +43,75 @@ struct CMemoryStream::TBlocks
   TBlocks(const TBlocks&) = delete;
   TBlocks& operator=(const TBlocks&) = delete;
 
-  std::int64_t GetCapacity(std::int64_t nBlocks) const
+  std::int64_t GetBlockStart(int nBlock) const
   {
-    return nBlocks == 0 ? 0 : m_nFirstSize + (nBlocks - 1) * m_nBlockSize;
+    return nBlock == 0 ? 0 : m_nFirstSize + (nBlock - 1) * std::int64_t{m_nBlockSize};
+  }
+  std::int64_t GetBlockLength(int nBlock) const { return nBlock == 0 ? m_nFirstSize : m_nBlockSize; }
+
+  bool IsInRange(std::int64_t nPos) const
+  {
+    return nPos < m_nFirstSize || (nPos - m_nFirstSize) / m_nBlockSize < g_nMaxBlocks;
   }
 
-  // The bytes from a position within the capacity to the end of their block.
-  std::span<unsigned char> GetSpan(std::int64_t nPos) const
+  // For a position in range.
+  TPlace Locate(std::int64_t nPos) const
   {
     if (nPos < m_nFirstSize)
-      return {m_pBlocks[0] + nPos, static_cast<std::size_t>(m_nFirstSize - nPos)};
+      return {0, nPos, m_nFirstSize - nPos};
     const std::int64_t nRest = nPos - m_nFirstSize;
     const std::int64_t nOffset = nRest % m_nBlockSize;
-    return {m_pBlocks[static_cast<int>(1 + nRest / m_nBlockSize)] + nOffset,
-            static_cast<std::size_t>(m_nBlockSize - nOffset)};
+    return {static_cast<int>(1 + nRest / m_nBlockSize), nOffset, m_nBlockSize - nOffset};
   }
 
-  // Allocates up to a capacity; what could be allocated stays on failure.
-  bool Provide(std::int64_t nCapacity)
+  // Allocates what is missing between two positions; what could be allocated stays on failure.
+  bool Provide(std::int64_t nBegin, std::int64_t nEnd)
   {
-    while (GetCapacity(m_pBlocks.GetSize()) < nCapacity)
+    if (nBegin >= nEnd)
+      return true;
+    if (!IsInRange(nEnd))
+      return false;
+    const int nLast = Locate(nEnd - 1).m_nBlock;
+    for (int nBlock = Locate(nBegin).m_nBlock; nBlock <= nLast; ++nBlock)
     {
-      const std::int64_t nSize = m_pBlocks.IsEmpty() ? m_nFirstSize : m_nBlockSize;
-      auto* pBlock = static_cast<unsigned char*>(std::malloc(static_cast<std::size_t>(nSize)));
+      if (nBlock >= m_pBlocks.GetSize())
+        m_pBlocks.SetSize(nBlock + 1);
+      if (m_pBlocks[nBlock])
+        continue;
+      const auto nLength = static_cast<std::size_t>(GetBlockLength(nBlock));
+      void* pBlock = GetBlockStart(nBlock) < m_nSize ? std::calloc(nLength, 1) : std::malloc(nLength);
       if (!pBlock)
         return false;
-      m_pBlocks.Add(pBlock);
+      m_pBlocks.SetAt(nBlock, static_cast<unsigned char*>(pBlock));
     }
     return true;
   }
 
-  // Frees the blocks that no byte below the capacity needs.
-  void Cut(std::int64_t nCapacity)
+  // Frees the blocks that no byte below the length needs.
+  void Cut(std::int64_t nLength)
   {
     int nBlocks = m_pBlocks.GetSize();
-    for (; nBlocks > 0 && GetCapacity(nBlocks - 1) >= nCapacity; --nBlocks)
+    for (; nBlocks > 0 && GetBlockStart(nBlocks - 1) >= nLength; --nBlocks)
       std::free(m_pBlocks[nBlocks - 1]);
     m_pBlocks.SetSize(nBlocks);
   }
 
-  bool Extend(std::int64_t nSize)
+  // Raises the size to a length, without any allocation.
+  bool Extend(std::int64_t nLength)
   {
-    if (!Provide(nSize))
+    if (!IsInRange(nLength))
       return false;
-    // A gap is cleared after all: what stands in a file must not depend on what was in memory before.
-    while (m_nSize < nSize)
+    while (m_nSize < nLength)
     {
-      const std::span<unsigned char> gap = GetSpan(m_nSize);
-      const std::int64_t n = std::min(nSize - m_nSize, static_cast<std::int64_t>(gap.size()));
-      std::memset(gap.data(), 0, static_cast<std::size_t>(n));
+      const TPlace place = Locate(m_nSize);
+      if (place.m_nBlock >= m_pBlocks.GetSize())
+        break;
+      const std::int64_t n = std::min(nLength - m_nSize, place.m_nRoom);
+      if (unsigned char* pBlock = m_pBlocks[place.m_nBlock])
+        std::memset(pBlock + place.m_nOffset, 0, static_cast<std::size_t>(n));
       m_nSize += n;
     }
+    m_nSize = std::max(m_nSize, nLength);
     return true;
   }
 
@@ -88,14 +125,17 @@ struct CMemoryStream::TBlocks
 CMemoryStream::CMemoryStream(std::int64_t nInitialSize, int nBlockSize)
     : m_pBlocks(new TBlocks(0, nBlockSize))
 {
-  m_pBlocks->Provide(nInitialSize);
+  m_pBlocks->Provide(0, nInitialSize);
 }
 
 CMemoryStream::CMemoryStream(const void* pData, std::int64_t nLength)
     : m_pBlocks(new TBlocks(pData ? nLength : 0, g_nDefaultBlockSize))
 {
-  if (pData && nLength > 0)
-    CMemoryStream::Write(static_cast<const unsigned char*>(pData), nLength);
+  if (pData && nLength > 0 && CMemoryStream::Write(static_cast<const unsigned char*>(pData), nLength) == 0)
+  {
+    delete m_pBlocks;
+    ThrowOutOfMemory();
+  }
   m_nPos = 0;
 }
 
@@ -160,9 +200,11 @@ std::span<const unsigned char> CMemoryStream::GetBlockAt(std::int64_t nPos) cons
 {
   if (nPos < 0 || nPos >= m_pBlocks->m_nSize)
     return {};
-  const std::span<unsigned char> block = m_pBlocks->GetSpan(nPos);
-  const auto nLeft = static_cast<std::size_t>(m_pBlocks->m_nSize - nPos);
-  return block.first(std::min(block.size(), nLeft));
+  const TBlocks::TPlace place = m_pBlocks->Locate(nPos);
+  const std::int64_t nLength = std::min(place.m_nRoom, m_pBlocks->m_nSize - nPos);
+  if (const unsigned char* pBlock = m_pBlocks->m_pBlocks[place.m_nBlock])
+    return {pBlock + place.m_nOffset, static_cast<std::size_t>(nLength)};
+  return std::span(g_zeros).first(static_cast<std::size_t>(std::min<std::int64_t>(nLength, sizeof(g_zeros))));
 }
 
 std::int64_t CMemoryStream::Read(unsigned char* pBuffer, std::int64_t n)
@@ -189,13 +231,14 @@ std::int64_t CMemoryStream::Write(const unsigned char* pBuffer, std::int64_t n)
   if (!pBuffer || n <= 0 || !CheckedAdd(m_nPos, n, nEnd))
     return 0;
   // The position is behind the end if a duplicate has cut the stream.
-  if (!m_pBlocks->Provide(nEnd) || !m_pBlocks->Extend(m_nPos))
+  if (!m_pBlocks->Extend(m_nPos) || !m_pBlocks->Provide(m_nPos, nEnd))
     return 0;
   for (std::int64_t nLeft = n; nLeft > 0;)
   {
-    const std::span<unsigned char> block = m_pBlocks->GetSpan(m_nPos);
-    const std::int64_t nCopy = std::min(nLeft, static_cast<std::int64_t>(block.size()));
-    std::memcpy(block.data(), pBuffer, static_cast<std::size_t>(nCopy));
+    const TBlocks::TPlace place = m_pBlocks->Locate(m_nPos);
+    const std::int64_t nCopy = std::min(nLeft, place.m_nRoom);
+    std::memcpy(m_pBlocks->m_pBlocks[place.m_nBlock] + place.m_nOffset, pBuffer,
+                static_cast<std::size_t>(nCopy));
     pBuffer += nCopy;
     nLeft -= nCopy;
     m_nPos += nCopy;
@@ -207,7 +250,7 @@ std::int64_t CMemoryStream::Write(const unsigned char* pBuffer, std::int64_t n)
 IStreamBase<unsigned char>* CMemoryStream::Dup()
 {
   auto* pDup = new CDupMemoryStream(m_pBlocks);
-  pDup->Seek(m_nPos);
+  pDup->m_nPos = m_nPos;
   return pDup;
 }
 

@@ -56,8 +56,7 @@ bool IStreamBase<T>::CopyFrom(IStreamBase* pSource, std::int64_t n, bool bPad)
   std::int64_t nLeft = bAll ? std::numeric_limits<std::int64_t>::max() : n;
   while (nLeft > 0)
   {
-    const std::int64_t nRead =
-        pSource->ReadEx(scratch.GetData(), std::min<std::int64_t>(nLeft, nBlock));
+    const std::int64_t nRead = pSource->ReadEx(scratch.GetData(), std::min<std::int64_t>(nLeft, nBlock));
     if (nRead < 0)
       return false;
     if (nRead == 0)

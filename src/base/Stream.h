@@ -56,8 +56,9 @@ public:
   // A second stream on the same data with a position of its own, as a new object with the count 0, or null.
   virtual IStreamBase* Dup() { return nullptr; }
 
-  // Moves up to n units from the source, all that it has for a negative n. At the source's end the rest is written as zeros with bPad, else the
-  // copy ends with success. False for a null or invalid source and on a failure of either side.
+  // Moves up to n units from the source, all that it has for a negative n. At the source's end the rest is
+  // written as zeros with bPad, else the copy ends with success. False for a null or invalid source and on a
+  // failure of either side.
   virtual bool CopyFrom(IStreamBase* pSource, std::int64_t n, bool bPad);
 
   // Same contents from here to the end; a null other equals an invalid stream.
