@@ -23,7 +23,7 @@ public:
 };
 
 // Colour models of an output intent's profile.
-enum TColorModel
+enum TColorModel : int
 {
   eModelGray = 0,
   eModelRgb = 2,
