@@ -67,7 +67,7 @@ std::span<const char> FindPrefix(std::span<const char> packet)
 {
   const auto schema = ToSpan(g_szSchema);
   const std::size_t nBehind = FindBehind(packet, schema, 0);
-  if (nBehind == packet.size())
+  if (nBehind == packet.size() || nBehind == schema.size())
     return {};
   auto before = Trim(packet.first(nBehind - schema.size() - 1));
   if (before.empty() || before.back() != '=')

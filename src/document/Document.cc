@@ -47,7 +47,7 @@ bool CDocument::Create(BSE::IByteStream* pStream, const CString& id, bool bDirec
   if (!m_file.Create(pStream, id, bDirectOutput, bObjectStreams))
     return false;
   m_bOpened = true;
-  m_bConformanceKnown = true;
+  m_bCreated = true;
   return true;
 }
 
@@ -60,7 +60,6 @@ void CDocument::CreateTree()
   m_file.SetRoot(catalog.Get());
   m_tree.Create(&m_file, &m_file);
   dictionary.AddEntry("Pages", m_tree.GetRoot());
-  m_bWritten = true;
   ForEachListener([this](CDocumentEventListener& listener) { listener.OnDocumentOpened(*this); });
 }
 
@@ -82,19 +81,11 @@ bool CDocument::Close()
   }
   m_tree.Reset();
   bDone = m_file.Close() && bDone;
-  Forget();
-  return bDone;
-}
-
-// What was set for the next document to be created stays.
-void CDocument::Forget()
-{
-  if (!m_bWritten)
-    m_conformance = CConformance();
   m_bOpened = false;
-  m_bWritten = false;
-  m_bConformanceKnown = false;
+  m_bCreated = false;
+  m_bClaimKnown = false;
   m_bIntentKnown = false;
+  return bDone;
 }
 
 int CDocument::GetPageCount()
@@ -104,14 +95,13 @@ int CDocument::GetPageCount()
 
 void CDocument::OnXRefChanged(CFile&)
 {
-  m_bConformanceKnown = m_bWritten;
+  m_bClaimKnown = false;
   m_bIntentKnown = false;
 }
 
 void CDocument::SetConformance(CConformance conformance)
 {
   m_conformance = conformance;
-  m_bConformanceKnown = true;
   if (!conformance.IsNone())
     SetVersion(conformance.GetMajor(), conformance.GetMinor());
   if (m_bOpened)
@@ -128,15 +118,15 @@ void CDocument::SetVersion(int nMajor, int nMinor)
 
 CConformance CDocument::GetConformance()
 {
-  if (m_bConformanceKnown)
+  if (m_bCreated || !m_bOpened)
     return m_conformance;
-  if (!m_bOpened)
-    return {};
-  m_conformance = ReadConformanceClaim(GetCatalog()["Metadata"]);
-  if (m_conformance.IsNone())
-    m_conformance = m_file.GetConformance();
-  m_bConformanceKnown = true;
-  return m_conformance;
+  if (m_bClaimKnown)
+    return m_claim;
+  m_claim = ReadConformanceClaim(GetCatalog()["Metadata"]);
+  if (m_claim.IsNone())
+    m_claim = m_file.GetConformance();
+  m_bClaimKnown = true;
+  return m_claim;
 }
 
 bool CDocument::GetInfoEntry(const char16_t* szKey, BSE::CStr16& value)
