@@ -180,6 +180,10 @@ private:
 
   // Brings to the output what is buffered for it. Before anything is read back.
   void SyncOutput();
+
+  // Puts the parser on the input.
+  void CreateParser();
+  bool Fail();
   bool UsesObjectStreams() const;
   bool WriteHeader();
   bool PrepareToWrite();
@@ -196,6 +200,13 @@ private:
   bool DeliverToTarget();
   void ReleaseAll();
   void NotifyXRefChanged();
+  void DropTrailer();
+  bool CheckRoot();
+  void ReadCatalogueVersion();
+
+  // Entries for what object streams hold and no plain object has; for streams that a scan has found.
+  void EnterRecoveredHolders(const BSE::CBasicArray<int>& holders);
+  void UnloadAll();
 
   // Reading
   TXRefForm m_nXRefForm = eXRefUnknown;
@@ -205,6 +216,7 @@ private:
   CXRefTable m_scanned{this};
   BSE::CBasicArray<int> m_objStmCache;            // object streams that stay decoded, the most recent first
   BSE::CPtrArray<CObjectStream> m_objectStreams;  // by object number
+  BSE::CBasicArray<int> m_recoveredHolders;       // wait for the password
   BSE::CBasicArray<std::int64_t> m_revisions;
   CObjectPtr m_trailer;
   CObjectPtr m_root;

@@ -84,17 +84,18 @@ private:
     CObject* m_pContainer;
     int m_nPos;
     bool m_bArray;
+    bool m_bFirst;
   };
 
   void WriteScalar(CObject& value);
   void WriteHex(std::span<const unsigned char> data);
   void WriteLiteral(std::span<const unsigned char> data);
+  void WriteOrOpen(CObject* pValue);
+  bool NextElement(TFrame& frame, CObject*& pNext);
+  bool NextEntry(TFrame& frame, CObject*& pNext);
   void BeginDictionary();
   void WriteKey(const char* szKey, bool bFirst);
   void WritePlaceholder(CObject& value);
-  void OpenContainer(CObject& container);
-  void WriteNested();
-  bool FillRoom(std::int64_t nPosition, std::span<const char> text);
 
   BSE::CObjectPtr<BSE::CBufferedOutputStream> m_pOutput;
   CSecurityHandler* m_pSecurity = nullptr;

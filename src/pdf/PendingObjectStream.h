@@ -17,6 +17,9 @@ class CPendingObjectStream
 public:
   // Takes the file's next free number for the stream. Borrows the file.
   explicit CPendingObjectStream(CFile& file);
+  CPendingObjectStream(const CPendingObjectStream&) = delete;
+  CPendingObjectStream& operator=(const CPendingObjectStream&) = delete;
+  ~CPendingObjectStream();
 
   int GetObjNumber() const { return m_holder.GetObjNumber(); }
 

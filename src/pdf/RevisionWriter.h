@@ -1,7 +1,8 @@
 #pragma once
 
 #include "base/BasicArray.h"
-#include "pdf/Object.h"
+#include "base/MemoryStream.h"
+#include "pdf/XRefTable.h"
 
 namespace PDF
 {
@@ -17,6 +18,9 @@ public:
   // Borrows both. nPrevious is the position of the section before, or -1 for a section of all objects;
   // nRevisionStart the position from which on everything belongs to the revision.
   CRevisionWriter(CFile& file, CGenerator& generator, std::int64_t nPrevious, std::int64_t nRevisionStart);
+
+  // True if an entry that belongs to the section can stand only in a stream.
+  bool NeedsStream() const;
 
   // The section, the trailer and the end of the file. False for a write failure, or for a table when a
   // position has more than ten digits.
@@ -34,14 +38,24 @@ private:
     int m_nCount;
   };
 
-  CObjectPtr CreateTrailer();
+  // One entry as it is written: a position, the number of an object stream, or the next free number.
+  struct TField
+  {
+    TXRefType m_nType;
+    std::int64_t m_nValue;
+    int m_nGeneration;
+  };
+
+  void AddTrailer(CObject& dictionary);
   void CollectRuns();
   bool IsIncluded(int nObjNumber) const;
+
+  // To be asked in ascending order: free numbers form a list.
+  TField GetEntry(int nObjNumber);
   void WriteTableRun(const TRun& run);
   void WriteEnd();
-  int GetNextFree();
   int GetOffsetWidth() const;
-  BSE::CObjectPtr<BSE::IByteStream> EncodeEntries(int nWidth, bool bPredict);
+  BSE::CObjectPtr<BSE::CMemoryStream> EncodeEntries(int nWidth, bool bPredict);
   CObjectPtr CreateStreamDictionary(int nWidth, bool bPredict);
 
   CFile& m_file;

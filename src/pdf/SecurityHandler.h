@@ -37,4 +37,8 @@ public:
   virtual std::int64_t GetEncryptedLength(std::int64_t nLength) = 0;
 };
 
+// The handler for a file's Encrypt dictionary; null, reported to the file, for a filter or an algorithm that
+// is not supported.
+BSE::CObjectPtr<CSecurityHandler> CreateSecurityHandler(CFile& file, const CObjectPtr& encrypt);
+
 }  // namespace PDF
