@@ -193,9 +193,8 @@ bool COptimizer::WritesJPEG2000() const
   const unsigned nFlags = m_options.m_nContinuousCompressions;
   if ((nFlags & eCompressionFlagJPEG2000) != 0)
     return true;
-  return (nFlags & eCompressionFlagMRC) != 0 &&
-         (m_options.m_nMrcLayerCompression == eCompressionJPEG2000 ||
-          m_options.m_nMrcPictCompression == eCompressionJPEG2000);
+  return (nFlags & eCompressionFlagMRC) != 0 && (m_options.m_nMrcLayerCompression == eCompressionJPEG2000 ||
+                                                 m_options.m_nMrcPictCompression == eCompressionJPEG2000);
 }
 
 CObjectPtr COptimizer::VisitIndirect(const CObjectPtr& object)

@@ -15,9 +15,11 @@ namespace PDF
 //   analysis      once for an open document, whatever is set later: all that the other steps have to know of
 //                 pages, images and fonts before the first object is copied
 //   fonts         rewritten from what the analysis has seen of them
-//   conformance   the claim that the result can keep; after the fonts, which may cost it, and before the copy,
+//   conformance   the claim that the result can keep; after the fonts, which may cost it, and before the
+//   copy,
 //                 which writes it
-//   copy          metadata, pages, catalogue. Duplicates are redirected and images replaced where an object is
+//   copy          metadata, pages, catalogue. Duplicates are redirected and images replaced where an object
+//   is
 //                 reached through a reference; page content is rewritten with its page
 //
 // A pass is a class of its own that one of these steps calls. The first step that fails ends the save, and
