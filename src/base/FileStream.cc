@@ -93,9 +93,9 @@ ssize_t Transfer(int fd, short nEvents, F fnAccess)
 }  // namespace
 
 CFileStream::CFileStream(const char* szPath, TFileMode nMode, IErrorContext* pErrorContext)
-    : m_path(szPath), m_nMode(nMode), m_pErrorContext(pErrorContext)
+    : m_file(szPath), m_nMode(nMode), m_pErrorContext(pErrorContext)
 {
-  if (m_path.IsEmpty())
+  if (m_file.IsEmpty())
   {
     m_fd = GetStandardDescriptor(nMode);
     if (m_fd < 0)
@@ -120,7 +120,7 @@ CFileStream::CFileStream(const char* szPath, TFileMode nMode, IErrorContext* pEr
 }
 
 CFileStream::CFileStream(const CFileStream& first, std::int64_t nPos)
-    : m_path(first.m_path),
+    : m_file(first.m_file),
       m_fd(first.m_fd >= 0 ? first.m_fd : first.m_fdLeft),
       m_nMode(first.m_nMode),
       m_bSeekable(first.m_bSeekable),
@@ -139,7 +139,7 @@ int CFileStream::OpenPath() const
 {
   int fd = -1;
   do
-    fd = open(m_path.GetText(), GetOpenFlags(m_nMode) | O_CLOEXEC, g_nPermissions);
+    fd = open(m_file.GetPath(), GetOpenFlags(m_nMode) | O_CLOEXEC, g_nPermissions);
   while (fd < 0 && errno == EINTR);
   return fd;
 }
@@ -169,8 +169,8 @@ void CFileStream::CheckDescriptor()
 
 const char* CFileStream::GetDisplayName() const
 {
-  if (!m_path.IsEmpty())
-    return m_path.GetText();
+  if (!m_file.IsEmpty())
+    return m_file.GetPath();
   switch (GetStandardDescriptor(m_nMode))
   {
   case STDIN_FILENO:

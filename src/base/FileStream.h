@@ -1,7 +1,7 @@
 #pragma once
 
-#include "base/BasicString.h"
 #include "base/ErrorContext.h"
+#include "base/File.h"
 #include "base/ObjectPtr.h"
 #include "base/Stream.h"
 
@@ -47,7 +47,7 @@ public:
   std::int64_t ReadEx(unsigned char* pBuffer, std::int64_t n) override;
   std::int64_t Write(const unsigned char* pBuffer, std::int64_t n) override;
   bool IsFile() const override { return true; }
-  const char* GetFileName() const override { return m_path.GetText(); }
+  const char* GetFileName() const override { return m_file.GetPath(); }
 
   // Shares the descriptor; from the first duplicate on, each keeps a position of its own. Starts at the same
   // position. Null for a stream that is not seekable.
@@ -66,7 +66,7 @@ protected:
   void AddDup();
   void DropDup();
 
-  CStr8 m_path;
+  CFile m_file;
   int m_fd = -1;
   TFileMode m_nMode;
   bool m_bSeekable = false;
