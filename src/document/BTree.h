@@ -59,9 +59,6 @@ public:
   // Makes an existing object a page: what NewPage sets.
   void InitPage(CObject& page);
 
-  // The node that the next page added will be in: its "Parent" may be written before it is added.
-  CObjectPtr PrepareParent();
-
   // Appends a page and sets its "Parent"; returns the number of pages then, 0 on failure.
   int AddPage(CObject* pPage);
 
@@ -72,44 +69,60 @@ public:
   bool DeletePage(int nIndex);
 
 private:
-  // A node on the way from the root to the place of the walk.
+  // A node on the way from the root to the place of the walk. References are held by m_walkObjects.
   struct TStep
   {
-    CObject* m_pNode;  // a reference is held by m_walkNodes
-    int m_nKid;        // next kid
+    CObject* m_pNode;
+    CObject* m_pKids;
+    int m_nNextKid;
     int m_nKids;
     int m_nFirstPage;  // index of the node's first page
   };
 
-  bool Load();
-  bool Walk(CObjectPtr& found);
-  void WalkKid(CObject* pNode, const CObjectPtr& kid);
-  bool EnterNode(const CObjectPtr& node);
+  static bool IsNode(const CObjectPtr& kid);
+
+  // The number of pages that a node claims, -1 where it claims none.
+  static int GetClaimedCount(const CObjectPtr& node);
+
+  // The kids of a node, for a change: both will be written.
+  static CObjectPtr EditKids(const CObjectPtr& node);
+
+  // Reading
+  void Load();
+  CObjectPtr Walk(int nSearch);
+  CObjectPtr Search(int nPage);
+  CObjectPtr WalkKid(const CObjectPtr& node, const CObjectPtr& kid);
+  void EnterNode(const CObjectPtr& node);
   void LeaveNode();
-  bool IsSkipped(const CObjectPtr& node);
-  bool CheckNode(const CObjectPtr& node);
-  void CheckParent(CObject* pNode, const CObjectPtr& kid);
+  bool IsOutside(const CObjectPtr& node) const;
+  void CheckParent(const CObjectPtr& node, const CObjectPtr& kid);
   void AddFoundPage(const CObjectPtr& page);
   void LoadStrayPages();
   CObjectPtr PageAt(int nIndex) const;
   void HoldAncestors(const CObjectPtr& page);
   void Report(const CObjectPtr& object, unsigned nCode);
 
+  // Writing
   CObjectPtr NewNode();
-  bool FlushNode(int nLevel);
-  bool OpenNode(int nLevel);
+  void OpenLevel(int nLevel);
+  void AddLevel();
+  bool FlushLevel(int nLevel);
+  void WriteCounts();
   void OpenForAppending();
-  bool IsFull(int nLevel) const;
+
+  // Changing
+  void BeginChange();
   CObjectPtr FindNode(int nIndex, int& nKid);
-  bool InsertKid(CObjectPtr node, int nKid, CObjectPtr kid, int nPages);
+  void AdjustCounts(const CObjectPtr& node, int nPages);
+  void SplitFullNodes(CObjectPtr node);
   CObjectPtr SplitNode(const CObjectPtr& node);
-  void AdjustCounts(CObjectPtr node, int nPages);
-  void ForgetPages();
+  void RemoveEmptyNodes(CObjectPtr node);
+  CObjectPtr GetParentNode(const CObjectPtr& node) const;
 
   CFile* m_pFile = nullptr;
   BSE::IErrorContext* m_pErrorContext = nullptr;
-  int m_nOldRoot = 0;  // a former root, whose number kids must not name as parent
-  int m_nSearch = 0;   // page number searched, 1-based; 0 walks all
+  int m_nOldRoot = 0;  // a former root
+  int m_nSearch = 0;   // number of the page searched, 1-based; 0 walks all
   CObjectPtr m_pRoot;
   CObjectPtr m_pNode;  // takes the next page
   int m_nPages = 0;
@@ -117,16 +130,19 @@ private:
 
   // Reading
   BSE::CBasicArray<TStep> m_walk;
-  BSE::CObjectArray<CObject> m_walkNodes;
-  BSE::CBasicArray<int> m_pageNumbers;  // object numbers; -1 - n for the direct page n
+  BSE::CObjectArray<CObject> m_walkObjects;  // node and kids of each step
+  BSE::CBasicArray<int> m_pageNumbers;       // object numbers; -1 - n for the direct page n
   BSE::CObjectArray<CObject> m_directPages;
   BSE::CObjectArray<CObject> m_heldNodes;  // ancestors of the page asked for last
   CNumberSet m_treeObjects;
-  bool m_bLoaded = false;
+  int m_nWalked = 0;       // pages met by the walk
+  bool m_bLoaded = false;  // m_pageNumbers and m_treeObjects stand
 
-  // Writing: open nodes from the pages upwards, and their page counts.
+  // Writing: the open nodes from the pages upwards, and their page counts.
   BSE::CObjectArray<CObject> m_levels;
   BSE::CBasicArray<int> m_levelPages;
+  bool m_bCounted = false;  // m_nPages is kept by the changes made here
+  bool m_bFailed = false;
 };
 
 }  // namespace PDF

@@ -7,6 +7,7 @@
 namespace PDF
 {
 
+class CBTree;
 class CObjectTraverser;
 
 // What every copier shares: the two files, and how one object is carried from the one to the other. The map
@@ -28,6 +29,9 @@ public:
     m_pSource = pSource;
     m_pTarget = pTarget;
   }
+
+  // The page tree whose objects are known to be pages and nodes; null leaves that to their "Type".
+  void SetSourceTree(const CBTree* pTree) { m_pSourceTree = pTree; }
 
   // The same files, group and pages as another copier.
   void ShareWith(const CCopyBase& other);
@@ -59,22 +63,31 @@ public:
   // meanwhile, and flushed at the end if flushing was on at the beginning. The source is unloaded.
   void FillCopy(CObjectTraverser& visitor, const CObjectPtr& source, const CObjectPtr& target);
 
-  // Drops what is left in memory of the objects copied since the last call: the numbers' objects that nobody
-  // else holds.
+  // Writes a target that is complete, if flushing is on, and unloads its source.
+  void FinishCopy(const CObjectPtr& source, const CObjectPtr& target);
+
+  // Drops the objects of both files that were copied since the last call and that nobody else holds; they are
+  // made again when wanted. Their user data goes with them.
   void ReleaseCopied();
 
 protected:
   CCopyBase() = default;
   ~CCopyBase() = default;
 
+  // A new container with what the visitor returns for each entry or element. Null entries are left out, null
+  // elements stay.
+  static CObjectPtr CopyEntries(CObjectTraverser& visitor, const CObjectPtr& dictionary);
+  static CObjectPtr CopyElements(CObjectTraverser& visitor, const CObjectPtr& array);
+
   CFile* m_pSource = nullptr;
   CFile* m_pTarget = nullptr;
-  const class CBTree* m_pSourceTree = nullptr;
+  const CBTree* m_pSourceTree = nullptr;
   int m_nGroup = 0;
   bool m_bFlush = true;
 
 private:
-  CObjectPtr PrepareValue(const CObjectPtr& source, const CObjectPtr& value);
+  // Objects after which memory is tidied up.
+  static constexpr int g_nReleaseLimit = 4096;
 
   BSE::CBasicArray<int> m_copied;  // source number, target number
 };

@@ -23,7 +23,7 @@ public:
 };
 
 // Colour models of an output intent's profile.
-enum TColorModel
+enum TColorModel : int
 {
   eModelGray = 0,
   eModelRgb = 2,
@@ -103,18 +103,17 @@ public:
   void OnXRefChanged(CFile&) override;
 
 private:
-  void Forget();
-
   BSE::IErrorContext* m_pErrorContext;
   CFile m_file;
   CBTree m_tree;
-  CConformance m_conformance;
+  CConformance m_claim;        // of the opened document
+  CConformance m_conformance;  // of the document to be created
   int m_nMajor = 1;
   int m_nMinor = 4;
   TColorModel m_nIntentModel = eModelNone;
   bool m_bOpened = false;
-  bool m_bWritten = false;  // created here, with a tree that must be closed
-  bool m_bConformanceKnown = false;
+  bool m_bCreated = false;
+  bool m_bClaimKnown = false;
   bool m_bIntentKnown = false;
 };
 

@@ -19,8 +19,9 @@ public:
   CObjectPtr VisitIndirect(const CObjectPtr& object) override;
 
 private:
-  bool IsBead(const CObjectPtr& object) const;
-  void CopyBead(const CObjectPtr& source, const CObjectPtr& target, const CObjectPtr& previous);
+  // The bead's dictionary without its links to other beads.
+  void CopyBead(const CObjectPtr& source, const CObjectPtr& target);
+  void CopyRound(const CObjectPtr& first, const CObjectPtr& firstTarget);
 
   CObjectTraverser* m_pOwner;
 };

@@ -2,16 +2,18 @@
 
 #include "base/BasicArray.h"
 #include "base/Limits.h"
+#include "document/NumberSet.h"
 #include "pdf/Object.h"
 
 namespace PDF
 {
 
 // Visitor of object graphs. Every operation returns what stands for the object afterwards, which for a plain
-// walk is the object itself. A walk over references ends at a locked object, which is being visited already.
+// walk is the object itself. One outermost visit meets every object once; cycles end there and at objects
+// that are locked.
 //
 // Depth: containers inside one another are visited by recursion, which the parser's nesting limit bounds.
-// References are followed by recursion only while IsDeep is false; derived classes put the rest off.
+// References are followed by recursion only while IsDeep is false; the rest is put off.
 class CObjectTraverser
 {
 public:
@@ -49,6 +51,22 @@ protected:
   // The nesting that the parser allows, and room for overrides that wrap values.
   static constexpr int g_nMaxContainerDepth = BSE::g_nMaxNesting + g_nMaxVisitDepth + 100;
 
+  // Counts a level for its life.
+  class CLevel
+  {
+  public:
+    explicit CLevel(CObjectTraverser& traverser) : m_nDepth(traverser.m_nDepth) { ++m_nDepth; }
+    CLevel(const CLevel&) = delete;
+    CLevel& operator=(const CLevel&) = delete;
+    ~CLevel() { --m_nDepth; }
+
+  private:
+    int& m_nDepth;
+  };
+
+  // By the kind alone.
+  CObjectPtr Dispatch(const CObjectPtr& object);
+
   // True where references are not followed by recursion any more.
   bool IsDeep() const { return m_nDepth > g_nMaxVisitDepth; }
 
@@ -56,8 +74,10 @@ protected:
 
 private:
   void VisitParts(const CObjectPtr& object);
+  void WorkOff();
 
   BSE::CObjectArray<CObject> m_postponed;
+  CNumberSet m_visited;
   bool m_bWorkingOff = false;
 };
 

@@ -19,7 +19,9 @@ public:
 
 private:
   bool IsKidKept(const CObjectPtr& kid, const CObjectPtr& page) const;
+  bool IsPagePresent(const CObjectPtr& page) const { return page.IsNull() || IsPageCopied(page); }
   CObjectPtr CopyKids(const CObjectPtr& kids, const CObjectPtr& page);
+  bool BelongsToOwner(const CObjectPtr& object) const;
 
   CObjectTraverser* m_pOwner;
 };

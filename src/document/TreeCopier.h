@@ -28,19 +28,17 @@ protected:
   virtual CObjectPtr CopyNodeEntry(const char* szKey, const CObjectPtr& value);
 
 private:
-  // A node whose children are being copied.
-  struct TLevel
-  {
-    CObject* m_pSource;  // the node; references are held by m_sources and m_targets
-    CObject* m_pTarget;
-    CObject* m_pFirst;  // its copied children, held by m_firsts and m_lasts
-    CObject* m_pLast;
-    int m_nVisible;   // kept descendants that are shown when the node is open
-    bool m_bChanged;  // a descendant was left out
-  };
+  struct TLevel;
+
+  void CopyNode(const CObjectPtr& source, const CObjectPtr& target);
+  void CopyChildren(const CObjectPtr& root, const CObjectPtr& rootTarget);
+  void CopyChild(BSE::CScopedPtr<TLevel>& pLevel);
+  void EndLevel(BSE::CScopedPtr<TLevel>& pLevel);
+  CObjectPtr GetNodeCopy(const CObjectPtr& source);
 
   CObjectTraverser* m_pOwner;
   CNumberSet m_visited;
+  bool m_bWalking = false;
 };
 
 }  // namespace PDF
