@@ -19,8 +19,7 @@ int BrevexOpenW(TBrevexHandle* pHandle, const TBrevexChar* szFileName, const TBr
               [&](API::COptimizerHandle& handle) -> int
               {
                 const API::CLocaleArgument fileName(szFileName);
-                // A name that is lost is refused as a missing one: an empty name is the standard input.
-                return handle.OpenFile(fileName.IsLost() ? nullptr : fileName.Get(), CTextString(szPassword));
+                return handle.OpenFile(fileName.Get(), CTextString(szPassword));
               });
 }
 

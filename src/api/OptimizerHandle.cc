@@ -51,14 +51,20 @@ bool COptimizerHandle::Conclude(bool bResult)
   return bResult;
 }
 
+// An empty name would be the process's standard input or output.
+bool COptimizerHandle::CheckFileName(const char* szFileName)
+{
+  if (szFileName != nullptr && *szFileName != 0)
+    return true;
+  Fail(ENOENT);
+  return false;
+}
+
 bool COptimizerHandle::OpenFile(const char* szFileName, const PDF::CString& password)
 {
   CloseDocument();
-  if (szFileName == nullptr)
-  {
-    Fail(EINVAL);
+  if (!CheckFileName(szFileName))
     return false;
-  }
   const BSE::CObjectPtr<BSE::IByteStream> pStream(new BSE::CFileStream(szFileName, BSE::eFileRead, this));
   return pStream->IsValid() ? OpenWith(pStream.Get(), password) : Conclude(false);
 }
@@ -93,11 +99,8 @@ bool COptimizerHandle::SaveFile(const char* szFileName, const PDF::TEncryption& 
 {
   Clear();
   m_pOutputStream.Reset();
-  if (szFileName == nullptr)
-  {
-    Fail(EINVAL);
+  if (!CheckFileName(szFileName))
     return false;
-  }
   const BSE::CObjectPtr<BSE::IByteStream> pStream(new BSE::CFileStream(szFileName, BSE::eFileWrite, this));
   return pStream->IsValid() ? SaveWith(pStream.Get(), encryption) : Conclude(false);
 }

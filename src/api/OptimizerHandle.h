@@ -19,7 +19,8 @@ public:
   COptimizerHandle();
   ~COptimizerHandle() override;
 
-  // Close what is open first, whether the new document can be opened or not.
+  // Close what is open first, whether the new document can be opened or not. A null or empty file name is no
+  // file, here and below.
   bool OpenFile(const char* szFileName, const PDF::CString& password);
   bool OpenMemory(const void* pBytes, std::uint64_t nLength, const PDF::CString& password);
   bool OpenStream(const TBrevexStreamDescriptor* pDescriptor, const PDF::CString& password);
@@ -57,6 +58,7 @@ public:
 private:
   bool OpenWith(BSE::IByteStream* pStream, const PDF::CString& password);
   bool SaveWith(BSE::IByteStream* pStream, const PDF::TEncryption& encryption);
+  bool CheckFileName(const char* szFileName);
   bool CloseDocument();
   bool Conclude(bool bResult);
   const char16_t* Render(const char16_t* szText);

@@ -53,8 +53,7 @@ int BrevexSaveAsW(TBrevexHandle* pHandle, const TBrevexChar* szFileName, const T
               {
                 const CEncryptionArguments encryption(szUserPassword, szOwnerPassword, nPermissions);
                 const API::CLocaleArgument fileName(szFileName);
-                // A name that is lost is refused as a missing one: an empty name is the standard output.
-                return handle.SaveFile(fileName.IsLost() ? nullptr : fileName.Get(), encryption.Get());
+                return handle.SaveFile(fileName.Get(), encryption.Get());
               });
 }
 

@@ -35,7 +35,6 @@ CLocaleArgument::CLocaleArgument(const char16_t* szText)
     BSE::ConvertUtf16ToLocale(szText, m_long);
     m_szText = m_long.GetText();
   }
-  m_bLost = *szText != 0 && *m_szText == 0;
 }
 
 CUtf16Argument::CUtf16Argument(const char* szText)

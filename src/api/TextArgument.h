@@ -18,14 +18,10 @@ public:
 
   const char* Get() const { return m_szText; }
 
-  // True if the argument had characters and none of them came through.
-  bool IsLost() const { return m_bLost; }
-
 private:
   static constexpr int g_nShort = 256;
 
   const char* m_szText = nullptr;
-  bool m_bLost = false;
   char m_szShort[g_nShort];
   BSE::CStr8 m_long;
 };

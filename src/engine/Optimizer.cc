@@ -197,15 +197,6 @@ bool COptimizer::WritesJPEG2000() const
                                                  m_options.m_nMrcPictCompression == eCompressionJPEG2000);
 }
 
-CObjectPtr COptimizer::VisitIndirect(const CObjectPtr& object)
-{
-  bool bCreated = false;
-  const CObjectPtr target = GetOrCreateCopy(object, bCreated);
-  if (bCreated)
-    CopyIndirect(object, target);
-  return target;
-}
-
 bool COptimizer::CopyPage(int nPage)
 {
   if (BSE::CTracer::IsOn())

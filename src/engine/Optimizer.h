@@ -12,15 +12,13 @@ namespace PDF
 //
 // A save is one fixed sequence:
 //
-//   analysis      once for an open document, whatever is set later: all that the other steps have to know of
-//                 pages, images and fonts before the first object is copied
-//   fonts         rewritten from what the analysis has seen of them
-//   conformance   the claim that the result can keep; after the fonts, which may cost it, and before the
-//   copy,
-//                 which writes it
-//   copy          metadata, pages, catalogue. Duplicates are redirected and images replaced where an object
-//   is
-//                 reached through a reference; page content is rewritten with its page
+//   1. Analysis, once for an open document, whatever is set later: all that the other steps have to know of
+//      pages, images and fonts before the first object is copied.
+//   2. Fonts, rewritten from what the analysis has seen of them.
+//   3. Conformance: the claim that the result can keep. After the fonts, which may cost it, and before the
+//      copy, which writes it.
+//   4. The copy: metadata, pages, catalogue. Duplicates are redirected and images replaced where an object is
+//      reached through a reference, in VisitIndirect; page content is rewritten in CopyPage.
 //
 // A pass is a class of its own that one of these steps calls. The first step that fails ends the save, and
 // nothing is rolled back. Belongs to one thread.
@@ -55,9 +53,6 @@ public:
 
   // Back to the state before the analysis: nothing known, no claim lost, no conformance for the output.
   void ResetState();
-
-  // A reference: the copy that the object has already, else a new one.
-  CObjectPtr VisitIndirect(const CObjectPtr& object) override;
 
   bool CopyPage(int nPage) override;
 
