@@ -86,7 +86,7 @@ TExitCode ShowFile(const std::string& sFile, const TInfoOptions& options)
   CInput input;
   if (!input.Load(sFile))
   {
-    WriteError(input.GetError());
+    WriteError(sFile + ": " + input.GetError());
     return TExitCode::Input;
   }
   const CHandle handle;

@@ -48,9 +48,9 @@ struct TInputCallbacks
   }
 };
 
-bool CInput::Fail(const std::string& sName)
+bool CInput::Fail()
 {
-  m_sError = "cannot read " + sName + ": " + std::generic_category().message(errno);
+  m_sError = "cannot be read: " + std::generic_category().message(errno);
   return false;
 }
 
@@ -61,7 +61,7 @@ bool CInput::Load(const std::string& sName)
   {
     const bool bRead = ReadBytes(STDIN_FILENO, m_sBytes);
     m_nSize = static_cast<std::int64_t>(m_sBytes.size());
-    return bRead || Fail("standard input");
+    return bRead || Fail();
   }
   m_pFile = std::make_unique<CFileDescriptor>(open(sName.c_str(), O_RDONLY | O_CLOEXEC));
   struct stat status
@@ -69,12 +69,12 @@ bool CInput::Load(const std::string& sName)
   };
   if (!m_pFile->IsOpen() || fstat(m_pFile->Get(), &status) != 0)
   {
-    return Fail(sName);
+    return Fail();
   }
   if (!S_ISREG(status.st_mode))
   {
     errno = S_ISDIR(status.st_mode) ? EISDIR : ESPIPE;
-    return Fail(sName);
+    return Fail();
   }
   m_nSize = status.st_size;
   return true;

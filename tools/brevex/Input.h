@@ -29,7 +29,7 @@ public:
   const std::string& GetError() const { return m_sError; }
 
 private:
-  bool Fail(const std::string& sName);
+  bool Fail();
 
   std::string m_sName;
   std::string m_sBytes;  // of standard input
