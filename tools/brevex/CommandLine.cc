@@ -134,8 +134,7 @@ void AddDocument(CLI::App& app, TOptimizeOptions& options)
          },
          "Set an entry of the document information, such as Title=Report; may be repeated")
       ->type_name("KEY=VALUE")
-      ->expected(1)
-      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+      ->allow_extra_args(false);
   app.add_option("--cms-engine", options.sColorEngine,
                  "Colour management: lcms, none, neugebauer, or a file of primaries")
       ->type_name("NAME");
