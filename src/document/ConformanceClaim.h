@@ -14,8 +14,8 @@ enum TColorModel : int;
 // (ISO 19005-1, 6.7.11); none for any other pair.
 CConformance GetClaimedConformance(std::span<const char> part, std::span<const char> level);
 
-// What a metadata stream claims; none without a packet or a claim. Finds properties written as elements and as
-// attributes, with any prefix that is bound to the schema's namespace.
+// What a metadata stream claims; none without a packet or a claim. Finds properties written as elements and
+// as attributes, with any prefix that is bound to the schema's namespace.
 CConformance ReadConformanceClaim(const CObjectPtr& metadata);
 
 // The colour model that the header of an ICC profile stream tells (ICC.1, 7.2.6).

@@ -12,7 +12,8 @@
 namespace PDF
 {
 
-CDocument::CDocument(BSE::IErrorContext* pErrorContext) : m_pErrorContext(pErrorContext), m_file(pErrorContext)
+CDocument::CDocument(BSE::IErrorContext* pErrorContext)
+    : m_pErrorContext(pErrorContext), m_file(pErrorContext)
 {
   m_file.Attach(this);
 }

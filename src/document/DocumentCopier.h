@@ -32,6 +32,9 @@ public:
   CDocument& GetInput() { return m_input; }
   CDocument& GetOutput() { return m_output; }
 
+  // Name and version that stand as "Producer" where the input names none.
+  void SetProducer(const char16_t* szProducer) { m_producer.Assign(szProducer); }
+
   // Replaces a former value of the key. Entries outlive documents. Both are kept as copies; null is refused.
   bool SetInfoEntry(const char16_t* szKey, const char16_t* szValue);
 
@@ -40,7 +43,13 @@ public:
 
 protected:
   CDocumentCopierBase(BSE::IErrorContext* pErrorContext, CObjectTraverser& visitor, CCopyBase& copier);
-  ~CDocumentCopierBase();
+  virtual ~CDocumentCopierBase();
+
+  // The security handler for a file that is written, null for parameters that do not go together.
+  virtual BSE::CObjectPtr<CSecurityHandler> CreateEncryption(const TEncryption& encryption);
+
+  // Fills in the permissions, key length and filters that the input is encrypted with; false if it is not.
+  virtual bool GetInputEncryption(TEncryption& encryption);
 
   // Closes both documents and opens the input. The output starts with the input's version and conformance.
   bool OpenInput(BSE::IByteStream* pStream, const CString* pPassword);
@@ -56,7 +65,8 @@ protected:
   // Metadata stream and information dictionary, with the set entries in it.
   bool CopyDocumentMetadata();
 
-  // The information dictionary alone, new in the output. Keys of the list, ended by null, are left out.
+  // The information dictionary alone, new in the output. Keys of the list, ended by null, are left out; the
+  // list itself may be null.
   CObjectPtr CopyInfo(const char* const* pszOmitted);
   void ApplyInfoEntries(CObject& info);
 
@@ -66,21 +76,29 @@ protected:
   // Target of a page: the object that references to it have been given, or a new one.
   CObjectPtr CreatePageCopy(const CPage& source);
 
-  // The values that a page may inherit, each through the visitor, written on the copy.
-  void CopyInherited(const CPage& source, const CObjectPtr& target);
+  // A value that a page may inherit, through the visitor, written on the copy if there is one.
+  void CopyInherited(const CPage& source, const CObjectPtr& target, const char* szKey);
 
   // Adds a finished page to the tree and writes it; forgets what was loaded for it.
   bool FinishPage(const CPage& source, const CObjectPtr& target);
 
   bool CopyCatalogEntries();
 
+  // Beads of a page, with the threads that they belong to.
+  CObjectPtr CopyBeads(const CObjectPtr& beads);
+
   // Parts of the catalogue that have copiers of their own; the results belong in the output's catalogue.
   CObjectPtr CopyOutlines(const CObjectPtr& outlines);
   CObjectPtr CopyStructTree(const CObjectPtr& root);
   CObjectPtr CopyThreads(const CObjectPtr& threads);
 
+  // Without a producer and without a date of change, what is written in their place, unless the document is
+  // archival: those must agree with metadata that is carried across as it is.
+  void CompleteInfo(CObject& info);
+
   CDocument m_input;
   CDocument m_output;
+  BSE::CStr16 m_producer;
   BSE::CBasicMap m_infoEntries;  // UTF-16 key with its end, to CStr16
   BSE::IErrorContext* m_pErrorContext;
   bool m_bCopierReady = false;
@@ -92,6 +110,7 @@ protected:
 
 private:
   bool SetUpEncryption(TEncryption& encryption);
+  bool SetUpOutput(BSE::IByteStream* pStream, TEncryption& encryption);
 
   CObjectTraverser& m_visitor;
   CCopyBase& m_copier;
@@ -106,7 +125,7 @@ public:
       : CDocumentCopierBase(pErrorContext, *this, *this)
   {
   }
-  virtual ~CDocumentCopierT() = default;
+  ~CDocumentCopierT() override = default;
 
   // Pages from first to last, 1-based; ends at the first that fails.
   virtual bool CopyPages(int nFirst, int nLast)
