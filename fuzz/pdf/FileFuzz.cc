@@ -1,5 +1,6 @@
 // Opens arbitrary bytes as a file, loads every object and reads some of every stream.
 
+#include "base/BufferedInputStream.h"
 #include "base/ErrorHandler.h"
 #include "pdf/File.h"
 
