@@ -173,7 +173,10 @@ TEST_F(FileWriter, MapsSourceNumbersOnce)
 class CInvertingHandler : public CSecurityHandler
 {
 public:
-  void Write(PDF::CObject& dictionary) override { dictionary.AddEntry("Filter", MakeString("visible").Get()); }
+  void Write(PDF::CObject& dictionary) override
+  {
+    dictionary.AddEntry("Filter", MakeString("visible").Get());
+  }
   bool Authenticate(const CString*) override { return true; }
   bool IsExempt(PDF::CObject& object) override { return object.GetEntry("Type").IsName("Metadata"); }
   CString DecryptString(const CString& value, int, int) override { return value; }
