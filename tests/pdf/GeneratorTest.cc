@@ -209,7 +209,7 @@ TEST(Generator, FillsPlaceholders)
   EXPECT_FALSE(generator.UpdateByteRange(*pRange, 10, 9999999999999999, 9999999999999999));
   EXPECT_EQ(generator.Tell(), nEnd);
   EXPECT_EQ(GetBytes(*pStream),
-            "<<\n/ByteRange [0 10 200 3000]" + std::string(22, ' ') + "\n/Contents <AB010200>\n>>");
+            "<<\n/ByteRange [0 10 200 3000]" + std::string(21, ' ') + "\n/Contents <AB010200>\n>>");
 }
 
 }  // namespace
