@@ -195,6 +195,8 @@ void CIndirectObject::SetValueObject(CObject* pValue)
 {
   m_pValue = pValue;
   m_bLoaded = true;
+  if (m_pValue && m_pValue->GetType() == eIndirect)
+    BreakCycle();
   if (m_pFile)
     SetDirty(true);
 }
@@ -230,10 +232,27 @@ bool CIndirectObject::LoadFromFile()
     return false;
   m_bLoading = true;
   m_pFile->LoadObject(*this);
+  BreakCycle();
   m_bLoading = false;
   // A failed load reads as null until the object is unloaded, so that the damage is met once.
   m_bLoaded = true;
   return true;
+}
+
+void CIndirectObject::BreakCycle()
+{
+  // A reference as the value of an object is against the rules, but is followed.
+  constexpr int nMaxChain = 32;
+  CObjectPtr value = m_pValue;
+  for (int i = 0; value.IsIndirect(); ++i)
+  {
+    if (value.Get() == this || i >= nMaxChain)
+    {
+      m_pValue = nullptr;
+      return;
+    }
+    value = value.GetValueObject();
+  }
 }
 
 void CIndirectObject::Unload()

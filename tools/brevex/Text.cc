@@ -111,7 +111,7 @@ std::string GroupDigits(unsigned long long nValue)
   for (size_t nAt = sText.size(); nAt > 3;)
   {
     nAt -= 3;
-    sText.insert(nAt, ",");
+    sText.insert(nAt, 1, ',');
   }
   return sText;
 }
