@@ -1,6 +1,8 @@
 #include "api/OptimizerHandle.h"
 
 #include "api/CAPIStreamAdapter.h"
+#include "api/Initializer.h"
+#include "api/Version.h"
 #include "base/FileStream.h"
 
 #include <cerrno>
@@ -31,6 +33,8 @@ bool HasPlaceholder(const char16_t* szText)
 COptimizerHandle::COptimizerHandle() : m_optimizer(this)
 {
   SetThreshold(g_nKeepNothing);
+  if (CInitializer::GetInstance().WasStarted())
+    m_optimizer.SetProducer(g_szProducer);
 }
 
 COptimizerHandle::~COptimizerHandle()

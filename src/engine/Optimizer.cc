@@ -117,14 +117,8 @@ bool COptimizer::RunSave(BSE::IByteStream* pStream, const TEncryption& encryptio
 void COptimizer::AbandonOutput()
 {
   // The stream may be the caller's, who expects it back when the save has failed.
-  try
-  {
-    m_output.Close();
-  }
-  catch (...)
-  {
-    // What is left goes with the next save or close; the failure itself has been reported.
-  }
+  m_output.Abandon();
+  ForgetPending();
 }
 
 bool COptimizer::Analyze()

@@ -1,7 +1,9 @@
 #include "base/File.h"
 
 #include "base/FileCache.h"
+#include "base/FileStream.h"
 #include "base/TempFileStream.h"
+#include "base/Tracer.h"
 #include "tests/base/TestStreams.h"
 
 #include <gtest/gtest.h>
@@ -226,6 +228,40 @@ TEST(FileCache, RefusesDamagedEntries)
   BSE::CFileCache<true> homeless("c");
   EXPECT_FALSE(homeless.IsValid());
   EXPECT_FALSE(homeless.Add(key, key, 2000));
+}
+
+TEST(File, FailuresAreTraced)
+{
+  const CTestFolder folder;
+  const std::string none = folder / "none/x";
+  ASSERT_TRUE(BSE::CTracer::SetOutput((folder / "trace").c_str()));
+  BSE::CFileStream(none.c_str(), BSE::eFileRead);
+  BSE::CFile file(none.c_str());
+  file.Remove();
+  file.Rename(none.c_str());
+  BSE::CFile("/dev/null/x").MakeFolder();
+  BSE::CFile((folder / "").c_str()).Remove();
+  BSE::CFileFinder finder(none.c_str());
+  EXPECT_FALSE(BSE::CFile(none.c_str()).Exists());
+  {
+    const CVariable place("PDFTMPDIR", none.c_str());
+    BSE::CTempFileStream();
+  }
+  BSE::CTracer::Close();
+
+  const TBytes bytes = ReadFile(folder / "trace");
+  const std::string text(bytes.begin(), bytes.end());
+  const std::string lines[] = {
+      "File Stream,\"Error 2 while opening file '" + none + "': No such file or directory",
+      "File,\"remove failed with error 2 (" + none + ")",
+      "File,\"rename failed with error 2 (" + none + " --> " + none + ")",
+      "File,\"mkdir failed with error 17 (/dev/null)\"",
+      "File,\"rmdir failed with error 39 (" + (folder / "") + ")",
+      "File,\"opendir failed with error 2 (" + none + ")",
+      "File Stream,\"Failed to create temporary file."};
+  for (const std::string& line : lines)
+    EXPECT_NE(text.find(line), std::string::npos) << line;
+  EXPECT_EQ(text.find("stat failed"), std::string::npos) << "absence is no failure";
 }
 
 }  // namespace
