@@ -1,4 +1,3 @@
-#include "base/Limits.h"
 #include "images/filters/PredictionDecodeFilter.h"
 #include "images/filters/PredictionEncodeFilter.h"
 
