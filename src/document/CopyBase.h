@@ -79,6 +79,9 @@ protected:
   static CObjectPtr CopyEntries(CObjectTraverser& visitor, const CObjectPtr& dictionary);
   static CObjectPtr CopyElements(CObjectTraverser& visitor, const CObjectPtr& array);
 
+  // Forgets what ReleaseCopied would drop, when the target file is given up.
+  void ForgetCopied() { m_copied.RemoveAll(); }
+
   CFile* m_pSource = nullptr;
   CFile* m_pTarget = nullptr;
   const CBTree* m_pSourceTree = nullptr;

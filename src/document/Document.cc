@@ -89,6 +89,13 @@ bool CDocument::Close()
   return bDone;
 }
 
+void CDocument::Abandon()
+{
+  m_tree.Reset();
+  m_file.Abandon();
+  Close();
+}
+
 int CDocument::GetPageCount()
 {
   return m_bOpened ? m_tree.GetPageCount() : 0;

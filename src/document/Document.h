@@ -57,6 +57,9 @@ public:
   // for a document that is not open.
   bool Close();
 
+  // Gives a new document up: closes it without completing it. What reached its stream stays there.
+  void Abandon();
+
   bool IsOpened() const { return m_bOpened; }
   CFile& GetFile() { return m_file; }
   BSE::IErrorContext* GetErrorContext() const { return m_pErrorContext; }
