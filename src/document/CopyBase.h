@@ -56,6 +56,12 @@ public:
   // True if the page stands in the target already.
   bool IsPageCopied(const CObjectPtr& sourcePage) const;
 
+  // The value of a reference, or a direct object itself.
+  static CObjectPtr GetDirect(const CObjectPtr& object)
+  {
+    return object.IsIndirect() ? object.GetValueObject() : object;
+  }
+
   // True for a target object that has a value or was written.
   static bool IsFilled(const CObjectPtr& target);
 
