@@ -147,14 +147,8 @@ bool CFile::MakeFolder() const
   return MakeOneFolder(GetPath());
 }
 
-bool CFile::CreateTemporary(const char* szPrefix)
+bool CFile::CreateUnique(const char* szFolder, const char* szPrefix)
 {
-  const char* szFolder = GetTemporaryFolder();
-  if (std::strlen(szFolder) >= g_nMaxTemporaryFolder)
-  {
-    errno = ENAMETOOLONG;
-    return false;
-  }
   CStr8 name(szPrefix);
   name.Append("XXXXXX");
   const CFile pattern(szFolder, name.GetText());
@@ -166,6 +160,15 @@ bool CFile::CreateTemporary(const char* szPrefix)
   close(fd);
   m_path = CStr8(path.GetData());
   return true;
+}
+
+bool CFile::CreateTemporary(const char* szPrefix)
+{
+  const char* szFolder = GetTemporaryFolder();
+  if (std::strlen(szFolder) < g_nMaxTemporaryFolder)
+    return CreateUnique(szFolder, szPrefix);
+  errno = ENAMETOOLONG;
+  return false;
 }
 
 bool CFile::GetCurrentFolder(CFile& folder)

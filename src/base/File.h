@@ -49,8 +49,12 @@ public:
   // Creates the folder with all its parents. True as well if it exists.
   bool MakeFolder() const;
 
-  // Creates a new empty file in the folder for temporary files (PDFTMPDIR, else TMP, else /tmp), readable by
-  // this user alone, and takes its path. The folder's path has 399 bytes at most.
+  // Creates a new empty file in a folder, readable by this user alone, and takes its path: the prefix and six
+  // characters of the system's choice.
+  bool CreateUnique(const char* szFolder, const char* szPrefix);
+
+  // The same in the folder for temporary files (PDFTMPDIR, else TMP, else /tmp), whose path has 399 bytes at
+  // most.
   bool CreateTemporary(const char* szPrefix);
 
   static bool GetCurrentFolder(CFile& folder);

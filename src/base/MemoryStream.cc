@@ -76,13 +76,14 @@ struct CMemoryStream::TBlocks
     {
       if (nBlock >= m_pBlocks.GetSize())
         m_pBlocks.SetSize(nBlock + 1);
-      if (m_pBlocks[nBlock])
+      unsigned char*& pBlock = m_pBlocks[nBlock];
+      if (pBlock)
         continue;
       const auto nLength = static_cast<std::size_t>(GetBlockLength(nBlock));
-      void* pBlock = GetBlockStart(nBlock) < m_nSize ? std::calloc(nLength, 1) : std::malloc(nLength);
+      const bool bClear = GetBlockStart(nBlock) < m_nSize;
+      pBlock = static_cast<unsigned char*>(bClear ? std::calloc(nLength, 1) : std::malloc(nLength));
       if (!pBlock)
         return false;
-      m_pBlocks.SetAt(nBlock, static_cast<unsigned char*>(pBlock));
     }
     return true;
   }

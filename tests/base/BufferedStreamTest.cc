@@ -197,6 +197,19 @@ TEST(BufferedOutputStream, PatchesBeforeItFlushes)
   EXPECT_EQ(stream.Tell(), 3) << "flushing keeps the position";
 }
 
+TEST(BufferedOutputStream, ALargeBlockReplacesWhatIsBuffered)
+{
+  CFaultyPtr pTarget(new CFaultyStream);
+  const TBytes bytes = MakeBytes(100);
+  {
+    BSE::CBufferedOutputStream stream(pTarget.Get(), 16);
+    ASSERT_TRUE(WriteBytes(stream, TBytes(10, 0xEE)));
+    ASSERT_TRUE(stream.Seek(0));
+    ASSERT_TRUE(WriteBytes(stream, bytes));
+  }
+  EXPECT_EQ(pTarget->m_bytes, bytes);
+}
+
 TEST(BufferedOutputStream, StaysFailed)
 {
   CFaultyPtr pTarget(new CFaultyStream);
@@ -211,6 +224,12 @@ TEST(BufferedOutputStream, StaysFailed)
   EXPECT_FALSE(WriteBytes(stream, {1})) << "a hole would stand in the file";
   EXPECT_FALSE(stream.Flush());
   EXPECT_FALSE(stream.Seek(0));
+
+  pTarget->m_nFailFrom = 0;
+  BSE::CBufferedOutputStream early(pTarget.Get(), 16);
+  EXPECT_TRUE(early.PutByte(1));
+  EXPECT_FALSE(early.Flush());
+  EXPECT_FALSE(early.PutByte(1)) << "there is room, but it would be lost";
 
   pTarget->m_nFailFrom = 30;
   BSE::CBufferedOutputStream large(pTarget.Get(), 16);

@@ -1,6 +1,9 @@
 #include "base/File.h"
 
+#include "base/FileCache.h"
+#include "base/FileStream.h"
 #include "base/TempFileStream.h"
+#include "base/Tracer.h"
 #include "tests/base/TestStreams.h"
 
 #include <gtest/gtest.h>
@@ -168,6 +171,97 @@ TEST(DelegateFilter, KeepsItsPositionAcrossSources)
   stream.SetSource(nullptr);
   EXPECT_FALSE(stream.IsValid());
   EXPECT_EQ(stream.Read(&nByte, 1), 0);
+}
+
+TEST(FileCache, KeepsEntriesUntilTheyEnd)
+{
+  const CTestFolder folder;
+  const CVariable home("HOME", (folder / "").c_str());
+  const TBytes key = {'k', '\n', 0};
+  const TBytes other = {'k'};
+  const TBytes data = MakeBytes(100000);
+  BSE::CBasicArray<unsigned char> found;
+  {
+    BSE::CFileCache<true> cache("answers");
+    ASSERT_TRUE(cache.IsValid());
+    EXPECT_FALSE(cache.Find(key, found));
+    EXPECT_TRUE(cache.Add(key, data, 2000));
+    EXPECT_TRUE(cache.Add(other, {}, 2000));
+    EXPECT_TRUE(cache.Add(key, data, 3000));
+    EXPECT_FALSE(cache.Add(key, data, std::time_t{1} << 60)) << "a time that has no stamp";
+  }
+  BSE::CFileCache<false> cache("answers");
+  EXPECT_TRUE(cache.Find(key, found, 3000));
+  EXPECT_TRUE(std::equal(data.begin(), data.end(), found.GetData(), found.GetData() + found.GetSize()));
+  EXPECT_TRUE(cache.Find(other, found, 2000));
+  EXPECT_TRUE(found.IsEmpty());
+  EXPECT_FALSE(BSE::CFileCache<false>("questions").Find(key, found, 0));
+
+  EXPECT_FALSE(cache.Find(key, found, 3001));
+  EXPECT_FALSE(cache.Find(key, found, 0)) << "an outdated entry is removed";
+  EXPECT_TRUE(cache.Remove(other));
+  EXPECT_FALSE(cache.Remove(other));
+  EXPECT_TRUE(std::filesystem::is_empty(folder / ".norvane/Caches/answers"));
+}
+
+TEST(FileCache, RefusesDamagedEntries)
+{
+  const CTestFolder folder;
+  const CVariable home("HOME", (folder / "").c_str());
+  BSE::CFileCache<true> cache("c");
+  const TBytes key = {'k', 'e', 'y'};
+  ASSERT_TRUE(cache.Add(key, TBytes{'d'}, 2000));
+  const std::string path = std::filesystem::directory_iterator(folder / ".norvane/Caches/c")->path().string();
+  const TBytes sound = ReadFile(path);
+  ASSERT_EQ(std::string(sound.begin(), sound.end()), "19700101003320Z\n3\nkeyd");
+  for (const std::string& damaged :
+       {std::string(), std::string("19700101003320Z"), std::string("19700101003320Z\n3\nke"),
+        std::string("19700101003320Z\n-3\nkeyd"), std::string("19700101003320Z\n99999999999999999999\nkeyd"),
+        std::string("1970\n3\nkeyd"), std::string("19700101003320Z\n3\nkexd")})
+  {
+    std::ofstream(path) << damaged;
+    BSE::CBasicArray<unsigned char> found;
+    EXPECT_FALSE(cache.Find(key, found, 0)) << damaged;
+  }
+
+  const CVariable nowhere("HOME", nullptr);
+  BSE::CFileCache<true> homeless("c");
+  EXPECT_FALSE(homeless.IsValid());
+  EXPECT_FALSE(homeless.Add(key, key, 2000));
+}
+
+TEST(File, FailuresAreTraced)
+{
+  const CTestFolder folder;
+  const std::string none = folder / "none/x";
+  ASSERT_TRUE(BSE::CTracer::SetOutput((folder / "trace").c_str()));
+  BSE::CFileStream(none.c_str(), BSE::eFileRead);
+  BSE::CFile file(none.c_str());
+  file.Remove();
+  file.Rename(none.c_str());
+  BSE::CFile("/dev/null/x").MakeFolder();
+  BSE::CFile((folder / "").c_str()).Remove();
+  BSE::CFileFinder finder(none.c_str());
+  EXPECT_FALSE(BSE::CFile(none.c_str()).Exists());
+  {
+    const CVariable place("PDFTMPDIR", none.c_str());
+    BSE::CTempFileStream();
+  }
+  BSE::CTracer::Close();
+
+  const TBytes bytes = ReadFile(folder / "trace");
+  const std::string text(bytes.begin(), bytes.end());
+  const std::string lines[] = {
+      "File Stream,\"Error 2 while opening file '" + none + "': No such file or directory",
+      "File,\"remove failed with error 2 (" + none + ")",
+      "File,\"rename failed with error 2 (" + none + " --> " + none + ")",
+      "File,\"mkdir failed with error 17 (/dev/null)\"",
+      "File,\"rmdir failed with error 39 (" + (folder / "") + ")",
+      "File,\"opendir failed with error 2 (" + none + ")",
+      "File Stream,\"Failed to create temporary file."};
+  for (const std::string& line : lines)
+    EXPECT_NE(text.find(line), std::string::npos) << line;
+  EXPECT_EQ(text.find("stat failed"), std::string::npos) << "absence is no failure";
 }
 
 }  // namespace

@@ -132,7 +132,7 @@ TEST(CachedInputStream, KeepsWhatCameBeforeAFailure)
 
 TEST(InterleaverStream, TakesOneUnitOfEachInTurn)
 {
-  for (const std::size_t nCount : {1, 3, 4, 2000})
+  for (const std::size_t nCount : {1U, 3U, 4U, 2000U})
   {
     SCOPED_TRACE(nCount);
     const std::size_t nLength = 10000 / nCount + 3000 % nCount;
@@ -153,6 +153,7 @@ TEST(InterleaverStream, TakesOneUnitOfEachInTurn)
     EXPECT_EQ(stream.GetBlockSize() % static_cast<int>(nCount), 0);
     EXPECT_EQ(stream.GetLength(), std::ssize(expected));
     ASSERT_EQ(ReadRest(stream), expected);
+    EXPECT_EQ(stream.Tell(), std::ssize(expected));
 
     ASSERT_TRUE(stream.Rewind());
     EXPECT_TRUE(stream.Skip(std::ssize(expected) - 1));

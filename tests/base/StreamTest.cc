@@ -191,6 +191,9 @@ TEST(Stream, EqualsComparesWhatIsLeft)
   first.m_nPos = second.m_nPos = 0;
   second.m_nFailFrom = 8000;
   EXPECT_FALSE(first.Equals(&second)) << "unread contents taken for equal";
+  first.m_nPos = second.m_nPos = 0;
+  first.m_nFailFrom = second.m_nFailFrom = 0;
+  EXPECT_FALSE(first.Equals(&second)) << "two failures taken for equal";
   EXPECT_FALSE(first.Equals(nullptr));
   first.m_bValid = false;
   EXPECT_TRUE(first.Equals(nullptr));
@@ -223,6 +226,8 @@ TEST(EmbeddedStream, StaysInsideSourceAndSection)
 
   BSE::CEmbeddedStream beyond(pSource.Get(), 8, 100);
   EXPECT_EQ(beyond.ReadAll(buffer, 20), 2) << "the section reaches behind the source";
+  BSE::CEmbeddedStream behind(pSource.Get(), 20, 5);
+  EXPECT_EQ(behind.ReadEx(buffer, 5), 0);
   BSE::CEmbeddedStream outside(pSource.Get(), INT64_MAX - 1, 100);
   EXPECT_EQ(outside.Read(buffer, 20), 0);
   EXPECT_FALSE(outside.Seek(50)) << "the source's position would wrap";

@@ -29,6 +29,8 @@ private:
   // Decodes while there is room for a whole group; returns the bytes written.
   int DecodeGroups(std::span<unsigned char> room);
 
+  int TakeHeld(std::span<unsigned char> room);
+
   // Takes a character that is no digit; returns the bytes that it gives.
   int TakeOther(int nCharacter, unsigned char* pOut);
   int FinishGroup(unsigned char* pOut);

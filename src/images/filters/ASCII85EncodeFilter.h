@@ -21,6 +21,9 @@ protected:
   bool FinishBuffered() override;
 
 private:
+  // Writes the first digits of the group.
+  void PutGroup(int nDigits);
+
   unsigned char m_group[4] = {};
   int m_nFilled = 0;
 };

@@ -12,7 +12,7 @@ namespace BSE
 
 CFlateDecodeFilter::CFlateDecodeFilter(IByteStream* pSource, IErrorContext* pErrorContext,
                                        TFlateFormat eFormat)
-    : CDecodeFilter(pSource, pErrorContext)
+    : CDecodeFilter(pSource, pErrorContext), m_eFormat(eFormat)
 {
   m_input.SetSize(std::clamp(GetBlockSize(), 1, 1 << 20));
   CScopedPtr<z_stream> pStream(new z_stream{});
@@ -42,7 +42,8 @@ void CFlateDecodeFilter::ResetState()
 {
   if (!m_pStream)
     return;
-  inflateReset(m_pStream);
+  // With the format named again: a search for a flush point turns the frame off, which a plain reset keeps.
+  inflateReset2(m_pStream, GetFlateWindowBits(m_eFormat));
   m_pStream->avail_in = 0;
 }
 

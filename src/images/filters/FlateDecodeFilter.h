@@ -35,6 +35,7 @@ private:
 
   void Fail(int nStatus);
 
+  TFlateFormat m_eFormat;
   z_stream_s* m_pStream = nullptr;
   CBasicArray<unsigned char> m_input;
 };

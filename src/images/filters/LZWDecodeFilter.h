@@ -36,8 +36,8 @@ private:
   // Handles one code: its string stands at the end of m_stack then. False at the end of the data.
   bool DecodeCode();
 
-  // Puts the string of a code at the end of the stack, bFirstAgain with its first byte once more behind it.
-  void Unwind(int nCode, bool bFirstAgain);
+  // Puts the string of a code in front of what is on the stack.
+  void Unwind(int nCode);
   void AddEntry();
 
   CLZWParameters m_parameters;
@@ -50,7 +50,6 @@ private:
   int m_nPrevious = -1;  // the code before, -1 behind a clear code
   unsigned char m_nFirst = 0;
   int m_nStackPos = g_nTableSize;  // the undelivered string is [m_nStackPos, g_nTableSize)
-  bool m_bSourceEnd = false;
 
   unsigned short m_prefix[g_nTableSize];
   unsigned char m_suffix[g_nTableSize];

@@ -26,6 +26,12 @@ private:
   // Writes a code and counts the entry that the decoder makes of it.
   bool WriteString(int nCode);
 
+  // Writes the clear code that the data starts with, once.
+  bool Start();
+
+  // Writes the string matched and makes the entry of it and the byte behind it.
+  bool EndString(int nSlot, int nByte);
+
   // The slot of the key: with its code, or free; -1 if the search was given up.
   int FindSlot(int nPrefix, int nByte) const;
 

@@ -1,6 +1,7 @@
 #include "images/filters/PredictionDecodeFilter.h"
 
 #include "base/Tracer.h"
+#include "images/filters/FilterErrors.h"
 #include "images/filters/PredictionRow.h"
 
 #include <algorithm>
@@ -16,8 +17,6 @@ namespace
 // Rows longer than this get their memory as their data comes: the file names the length.
 constexpr int g_nFirstStep = 1 << 16;
 
-constexpr unsigned g_nInvalidArgument = 0x80300052U;
-
 }  // namespace
 
 CPredictionDecodeFilter::CPredictionDecodeFilter(IByteStream* pSource,
@@ -31,7 +30,7 @@ CPredictionDecodeFilter::CPredictionDecodeFilter(IByteStream* pSource,
   if (m_bUsable && m_layout.m_nRowSize == 0 && parameters.Predictor != g_nPredictorNone)
   {
     m_bUsable = false;
-    ReportError(m_pErrorContext, MakeError(g_nInvalidArgument, "argument", u"DecodeParms"));
+    ReportError(m_pErrorContext, MakeError(g_nPredictionParameters, "argument", u"DecodeParms"));
   }
 }
 

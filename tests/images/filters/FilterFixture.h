@@ -5,6 +5,8 @@
 #include "base/ErrorHandler.h"
 #include "base/MemoryStream.h"
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <random>
 #include <string>

@@ -1,0 +1,141 @@
+// What the command does with files: outputs that appear whole or not at all, never larger, many inputs.
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "tests/tools/Command.h"
+
+namespace
+{
+
+using Support::TProcessResult;
+using Tools::CCommandFolder;
+
+bool IsPdf(const std::string& sBytes)
+{
+  return sBytes.rfind("%PDF-", 0) == 0;
+}
+
+TEST(CommandFiles, WritesSmallerOutput)
+{
+  const CCommandFolder folder;
+  const TProcessResult result = folder.Run({"large.pdf", "out.pdf"});
+  EXPECT_EQ(result.nExitCode, 0) << result.sErr;
+  EXPECT_EQ(result.sOut, "");
+  EXPECT_TRUE(IsPdf(folder.Read("out.pdf")));
+  EXPECT_LT(folder.Read("out.pdf").size(), folder.Read("large.pdf").size());
+  EXPECT_EQ(folder.Read("large.pdf"), CCommandFolder::MakeLarge());
+  EXPECT_EQ(folder.CountEntries(), 3) << "temporary files are left";
+}
+
+TEST(CommandFiles, NeverLargerUnlessAsked)
+{
+  const CCommandFolder folder;
+  TProcessResult result = folder.Run({"tiny.pdf", "out.pdf"});
+  EXPECT_EQ(result.nExitCode, 0) << result.sErr;
+  EXPECT_NE(result.sErr.find("no gain"), std::string::npos) << result.sErr;
+  EXPECT_EQ(folder.Read("out.pdf"), CCommandFolder::MakeTiny());
+
+  EXPECT_EQ(folder.Run({"--allow-larger", "tiny.pdf", "larger.pdf"}).nExitCode, 0);
+  EXPECT_GT(folder.Read("larger.pdf").size(), CCommandFolder::MakeTiny().size());
+  EXPECT_EQ(folder.Run({"--info", "Title=New", "tiny.pdf", "titled.pdf"}).nExitCode, 0);
+  EXPECT_NE(folder.Run({"info", "titled.pdf"}).sOut.find("New"), std::string::npos);
+}
+
+TEST(CommandFiles, StandardInputAndOutput)
+{
+  const CCommandFolder folder;
+  const TProcessResult result = folder.Run({"-", "-"}, CCommandFolder::MakeLarge());
+  EXPECT_EQ(result.nExitCode, 0) << result.sErr;
+  EXPECT_TRUE(IsPdf(result.sOut));
+  EXPECT_LT(result.sOut.size(), CCommandFolder::MakeLarge().size());
+  EXPECT_EQ(folder.Run({"-", "-"}, CCommandFolder::MakeTiny()).sOut, CCommandFolder::MakeTiny());
+  EXPECT_EQ(folder.Run({"-", "out.pdf"}, CCommandFolder::MakeLarge()).nExitCode, 0);
+  EXPECT_EQ(folder.Run({"large.pdf", "/dev/stdout"}).sOut.substr(0, 5), "%PDF-");
+  EXPECT_EQ(folder.Run({"-", "-"}, "no document").nExitCode, 3);
+}
+
+TEST(CommandFiles, InPlaceKeepsMode)
+{
+  const CCommandFolder folder;
+  ASSERT_EQ(chmod(folder.GetPath("large.pdf").c_str(), 0640), 0);
+  EXPECT_EQ(folder.Run({"--in-place", "large.pdf", "tiny.pdf"}).nExitCode, 0);
+  EXPECT_LT(folder.Read("large.pdf").size(), CCommandFolder::MakeLarge().size());
+  EXPECT_EQ(folder.Read("tiny.pdf"), CCommandFolder::MakeTiny());
+  struct stat status
+  {
+  };
+  ASSERT_EQ(stat(folder.GetPath("large.pdf").c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 07777U, 0640U);
+  EXPECT_EQ(folder.CountEntries(), 2);
+}
+
+TEST(CommandFiles, OutputOverInput)
+{
+  const CCommandFolder folder;
+  std::filesystem::create_symlink("large.pdf", folder.GetPath("link.pdf"));
+  EXPECT_EQ(folder.Run({"large.pdf", "link.pdf"}).nExitCode, 0);
+  EXPECT_TRUE(std::filesystem::is_symlink(folder.GetPath("link.pdf")));
+  EXPECT_LT(folder.Read("large.pdf").size(), CCommandFolder::MakeLarge().size());
+  EXPECT_TRUE(IsPdf(folder.Read("large.pdf")));
+}
+
+TEST(CommandFiles, FailureLeavesOldOutput)
+{
+  const CCommandFolder folder;
+  folder.Write("broken.pdf", "no document");
+  folder.Write("out.pdf", "old");
+  EXPECT_EQ(folder.Run({"broken.pdf", "out.pdf"}).nExitCode, 3);
+  EXPECT_EQ(folder.Read("out.pdf"), "old");
+  EXPECT_EQ(folder.Run({"--in-place", "broken.pdf"}).nExitCode, 3);
+  EXPECT_EQ(folder.Read("broken.pdf"), "no document");
+  EXPECT_EQ(folder.CountEntries(), 4);
+}
+
+TEST(CommandFiles, OutputThatCannotBeWritten)
+{
+  const CCommandFolder folder;
+  EXPECT_EQ(folder.Run({"large.pdf", "none/out.pdf"}).nExitCode, 4);
+  EXPECT_EQ(folder.Run({"large.pdf", "/dev/full"}).nExitCode, 4);
+  EXPECT_EQ(folder.Run({"--output-dir", "tiny.pdf/below", "large.pdf"}).nExitCode, 4);
+  if (geteuid() != 0)
+  {
+    ASSERT_EQ(chmod(folder.GetPath("").c_str(), 0555), 0);
+    EXPECT_EQ(folder.Run({"large.pdf", "out.pdf"}).nExitCode, 4);
+    EXPECT_EQ(chmod(folder.GetPath("").c_str(), 0755), 0);
+  }
+  EXPECT_EQ(folder.CountEntries(), 2);
+}
+
+TEST(CommandFiles, FoldersAndJobs)
+{
+  const CCommandFolder folder;
+  std::filesystem::create_directories(folder.GetPath("in/deep/er"));
+  folder.Write("in/a.pdf", CCommandFolder::MakeLarge());
+  folder.Write("in/deep/b.PDF", CCommandFolder::MakeLarge());
+  folder.Write("in/deep/er/c.pdf", CCommandFolder::MakeTiny());
+  folder.Write("in/deep/er/note.txt", "no document");
+  const TProcessResult result = folder.Run({"-r", "-j", "4", "-o", "out", "in", "large.pdf"});
+  EXPECT_EQ(result.nExitCode, 0) << result.sErr;
+  for (const char* szName : {"out/a.pdf", "out/deep/b.PDF", "out/deep/er/c.pdf", "out/large.pdf"})
+  {
+    EXPECT_TRUE(folder.Exists(szName)) << szName;
+  }
+  EXPECT_FALSE(folder.Exists("out/deep/er/note.txt"));
+  EXPECT_NE(result.sErr.find("4 files"), std::string::npos) << result.sErr;
+}
+
+TEST(CommandFiles, WorstExitCodeOfMany)
+{
+  const CCommandFolder folder;
+  folder.Write("broken.pdf", "no document");
+  const TProcessResult result = folder.Run({"-o", "out", "broken.pdf", "large.pdf", "absent.pdf"});
+  EXPECT_EQ(result.nExitCode, 3);
+  EXPECT_TRUE(folder.Exists("out/large.pdf")) << "one failure must not stop the others";
+  EXPECT_FALSE(folder.Exists("out/broken.pdf"));
+}
+
+}  // namespace

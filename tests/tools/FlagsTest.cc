@@ -1,0 +1,218 @@
+// The command line: exit codes, flags for every setter, messages, JSON.
+
+#include <gmock/gmock.h>
+
+#include <cctype>
+#include <regex>
+#include <set>
+
+#include "tests/support/PdfDamager.h"
+#include "tests/support/Samples.h"
+#include "tests/tools/Command.h"
+
+namespace
+{
+
+using Support::TProcessResult;
+using testing::HasSubstr;
+using Tools::CCommandFolder;
+
+TEST(CommandFlags, WrongUse)
+{
+  const CCommandFolder folder;
+  std::filesystem::create_directory(folder.GetPath("sub"));
+  const std::vector<std::string> cases[] = {
+      {},
+      {"large.pdf"},
+      {"large.pdf", "out.pdf", "more.pdf"},
+      {"--no-such-flag", "large.pdf", "out.pdf"},
+      {"--profile", "small", "large.pdf", "out.pdf"},
+      {"--strip", "links,shoes", "large.pdf", "out.pdf"},
+      {"--bitonal-compressions", "jpeg", "large.pdf", "out.pdf"},
+      {"--image-quality", "101", "large.pdf", "out.pdf"},
+      {"--image-quality", "12x", "large.pdf", "out.pdf"},
+      {"--color-resolution", "-3", "large.pdf", "out.pdf"},
+      {"--color-threshold", "nan", "large.pdf", "out.pdf"},
+      {"--pdf-version", "3.x", "large.pdf", "out.pdf"},
+      {"--info", "Title", "large.pdf", "out.pdf"},
+      {"--progress", "maybe", "large.pdf", "out.pdf"},
+      {"--in-place", "--output-dir", "sub", "large.pdf"},
+      {"--password-file", "absent.txt", "large.pdf", "out.pdf"},
+      {"--json", "large.pdf", "-"},
+      {"--in-place", "-"},
+      {"large.pdf", "sub"},
+      {"--in-place", "sub"},
+      {"-o", "sub", "large.pdf", "sub/../large.pdf"},
+      {"info"},
+  };
+  for (const std::vector<std::string>& arguments : cases)
+  {
+    const TProcessResult result = folder.Run(arguments);
+    EXPECT_EQ(result.nExitCode, 2) << testing::PrintToString(arguments) << result.sErr;
+    EXPECT_NE(result.sErr, "");
+    EXPECT_EQ(result.sOut, "");
+  }
+  EXPECT_EQ(folder.CountEntries(), 3);
+}
+
+TEST(CommandFlags, InputThatCannotBeOpened)
+{
+  const CCommandFolder folder;
+  folder.Write("text.pdf", "no document");
+  folder.Write("empty.pdf", "");
+  for (const char* szName : {"absent.pdf", "text.pdf", "empty.pdf", "."})
+  {
+    EXPECT_EQ(folder.Run({szName, "out.pdf"}).nExitCode, 3) << szName;
+    EXPECT_EQ(folder.Run({"info", szName}).nExitCode, 3) << szName;
+  }
+  EXPECT_FALSE(folder.Exists("out.pdf"));
+}
+
+TEST(CommandFlags, DamagedInputIsAWarning)
+{
+  const CCommandFolder folder;
+  folder.Write("damaged.pdf",
+               Support::ReplaceText(CCommandFolder::MakeLarge(), "startxref\n", "startxref\n9"));
+  EXPECT_EQ(folder.Run({"damaged.pdf", "out.pdf"}).nExitCode, 1);
+  EXPECT_TRUE(folder.Exists("out.pdf"));
+  EXPECT_EQ(folder.Run({"info", "damaged.pdf"}).nExitCode, 1);
+}
+
+TEST(CommandFlags, WrongPassword)
+{
+  if (!Support::HasProgram("qpdf"))
+  {
+    GTEST_SKIP() << "qpdf is not installed";
+  }
+  const CCommandFolder folder;
+  const std::string sPassword = "geheim \xC3\xA4\xE4\xB8\xAD";
+  ASSERT_EQ(
+      Support::RunProgram({"qpdf", "--encrypt", sPassword, "owner", "256", "--", "large.pdf", "secret.pdf"},
+                          {}, folder.GetPath(""))
+          .nExitCode,
+      0);
+  folder.Write("password.txt", "wrong\nmore\n");
+  EXPECT_EQ(folder.Run({"secret.pdf", "out.pdf"}).nExitCode, 3);
+  EXPECT_EQ(folder.Run({"--password", "wrong", "secret.pdf", "out.pdf"}).nExitCode, 3);
+  EXPECT_EQ(folder.Run({"--password-file", "password.txt", "secret.pdf", "out.pdf"}).nExitCode, 3);
+  EXPECT_FALSE(folder.Exists("out.pdf"));
+}
+
+// "MrcLayerResolutionDPI" as "mrc-layer-resolution", "ConvertToCFF" as "convert-to-cff".
+std::string MakeFlagName(const std::string& sSetter)
+{
+  std::string sName = std::regex_replace(sSetter, std::regex("DPI$"), "");
+  sName = std::regex_replace(sName, std::regex("([a-z])([A-Z])"), "$1-$2");
+  std::transform(sName.begin(), sName.end(), sName.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return sName;
+}
+
+TEST(CommandFlags, EverySetterHasAFlag)
+{
+  const CCommandFolder folder;
+  const std::string sHelp = folder.Run({"optimize", "--help"}).sOut;
+  const std::string sHeader = Support::ReadFile("include/brevex/brevex.h");
+  const std::set<std::string> otherwise = {"Profile", "VersionA", "VersionW", "InfoEntryA", "InfoEntryW"};
+  const std::regex setter("BrevexSet([A-Za-z0-9]+)\\(TBrevexHandle");
+  int nFound = 0;
+  for (std::sregex_iterator it(sHeader.begin(), sHeader.end(), setter); it != std::sregex_iterator(); ++it)
+  {
+    if (otherwise.count((*it)[1]) == 0)
+    {
+      ++nFound;
+      const std::regex flag("--(\\[no-\\])?" + MakeFlagName((*it)[1]) + "[ \n]");
+      EXPECT_TRUE(std::regex_search(sHelp, flag)) << (*it)[1];
+    }
+  }
+  EXPECT_GT(nFound, 40);
+}
+
+TEST(CommandFlags, EveryFlagIsAccepted)
+{
+  const CCommandFolder folder;
+  const std::string sHelp = folder.Run({"optimize", "--help"}).sOut;
+  const std::regex flag("\n  --(\\[no-\\])?([a-z0-9-]+)( (LIST|DPI|0-100))?");
+  std::vector<std::string> arguments;
+  for (std::sregex_iterator it(sHelp.begin(), sHelp.end(), flag); it != std::sregex_iterator(); ++it)
+  {
+    const std::string sName = (*it)[2];
+    const std::string sKind = (*it)[4];
+    if ((*it)[1].matched)
+    {
+      arguments.insert(arguments.end(), {"--no-" + sName});
+    }
+    else if (!sKind.empty())
+    {
+      arguments.insert(arguments.end(), {"--" + sName, sKind == "LIST"  ? "none"
+                                                       : sKind == "DPI" ? "72.5"
+                                                                        : "50"});
+    }
+  }
+  arguments.insert(arguments.end(), {"--threshold", "-1", "--color-threshold=-1", "large.pdf", "out.pdf"});
+  const TProcessResult result = folder.Run(arguments);
+  EXPECT_EQ(result.nExitCode, 0) << result.sErr;
+}
+
+TEST(CommandFlags, Json)
+{
+  const CCommandFolder folder;
+  folder.Write("broken \"\xFF\".pdf", "no document");
+  const TProcessResult result = folder.Run(
+      {"--json", "-o", "out", "large.pdf", "tiny.pdf", "broken \"\xFF\".pdf", "--profile", "lossless"});
+  EXPECT_EQ(result.nExitCode, 3);
+  std::vector<std::string> lines;
+  std::istringstream stream(result.sOut);
+  for (std::string sLine; std::getline(stream, sLine);)
+  {
+    lines.push_back(sLine);
+  }
+  ASSERT_EQ(lines.size(), 3U) << result.sOut;
+  const std::string sBytes = std::to_string(CCommandFolder::MakeLarge().size());
+  EXPECT_THAT(lines[0],
+              HasSubstr("\"file\":\"large.pdf\",\"output\":\"out/large.pdf\",\"result\":\"smaller\""));
+  EXPECT_THAT(lines[0], HasSubstr("\"inputBytes\":" + sBytes));
+  EXPECT_THAT(lines[0], HasSubstr("\"pages\":100"));
+  EXPECT_THAT(lines[0], HasSubstr("\"lossy\":[]"));
+  EXPECT_THAT(lines[1], HasSubstr("\"result\":\"no gain\",\"exit\":0"));
+  EXPECT_THAT(lines[2], HasSubstr("\"file\":\"broken \\\"\xC3\xBF\\\".pdf\""));
+  EXPECT_THAT(lines[2], HasSubstr("\"code\":\"0x80410104\""));
+
+  EXPECT_THAT(folder.Run({"--json", "--profile", "web", "large.pdf", "web.pdf"}).sOut,
+              HasSubstr("\"downsampling\""));
+  EXPECT_THAT(folder.Run({"info", "--json", "large.pdf"}).sOut, HasSubstr("\"pages\":100"));
+}
+
+TEST(CommandFlags, Messages)
+{
+  const CCommandFolder folder;
+  EXPECT_THAT(folder.Run({"--help"}).sOut, HasSubstr("info"));
+  EXPECT_THAT(folder.Run({"--version"}).sOut, HasSubstr("6.27.17.0"));
+  EXPECT_EQ(folder.Run({"--quiet", "large.pdf", "out.pdf"}).sErr, "");
+  EXPECT_THAT(folder.Run({"--progress", "always", "large.pdf", "out.pdf"}).sErr, HasSubstr("[1/1]"));
+  EXPECT_EQ(folder.Run({"--progress", "never", "large.pdf", "out.pdf"}).sErr.find("[1/1]"),
+            std::string::npos);
+}
+
+TEST(CommandFlags, TargetVersion)
+{
+  const CCommandFolder folder;
+  const auto getVersion = [&](std::vector<std::string> arguments)
+  {
+    arguments.insert(arguments.end(), {"--allow-larger", "in.pdf", "out.pdf"});
+    EXPECT_EQ(folder.Run(arguments).nExitCode, 0);
+    return folder.Read("out.pdf").substr(5, 3);
+  };
+  folder.Write("in.pdf", CCommandFolder::MakeLarge());
+  EXPECT_EQ(getVersion({}), "1.5");
+  EXPECT_EQ(getVersion({"--pdf-version", "keep"}), "1.4");
+  EXPECT_EQ(getVersion({"--profile", "none"}), "1.4");
+  EXPECT_EQ(getVersion({"--pdf-version", "1.7"}), "1.7");
+  folder.Write("in.pdf", Support::ReplaceText(CCommandFolder::MakeLarge(), "%PDF-1.4", "%PDF-1.6"));
+  EXPECT_EQ(getVersion({}), "1.6");
+  folder.Write("in.pdf",
+               Support::ReplaceText(CCommandFolder::MakeLarge(), "trailer", "%pdfaid:part='1'\ntrailer"));
+  EXPECT_EQ(getVersion({}), "1.4");
+}
+
+}  // namespace

@@ -1,0 +1,86 @@
+#include "FileBytes.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <vector>
+
+namespace Tool
+{
+namespace
+{
+
+constexpr size_t g_nBlock = size_t{256} << 10;
+
+// Number of bytes read, 0 at the end, -1 on failure.
+ssize_t ReadBlock(int nInput, char* pBytes, size_t nSize)
+{
+  ssize_t nRead = 0;
+  do
+  {
+    nRead = read(nInput, pBytes, nSize);
+  } while (nRead < 0 && errno == EINTR);
+  return nRead;
+}
+
+}  // namespace
+
+CFileDescriptor::~CFileDescriptor()
+{
+  if (m_nFile >= 0)
+  {
+    close(m_nFile);
+  }
+}
+
+bool WriteBytes(int nFile, const char* pBytes, size_t nSize)
+{
+  while (nSize > 0)
+  {
+    const ssize_t nWritten = write(nFile, pBytes, nSize);
+    if (nWritten < 0 && errno != EINTR)
+    {
+      return false;
+    }
+    if (nWritten > 0)
+    {
+      pBytes += nWritten;
+      nSize -= static_cast<size_t>(nWritten);
+    }
+  }
+  return true;
+}
+
+bool CopyBytes(int nInput, int nOutput)
+{
+  std::vector<char> block(g_nBlock);
+  for (;;)
+  {
+    const ssize_t nRead = ReadBlock(nInput, block.data(), block.size());
+    if (nRead <= 0)
+    {
+      return nRead == 0;
+    }
+    if (!WriteBytes(nOutput, block.data(), static_cast<size_t>(nRead)))
+    {
+      return false;
+    }
+  }
+}
+
+bool ReadBytes(int nInput, std::string& sBytes)
+{
+  for (;;)
+  {
+    const size_t nDone = sBytes.size();
+    sBytes.resize(nDone + g_nBlock);
+    const ssize_t nRead = ReadBlock(nInput, sBytes.data() + nDone, g_nBlock);
+    sBytes.resize(nDone + static_cast<size_t>(nRead > 0 ? nRead : 0));
+    if (nRead <= 0)
+    {
+      return nRead == 0;
+    }
+  }
+}
+
+}  // namespace Tool

@@ -1,0 +1,159 @@
+#include "FileOptimizer.h"
+
+#include <chrono>
+#include <exception>
+#include <filesystem>
+#include <system_error>
+
+#include "AtomicFile.h"
+#include "Handle.h"
+#include "Input.h"
+#include "TargetVersion.h"
+
+namespace Tool
+{
+namespace
+{
+
+void Fail(TFileResult& result, TExitCode exitCode, std::string sError)
+{
+  result.outcome = TOutcome::Failed;
+  result.exitCode = exitCode;
+  result.sError = std::move(sError);
+}
+
+// Notes the code that a call left, if any; a success with a code is a warning.
+void AddReport(TFileResult& result, const CHandle& handle, const char* szStep)
+{
+  const std::uint32_t nCode = BrevexGetErrorCode(handle.Get());
+  if (nCode != BREVEX_STATUS_SUCCESS)
+  {
+    result.reports.push_back({szStep, nCode, handle.GetMessage()});
+    result.exitCode = GetWorse(result.exitCode, TExitCode::Warnings);
+  }
+}
+
+bool IsSameFile(const TTask& task)
+{
+  std::error_code error;
+  return task.sInput != "-" && std::filesystem::equivalent(task.sInput, task.sOutput, error);
+}
+
+void SetVersion(const CHandle& handle, const CInput& input, const TOptimizeOptions& options)
+{
+  std::string sVersion = options.sPdfVersion;
+  if (sVersion == "keep" || (sVersion == "auto" && options.nProfile == BREVEX_PROFILE_NONE))
+  {
+    return;
+  }
+  if (sVersion == "auto")
+  {
+    sVersion = ChooseTargetVersion(input);
+  }
+  if (!sVersion.empty())
+  {
+    BrevexSetVersionA(handle.Get(), sVersion.c_str());
+  }
+}
+
+// The temporary file for the output, in a folder that is made where it is missing.
+bool CreateOutput(const TTask& task, bool bMakeFolder, CAtomicFile& output, TFileResult& result)
+{
+  const std::filesystem::path folder = std::filesystem::path(task.sOutput).parent_path();
+  std::error_code error;
+  if (bMakeFolder && !folder.empty() && !std::filesystem::create_directories(folder, error) && error)
+  {
+    Fail(result, TExitCode::Output, "cannot create " + folder.string() + ": " + error.message());
+    return false;
+  }
+  if (!output.Create(task.sOutput))
+  {
+    Fail(result, TExitCode::Output, output.GetError());
+    return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+TFileResult CFileOptimizer::Run(const TTask& task) const
+{
+  TFileResult result;
+  result.sInput = task.sInput;
+  result.sOutput = task.sOutput;
+  const auto start = std::chrono::steady_clock::now();
+  try
+  {
+    Optimize(task, result);
+  }
+  catch (const std::exception& exception)
+  {
+    Fail(result, TExitCode::Internal, exception.what());
+  }
+  result.dSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  return result;
+}
+
+void CFileOptimizer::Optimize(const TTask& task, TFileResult& result) const
+{
+  CInput input;
+  if (!input.Load(task.sInput))
+  {
+    return Fail(result, TExitCode::Input, input.GetError());
+  }
+  result.nInputBytes = input.GetSize();
+
+  const CHandle handle;
+  ApplyOptions(handle.Get(), m_options);
+  for (const auto& [sKey, sValue] : m_options.infoEntries)
+  {
+    BrevexSetInfoEntryW(handle.Get(), ToUtf16(sKey).c_str(), ToUtf16(sValue).c_str());
+  }
+  result.losses = GetLosses(handle.Get());
+  SetVersion(handle, input, m_options);
+
+  const bool bOpen = input.Open(handle, m_options.sPassword);
+  AddReport(result, handle, "open");
+  if (!bOpen)
+  {
+    return Fail(result, TExitCode::Input, "cannot be opened");
+  }
+  result.nPages = BrevexGetPageCount(handle.Get());
+
+  CAtomicFile output;
+  if (!CreateOutput(task, !m_options.sOutputFolder.empty(), output, result))
+  {
+    return;
+  }
+  const bool bSaved = BrevexSaveAsA(handle.Get(), output.GetTemporaryName().c_str(), nullptr, nullptr,
+                                    BREVEX_PERMISSIONS_PLAIN) != 0;
+  AddReport(result, handle, "save");
+  if (!bSaved)
+  {
+    return Fail(result, GetSaveExitCode(BrevexGetErrorCode(handle.Get())), "cannot be saved");
+  }
+  BrevexClose(handle.Get());
+
+  result.nOutputBytes = output.GetSize();
+  result.outcome = result.nOutputBytes < result.nInputBytes ? TOutcome::Smaller
+                   : m_options.bAllowLarger                 ? TOutcome::Larger
+                                                            : TOutcome::NoGain;
+  if (result.outcome == TOutcome::NoGain)
+  {
+    result.nOutputBytes = result.nInputBytes;
+    if (IsSameFile(task))
+    {
+      return;
+    }
+    if (!input.CopyTo(output))
+    {
+      return Fail(result, TExitCode::Output, output.GetError());
+    }
+  }
+  if (!output.Commit())
+  {
+    Fail(result, TExitCode::Output, output.GetError());
+  }
+}
+
+}  // namespace Tool

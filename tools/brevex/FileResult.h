@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "ExitCode.h"
+
+namespace Tool
+{
+
+enum class TOutcome
+{
+  Smaller,  // the output is the optimized document
+  Larger,   // the same, and it is not smaller
+  NoGain,   // the output is the input
+  Failed
+};
+
+// A status code that the library left behind.
+struct TReport
+{
+  const char* szStep;  // "open" or "save"
+  std::uint32_t nCode;
+  std::string sMessage;
+};
+
+// What became of one input.
+struct TFileResult
+{
+  std::string sInput;
+  std::string sOutput;
+  TOutcome outcome = TOutcome::Failed;
+  TExitCode exitCode = TExitCode::Done;
+  std::int64_t nInputBytes = 0;
+  std::int64_t nOutputBytes = 0;
+  int nPages = 0;
+  double dSeconds = 0;
+  std::vector<std::string> losses;  // names of GetLosses
+  std::vector<TReport> reports;
+  std::string sError;  // for a failure outside the library
+};
+
+}  // namespace Tool

@@ -1,0 +1,119 @@
+#include "InfoCommand.h"
+
+#include <cstdio>
+
+#include "Handle.h"
+#include "Input.h"
+#include "JsonObject.h"
+#include "Reporter.h"
+#include "Text.h"
+
+namespace Tool
+{
+namespace
+{
+
+// The entries of the document information (ISO 32000-1, 14.3.3).
+constexpr const char* g_szKeys[] = {"Title",   "Author",   "Subject",      "Keywords",
+                                    "Creator", "Producer", "CreationDate", "ModDate"};
+
+struct TDocumentInfo
+{
+  std::string sFile;
+  std::int64_t nBytes = 0;
+  int nPages = 0;
+  std::vector<std::pair<std::string, std::string>> entries;
+  std::uint32_t nCode = 0;
+  std::string sMessage;
+};
+
+TDocumentInfo ReadInfo(const CHandle& handle, const CInput& input, const std::string& sFile)
+{
+  TDocumentInfo info;
+  info.sFile = sFile;
+  info.nBytes = input.GetSize();
+  info.nPages = BrevexGetPageCount(handle.Get());
+  info.nCode = BrevexGetErrorCode(handle.Get());
+  info.sMessage = info.nCode != 0 ? handle.GetMessage() : "";
+  for (const char* szKey : g_szKeys)
+  {
+    const std::string sValue = ToUtf8(BrevexGetInfoEntryW(handle.Get(), ToUtf16(szKey).c_str()));
+    if (!sValue.empty())
+    {
+      info.entries.emplace_back(szKey, sValue);
+    }
+  }
+  return info;
+}
+
+void WriteJson(const TDocumentInfo& info)
+{
+  CJsonObject object;
+  object.AddText("file", info.sFile);
+  object.AddNumber("bytes", info.nBytes);
+  object.AddNumber("pages", info.nPages);
+  CJsonObject entries;
+  for (const auto& [sKey, sValue] : info.entries)
+  {
+    entries.AddText(sKey, sValue);
+  }
+  object.AddObject("info", entries);
+  object.AddFlag("damaged", info.nCode != 0);
+  if (info.nCode != 0)
+  {
+    object.AddText("message", info.sMessage);
+  }
+  std::printf("%s\n", object.GetText().c_str());
+}
+
+void WriteLines(const TDocumentInfo& info)
+{
+  std::printf("File:          %s\n", info.sFile.c_str());
+  std::printf("Size:          %s bytes\n", GroupDigits(static_cast<unsigned long long>(info.nBytes)).c_str());
+  std::printf("Pages:         %d\n", info.nPages);
+  for (const auto& [sKey, sValue] : info.entries)
+  {
+    std::printf("%-14s %s\n", (sKey + ":").c_str(), sValue.c_str());
+  }
+  if (info.nCode != 0)
+  {
+    std::printf("Damaged:       0x%08X %s\n", info.nCode, info.sMessage.c_str());
+  }
+}
+
+TExitCode ShowFile(const std::string& sFile, const TInfoOptions& options)
+{
+  CInput input;
+  if (!input.Load(sFile))
+  {
+    WriteError(sFile + ": " + input.GetError());
+    return TExitCode::Input;
+  }
+  const CHandle handle;
+  if (!input.Open(handle, options.sPassword))
+  {
+    WriteError(sFile + ": cannot be opened: " + handle.GetMessage());
+    return TExitCode::Input;
+  }
+  const TDocumentInfo info = ReadInfo(handle, input, sFile);
+  options.bJson ? WriteJson(info) : WriteLines(info);
+  return info.nCode != 0 ? TExitCode::Warnings : TExitCode::Done;
+}
+
+}  // namespace
+
+TExitCode RunInfo(const TInfoOptions& options)
+{
+  TExitCode worst = TExitCode::Done;
+  for (size_t i = 0; i < options.paths.size(); ++i)
+  {
+    if (i > 0 && !options.bJson)
+    {
+      std::printf("\n");
+    }
+    worst = GetWorse(worst, ShowFile(options.paths[i], options));
+  }
+  return worst;
+}
+
+}  // namespace Tool

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "CommandLine.h"
+#include "ExitCode.h"
+
+namespace Tool
+{
+
+// The verb info: what the library tells of each file, on standard output. The worst exit code of all.
+TExitCode RunInfo(const TInfoOptions& options);
+
+}  // namespace Tool

@@ -1,0 +1,117 @@
+#include "Input.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <system_error>
+
+namespace Tool
+{
+
+// The input as a stream of the library.
+struct TInputCallbacks
+{
+  static CInput& Get(void* handle) { return *static_cast<CInput*>(handle); }
+
+  static std::int64_t GetLength(void* handle) { return Get(handle).m_nSize; }
+
+  static int Seek(void* handle, std::int64_t nPosition)
+  {
+    if (nPosition < 0)
+    {
+      return 0;
+    }
+    Get(handle).m_nPosition = nPosition;
+    return 1;
+  }
+
+  static std::int64_t Tell(void* handle) { return Get(handle).m_nPosition; }
+
+  static std::int64_t Read(void* handle, void* pBuffer, size_t nSize)
+  {
+    CInput& input = Get(handle);
+    if (!input.m_pFile)
+    {
+      const std::int64_t nLeft = std::max<std::int64_t>(input.m_nSize - input.m_nPosition, 0);
+      const size_t nTaken = std::min(nSize, static_cast<size_t>(nLeft));
+      const char* pFrom = input.m_sBytes.data() + (nTaken > 0 ? input.m_nPosition : 0);
+      std::copy_n(pFrom, nTaken, static_cast<char*>(pBuffer));
+      input.m_nPosition += static_cast<std::int64_t>(nTaken);
+      return static_cast<std::int64_t>(nTaken);
+    }
+    const ssize_t nRead = pread(input.m_pFile->Get(), pBuffer, nSize, input.m_nPosition);
+    input.m_nPosition += std::max<ssize_t>(nRead, 0);
+    return nRead;
+  }
+};
+
+bool CInput::Fail()
+{
+  m_sError = "cannot be read: " + std::generic_category().message(errno);
+  return false;
+}
+
+bool CInput::Load(const std::string& sName)
+{
+  m_sName = sName;
+  if (sName == "-")
+  {
+    const bool bRead = ReadBytes(STDIN_FILENO, m_sBytes);
+    m_nSize = static_cast<std::int64_t>(m_sBytes.size());
+    return bRead || Fail();
+  }
+  m_pFile = std::make_unique<CFileDescriptor>(open(sName.c_str(), O_RDONLY | O_CLOEXEC));
+  struct stat status
+  {
+  };
+  if (!m_pFile->IsOpen() || fstat(m_pFile->Get(), &status) != 0)
+  {
+    return Fail();
+  }
+  if (!S_ISREG(status.st_mode))
+  {
+    errno = S_ISDIR(status.st_mode) ? EISDIR : ESPIPE;
+    return Fail();
+  }
+  m_nSize = status.st_size;
+  return true;
+}
+
+bool CInput::Open(const CHandle& handle, const std::string& sPassword)
+{
+  // Passwords are Unicode on the command line, and the wide functions take file names through the locale.
+  if (m_pFile && IsAscii(sPassword))
+  {
+    return BrevexOpenA(handle.Get(), m_sName.c_str(), sPassword.c_str()) != 0;
+  }
+  TBrevexStreamDescriptor stream{};
+  stream.pfGetLength = TInputCallbacks::GetLength;
+  stream.pfSeek = TInputCallbacks::Seek;
+  stream.pfTell = TInputCallbacks::Tell;
+  stream.pfRead = TInputCallbacks::Read;
+  stream.handle = this;
+  m_nPosition = 0;
+  return BrevexOpenStreamW(handle.Get(), &stream, ToUtf16(sPassword).c_str()) != 0;
+}
+
+std::string CInput::Read(std::int64_t nPosition, size_t nSize) const
+{
+  if (!m_pFile)
+  {
+    return nPosition < m_nSize ? m_sBytes.substr(static_cast<size_t>(nPosition), nSize) : std::string();
+  }
+  std::string sBytes(nSize, '\0');
+  const ssize_t nRead = pread(m_pFile->Get(), sBytes.data(), nSize, nPosition);
+  sBytes.resize(static_cast<size_t>(std::max<ssize_t>(nRead, 0)));
+  return sBytes;
+}
+
+bool CInput::CopyTo(CAtomicFile& file) const
+{
+  return m_pFile ? file.ReplaceByFile(m_pFile->Get()) : file.ReplaceByBytes(m_sBytes);
+}
+
+}  // namespace Tool

@@ -1,0 +1,43 @@
+#include "Interruption.h"
+
+#include <pthread.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <thread>
+
+#include "AtomicFile.h"
+
+namespace Tool
+{
+
+// The signals are blocked and one thread waits for them, so that it can do what a handler must not.
+void HandleInterruption()
+{
+  signal(SIGPIPE, SIG_IGN);
+  sigset_t signals;
+  sigemptyset(&signals);
+  for (const int nSignal : {SIGINT, SIGTERM, SIGHUP})
+  {
+    struct sigaction action
+    {
+    };
+    sigaction(nSignal, nullptr, &action);
+    if (action.sa_handler != SIG_IGN)
+    {
+      sigaddset(&signals, nSignal);
+    }
+  }
+  pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+  std::thread(
+      [signals]
+      {
+        int nSignal = 0;
+        sigwait(&signals, &nSignal);
+        RemoveTemporaryFiles();
+        _exit(128 + nSignal);
+      })
+      .detach();
+}
+
+}  // namespace Tool

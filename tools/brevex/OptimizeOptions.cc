@@ -1,0 +1,70 @@
+#include "OptimizeOptions.h"
+
+namespace Tool
+{
+namespace
+{
+
+// Every reduction that changes no sample, glyph or feature. The sets of compressions lack KEEP, with which an
+// image would be encoded anew in the compression it has, and that may be a lossy one.
+void SetLossless(TBrevexHandle* pHandle)
+{
+  BrevexSetProfile(pHandle, BREVEX_PROFILE_NONE);
+  BrevexSetBitonalCompressions(pHandle, BREVEX_COMPRESSION_FLAG_FLATE | BREVEX_COMPRESSION_FLAG_GROUP4 |
+                                            BREVEX_COMPRESSION_FLAG_JBIG2);
+  BrevexSetContinuousCompressions(pHandle, BREVEX_COMPRESSION_FLAG_FLATE);
+  BrevexSetIndexedCompressions(pHandle, BREVEX_COMPRESSION_FLAG_FLATE);
+  BrevexSetSubsetFonts(pHandle, 1);
+  BrevexSetMergeEmbeddedFonts(pHandle, 1);
+  BrevexSetRemoveRedundantObjects(pHandle, 1);
+  BrevexSetOptimizeResources(pHandle, 1);
+}
+
+}  // namespace
+
+void ApplyOptions(TBrevexHandle* pHandle, const TOptimizeOptions& options)
+{
+  if (options.nProfile == g_nProfileLossless)
+  {
+    SetLossless(pHandle);
+  }
+  else
+  {
+    BrevexSetProfile(pHandle, options.nProfile);
+  }
+  for (const auto& setting : options.settings)
+  {
+    setting(pHandle);
+  }
+}
+
+std::vector<std::string> GetLosses(TBrevexHandle* pHandle)
+{
+  constexpr unsigned nLossyCompressions = BREVEX_COMPRESSION_FLAG_JPEG | BREVEX_COMPRESSION_FLAG_JPEG2000 |
+                                          BREVEX_COMPRESSION_FLAG_MRC | BREVEX_COMPRESSION_FLAG_KEEP;
+  std::vector<std::string> losses;
+  const auto add = [&](bool bLost, const char* szName)
+  {
+    if (bLost)
+    {
+      losses.emplace_back(szName);
+    }
+  };
+  add(BrevexGetBitonalThresholdDPI(pHandle) >= 0 || BrevexGetMonochromeThresholdDPI(pHandle) >= 0 ||
+          BrevexGetColorThresholdDPI(pHandle) >= 0,
+      "downsampling");
+  add((BrevexGetContinuousCompressions(pHandle) & nLossyCompressions) != 0, "image-compression");
+  add(BrevexGetColorConversion(pHandle) != BREVEX_COLOR_CONVERSION_NONE, "color-conversion");
+  add(BrevexGetReduceColorComplexity(pHandle) != 0, "color-spaces");
+  add(BrevexGetClipImages(pHandle) != 0, "clipped-images");
+  add(BrevexGetRemoveImages(pHandle) != 0, "images");
+  add(BrevexGetFlattenSignatureFields(pHandle) != 0, "signature-fields");
+  add(BrevexGetRemoveStandardFonts(pHandle) != 0, "standard-fonts");
+  for (const std::string& sName : GetNamesOfSet(GetStripNames(), BrevexGetStrip(pHandle)))
+  {
+    losses.push_back("strip-" + sName);
+  }
+  return losses;
+}
+
+}  // namespace Tool

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <brevex/brevex.h>
+
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Names.h"
+
+namespace Tool
+{
+
+enum class TProgressMode
+{
+  Auto,
+  Always,
+  Never
+};
+
+// What the verb optimize was asked to do.
+struct TOptimizeOptions
+{
+  unsigned nProfile = g_nProfileLossless;
+  std::string sPdfVersion = "auto";  // also "keep", or a version
+  std::vector<std::function<void(TBrevexHandle*)>> settings;
+  std::vector<std::pair<std::string, std::string>> infoEntries;
+  std::string sPassword;
+  std::string sColorEngine;
+  bool bAllowLarger = false;
+
+  std::vector<std::string> paths;
+  std::string sOutputFolder;
+  bool bInPlace = false;
+  bool bRecursive = false;
+  unsigned nJobs = 1;
+
+  TProgressMode progress = TProgressMode::Auto;
+  bool bJson = false;
+  bool bQuiet = false;
+};
+
+// Sets the profile, then the single options.
+void ApplyOptions(TBrevexHandle* pHandle, const TOptimizeOptions& options);
+
+// What the options of the handle allow to get lost, by names that are stable: "downsampling",
+// "image-compression", "color-conversion", "color-spaces", "clipped-images", "images", "signature-fields",
+// "standard-fonts" and "strip-" with the name of each feature. Empty for a lossless run.
+std::vector<std::string> GetLosses(TBrevexHandle* pHandle);
+
+}  // namespace Tool

@@ -1,0 +1,182 @@
+#include "Reporter.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+
+#include "JsonObject.h"
+#include "Text.h"
+
+namespace Tool
+{
+namespace
+{
+
+std::string FormatCode(std::uint32_t nCode)
+{
+  char szText[16];
+  std::snprintf(szText, sizeof szText, "0x%08X", nCode);
+  return szText;
+}
+
+const char* GetName(TOutcome outcome)
+{
+  switch (outcome)
+  {
+  case TOutcome::Smaller:
+    return "smaller";
+  case TOutcome::Larger:
+    return "larger";
+  case TOutcome::NoGain:
+    return "no gain";
+  case TOutcome::Failed:
+    break;
+  }
+  return "failed";
+}
+
+std::string FormatChange(std::int64_t nInput, std::int64_t nOutput)
+{
+  char szPercent[32];
+  const double dPercent =
+      nInput > 0 ? 100.0 * static_cast<double>(nOutput - nInput) / static_cast<double>(nInput) : 0;
+  std::snprintf(szPercent, sizeof szPercent, " (%+.1f %%)", dPercent);
+  return GroupDigits(static_cast<unsigned long long>(nInput)) + " to " +
+         GroupDigits(static_cast<unsigned long long>(nOutput)) + " bytes" + szPercent;
+}
+
+std::string FormatReport(const TReport& report)
+{
+  return FormatCode(report.nCode) + (report.sMessage.empty() ? "" : " " + report.sMessage);
+}
+
+std::string FormatLine(const TFileResult& result)
+{
+  std::string sLine = result.sInput + ": ";
+  if (result.outcome == TOutcome::Failed)
+  {
+    sLine += result.sError;
+  }
+  else
+  {
+    sLine += result.outcome == TOutcome::NoGain
+                 ? "no gain, " + GroupDigits(static_cast<unsigned long long>(result.nInputBytes)) + " bytes"
+                 : FormatChange(result.nInputBytes, result.nOutputBytes);
+    sLine += ", " + std::to_string(result.nPages) + (result.nPages == 1 ? " page" : " pages");
+  }
+  for (const TReport& report : result.reports)
+  {
+    sLine += "; " + FormatReport(report);
+  }
+  return sLine;
+}
+
+std::string FormatJson(const TFileResult& result)
+{
+  CJsonObject object;
+  object.AddText("file", result.sInput);
+  object.AddText("output", result.sOutput);
+  object.AddText("result", GetName(result.outcome));
+  object.AddNumber("exit", static_cast<int>(result.exitCode));
+  object.AddNumber("inputBytes", result.nInputBytes);
+  if (result.outcome != TOutcome::Failed)
+  {
+    object.AddNumber("outputBytes", result.nOutputBytes);
+    object.AddNumber("pages", result.nPages);
+  }
+  object.AddSeconds("seconds", result.dSeconds);
+  object.AddTexts("lossy", result.losses);
+  std::vector<CJsonObject> reports;
+  for (const TReport& report : result.reports)
+  {
+    CJsonObject& entry = reports.emplace_back();
+    entry.AddText("step", report.szStep);
+    entry.AddText("code", FormatCode(report.nCode));
+    entry.AddText("message", report.sMessage);
+  }
+  object.AddObjects("reports", reports);
+  if (!result.sError.empty())
+  {
+    object.AddText("error", result.sError);
+  }
+  return object.GetText();
+}
+
+bool WantsProgress(const TOptimizeOptions& options)
+{
+  const bool bTerminal = options.progress == TProgressMode::Auto && isatty(STDERR_FILENO) != 0;
+  return !options.bQuiet && (options.progress == TProgressMode::Always || bTerminal);
+}
+
+}  // namespace
+
+CReporter::CReporter(const TOptimizeOptions& options, size_t nFiles)
+    : m_nFiles(nFiles),
+      m_bProgress(WantsProgress(options)),
+      m_bLines(!options.bQuiet && !options.bJson),
+      m_bJson(options.bJson)
+{
+}
+
+void CReporter::ClearProgress()
+{
+  if (m_bProgressShown)
+  {
+    std::fputs("\r\x1B[K", stderr);
+    m_bProgressShown = false;
+  }
+}
+
+void CReporter::OnStart(const std::string& sInput)
+{
+  const std::lock_guard lock(m_lock);
+  ++m_nStarted;
+  if (m_bProgress)
+  {
+    ClearProgress();
+    std::fprintf(stderr, "[%zu/%zu] %s", m_nStarted, m_nFiles, sInput.c_str());
+    std::fflush(stderr);
+    m_bProgressShown = true;
+  }
+}
+
+void CReporter::OnDone(const TFileResult& result)
+{
+  const std::lock_guard lock(m_lock);
+  ClearProgress();
+  const bool bFailed = result.outcome == TOutcome::Failed;
+  m_nFailed += bFailed ? 1 : 0;
+  m_nInputBytes += bFailed ? 0 : result.nInputBytes;
+  m_nOutputBytes += bFailed ? 0 : result.nOutputBytes;
+  if (m_bJson)
+  {
+    std::printf("%s\n", FormatJson(result).c_str());
+    std::fflush(stdout);
+  }
+  if (bFailed)
+  {
+    WriteError(FormatLine(result));
+  }
+  else if (m_bLines)
+  {
+    std::fprintf(stderr, "%s\n", FormatLine(result).c_str());
+  }
+}
+
+void CReporter::OnEnd()
+{
+  const std::lock_guard lock(m_lock);
+  ClearProgress();
+  if (m_bLines && m_nFiles > 1)
+  {
+    std::fprintf(stderr, "%zu files: %s%s\n", m_nFiles, FormatChange(m_nInputBytes, m_nOutputBytes).c_str(),
+                 m_nFailed > 0 ? (", " + std::to_string(m_nFailed) + " failed").c_str() : "");
+  }
+}
+
+void WriteError(const std::string& sMessage)
+{
+  std::fprintf(stderr, "brevex: %s\n", sMessage.c_str());
+}
+
+}  // namespace Tool

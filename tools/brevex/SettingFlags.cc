@@ -1,0 +1,135 @@
+#include "SettingFlags.h"
+
+namespace Tool
+{
+namespace
+{
+
+constexpr const char* g_szResolution = "Image resolution";
+constexpr const char* g_szCompression = "Image compression";
+constexpr const char* g_szImages = "Images and colour";
+constexpr const char* g_szMrc = "Mixed raster content";
+constexpr const char* g_szFeatures = "Features";
+constexpr const char* g_szFonts = "Fonts";
+constexpr const char* g_szStructure = "Objects and structure";
+
+constexpr unsigned g_nAll = 0xFFFFFFFF;
+constexpr unsigned g_nBitonal = 0x4DD;
+constexpr unsigned g_nContinuous = 0x707;
+constexpr unsigned g_nIndexed = 0x40D;
+
+constexpr unsigned Bit(int nValue)
+{
+  return 1U << nValue;
+}
+constexpr unsigned g_nBitonalNumbers = (g_nBitonal & 0x1FF) | Bit(BREVEX_COMPRESSION_UNSPECIFIED);
+constexpr unsigned g_nContinuousNumbers = (g_nContinuous & 0x1FF) | Bit(BREVEX_COMPRESSION_UNSPECIFIED);
+constexpr unsigned g_nMaskNumbers = Bit(BREVEX_COMPRESSION_RAW) | Bit(BREVEX_COMPRESSION_FLATE) |
+                                    Bit(BREVEX_COMPRESSION_LZW) | Bit(BREVEX_COMPRESSION_GROUP3_1D) |
+                                    Bit(BREVEX_COMPRESSION_GROUP3) | Bit(BREVEX_COMPRESSION_GROUP4) |
+                                    Bit(BREVEX_COMPRESSION_JBIG2);
+constexpr unsigned g_nLayerNumbers = Bit(BREVEX_COMPRESSION_RAW) | Bit(BREVEX_COMPRESSION_JPEG) |
+                                     Bit(BREVEX_COMPRESSION_FLATE) | Bit(BREVEX_COMPRESSION_LZW) |
+                                     Bit(BREVEX_COMPRESSION_JPEG2000);
+
+const TSettingFlag g_flags[] = {
+    {"resolution", g_szResolution, "Resolution of all kinds of images after downsampling", false,
+     TDpiSetting{BrevexSetResolutionDPI, false}},
+    {"threshold", g_szResolution, "Downsample all kinds of images from this resolution on; -1 for never",
+     false, TDpiSetting{BrevexSetThresholdDPI, true}},
+    {"bitonal-resolution", g_szResolution, "Resolution of images with one bit per sample", false,
+     TDpiSetting{BrevexSetBitonalResolutionDPI, false}},
+    {"bitonal-threshold", g_szResolution, "Threshold of images with one bit per sample", false,
+     TDpiSetting{BrevexSetBitonalThresholdDPI, true}},
+    {"monochrome-resolution", g_szResolution, "Resolution of images with one colour channel", false,
+     TDpiSetting{BrevexSetMonochromeResolutionDPI, false}},
+    {"monochrome-threshold", g_szResolution, "Threshold of images with one colour channel", false,
+     TDpiSetting{BrevexSetMonochromeThresholdDPI, true}},
+    {"color-resolution", g_szResolution, "Resolution of images with several colour channels", false,
+     TDpiSetting{BrevexSetColorResolutionDPI, false}},
+    {"color-threshold", g_szResolution, "Threshold of images with several colour channels", false,
+     TDpiSetting{BrevexSetColorThresholdDPI, true}},
+
+    {"image-quality", g_szCompression, "Quality of lossy compressions, 0 (small) to 100 (good)", false,
+     TPercentSetting{BrevexSetImageQuality}},
+    {"bitonal-compressions", g_szCompression, "Compressions to try for images with one bit per sample", false,
+     TSetSetting{BrevexSetBitonalCompressions, GetCompressionFlagNames, g_nBitonal}},
+    {"continuous-compressions", g_szCompression, "Compressions to try for images of continuous tone", false,
+     TSetSetting{BrevexSetContinuousCompressions, GetCompressionFlagNames, g_nContinuous}},
+    {"indexed-compressions", g_szCompression, "Compressions to try for images with a palette", false,
+     TSetSetting{BrevexSetIndexedCompressions, GetCompressionFlagNames, g_nIndexed}},
+    {"bitonal-compression", g_szCompression, "One compression in place of --bitonal-compressions", false,
+     TNameSetting{BrevexSetBitonalCompression, GetCompressionNames, g_nBitonalNumbers}},
+    {"monochrome-compression", g_szCompression, "One compression in place of --continuous-compressions",
+     false, TNameSetting{BrevexSetMonochromeCompression, GetCompressionNames, g_nContinuousNumbers}},
+    {"color-compression", g_szCompression, "The same as --monochrome-compression", false,
+     TNameSetting{BrevexSetColorCompression, GetCompressionNames, g_nContinuousNumbers}},
+    {"force-recompression", g_szCompression, "Compress images anew even if they grow", true,
+     TBoolSetting{BrevexSetForceRecompression}},
+    {"force-compression-types", g_szCompression,
+     "Give every image a compression of its set, even if it grows", true,
+     TBoolSetting{BrevexSetForceCompressionTypes}},
+    {"image-strat-conserv", g_szCompression, "Leave images alone that need no change but compression", false,
+     TBoolSetting{BrevexSetImageStratConserv}},
+
+    {"color-conversion", g_szImages, "Colour space to convert to", true,
+     TNameSetting{BrevexSetColorConversion, GetColorConversionNames, g_nAll}},
+    {"dithering-mode", g_szImages, "How images are reduced to one bit", false,
+     TNameSetting{BrevexSetDitheringMode, GetDitheringNames, g_nAll}},
+    {"clip-images", g_szImages, "Cut away parts of images that are never visible", false,
+     TBoolSetting{BrevexSetClipImages}},
+    {"remove-images", g_szImages, "Remove all images", true, TBoolSetting{BrevexSetRemoveImages}},
+    {"reduce-color-complexity", g_szImages, "Store colours in simpler colour spaces where they fit", false,
+     TBoolSetting{BrevexSetReduceColorComplexity}},
+
+    {"mrc-mask-compression", g_szMrc, "Compression of the mask", false,
+     TNameSetting{BrevexSetMrcMaskCompression, GetCompressionNames, g_nMaskNumbers}},
+    {"mrc-layer-compression", g_szMrc, "Compression of the layers", false,
+     TNameSetting{BrevexSetMrcLayerCompression, GetCompressionNames, g_nLayerNumbers}},
+    {"mrc-layer-quality", g_szMrc, "Quality of the layers, 0 to 100", false,
+     TPercentSetting{BrevexSetMrcLayerQuality}},
+    {"mrc-layer-resolution", g_szMrc, "Resolution of the layers", false,
+     TDpiSetting{BrevexSetMrcLayerResolutionDPI, false}},
+    {"mrc-pict-compression", g_szMrc, "Compression of pictures found on the page", false,
+     TNameSetting{BrevexSetMrcPictCompression, GetCompressionNames, g_nLayerNumbers}},
+    {"mrc-recognize-pictures", g_szMrc, "Find pictures on the page and cut them out", false,
+     TBoolSetting{BrevexSetMrcRecognizePictures}},
+
+    {"strip", g_szFeatures, "Features to remove, in place of those of the profile", true,
+     TSetSetting{BrevexSetStrip, GetStripNames, g_nAll}},
+    {"flatten-signature-fields", g_szFeatures, "Remove signature fields and draw what they show", true,
+     TBoolSetting{BrevexSetFlattenSignatureFields}},
+
+    {"remove-standard-fonts", g_szFonts, "Replace fonts that match a standard font by it, not embedded",
+     false, TBoolSetting{BrevexSetRemoveStandardFonts}},
+    {"remove-non-symbolic-fonts", g_szFonts, "Without effect, for callers of old", false,
+     TBoolSetting{BrevexSetRemoveNonSymbolicFonts}},
+    {"subset-fonts", g_szFonts, "Reduce embedded fonts to the glyphs that are used", false,
+     TBoolSetting{BrevexSetSubsetFonts}},
+    {"merge-embedded-fonts", g_szFonts, "Merge embedded programs of the same font", false,
+     TBoolSetting{BrevexSetMergeEmbeddedFonts}},
+    {"convert-to-cff", g_szFonts, "Convert Type 1 font programs to the compact font format", false,
+     TBoolSetting{BrevexSetConvertToCFF}},
+
+    {"remove-redundant-objects", g_szStructure, "Merge equal objects", false,
+     TBoolSetting{BrevexSetRemoveRedundantObjects}},
+    {"optimize-resources", g_szStructure, "Drop resources that pages do not use", false,
+     TBoolSetting{BrevexSetOptimizeResources}},
+    {"linearize", g_szStructure, "Order the file for fast first display over a network", true,
+     TBoolSetting{BrevexSetLinearize}},
+    {"auto-linearize", g_szStructure, "The same unless it would enlarge the file much", false,
+     TBoolSetting{BrevexSetAutoLinearize}},
+    {"extract-images", g_szStructure, "Also write the images to files in the working folder", false,
+     TBoolSetting{BrevexSetExtractImages}},
+    {"extract-fonts", g_szStructure, "Also write the embedded fonts to files in the working folder", false,
+     TBoolSetting{BrevexSetExtractFonts}},
+};
+
+}  // namespace
+
+std::span<const TSettingFlag> GetSettingFlags()
+{
+  return g_flags;
+}
+
+}  // namespace Tool

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <brevex/brevex.h>
+
+#include <span>
+#include <variant>
+
+#include "Names.h"
+
+namespace Tool
+{
+
+struct TBoolSetting
+{
+  void (*pfSet)(TBrevexHandle*, int);
+};
+
+struct TDpiSetting
+{
+  void (*pfSet)(TBrevexHandle*, float);
+  bool bNegative;  // whether a value below 0 has a meaning
+};
+
+struct TPercentSetting
+{
+  void (*pfSet)(TBrevexHandle*, int);
+};
+
+struct TNameSetting
+{
+  void (*pfSet)(TBrevexHandle*, int);
+  TNames (*pfNames)();
+  unsigned nAllowed;  // bit n: the value n
+};
+
+struct TSetSetting
+{
+  void (*pfSet)(TBrevexHandle*, unsigned);
+  TNames (*pfNames)();
+  unsigned nAllowed;  // the bits that the library keeps
+};
+
+// A flag of the command line for a setter of the library.
+struct TSettingFlag
+{
+  const char* szName;  // that of the setter, in words
+  const char* szGroup;
+  const char* szHelp;
+  // Whether it asks for more than a smaller file, so that a larger one is kept.
+  bool bContent;
+  std::variant<TBoolSetting, TDpiSetting, TPercentSetting, TNameSetting, TSetSetting> setting;
+};
+
+// All of them, in the order in which they are applied: general ones before those they contain.
+std::span<const TSettingFlag> GetSettingFlags();
+
+}  // namespace Tool
