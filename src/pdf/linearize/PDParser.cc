@@ -79,7 +79,31 @@ TPDResult PDParser::ParseValue(PDObj& object)
     if (eResult != TPDResult::Complete)
       return eResult;
   } while (m_nOpen >= 0);
-  return TPDResult::Complete;
+  return object.GetType(0) == ePDInteger ? ParseRestOfReference(object) : TPDResult::Complete;
+}
+
+// Behind an integer outside of containers a generation and the R may follow.
+TPDResult PDParser::ParseRestOfReference(PDObj& object)
+{
+  const std::size_t nEnd = m_nPos;
+  std::int64_t nGeneration = 0;
+  SkipSpace();
+  const std::size_t nStart = m_nPos;
+  TPDResult eResult = ParseNumber(nGeneration);
+  if (eResult == TPDResult::Complete)
+  {
+    Add(object, ePDInteger, nStart, m_nPos);
+    m_nIntegers = 2;
+    eResult = ParseWord("R");
+    if (eResult == TPDResult::Complete)
+    {
+      --m_nPos;
+      return MakeReference(object);
+    }
+    object.m_nodes.Truncate(1);
+  }
+  m_nPos = nEnd;
+  return eResult == TPDResult::Incomplete ? eResult : TPDResult::Complete;
 }
 
 TPDResult PDParser::ParseNode(PDObj& object)

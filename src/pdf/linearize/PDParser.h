@@ -35,6 +35,7 @@ public:
 private:
   TPDResult ParseNode(PDObj& object);
   TPDResult ParseWordNode(PDObj& object);
+  TPDResult ParseRestOfReference(PDObj& object);
   TPDResult ParseLiteral(PDObj& object);
   TPDResult ParseHex(PDObj& object);
   TPDResult Open(PDObj& object, TPDType nType, std::size_t nLength);
