@@ -68,14 +68,18 @@ TEST(CommandFlags, InputThatCannotBeOpened)
   EXPECT_FALSE(folder.Exists("out.pdf"));
 }
 
-TEST(CommandFlags, DamagedInputIsAWarning)
+TEST(CommandFlags, RepairedInputIsTold)
 {
   const CCommandFolder folder;
   folder.Write("damaged.pdf",
                Support::ReplaceText(CCommandFolder::MakeLarge(), "startxref\n", "startxref\n9"));
-  EXPECT_EQ(folder.Run({"damaged.pdf", "out.pdf"}).nExitCode, 1);
+  const auto saved = folder.Run({"damaged.pdf", "out.pdf"});
+  EXPECT_EQ(saved.nExitCode, 0);
+  EXPECT_THAT(saved.sErr, HasSubstr("0x8041010"));
   EXPECT_TRUE(folder.Exists("out.pdf"));
-  EXPECT_EQ(folder.Run({"info", "damaged.pdf"}).nExitCode, 1);
+  const auto told = folder.Run({"info", "damaged.pdf"});
+  EXPECT_EQ(told.nExitCode, 0);
+  EXPECT_THAT(told.sOut, HasSubstr("Damaged"));
 }
 
 TEST(CommandFlags, WrongPassword)
