@@ -93,6 +93,7 @@ void CDocument::Abandon()
 {
   m_tree.Reset();
   m_file.Abandon();
+  m_file.Close();
   Close();
 }
 

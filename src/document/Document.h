@@ -57,7 +57,8 @@ public:
   // for a document that is not open.
   bool Close();
 
-  // Gives a new document up: closes it without completing it. What reached its stream stays there.
+  // Gives a document up, half opened or half written: releases everything and completes nothing. What reached
+  // the stream of a new document stays there.
   void Abandon();
 
   bool IsOpened() const { return m_bOpened; }

@@ -57,8 +57,17 @@ COptimizer::~COptimizer()
 bool COptimizer::Open(BSE::IByteStream* pStream, const CString* pPassword)
 {
   Close();
-  if (!OpenInput(pStream, pPassword))
-    return false;
+  try
+  {
+    if (!OpenInput(pStream, pPassword))
+      return false;
+  }
+  catch (...)
+  {
+    // The stream is let go of at once, as after every other failure.
+    m_input.Abandon();
+    throw;
+  }
   if (m_options.m_bVersionSet)
     m_output.SetVersion(ToVersionNumber(m_options.m_nVersionMajor),
                         ToVersionNumber(m_options.m_nVersionMinor));

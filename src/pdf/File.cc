@@ -54,6 +54,8 @@ bool CFile::Open(BSE::IByteStream* pStream, bool bUpdate)
   ReleaseAll();
   m_pInput = pStream;
   m_bAppending = bUpdate;
+  if (bUpdate)
+    m_pOutput = pStream;
   CreateParser();
   if (!m_pParser->ReadHeader(m_nHeaderOffset, m_nMajor, m_nMinor))
   {

@@ -323,7 +323,7 @@ bool CFile::WriteObject(CObject* pObject, bool bFollow)
   visit(pObject);
   while (!frames.IsEmpty())
   {
-    TFrame& frame = frames[frames.GetSize() - 1];
+    TFrame& frame = frames.GetSpan().back();
     CObject* pNext = nullptr;
     if (NextValue(frame.m_pContainer, frame.m_nPos, pNext))
     {

@@ -193,6 +193,11 @@ std::span<const TDamage> GetDamages()
   return g_damages;
 }
 
+void PrintTo(const TDamage& damage, std::ostream* pOut)
+{
+  *pOut << damage.szName;
+}
+
 std::string FlipBytes(std::string_view sPdf, unsigned nSeed, int nCount)
 {
   // The distributions of <random> differ between libraries, the generator does not.
