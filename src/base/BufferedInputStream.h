@@ -6,7 +6,7 @@ namespace BSE
 {
 
 // Read-ahead buffer on a source. Byte loops run on the buffer through GetByte and PeekByte, without virtual
-// calls.
+// calls. Starts at the source's position.
 class CBufferedInputStream : public CFilter
 {
 public:
@@ -19,9 +19,10 @@ public:
   bool Skip(std::int64_t n) override;
   std::int64_t Tell() override { return m_nPos + (m_pCurrent - m_pBuffer); }
 
-  // -1 and other negative positions mean the end. A position beyond the length is clamped to it.
+  // Negative counts from the end, -1 being the end itself. A position outside the stream is clamped to it.
   bool Seek(std::int64_t nPos) override;
   std::int64_t Read(unsigned char* pBuffer, std::int64_t n) override;
+  std::int64_t ReadEx(unsigned char* pBuffer, std::int64_t n) override;
 
   // Refused with a trace line.
   std::int64_t Write(const unsigned char* pBuffer, std::int64_t n) override;
@@ -72,7 +73,17 @@ protected:
   unsigned char* m_pEnd = nullptr;  // behind the last valid byte
   int m_nCapacity = 0;
   bool m_bEnd = false;
+  bool m_bFailed = false;  // the last access to the source failed
   bool m_bOwnsBuffer = true;
+
+private:
+  // Reads what follows the buffer and makes m_nPos its position; 0 at the end and on failure.
+  std::int64_t ReadSource(unsigned char* pBuffer, std::int64_t n);
+
+  // Empties the buffer; the next block comes from the position.
+  void Drop(std::int64_t nPos);
+
+  bool SkipToSourceEnd();
 };
 
 // Reads a caller's memory block in place; the block must outlive the stream.
@@ -88,6 +99,9 @@ public:
   bool Rewind() override;
   bool Seek(std::int64_t nPos) override;
   bool Skip(std::int64_t n) override;
+
+  // Another stream on the same block, at the same position.
+  IStreamBase<unsigned char>* Dup() override;
 };
 
 }  // namespace BSE

@@ -41,6 +41,12 @@ public:
   bool HasFailed() const { return m_bFailed; }
 
 private:
+  // Makes m_nPos known and returns it.
+  std::int64_t GetStart();
+
+  bool WriteToTarget(const unsigned char* pData, std::int64_t n);
+  bool Fail();
+
   unsigned char* m_pBuffer;
   unsigned char* m_pCurrent;
   unsigned char* m_pLimit;

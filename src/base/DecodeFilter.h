@@ -6,12 +6,18 @@
 namespace BSE
 {
 
+// Reported when a stream would decode to more than Limits.h allows.
+inline constexpr unsigned g_nDecodedSizeExceeded = 0x80300040U;
+
 // Base of decoders: the source holds encoded data. Tolerant by design: what is sound is delivered, damage is
 // reported to the error context, and the data ends. Writing is refused with a trace line.
 class CDecodeFilter : public CFilter
 {
 public:
-  // Reads up to n decoded bytes; 0 at the end of the data. Delivers through DecodeBlock.
+  // Reads up to n decoded bytes; 0 at the end of the data. Delivers through DecodeBlock. Unless
+  // a filter has a limit of its own, at most g_nMaxDecodedSize bytes are delivered, and beyond
+  // g_nFreeDecodedSize at most g_nMaxDecodeRatio times what has been taken from the source; a stream with
+  // more is reported and ends there.
   std::int64_t Read(unsigned char* pBuffer, std::int64_t n) override;
   std::int64_t Write(const unsigned char* pBuffer, std::int64_t n) override;
 
@@ -40,17 +46,27 @@ protected:
   // Puts the decoder's own state back to the start.
   virtual void ResetState() {}
 
+  // Moves the source back over what was read ahead, if the source can do that. Called at the end of the data.
+  virtual void ReturnUnread() {}
+
+  virtual bool RewindSource();
+
+  // Bytes that the stream may decode to, as things stand. Filters whose output is bounded otherwise, by the
+  // dimensions of an image or by what their source may give, override it.
+  virtual std::int64_t GetSizeLimit() const;
+
   bool m_bEnd = false;
 };
 
-// Decoder that pulls single bytes from its source through an inner buffer.
+// Decoder that pulls single bytes from its source through an inner buffer. A decoder holds no more bytes of
+// the source than that buffer does: a seekable source stands right behind the end marker at the end.
 class CBufferedDecodeFilter : public CDecodeFilter
 {
-public:
-  bool Reset() override;
-
 protected:
   explicit CBufferedDecodeFilter(IByteStream* pSource, IErrorContext* pErrorContext = nullptr);
+
+  void ReturnUnread() override;
+  bool RewindSource() override;
 
   CObjectPtr<CBufferedInputStream> m_pInput;
 };

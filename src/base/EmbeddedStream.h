@@ -22,11 +22,15 @@ public:
 
   // Grows a known length when the position passes it.
   std::int64_t Write(const unsigned char* pBuffer, std::int64_t n) override;
+
+  // Another section of the same source, at the same position; null if the source is not seekable.
   IStreamBase<unsigned char>* Dup() override;
 
   std::int64_t GetOffset() const { return m_nOffset; }
 
 private:
+  bool SeekSource();
+
   std::int64_t m_nOffset;
 };
 

@@ -30,6 +30,9 @@ protected:
   // Writes what is pending and the end marker.
   virtual bool Finish() { return true; }
 
+  // Close without the chain, for the destructors of the concrete encoders; failures are swallowed.
+  void CloseOnRelease();
+
   bool m_bClosed = false;
   bool m_bFailed = false;
 };

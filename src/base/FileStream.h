@@ -1,7 +1,7 @@
 #pragma once
 
-#include "base/BasicString.h"
 #include "base/ErrorContext.h"
+#include "base/File.h"
 #include "base/ObjectPtr.h"
 #include "base/Stream.h"
 
@@ -19,13 +19,17 @@ enum TFileMode
   eFileTemporary = 8    // read and write, created, truncated
 };
 
-// A file descriptor. Each operation leaves its outcome in the thread's error slot (CTLSError): the error, or
-// code 0. Failures to open go to the error context as well. A directory opened in any mode but eFileRead is
-// not valid.
+// A file descriptor. Opening, reading, writing and seeking leave their outcome in the thread's error slot
+// (CTLSError): the error, or code 0. Failures go to the error context as well. A directory opened in any mode
+// but eFileRead is not valid, and the error context hears nothing of it. An empty or null path in a mode
+// without a standard descriptor is not valid either. Only a regular file is seekable; anything else has no
+// position and no length.
 class CFileStream : public CObject, public IByteStream
 {
 public:
   CFileStream(const char* szPath, TFileMode nMode, IErrorContext* pErrorContext = nullptr);
+
+  // Closes what the constructor opened; a standard descriptor stays open.
   ~CFileStream() override;
 
   bool IsValid() const override { return m_fd >= 0; }
@@ -34,33 +38,55 @@ public:
   bool Rewind() override { return Seek(0); }
   bool Skip(std::int64_t n) override;
   std::int64_t Tell() override;
+
+  // Beyond the end nothing happens before a write, which fills the gap with zeros.
   bool Seek(std::int64_t nPos) override;
+
+  // One call of the system: what is there at once, which may be less than asked for.
   std::int64_t Read(unsigned char* pBuffer, std::int64_t n) override;
   std::int64_t ReadEx(unsigned char* pBuffer, std::int64_t n) override;
   std::int64_t Write(const unsigned char* pBuffer, std::int64_t n) override;
   bool IsFile() const override { return true; }
-  const char* GetFileName() const override { return m_path.GetText(); }
+  const char* GetFileName() const override { return m_file.GetPath(); }
 
-  // Shares the descriptor; from the first duplicate on, each keeps a position of its own.
+  // Shares the descriptor; from the first duplicate on, each keeps a position of its own. Starts at the same
+  // position. Null for a stream that is not seekable.
   IStreamBase<unsigned char>* Dup() override;
 
-  // Closes before destruction; the stream is then invalid.
-  void Close();
+  // Closes before destruction; the stream is then invalid. Duplicates stay usable. False if the system
+  // reports that written data was lost.
+  bool Close();
 
 protected:
-  CFileStream(CFileStream& first, std::int64_t nPos);
-  bool SeekForAccess();
-  bool Succeed();
-  bool Fail();
+  // Shares the descriptor of another stream, which must outlive this one.
+  CFileStream(const CFileStream& first, std::int64_t nPos);
 
-  CStr8 m_path;
+  // Counts a duplicate in or out. The first one moves the position from the descriptor to m_nDupPos, the last
+  // one moves it back.
+  void AddDup();
+  void DropDup();
+
+  CFile m_file;
   int m_fd = -1;
   TFileMode m_nMode;
   bool m_bSeekable = false;
-  bool m_bOwnsDescriptor = false;
   int m_nDupCount = 0;
-  std::int64_t m_nDupPos = 0;
+  std::int64_t m_nDupPos = 0;  // the position while the descriptor is shared
   IErrorContext* m_pErrorContext;
+
+private:
+  friend class CDupFileStream;  // counts at the first stream
+
+  bool IsShared() const { return m_nDupCount > 0; }
+  int OpenPath() const;
+  void CheckDescriptor();
+  bool CloseDescriptor(int fd);
+  const char* GetDisplayName() const;
+  bool Succeed();
+  bool Fail(int nErrno);
+
+  bool m_bOwnsDescriptor = false;
+  int m_fdLeft = -1;  // closed for this stream, kept open for its duplicates
 };
 
 // What CFileStream::Dup makes; keeps a reference on the first stream, which closes the descriptor.
@@ -69,6 +95,8 @@ class CDupFileStream : public CFileStream
 public:
   CDupFileStream(CFileStream& first, std::int64_t nPos);
   ~CDupFileStream() override;
+
+  IStreamBase<unsigned char>* Dup() override;
 
 private:
   CObjectPtr<CFileStream> m_pFirst;

@@ -41,4 +41,10 @@ inline constexpr int g_nMaxFilters = 32;
 // stay well inside an 8 MiB stack with the sanitizers' larger frames.
 inline constexpr int g_nMaxGraphDepth = 1000;
 
+// Bytes of one entry of a file cache, with its key: it is read as a whole.
+inline constexpr std::int64_t g_nMaxCacheEntry = std::int64_t{64} << 20;
+
+// Bytes of a file of settings, which are held in memory as a whole.
+inline constexpr std::int64_t g_nMaxIniFile = std::int64_t{1} << 20;
+
 }  // namespace BSE

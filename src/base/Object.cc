@@ -23,6 +23,14 @@ void CObject::operator delete(void* pObject)
   Free(pObject);
 }
 
+void CObject::EndLife()
+{
+  if (m_nRefCount == 0)
+    delete this;
+  else
+    TraceCount();
+}
+
 void CObject::TraceCount() const
 {
   if (CTracer::IsOn())

@@ -40,10 +40,8 @@ public:
   // freed.
   void Release() override
   {
-    if (--m_nRefCount == 0)
-      delete this;
-    else if (m_nRefCount < 0)
-      TraceCount();
+    if (--m_nRefCount <= 0)
+      EndLife();
   }
 
   // The default writes a trace line and returns false.
@@ -69,6 +67,8 @@ protected:
   int m_nRefCount = 0;
 
 private:
+  // Out of line: inlined into a guess at the class, it makes GCC 12 warn about the deletion of a subobject.
+  void EndLife();
   void TraceCount() const;
 };
 

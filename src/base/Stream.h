@@ -27,7 +27,7 @@ public:
 
   virtual bool Rewind() = 0;
 
-  // Forward by n units; -1 means to the end.
+  // Forward by n units; -1 means to the end. False if the end comes first: the stream is then at its end.
   virtual bool Skip(std::int64_t n) = 0;
 
   // Position in units; -1 if the stream has none.
@@ -56,8 +56,9 @@ public:
   // A second stream on the same data with a position of its own, as a new object with the count 0, or null.
   virtual IStreamBase* Dup() { return nullptr; }
 
-  // Moves up to n units from the source. At the source's end the rest is written as zeros with bPad, else the
-  // copy ends with success. False for a null or invalid source and on a failure of either side.
+  // Moves up to n units from the source, all that it has for a negative n. At the source's end the rest is
+  // written as zeros with bPad, else the copy ends with success. False for a null or invalid source and on a
+  // failure of either side.
   virtual bool CopyFrom(IStreamBase* pSource, std::int64_t n, bool bPad);
 
   // Same contents from here to the end; a null other equals an invalid stream.

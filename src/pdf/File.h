@@ -78,6 +78,9 @@ public:
   // completed.
   virtual bool Close();
 
+  // Gives a file that is written up, in whatever state it is: Close then completes nothing and releases all.
+  void Abandon() { m_bFailed = true; }
+
   bool IsOpened() const { return m_bOpened; }
   bool IsWritable() const { return m_pOutput.Get() != nullptr; }
 
@@ -173,13 +176,40 @@ private:
   bool RecoverObject(int nObjNumber);
   CObjectStream* GetObjectStream(int nObjNumber);
   void TouchObjectStream(int nObjNumber);
+
+  // Writes the pending object stream of that number, so that its members can be read back; true if there is
+  // none.
   bool FlushPendingHolder(int nStream);
+
+  // Brings to the output what is buffered for it. Before anything is read back.
+  void SyncOutput();
+
+  // Puts the parser on the input.
+  void CreateParser();
+  bool Fail();
+  bool UsesObjectStreams() const;
   bool WriteHeader();
   bool PrepareToWrite();
+  bool WriteCompressed(CIndirectObject& object, int nGroup);
+  bool WriteDirect(CIndirectObject& object);
+  bool WriteStreamData(CIndirectObject& object, CSecurityHandler* pSecurity);
+  bool FlushObjects();
+  bool WriteSection();
+  bool FinishOutput();
+  bool WantsLinearization();
   bool LinearizeOutput();
+  bool LinearizeOutputFile();
+  bool LinearizeOutputMemory();
   bool DeliverToTarget();
   void ReleaseAll();
   void NotifyXRefChanged();
+  void DropTrailer();
+  bool CheckRoot();
+  void ReadCatalogueVersion();
+
+  // Entries for what object streams hold and no plain object has; for streams that a scan has found.
+  void EnterRecoveredHolders(const BSE::CBasicArray<int>& holders);
+  void UnloadAll();
 
   // Reading
   TXRefForm m_nXRefForm = eXRefUnknown;
@@ -189,6 +219,7 @@ private:
   CXRefTable m_scanned{this};
   BSE::CBasicArray<int> m_objStmCache;            // object streams that stay decoded, the most recent first
   BSE::CPtrArray<CObjectStream> m_objectStreams;  // by object number
+  BSE::CBasicArray<int> m_recoveredHolders;       // wait for the password
   BSE::CBasicArray<std::int64_t> m_revisions;
   CObjectPtr m_trailer;
   CObjectPtr m_root;
@@ -221,6 +252,8 @@ private:
   std::int64_t m_nFileSize = 0;
   std::int64_t m_nSavedBytes = 0;
   std::int64_t m_nXRefPosition = 0;
+  std::int64_t m_nRevisionStart = 0;  // where what has been written since the last section begins
+  int m_nFlushedStreams = 0;          // object streams among it
   ILinearizer* m_pLinearizer = nullptr;
   bool m_bHeaderWritten = false;
   bool m_bAppending = false;

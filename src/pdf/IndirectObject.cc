@@ -2,6 +2,7 @@
 
 #include "base/ErrorHandler.h"
 #include "base/MemoryStream.h"
+#include "base/ScopedValue.h"
 #include "base/Tracer.h"
 #include "pdf/File.h"
 #include "pdf/FilterFactory.h"
@@ -195,6 +196,8 @@ void CIndirectObject::SetValueObject(CObject* pValue)
 {
   m_pValue = pValue;
   m_bLoaded = true;
+  if (m_pValue && m_pValue->GetType() == eIndirect)
+    BreakCycle();
   if (m_pFile)
     SetDirty(true);
 }
@@ -228,12 +231,30 @@ bool CIndirectObject::LoadFromFile()
 {
   if (!m_pFile || m_bLoading)
     return false;
-  m_bLoading = true;
-  m_pFile->LoadObject(*this);
-  m_bLoading = false;
+  {
+    const BSE::CScopedValue loading(m_bLoading, true);
+    m_pFile->LoadObject(*this);
+    BreakCycle();
+  }
   // A failed load reads as null until the object is unloaded, so that the damage is met once.
   m_bLoaded = true;
   return true;
+}
+
+void CIndirectObject::BreakCycle()
+{
+  // A reference as the value of an object is against the rules, but is followed.
+  constexpr int nMaxChain = 32;
+  CObjectPtr value = m_pValue;
+  for (int i = 0; value.IsIndirect(); ++i)
+  {
+    if (value.Get() == this || i >= nMaxChain)
+    {
+      m_pValue = nullptr;
+      return;
+    }
+    value = value.GetValueObject();
+  }
 }
 
 void CIndirectObject::Unload()

@@ -127,6 +127,9 @@ private:
   bool LoadFromFile();
   void DropValue();
 
+  // Makes the value null if it leads back here through nothing but references.
+  void BreakCycle();
+
   std::int64_t m_nOffset;
   CFile* m_pFile;
   CObjectPtr m_pValue;

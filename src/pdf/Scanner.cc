@@ -12,6 +12,8 @@ constexpr unsigned g_nNameTooLong = 0x00418311;
 constexpr unsigned g_nStringTooLong = 0x00418317;
 constexpr unsigned g_nOddHexString = 0x0341851A;
 
+constexpr int g_nEndObjLength = 6;
+
 // A mantissa above this takes no further digit, so that times ten never wraps.
 constexpr std::int64_t g_nMaxMantissa = 0x0CCCCCCCCCCCCCCC;
 
@@ -160,6 +162,9 @@ void CScanner::ReadString()
       c = '\n';
     }
     m_text.Add(static_cast<char>(c));
+    if (m_bStopAtEndObj && c == 'j' && m_text.GetSize() >= g_nEndObjLength &&
+        std::memcmp(m_text.GetData() + m_text.GetSize() - g_nEndObjLength, "endobj", g_nEndObjLength) == 0)
+      break;
   }
   CheckStringLength();
   EndText();

@@ -48,6 +48,9 @@ public:
   std::int64_t GetTokenPos() const { return m_nTokenPos; }
   void RecordPositions(bool bRecord) { m_bRecordPos = bRecord; }
 
+  // A string also ends behind "endobj": in a damaged file a stray parenthesis would swallow the rest of it.
+  void StopStringsAtEndObj(bool bStop) { m_bStopAtEndObj = bStop; }
+
   // Strict mode: exactly one space before the token; an end of line somewhere before it; the last white-space
   // character before it was an end of line.
   bool HasSpaceBefore() const { return m_bSpaceBefore; }
@@ -108,6 +111,7 @@ private:
   int m_nMaxString = -1;
   int m_nMaxName = -1;
   bool m_bRecordPos = false;
+  bool m_bStopAtEndObj = false;
   bool m_bStrict = false;
   bool m_bSpaceBefore = false;
   bool m_bEolBefore = false;

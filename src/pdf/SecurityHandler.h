@@ -12,14 +12,14 @@ class CSecurityHandler : public BSE::CObject
 {
 public:
   // Fills the Encrypt dictionary of a file that is written.
-  virtual void Write(CObject& dictionary) = 0;
+  virtual void Write(PDF::CObject& dictionary) = 0;
 
   // True if the password opens the file; an empty password is tried for a null one.
   virtual bool Authenticate(const CString* pPassword) = 0;
 
   // True for objects that are never encrypted: the Encrypt dictionary itself, cross-reference streams, and
   // metadata streams of a file that leaves them plain.
-  virtual bool IsExempt(CObject& object) = 0;
+  virtual bool IsExempt(PDF::CObject& object) = 0;
 
   virtual CString DecryptString(const CString& value, int nObjNumber, int nGenNumber) = 0;
   virtual CString EncryptString(const CString& value, int nObjNumber, int nGenNumber) = 0;
@@ -36,5 +36,9 @@ public:
   // Length of the encrypted form of that many bytes.
   virtual std::int64_t GetEncryptedLength(std::int64_t nLength) = 0;
 };
+
+// The handler for a file's Encrypt dictionary; null, reported to the file, for a filter or an algorithm that
+// is not supported.
+BSE::CObjectPtr<CSecurityHandler> CreateSecurityHandler(CFile& file, const CObjectPtr& encrypt);
 
 }  // namespace PDF

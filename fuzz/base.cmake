@@ -1,0 +1,1 @@
+add_fuzz_target(base_inifile SOURCE base/IniFileFuzz.cc USES base)

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "pdf/Conformance.h"
+#include "pdf/Object.h"
+
+#include <span>
+
+namespace PDF
+{
+
+enum TColorModel : int;
+
+// The conformance for the values of "part" and "conformance" of the PDF/A identification schema
+// (ISO 19005-1, 6.7.11); none for any other pair.
+CConformance GetClaimedConformance(std::span<const char> part, std::span<const char> level);
+
+// What a metadata stream claims; none without a packet or a claim. Finds properties written as elements and
+// as attributes, with any prefix that is bound to the schema's namespace.
+CConformance ReadConformanceClaim(const CObjectPtr& metadata);
+
+// The colour model that the header of an ICC profile stream tells (ICC.1, 7.2.6).
+TColorModel ReadProfileModel(const CObjectPtr& profile);
+
+// Reads "1.7" into its numbers; false, and both left alone, for anything else or null.
+bool ReadVersionName(const char* szName, unsigned& nMajor, unsigned& nMinor);
+
+}  // namespace PDF

@@ -1,0 +1,133 @@
+#include "document/CopyBase.h"
+
+#include "document/BTree.h"
+#include "document/ObjectTraverser.h"
+#include "pdf/ArrayObject.h"
+#include "pdf/DictionaryObject.h"
+#include "pdf/SimpleObjects.h"
+
+namespace PDF
+{
+
+namespace
+{
+
+// The length of a stream is known when it is written: a reference to it would only carry a number over that
+// nobody reads.
+CObjectPtr WithDirectLength(const CObjectPtr& value)
+{
+  const CObjectPtr length = value["Length"];
+  if (!length.IsIndirect())
+    return value;
+  const CObjectPtr copy(value->Clone());
+  copy.AddEntry("Length", new CIntegerObject(length.GetIntegerValue()));
+  return copy;
+}
+
+}  // namespace
+
+void CCopyBase::ShareWith(const CCopyBase& other)
+{
+  m_pSource = other.m_pSource;
+  m_pTarget = other.m_pTarget;
+  m_pSourceTree = other.m_pSourceTree;
+  m_nGroup = other.m_nGroup;
+}
+
+CObjectPtr CCopyBase::GetCopy(const CObjectPtr& source) const
+{
+  if (!m_pTarget || !m_pSource || source.GetFile() != m_pSource)
+    return {};
+  return m_pTarget->GetCopy(*m_pSource, source.GetObjNumber());
+}
+
+CObjectPtr CCopyBase::GetOrCreateCopy(const CObjectPtr& source, bool& bCreated)
+{
+  bCreated = false;
+  if (!m_pTarget || !m_pSource || source.GetFile() != m_pSource)
+    return {};
+  const int nGroup = m_nGroup == g_nGroupDirect ? source->GetCompressedFlags() : m_nGroup;
+  return m_pTarget->GetOrCreateCopy(m_pSource, source.GetObjNumber(), bCreated, nGroup);
+}
+
+bool CCopyBase::IsPageObject(const CObjectPtr& source) const
+{
+  if (m_pSourceTree && m_pSourceTree->IsTreeObject(source.GetObjNumber()))
+    return true;
+  if (!source.IsDictionary() || source.IsStream())
+    return false;
+  const CObjectPtr type = source["Type"];
+  return type.IsName("Page") || (type.IsName("Pages") && source["Kids"].IsArray());
+}
+
+bool CCopyBase::IsFilled(const CObjectPtr& target)
+{
+  return target && (!target->IsDirty() || target->GetValueObject());
+}
+
+bool CCopyBase::IsPageCopied(const CObjectPtr& sourcePage) const
+{
+  return IsFilled(GetCopy(sourcePage));
+}
+
+CObjectPtr CCopyBase::CopyEntries(CObjectTraverser& visitor, const CObjectPtr& dictionary)
+{
+  CObjectPtr copy(new CDictionaryObject);
+  for (int i = dictionary.GetBegin(); i != dictionary.GetEnd(); i = dictionary.GetNext(i))
+    if (const CObjectPtr value = visitor.VisitEntry(dictionary.GetKey(i), dictionary.GetValue(i)))
+      copy.AddEntry(dictionary.GetKey(i), value);
+  return copy;
+}
+
+CObjectPtr CCopyBase::CopyElements(CObjectTraverser& visitor, const CObjectPtr& array)
+{
+  const int nSize = array.GetSize();
+  CObjectPtr copy(new CArrayObject);
+  copy->SetSize(nSize);
+  for (int i = 0; i < nSize; ++i)
+    copy->SetAt(i, visitor.VisitElement(i, array[i]).Get());
+  return copy;
+}
+
+void CCopyBase::FillCopy(CObjectTraverser& visitor, const CObjectPtr& source, const CObjectPtr& target)
+{
+  if (target->IsLocked())
+    return;
+  const bool bFlush = m_bFlush;
+  const int nGroup = m_nGroup;
+  target->Lock();
+  const CObjectPtr value = source->GetValueObject();
+  const CObjectPtr stream = source->GetStreamObject();
+  target->SetValueObject(visitor.Visit(stream ? WithDirectLength(value) : value).Get());
+  if (stream)
+    target->SetStreamObject(visitor.Visit(stream).Get());
+  target->Unlock();
+  m_bFlush = bFlush;
+  m_nGroup = nGroup;
+  FinishCopy(source, target);
+}
+
+void CCopyBase::FinishCopy(const CObjectPtr& source, const CObjectPtr& target)
+{
+  if (m_bFlush)
+    target->Flush(true);
+  source->Unload();
+  m_copied.Add(source.GetObjNumber());
+  m_copied.Add(target.GetObjNumber());
+  if (m_copied.GetSize() >= 2 * g_nReleaseLimit)
+    ReleaseCopied();
+}
+
+void CCopyBase::ReleaseCopied()
+{
+  if (!m_pSource || !m_pTarget)
+    return;
+  for (int i = 0; i + 1 < m_copied.GetSize(); i += 2)
+  {
+    m_pSource->GetXRef().ReleaseObject(m_copied[i]);
+    m_pTarget->GetXRef().ReleaseObject(m_copied[i + 1]);
+  }
+  m_copied.Truncate(0);
+}
+
+}  // namespace PDF

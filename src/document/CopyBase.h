@@ -1,0 +1,121 @@
+#pragma once
+
+#include "base/BasicArray.h"
+#include "document/NumberSet.h"
+#include "pdf/File.h"
+
+namespace PDF
+{
+
+class CBTree;
+class CObjectTraverser;
+
+// What every copier shares: the two files, and how one object is carried from the one to the other. The map
+// of object numbers belongs to the target file, so that copiers on the same pair of files see each other's
+// copies.
+//
+// Pages are never copied on the way to something else: a reference to a page, or to a node of a page tree,
+// gives the target object that stands for it, without a value. Who copies pages fills it; one that is never
+// filled is written as null.
+class CCopyBase
+{
+public:
+  CCopyBase(const CCopyBase&) = delete;
+  CCopyBase& operator=(const CCopyBase&) = delete;
+
+  // Both files must outlive the copier's use. Null unbinds.
+  void SetFiles(CFile* pSource, CFile* pTarget)
+  {
+    m_pSource = pSource;
+    m_pTarget = pTarget;
+  }
+
+  // The page tree whose objects are known to be pages and nodes; null leaves that to their "Type".
+  void SetSourceTree(const CBTree* pTree) { m_pSourceTree = pTree; }
+
+  // The same files, group and pages as another copier.
+  void ShareWith(const CCopyBase& other);
+  CFile* GetSource() const { return m_pSource; }
+  CFile* GetTarget() const { return m_pTarget; }
+
+  // Object-stream group of new objects: 0 to 2, or g_nGroupDirect for that of the source object.
+  int GetGroup() const { return m_nGroup; }
+  void SetGroup(int nGroup) { m_nGroup = nGroup; }
+
+  // Whether a copy is written, and leaves memory, as soon as it is done.
+  bool IsFlushing() const { return m_bFlush; }
+  void SetFlushing(bool bFlush) { m_bFlush = bFlush; }
+
+  // Number of the target object; an object of another file than the source, or none, gives an empty pointer.
+  CObjectPtr GetCopy(const CObjectPtr& source) const;
+  CObjectPtr GetOrCreateCopy(const CObjectPtr& source, bool& bCreated);
+
+  // True for a page or a node of a page tree.
+  bool IsPageObject(const CObjectPtr& source) const;
+
+  // True if the page stands in the target already.
+  bool IsPageCopied(const CObjectPtr& sourcePage) const;
+
+  // The value of a reference, or a direct object itself.
+  static CObjectPtr GetDirect(const CObjectPtr& object)
+  {
+    return object.IsIndirect() ? object.GetValueObject() : object;
+  }
+
+  // True for a target object that has a value or was written.
+  static bool IsFilled(const CObjectPtr& target);
+
+  // Gives the target the source's value and stream part, as the visitor returns them. The target is locked
+  // meanwhile, and flushed at the end if flushing was on at the beginning. The source is unloaded.
+  void FillCopy(CObjectTraverser& visitor, const CObjectPtr& source, const CObjectPtr& target);
+
+  // Writes a target that is complete, if flushing is on, and unloads its source.
+  void FinishCopy(const CObjectPtr& source, const CObjectPtr& target);
+
+  // Drops the objects of both files that were copied since the last call and that nobody else holds; they are
+  // made again when wanted. Their user data goes with them.
+  void ReleaseCopied();
+
+protected:
+  CCopyBase() = default;
+  ~CCopyBase() = default;
+
+  // A new container with what the visitor returns for each entry or element. Null entries are left out, null
+  // elements stay.
+  static CObjectPtr CopyEntries(CObjectTraverser& visitor, const CObjectPtr& dictionary);
+  static CObjectPtr CopyElements(CObjectTraverser& visitor, const CObjectPtr& array);
+
+  // Forgets what ReleaseCopied would drop, when the target file is given up.
+  void ForgetCopied() { m_copied.RemoveAll(); }
+
+  CFile* m_pSource = nullptr;
+  CFile* m_pTarget = nullptr;
+  const CBTree* m_pSourceTree = nullptr;
+  int m_nGroup = 0;
+  bool m_bFlush = true;
+
+private:
+  // Objects after which memory is tidied up.
+  static constexpr int g_nReleaseLimit = 4096;
+
+  BSE::CBasicArray<int> m_copied;  // source number, target number
+};
+
+// Sets the group of a copier for a scope.
+class CGroupScope
+{
+public:
+  CGroupScope(CCopyBase& copier, int nGroup) : m_copier(copier), m_nOld(copier.GetGroup())
+  {
+    copier.SetGroup(nGroup);
+  }
+  CGroupScope(const CGroupScope&) = delete;
+  CGroupScope& operator=(const CGroupScope&) = delete;
+  ~CGroupScope() { m_copier.SetGroup(m_nOld); }
+
+private:
+  CCopyBase& m_copier;
+  int m_nOld;
+};
+
+}  // namespace PDF

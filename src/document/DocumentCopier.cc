@@ -1,0 +1,264 @@
+#include "document/DocumentCopier.h"
+
+#include "document/ListCopier.h"
+#include "document/StructTreeCopier.h"
+#include "document/TreeCopier.h"
+#include "pdf/ArrayObject.h"
+
+namespace PDF
+{
+
+namespace
+{
+
+constexpr unsigned g_nDefaultPermissions = 3900;
+constexpr unsigned g_nCryptFilterVersion = 0x1600;
+
+// Groups of object streams: form fields and annotations stay apart from the rest.
+constexpr int g_nFormGroup = 1;
+
+bool IsOneOf(const char* szKey, std::initializer_list<const char*> keys)
+{
+  for (const char* szOther : keys)
+    if (KeyEquals(szKey, szOther))
+      return true;
+  return false;
+}
+
+bool IsEmpty(const CString* pText)
+{
+  return !pText || pText->IsEmpty();
+}
+
+}  // namespace
+
+CDocumentCopierBase::CDocumentCopierBase(BSE::IErrorContext* pErrorContext, CObjectTraverser& visitor,
+                                         CCopyBase& copier)
+    : m_input(pErrorContext),
+      m_output(pErrorContext),
+      m_producer(u"Tarvex\u2122 Brevex Producer 6.27.17.0"),
+      m_pErrorContext(pErrorContext),
+      m_visitor(visitor),
+      m_copier(copier)
+{
+}
+
+bool CDocumentCopierBase::OpenInput(BSE::IByteStream* pStream, const CString* pPassword)
+{
+  CloseDocuments();
+  if (!m_input.Open(pStream, pPassword))
+    return false;
+  m_copier.SetFiles(&m_input.GetFile(), nullptr);
+  m_output.SetVersion(m_input.GetMajorVersion(), m_input.GetMinorVersion());
+  m_output.SetConformance(m_input.GetConformance());
+  return true;
+}
+
+bool CDocumentCopierBase::CloseDocuments()
+{
+  m_bCopierReady = false;
+  m_copier.SetFiles(nullptr, nullptr);
+  m_copier.SetSourceTree(nullptr);
+  const bool bDone = m_output.Close();
+  return m_input.Close() && bDone;
+}
+
+void CDocumentCopierBase::BindFiles()
+{
+  if (m_bCopierReady)
+    return;
+  m_input.GetPageCount();
+  CFile& source = m_input.GetFile();
+  CFile& target = m_output.GetFile();
+  m_copier.SetFiles(&source, &target);
+  m_copier.SetSourceTree(&m_input.GetPageTree());
+  target.GetObjectMap(source).SetAt(source.GetRoot().GetObjNumber(), target.GetRoot().GetObjNumber());
+  m_bCopierReady = true;
+}
+
+bool CDocumentCopierBase::BeginSave(BSE::IByteStream* pStream, TEncryption encryption)
+{
+  if (!m_input.IsOpened())
+    return false;
+  m_output.Close();
+  m_bCopierReady = false;
+  if (SetUpOutput(pStream, encryption))
+    return true;
+  m_output.Close();
+  return false;
+}
+
+bool CDocumentCopierBase::SetUpOutput(BSE::IByteStream* pStream, TEncryption& encryption)
+{
+  if (!encryption.m_streamFilter.IsEmpty() || !encryption.m_stringFilter.IsEmpty())
+    m_output.SetConformance(CConformance(g_nCryptFilterVersion));
+  if (encryption.m_nPermissions == -2 && !GetInputEncryption(encryption))
+    encryption.m_nPermissions = -1;
+  const CString id = m_bKeepFileId ? m_input.GetFile().GetId1() : CString();
+  const bool bLinearize = m_bLinearize || m_bAutoLinearize;
+  if (!m_output.Create(pStream, id, !bLinearize, m_bUseObjectStreams))
+    return false;
+  if (!SetUpEncryption(encryption))
+    return false;
+  m_output.CreateTree();
+  m_output.GetFile().SetLinearize(bLinearize, m_bAutoLinearize, m_pLinearizer);
+  BindFiles();
+  return true;
+}
+
+bool CDocumentCopierBase::SetUpEncryption(TEncryption& encryption)
+{
+  const bool bAsked = encryption.m_nPermissions != -1 && encryption.m_nPermissions != -2;
+  if (!bAsked && IsEmpty(encryption.m_pUserPassword) && IsEmpty(encryption.m_pOwnerPassword))
+    return true;
+  if (!bAsked)
+    encryption.m_nPermissions = static_cast<int>(g_nDefaultPermissions);
+  if (m_output.GetConformance().IsArchival())
+  {
+    BSE::ReportError(m_pErrorContext, g_nArchivalNotEncrypted);
+    return false;
+  }
+  const BSE::CObjectPtr<CSecurityHandler> pHandler = CreateEncryption(encryption);
+  if (!pHandler)
+  {
+    BSE::ReportError(m_pErrorContext, g_nInvalidEncryption);
+    return false;
+  }
+  m_output.GetFile().SetSecurityHandler(pHandler.Get());
+  return true;
+}
+
+BSE::CObjectPtr<CSecurityHandler> CDocumentCopierBase::CreateEncryption(const TEncryption&)
+{
+  return nullptr;
+}
+
+bool CDocumentCopierBase::GetInputEncryption(TEncryption&)
+{
+  return false;
+}
+
+bool CDocumentCopierBase::CopyPageObject(int nPage)
+{
+  const CPage source = m_input.GetPage(nPage - 1);
+  if (!source)
+    return false;
+  const CObjectPtr target = CreatePageCopy(source);
+  if (!target)
+    return false;
+  for (const char* szKey : {"CropBox", "MediaBox", "Resources", "Rotate"})
+    CopyInherited(source, target, szKey);
+  const CObjectPtr value = CCopyBase::GetDirect(source);
+  for (int i = value.GetBegin(); i != value.GetEnd(); i = value.GetNext(i))
+  {
+    const char* szKey = value.GetKey(i);
+    if (IsOneOf(szKey, {"CropBox", "MediaBox", "Parent", "Resources", "Rotate", "Type", "B"}))
+      continue;
+    const CGroupScope group(m_copier, KeyEquals(szKey, "Annots") ? g_nFormGroup : m_copier.GetGroup());
+    if (const CObjectPtr entry = m_visitor.VisitEntry(szKey, value.GetValue(i)))
+      target.AddEntry(szKey, entry);
+  }
+  if (const CObjectPtr beads = value["B"])
+    target.AddEntry("B", CopyBeads(beads));
+  return FinishPage(source, target);
+}
+
+CObjectPtr CDocumentCopierBase::CreatePageCopy(const CPage& source)
+{
+  CBTree& tree = m_output.GetPageTree();
+  bool bCreated = false;
+  CObjectPtr target = m_copier.GetOrCreateCopy(source, bCreated);
+  // A page that stands in the tree a second time becomes a page of its own.
+  if (!target || (!bCreated && CCopyBase::IsFilled(target)))
+    return tree.NewPage(m_copier.GetGroup());
+  tree.InitPage(*target);
+  return target;
+}
+
+void CDocumentCopierBase::CopyInherited(const CPage& source, const CObjectPtr& target, const char* szKey)
+{
+  const CObjectPtr value = source.FindInherited(szKey);
+  if (!value)
+    return;
+  if (const CObjectPtr entry = m_visitor.VisitEntry(szKey, value))
+    target.AddEntry(szKey, entry);
+}
+
+bool CDocumentCopierBase::FinishPage(const CPage& source, const CObjectPtr& target)
+{
+  const bool bAdded = m_output.AddPage(target.Get()) > 0;
+  m_copier.FinishCopy(source, target);
+  m_copier.ReleaseCopied();
+  return bAdded;
+}
+
+CObjectPtr CDocumentCopierBase::CopyBeads(const CObjectPtr& beads)
+{
+  CListCopier copier(&m_visitor);
+  copier.ShareWith(m_copier);
+  CObjectPtr copy = copier.VisitEntry("B", beads);
+  copier.ReleaseCopied();
+  return copy;
+}
+
+bool CDocumentCopierBase::CopyCatalogEntries()
+{
+  const CObjectPtr catalog = CCopyBase::GetDirect(m_input.GetCatalog());
+  const CObjectPtr target = m_output.GetCatalog();
+  for (int i = catalog.GetBegin(); i != catalog.GetEnd(); i = catalog.GetNext(i))
+  {
+    const char* szKey = catalog.GetKey(i);
+    // The header of the output states the version.
+    if (IsOneOf(szKey, {"Type", "Pages", "Metadata", "Version", "Outlines", "StructTreeRoot", "Threads"}))
+      continue;
+    const CGroupScope group(m_copier, KeyEquals(szKey, "AcroForm") ? g_nFormGroup : m_copier.GetGroup());
+    if (const CObjectPtr entry = m_visitor.VisitEntry(szKey, catalog.GetValue(i)))
+      target.AddEntry(szKey, entry);
+  }
+  if (const CObjectPtr threads = CopyThreads(catalog["Threads"]))
+    target.AddEntry("Threads", threads);
+  if (const CObjectPtr structure = CopyStructTree(catalog["StructTreeRoot"]))
+    target.AddEntry("StructTreeRoot", structure);
+  if (const CObjectPtr outlines = CopyOutlines(catalog["Outlines"]))
+    target.AddEntry("Outlines", outlines);
+  m_copier.ReleaseCopied();
+  return true;
+}
+
+CObjectPtr CDocumentCopierBase::CopyOutlines(const CObjectPtr& outlines)
+{
+  if (!outlines.IsDictionary())
+    return {};
+  CTreeCopier copier(&m_visitor);
+  copier.ShareWith(m_copier);
+  CObjectPtr copy = copier.VisitEntry("Outlines", outlines);
+  copier.ReleaseCopied();
+  return copy;
+}
+
+CObjectPtr CDocumentCopierBase::CopyStructTree(const CObjectPtr& root)
+{
+  if (!root.IsDictionary())
+    return {};
+  CStructTreeCopier copier(&m_visitor);
+  copier.ShareWith(m_copier);
+  CObjectPtr copy = copier.VisitEntry("StructTreeRoot", root);
+  copier.ReleaseCopied();
+  return copy;
+}
+
+CObjectPtr CDocumentCopierBase::CopyThreads(const CObjectPtr& threads)
+{
+  if (!threads.IsArray())
+    return {};
+  CListCopier copier(&m_visitor);
+  copier.ShareWith(m_copier);
+  CObjectPtr copy(new CArrayObject);
+  for (int i = 0; i < threads.GetSize(); ++i)
+    if (const CObjectPtr thread = copier.VisitElement(i, threads[i]))
+      copy.Add(thread);
+  copier.ReleaseCopied();
+  return copy;
+}
+
+}  // namespace PDF

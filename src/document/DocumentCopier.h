@@ -1,0 +1,158 @@
+#pragma once
+
+#include "base/BasicMap.h"
+#include "document/Document.h"
+#include "document/ObjectCopier.h"
+
+namespace PDF
+{
+
+inline constexpr unsigned g_nInvalidEncryption = 0x8041011CU;
+inline constexpr unsigned g_nArchivalNotEncrypted = 0x0341860DU;
+
+// How a saved file is to be encrypted.
+struct TEncryption
+{
+  const CString* m_pUserPassword = nullptr;  // null and empty are the same
+  const CString* m_pOwnerPassword = nullptr;
+  int m_nPermissions = -1;  // -1: none asked for; -2: those of the input
+  int m_nKeyLength = 128;   // bits
+  CName m_streamFilter;     // crypt filter names "V2", "AESV2", "AESV3", or empty
+  CName m_stringFilter;
+};
+
+// The part of a document copier that does not depend on how objects are copied: the two documents, the steps
+// of a save, and the copies of metadata, pages and catalogue through a visitor. Page numbers are 1-based.
+class CDocumentCopierBase
+{
+public:
+  CDocumentCopierBase(const CDocumentCopierBase&) = delete;
+  CDocumentCopierBase& operator=(const CDocumentCopierBase&) = delete;
+
+  CDocument& GetInput() { return m_input; }
+  CDocument& GetOutput() { return m_output; }
+
+  // Name and version that stand as "Producer" where the input names none.
+  void SetProducer(const char16_t* szProducer) { m_producer.Assign(szProducer); }
+
+  // Replaces a former value of the key. Entries outlive documents. Both are kept as copies; null is refused.
+  bool SetInfoEntry(const char16_t* szKey, const char16_t* szValue);
+
+  // Borrowed; null for a key that was not set.
+  const char16_t* GetInfoEntry(const char16_t* szKey) const;
+
+protected:
+  CDocumentCopierBase(BSE::IErrorContext* pErrorContext, CObjectTraverser& visitor, CCopyBase& copier);
+  virtual ~CDocumentCopierBase();
+
+  // The security handler for a file that is written, null for parameters that do not go together.
+  virtual BSE::CObjectPtr<CSecurityHandler> CreateEncryption(const TEncryption& encryption);
+
+  // Fills in the permissions, key length and filters that the input is encrypted with; false if it is not.
+  virtual bool GetInputEncryption(TEncryption& encryption);
+
+  // Closes both documents and opens the input. The output starts with the input's version and conformance.
+  bool OpenInput(BSE::IByteStream* pStream, const CString* pPassword);
+  bool CloseDocuments();
+
+  // Steps of Save before the first copy: conformance, encryption, file, page tree, linearization. On failure
+  // the output is closed.
+  bool BeginSave(BSE::IByteStream* pStream, TEncryption encryption);
+
+  // Binds the files that the copier works between, unless that is done.
+  void BindFiles();
+
+  // Metadata stream and information dictionary, with the set entries in it.
+  bool CopyDocumentMetadata();
+
+  // The information dictionary alone, new in the output. Keys of the list, ended by null, are left out; the
+  // list itself may be null.
+  CObjectPtr CopyInfo(const char* const* pszOmitted);
+  void ApplyInfoEntries(CObject& info);
+
+  // The page with all its keys, at the end of the output's tree; true if the tree took it.
+  bool CopyPageObject(int nPage);
+
+  // Target of a page: the object that references to it have been given, or a new one.
+  CObjectPtr CreatePageCopy(const CPage& source);
+
+  // A value that a page may inherit, through the visitor, written on the copy if there is one.
+  void CopyInherited(const CPage& source, const CObjectPtr& target, const char* szKey);
+
+  // Adds a finished page to the tree and writes it; forgets what was loaded for it.
+  bool FinishPage(const CPage& source, const CObjectPtr& target);
+
+  bool CopyCatalogEntries();
+
+  // Beads of a page, with the threads that they belong to.
+  CObjectPtr CopyBeads(const CObjectPtr& beads);
+
+  // Parts of the catalogue that have copiers of their own; the results belong in the output's catalogue.
+  CObjectPtr CopyOutlines(const CObjectPtr& outlines);
+  CObjectPtr CopyStructTree(const CObjectPtr& root);
+  CObjectPtr CopyThreads(const CObjectPtr& threads);
+
+  // Without a producer and without a date of change, what is written in their place, unless the document is
+  // archival: those must agree with metadata that is carried across as it is.
+  void CompleteInfo(CObject& info);
+
+  CDocument m_input;
+  CDocument m_output;
+  BSE::CStr16 m_producer;
+  BSE::CBasicMap m_infoEntries;  // UTF-16 key with its end, to CStr16
+  BSE::IErrorContext* m_pErrorContext;
+  bool m_bCopierReady = false;
+  bool m_bLinearize = false;
+  bool m_bAutoLinearize = false;
+  bool m_bKeepFileId = false;
+  bool m_bUseObjectStreams = true;
+  ILinearizer* m_pLinearizer = nullptr;
+
+private:
+  bool SetUpEncryption(TEncryption& encryption);
+  bool SetUpOutput(BSE::IByteStream* pStream, TEncryption& encryption);
+
+  CObjectTraverser& m_visitor;
+  CCopyBase& m_copier;
+};
+
+// Copies whole documents. T is the copier of objects: CObjectCopier or CObjectCopierNonRec.
+template <class T>
+class CDocumentCopierT : public T, public CDocumentCopierBase
+{
+public:
+  explicit CDocumentCopierT(BSE::IErrorContext* pErrorContext)
+      : CDocumentCopierBase(pErrorContext, *this, *this)
+  {
+  }
+  ~CDocumentCopierT() override = default;
+
+  // Pages from first to last, 1-based; ends at the first that fails.
+  virtual bool CopyPages(int nFirst, int nLast)
+  {
+    for (int nPage = nFirst; nPage <= nLast; ++nPage)
+      if (!CopyPage(nPage))
+        return false;
+    return true;
+  }
+  virtual bool CopyPage(int nPage) { return CopyPageObject(nPage); }
+  virtual bool CopyCatalog() { return CopyCatalogEntries(); }
+  virtual bool CopyMetadata() { return CopyDocumentMetadata(); }
+
+  // Opens the input; false, with both documents closed, on failure.
+  bool Open(BSE::IByteStream* pStream, const CString* pPassword) { return OpenInput(pStream, pPassword); }
+
+  // Writes the input, as the copier changes it, to the stream. May be repeated. Nothing is rolled back on
+  // failure.
+  bool Save(BSE::IByteStream* pStream, const TEncryption& encryption)
+  {
+    if (!BeginSave(pStream, encryption))
+      return false;
+    const bool bCopied = CopyMetadata() && CopyPages(1, m_input.GetPageCount()) && CopyCatalog();
+    return m_output.Close() && bCopied;
+  }
+
+  bool Close() { return CloseDocuments(); }
+};
+
+}  // namespace PDF

@@ -1,0 +1,31 @@
+#include "document/ObjectCopierNonRec.h"
+
+namespace PDF
+{
+
+CObjectPtr CObjectCopierNonRec::VisitDictionary(const CObjectPtr& object)
+{
+  return CopyEntries(*this, object);
+}
+
+CObjectPtr CObjectCopierNonRec::VisitArray(const CObjectPtr& object)
+{
+  return CopyElements(*this, object);
+}
+
+CObjectPtr CObjectCopierNonRec::VisitIndirect(const CObjectPtr& object)
+{
+  bool bCreated = false;
+  const CObjectPtr target = GetOrCreateCopy(object, bCreated);
+  if (bCreated && !IsPageObject(object))
+    Push(object);
+  return target;
+}
+
+void CObjectCopierNonRec::ProcessObject(const CObjectPtr& object)
+{
+  if (const CObjectPtr target = GetCopy(object))
+    FillCopy(*this, object, target);
+}
+
+}  // namespace PDF

@@ -1,0 +1,77 @@
+#pragma once
+
+#include "document/Rectangle.h"
+#include "document/Resources.h"
+#include "document/SemanticObject.h"
+
+namespace PDF
+{
+
+// Codes of the page tree. The context of a report is the page or node.
+inline constexpr unsigned g_nPageMissing = 0x80410401U;
+inline constexpr unsigned g_nPageTypeInvalid = 0x80410402U;
+inline constexpr unsigned g_nPageKidsInvalid = 0x80410403U;
+inline constexpr unsigned g_nPageCountInvalid = 0x80410404U;
+inline constexpr unsigned g_nPageParentInvalid = 0x80410405U;
+inline constexpr unsigned g_nPageResourcesInvalid = 0x80410406U;
+inline constexpr unsigned g_nPageMediaBoxInvalid = 0x80410407U;
+inline constexpr unsigned g_nNoPages = 0x80410408U;
+
+// A page (ISO 32000-1, 7.7.3.3) by value: a page object, or null.
+class CPage : public CTypedObject
+{
+public:
+  CPage() : CTypedObject("Page") {}
+  CPage(const CObjectPtr& object) : CTypedObject(object, "Page") {}
+
+  // The value of a key in the page or the nearest of its ancestors; null if none has it. Ends after the
+  // catalogue's root node, and after g_nMaxTreeDepth ancestors.
+  CObjectPtr FindInherited(const char* szKey) const;
+
+  // False, reported, without a valid box; the rectangle is then 612 by 792.
+  bool GetMediaBox(TRectangle& rectangle) const;
+
+  // The effective boxes: the crop box is clipped by the media box and defaults to it, the others default to
+  // the crop box.
+  TRectangle GetCropBox() const;
+  TRectangle GetTrimBox() const { return GetBox("TrimBox"); }
+  TRectangle GetBleedBox() const { return GetBox("BleedBox"); }
+  TRectangle GetArtBox() const { return GetBox("ArtBox"); }
+
+  // 0, 90, 180 or 270 degrees clockwise.
+  int GetRotate() const;
+
+  // Inherited resources; null, reported, if neither page nor ancestors have a dictionary.
+  CResources GetResources() const;
+
+private:
+  TRectangle GetBox(const char* szKey) const;
+  bool FindMediaBox(TRectangle& rectangle) const;
+};
+
+// A counted page with its annotations (ISO 32000-1, 12.5). Annotation indices are 0-based.
+class CPage_new : public CSemanticObject
+{
+public:
+  explicit CPage_new(PDF::CObject* pPage) : CSemanticObject(pPage) {}
+
+  CPage GetPage() const { return CPage(m_object); }
+
+  // 0 without an array in "Annots".
+  int GetAnnotCount() const;
+
+  // Null out of range.
+  CObjectPtr GetAnnot(int nIndex) const;
+
+  // Appends, making "Annots" where it is missing; the page becomes dirty. False for an invalid page.
+  bool AddAnnot(PDF::CObject* pAnnot);
+
+  // Removes the annotation, and "Annots" with the last one. False out of range.
+  bool RemoveAnnot(int nIndex);
+
+private:
+  // Marks what holds the array as changed.
+  void Touch(const CObjectPtr& annots);
+};
+
+}  // namespace PDF

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "document/ObjectCopier.h"
+
+namespace PDF
+{
+
+// Copies a structure tree (ISO 32000-1, 14.7): of the kids "K" of an element only those are kept whose page
+// stands in the target. An element without a page of its own stays, and so does one that holds further
+// elements.
+class CStructTreeCopier : public CObjectCopier
+{
+public:
+  // Values outside the tree go through the owner; a null owner leaves them to this copier.
+  explicit CStructTreeCopier(CObjectTraverser* pOwner = nullptr) : m_pOwner(pOwner) {}
+
+  CObjectPtr VisitDictionary(const CObjectPtr& object) override;
+  CObjectPtr VisitIndirect(const CObjectPtr& object) override;
+
+private:
+  bool IsKidKept(const CObjectPtr& kid, const CObjectPtr& page) const;
+  bool IsPagePresent(const CObjectPtr& page) const { return page.IsNull() || IsPageCopied(page); }
+  CObjectPtr CopyKids(const CObjectPtr& kids, const CObjectPtr& page);
+  bool BelongsToOwner(const CObjectPtr& object) const;
+
+  CObjectTraverser* m_pOwner;
+};
+
+}  // namespace PDF

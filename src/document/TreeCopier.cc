@@ -1,0 +1,180 @@
+#include "document/TreeCopier.h"
+
+#include "base/Limits.h"
+#include "base/Tracer.h"
+#include "pdf/DictionaryObject.h"
+#include "pdf/SimpleObjects.h"
+
+namespace PDF
+{
+
+namespace
+{
+
+bool IsLink(const char* szKey)
+{
+  for (const char* szLink : {"Prev", "Next", "First", "Last", "Parent", "Count"})
+    if (KeyEquals(szKey, szLink))
+      return true;
+  return false;
+}
+
+}  // namespace
+
+// A node whose children are being copied. The copy of a child stays in memory until the next sibling is
+// known.
+struct CTreeCopier::TLevel
+{
+  CObjectPtr m_source;
+  CObjectPtr m_target;
+  CObjectPtr m_next;   // child to be copied next
+  CObjectPtr m_first;  // copied children
+  CObjectPtr m_last;
+  CObjectPtr m_lastSource;
+  std::int64_t m_nVisible = 0;  // kept descendants that are shown when the node is open
+  bool m_bChanged = false;      // a descendant was left out
+  int m_nDepth = 0;
+  BSE::CScopedPtr<TLevel> m_pAbove;
+};
+
+CObjectPtr CTreeCopier::VisitIndirect(const CObjectPtr& object)
+{
+  if (m_bWalking)
+    return CObjectCopier::VisitIndirect(object);
+  bool bCreated = false;
+  const CObjectPtr target = GetOrCreateCopy(object, bCreated);
+  if (!bCreated)
+    return target;
+  m_bWalking = true;
+  m_visited.RemoveAll();
+  m_visited.Add(object.GetObjNumber());
+  CopyNode(object, target);
+  CopyChildren(object, target);
+  m_bWalking = false;
+  return target;
+}
+
+bool CTreeCopier::IsKept(const CObjectPtr&)
+{
+  return true;
+}
+
+CObjectPtr CTreeCopier::CopyNodeEntry(const char* szKey, const CObjectPtr& value)
+{
+  return m_pOwner ? m_pOwner->VisitEntry(szKey, value) : VisitEntry(szKey, value);
+}
+
+void CTreeCopier::CopyNode(const CObjectPtr& source, const CObjectPtr& target)
+{
+  const CObjectPtr value = GetDirect(source);
+  const CObjectPtr copy(new CDictionaryObject);
+  for (int i = value.GetBegin(); i != value.GetEnd(); i = value.GetNext(i))
+  {
+    const char* szKey = value.GetKey(i);
+    if (IsLink(szKey))
+      continue;
+    if (const CObjectPtr entry = CopyNodeEntry(szKey, value.GetValue(i)))
+      copy.AddEntry(szKey, entry);
+  }
+  target->SetValueObject(copy.Get());
+}
+
+void CTreeCopier::CopyChildren(const CObjectPtr& root, const CObjectPtr& rootTarget)
+{
+  BSE::CScopedPtr<TLevel> pLevel(new TLevel);
+  pLevel->m_source = root;
+  pLevel->m_target = rootTarget;
+  pLevel->m_next = root["First"];
+  while (pLevel)
+    if (pLevel->m_next.IsDictionary())
+      CopyChild(pLevel);
+    else
+      EndLevel(pLevel);
+  FinishCopy(root, rootTarget);
+}
+
+// A node without a number stands in the file inside its predecessor, so that it cannot be part of a loop.
+CObjectPtr CTreeCopier::GetNodeCopy(const CObjectPtr& source)
+{
+  bool bCreated = false;
+  CObjectPtr target = GetOrCreateCopy(source, bCreated);
+  if (!target && GetTarget())
+    target = GetTarget()->NewObject(0, 0, GetGroup());
+  return target;
+}
+
+void CTreeCopier::CopyChild(BSE::CScopedPtr<TLevel>& pLevel)
+{
+  const CObjectPtr source = pLevel->m_next;
+  if (source.IsIndirect() && !m_visited.Add(source.GetObjNumber()))
+  {
+    if (BSE::CTracer::IsOn())
+      BSE::CTracer::Trace("E", "pdfcopy", "Loop detected in tree for obj %d", source.GetObjNumber());
+    pLevel->m_bChanged = true;
+    pLevel->m_next.Reset();
+    return;
+  }
+  pLevel->m_next = source["Next"];
+  const CObjectPtr target = IsKept(source) ? GetNodeCopy(source) : CObjectPtr();
+  if (!target)
+  {
+    pLevel->m_bChanged = true;
+    source->Unload();
+    return;
+  }
+  CopyNode(source, target);
+  target.AddEntry("Parent", pLevel->m_target);
+  if (pLevel->m_last)
+  {
+    target.AddEntry("Prev", pLevel->m_last);
+    pLevel->m_last.AddEntry("Next", target);
+    FinishCopy(pLevel->m_lastSource, pLevel->m_last);
+  }
+  else
+  {
+    pLevel->m_first = target;
+  }
+  pLevel->m_last = target;
+  pLevel->m_lastSource = source;
+  ++pLevel->m_nVisible;
+
+  BSE::CScopedPtr<TLevel> pBelow(new TLevel);
+  pBelow->m_source = source;
+  pBelow->m_target = target;
+  pBelow->m_nDepth = pLevel->m_nDepth + 1;
+  pBelow->m_next = source["First"];
+  if (pBelow->m_nDepth >= BSE::g_nMaxTreeDepth && pBelow->m_next)
+  {
+    pBelow->m_next.Reset();
+    pBelow->m_bChanged = true;
+  }
+  pBelow->m_pAbove = std::move(pLevel);
+  pLevel = std::move(pBelow);
+}
+
+void CTreeCopier::EndLevel(BSE::CScopedPtr<TLevel>& pLevel)
+{
+  const CObjectPtr count = pLevel->m_source["Count"];
+  const bool bOpen = count.GetIntegerValue() > 0;
+  if (pLevel->m_first)
+  {
+    FinishCopy(pLevel->m_lastSource, pLevel->m_last);
+    pLevel->m_target.AddEntry("First", pLevel->m_first);
+    pLevel->m_target.AddEntry("Last", pLevel->m_last);
+    if (count.IsInteger())
+    {
+      const std::int64_t nShown = bOpen ? pLevel->m_nVisible : -pLevel->m_nVisible;
+      const std::int64_t nCount = pLevel->m_bChanged ? nShown : count.GetIntegerValue();
+      pLevel->m_target.AddEntry("Count", new CIntegerObject(nCount));
+    }
+  }
+  BSE::CScopedPtr<TLevel> pAbove = std::move(pLevel->m_pAbove);
+  if (pAbove)
+  {
+    pAbove->m_nVisible += bOpen ? pLevel->m_nVisible : 0;
+    pAbove->m_bChanged |= pLevel->m_bChanged;
+  }
+  pLevel = std::move(pAbove);
+}
+
+}  // namespace PDF

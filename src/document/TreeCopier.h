@@ -1,0 +1,44 @@
+#pragma once
+
+#include "document/NumberSet.h"
+#include "document/ObjectCopier.h"
+
+namespace PDF
+{
+
+// Copies a tree whose nodes are linked by "First", "Next", "Prev", "Last" and "Parent", as outlines are
+// (ISO 32000-1, 12.3.3). The walk uses no recursion: one path of nodes is in memory. A node met twice ends
+// its list of siblings, with a trace line; nodes deeper than g_nMaxTreeDepth are left out.
+class CTreeCopier : public CObjectCopier
+{
+public:
+  // Values of the nodes go through the owner, so that they are copied as the rest of the document is; a null
+  // owner leaves them to this copier.
+  explicit CTreeCopier(CObjectTraverser* pOwner = nullptr) : m_pOwner(pOwner) {}
+
+  // The root of a tree, which is copied with all that hangs from it. An object copied before is returned as
+  // it is.
+  CObjectPtr VisitIndirect(const CObjectPtr& object) override;
+
+protected:
+  // True if a node enters the list; its children go with it.
+  virtual bool IsKept(const CObjectPtr& node);
+
+  // The copy of an entry that is no link of the tree; null leaves it out.
+  virtual CObjectPtr CopyNodeEntry(const char* szKey, const CObjectPtr& value);
+
+private:
+  struct TLevel;
+
+  void CopyNode(const CObjectPtr& source, const CObjectPtr& target);
+  void CopyChildren(const CObjectPtr& root, const CObjectPtr& rootTarget);
+  void CopyChild(BSE::CScopedPtr<TLevel>& pLevel);
+  void EndLevel(BSE::CScopedPtr<TLevel>& pLevel);
+  CObjectPtr GetNodeCopy(const CObjectPtr& source);
+
+  CObjectTraverser* m_pOwner;
+  CNumberSet m_visited;
+  bool m_bWalking = false;
+};
+
+}  // namespace PDF

@@ -1,0 +1,221 @@
+#include "engine/Optimizer.h"
+
+#include "base/Tracer.h"
+
+#include <algorithm>
+#include <limits>
+#include <new>
+
+namespace PDF
+{
+namespace
+{
+
+constexpr unsigned g_nInvalidCompliance = 0x83410546U;
+
+// What describes the program that wrote the input, not its contents.
+constexpr const char* g_writerKeys[] = {"Producer", "ModDate", nullptr};
+
+int ToVersionNumber(unsigned nNumber)
+{
+  return static_cast<int>(std::min<unsigned>(nNumber, std::numeric_limits<int>::max()));
+}
+
+// A conformance of level a without the structure that it asks for: the next lower level of its part.
+CConformance WithoutStructure(CConformance conformance)
+{
+  switch (conformance.GetPart())
+  {
+  case 1:
+    return CConformance(0x1401);
+  case 2:
+    return CConformance(0x1702);
+  default:
+    return CConformance(0x1712);
+  }
+}
+
+}  // namespace
+
+COptimizer::COptimizer(BSE::IErrorContext* pErrorContext) : CDocumentCopierT<CObjectCopier>(pErrorContext)
+{
+  m_bKeepFileId = true;
+}
+
+COptimizer::~COptimizer()
+{
+  try
+  {
+    Close();
+  }
+  catch (...)
+  {
+    // Memory ran out while documents were released; there is nobody left to tell.
+  }
+}
+
+bool COptimizer::Open(BSE::IByteStream* pStream, const CString* pPassword)
+{
+  Close();
+  try
+  {
+    if (!OpenInput(pStream, pPassword))
+      return false;
+  }
+  catch (...)
+  {
+    // The stream is let go of at once, as after every other failure.
+    m_input.Abandon();
+    throw;
+  }
+  if (m_options.m_bVersionSet)
+    m_output.SetVersion(ToVersionNumber(m_options.m_nVersionMajor),
+                        ToVersionNumber(m_options.m_nVersionMinor));
+  return true;
+}
+
+bool COptimizer::Close()
+{
+  if (m_input.IsOpened())
+    ResetState();
+  return CloseDocuments();
+}
+
+void COptimizer::ResetState()
+{
+  m_bAnalyzed = false;
+  m_bConformanceLost = false;
+  m_output.SetConformance(CConformance());
+}
+
+bool COptimizer::Save(BSE::IByteStream* pStream, const TEncryption& encryption)
+{
+  try
+  {
+    return RunSave(pStream, encryption);
+  }
+  catch (BSE::CContextError* pError)
+  {
+    // The one shared error: nobody owns it, so that its code is reported anew.
+    BSE::ReportError(m_pErrorContext, pError->GetCode());
+  }
+  catch (const std::bad_alloc&)
+  {
+    BSE::ReportError(m_pErrorContext, BSE::g_nOutOfMemory);
+  }
+  catch (...)
+  {
+    m_output.GetFile().SetLinearize(false, false, nullptr);
+    BSE::ReportError(m_pErrorContext, BSE::g_nUnknownFatalError);
+  }
+  AbandonOutput();
+  return false;
+}
+
+bool COptimizer::RunSave(BSE::IByteStream* pStream, const TEncryption& encryption)
+{
+  if (!Analyze())
+    return false;
+  if (m_input.GetConformance().IsArchival())
+    DecideConformance();
+  m_bLinearize = m_options.m_bLinearize;
+  m_bAutoLinearize = m_options.m_bAutoLinearize;
+  return CDocumentCopierT<CObjectCopier>::Save(pStream, encryption);
+}
+
+void COptimizer::AbandonOutput()
+{
+  // The stream may be the caller's, who expects it back when the save has failed.
+  m_output.Abandon();
+  ForgetPending();
+}
+
+bool COptimizer::Analyze()
+{
+  if (!m_input.IsOpened())
+  {
+    BSE::ReportError(m_pErrorContext, BSE::g_nInvalidOperation);
+    return false;
+  }
+  if (m_bAnalyzed)
+    return true;
+  const CConformance claim = m_input.GetConformance();
+  if (!claim.IsNone() && !m_output.GetConformance().IsNone() &&
+      m_output.GetMajorVersion() != claim.GetMajor())
+  {
+    BSE::ReportError(m_pErrorContext, g_nInvalidCompliance);
+    return false;
+  }
+  m_bAnalyzed = true;
+  return true;
+}
+
+void COptimizer::DecideConformance()
+{
+  const CConformance claim = m_input.GetConformance();
+  m_bConformanceLost = m_bConformanceLost || IsClaimLost(claim);
+  if (m_bConformanceLost)
+  {
+    const unsigned nVersion = static_cast<unsigned>(m_input.GetMajorVersion() & 0xF) << 12 |
+                              static_cast<unsigned>(m_input.GetMinorVersion() & 0xF) << 8;
+    m_output.SetConformance(CConformance(nVersion));
+  }
+  else if (claim.GetLevel() == 3 && (m_options.m_nStrip & eStripStructure) != 0)
+    m_output.SetConformance(WithoutStructure(claim));
+}
+
+bool COptimizer::IsClaimLost(CConformance conformance)
+{
+  const TColorModel nModel = m_input.GetOutputIntentModel();
+  if (HasColorConversionLostClaim(nModel))
+    return true;
+  if ((m_options.m_nStrip & eStripOutputIntents) != 0 && nModel != eModelNone)
+    return true;
+  if (m_options.m_bReduceColorComplexity && nModel == eModelNone)
+    return true;
+  return conformance.GetPart() == 1 && WritesJPEG2000();
+}
+
+bool COptimizer::HasColorConversionLostClaim(TColorModel nModel) const
+{
+  switch (m_options.m_nColorConversion)
+  {
+  case eColorConversionRGB:
+    return nModel != eModelRgb;
+  case eColorConversionCMYK:
+    return nModel != eModelCmyk;
+  case eColorConversionGray:
+    return nModel != eModelGray;
+  default:
+    return false;
+  }
+}
+
+bool COptimizer::WritesJPEG2000() const
+{
+  const unsigned nFlags = m_options.m_nContinuousCompressions;
+  if ((nFlags & eCompressionFlagJPEG2000) != 0)
+    return true;
+  return (nFlags & eCompressionFlagMRC) != 0 && (m_options.m_nMrcLayerCompression == eCompressionJPEG2000 ||
+                                                 m_options.m_nMrcPictCompression == eCompressionJPEG2000);
+}
+
+bool COptimizer::CopyPage(int nPage)
+{
+  if (BSE::CTracer::IsOn())
+    BSE::CTracer::Trace("D", "PDF Optimizer", "Page: %d", nPage);
+  return CopyPageObject(nPage);
+}
+
+bool COptimizer::CopyMetadata()
+{
+  if ((m_options.m_nStrip & eStripMetadata) == 0)
+    return CopyDocumentMetadata();
+  const CObjectPtr info = CopyInfo(g_writerKeys);
+  if (!info)
+    return false;
+  ApplyInfoEntries(*info);
+  return true;
+}
+
+}  // namespace PDF

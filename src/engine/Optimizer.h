@@ -1,0 +1,75 @@
+#pragma once
+
+#include "document/DocumentCopier.h"
+#include "document/ObjectCopier.h"
+#include "engine/OptimizerOptions.h"
+
+namespace PDF
+{
+
+// The engine behind a handle: an input document, an output document, and a save that copies the one into the
+// other, object by object, with what the options ask for done on the way.
+//
+// A save is one fixed sequence:
+//
+//   1. Analysis, once for an open document, whatever is set later: all that the other steps have to know of
+//      pages, images and fonts before the first object is copied.
+//   2. Fonts, rewritten from what the analysis has seen of them.
+//   3. Conformance: the claim that the result can keep. After the fonts, which may cost it, and before the
+//      copy, which writes it.
+//   4. The copy: metadata, pages, catalogue. Duplicates are redirected and images replaced where an object is
+//      reached through a reference, in VisitIndirect; page content is rewritten in CopyPage.
+//
+// A pass is a class of its own that one of these steps calls. The first step that fails ends the save, and
+// nothing is rolled back. Belongs to one thread.
+class COptimizer : public CDocumentCopierT<CObjectCopier>
+{
+public:
+  // All reports go to the context, which has to outlive the optimizer. The options are those of the profile
+  // eProfileNone.
+  explicit COptimizer(BSE::IErrorContext* pErrorContext);
+  ~COptimizer() override;
+
+  // Written directly. Those that the analysis reads have no effect any more once it is done.
+  TOptimizerOptions& GetOptions() { return m_options; }
+  const TOptimizerOptions& GetOptions() const { return m_options; }
+  void SetProfile(unsigned nProfile) { m_options.SetProfile(nProfile); }
+
+  // Closes what is open, then opens the input. The output starts with its conformance and version, or with
+  // the version of the options where one is set. A null password is the empty one. False, reported and
+  // closed, on failure; closed also when exhausted memory is thrown.
+  bool Open(BSE::IByteStream* pStream, const CString* pPassword);
+
+  // The sequence above. May be repeated while a document is open. False, reported, on failure; the stream
+  // keeps what was written up to then, and is released. Exhausted memory and every other exception end here.
+  bool Save(BSE::IByteStream* pStream, const TEncryption& encryption);
+
+  // Forgets the analysis and closes both documents. True if nothing is open.
+  bool Close();
+
+  // The analysis alone; true at once when it is done. False, reported, if no document is open or the version
+  // set for the output does not go with the input's conformance.
+  bool Analyze();
+
+  // Back to the state before the analysis: nothing known, no claim lost, no conformance for the output.
+  void ResetState();
+
+  bool CopyPage(int nPage) override;
+
+  // With eStripMetadata only the information dictionary, without the keys that describe the last writer.
+  bool CopyMetadata() override;
+
+private:
+  bool RunSave(BSE::IByteStream* pStream, const TEncryption& encryption);
+  void DecideConformance();
+  bool IsClaimLost(CConformance conformance);
+  bool HasColorConversionLostClaim(TColorModel nModel) const;
+  bool WritesJPEG2000() const;
+  void AbandonOutput();
+
+  TOptimizerOptions m_options;
+  bool m_bAnalyzed = false;
+  bool m_bConformanceLost = false;
+};
+
+}  // namespace PDF

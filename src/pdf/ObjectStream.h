@@ -1,0 +1,57 @@
+#pragma once
+
+#include "base/BasicArray.h"
+#include "base/BufferedInputStream.h"
+#include "pdf/IndirectObject.h"
+
+namespace PDF
+{
+
+class CParser;
+
+// An object stream that is read (ISO 32000-1, 7.5.7). Its data is decoded once, when the first object is
+// wanted, and stays in memory until it is unloaded.
+class CObjectStream
+{
+public:
+  CObjectStream(CFile* pFile, int nObjNumber);
+  ~CObjectStream();
+  CObjectStream(const CObjectStream&) = delete;
+  CObjectStream& operator=(const CObjectStream&) = delete;
+
+  int GetObjNumber() const { return m_nObjNumber; }
+  bool IsLoaded() const { return m_bLoaded; }
+
+  // False if the stream cannot be read.
+  bool Load();
+  void Unload();
+
+  // Fills an object from the entry at an index, or where that holds another number from the entry with the
+  // object's number. False, traced, if there is none or the stream cannot be read.
+  bool GetObject(CIndirectObject& object, int nIndex);
+
+  // Number of entries, and the object number of one; after Load.
+  int GetCount() const { return m_index.GetSize(); }
+  int GetNumberAt(int nIndex) const { return m_index[nIndex].m_nObjNumber; }
+
+private:
+  struct TIndexEntry
+  {
+    int m_nObjNumber;
+    std::int64_t m_nOffset;
+  };
+
+  bool DecodeData(CIndirectObject& stream);
+  void ReadIndex(std::int64_t nCount);
+  int FindEntry(int nObjNumber, int nIndex) const;
+
+  CFile* m_pFile;
+  int m_nObjNumber;
+  std::int64_t m_nFirst = 0;
+  BSE::CBasicArray<TIndexEntry> m_index;
+  BSE::CBasicArray<unsigned char> m_data;
+  BSE::CScopedPtr<CParser> m_pParser;
+  bool m_bLoaded = false;
+};
+
+}  // namespace PDF

@@ -1,0 +1,270 @@
+#include "pdf/Parser.h"
+
+#include "base/Limits.h"
+#include "base/Tracer.h"
+#include "base/Unicode.h"
+#include "pdf/ArrayObject.h"
+#include "pdf/DictionaryObject.h"
+#include "pdf/File.h"
+#include "pdf/SimpleObjects.h"
+
+namespace PDF
+{
+
+namespace
+{
+
+constexpr unsigned g_nNotUtf8 = 0x0041860E;
+constexpr unsigned g_nArrayTooLong = 0x00418310;
+constexpr unsigned g_nDictionaryTooLong = 0x00418313;
+constexpr unsigned g_nNotRepairable = 0x80410113;
+constexpr int g_nStrictArraySize = 8192;
+constexpr int g_nStrictDictionarySize = 4096;
+constexpr int g_nReadAhead = 8192;
+
+bool BeginsValue(TToken nToken)
+{
+  return (nToken >= eTokenNull && nToken <= eTokenArrayBegin) || nToken == eTokenDictionaryBegin;
+}
+
+bool IsUtf8(const char* pText, std::size_t nLength)
+{
+  std::span<const char> text(pText, nLength);
+  while (!text.empty())
+  {
+    int nUnits = 0;
+    if (BSE::DecodeCharacter(text, nUnits) >= BSE::g_nIncompleteCharacter)
+      return false;
+    text = text.subspan(static_cast<std::size_t>(nUnits));
+  }
+  return true;
+}
+
+}  // namespace
+
+CParser::CParser(CFile* pFile)
+    : m_pFile(pFile),
+      m_scanner(new BSE::CBufferedInputStream(pFile->GetInput(), g_nReadAhead), pFile),
+      m_pErrorContext(pFile),
+      m_bFileLevel(true)
+{
+  m_nHeaderOffset = pFile->GetHeaderOffset();
+  UpdateConformance();
+}
+
+CParser::CParser(CFile* pFile, BSE::CBufferedInputStream* pStream, BSE::IErrorContext* pErrorContext)
+    : m_pFile(pFile),
+      m_scanner(pStream, pErrorContext),
+      m_pErrorContext(pErrorContext),
+      m_bFileLevel(pFile != nullptr)
+{
+  UpdateConformance();
+}
+
+void CParser::UpdateConformance()
+{
+  if (!m_pFile)
+    return;
+  const CConformance conformance = m_pFile->GetConformance();
+  const auto nCode = static_cast<int>(conformance.GetCode());
+  int nMaxString = -1;
+  if (nCode != 0 && nCode < 0x1600)
+    nMaxString = 65535;
+  else if (conformance.GetPart() >= 2)
+    nMaxString = 32767;
+  m_scanner.SetStrict(conformance.IsStrict(), nMaxString, nCode != 0 && nCode <= 8191 ? 127 : -1);
+}
+
+void CParser::Report(unsigned nCode)
+{
+  if (m_nObject > 0)
+    BSE::ReportError(m_pErrorContext, BSE::MakeError(nCode, "Object No.", m_nObject));
+  else
+    BSE::ReportError(m_pErrorContext, nCode);
+}
+
+bool CParser::SeekTo(std::int64_t nPos)
+{
+  const std::int64_t nTarget = nPos + m_nHeaderOffset;
+  return nPos >= 0 && m_scanner.Seek(nTarget) && m_scanner.Tell() == nTarget;
+}
+
+CObjectPtr CParser::ParseValue()
+{
+  m_scanner.ReadToken();
+  return ParseObject();
+}
+
+CObjectPtr CParser::ParseObject()
+{
+  CObjectPtr value;
+  switch (m_scanner.GetToken())
+  {
+  case eTokenNull:
+    break;
+  case eTokenFalse:
+    value = new CBooleanObject(false);
+    break;
+  case eTokenTrue:
+    value = new CBooleanObject(true);
+    break;
+  case eTokenInteger:
+    if (m_bFileLevel && IsReference())
+      return ParseReference();
+    value = new CIntegerObject(m_scanner.GetInteger());
+    break;
+  case eTokenReal:
+    value = new CRealObject(m_scanner.GetReal());
+    break;
+  case eTokenString:
+    value = ParseString();
+    break;
+  case eTokenName:
+    value = ParseName();
+    break;
+  case eTokenArrayBegin:
+    return ParseContainer(true);
+  case eTokenDictionaryBegin:
+    return ParseContainer(false);
+  default:
+    return CObjectPtr();
+  }
+  m_scanner.ReadToken();
+  return value;
+}
+
+CObjectPtr CParser::ParseContainer(bool bArray)
+{
+  if (m_nDepth >= BSE::g_nMaxNesting)
+  {
+    m_bTooDeep = true;
+    return CObjectPtr();
+  }
+  ++m_nDepth;
+  CObjectPtr value = bArray ? ParseArray() : ParseDictionary();
+  --m_nDepth;
+  if (!m_bTooDeep)
+    return value;
+  if (m_nDepth == 0)
+  {
+    // Everything around the excess is given up: a value cut in its middle would be another value.
+    BSE::CTracer::Trace("E", "PDF Parser", "Nesting of object %d exceeds %d levels.", m_nObject,
+                        BSE::g_nMaxNesting);
+    Report(g_nNotRepairable);
+    m_bTooDeep = false;
+  }
+  return CObjectPtr();
+}
+
+CObjectPtr CParser::ParseString()
+{
+  CString text(m_scanner.GetText(), m_scanner.GetTextLength());
+  if (m_bDecrypt)
+    text = m_pFile->GetSecurityHandler()->DecryptString(text, m_nObject, m_nGeneration);
+  return new CStringObject(std::move(text));
+}
+
+CObjectPtr CParser::ParseName()
+{
+  const auto nLength = static_cast<std::size_t>(m_scanner.GetTextLength());
+  if (m_scanner.IsStrict() && m_pFile->GetConformance().GetPart() >= 2 &&
+      !IsUtf8(m_scanner.GetText(), nLength))
+    Report(g_nNotUtf8);
+  return new CNameObject(CName(m_scanner.GetText(), nLength));
+}
+
+CObjectPtr CParser::ParseArray()
+{
+  BSE::CObjectPtr<CArrayObject> pArray(new CArrayObject);
+  m_scanner.ReadToken();
+  while (BeginsValue(m_scanner.GetToken()) && !m_bTooDeep)
+    pArray->Add(ParseObject().Get());
+  if (m_scanner.GetToken() == eTokenArrayEnd)
+    m_scanner.ReadToken();
+  if (m_scanner.IsStrict() && pArray->GetSize() >= g_nStrictArraySize &&
+      m_pFile->GetConformance().GetCode() <= 0x15FF)
+    Report(g_nArrayTooLong);
+  return pArray.Get();
+}
+
+CObjectPtr CParser::ParseDictionary()
+{
+  BSE::CObjectPtr<CDictionaryObject> pDictionary(new CDictionaryObject);
+  int nEntries = 0;
+  m_scanner.ReadToken();
+  while (m_scanner.GetToken() == eTokenName && !m_bTooDeep)
+  {
+    const CName key(m_scanner.GetText(), static_cast<std::size_t>(m_scanner.GetTextLength()));
+    if (m_scanner.IsStrict() && m_pFile->GetConformance().GetPart() >= 2 &&
+        !IsUtf8(key.GetText(), key.GetLength()))
+      Report(g_nNotUtf8);
+    const CObjectPtr value = ParseValue();
+    if (!value)
+      continue;
+    pDictionary->AddEntry(key.GetText(), value.Get());
+    ++nEntries;
+  }
+  if (m_scanner.GetToken() == eTokenDictionaryEnd)
+    m_scanner.ReadToken();
+  if (m_scanner.IsStrict() && nEntries >= g_nStrictDictionarySize &&
+      m_pFile->GetConformance().GetCode() <= 0x15FF)
+    Report(g_nDictionaryTooLong);
+  return pDictionary.Get();
+}
+
+CParser::TLookAhead CParser::LookAheadForReference()
+{
+  // Works on the bytes in the buffer; what it cannot decide there goes through the scanner.
+  const std::span<const unsigned char> ahead = m_scanner.GetStream().GetBuffered();
+  std::size_t i = 0;
+  const std::size_t n = ahead.size();
+  while (i < n && IsSpace(ahead[i]))
+    ++i;
+  const std::size_t nDigits = i;
+  while (i < n && ahead[i] >= '0' && ahead[i] <= '9')
+    ++i;
+  if (i == n)
+    return eUnknown;
+  if (i == nDigits)
+    return ahead[i] == '%' || ahead[i] == '+' ? eUnknown : eNo;
+  const std::size_t nSpace = i;
+  while (i < n && IsSpace(ahead[i]))
+    ++i;
+  if (i + 1 >= n || ahead[i] == '%')
+    return eUnknown;
+  if (i == nSpace || i - nDigits > 12)
+    return eUnknown;
+  return ahead[i] == 'R' && !IsRegular(ahead[i + 1]) ? eYes : eNo;
+}
+
+bool CParser::IsReference()
+{
+  const TLookAhead nAnswer = LookAheadForReference();
+  if (nAnswer != eUnknown)
+    return nAnswer == eYes;
+  TScannerState state;
+  m_scanner.SaveContext(state);
+  m_scanner.ReadToken();
+  bool bReference = false;
+  if (m_scanner.GetToken() == eTokenInteger)
+  {
+    m_scanner.ReadToken();
+    bReference = m_scanner.GetToken() == eTokenR;
+  }
+  m_scanner.RestoreContext(state);
+  return bReference;
+}
+
+CObjectPtr CParser::ParseReference()
+{
+  const std::int64_t nNumber = m_scanner.GetInteger();
+  m_scanner.ReadToken();
+  const std::int64_t nGeneration = m_scanner.GetInteger();
+  m_scanner.ReadToken();
+  m_scanner.ReadToken();
+  if (nNumber < 1 || nNumber > BSE::g_nMaxObjNumber || nGeneration < 0 || nGeneration > 65535)
+    return CObjectPtr();
+  return m_pFile->GetObject(static_cast<int>(nNumber), static_cast<int>(nGeneration));
+}
+
+}  // namespace PDF

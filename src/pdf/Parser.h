@@ -1,0 +1,118 @@
+#pragma once
+
+#include "pdf/Scanner.h"
+#include "pdf/XRefTable.h"
+
+namespace PDF
+{
+
+class CDictionaryObject;
+
+// Builds values from tokens (ISO 32000-1, 7.3) and reads the structures of a file: header, end of file,
+// indirect objects, cross-reference tables. Tolerant: what is malformed gives a shorter value. Every position
+// of this interface counts from the file's "%PDF-" header.
+//
+// A value's parser starts at the current token and leaves the token behind the value as the current one.
+class CParser
+{
+public:
+  // On the input of a file, with references to its objects.
+  explicit CParser(CFile* pFile);
+
+  // On another stream. With a file, its references are made; without one an integer is always an integer.
+  CParser(CFile* pFile, BSE::CBufferedInputStream* pStream, BSE::IErrorContext* pErrorContext);
+  virtual ~CParser() = default;
+  CParser(const CParser&) = delete;
+  CParser& operator=(const CParser&) = delete;
+
+  CScanner& GetScanner() { return m_scanner; }
+
+  // The value at the current token; empty for null and for a token that begins no value.
+  virtual CObjectPtr ParseObject();
+
+  // Reads the first token, then parses.
+  virtual CObjectPtr ParseValue();
+  virtual CObjectPtr ParseArray();
+  virtual CObjectPtr ParseDictionary();
+
+  // True if the current integer begins a reference; the current token stays.
+  virtual bool IsReference();
+  virtual CObjectPtr ParseReference();
+
+  // The value of an indirect object and, where "stream" follows, its stream part: returned in stream.
+  virtual CObjectPtr ParseDictionaryOrStream(CIndirectObject* pObject, CObjectPtr& stream);
+
+  // Fills an object from "n g obj" at a position. False, reported, if no such object stands there or its
+  // number is another one. An object without a known generation takes the numbers that it finds.
+  bool ParseIndirectObject(CIndirectObject* pObject, std::int64_t nPos);
+
+  // True if "n g obj" with that number stands at a position; reports nothing.
+  bool IsObjectAt(int nObjNumber, std::int64_t nPos);
+
+  // Finds "%PDF-" or "%FDF-" and sets the file's header offset; returns the version. False, reported.
+  bool ReadHeader(std::int64_t& nHeaderOffset, int& nMajor, int& nMinor);
+
+  // Value behind the last "startxref"; -1, reported.
+  std::int64_t ReadStartXRef();
+
+  // Reads the subsections behind the keyword "xref" into a table, up to and with "trailer". bKeepUsed leaves
+  // entries alone that a free one would replace. bSplit is set if there is more than one subsection. False,
+  // reported, if it is malformed.
+  bool ParseXRefTable(CXRefTable& table, bool bKeepUsed, bool& bSplit);
+
+  // True once the file's end of line after the header holds the binary marker.
+  bool HasBinaryMarker() const { return m_bBinaryMarker; }
+
+  // Takes strictness and limits from the file's conformance.
+  void UpdateConformance();
+
+  bool SeekTo(std::int64_t nPos);
+  std::int64_t Tell() const { return m_scanner.Tell() - m_nHeaderOffset; }
+
+  // Position of the first byte, from the stream's start, that this parser's positions count from.
+  void SetHeaderOffset(std::int64_t nOffset) { m_nHeaderOffset = nOffset; }
+
+private:
+  enum TLookAhead
+  {
+    eNo,
+    eYes,
+    eUnknown
+  };
+
+  TLookAhead LookAheadForReference();
+  CObjectPtr ParseContainer(bool bArray);
+  CObjectPtr ParseString();
+  CObjectPtr ParseName();
+  bool ReadObjectHeader(CIndirectObject* pObject, std::int64_t nPos);
+  CObjectPtr ParseStreamData(CIndirectObject* pObject, CDictionaryObject& dictionary, bool& bKept);
+  std::int64_t FindStreamLength(CDictionaryObject& dictionary, std::int64_t nData);
+  void CheckEndOfObject();
+  bool ReadSubsectionHeader(int nFirst, std::int64_t& nStart, std::int64_t& nCount);
+  bool ReadXRefEntry(CXRefTable& table, int nObjNumber, bool bKeepUsed);
+  bool ReadDigits(int nCount, std::int64_t& nValue);
+  bool ReadKeywordTrailer();
+  int SkipSpaceBytes();
+  void Report(unsigned nCode);
+  void ReportStrict(bool bOk, unsigned nCode)
+  {
+    if (!bOk && m_scanner.IsStrict())
+      Report(nCode);
+  }
+
+  CFile* m_pFile;
+  CScanner m_scanner;
+  BSE::IErrorContext* m_pErrorContext;
+  std::int64_t m_nHeaderOffset = 0;
+  std::int64_t m_nSearchStart = 0;
+  std::int64_t m_nSearchEnd = -1;
+  int m_nObject = 0;
+  int m_nGeneration = 0;
+  int m_nDepth = 0;
+  bool m_bDecrypt = false;
+  bool m_bFileLevel = false;
+  bool m_bTooDeep = false;
+  bool m_bBinaryMarker = false;
+};
+
+}  // namespace PDF

@@ -1,0 +1,230 @@
+// Header, end of file and cross-reference tables of CParser.
+
+#include "base/Checked.h"
+#include "base/Limits.h"
+#include "pdf/Parser.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace PDF
+{
+
+namespace
+{
+
+constexpr unsigned g_nNoHeader = 0x80410104;
+constexpr unsigned g_nNoEof = 0x80410108;
+constexpr unsigned g_nNoStartXRef = 0x8041010A;
+constexpr unsigned g_nBadTable = 0x8041010B;
+constexpr unsigned g_nDamaged = 0x00418114;
+constexpr unsigned g_nXRefSeparator = 0x0041810D;
+constexpr unsigned g_nSubsectionSeparator = 0x0341851D;
+constexpr unsigned g_nXRefEol = 0x0341851E;
+constexpr unsigned g_nDataAfterEof = 0x0341851B;
+
+bool IsDigit(int c)
+{
+  return c >= '0' && c <= '9';
+}
+
+// Digits at a text, at most 9; -1 without any.
+int ReadNumber(const char*& szText)
+{
+  if (!IsDigit(*szText))
+    return -1;
+  int nValue = 0;
+  for (int i = 0; i < 9 && IsDigit(*szText); ++i)
+    nValue = nValue * 10 + (*szText++ - '0');
+  return nValue;
+}
+
+}  // namespace
+
+bool CParser::ReadHeader(std::int64_t& nHeaderOffset, int& nMajor, int& nMinor)
+{
+  m_scanner.SeekBegin();
+  std::int64_t nPos = m_scanner.FindForward("%PDF-");
+  if (nPos < 0)
+  {
+    m_scanner.SeekBegin();
+    nPos = m_scanner.FindForward("%FDF-");
+  }
+  char szLine[256];
+  if (nPos < 0 || !m_scanner.ReadLine(szLine, sizeof(szLine)))
+  {
+    Report(g_nNoHeader);
+    return false;
+  }
+  const char* szVersion = szLine;
+  const int nFirst = ReadNumber(szVersion);
+  const int nSecond = nFirst >= 0 && *szVersion == '.' ? ReadNumber(++szVersion) : -1;
+  if (nSecond < 0)
+  {
+    Report(g_nNoHeader);
+    return false;
+  }
+  nMajor = nFirst;
+  nMinor = nSecond;
+  nHeaderOffset = m_nHeaderOffset = nPos;
+  const std::int64_t nBehind = m_scanner.Tell();
+  m_bBinaryMarker = m_scanner.ReadLine(szLine, sizeof(szLine)) && szLine[0] == '%' &&
+                    std::all_of(szLine + 1, szLine + 5, [](char c) { return (c & 0x80) != 0; });
+  m_scanner.Seek(nBehind);
+  return true;
+}
+
+std::int64_t CParser::ReadStartXRef()
+{
+  m_scanner.SeekEnd();
+  if (m_scanner.FindBackward("%%EOF") < 0)
+  {
+    Report(g_nNoEof);
+    m_scanner.SeekEnd();
+  }
+  else if (m_scanner.IsStrict())
+  {
+    const std::int64_t nMarker = m_scanner.Tell();
+    char szLine[16];
+    m_scanner.ReadLine(szLine, sizeof(szLine));
+    ReportStrict(m_scanner.GetStream().PeekByte() < 0, g_nDataAfterEof);
+    m_scanner.Seek(nMarker);
+  }
+  if (m_scanner.FindBackward("startxref") < 0 || !m_scanner.ReadToken() ||
+      m_scanner.GetToken() != eTokenStartXRef || !m_scanner.ReadToken() ||
+      m_scanner.GetToken() != eTokenInteger || m_scanner.GetInteger() < 0)
+  {
+    Report(g_nNoStartXRef);
+    return -1;
+  }
+  return m_scanner.GetInteger();
+}
+
+int CParser::SkipSpaceBytes()
+{
+  BSE::CBufferedInputStream& stream = m_scanner.GetStream();
+  int nCount = 0;
+  while (IsSpace(stream.PeekByte()))
+  {
+    stream.GetByte();
+    ++nCount;
+  }
+  return nCount;
+}
+
+bool CParser::ReadDigits(int nCount, std::int64_t& nValue)
+{
+  BSE::CBufferedInputStream& stream = m_scanner.GetStream();
+  nValue = 0;
+  for (int i = 0; i < nCount; ++i)
+  {
+    const int c = stream.GetByte();
+    if (!IsDigit(c))
+      return false;
+    nValue = nValue * 10 + (c - '0');
+  }
+  return true;
+}
+
+bool CParser::ReadSubsectionHeader(int nFirst, std::int64_t& nStart, std::int64_t& nCount)
+{
+  BSE::CBufferedInputStream& stream = m_scanner.GetStream();
+  nStart = nFirst - '0';
+  while (IsDigit(stream.PeekByte()) && nStart <= BSE::g_nMaxObjNumber)
+    nStart = nStart * 10 + (stream.GetByte() - '0');
+  const bool bBlank = stream.PeekByte() == ' ';
+  const int nSpaces = SkipSpaceBytes();
+  ReportStrict(bBlank && nSpaces == 1, g_nSubsectionSeparator);
+  if (nSpaces == 0 || !IsDigit(stream.PeekByte()))
+    return false;
+  nCount = 0;
+  while (IsDigit(stream.PeekByte()) && nCount <= BSE::g_nMaxObjNumber)
+    nCount = nCount * 10 + (stream.GetByte() - '0');
+  const int c = stream.PeekByte();
+  ReportStrict(c == '\r' || c == '\n', g_nXRefSeparator);
+  return SkipSpaceBytes() > 0 && nStart + nCount <= std::int64_t{BSE::g_nMaxObjNumber} + 1;
+}
+
+bool CParser::ReadXRefEntry(CXRefTable& table, int nObjNumber, bool bKeepUsed)
+{
+  BSE::CBufferedInputStream& stream = m_scanner.GetStream();
+  std::int64_t nOffset = 0;
+  std::int64_t nGeneration = 0;
+  if (!ReadDigits(10, nOffset))
+    return false;
+  bool bBlank = stream.PeekByte() == ' ';
+  int nSpaces = SkipSpaceBytes();
+  ReportStrict(bBlank && nSpaces == 1, g_nXRefSeparator);
+  if (nSpaces == 0 || !ReadDigits(5, nGeneration))
+    return false;
+  bBlank = stream.PeekByte() == ' ';
+  nSpaces = SkipSpaceBytes();
+  ReportStrict(bBlank && nSpaces == 1, g_nXRefSeparator);
+  if (nSpaces == 0)
+    return false;
+  const int nKind = stream.GetByte();
+  const auto nGen = static_cast<int>(nGeneration);
+  if (nKind == 'n')
+    table.SetOffset(nObjNumber, nGen, nOffset);
+  else if (nKind != 'f')
+  {
+    Report(g_nBadTable);
+    return false;
+  }
+  else if (!bKeepUsed || table.GetEntry(nObjNumber).m_nType == eXRefFree)
+    table.SetFree(nObjNumber, nGen, BSE::ClampTo<int>(nOffset));
+  const int nEol = SkipSpaceBytes();
+  ReportStrict(nEol == 2, g_nXRefSeparator);
+  return true;
+}
+
+bool CParser::ReadKeywordTrailer()
+{
+  BSE::CBufferedInputStream& stream = m_scanner.GetStream();
+  SkipSpaceBytes();
+  while (stream.PeekByte() == '%')
+  {
+    for (int c = stream.GetByte(); c >= 0 && c != '\r' && c != '\n'; c = stream.GetByte())
+    {
+    }
+    SkipSpaceBytes();
+  }
+  for (const char* sz = "trailer"; *sz != '\0'; ++sz)
+    if (stream.GetByte() != static_cast<unsigned char>(*sz))
+      return false;
+  return !IsRegular(stream.PeekByte());
+}
+
+bool CParser::ParseXRefTable(CXRefTable& table, bool bKeepUsed, bool& bSplit)
+{
+  BSE::CBufferedInputStream& stream = m_scanner.GetStream();
+  bSplit = false;
+  const int nEol = stream.PeekByte();
+  const int nSpaces = SkipSpaceBytes();
+  ReportStrict((nEol == '\r' || nEol == '\n') && nSpaces <= 2, g_nXRefEol);
+  for (int nSections = 0; IsDigit(stream.PeekByte()); ++nSections)
+  {
+    std::int64_t nStart = 0;
+    std::int64_t nCount = 0;
+    bool bGood = ReadSubsectionHeader(stream.GetByte(), nStart, nCount);
+    for (std::int64_t i = 0; bGood && i < nCount; ++i)
+    {
+      // A count that is too high ends where the entries do.
+      if (!IsDigit(stream.PeekByte()) && stream.PeekByte() == 't')
+        break;
+      bGood = ReadXRefEntry(table, static_cast<int>(nStart + i), bKeepUsed);
+    }
+    if (!bGood)
+    {
+      Report(g_nDamaged);
+      return false;
+    }
+    bSplit = nSections > 0;
+  }
+  if (ReadKeywordTrailer())
+    return true;
+  Report(g_nDamaged);
+  return false;
+}
+
+}  // namespace PDF

@@ -1,0 +1,229 @@
+// Indirect objects and stream data of CParser.
+
+#include "base/MemoryStream.h"
+#include "pdf/DictionaryObject.h"
+#include "pdf/File.h"
+#include "pdf/Parser.h"
+#include "pdf/SimpleObjects.h"
+#include "pdf/StreamObjects.h"
+
+namespace PDF
+{
+
+namespace
+{
+
+constexpr unsigned g_nEmptyObject = 0x00410305;
+constexpr unsigned g_nWrongOffset = 0x00418309;
+constexpr unsigned g_nBadPosition = 0x80410103;
+constexpr unsigned g_nNoObjectNumber = 0x80410301;
+constexpr unsigned g_nNoGeneration = 0x80410302;
+constexpr unsigned g_nOtherObject = 0x80410303;
+constexpr unsigned g_nNoObj = 0x80410304;
+constexpr unsigned g_nWrongLength = 0x80410306;
+constexpr unsigned g_nNoEndStream = 0x80410307;
+constexpr unsigned g_nNoEndObj = 0x80410308;
+constexpr unsigned g_nStreamSeparator = 0x0341851F;
+constexpr unsigned g_nEndStreamSeparator = 0x03418520;
+constexpr unsigned g_nGenerationSeparator = 0x03418521;
+constexpr unsigned g_nObjSeparator = 0x03418522;
+constexpr unsigned g_nNumberSeparator = 0x03418523;
+constexpr unsigned g_nEndObjSeparator = 0x03418524;
+constexpr unsigned g_nAfterObj = 0x03418525;
+constexpr unsigned g_nAfterEndObj = 0x03418526;
+constexpr unsigned g_nExternalData = 0x03418616;
+
+bool IsEol(int c)
+{
+  return c == '\r' || c == '\n';
+}
+
+}  // namespace
+
+bool CParser::ParseIndirectObject(CIndirectObject* pObject, std::int64_t nPos)
+{
+  m_nObject = pObject && pObject->GetGenNumber() >= 0 ? pObject->GetObjNumber() : -1;
+  m_nGeneration = 0;
+  m_nDepth = 0;
+  m_bDecrypt = false;
+  if (!ReadObjectHeader(pObject, nPos))
+    return false;
+  CSecurityHandler* pSecurity = m_pFile->GetSecurityHandler();
+  m_bDecrypt = pSecurity && pObject && !pSecurity->IsExempt(*pObject);
+  m_scanner.ReadToken();
+  CObjectPtr stream;
+  const CObjectPtr value = ParseDictionaryOrStream(pObject, stream);
+  m_bDecrypt = false;
+  if (pObject)
+    pObject->SetParsed(value.Get(), stream.Get());
+  if (!value)
+    BSE::ReportError(m_pErrorContext, BSE::MakeError(g_nEmptyObject, "obj", m_nObject));
+  CheckEndOfObject();
+  return true;
+}
+
+bool CParser::ReadObjectHeader(CIndirectObject* pObject, std::int64_t nPos)
+{
+  if (!SeekTo(nPos))
+  {
+    Report(g_nBadPosition);
+    return false;
+  }
+  if (m_scanner.IsStrict() && nPos > 0)
+  {
+    // One byte earlier, so that the scanner sees what separates the object from what stands before it.
+    SeekTo(nPos - 1);
+    const int nBefore = m_scanner.GetStream().GetByte();
+    const int nFirst = m_scanner.GetStream().PeekByte();
+    if (!IsSpace(nBefore) || nFirst < '0' || nFirst > '9')
+      Report(g_nWrongOffset);
+    else
+      SeekTo(nPos - 1);
+  }
+  m_scanner.ReadToken();
+  if (m_scanner.GetToken() != eTokenInteger)
+  {
+    Report(g_nNoObjectNumber);
+    return false;
+  }
+  ReportStrict(m_scanner.IsEolAtEnd(), g_nNumberSeparator);
+  const std::int64_t nNumber = m_scanner.GetInteger();
+  m_scanner.ReadToken();
+  if (m_scanner.GetToken() != eTokenInteger)
+  {
+    Report(g_nNoGeneration);
+    return false;
+  }
+  ReportStrict(m_scanner.HasSpaceBefore(), g_nGenerationSeparator);
+  const std::int64_t nGeneration = m_scanner.GetInteger();
+  m_scanner.ReadToken();
+  if (m_scanner.GetToken() != eTokenObj)
+  {
+    Report(g_nNoObj);
+    return false;
+  }
+  ReportStrict(m_scanner.HasSpaceBefore(), g_nObjSeparator);
+  ReportStrict(IsEol(m_scanner.GetStream().PeekByte()), g_nAfterObj);
+  if (nNumber < 0 || nNumber > INT32_MAX || nGeneration < 0 || nGeneration > INT32_MAX)
+    return false;
+  const auto nObject = static_cast<int>(nNumber);
+  const auto nGen = static_cast<int>(nGeneration);
+  if (pObject && pObject->GetGenNumber() >= 0)
+  {
+    if (pObject->GetObjNumber() != nObject || pObject->GetGenNumber() != nGen)
+      BSE::ReportError(m_pErrorContext,
+                       BSE::MakeError(g_nOtherObject, "n1", nObject, "n2", pObject->GetObjNumber()));
+    // Another generation of the same number is used all the same.
+    if (pObject->GetObjNumber() != nObject)
+      return false;
+  }
+  else if (pObject)
+    pObject->SetNumbers(nObject, nGen);
+  m_nObject = nObject;
+  m_nGeneration = nGen;
+  return true;
+}
+
+CObjectPtr CParser::ParseDictionaryOrStream(CIndirectObject* pObject, CObjectPtr& stream)
+{
+  CObjectPtr value = ParseObject();
+  if (m_scanner.GetToken() != eTokenStream || !value || value.GetType() != eDictionary)
+    return value;
+  // The stream may ask for its length through objects that use this parser too.
+  const int nObject = m_nObject;
+  const int nGeneration = m_nGeneration;
+  bool bKept = true;
+  stream = ParseStreamData(pObject, static_cast<CDictionaryObject&>(*value), bKept);
+  m_nObject = nObject;
+  m_nGeneration = nGeneration;
+  if (!bKept)
+    stream = nullptr;
+  return value;
+}
+
+std::int64_t CParser::FindStreamLength(CDictionaryObject& dictionary, std::int64_t nData)
+{
+  CObjectPtr length = dictionary.GetEntry("Length");
+  const int nObject = m_nObject;
+  std::int64_t nLength = length.IsInteger() ? length.GetIntegerValue() : -1;
+  m_nObject = nObject;
+  std::int64_t nEnd = -1;
+  if (nLength >= 0 && !__builtin_add_overflow(nData, nLength, &nEnd) && m_scanner.Seek(nEnd) &&
+      m_scanner.Tell() == nEnd && m_scanner.ReadToken() && m_scanner.GetToken() == eTokenEndStream)
+    return nLength;
+  Report(g_nWrongLength);
+  if (nData < m_nSearchStart || nData > m_nSearchEnd)
+  {
+    // Remembered, so that streams which all lack their end do not each read the rest of the file.
+    m_scanner.Seek(nData);
+    m_nSearchEnd = m_scanner.FindEndStream();
+    m_nSearchStart = nData;
+  }
+  nLength = m_nSearchEnd - nData;
+  dictionary.AddEntry("Length", new CIntegerObject(nLength));
+  return nLength;
+}
+
+CObjectPtr CParser::ParseStreamData(CIndirectObject* pObject, CDictionaryObject& dictionary, bool& bKept)
+{
+  const std::int64_t nData = m_scanner.SkipStreamEol();
+  ReportStrict(m_scanner.IsStreamEolOk(), g_nStreamSeparator);
+  const std::int64_t nLength = FindStreamLength(dictionary, nData);
+  m_scanner.Seek(nData + nLength);
+  m_scanner.ReadToken();
+  if (m_scanner.GetToken() != eTokenEndStream)
+  {
+    Report(g_nNoEndStream);
+    bKept = m_scanner.GetToken() == eTokenEnd && nLength > 0;
+    if (!bKept)
+      return CObjectPtr();
+  }
+  else
+  {
+    ReportStrict(m_scanner.HasEolBefore(), g_nEndStreamSeparator);
+    m_scanner.ReadToken();
+  }
+  if (m_scanner.IsStrict())
+    ReportStrict(!dictionary.GetEntry("F") && !dictionary.GetEntry("FFilter") &&
+                     !dictionary.GetEntry("FDecodeParms"),
+                 g_nExternalData);
+  if (nLength < 1)
+    return new CStreamObject(new BSE::CMemoryStream);
+  BSE::CObjectPtr<CEncodedStreamObject> pPart(
+      new CEncodedStreamObject(m_pFile, nData, nLength, m_nObject, m_nGeneration));
+  CSecurityHandler* pSecurity = m_pFile->GetSecurityHandler();
+  if (pSecurity && pObject)
+  {
+    pObject->SetParsed(&dictionary, nullptr);
+    if (pSecurity->IsExempt(*pObject))
+      pPart->SetPlain();
+  }
+  return pPart.Get();
+}
+
+void CParser::CheckEndOfObject()
+{
+  if (m_scanner.GetToken() != eTokenEndObj)
+  {
+    Report(g_nNoEndObj);
+    return;
+  }
+  ReportStrict(m_scanner.HasEolBefore(), g_nEndObjSeparator);
+  ReportStrict(IsEol(m_scanner.GetStream().PeekByte()), g_nAfterEndObj);
+}
+
+bool CParser::IsObjectAt(int nObjNumber, std::int64_t nPos)
+{
+  if (!SeekTo(nPos))
+    return false;
+  m_scanner.ReadToken();
+  if (m_scanner.GetToken() != eTokenInteger || m_scanner.GetInteger() != nObjNumber)
+    return false;
+  m_scanner.ReadToken();
+  if (m_scanner.GetToken() != eTokenInteger)
+    return false;
+  m_scanner.ReadToken();
+  return m_scanner.GetToken() == eTokenObj;
+}
+
+}  // namespace PDF

@@ -1,0 +1,138 @@
+#include "pdf/PendingObjectStream.h"
+
+#include "base/Tracer.h"
+#include "pdf/DictionaryObject.h"
+#include "pdf/File.h"
+#include "pdf/FilterFactory.h"
+#include "pdf/SimpleObjects.h"
+#include "pdf/StreamObjects.h"
+
+namespace PDF
+{
+
+namespace
+{
+
+// Rendered members beyond this length complete a stream.
+constexpr std::int64_t g_nFullLength = 15000;
+
+// What a member would cost as an object of its own (its frame), and the frame of the stream itself.
+constexpr std::int64_t g_nMemberFrame = 20;
+constexpr std::int64_t g_nStreamFrame = 120;
+
+}  // namespace
+
+CPendingObjectStream::CPendingObjectStream(CFile& file)
+    : m_file(file),
+      m_holder(file.NewObject(0, 0, g_nGroupDirect)),
+      m_pData(new BSE::CMemoryStream),
+      m_generator(new BSE::CBufferedOutputStream(m_pData.Get()), eLayoutCompact)
+{
+  // The walk over dirty objects leaves it alone until it is complete.
+  if (m_holder)
+    m_holder->Lock();
+}
+
+CPendingObjectStream::~CPendingObjectStream()
+{
+  if (m_holder)
+    m_holder->Unlock();
+}
+
+void CPendingObjectStream::RemoveMember(int nIndex)
+{
+  m_members.RemoveAt(nIndex);
+  for (int i = nIndex; i < m_members.GetSize(); ++i)
+  {
+    const int nObjNumber = m_members[i].m_nObjNumber;
+    if (m_file.m_xref.GetStreamOf(nObjNumber) == GetObjNumber())
+      m_file.m_xref.GetOrCreateEntry(nObjNumber).m_nGeneration = i;
+  }
+}
+
+bool CPendingObjectStream::Add(CIndirectObject& object)
+{
+  if (!m_holder)
+    return false;
+  const int nObjNumber = object.GetObjNumber();
+  if (m_file.m_xref.GetStreamOf(nObjNumber) == GetObjNumber())
+    RemoveMember(m_file.m_xref.GetIndexOf(nObjNumber));
+  const auto nOffset = static_cast<int>(m_generator.Tell());
+  const int nIndex = m_members.Add({nObjNumber, nOffset});
+  m_generator.WriteValue(object.GetValueObject().Get());
+  m_generator.WriteByte('\n');
+  if (m_generator.HasFailed())
+    return false;
+  m_file.m_xref.SetCompressed(nObjNumber, GetObjNumber(), nIndex);
+  return true;
+}
+
+bool CPendingObjectStream::IsFull()
+{
+  return m_generator.Tell() > g_nFullLength;
+}
+
+BSE::CObjectPtr<BSE::CMemoryStream> CPendingObjectStream::Compress(int& nFirst, std::int64_t& nPlainLength)
+{
+  const BSE::CObjectPtr<BSE::CMemoryStream> pHeader(new BSE::CMemoryStream);
+  CGenerator header(new BSE::CBufferedOutputStream(pHeader.Get()));
+  for (int i = 0; i < m_members.GetSize(); ++i)
+  {
+    if (i > 0)
+      header.WriteByte(' ');
+    header.WriteInteger(m_members[i].m_nObjNumber);
+    header.WriteByte(' ');
+    header.WriteInteger(m_members[i].m_nOffset);
+  }
+  header.WriteByte('\n');
+  if (!header.Flush() || !m_generator.Flush())
+    return nullptr;
+  nFirst = static_cast<int>(pHeader->GetLength());
+  nPlainLength = pHeader->GetLength() + m_pData->GetLength();
+
+  BSE::CObjectPtr<BSE::CMemoryStream> pEncoded(new BSE::CMemoryStream);
+  CObjectPtr parameters;
+  const BSE::CObjectPtr<BSE::IByteStream> pFilter =
+      CreateEncodeFilter(pEncoded.Get(), "FlateDecode", m_holder.Get(), parameters);
+  pHeader->Rewind();
+  m_pData->Rewind();
+  if (!pFilter || !pFilter->CopyFrom(pHeader.Get(), -1, false) ||
+      !pFilter->CopyFrom(m_pData.Get(), -1, false) || !CloseEncodeChain(pFilter.Get()))
+    return nullptr;
+  return pEncoded;
+}
+
+bool CPendingObjectStream::Flush()
+{
+  if (!m_holder)
+    return false;
+  m_holder->Unlock();
+  const CObjectPtr holder = m_holder;
+  m_holder = nullptr;
+  if (m_members.IsEmpty())
+    return true;
+  int nFirst = 0;
+  std::int64_t nPlainLength = 0;
+  const BSE::CObjectPtr<BSE::CMemoryStream> pEncoded = Compress(nFirst, nPlainLength);
+  if (!pEncoded)
+    return false;
+  const CObjectPtr dictionary(new CDictionaryObject);
+  dictionary->AddEntry("Type", new CNameObject("ObjStm"));
+  dictionary->AddEntry("N", new CIntegerObject(m_members.GetSize()));
+  dictionary->AddEntry("First", new CIntegerObject(nFirst));
+  dictionary->AddEntry("Filter", new CNameObject("FlateDecode"));
+  holder->SetValueObject(dictionary.Get());
+  holder->SetStreamObject(new CEmbeddedStreamObject(pEncoded.Get(), 0, pEncoded->GetLength()));
+  if (!holder->Flush(true))
+    return false;
+  const std::int64_t nSaved =
+      nPlainLength + m_members.GetSize() * g_nMemberFrame - g_nStreamFrame - pEncoded->GetLength();
+  m_file.m_nSavedBytes += nSaved;
+  ++m_file.m_nFlushedStreams;
+  if (BSE::CTracer::IsOn())
+    BSE::CTracer::Trace("I", "PDF Object Stream", "Flushed ObjStm %d (saved bytes: %d)",
+                        holder->GetObjNumber(), static_cast<int>(nSaved));
+  return true;
+}
+
+}  // namespace PDF

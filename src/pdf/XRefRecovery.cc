@@ -1,0 +1,188 @@
+#include "pdf/XRefRecovery.h"
+
+#include "base/ErrorHandler.h"
+#include "base/Limits.h"
+#include "base/Tracer.h"
+#include "pdf/ObjectStream.h"
+#include "pdf/Parser.h"
+
+namespace PDF
+{
+
+namespace
+{
+
+constexpr unsigned g_nNoTrailer = 0x8041010E;
+constexpr unsigned g_nNoRoot = 0x8041010F;
+constexpr int g_nMaxGeneration = 65535;
+
+}  // namespace
+
+bool CXRefRecovery::Run(bool bSecondary, bool bRequireTrailer)
+{
+  m_bSecondary = bSecondary;
+  m_bTakeTrailer = !bSecondary || bRequireTrailer;
+  BSE::CTracer::Trace("E", "PDF File", "Recover XRef table.");
+  m_file.m_bRecoveryDone = true;
+  CScanner& scanner = m_file.m_pParser->GetScanner();
+  TScannerState state;
+  scanner.SaveContext(state);
+  if (!bSecondary)
+  {
+    m_file.m_bOpened = false;
+    m_file.DropTrailer();
+    m_file.m_xref.RemoveAll();
+    m_file.m_nHeaderOffset = 0;
+    m_file.m_pParser->SetHeaderOffset(0);
+  }
+  m_file.m_scanned.RemoveAll();
+  scanner.RecordPositions(true);
+  scanner.StopStringsAtEndObj(true);
+  Scan();
+  scanner.StopStringsAtEndObj(false);
+  scanner.RecordPositions(false);
+  if (!bSecondary)
+    ReadStreamObjects();
+  if (!bSecondary || m_bTrailerFound)
+    m_file.NotifyXRefChanged();
+  scanner.RestoreContext(state);
+  if (!bSecondary)
+    m_file.m_bOpened = true;
+  if (!bRequireTrailer)
+    return true;
+  const int nRoot = m_file.m_root.GetObjNumber();
+  if (m_bTrailerFound && nRoot > 0 && nRoot <= m_file.m_xref.GetSize())
+    return true;
+  m_file.m_bOpened = false;
+  BSE::ReportError(&m_file, m_bTrailerFound ? g_nNoRoot : g_nNoTrailer);
+  return false;
+}
+
+void CXRefRecovery::Scan()
+{
+  CParser& parser = *m_file.m_pParser;
+  CScanner& scanner = parser.GetScanner();
+  // Stray text between objects is no news: the scan meets every byte of the file.
+  const BSE::CErrorSuppressor quiet(m_file.OnGetErrorHandler());
+  scanner.SeekBegin();
+  TNumber first;
+  TNumber second;
+  const std::int64_t nHeaderOffset = m_file.m_nHeaderOffset;
+  while (scanner.ReadToken() && scanner.GetToken() != eTokenEnd)
+  {
+    switch (scanner.GetToken())
+    {
+    case eTokenInteger:
+      first = second;
+      second = {scanner.GetInteger(), scanner.GetTokenPos()};
+      continue;
+    case eTokenObj:
+      if (first.m_nValue >= 1 && first.m_nValue <= BSE::g_nMaxObjNumber && second.m_nValue >= 0 &&
+          second.m_nValue <= g_nMaxGeneration)
+        EnterObject(static_cast<int>(first.m_nValue), static_cast<int>(second.m_nValue),
+                    first.m_nPos - nHeaderOffset);
+      break;
+    case eTokenStream:
+      if (m_nLastPos >= 0 && !m_bSecondary)
+        m_streams.Add({m_nLastObject, m_nLastPos});
+      m_nLastPos = -1;
+      scanner.SkipStreamEol();
+      scanner.FindEndStream();
+      break;
+    case eTokenTrailer:
+    {
+      const CObjectPtr trailer = parser.ParseValue();
+      if (trailer.IsDictionary() && m_bTakeTrailer)
+      {
+        TakeTrailer(trailer);
+        m_bTrailerFound = true;
+      }
+      break;
+    }
+    default:
+      break;
+    }
+    first = second = TNumber();
+  }
+}
+
+void CXRefRecovery::EnterObject(int nObjNumber, int nGenNumber, std::int64_t nPos)
+{
+  m_nLastObject = nObjNumber;
+  m_nLastPos = nPos;
+  if (!m_bSecondary)
+  {
+    m_file.m_xref.SetOffset(nObjNumber, nGenNumber, nPos);
+    return;
+  }
+  const TXRefEntry& entry = m_file.m_xref.GetEntry(nObjNumber);
+  if (entry.m_nType == eXRefInUse && entry.m_nOffset == nPos)
+    return;
+  if (entry.m_nType == eXRefCompressed || !IsKnownGood(nObjNumber))
+    m_file.m_scanned.SetOffset(nObjNumber, nGenNumber, nPos);
+}
+
+bool CXRefRecovery::IsKnownGood(int nObjNumber)
+{
+  const TXRefEntry& entry = m_file.m_xref.GetEntry(nObjNumber);
+  if (entry.m_nType != eXRefInUse)
+    return false;
+  if (nObjNumber >= m_verdicts.GetSize())
+    m_verdicts.SetSize(m_file.m_xref.GetSize());
+  if (m_verdicts[nObjNumber] == 0)
+  {
+    CScanner& scanner = m_file.m_pParser->GetScanner();
+    TScannerState state;
+    scanner.SaveContext(state);
+    const bool bGood = m_file.m_pParser->IsObjectAt(nObjNumber, entry.m_nOffset);
+    scanner.RestoreContext(state);
+    m_verdicts.SetAt(nObjNumber, bGood ? 1 : -1);
+  }
+  return m_verdicts[nObjNumber] > 0;
+}
+
+void CXRefRecovery::TakeTrailer(const CObjectPtr& trailer)
+{
+  m_file.m_trailer = trailer;
+  if (CObjectPtr root = trailer["Root"])
+    m_file.m_root = root;
+  if (CObjectPtr encrypt = trailer["Encrypt"])
+    m_file.m_encrypt = encrypt;
+  if (CObjectPtr info = trailer["Info"])
+    m_file.m_info = info;
+  const CObjectPtr id = trailer["ID"];
+  if (id.GetSize() != 2)
+    return;
+  m_file.m_id1 = id[0].GetStringValue();
+  m_file.m_id2 = id[1].GetStringValue();
+}
+
+void CXRefRecovery::ReadStreamObjects()
+{
+  BSE::CBasicArray<int> holders;
+  {
+    const BSE::CErrorSuppressor quiet(m_file.OnGetErrorHandler());
+    for (const TStreamObject& stream : m_streams.GetSpan())
+    {
+      if (m_file.m_xref.GetEntry(stream.m_nObjNumber).m_nOffset != stream.m_nPos)
+        continue;
+      const CObjectPtr object = m_file.m_xref.GetObject(stream.m_nObjNumber, -1);
+      const CObjectPtr type = object["Type"];
+      if (type.IsName("ObjStm"))
+        holders.Add(stream.m_nObjNumber);
+      else if (type.IsName("XRef") && object["Root"])
+        m_xrefTrailer = object.GetValueObject();
+    }
+  }
+  if (!m_bTrailerFound && m_xrefTrailer)
+  {
+    TakeTrailer(m_xrefTrailer);
+    m_bTrailerFound = true;
+  }
+  if (m_file.m_encrypt)
+    m_file.m_recoveredHolders = holders;
+  else
+    m_file.EnterRecoveredHolders(holders);
+}
+
+}  // namespace PDF

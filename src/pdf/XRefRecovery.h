@@ -1,0 +1,56 @@
+#pragma once
+
+#include "base/BasicArray.h"
+#include "pdf/File.h"
+
+namespace PDF
+{
+
+// Rebuilds cross-reference data by reading a whole file token by token. One object for one scan.
+class CXRefRecovery
+{
+public:
+  explicit CXRefRecovery(CFile& file) : m_file(file) {}
+
+  // Primary form (bSecondary false): the table is made anew from every "n g obj" in the file, the last
+  // occurrence of a number counting, and the trailer from the last "trailer" or, in a file without one, from
+  // cross-reference streams. Objects in object streams get entries where no plain object has their number.
+  // Secondary form: the table stays, and what it lacks or has at a wrong place goes into the file's second
+  // table; a trailer counts only if one is required.
+  //
+  // bRequireTrailer: false, reported, without a trailer or a root in it. Otherwise true.
+  bool Run(bool bSecondary, bool bRequireTrailer);
+
+private:
+  // An integer with the position of its first digit.
+  struct TNumber
+  {
+    std::int64_t m_nValue = -1;
+    std::int64_t m_nPos = -1;
+  };
+
+  // An object that has stream data.
+  struct TStreamObject
+  {
+    int m_nObjNumber;
+    std::int64_t m_nPos;
+  };
+
+  void Scan();
+  void EnterObject(int nObjNumber, int nGenNumber, std::int64_t nPos);
+  bool IsKnownGood(int nObjNumber);
+  void TakeTrailer(const CObjectPtr& trailer);
+  void ReadStreamObjects();
+
+  CFile& m_file;
+  BSE::CBasicArray<TStreamObject> m_streams;
+  BSE::CBasicArray<signed char> m_verdicts;  // by object number: 1 the table is right, -1 it is wrong
+  CObjectPtr m_xrefTrailer;
+  int m_nLastObject = 0;
+  std::int64_t m_nLastPos = -1;
+  bool m_bSecondary = false;
+  bool m_bTakeTrailer = true;
+  bool m_bTrailerFound = false;
+};
+
+}  // namespace PDF

@@ -1,0 +1,112 @@
+#include "pdf/XRefStreamReader.h"
+
+#include "base/BufferedInputStream.h"
+#include "base/Checked.h"
+#include "base/Limits.h"
+#include "base/Tracer.h"
+
+namespace PDF
+{
+
+namespace
+{
+
+constexpr int g_nReadAhead = 8192;
+constexpr int g_nMaxFieldWidth = 8;
+
+// Widths of the three fields in bytes.
+struct TFieldWidths
+{
+  int m_n[3];
+};
+
+bool ReadField(BSE::CBufferedInputStream& stream, int nWidth, std::int64_t& nValue)
+{
+  std::uint64_t n = 0;
+  for (int i = 0; i < nWidth; ++i)
+  {
+    const int c = stream.GetByte();
+    if (c < 0)
+      return false;
+    n = n << 8 | static_cast<std::uint64_t>(c);
+  }
+  nValue = BSE::ClampTo<std::int64_t>(n);
+  return true;
+}
+
+void EnterObject(CXRefTable& table, int nNumber, std::int64_t nType, std::int64_t nSecond,
+                 std::int64_t nThird)
+{
+  if (nType == eXRefFree)
+    table.SetFree(nNumber, BSE::ClampTo<int>(nThird), BSE::ClampTo<int>(nSecond));
+  else if (nType == eXRefInUse)
+    table.SetOffset(nNumber, BSE::ClampTo<int>(nThird), nSecond);
+  else if (nType == eXRefCompressed)
+    table.SetCompressed(nNumber, BSE::ClampTo<int>(nSecond), BSE::ClampTo<int>(nThird));
+}
+
+// False at the end of the data.
+bool ReadSubsection(BSE::CBufferedInputStream& stream, CXRefTable& table, const TFieldWidths& widths,
+                    std::int64_t nFirst, std::int64_t nCount)
+{
+  for (std::int64_t i = 0; i < nCount; ++i)
+  {
+    std::int64_t nType = eXRefInUse;
+    std::int64_t nSecond = 0;
+    std::int64_t nThird = 0;
+    if ((widths.m_n[0] > 0 && !ReadField(stream, widths.m_n[0], nType)) ||
+        !ReadField(stream, widths.m_n[1], nSecond) || !ReadField(stream, widths.m_n[2], nThird))
+      return false;
+    if (nFirst + i >= 0 && nFirst + i <= BSE::g_nMaxObjNumber)
+      EnterObject(table, static_cast<int>(nFirst + i), nType, nSecond, nThird);
+  }
+  return true;
+}
+
+bool ReadWidths(const CObjectPtr& array, TFieldWidths& widths)
+{
+  int nTotal = 0;
+  for (int i = 0; i < 3; ++i)
+  {
+    const std::int64_t n = GetIntegerOr(array[i], 0);
+    if (n < 0 || n > g_nMaxFieldWidth)
+      return false;
+    widths.m_n[i] = static_cast<int>(n);
+    nTotal += widths.m_n[i];
+  }
+  return nTotal > 0;
+}
+
+}  // namespace
+
+bool ReadXRefStream(CIndirectObject& object, CXRefTable& table)
+{
+  const std::int64_t nSize = GetIntegerOr(object.GetEntry("Size"), 0);
+  const CObjectPtr array = object.GetEntry("W");
+  TFieldWidths widths = {};
+  if (nSize == 0 || !array.IsArray() || !ReadWidths(array, widths))
+    return false;
+  const BSE::CObjectPtr<BSE::IByteStream> pData = object.GetDecodedStream();
+  if (!pData || !pData->IsValid())
+  {
+    BSE::CTracer::Trace("E", "XRef Stream", "Stream not readable");
+    return false;
+  }
+  const BSE::CObjectPtr<BSE::CBufferedInputStream> pStream(
+      new BSE::CBufferedInputStream(pData.Get(), g_nReadAhead));
+  const CObjectPtr index = object.GetEntry("Index");
+  const int nPairs = index.IsArray() ? index.GetSize() / 2 : 1;
+  bool bComplete = true;
+  for (int i = 0; i < nPairs && bComplete; ++i)
+  {
+    const std::int64_t nFirst = index.IsArray() ? GetIntegerOr(index[2 * i], 0) : 0;
+    const std::int64_t nCount = index.IsArray() ? GetIntegerOr(index[2 * i + 1], 0) : nSize;
+    if (nFirst >= 0 && nFirst <= BSE::g_nMaxObjNumber)
+      bComplete = ReadSubsection(*pStream, table, widths, nFirst, nCount);
+  }
+  if (!bComplete)
+    BSE::CTracer::Trace("E", "XRef Stream", "Stream is too short.");
+  return true;
+}
+
+}  // namespace PDF

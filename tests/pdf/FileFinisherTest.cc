@@ -1,0 +1,215 @@
+#include "base/FileStream.h"
+#include "tests/pdf/WriterSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace PDF
+{
+namespace
+{
+
+// Delivers a mark instead of a linearized file.
+class CFakeLinearizer : public ILinearizer
+{
+public:
+  bool LinearizeFile(const char* szInput, const char* szOutput, CFile&) override
+  {
+    std::ifstream input(szInput, std::ios::binary);
+    m_input.assign((std::istreambuf_iterator<char>(input)), std::istreambuf_iterator<char>());
+    std::ofstream(szOutput, std::ios::binary) << "linearized";
+    return m_bResult;
+  }
+  bool LinearizeMemory(std::span<const unsigned char> input, BSE::IByteStream* pOutput, CFile&) override
+  {
+    m_input.assign(reinterpret_cast<const char*>(input.data()), input.size());
+    return m_bResult && pOutput->WriteAll(reinterpret_cast<const unsigned char*>("linearized"), 10);
+  }
+
+  std::string m_input;
+  bool m_bResult = true;
+};
+
+// Takes so many bytes and then refuses.
+class CLimitedStream : public BSE::CMemoryStream
+{
+public:
+  explicit CLimitedStream(std::int64_t nLimit) : m_nLimit(nLimit) {}
+  std::int64_t Write(const unsigned char* pBuffer, std::int64_t n) override
+  {
+    return Tell() + n > m_nLimit ? 0 : BSE::CMemoryStream::Write(pBuffer, n);
+  }
+
+private:
+  std::int64_t m_nLimit;
+};
+
+bool EndsInMarker(const std::string& bytes)
+{
+  return bytes.size() > 6 && bytes.substr(bytes.size() - 6) == "%%EOF\n";
+}
+
+TEST(FileFinisher, WritesNothingForACleanFile)
+{
+  BSE::CObjectPtr<BSE::CMemoryStream> pOutput(new BSE::CMemoryStream);
+  CFile file(nullptr);
+  EXPECT_FALSE(file.Create(nullptr, CString(), true, true));
+  ASSERT_TRUE(file.Create(pOutput.Get(), CString(), true, true));
+  EXPECT_TRUE(file.Close());
+  EXPECT_EQ(pOutput->GetLength(), 0);
+}
+
+TEST(FileFinisher, AppendsARevisionOfWhatChanged)
+{
+  for (const int nMinor : {4, 5})
+  {
+    BSE::CObjectPtr<BSE::CMemoryStream> pOutput(new BSE::CMemoryStream);
+    CFile file(nullptr);
+    file.InitVersion(1, nMinor);
+    ASSERT_TRUE(file.Create(pOutput.Get(), CString(), true, true));
+    AddPages(file, 3, 0);
+    const CObjectPtr removed = AddObject(file, 3, MakeInteger(1));
+    ASSERT_TRUE(file.FinishRevision());
+    const std::string first = GetBytes(*pOutput);
+    ASSERT_TRUE(file.FinishRevision());
+    EXPECT_EQ(GetBytes(*pOutput), first);
+
+    const CObjectPtr info = AddObject(file, 0, MakeDictionary({{"Title", MakeString("second")}}));
+    file.SetInfo(info.Get());
+    file.GetRoot()->AddEntry("Lang", MakeString("en").Get());
+    file.GetRoot()->SetDirty(true);
+    file.GetXRef().Remove(removed.GetObjNumber());
+    EXPECT_TRUE(file.Close());
+    const std::string bytes = GetBytes(*pOutput);
+    EXPECT_EQ(bytes.substr(0, first.size()), first);
+    EXPECT_NE(bytes.find("/Prev ", first.size()), std::string::npos);
+    EXPECT_EQ(bytes.find("/MediaBox", first.size()), std::string::npos);
+    ExpectSound(first);
+    ExpectSound(bytes);
+
+    CFile reader(nullptr);
+    ASSERT_TRUE(reader.Open(pOutput.Get()));
+    EXPECT_EQ(reader.GetInfo()["Title"].GetStringValue(), CString("second"));
+    EXPECT_EQ(reader.GetRoot()["Pages"]["Count"].GetIntegerValue(), 3);
+    EXPECT_TRUE(reader.GetObject(removed.GetObjNumber(), -1).GetValueObject().IsNull());
+    EXPECT_FALSE(reader.WasRecovered());
+  }
+}
+
+TEST(FileFinisher, UpdatesAnOpenedFile)
+{
+  BSE::CObjectPtr<BSE::CMemoryStream> pStream(new BSE::CMemoryStream);
+  // Positions count from the header, not from the stream's start.
+  pStream->WriteAll(reinterpret_cast<const unsigned char*>("junk\n"), 5);
+  {
+    CFile file(nullptr);
+    ASSERT_TRUE(file.Create(pStream.Get(), CString(), true, false));
+    AddPages(file, 2, 0);
+    ASSERT_TRUE(file.Close());
+  }
+  {
+    CFile file(nullptr);
+    ASSERT_TRUE(file.Open(pStream.Get(), true));
+    EXPECT_FALSE(file.WasRecovered());
+    file.SetInfo(AddObject(file, 0, MakeDictionary({{"Title", MakeString("updated")}})).Get());
+    ASSERT_TRUE(file.Close());
+  }
+  CFile file(nullptr);
+  ASSERT_TRUE(file.Open(pStream.Get()));
+  EXPECT_FALSE(file.WasRecovered());
+  EXPECT_EQ(file.GetHeaderOffset(), 5);
+  EXPECT_EQ(file.GetInfo()["Title"].GetStringValue(), CString("updated"));
+  EXPECT_EQ(file.GetRoot()["Pages"]["Kids"][1]["MediaBox"][2].GetIntegerValue(), 101);
+}
+
+TEST(FileFinisher, ReportsAFailingOutput)
+{
+  for (const std::int64_t nLimit : {0, 100, 400, 70000})
+  {
+    for (const bool bDirect : {true, false})
+    {
+      CFile file(nullptr);
+      BSE::CObjectPtr<CLimitedStream> pOutput(new CLimitedStream(nLimit));
+      ASSERT_TRUE(file.Create(pOutput.Get(), CString(), bDirect, nLimit > 100));
+      AddPages(file, nLimit > 1000 ? 1000 : 1, 0);
+      file.SetLinearize(!bDirect, false, nullptr);
+      EXPECT_FALSE(file.Close()) << nLimit;
+    }
+  }
+  // Without a catalogue there is no file.
+  CFile file(nullptr);
+  ASSERT_TRUE(file.Create(MakeStream("").Get(), CString(), true, false));
+  AddObject(file, 0, MakeInteger(1));
+  EXPECT_FALSE(file.Close());
+}
+
+TEST(FileFinisher, DeliversThePlainFileWhereLinearizingFails)
+{
+  for (const bool bResult : {true, false})
+  {
+    BSE::CObjectPtr<BSE::CMemoryStream> pTarget(new BSE::CMemoryStream);
+    CFakeLinearizer linearizer;
+    linearizer.m_bResult = bResult;
+    CFile file(nullptr);
+    ASSERT_TRUE(file.Create(pTarget.Get(), CString(), false, false));
+    AddPages(file, 1, 0);
+    file.SetLinearize(true, false, &linearizer);
+    EXPECT_EQ(pTarget->GetLength(), 0);
+    EXPECT_EQ(file.Close(), bResult);
+    EXPECT_TRUE(EndsInMarker(linearizer.m_input));
+    EXPECT_EQ(GetBytes(*pTarget), bResult ? "linearized" : linearizer.m_input);
+  }
+}
+
+TEST(FileFinisher, ReplacesAFileOnlyByACompleteOne)
+{
+  const std::string path = testing::TempDir() + "brevex_finisher.pdf";
+  for (const bool bResult : {true, false})
+  {
+    CFakeLinearizer linearizer;
+    linearizer.m_bResult = bResult;
+    CFile file(nullptr);
+    ASSERT_TRUE(file.Create(new BSE::CFileStream(path.c_str(), BSE::eFileWrite), CString(), false, false));
+    AddPages(file, 1, 0);
+    file.SetLinearize(true, false, &linearizer);
+    EXPECT_TRUE(file.Close());
+    std::ifstream input(path, std::ios::binary);
+    const std::string bytes((std::istreambuf_iterator<char>(input)), std::istreambuf_iterator<char>());
+    EXPECT_EQ(bytes, bResult ? "linearized" : linearizer.m_input);
+    EXPECT_FALSE(std::ifstream(path + ".tmp").good());
+  }
+  std::remove(path.c_str());
+}
+
+// The automatic decision weighs what object streams saved, and the version.
+TEST(FileFinisher, DecidesAutomatically)
+{
+  const struct
+  {
+    int m_nMajor;
+    int m_nPages;
+    std::size_t m_nContent;
+    bool m_bAuto;
+    bool m_bLinearized;
+  } cases[] = {
+      {1, 2, 100000, true, true},  {1, 500, 0, true, false},    {1, 500, 0, false, true},
+      {2, 2, 100000, true, false}, {2, 2, 100000, false, true},
+  };
+  for (const auto& c : cases)
+  {
+    BSE::CObjectPtr<BSE::CMemoryStream> pTarget(new BSE::CMemoryStream);
+    CFakeLinearizer linearizer;
+    CFile file(nullptr);
+    file.InitVersion(c.m_nMajor, c.m_nMajor == 1 ? 7 : 0);
+    ASSERT_TRUE(file.Create(pTarget.Get(), CString(), false, true));
+    AddPages(file, c.m_nPages, 0);
+    AddObject(file, 3, MakeString(std::string(c.m_nContent, 'x').c_str()));
+    file.SetLinearize(true, c.m_bAuto, &linearizer);
+    EXPECT_TRUE(file.Close());
+    EXPECT_EQ(GetBytes(*pTarget) == "linearized", c.m_bLinearized) << c.m_nMajor << " " << c.m_nPages;
+  }
+}
+
+}  // namespace
+}  // namespace PDF

@@ -1,0 +1,266 @@
+#include "base/ErrorHandler.h"
+#include "base/MemoryStream.h"
+#include "pdf/File.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+using namespace PDF;
+
+// A document with a cross-reference table, made from numbered objects.
+class CTestDocument
+{
+public:
+  explicit CTestDocument(const char* szHeader = "%PDF-1.4\n") : m_text(szHeader) { m_offsets.push_back(0); }
+
+  CTestDocument& Add(const std::string& value)
+  {
+    m_offsets.push_back(m_text.size() - m_nBase);
+    m_text += std::to_string(m_offsets.size() - 1) + " 0 obj\n" + value + "\nendobj\n";
+    return *this;
+  }
+  void SetBase(std::size_t nBase) { m_nBase = nBase; }
+  void MoveOffset(std::size_t nObject, long nBy) { m_offsets[nObject] += static_cast<std::size_t>(nBy); }
+  std::string Finish(const std::string& extra = "")
+  {
+    const std::size_t nXRef = m_text.size() - m_nBase;
+    std::string text = m_text + "xref\n0 " + std::to_string(m_offsets.size()) + "\n0000000000 65535 f \n";
+    for (std::size_t i = 1; i < m_offsets.size(); ++i)
+    {
+      char szLine[32];
+      std::snprintf(szLine, sizeof(szLine), "%010zu 00000 n \n", m_offsets[i]);
+      text += szLine;
+    }
+    return text + "trailer\n<</Size " + std::to_string(m_offsets.size()) + "/Root 1 0 R" + extra +
+           ">>\nstartxref\n" + std::to_string(nXRef) + "\n%%EOF\n";
+  }
+
+private:
+  std::string m_text;
+  std::vector<std::size_t> m_offsets;
+  std::size_t m_nBase = 0;
+};
+
+CTestDocument Simple(const char* szHeader = "%PDF-1.4\n")
+{
+  CTestDocument document(szHeader);
+  const std::string header(szHeader);
+  document.SetBase(header.find("%PDF-"));
+  document.Add("<</Type/Catalog/Pages 2 0 R>>").Add("<</Type/Pages/Count 0/Kids[]>>").Add("(three)");
+  return document;
+}
+
+struct TOpened
+{
+  explicit TOpened(const std::string& text) : m_file(&m_handler)
+  {
+    m_handler.SetThreshold(0);
+    BSE::CObjectPtr<BSE::CMemoryStream> pStream(new BSE::CMemoryStream);
+    pStream->Write(reinterpret_cast<const unsigned char*>(text.data()),
+                   static_cast<std::int64_t>(text.size()));
+    pStream->Rewind();
+    m_bOpened = m_file.Open(pStream.Get());
+  }
+  std::string String(int nNumber)
+  {
+    const CObjectPtr object = m_file.GetObject(nNumber, 0);
+    const CString& value = object.GetStringValue();
+    return {reinterpret_cast<const char*>(value.GetData()), static_cast<std::size_t>(value.GetLength())};
+  }
+
+  BSE::CErrorHandler m_handler;
+  CFile m_file;
+  bool m_bOpened = false;
+};
+
+TEST(File, OpensAndLoadsOnDemand)
+{
+  TOpened opened(Simple().Finish());
+  ASSERT_TRUE(opened.m_bOpened);
+  EXPECT_FALSE(opened.m_file.WasRecovered());
+  EXPECT_EQ(opened.m_handler.GetAccumulated(), 0U);
+  EXPECT_EQ(opened.m_file.GetXRefForm(), eXRefTable);
+  EXPECT_EQ(opened.m_file.GetRevisionCount(), 1);
+  EXPECT_TRUE(opened.m_file.GetRoot()["Pages"].IsDictionary());
+  EXPECT_EQ(opened.String(3), "three");
+  // Dropped with its last user, and read anew.
+  EXPECT_FALSE(opened.m_file.GetXRef().GetEntry(3).m_pObject->IsLoaded());
+  EXPECT_EQ(opened.String(3), "three");
+  EXPECT_TRUE(opened.m_file.GetObject(99, 0)->GetValueObject().IsNull());
+}
+
+TEST(File, OffsetsCountFromTheHeader)
+{
+  TOpened opened(Simple("garbage \x80\nmore\n%PDF-1.4\n").Finish());
+  ASSERT_TRUE(opened.m_bOpened);
+  EXPECT_FALSE(opened.m_file.WasRecovered());
+  EXPECT_EQ(opened.String(3), "three");
+}
+
+TEST(File, RefusesWhatIsNoDocument)
+{
+  const std::pair<std::string, unsigned> cases[] = {
+      {"", 0x80410104U},
+      {"no header at all", 0x80410104U},
+      {"%PDF-x\n1 0 obj<</Type/Catalog>>endobj", 0x80410104U},
+      {"%PDF-1.4\n", 0x8041010EU},
+      {"%PDF-1.4\n1 0 obj<</Type/Catalog>>endobj", 0x8041010EU},
+      {"%PDF-1.4\ntrailer<</Size 2>>", 0x8041010FU},
+  };
+  for (const auto& [text, nCode] : cases)
+  {
+    TOpened opened(text);
+    EXPECT_FALSE(opened.m_bOpened) << text;
+    EXPECT_EQ(opened.m_handler.GetLastCode(), nCode) << text;
+  }
+}
+
+TEST(File, NewerRevisionWins)
+{
+  std::string text = Simple().Finish();
+  const std::size_t nPrev = text.rfind("startxref\n") + 10;
+  const std::string prev = text.substr(nPrev, text.find('\n', nPrev) - nPrev);
+  const std::size_t nObject = text.size();
+  text += "3 0 obj\n(newer)\nendobj\n";
+  const std::size_t nXRef = text.size();
+  char szLine[64];
+  std::snprintf(szLine, sizeof(szLine), "xref\n3 1\n%010zu 00000 n \n", nObject);
+  text += szLine + std::string("trailer\n<</Size 4/Root 1 0 R/Prev ") + prev + ">>\nstartxref\n" +
+          std::to_string(nXRef) + "\n%%EOF\n";
+  TOpened opened(text);
+  ASSERT_TRUE(opened.m_bOpened);
+  EXPECT_FALSE(opened.m_file.WasRecovered());
+  EXPECT_EQ(opened.String(3), "newer");
+  ASSERT_EQ(opened.m_file.GetRevisionCount(), 2);
+  EXPECT_EQ(opened.m_file.GetRevision(0)->GetLength(), static_cast<std::int64_t>(Simple().Finish().size()));
+  EXPECT_EQ(opened.m_file.GetRevision(1)->GetLength(), static_cast<std::int64_t>(text.size()));
+}
+
+TEST(File, ChainThatLoopsEnds)
+{
+  std::string text = Simple().Finish("/Prev 00000");
+  const std::size_t nXRef = text.find("xref\n0 ");
+  char szPrev[8];
+  std::snprintf(szPrev, sizeof(szPrev), "%05zu", nXRef);
+  text.replace(text.find("00000>>"), 5, szPrev);
+  TOpened opened(text);
+  ASSERT_TRUE(opened.m_bOpened);
+  EXPECT_FALSE(opened.m_file.WasRecovered());
+  EXPECT_EQ(opened.String(3), "three");
+}
+
+TEST(File, WrongOffsetIsRepairedOnDemand)
+{
+  CTestDocument document = Simple();
+  document.MoveOffset(3, 5);
+  TOpened opened(document.Finish());
+  ASSERT_TRUE(opened.m_bOpened);
+  EXPECT_FALSE(opened.m_file.WasRecovered());
+  EXPECT_EQ(opened.String(3), "three");
+  EXPECT_TRUE(opened.m_file.WasRecovered());
+  EXPECT_EQ(opened.m_handler.GetLastCode(), 0x00418309U);
+}
+
+TEST(File, BrokenTableIsRebuilt)
+{
+  const std::string good = Simple().Finish();
+  for (const char* szKey : {"startxref", "xref\n0", "%%EOF", "0000000000 65535"})
+  {
+    std::string text = good;
+    const std::size_t nPos = text.find(szKey);
+    text.replace(nPos, 4, "????");
+    TOpened opened(text);
+    ASSERT_TRUE(opened.m_bOpened) << szKey;
+    EXPECT_EQ(opened.String(3), "three") << szKey;
+  }
+  // Cut in front of its end: the scan takes the last trailer of the file.
+  TOpened cut(good.substr(0, good.find("startxref")));
+  ASSERT_TRUE(cut.m_bOpened);
+  EXPECT_EQ(cut.String(3), "three");
+}
+
+TEST(File, ScanSkipsStreamData)
+{
+  CTestDocument document = Simple();
+  document.Add("<</Length 25>>\nstream\n3 0 obj\n(false)\nendobj\nxx\nendstream");
+  std::string text = document.Finish();
+  text.replace(text.find("startxref"), 4, "????");
+  TOpened opened(text);
+  ASSERT_TRUE(opened.m_bOpened);
+  EXPECT_EQ(opened.String(3), "three");
+  EXPECT_TRUE(opened.m_file.GetObject(4, 0)->IsStream());
+}
+
+std::string ReadAll(BSE::IByteStream* pStream)
+{
+  std::string text;
+  unsigned char buffer[4096];
+  for (std::int64_t n = 1; pStream && (n = pStream->Read(buffer, sizeof(buffer))) > 0;)
+    text.append(reinterpret_cast<const char*>(buffer), static_cast<std::size_t>(n));
+  return text;
+}
+
+TEST(File, StreamLengths)
+{
+  const std::pair<const char*, const char*> cases[] = {
+      {"<</Length 4>>\nstream\nabcd\nendstream", "abcd"},
+      {"<</Length 5 0 R>>\nstream\nabcd\nendstream", "abcd"},
+      {"<</Length 4 0 R>>\nstream\nabcd\nendstream", "abcd"},
+      {"<</Length 3>>\nstream\nabcd\nendstream", "abcd"},
+      {"<</Length 99999999999>>\nstream\nabcd\nendstream", "abcd"},
+      {"<</Length -4>>\nstream\nabcd\nendstream", "abcd"},
+      {"<<>>\nstream\r\nabcd\r\nendstream", "abcd"},
+      {"<</Length 0>>\nstream\nendstream", ""},
+  };
+  for (const auto& [szValue, szData] : cases)
+  {
+    CTestDocument document = Simple();
+    document.Add(szValue).Add("4");
+    TOpened opened(document.Finish());
+    ASSERT_TRUE(opened.m_bOpened) << szValue;
+    const CObjectPtr object = opened.m_file.GetObject(4, 0);
+    ASSERT_TRUE(object.IsStream()) << szValue;
+    EXPECT_EQ(ReadAll(object.GetStream().Get()), szData) << szValue;
+    EXPECT_EQ(object["Length"].GetIntegerValue(), static_cast<std::int64_t>(std::string(szData).size()))
+        << szValue;
+  }
+}
+
+TEST(File, ReferenceCyclesEnd)
+{
+  CTestDocument document = Simple();
+  document.Add("5 0 R").Add("4 0 R").Add("<</Length 6 0 R>>stream\nab\nendstream");
+  TOpened opened(document.Finish());
+  ASSERT_TRUE(opened.m_bOpened);
+  EXPECT_FALSE(opened.m_file.GetObject(4, 0)->IsInteger());
+  EXPECT_TRUE(opened.m_file.GetObject(6, 0)->IsStream());
+}
+
+TEST(File, LongChainsUnloadWithoutRecursion)
+{
+  CTestDocument document = Simple();
+  constexpr int nLinks = 30000;
+  for (int i = 0; i < nLinks; ++i)
+    document.Add("[" + std::to_string(5 + i) + " 0 R]");
+  TOpened opened(document.Finish());
+  ASSERT_TRUE(opened.m_bOpened);
+  {
+    CObjectPtr object = opened.m_file.GetObject(4, 0);
+    BSE::CObjectArray<PDF::CObject> all;
+    for (int i = 0; i < nLinks - 1; ++i)
+    {
+      all.Add(object.Get());
+      object = object[0];
+    }
+    ASSERT_TRUE(object.IsArray());
+  }
+  EXPECT_FALSE(opened.m_file.GetXRef().GetEntry(5).m_pObject->IsLoaded());
+}
+
+}  // namespace
