@@ -68,9 +68,11 @@ bool COptimizer::Open(BSE::IByteStream* pStream, const CString* pPassword)
     m_input.Abandon();
     throw;
   }
-  if (m_options.m_bVersionSet)
-    m_output.SetVersion(ToVersionNumber(m_options.m_nVersionMajor),
-                        ToVersionNumber(m_options.m_nVersionMinor));
+  const int nMajor = ToVersionNumber(m_options.m_nVersionMajor);
+  const int nMinor = ToVersionNumber(m_options.m_nVersionMinor);
+  if (m_options.m_bVersionSet &&
+      !(m_options.m_bVersionRaisedOnly && m_input.GetFile().IsVersionAtLeast(nMajor, nMinor)))
+    m_output.SetVersion(nMajor, nMinor);
   return true;
 }
 

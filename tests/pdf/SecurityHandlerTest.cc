@@ -274,6 +274,41 @@ void ExpectReadable(const std::string& bytes, const CString& password, const TFo
   EXPECT_EQ(errors.GetLastCode(), 0U);
 }
 
+// A Crypt filter that is Identity keeps one stream plain, and a plain metadata stream is read as such.
+TEST(SecurityHandler, LeavesPlainStreamsAlone)
+{
+  TEncryption encryption;
+  encryption.m_szStreamCrypt = "AESV2";
+  encryption.m_bEncryptMetadata = false;
+  const BSE::CObjectPtr<BSE::CMemoryStream> pOutput(new BSE::CMemoryStream);
+  {
+    CFile file(nullptr);
+    file.InitVersion(1, 7);
+    ASSERT_TRUE(file.Create(pOutput.Get(), CString(g_szId), true, false));
+    file.SetSecurityHandler(CStandardSecurityHandler::Create(encryption, file.GetId1(), nullptr).Get());
+    AddPages(file, 1, 0);
+    const auto addStream = [&file](const char* szKey, const CObjectPtr& dictionary)
+    {
+      const CObjectPtr object = AddObject(file, g_nGroupDirect, dictionary);
+      object->SetStreamObject(new CEmbeddedStreamObject(MakeStream("plain data").Get(), 0, 10));
+      file.GetRoot()->AddEntry(szKey, object.Get());
+    };
+    addStream("Plain", MakeDictionary({{"Filter", MakeArray({MakeName("Crypt")})}}));
+    addStream("Metadata", MakeDictionary({{"Type", MakeName("Metadata")}}));
+    ASSERT_TRUE(file.Close());
+  }
+  const std::string bytes = GetBytes(*pOutput);
+  CFile file(nullptr);
+  ASSERT_TRUE(file.Open(MakeStream(bytes).Get()));
+  ASSERT_TRUE(file.Authenticate(nullptr));
+  for (const char* szKey : {"Plain", "Metadata"})
+  {
+    const auto pData = file.GetRoot()[szKey].GetDecodedStream();
+    ASSERT_TRUE(pData) << szKey;
+    EXPECT_EQ(GetBytes(*pData), "plain data") << szKey;
+  }
+}
+
 // An independent reader, where one is installed, decrypts the file and finds it sound.
 void ExpectSoundForOthers(const std::string& bytes, const char* szPassword)
 {
