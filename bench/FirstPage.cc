@@ -2,12 +2,12 @@
 //
 //   first_page FILE...
 //
-// Every file is linearized, unless it is already, and cut behind the end of its first page. A viewer that knows
-// linearized files goes on with what it has: it knows the first page's object and the positions of the objects in
-// front. The readers used here do not, so that the cut file gets a page tree of this one page and one
-// cross-reference table of these objects behind it; everything else is missing. Both files are rendered by mutool
-// and pdftoppm, and the pictures have to be equal. One line a file: the bytes needed, those of the whole, and what
-// each reader says. Ends with 1 if a picture differs.
+// Every file is linearized, unless it is already, and cut behind the end of its first page. A viewer that
+// knows linearized files goes on with what it has: it knows the first page's object and the positions of the
+// objects in front. The readers used here do not, so that the cut file gets a page tree of this one page and
+// one cross-reference table of these objects behind it; everything else is missing. Both files are rendered
+// by mutool and pdftoppm, and the pictures have to be equal. One line a file: the bytes needed, those of the
+// whole, and what each reader says. Ends with 1 if a picture differs.
 
 #include "base/ErrorHandler.h"
 #include "pdf/linearize/Linearizer.h"
@@ -28,9 +28,9 @@ using Support::CTempFolder;
 // Objects of the first section: number and position of each stand in its table.
 struct TFront
 {
-  std::string sBytes;       // up to the end of the first page
-  std::string sTrailer;     // its entries but those that lead elsewhere
-  std::string sEntries;     // of the table
+  std::string sBytes;    // up to the end of the first page
+  std::string sTrailer;  // its entries but those that lead elsewhere
+  std::string sEntries;  // of the table
   long nFirstNumber = 0;
   long nCount = 0;
   long nPage = 0;
@@ -99,7 +99,8 @@ std::string MakeFrontDocument(const std::string& sPdf)
     out << szEntry;
   }
   out << "trailer\n<</Size " << nNext + 2 << "/Root " << nNext + 1 << " 0 R" << front.sTrailer
-      << ">>\nstartxref\n" << nXRef << "\n%%EOF\n";
+      << ">>\nstartxref\n"
+      << nXRef << "\n%%EOF\n";
   return out.str();
 }
 
