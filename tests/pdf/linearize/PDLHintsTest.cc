@@ -116,7 +116,7 @@ TEST(PDLHints, LaysTablesOut)
   EXPECT_EQ(bits.GetColumn(7, 1, 0), (CValues{0, 0, 0, 0, 0, 0, 0}));
   EXPECT_EQ(header({32, 32, 32, 32}), (CValues{10, 3270, 2, 160}));
   EXPECT_TRUE(bits.IsAtEnd());
-  EXPECT_EQ(std::string(entries.GetSpan().begin(), entries.GetSpan().end()), "/S 50/O 84");
+  EXPECT_EQ(std::string(entries.GetSpan().begin(), entries.GetSpan().end()), "/S 50/O 82");
 }
 
 TEST(PDLHints, RefusesPositionsBeyondTheirFields)
