@@ -1,5 +1,5 @@
-// Linearizes arbitrary bytes as a finished file, from memory and from a stream. What comes out is taken in again: it
-// has to be as sound as what the linearizer takes, and stay as it is.
+// Linearizes arbitrary bytes as a finished file, from memory and from a stream. What comes out is taken in
+// again: it has to be as sound as what the linearizer takes, and stay as it is.
 
 #include "base/BufferedInputStream.h"
 #include "base/MemoryStream.h"

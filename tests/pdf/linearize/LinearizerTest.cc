@@ -80,8 +80,12 @@ struct TShared
         "/I Do",
         "/Type/XObject/Subtype/Form/BBox[0 0 1 1]/Form true/Resources<</XObject<</I " + Ref(nImage) + ">>>>");
     builder.AddPage("1");
-    builder.AddPage("2", "/Mark 2/Resources<</XObject<</F " + Ref(nForm) + ">>/Font<</F1 3 0 R>>>>");
-    builder.AddPage("3", "/Mark 3/Resources<</XObject<</F " + Ref(nForm) + ">>>>");
+    for (const char* szMark : {"2", "3"})
+    {
+      const int nPage = builder.AddPage("");
+      builder.SetObject(nPage, std::string("<</Type/Page/Mark ") + szMark +
+                                   "/MediaBox[0 0 9 9]/Resources<</XObject<</F " + Ref(nForm) + ">>>>>>");
+    }
   }
 };
 
@@ -147,8 +151,8 @@ TEST(Linearizer, OrdersTheCatalogue)
   { return Ref(builder.AddObject(std::string("<</Mark/") + szMark + "/More 1>>")); };
   const int nElement = builder.ReserveObject();
   builder.AddPage("1");
-  const int nPage =
-      builder.AddPage("2", "/Mark/Page/Annots[<</Type/Annot/Subtype/Link/P " + add("NotByP") + ">>]");
+  const int nAnnotation = builder.AddObject("<</Type/Annot/Subtype/Link/P " + add("NotByP") + ">>");
+  const int nPage = builder.AddPage("2", "/Mark/Page/Annots[" + Ref(nAnnotation) + "]");
   builder.SetObject(nElement, "<</Mark/Element/Pg " + Ref(nPage) + "/P " + add("NotByStructure") + "/K " +
                                   add("Kid") + ">>");
   builder.SetCatalogEntries("/StructTreeRoot " + Ref(nElement) + "/Extra<</P " + add("ByP") +
