@@ -248,7 +248,11 @@ bool CFile::LoadCompressed(CIndirectObject& object, const TXRefEntry& entry)
   CObjectStream* pStream = nullptr;
   if (FlushPendingHolder(nStream) && m_xref.GetEntry(nStream).m_nType == eXRefInUse)
     pStream = GetObjectStream(nStream);
-  if (!pStream || !pStream->GetObject(object, entry.m_nGeneration))
+  const bool bFound = pStream && pStream->GetObject(object, entry.m_nGeneration);
+  // Whatever its entry gave, a decoded stream counts among those that stay.
+  if (pStream && pStream->IsLoaded())
+    TouchObjectStream(nStream);
+  if (!bFound)
   {
     BSE::ReportError(this, BSE::MakeError(g_nWrongOffset, "Object No.", nNumber));
     // A plain object of that number may still stand somewhere.
@@ -256,7 +260,6 @@ bool CFile::LoadCompressed(CIndirectObject& object, const TXRefEntry& entry)
            m_pParser->ParseIndirectObject(&object, GetTableOffset(nNumber));
   }
   object.SetCompressedFlags(0);
-  TouchObjectStream(nStream);
   return true;
 }
 
