@@ -206,7 +206,6 @@ bool CFileLoader::Merge()
       BSE::ReportError(&m_file, g_nBadTable);
       return false;
     }
-    ++m_nMerged;
   }
   return true;
 }

@@ -121,7 +121,8 @@ TEST(File, RefusesWhatIsNoDocument)
   }
 }
 
-TEST(File, NewerRevisionWins)
+// A second revision of the simple document; the format takes the offset of object 3.
+std::string TwoRevisions(const char* szEntry = "%010zu 00000 n \n")
 {
   std::string text = Simple().Finish();
   const std::size_t nPrev = text.rfind("startxref\n") + 10;
@@ -130,9 +131,14 @@ TEST(File, NewerRevisionWins)
   text += "3 0 obj\n(newer)\nendobj\n";
   const std::size_t nXRef = text.size();
   char szLine[64];
-  std::snprintf(szLine, sizeof(szLine), "xref\n3 1\n%010zu 00000 n \n", nObject);
-  text += szLine + std::string("trailer\n<</Size 4/Root 1 0 R/Prev ") + prev + ">>\nstartxref\n" +
-          std::to_string(nXRef) + "\n%%EOF\n";
+  std::snprintf(szLine, sizeof(szLine), szEntry, nObject);
+  return text + "xref\n3 1\n" + szLine + "trailer\n<</Size 4/Root 1 0 R/Prev " + prev + ">>\nstartxref\n" +
+         std::to_string(nXRef) + "\n%%EOF\n";
+}
+
+TEST(File, NewerRevisionWins)
+{
+  const std::string text = TwoRevisions();
   TOpened opened(text);
   ASSERT_TRUE(opened.m_bOpened);
   EXPECT_FALSE(opened.m_file.WasRecovered());
@@ -185,6 +191,40 @@ TEST(File, BrokenTableIsRebuilt)
   EXPECT_EQ(cut.String(3), "three");
 }
 
+TEST(File, TableOfUnevenWidthsIsRead)
+{
+  for (const char* szEntry : {"%zu 0 n\n", "%010zu 00000 n ", "%010zu 00000 n %% note\n"})
+  {
+    TOpened opened(TwoRevisions(szEntry));
+    ASSERT_TRUE(opened.m_bOpened) << szEntry;
+    EXPECT_FALSE(opened.m_file.WasRecovered()) << szEntry;
+    EXPECT_EQ(opened.String(3), "newer") << szEntry;
+  }
+}
+
+TEST(File, ScanTakesTheNewestOfEachNumber)
+{
+  const std::string good = Simple().Finish();
+  const std::string packed =
+      "5 0 obj\n<</Type/ObjStm/N 1/First 4/Length 11>>\nstream\n3 0 (newer)\nendstream\nendobj\n";
+  std::string older = packed;
+  older.replace(older.find("newer"), 5, "older");
+  const std::string newer = "3 0 obj\n(newer)\nendobj\n";
+  const std::pair<const char*, std::string> cases[] = {
+      {"newest table damaged", TwoRevisions("%010zu 00000 x \n")},
+      {"compressed behind plain", good + packed + "startxref\n7\n%%EOF\n"},
+      {"plain behind compressed",
+       "%PDF-1.5\n" + older + newer + "1 0 obj\n<</Type/Catalog>>\nendobj\ntrailer\n<</Root 1 0 R>>\n"},
+      {"directly behind a trailer", good.substr(0, good.find("startxref")) + newer},
+  };
+  for (const auto& [szCase, text] : cases)
+  {
+    TOpened opened(text);
+    ASSERT_TRUE(opened.m_bOpened) << szCase;
+    EXPECT_EQ(opened.String(3), "newer") << szCase;
+  }
+}
+
 TEST(File, ScanSkipsStreamData)
 {
   CTestDocument document = Simple();
@@ -212,6 +252,7 @@ TEST(File, StreamLengths)
       {"<</Length 4>>\nstream\nabcd\nendstream", "abcd"},
       {"<</Length 5 0 R>>\nstream\nabcd\nendstream", "abcd"},
       {"<</Length 4 0 R>>\nstream\nabcd\nendstream", "abcd"},
+      {"<</Length 4.0>>\nstream\nabcd\nendstream", "abcd"},
       {"<</Length 3>>\nstream\nabcd\nendstream", "abcd"},
       {"<</Length 99999999999>>\nstream\nabcd\nendstream", "abcd"},
       {"<</Length -4>>\nstream\nabcd\nendstream", "abcd"},
