@@ -217,8 +217,12 @@ bool CFileLoader::MergeTable(const TSection& section, bool bLast)
   if (section.m_nPos != 0 && !parser.SeekTo(section.m_nPos))
     return false;
   scanner.ReadToken();
+  if (scanner.GetToken() != eTokenXRef)
+    return false;
+  const std::int64_t nEntries = scanner.Tell();
   bool bSplit = false;
-  if (scanner.GetToken() != eTokenXRef || !parser.ParseXRefTable(m_file.m_xref, section.m_bHybrid, bSplit))
+  if (!parser.ParseXRefTable(m_file.m_xref, section.m_bHybrid, bSplit) &&
+      !(scanner.Seek(nEntries) && parser.ParseXRefTokens(m_file.m_xref, section.m_bHybrid, bSplit)))
     return false;
   const BSE::CBasicArray<std::int64_t>& revisions = m_file.m_revisions;
   const bool bPhysicallyFirst =
