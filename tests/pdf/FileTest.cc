@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -58,9 +59,13 @@ CTestDocument Simple(const char* szHeader = "%PDF-1.4\n")
 
 struct TOpened
 {
-  explicit TOpened(const std::string& text) : m_file(&m_handler)
+  explicit TOpened(const std::string& text, BSE::IErrorObserver* pObserver = nullptr,
+                   unsigned nConformance = 0)
+      : m_file(&m_handler)
   {
     m_handler.SetThreshold(0);
+    m_handler.SetObserver(pObserver);
+    m_file.SetConformance(CConformance(nConformance));
     BSE::CObjectPtr<BSE::CMemoryStream> pStream(new BSE::CMemoryStream);
     pStream->Write(reinterpret_cast<const unsigned char*>(text.data()),
                    static_cast<std::int64_t>(text.size()));
@@ -222,6 +227,57 @@ TEST(File, ScanTakesTheNewestOfEachNumber)
     TOpened opened(text);
     ASSERT_TRUE(opened.m_bOpened) << szCase;
     EXPECT_EQ(opened.String(3), "newer") << szCase;
+  }
+}
+
+// Codes in the order of their reports.
+class CCodes : public BSE::IErrorObserver
+{
+public:
+  void OnError(BSE::CScopedPtr<BSE::IError> pError) override { m_codes.push_back(pError->GetCode()); }
+  std::vector<unsigned> m_codes;
+};
+
+TEST(File, StrictModeReportsDeviations)
+{
+  struct TCase
+  {
+    const char* m_szGood;
+    const char* m_szBad;
+    unsigned m_nCode;
+  };
+  const TCase cases[] = {
+      {"(three)", "<746>", 0x0341851A},
+      {"\n3 0 obj", " 3 0 obj", 0x03418523},
+      {"\n3 0 obj\n", "\n3  0 obj", 0x03418521},
+      {"\n3 0 obj\n", "\n3 0\tobj\n", 0x03418522},
+      {"obj\n(three)", "obj (three)", 0x03418525},
+      {"(three)\n", "(three) ", 0x03418524},
+      {"xref\n0", "xref 0", 0x0341851E},
+      {"xref\n0 5", "xref\n0\t5", 0x0341851D},
+      {"00000 n \n", "00000 n  ", 0x0041810D},
+      {"00000 n \n", "00000\tn \n", 0x0041810D},
+      {"stream\nab", "stream\rab", 0x0341851F},
+      {"ab\nend", "ab end", 0x03418520},
+      {"%%EOF\n", "%%EOF\n\n", 0x0341851B},
+  };
+  for (const TCase& c : cases)
+  {
+    for (const bool bBad : {false, true})
+    {
+      std::string text = Simple().Add("<</Length 2>>\nstream\nab\nendstream").Finish();
+      if (bBad)
+        text.replace(text.find(c.m_szGood), std::string(c.m_szGood).size(), c.m_szBad);
+      CCodes codes;
+      TOpened opened(text, &codes, 0x1401);
+      ASSERT_TRUE(opened.m_bOpened);
+      opened.m_file.GetObject(3, 0)->Load();
+      opened.m_file.GetObject(4, 0)->Load();
+      if (bBad)
+        EXPECT_TRUE(std::count(codes.m_codes.begin(), codes.m_codes.end(), c.m_nCode) > 0) << c.m_szBad;
+      else
+        EXPECT_TRUE(codes.m_codes.empty()) << codes.m_codes[0];
+    }
   }
 }
 
