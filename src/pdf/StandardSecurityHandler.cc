@@ -282,15 +282,31 @@ void CStandardSecurityHandler::WriteCryptFilters(PDF::CObject& dictionary) const
 bool CStandardSecurityHandler::Authenticate(const CString* pPassword)
 {
   const CTextString password(pPassword ? *pPassword : CString());
+  const int nKeyLength = m_values.m_nKeyLength;
+  if (TryPassword(password))
+    return true;
+  // A missing or damaged Length of version 2 shows in that no password fits.
+  for (const int nOther : {g_nKeyLengthAES128, g_nKeyLengthRC4})
+  {
+    if (m_values.m_nV != 2 || nOther == nKeyLength)
+      continue;
+    m_values.m_nKeyLength = nOther;
+    if (TryPassword(password))
+      return true;
+  }
+  m_values.m_nKeyLength = nKeyLength;
+  m_key.RemoveAll();
+  return false;
+}
+
+bool CStandardSecurityHandler::TryPassword(const CTextString& password)
+{
   for (const TPasswordForm form : g_passwordForms)
   {
     TByteArray bytes;
-    if (!GetPasswordBytes(password, m_values.m_nR, form, bytes))
-      continue;
-    if (FindKey(m_values, bytes.GetSpan(), m_key))
+    if (GetPasswordBytes(password, m_values.m_nR, form, bytes) && FindKey(m_values, bytes.GetSpan(), m_key))
       return true;
   }
-  m_key.RemoveAll();
   return false;
 }
 

@@ -78,6 +78,7 @@ private:
 
   CStandardSecurityHandler() = default;
 
+  bool TryPassword(const CTextString& password);
   unsigned ReadValues(const CObjectPtr& encrypt);
   unsigned ReadVersion(const CObjectPtr& encrypt);
   bool ReadCryptFilter(const CObjectPtr& encrypt, const char* szKey, TCrypt& crypt) const;
