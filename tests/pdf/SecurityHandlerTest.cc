@@ -6,6 +6,7 @@
 #include "tests/pdf/WriterSupport.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -314,7 +315,7 @@ void ExpectSoundForOthers(const std::string& bytes, const char* szPassword)
 {
   if (std::system("command -v qpdf >/dev/null 2>&1") != 0)
     return;
-  const std::string path = testing::TempDir() + "brevex_encrypted.pdf";
+  const std::string path = testing::TempDir() + "brevex_encrypted_" + std::to_string(getpid()) + ".pdf";
   std::ofstream(path, std::ios::binary) << bytes;
   const std::string check =
       "qpdf --check --password='" + std::string(szPassword) + "' '" + path + "' >/dev/null 2>&1";
