@@ -44,8 +44,8 @@ COptimizerHandle::~COptimizerHandle()
 
 void COptimizerHandle::Fail(unsigned nCode)
 {
-  m_nLastCode = nCode;
-  m_nAccumulated |= nCode;
+  m_nLastError = nCode;
+  m_nErrors |= nCode;
 }
 
 bool COptimizerHandle::Conclude(bool bResult)

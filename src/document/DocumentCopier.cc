@@ -36,7 +36,7 @@ CDocumentCopierBase::CDocumentCopierBase(BSE::IErrorContext* pErrorContext, CObj
                                          CCopyBase& copier)
     : m_input(pErrorContext),
       m_output(pErrorContext),
-      m_producer(u"Tarvex\u2122 Brevex Producer 6.27.17.0"),
+      m_producer(u"Tarvex\u2122 Brevex Producer " BREVEX_VERSION),
       m_pErrorContext(pErrorContext),
       m_visitor(visitor),
       m_copier(copier)

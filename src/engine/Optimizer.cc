@@ -1,6 +1,7 @@
 #include "engine/Optimizer.h"
 
 #include "base/Tracer.h"
+#include "pdf/linearize/Linearizer.h"
 
 #include <algorithm>
 #include <limits>
@@ -68,9 +69,11 @@ bool COptimizer::Open(BSE::IByteStream* pStream, const CString* pPassword)
     m_input.Abandon();
     throw;
   }
-  if (m_options.m_bVersionSet)
-    m_output.SetVersion(ToVersionNumber(m_options.m_nVersionMajor),
-                        ToVersionNumber(m_options.m_nVersionMinor));
+  const int nMajor = ToVersionNumber(m_options.m_nVersionMajor);
+  const int nMinor = ToVersionNumber(m_options.m_nVersionMinor);
+  if (m_options.m_bVersionSet &&
+      !(m_options.m_bVersionRaisedOnly && m_input.GetFile().IsVersionAtLeast(nMajor, nMinor)))
+    m_output.SetVersion(nMajor, nMinor);
   return true;
 }
 
@@ -120,6 +123,7 @@ bool COptimizer::RunSave(BSE::IByteStream* pStream, const TEncryption& encryptio
     DecideConformance();
   m_bLinearize = m_options.m_bLinearize;
   m_bAutoLinearize = m_options.m_bAutoLinearize;
+  m_pLinearizer = GetLinearizer();
   return CDocumentCopierT<CObjectCopier>::Save(pStream, encryption);
 }
 

@@ -235,7 +235,7 @@ TEST(DocumentCopierTest, MendsDamage)
   EXPECT_NE(target->GetPage(0).GetObjNumber(), target->GetPage(2).GetObjNumber());
   std::ifstream file(trace);
   const std::string lines((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-  EXPECT_NE(lines.find("pdfcopy,Loop detected in tree for obj 21"), std::string::npos);
+  EXPECT_NE(lines.find("pdfcopy,\"Loop detected in tree for obj 21"), std::string::npos);
   std::remove(trace.c_str());
 }
 
