@@ -302,8 +302,7 @@ void CFile::EnterRecoveredHolders(const BSE::CBasicArray<int>& holders)
     for (int i = 0; i < stream.GetCount(); ++i)
     {
       const int nNumber = stream.GetNumberAt(i);
-      if (nNumber >= 1 && nNumber <= BSE::g_nMaxObjNumber &&
-          m_xref.GetEntry(nNumber).m_nType != eXRefInUse)
+      if (nNumber >= 1 && nNumber <= BSE::g_nMaxObjNumber && m_xref.GetEntry(nNumber).m_nType != eXRefInUse)
         m_xref.SetCompressed(nNumber, nHolder, i);
     }
   }

@@ -6,6 +6,9 @@
 
 #include <fstream>
 #include <iterator>
+#include <string>
+
+#include <unistd.h>
 
 namespace PDF
 {
@@ -220,7 +223,7 @@ TEST(DocumentCopierTest, MendsDamage)
   objects[3] = "<</Type/Pages/Count 9/Parent 2 0 R/Kids[6 0 R 2 0 R<</Type/Page/Id 4>>6 0 R null 7 0 R]>>";
   objects[22] = "<</Title(two)/Next 21 0 R>>";
   objects[6] = "<</Parent 3 0 R/Id 1/Annots[11 0 R 51 0 R]>>";
-  const std::string trace = testing::TempDir() + "brevex_document_trace.txt";
+  const std::string trace = testing::TempDir() + "brevex_document_trace" + std::to_string(getpid()) + ".txt";
   ASSERT_TRUE(BSE::CTracer::SetOutput(trace.c_str()));
   CTestCopier copier;
   TOpenDocument target(copier.Copy(MakePdf(objects)));
