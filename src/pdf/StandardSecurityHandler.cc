@@ -172,9 +172,8 @@ bool CStandardSecurityHandler::IsAlgorithmAllowed(const CCryptAlgorithm* pAlgori
   return pAlgorithm && (std::strcmp(pAlgorithm->GetCFM(), "AESV3") == 0) == (m_values.m_nV == 5);
 }
 
-BSE::CObjectPtr<CStandardSecurityHandler> CStandardSecurityHandler::Create(const TEncryption& encryption,
-                                                                           const CString& id1,
-                                                                           BSE::IErrorContext* pErrorContext)
+BSE::CObjectPtr<CStandardSecurityHandler> CStandardSecurityHandler::Create(
+    const TEncryptionParameters& encryption, const CString& id1, BSE::IErrorContext* pErrorContext)
 {
   BSE::CObjectPtr<CStandardSecurityHandler> pHandler(new CStandardSecurityHandler);
   TSecurityValues& values = pHandler->m_values;
@@ -196,7 +195,7 @@ BSE::CObjectPtr<CStandardSecurityHandler> CStandardSecurityHandler::Create(const
   return pHandler;
 }
 
-bool CStandardSecurityHandler::ChooseVersion(const TEncryption& encryption)
+bool CStandardSecurityHandler::ChooseVersion(const TEncryptionParameters& encryption)
 {
   const int nBits = encryption.m_nKeyLength;
   const char* szStream = encryption.m_szStreamCrypt ? encryption.m_szStreamCrypt : encryption.m_szStringCrypt;
