@@ -1,6 +1,7 @@
 #include "engine/Optimizer.h"
 
 #include "base/Tracer.h"
+#include "pdf/linearize/Linearizer.h"
 
 #include <algorithm>
 #include <limits>
@@ -122,6 +123,7 @@ bool COptimizer::RunSave(BSE::IByteStream* pStream, const TEncryption& encryptio
     DecideConformance();
   m_bLinearize = m_options.m_bLinearize;
   m_bAutoLinearize = m_options.m_bAutoLinearize;
+  m_pLinearizer = GetLinearizer();
   return CDocumentCopierT<CObjectCopier>::Save(pStream, encryption);
 }
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 #include <string>
 
 #include "api/CAPIStreamAdapter.h"
@@ -151,6 +152,8 @@ protected:
   }
   void ExpectError() { EXPECT_TRUE(BREVEX_STATUS_IS_ERROR(BrevexGetErrorCode(m_pHandle))); }
 
+  // Open until the handle is gone.
+  TCaller m_input{.sBytes = Support::MakePlainSample().sPdf};
   TBrevexHandle* m_pHandle;
 };
 
@@ -170,8 +173,7 @@ TEST_F(CallerDocument, SmallPartsAreEnough)
 
 TEST_F(CallerDocument, OutputThatOnlyWrites)
 {
-  TCaller input{.sBytes = Support::MakePlainSample().sPdf};
-  ASSERT_TRUE(Open(input));
+  ASSERT_TRUE(Open(m_input));
   for (const bool bLinearize : {false, true})
   {
     BrevexSetLinearize(m_pHandle, bLinearize);
@@ -214,8 +216,7 @@ TEST_F(CallerDocument, InputThatFails)
 
 TEST_F(CallerDocument, OutputThatFails)
 {
-  TCaller input{.sBytes = Support::MakePlainSample().sPdf};
-  ASSERT_TRUE(Open(input));
+  ASSERT_TRUE(Open(m_input));
   EXPECT_FALSE(Save(nullptr));
   ExpectError();
   for (const std::int64_t nAnswer : {std::int64_t{-1}, std::int64_t{1} << 40})
@@ -232,6 +233,23 @@ TEST_F(CallerDocument, OutputThatFails)
   ExpectError();
   EXPECT_TRUE(BrevexSaveInMemory(m_pHandle)) << "a failed save must not stand in the way of the next";
   EXPECT_NE(BrevexGetPdf(m_pHandle), nullptr);
+}
+
+// A caller in C++ may throw where it must not.
+TEST_F(CallerDocument, ExceptionsDoNotPass)
+{
+  TCaller throwing{.sBytes = Support::MakePlainSample().sPdf};
+  TBrevexStreamDescriptor descriptor = throwing.GetDescriptor();
+  descriptor.pfRead = [](void*, void*, size_t) -> std::int64_t { throw 1; };
+  EXPECT_FALSE(BrevexOpenStreamA(m_pHandle, &descriptor, nullptr));
+  EXPECT_EQ(BrevexGetErrorCode(m_pHandle), BREVEX_STATUS_FATAL);
+  EXPECT_EQ(throwing.nReleases, 1);
+  ASSERT_TRUE(Open(m_input));
+  descriptor.pfWrite = [](void*, const void*, size_t) -> std::int64_t { throw std::bad_alloc(); };
+  EXPECT_FALSE(Save(&descriptor));
+  EXPECT_EQ(BrevexGetErrorCode(m_pHandle), BREVEX_STATUS_OUT_OF_MEMORY);
+  EXPECT_EQ(throwing.nReleases, 2);
+  EXPECT_TRUE(BrevexSaveInMemory(m_pHandle));
 }
 
 TEST_F(CallerDocument, ReleaseOfTheInputComesWithItsClose)

@@ -6,6 +6,7 @@
 #include "tests/pdf/WriterSupport.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -211,7 +212,7 @@ TEST(SecurityHandler, RefusesParametersThatDoNotFit)
   for (const TForm& form : cases)
   {
     BSE::CErrorHandler errors;
-    TEncryption encryption;
+    TEncryptionParameters encryption;
     encryption.m_nKeyLength = form.m_nKeyLength;
     encryption.m_szStreamCrypt = form.m_szStreamCrypt;
     encryption.m_szStringCrypt = form.m_szStringCrypt;
@@ -231,7 +232,7 @@ std::string MakeData(int nLength)
   return text;
 }
 
-std::string WriteEncrypted(const TEncryption& encryption, bool bObjectStreams)
+std::string WriteEncrypted(const TEncryptionParameters& encryption, bool bObjectStreams)
 {
   const BSE::CObjectPtr<BSE::CMemoryStream> pOutput(new BSE::CMemoryStream);
   CFile file(nullptr);
@@ -274,12 +275,47 @@ void ExpectReadable(const std::string& bytes, const CString& password, const TFo
   EXPECT_EQ(errors.GetLastCode(), 0U);
 }
 
+// A Crypt filter that is Identity keeps one stream plain, and a plain metadata stream is read as such.
+TEST(SecurityHandler, LeavesPlainStreamsAlone)
+{
+  TEncryptionParameters encryption;
+  encryption.m_szStreamCrypt = "AESV2";
+  encryption.m_bEncryptMetadata = false;
+  const BSE::CObjectPtr<BSE::CMemoryStream> pOutput(new BSE::CMemoryStream);
+  {
+    CFile file(nullptr);
+    file.InitVersion(1, 7);
+    ASSERT_TRUE(file.Create(pOutput.Get(), CString(g_szId), true, false));
+    file.SetSecurityHandler(CStandardSecurityHandler::Create(encryption, file.GetId1(), nullptr).Get());
+    AddPages(file, 1, 0);
+    const auto addStream = [&file](const char* szKey, const CObjectPtr& dictionary)
+    {
+      const CObjectPtr object = AddObject(file, g_nGroupDirect, dictionary);
+      object->SetStreamObject(new CEmbeddedStreamObject(MakeStream("plain data").Get(), 0, 10));
+      file.GetRoot()->AddEntry(szKey, object.Get());
+    };
+    addStream("Plain", MakeDictionary({{"Filter", MakeArray({MakeName("Crypt")})}}));
+    addStream("Metadata", MakeDictionary({{"Type", MakeName("Metadata")}}));
+    ASSERT_TRUE(file.Close());
+  }
+  const std::string bytes = GetBytes(*pOutput);
+  CFile file(nullptr);
+  ASSERT_TRUE(file.Open(MakeStream(bytes).Get()));
+  ASSERT_TRUE(file.Authenticate(nullptr));
+  for (const char* szKey : {"Plain", "Metadata"})
+  {
+    const auto pData = file.GetRoot()[szKey].GetDecodedStream();
+    ASSERT_TRUE(pData) << szKey;
+    EXPECT_EQ(GetBytes(*pData), "plain data") << szKey;
+  }
+}
+
 // An independent reader, where one is installed, decrypts the file and finds it sound.
 void ExpectSoundForOthers(const std::string& bytes, const char* szPassword)
 {
   if (std::system("command -v qpdf >/dev/null 2>&1") != 0)
     return;
-  const std::string path = testing::TempDir() + "brevex_encrypted.pdf";
+  const std::string path = testing::TempDir() + "brevex_encrypted_" + std::to_string(getpid()) + ".pdf";
   std::ofstream(path, std::ios::binary) << bytes;
   const std::string check =
       "qpdf --check --password='" + std::string(szPassword) + "' '" + path + "' >/dev/null 2>&1";
@@ -298,7 +334,7 @@ TEST(SecurityHandler, WritesWhatItAndOthersRead)
       SCOPED_TRACE(std::to_string(form.m_nKeyLength) + " " +
                    (form.m_szStreamCrypt ? form.m_szStreamCrypt : "") + " " +
                    (form.m_szStringCrypt ? form.m_szStringCrypt : ""));
-      TEncryption encryption;
+      TEncryptionParameters encryption;
       encryption.m_userPassword = CTextString("user");
       encryption.m_ownerPassword = CTextString("owner");
       encryption.m_nPermissions = -1084;
@@ -345,7 +381,7 @@ TEST(SecurityHandler, TakesUnicodeAndLongPasswords)
   for (const auto& c : cases)
     for (const bool bNew : {false, true})
     {
-      TEncryption encryption;
+      TEncryptionParameters encryption;
       encryption.m_userPassword = CTextString(c.m_szWritten);
       encryption.m_nKeyLength = bNew ? 256 : 128;
       const auto pWriter = CStandardSecurityHandler::Create(encryption, CString(g_szId), nullptr);

@@ -212,8 +212,11 @@ TEST(CommandFlags, TargetVersion)
   EXPECT_EQ(getVersion({"--pdf-version", "keep"}), "1.4");
   EXPECT_EQ(getVersion({"--profile", "none"}), "1.4");
   EXPECT_EQ(getVersion({"--pdf-version", "1.7"}), "1.7");
+  EXPECT_EQ(getVersion({"--profile", "none", "--color-compression", "jpeg2000"}), "1.5");
+  EXPECT_EQ(getVersion({"--pdf-version", "keep", "--color-compression", "jpeg2000"}), "1.4");
   folder.Write("in.pdf", Support::ReplaceText(CCommandFolder::MakeLarge(), "%PDF-1.4", "%PDF-1.6"));
   EXPECT_EQ(getVersion({}), "1.6");
+  EXPECT_EQ(getVersion({"--profile", "none", "--bitonal-compressions", "jbig2"}), "1.6");
   folder.Write("in.pdf",
                Support::ReplaceText(CCommandFolder::MakeLarge(), "trailer", "%pdfaid:part='1'\ntrailer"));
   EXPECT_EQ(getVersion({}), "1.4");

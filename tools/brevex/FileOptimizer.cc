@@ -41,15 +41,7 @@ bool IsSameFile(const TTask& task)
 
 void SetVersion(const CHandle& handle, const CInput& input, const TOptimizeOptions& options)
 {
-  std::string sVersion = options.sPdfVersion;
-  if (sVersion == "keep" || (sVersion == "auto" && options.nProfile == BREVEX_PROFILE_NONE))
-  {
-    return;
-  }
-  if (sVersion == "auto")
-  {
-    sVersion = ChooseTargetVersion(input);
-  }
+  const std::string sVersion = ChooseTargetVersion(input, options);
   if (!sVersion.empty())
   {
     BrevexSetVersionA(handle.Get(), sVersion.c_str());
