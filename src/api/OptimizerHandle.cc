@@ -45,8 +45,8 @@ COptimizerHandle::~COptimizerHandle()
 
 void COptimizerHandle::Fail(unsigned nCode)
 {
-  m_nLastError = nCode;
-  m_nErrors |= nCode;
+  m_nLastCode = nCode;
+  m_nAccumulated |= nCode;
 }
 
 bool COptimizerHandle::Conclude(bool bResult)
