@@ -2,6 +2,7 @@
 
 #include "base/Tracer.h"
 #include "engine/StreamRecompressor.h"
+#include "pdf/linearize/Linearizer.h"
 
 #include <algorithm>
 #include <limits>
@@ -138,6 +139,7 @@ bool COptimizer::RunSave(BSE::IByteStream* pStream, const TEncryption& encryptio
     DecideConformance();
   m_bLinearize = m_options.m_bLinearize;
   m_bAutoLinearize = m_options.m_bAutoLinearize;
+  m_pLinearizer = GetLinearizer();
   return CopyDocument(pStream, encryption);
 }
 

@@ -212,10 +212,12 @@ private:
   void ReleaseAll();
   void NotifyXRefChanged();
   void DropTrailer();
+  void DropObjectStreams();
   bool CheckRoot();
   void ReadCatalogueVersion();
 
-  // Entries for what object streams hold and no plain object has; for streams that a scan has found.
+  // Entries for what object streams hold, unless a plain object of that number stands behind them; for
+  // streams that a scan has found, in the order of the file.
   void EnterRecoveredHolders(const BSE::CBasicArray<int>& holders);
   void UnloadAll();
 
