@@ -69,8 +69,13 @@ void CPostOrderWalk::Open(int nNumber)
   if (nNumber >= m_file.GetObjectCount() || !m_entered.Add(nNumber))
     return;
   const CObjectPtr object = m_file.GetObject(nNumber, -1);
-  if (!object || !Enter(object))
+  if (!object)
     return;
+  if (!Enter(object))
+  {
+    object->Unload();
+    return;
+  }
   const int nFirst = m_references.GetSize();
   CollectReferences(m_file, object, m_references);
   const int nFrame = m_frames.Add({nNumber, nFirst, nFirst});
@@ -81,7 +86,10 @@ void CPostOrderWalk::Open(int nNumber)
 void CPostOrderWalk::Close()
 {
   const TFrame frame = m_frames[m_frames.GetSize() - 1];
-  Leave(m_file.GetObject(frame.m_nNumber, -1));
+  const CObjectPtr object = m_file.GetObject(frame.m_nNumber, -1);
+  Leave(object);
+  // What refers to it may be loaded and keep it.
+  object->Unload();
   m_frames.Truncate(m_frames.GetSize() - 1);
   if (m_held.GetSize() > m_frames.GetSize())
     m_held.SetSize(m_frames.GetSize());

@@ -171,6 +171,9 @@ void CRedundantObjectOptimizer::VisitDocument(CDocument& document)
     for (int i = 0; annotations.IsArray() && i < annotations.GetSize(); ++i)
       VisitAnnotation(annotations[i]);
     WorkOff();
+    if (annotations.IsIndirect())
+      annotations->Unload();
+    page->Unload();
   }
   WorkOff();
 }
