@@ -39,9 +39,10 @@ bool CDeflater::Deflate(std::span<const unsigned char> data, std::size_t nLimit,
 {
   encoded.Provide(std::min(nLimit, GetBound(data.size())));
   const std::size_t nSize =
-      nLimit == 0 ? 0
-                  : libdeflate_zlib_compress(GetCompressor(), data.data(), data.size(), encoded.GetRoom().data(),
-                                             std::min(nLimit - 1, encoded.GetCapacity()));
+      nLimit == 0
+          ? 0
+          : libdeflate_zlib_compress(GetCompressor(), data.data(), data.size(), encoded.GetRoom().data(),
+                                     std::min(nLimit - 1, encoded.GetCapacity()));
   encoded.SetSize(nSize);
   return nSize > 0;
 }

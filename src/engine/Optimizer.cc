@@ -41,7 +41,10 @@ CConformance WithoutStructure(CConformance conformance)
 class CDeflaterScope
 {
 public:
-  CDeflaterScope(CFile& file, IStreamDeflater& deflater) : m_file(file) { m_file.SetStreamDeflater(&deflater); }
+  CDeflaterScope(CFile& file, IStreamDeflater& deflater) : m_file(file)
+  {
+    m_file.SetStreamDeflater(&deflater);
+  }
   CDeflaterScope(const CDeflaterScope&) = delete;
   CDeflaterScope& operator=(const CDeflaterScope&) = delete;
   ~CDeflaterScope() { m_file.SetStreamDeflater(nullptr); }

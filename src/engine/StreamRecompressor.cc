@@ -65,7 +65,8 @@ bool IsExempt(CObject& object)
 
 }  // namespace
 
-void CStreamRecompressor::Deflate(std::span<const unsigned char> data, BSE::CBasicArray<unsigned char>& encoded)
+void CStreamRecompressor::Deflate(std::span<const unsigned char> data,
+                                  BSE::CBasicArray<unsigned char>& encoded)
 {
   if (m_deflater.Deflate(data, m_deflater.GetBound(data.size()) + 1, m_candidate))
     encoded.Append(m_candidate.GetSpan());
@@ -79,7 +80,8 @@ void CStreamRecompressor::Recompress(CIndirectObject& object)
     return;
   const bool bEncoded = static_cast<CStreamPart*>(object.GetStreamObject().Get())->IsEncoded();
   const std::size_t nFilters = MeasureFilters(object);
-  // Data that the writer would encode count as they will be then, by the plain encoder: never better than here.
+  // Data that the writer would encode count as they will be then, by the plain encoder: never better than
+  // here.
   const bool bMustEncode = !bEncoded && nFilters > 0;
   m_nBestCost = bMustEncode ? SIZE_MAX : nFilters + m_decoder.GetEncoded().size();
   m_bFound = false;
@@ -101,7 +103,8 @@ void CStreamRecompressor::Try(std::span<const unsigned char> data, bool bPredict
     nCost += std::strlen("/DecodeParms") + Measure(CreateParameters(m_decoder.GetPrediction()));
   if (m_nBestCost <= nCost)
     return;
-  if (!m_deflater.Deflate(data, std::min(m_nBestCost - nCost, m_deflater.GetBound(data.size()) + 1), m_candidate))
+  if (!m_deflater.Deflate(data, std::min(m_nBestCost - nCost, m_deflater.GetBound(data.size()) + 1),
+                          m_candidate))
     return;
   m_nBestCost = nCost + m_candidate.GetSize();
   m_bBestPredicted = bPredicted;

@@ -161,9 +161,11 @@ public:
   void SetLinearize(bool bLinearize, bool bAuto, ILinearizer* pLinearizer);
   std::int64_t GetSavedBytes() const { return m_nSavedBytes; }
 
-  // How streams of the output are compressed: borrowed, and kept until it is replaced. Null, as at the start, for the
-  // plain encoder, and streams that are written as they are.
+  // How streams of the output are compressed: borrowed, and kept until it is replaced. Null, as at the start,
+  // for the plain encoder, and streams that are written as they are.
   void SetStreamDeflater(IStreamDeflater* pDeflater) { m_pDeflater = pDeflater; }
+
+  IStreamDeflater* GetStreamDeflater() const { return m_pDeflater; }
 
   // Bytes through the deflater, or the plain encoder; null on failure.
   BSE::CObjectPtr<BSE::CMemoryStream> Deflate(std::span<const unsigned char> data);
