@@ -1,6 +1,8 @@
 #include "api/OptimizerHandle.h"
 
 #include "api/CAPIStreamAdapter.h"
+#include "api/Initializer.h"
+#include "api/Version.h"
 #include "base/FileStream.h"
 
 #include <cerrno>
@@ -31,6 +33,8 @@ bool HasPlaceholder(const char16_t* szText)
 COptimizerHandle::COptimizerHandle() : m_optimizer(this)
 {
   SetThreshold(g_nKeepNothing);
+  if (CInitializer::GetInstance().WasStarted())
+    m_optimizer.SetProducer(g_szProducer);
 }
 
 COptimizerHandle::~COptimizerHandle()
@@ -40,8 +44,8 @@ COptimizerHandle::~COptimizerHandle()
 
 void COptimizerHandle::Fail(unsigned nCode)
 {
-  m_nLastCode = nCode;
-  m_nAccumulated |= nCode;
+  m_nLastError = nCode;
+  m_nErrors |= nCode;
 }
 
 bool COptimizerHandle::Conclude(bool bResult)

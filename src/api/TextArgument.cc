@@ -24,12 +24,14 @@ CLocaleArgument::CLocaleArgument(const char16_t* szText)
   while (nLength < g_nShort && szText[nLength] != 0)
     ++nLength;
   const std::span<const char16_t> text(szText, static_cast<std::size_t>(nLength));
-  const bool bShort = nLength < g_nShort;
-  const std::size_t nBytes = bShort && BSE::ConvertText(text, szWide, g_nShort) > 0
-                                 ? std::wcstombs(m_szShort, szWide, g_nShort)
-                                 : g_nConversionFailed;
+  const bool bShort = nLength < g_nShort && BSE::ConvertText(text, szWide, g_nShort) > 0;
+  // Measured first: a character that does not fit as a whole would end the result without a sign.
+  const std::size_t nBytes = bShort ? std::wcstombs(nullptr, szWide, 0) : g_nConversionFailed;
   if (nBytes < g_nShort)
+  {
+    std::wcstombs(m_szShort, szWide, g_nShort);
     m_szText = m_szShort;
+  }
   else
   {
     BSE::ConvertUtf16ToLocale(szText, m_long);

@@ -25,9 +25,9 @@ CBufferedOutputStream::~CBufferedOutputStream()
   {
     Flush();
   }
-  catch (const CError*)
+  catch (...)
   {
-    // Memory ran out in the target; there is nobody left to tell.
+    // Memory ran out in the target, or a caller's stream threw; there is nobody left to tell.
   }
   Free(m_pBuffer);
 }

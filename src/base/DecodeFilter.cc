@@ -16,15 +16,12 @@ constexpr std::int64_t g_nMaxBlock = std::int64_t{1} << 30;
 
 }  // namespace
 
-std::int64_t CDecodeFilter::GetAllowance() const
+std::int64_t CDecodeFilter::GetSizeLimit() const
 {
-  std::int64_t nLimit = g_nFreeDecodedSize;
   const std::int64_t nEncoded = m_pSource->Tell();
   if (nEncoded < 0 || nEncoded > g_nMaxDecodedSize / g_nMaxDecodeRatio)
-    nLimit = g_nMaxDecodedSize;
-  else
-    nLimit = std::max(nLimit, nEncoded * g_nMaxDecodeRatio);
-  return nLimit - m_nPos;
+    return g_nMaxDecodedSize;
+  return std::max(g_nFreeDecodedSize, nEncoded * g_nMaxDecodeRatio);
 }
 
 std::int64_t CDecodeFilter::Read(unsigned char* pBuffer, std::int64_t n)
@@ -34,7 +31,7 @@ std::int64_t CDecodeFilter::Read(unsigned char* pBuffer, std::int64_t n)
   std::int64_t nDone = 0;
   while (nDone < n && !m_bEnd)
   {
-    const std::int64_t nAllowed = GetAllowance();
+    const std::int64_t nAllowed = GetSizeLimit() - m_nPos;
     if (nAllowed <= 0)
     {
       ReportError(m_pErrorContext, g_nDecodedSizeExceeded);

@@ -14,9 +14,10 @@ inline constexpr unsigned g_nDecodedSizeExceeded = 0x80300040U;
 class CDecodeFilter : public CFilter
 {
 public:
-  // Reads up to n decoded bytes; 0 at the end of the data. Delivers through DecodeBlock. At most
-  // g_nMaxDecodedSize bytes are delivered, and beyond g_nFreeDecodedSize at most g_nMaxDecodeRatio times what
-  // has been taken from the source; a stream with more is reported and ends there.
+  // Reads up to n decoded bytes; 0 at the end of the data. Delivers through DecodeBlock. Unless
+  // a filter has a limit of its own, at most g_nMaxDecodedSize bytes are delivered, and beyond
+  // g_nFreeDecodedSize at most g_nMaxDecodeRatio times what has been taken from the source; a stream with
+  // more is reported and ends there.
   std::int64_t Read(unsigned char* pBuffer, std::int64_t n) override;
   std::int64_t Write(const unsigned char* pBuffer, std::int64_t n) override;
 
@@ -50,11 +51,11 @@ protected:
 
   virtual bool RewindSource();
 
-  bool m_bEnd = false;
+  // Bytes that the stream may decode to, as things stand. Filters whose output is bounded otherwise, by the
+  // dimensions of an image or by what their source may give, override it.
+  virtual std::int64_t GetSizeLimit() const;
 
-private:
-  // Bytes that may be delivered yet.
-  std::int64_t GetAllowance() const;
+  bool m_bEnd = false;
 };
 
 // Decoder that pulls single bytes from its source through an inner buffer. A decoder holds no more bytes of

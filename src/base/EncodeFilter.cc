@@ -48,9 +48,9 @@ void CEncodeFilter::CloseOnRelease()
   {
     Close(false);
   }
-  catch (const CError*)
+  catch (...)
   {
-    // Memory ran out; there is nobody left to tell.
+    // Memory ran out, or a caller's stream threw; there is nobody left to tell.
     m_bFailed = true;
   }
 }

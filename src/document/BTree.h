@@ -11,7 +11,8 @@ namespace PDF
 // Reading walks the tree once, without recursion, and keeps 4 bytes a page, so that every later page costs
 // the same. The tree is taken as it is met: wrong counts, missing kids, nodes met twice, chains deeper than
 // g_nMaxTreeDepth and pages without "Type" are reported and survived. A page that is listed twice counts
-// twice. A document whose root is unusable gets the pages that its objects claim to be.
+// twice. A tree that leads to no page although its root does not claim to be empty is replaced by the objects
+// of the file that call themselves pages, in the order of their numbers.
 //
 // Writing appends pages to nodes of at most 20 kids. A node is written and leaves memory as soon as it is
 // full and its parent is known, so that at most one node of each level is held. The tree's root is known for

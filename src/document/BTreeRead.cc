@@ -98,7 +98,7 @@ void CBTree::Load()
   m_pageNumbers.RemoveAll();
   m_directPages.RemoveAll();
   Walk(0);
-  if (m_pageNumbers.IsEmpty() && !m_pRoot["Kids"].IsArray())
+  if (m_pageNumbers.IsEmpty() && GetClaimedCount(m_pRoot) != 0)
     LoadStrayPages();
   m_bLoaded = true;
   if (m_pageNumbers.IsEmpty())

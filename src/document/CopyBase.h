@@ -56,6 +56,12 @@ public:
   // True if the page stands in the target already.
   bool IsPageCopied(const CObjectPtr& sourcePage) const;
 
+  // The value of a reference, or a direct object itself.
+  static CObjectPtr GetDirect(const CObjectPtr& object)
+  {
+    return object.IsIndirect() ? object.GetValueObject() : object;
+  }
+
   // True for a target object that has a value or was written.
   static bool IsFilled(const CObjectPtr& target);
 
@@ -78,6 +84,9 @@ protected:
   // elements stay.
   static CObjectPtr CopyEntries(CObjectTraverser& visitor, const CObjectPtr& dictionary);
   static CObjectPtr CopyElements(CObjectTraverser& visitor, const CObjectPtr& array);
+
+  // Forgets what ReleaseCopied would drop, when the target file is given up.
+  void ForgetCopied() { m_copied.RemoveAll(); }
 
   CFile* m_pSource = nullptr;
   CFile* m_pTarget = nullptr;

@@ -89,6 +89,14 @@ bool CDocument::Close()
   return bDone;
 }
 
+void CDocument::Abandon()
+{
+  m_tree.Reset();
+  m_file.Abandon();
+  m_file.Close();
+  Close();
+}
+
 int CDocument::GetPageCount()
 {
   return m_bOpened ? m_tree.GetPageCount() : 0;

@@ -57,6 +57,10 @@ public:
   // for a document that is not open.
   bool Close();
 
+  // Gives a document up, half opened or half written: releases everything and completes nothing. What reached
+  // the stream of a new document stays there.
+  void Abandon();
+
   bool IsOpened() const { return m_bOpened; }
   CFile& GetFile() { return m_file; }
   BSE::IErrorContext* GetErrorContext() const { return m_pErrorContext; }

@@ -36,7 +36,7 @@ CDocumentCopierBase::CDocumentCopierBase(BSE::IErrorContext* pErrorContext, CObj
                                          CCopyBase& copier)
     : m_input(pErrorContext),
       m_output(pErrorContext),
-      m_producer(u"Tarvex\u2122 Brevex Producer 6.27.17.0"),
+      m_producer(u"Tarvex\u2122 Brevex Producer " BREVEX_VERSION),
       m_pErrorContext(pErrorContext),
       m_visitor(visitor),
       m_copier(copier)
@@ -148,7 +148,7 @@ bool CDocumentCopierBase::CopyPageObject(int nPage)
     return false;
   for (const char* szKey : {"CropBox", "MediaBox", "Resources", "Rotate"})
     CopyInherited(source, target, szKey);
-  const CObjectPtr value = source.GetValueObject();
+  const CObjectPtr value = CCopyBase::GetDirect(source);
   for (int i = value.GetBegin(); i != value.GetEnd(); i = value.GetNext(i))
   {
     const char* szKey = value.GetKey(i);
@@ -203,7 +203,7 @@ CObjectPtr CDocumentCopierBase::CopyBeads(const CObjectPtr& beads)
 
 bool CDocumentCopierBase::CopyCatalogEntries()
 {
-  const CObjectPtr catalog = m_input.GetCatalog().GetValueObject();
+  const CObjectPtr catalog = CCopyBase::GetDirect(m_input.GetCatalog());
   const CObjectPtr target = m_output.GetCatalog();
   for (int i = catalog.GetBegin(); i != catalog.GetEnd(); i = catalog.GetNext(i))
   {

@@ -23,26 +23,43 @@ CObjectPtr CListCopier::VisitIndirect(const CObjectPtr& object)
   const CObjectPtr target = GetOrCreateCopy(object, bCreated);
   if (!bCreated)
     return target;
-  if (IsBead(object))
-    CopyRound(object, target);
-  else
+  if (!IsBead(object))
+  {
     CopyIndirect(object, target);
+    return target;
+  }
+  CopyRound(object, target);
+  while (!m_threads.IsEmpty())
+  {
+    const CObjectPtr thread(m_threads[m_threads.GetSize() - 1]);
+    m_threads.SetSize(m_threads.GetSize() - 1);
+    CopyIndirect(thread, GetCopy(thread));
+  }
   return target;
+}
+
+// A thread leads back to a bead of the round: it waits until the round is closed.
+CObjectPtr CListCopier::CopyBeadEntry(const char* szKey, const CObjectPtr& value)
+{
+  if (!KeyEquals(szKey, "T") || !value.IsIndirect())
+    return m_pOwner ? m_pOwner->VisitEntry(szKey, value) : VisitEntry(szKey, value);
+  bool bCreated = false;
+  CObjectPtr thread = GetOrCreateCopy(value, bCreated);
+  if (bCreated)
+    m_threads.Add(value.Get());
+  return thread;
 }
 
 void CListCopier::CopyBead(const CObjectPtr& source, const CObjectPtr& target)
 {
-  const CObjectPtr value = source.GetValueObject();
+  const CObjectPtr value = GetDirect(source);
   const CObjectPtr copy(new CDictionaryObject);
   for (int i = value.GetBegin(); i != value.GetEnd(); i = value.GetNext(i))
   {
     const char* szKey = value.GetKey(i);
     if (KeyEquals(szKey, "N") || KeyEquals(szKey, "V"))
       continue;
-    const bool bOwn = !m_pOwner || KeyEquals(szKey, "T");
-    const CObjectPtr entry =
-        bOwn ? VisitEntry(szKey, value.GetValue(i)) : m_pOwner->VisitEntry(szKey, value.GetValue(i));
-    if (entry)
+    if (const CObjectPtr entry = CopyBeadEntry(szKey, value.GetValue(i)))
       copy.AddEntry(szKey, entry);
   }
   target->SetValueObject(copy.Get());

@@ -21,9 +21,11 @@ public:
 private:
   // The bead's dictionary without its links to other beads.
   void CopyBead(const CObjectPtr& source, const CObjectPtr& target);
+  CObjectPtr CopyBeadEntry(const char* szKey, const CObjectPtr& value);
   void CopyRound(const CObjectPtr& first, const CObjectPtr& firstTarget);
 
   CObjectTraverser* m_pOwner;
+  BSE::CObjectArray<CObject> m_threads;  // met on the round, with a target that is still empty
 };
 
 }  // namespace PDF

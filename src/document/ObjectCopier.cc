@@ -1,5 +1,7 @@
 #include "document/ObjectCopier.h"
 
+#include "base/ScopedValue.h"
+
 namespace PDF
 {
 
@@ -47,9 +49,9 @@ void CObjectCopier::CopyPending()
 {
   if (m_bCopyingPending || m_pending.IsEmpty())
     return;
-  m_bCopyingPending = true;
-  const int nGroup = m_nGroup;
-  const bool bFlush = m_bFlush;
+  const BSE::CScopedValue copying(m_bCopyingPending, true);
+  const CGroupScope group(*this, m_nGroup);
+  const BSE::CScopedValue flush(m_bFlush, m_bFlush);
   while (!m_pending.IsEmpty())
   {
     const TPending pending = m_pending[m_pending.GetSize() - 1];
@@ -59,9 +61,12 @@ void CObjectCopier::CopyPending()
     FillCopy(*this, m_pSource->GetXRef().GetObject(pending.m_nSource, -1),
              m_pTarget->GetXRef().GetObject(pending.m_nTarget, -1));
   }
-  m_nGroup = nGroup;
-  m_bFlush = bFlush;
-  m_bCopyingPending = false;
+}
+
+void CObjectCopier::ForgetPending()
+{
+  m_pending.RemoveAll();
+  ForgetCopied();
 }
 
 }  // namespace PDF

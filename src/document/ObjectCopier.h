@@ -28,6 +28,9 @@ protected:
   // the group and flushing of this moment. Pages and nodes of page trees are left to who copies them.
   void CopyIndirect(const CObjectPtr& source, const CObjectPtr& target);
 
+  // Drops the list, when the target file is given up.
+  void ForgetPending();
+
   // Works the list off; only the outermost visit needs it.
   void CopyPending();
 

@@ -1,5 +1,7 @@
 #include "document/ObjectTraverser.h"
 
+#include "base/ScopedValue.h"
+
 namespace PDF
 {
 
@@ -116,7 +118,7 @@ void CObjectTraverser::WorkOff()
 {
   if (m_bWorkingOff)
     return;
-  m_bWorkingOff = true;
+  const BSE::CScopedValue working(m_bWorkingOff, true);
   while (!m_postponed.IsEmpty())
   {
     const int nLast = m_postponed.GetSize() - 1;
@@ -125,7 +127,6 @@ void CObjectTraverser::WorkOff()
     VisitParts(object);
   }
   m_visited.RemoveAll();
-  m_bWorkingOff = false;
 }
 
 CObjectPtr CObjectTraverser::VisitElement(int, const CObjectPtr& value)

@@ -66,7 +66,7 @@ CObjectPtr CTreeCopier::CopyNodeEntry(const char* szKey, const CObjectPtr& value
 
 void CTreeCopier::CopyNode(const CObjectPtr& source, const CObjectPtr& target)
 {
-  const CObjectPtr value = source.GetValueObject();
+  const CObjectPtr value = GetDirect(source);
   const CObjectPtr copy(new CDictionaryObject);
   for (int i = value.GetBegin(); i != value.GetEnd(); i = value.GetNext(i))
   {

@@ -1,6 +1,7 @@
 #include "engine/Optimizer.h"
 
 #include "base/Tracer.h"
+#include "pdf/linearize/Linearizer.h"
 
 #include <algorithm>
 #include <limits>
@@ -57,11 +58,22 @@ COptimizer::~COptimizer()
 bool COptimizer::Open(BSE::IByteStream* pStream, const CString* pPassword)
 {
   Close();
-  if (!OpenInput(pStream, pPassword))
-    return false;
-  if (m_options.m_bVersionSet)
-    m_output.SetVersion(ToVersionNumber(m_options.m_nVersionMajor),
-                        ToVersionNumber(m_options.m_nVersionMinor));
+  try
+  {
+    if (!OpenInput(pStream, pPassword))
+      return false;
+  }
+  catch (...)
+  {
+    // The stream is let go of at once, as after every other failure.
+    m_input.Abandon();
+    throw;
+  }
+  const int nMajor = ToVersionNumber(m_options.m_nVersionMajor);
+  const int nMinor = ToVersionNumber(m_options.m_nVersionMinor);
+  if (m_options.m_bVersionSet &&
+      !(m_options.m_bVersionRaisedOnly && m_input.GetFile().IsVersionAtLeast(nMajor, nMinor)))
+    m_output.SetVersion(nMajor, nMinor);
   return true;
 }
 
@@ -111,20 +123,15 @@ bool COptimizer::RunSave(BSE::IByteStream* pStream, const TEncryption& encryptio
     DecideConformance();
   m_bLinearize = m_options.m_bLinearize;
   m_bAutoLinearize = m_options.m_bAutoLinearize;
+  m_pLinearizer = GetLinearizer();
   return CDocumentCopierT<CObjectCopier>::Save(pStream, encryption);
 }
 
 void COptimizer::AbandonOutput()
 {
   // The stream may be the caller's, who expects it back when the save has failed.
-  try
-  {
-    m_output.Close();
-  }
-  catch (...)
-  {
-    // What is left goes with the next save or close; the failure itself has been reported.
-  }
+  m_output.Abandon();
+  ForgetPending();
 }
 
 bool COptimizer::Analyze()

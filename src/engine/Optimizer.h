@@ -37,7 +37,7 @@ public:
 
   // Closes what is open, then opens the input. The output starts with its conformance and version, or with
   // the version of the options where one is set. A null password is the empty one. False, reported and
-  // closed, on failure.
+  // closed, on failure; closed also when exhausted memory is thrown.
   bool Open(BSE::IByteStream* pStream, const CString* pPassword);
 
   // The sequence above. May be repeated while a document is open. False, reported, on failure; the stream

@@ -138,6 +138,7 @@ void RaiseVersion(TOptimizerOptions& options, unsigned nMinor)
   const bool bEnough = nMajor > 1 || (nMajor == 1 && options.m_nVersionMinor >= nMinor);
   if (options.m_bVersionSet && bEnough)
     return;
+  options.m_bVersionRaisedOnly = options.m_bVersionRaisedOnly || !options.m_bVersionSet;
   options.m_bVersionSet = true;
   options.m_nVersionMajor = 1;
   options.m_nVersionMinor = nMinor;
@@ -163,6 +164,7 @@ void TOptimizerOptions::SetProfile(unsigned nProfile)
   reset.m_bUnembedFonts = m_bUnembedFonts;
   reset.m_bEmbedFonts = m_bEmbedFonts;
   reset.m_bVersionSet = m_bVersionSet;
+  reset.m_bVersionRaisedOnly = m_bVersionRaisedOnly;
   reset.m_nVersionMajor = m_nVersionMajor;
   reset.m_nVersionMinor = m_nVersionMinor;
   *this = reset;
@@ -276,6 +278,7 @@ bool TOptimizerOptions::SetVersion(const char* szVersion)
   if (szRest == nullptr || *szRest != '.' || ReadNumber(szRest + 1, nMinor) == nullptr)
     return false;
   m_bVersionSet = true;
+  m_bVersionRaisedOnly = false;
   m_nVersionMajor = nMajor;
   m_nVersionMinor = nMinor;
   return true;

@@ -149,8 +149,10 @@ struct TOptimizerOptions
   bool m_bUnembedFonts = false;
   bool m_bEmbedFonts = false;
 
-  // The version of the output, used by the next open. Not set: that of the input.
+  // The version of the output, used by the next open. Not set: that of the input. Raised only: an encoding
+  // asks for at least that version, and an input of a higher one keeps its own.
   bool m_bVersionSet = false;
+  bool m_bVersionRaisedOnly = false;
   unsigned m_nVersionMajor = 0;
   unsigned m_nVersionMinor = 0;
 };

@@ -5,6 +5,7 @@
 #include "base/EmbeddedStream.h"
 #include "base/ErrorHandler.h"
 #include "base/Limits.h"
+#include "base/ScopedValue.h"
 #include "base/Tracer.h"
 #include "pdf/FileLoader.h"
 #include "pdf/Generator.h"
@@ -53,6 +54,8 @@ bool CFile::Open(BSE::IByteStream* pStream, bool bUpdate)
   ReleaseAll();
   m_pInput = pStream;
   m_bAppending = bUpdate;
+  if (bUpdate)
+    m_pOutput = pStream;
   CreateParser();
   if (!m_pParser->ReadHeader(m_nHeaderOffset, m_nMajor, m_nMinor))
   {
@@ -199,10 +202,8 @@ bool CFile::LoadObject(CIndirectObject& object)
     object.SetParsed(nullptr, nullptr);
     return true;
   }
-  ++m_nLoadDepth;
-  const bool bLoaded = entry.m_nType == eXRefCompressed ? LoadCompressed(object, entry) : LoadDirect(object);
-  --m_nLoadDepth;
-  return bLoaded;
+  const BSE::CScopedValue depth(m_nLoadDepth, m_nLoadDepth + 1);
+  return entry.m_nType == eXRefCompressed ? LoadCompressed(object, entry) : LoadDirect(object);
 }
 
 bool CFile::LoadDirect(CIndirectObject& object)
@@ -314,7 +315,7 @@ void CFile::UnloadUnused(CIndirectObject& object)
   if (m_bUnloading)
     return;
   // What an object held comes back here and only joins the queue: chains of any length need no stack.
-  m_bUnloading = true;
+  const BSE::CScopedValue unloading(m_bUnloading, true);
   while (m_unloadQueue.GetSize() > 0)
   {
     const int nLast = m_unloadQueue.GetSize() - 1;
@@ -324,7 +325,6 @@ void CFile::UnloadUnused(CIndirectObject& object)
     if (pObject->GetRefCount() == 2)
       pObject->Unload();
   }
-  m_bUnloading = false;
 }
 
 BSE::CObjectPtr<BSE::IByteStream> CFile::GetRevision(int nIndex) const

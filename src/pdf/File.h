@@ -78,6 +78,9 @@ public:
   // completed.
   virtual bool Close();
 
+  // Gives a file that is written up, in whatever state it is: Close then completes nothing and releases all.
+  void Abandon() { m_bFailed = true; }
+
   bool IsOpened() const { return m_bOpened; }
   bool IsWritable() const { return m_pOutput.Get() != nullptr; }
 

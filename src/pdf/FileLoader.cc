@@ -42,9 +42,8 @@ bool CFileLoader::IsTrailer(const CObjectPtr& trailer) const
 {
   if (!trailer.IsDictionary())
     return false;
-  if (trailer["Root"])
-    return true;
-  return m_nLinearizedLength <= 0 && (trailer["Size"].IsInteger() || trailer["Prev"].IsInteger());
+  // The main section of a linearized file names no root: its first-page section does.
+  return trailer["Root"] || trailer["Size"].IsInteger() || trailer["Prev"].IsInteger();
 }
 
 bool CFileLoader::NoteRevisionEnd()
@@ -245,7 +244,8 @@ bool CFileLoader::MergeStream(const TSection& section)
     return false;
   const int nNumber = pStream->GetObjNumber();
   const TXRefEntry& entry = m_file.m_xref.GetEntry(nNumber);
-  if (entry.m_nType != eXRefInUse || entry.m_nOffset != section.m_nPos)
+  // Many writers leave the stream's own entry out.
+  if (entry.m_nType == eXRefInUse && entry.m_nOffset != section.m_nPos)
     BSE::ReportError(&m_file, BSE::MakeError(g_nWrongStreamOffset, "Object No.", nNumber));
   if (m_numbers.Find(nNumber) != m_numbers.GetSize())
     BSE::ReportError(&m_file, BSE::MakeError(g_nRepeatedStream, "Object No.", nNumber));

@@ -60,15 +60,6 @@ std::int64_t GetAvailableLength(BSE::IByteStream& data)
   return nLength;
 }
 
-// An explicit Crypt filter without a name keeps the stream's data plain (ISO 32000-1, 7.4.10).
-bool IsPlainByFilter(CObject& stream)
-{
-  if (!GetFilterName(&stream, 0).IsName("Crypt"))
-    return false;
-  const CObjectPtr name = GetFilterParameters(&stream, 0)["Name"];
-  return !name.IsName() || name.IsName("Identity");
-}
-
 // The value behind a position of a container, -1 in front of the first; false at its end and for anything
 // else.
 bool NextValue(CObject* pContainer, int& nPos, CObject*& pValue)
@@ -323,7 +314,7 @@ bool CFile::WriteObject(CObject* pObject, bool bFollow)
   visit(pObject);
   while (!frames.IsEmpty())
   {
-    TFrame& frame = frames[frames.GetSize() - 1];
+    TFrame& frame = frames.GetSpan().back();
     CObject* pNext = nullptr;
     if (NextValue(frame.m_pContainer, frame.m_nPos, pNext))
     {
@@ -430,7 +421,7 @@ bool CFile::WriteStreamData(CIndirectObject& object, CSecurityHandler* pSecurity
     pCopy->Rewind();
     pData = pCopy;
   }
-  if (pSecurity && IsPlainByFilter(object))
+  if (pSecurity && IsPlainByFilter(&object))
     pSecurity = nullptr;
   const CObjectPtr dictionary = object.GetValueObject();
   m_pGenerator->WriteStreamDictionary(dictionary.Get(),

@@ -239,4 +239,12 @@ bool CloseEncodeChain(BSE::IByteStream* pFirst)
   return !pEncoder || pEncoder->Close();
 }
 
+bool IsPlainByFilter(CObject* pStream)
+{
+  if (!GetFilterName(pStream, 0).IsName("Crypt"))
+    return false;
+  const CObjectPtr name = GetFilterParameters(pStream, 0)["Name"];
+  return !name.IsName() || name.IsName("Identity");
+}
+
 }  // namespace PDF

@@ -34,4 +34,8 @@ int GetFilterCount(CObject* pStream);
 CObjectPtr GetFilterName(CObject* pStream, int nIndex);
 CObjectPtr GetFilterParameters(CObject* pStream, int nIndex);
 
+// True if an explicit Crypt filter without a name, or named Identity, keeps the stream's data plain in an
+// encrypted file (ISO 32000-1, 7.4.10).
+bool IsPlainByFilter(CObject* pStream);
+
 }  // namespace PDF

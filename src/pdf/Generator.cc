@@ -217,7 +217,7 @@ void CGenerator::WriteValue(CObject* pValue)
   WriteOrOpen(pValue);
   while (!m_frames.IsEmpty())
   {
-    TFrame& frame = m_frames[m_frames.GetSize() - 1];
+    TFrame& frame = m_frames.GetSpan().back();
     CObject* pNext = nullptr;
     if (frame.m_bArray ? NextElement(frame, pNext) : NextEntry(frame, pNext))
       WriteOrOpen(pNext);

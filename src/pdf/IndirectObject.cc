@@ -2,6 +2,7 @@
 
 #include "base/ErrorHandler.h"
 #include "base/MemoryStream.h"
+#include "base/ScopedValue.h"
 #include "base/Tracer.h"
 #include "pdf/File.h"
 #include "pdf/FilterFactory.h"
@@ -230,10 +231,11 @@ bool CIndirectObject::LoadFromFile()
 {
   if (!m_pFile || m_bLoading)
     return false;
-  m_bLoading = true;
-  m_pFile->LoadObject(*this);
-  BreakCycle();
-  m_bLoading = false;
+  {
+    const BSE::CScopedValue loading(m_bLoading, true);
+    m_pFile->LoadObject(*this);
+    BreakCycle();
+  }
   // A failed load reads as null until the object is unloaded, so that the damage is met once.
   m_bLoaded = true;
   return true;

@@ -3,6 +3,7 @@
 #include "base/MemoryStream.h"
 #include "pdf/DictionaryObject.h"
 #include "pdf/File.h"
+#include "pdf/FilterFactory.h"
 #include "pdf/Parser.h"
 #include "pdf/SimpleObjects.h"
 #include "pdf/StreamObjects.h"
@@ -184,9 +185,9 @@ CObjectPtr CParser::ParseStreamData(CIndirectObject* pObject, CDictionaryObject&
     m_scanner.ReadToken();
   }
   if (m_scanner.IsStrict())
-    ReportStrict(!dictionary.GetEntry("F") && !dictionary.GetEntry("FFilter") &&
-                     !dictionary.GetEntry("FDecodeParms"),
-                 g_nExternalData);
+    ReportStrict(
+        !dictionary.GetEntry("F") && !dictionary.GetEntry("FFilter") && !dictionary.GetEntry("FDecodeParms"),
+        g_nExternalData);
   if (nLength < 1)
     return new CStreamObject(new BSE::CMemoryStream);
   BSE::CObjectPtr<CEncodedStreamObject> pPart(
@@ -195,7 +196,7 @@ CObjectPtr CParser::ParseStreamData(CIndirectObject* pObject, CDictionaryObject&
   if (pSecurity && pObject)
   {
     pObject->SetParsed(&dictionary, nullptr);
-    if (pSecurity->IsExempt(*pObject))
+    if (pSecurity->IsExempt(*pObject) || IsPlainByFilter(pObject))
       pPart->SetPlain();
   }
   return pPart.Get();

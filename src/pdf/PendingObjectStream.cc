@@ -125,12 +125,13 @@ bool CPendingObjectStream::Flush()
   holder->SetStreamObject(new CEmbeddedStreamObject(pEncoded.Get(), 0, pEncoded->GetLength()));
   if (!holder->Flush(true))
     return false;
-  m_file.m_nSavedBytes +=
+  const std::int64_t nSaved =
       nPlainLength + m_members.GetSize() * g_nMemberFrame - g_nStreamFrame - pEncoded->GetLength();
+  m_file.m_nSavedBytes += nSaved;
   ++m_file.m_nFlushedStreams;
   if (BSE::CTracer::IsOn())
     BSE::CTracer::Trace("I", "PDF Object Stream", "Flushed ObjStm %d (saved bytes: %d)",
-                        holder->GetObjNumber(), static_cast<int>(m_file.m_nSavedBytes));
+                        holder->GetObjNumber(), static_cast<int>(nSaved));
   return true;
 }
 

@@ -1,5 +1,7 @@
 #include "tests/documents/Judges.h"
 
+#include <sstream>
+
 #include "tests/support/Process.h"
 #include "tests/support/Saver.h"
 #include "tests/support/TempFolder.h"
@@ -21,16 +23,28 @@ testing::AssertionResult IsSound(const std::string& sPdf)
                                : testing::AssertionFailure() << "qpdf: " << result.sErr << result.sOut;
 }
 
-std::string GetText(const std::string& sPdf)
+testing::AssertionResult HasTextOfPages(const std::string& sPdf, int nPages)
 {
   static const bool g_bInstalled = Support::HasProgram("pdftotext");
   if (!g_bInstalled)
   {
-    return {};
+    return testing::AssertionSuccess() << "pdftotext is not installed";
   }
   const Support::CTempFolder folder;
   Support::WriteFile(folder / "out.pdf", sPdf);
-  return Support::RunProgram({"pdftotext", "-layout", folder / "out.pdf", "-"}).sOut;
+  std::istringstream found(Support::RunProgram({"pdftotext", folder / "out.pdf", "-"}).sOut);
+  std::string sWords;
+  for (std::string sWord; found >> sWord;)
+  {
+    sWords += sWord + " ";
+  }
+  std::string sExpected;
+  for (int i = 1; i <= nPages; ++i)
+  {
+    sExpected += "Page " + std::to_string(i) + " ";
+  }
+  return sWords == sExpected ? testing::AssertionSuccess()
+                             : testing::AssertionFailure() << "the text is: " << sWords;
 }
 
 testing::AssertionResult Reopens(const std::string& sPdf, int nPages)

@@ -69,7 +69,7 @@ TEST(FileFinisher, AppendsARevisionOfWhatChanged)
     file.InitVersion(1, nMinor);
     ASSERT_TRUE(file.Create(pOutput.Get(), CString(), true, true));
     AddPages(file, 3, 0);
-    const CObjectPtr removed = AddObject(file, 0, MakeInteger(1));
+    const CObjectPtr removed = AddObject(file, 3, MakeInteger(1));
     ASSERT_TRUE(file.FinishRevision());
     const std::string first = GetBytes(*pOutput);
     ASSERT_TRUE(file.FinishRevision());

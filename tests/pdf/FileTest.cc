@@ -62,7 +62,8 @@ struct TOpened
   {
     m_handler.SetThreshold(0);
     BSE::CObjectPtr<BSE::CMemoryStream> pStream(new BSE::CMemoryStream);
-    pStream->Write(reinterpret_cast<const unsigned char*>(text.data()), static_cast<std::int64_t>(text.size()));
+    pStream->Write(reinterpret_cast<const unsigned char*>(text.data()),
+                   static_cast<std::int64_t>(text.size()));
     pStream->Rewind();
     m_bOpened = m_file.Open(pStream.Get());
   }

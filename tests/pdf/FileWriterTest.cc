@@ -46,10 +46,10 @@ TEST_F(FileWriter, WritesATableFileByteForByte)
             "3 0 obj\n<<\n/Type /Catalog\n/Pages 1 0 R\n>>\nendobj\n"
             "6 0 obj\n1\nendobj\n"
             "xref\n0 7\n"
-            "0000000004 65535 f\r\n0000000015 00000 n\r\n0000000074 00000 n\r\n0000000148 00000 n\r\n"
-            "0000000005 00000 f\r\n0000000000 00000 f\r\n0000000197 00000 n\r\n"
+            "0000000004 65535 f\r\n0000000015 00000 n\r\n0000000072 00000 n\r\n0000000143 00000 n\r\n"
+            "0000000005 00000 f\r\n0000000000 00000 f\r\n0000000192 00000 n\r\n"
             "trailer\n<<\n/Size 7\n/Root 3 0 R\n/ID [(0123456789abcdef) ID2]\n>>\n"
-            "startxref\n214\n%%EOF\n");
+            "startxref\n209\n%%EOF\n");
 }
 
 TEST_F(FileWriter, FollowsReferencesChildrenFirst)
@@ -75,8 +75,7 @@ TEST_F(FileWriter, FollowsReferencesChildrenFirst)
   EXPECT_TRUE(other->IsDirty());
   EXPECT_TRUE(m_file.WriteObject(nullptr, true));
   // Written values are dropped and come back from the output.
-  EXPECT_EQ(child[0]["Deep"][0].GetObjNumber(), 0);
-  EXPECT_EQ(child->GetElement(0)["Deep"][0].GetObjNumber(), grandchild->GetObjNumber());
+  EXPECT_EQ(child[0]["Deep"][0].Get(), grandchild.Get());
 }
 
 TEST_F(FileWriter, FollowsLongChainsWithoutRecursion)
@@ -174,7 +173,10 @@ TEST_F(FileWriter, MapsSourceNumbersOnce)
 class CInvertingHandler : public CSecurityHandler
 {
 public:
-  void Write(PDF::CObject& dictionary) override { dictionary.AddEntry("Filter", MakeString("visible").Get()); }
+  void Write(PDF::CObject& dictionary) override
+  {
+    dictionary.AddEntry("Filter", MakeString("visible").Get());
+  }
   bool Authenticate(const CString*) override { return true; }
   bool IsExempt(PDF::CObject& object) override { return object.GetEntry("Type").IsName("Metadata"); }
   CString DecryptString(const CString& value, int, int) override { return value; }

@@ -52,7 +52,7 @@ TEST(NumberFormat, WritesRealsWithoutExponent)
       {1.0 / 3, "0.333333333333"},
       {2.0 / 3, "0.666666666667"},
       {1000000.0 / 3, "333333.333333"},
-      {99999999999.96, "99999999999.96"},
+      {99999999999.96, "100000000000"},
       {999999999999.9, "1000000000000"},
       {9.99999999999951, "10"},
       {123456789012.5, "123456789013"},
@@ -102,6 +102,8 @@ TEST(NumberFormat, ReadsBackToTwelveDigits)
   for (int i = 0; i < 20000; ++i)
   {
     const double dValue = mantissa(random) * std::pow(10.0, static_cast<double>(i % 70) - 37);
+    if (std::fabs(dValue) < 1.2e-38)
+      continue;
     const std::string text = Format(dValue);
     EXPECT_NEAR(std::stod(text) / dValue, 1.0, 6e-12) << text;
     EXPECT_TRUE(text.find('.') == std::string::npos || text.back() != '0') << text;
@@ -204,10 +206,10 @@ TEST(Generator, FillsPlaceholders)
   const unsigned char data[] = {0xAB, 0x01, 0x02, 0x03, 0x04};
   EXPECT_TRUE(generator.UpdateContents(*pContents, std::span(data).first(3)));
   EXPECT_FALSE(generator.UpdateContents(*pContents, data));
-  EXPECT_FALSE(generator.UpdateByteRange(*pRange, 10, 99999999999999, 99999999999999));
+  EXPECT_FALSE(generator.UpdateByteRange(*pRange, 10, 9999999999999999, 9999999999999999));
   EXPECT_EQ(generator.Tell(), nEnd);
   EXPECT_EQ(GetBytes(*pStream),
-            "<<\n/ByteRange [0 10 200 3000]" + std::string(22, ' ') + "\n/Contents <AB010200>\n>>");
+            "<<\n/ByteRange [0 10 200 3000]" + std::string(21, ' ') + "\n/Contents <AB010200>\n>>");
 }
 
 }  // namespace

@@ -23,8 +23,7 @@ std::string Render(const std::string& text)
   const CObjectPtr value = parser.ParseValue();
   BSE::CObjectPtr<BSE::CMemoryStream> pMemory(new BSE::CMemoryStream);
   {
-    const BSE::CObjectPtr<BSE::CBufferedOutputStream> pWriter(
-        new BSE::CBufferedOutputStream(pMemory.Get()));
+    const BSE::CObjectPtr<BSE::CBufferedOutputStream> pWriter(new BSE::CBufferedOutputStream(pMemory.Get()));
     CGenerator generator(pWriter.Get(), eLayoutCompact);
     generator.WriteValue(value.Get());
     pWriter->Flush();
@@ -71,7 +70,8 @@ TEST(Parser, ReferencesAcrossTheBufferEdge)
     const std::string text = std::string(static_cast<std::size_t>(nPad), ' ') + "[123 0 R 7]";
     CFile file(nullptr);
     BSE::CObjectPtr<BSE::CMemoryStream> pMemory(new BSE::CMemoryStream);
-    pMemory->Write(reinterpret_cast<const unsigned char*>(text.data()), static_cast<std::int64_t>(text.size()));
+    pMemory->Write(reinterpret_cast<const unsigned char*>(text.data()),
+                   static_cast<std::int64_t>(text.size()));
     pMemory->Rewind();
     BSE::CObjectPtr<BSE::CBufferedInputStream> pStream(new BSE::CBufferedInputStream(pMemory.Get(), 8192));
     CParser parser(&file, pStream.Get(), nullptr);
@@ -86,7 +86,10 @@ TEST(Parser, NestingHasALimit)
 {
   const int nDeep = BSE::g_nMaxNesting;
   const auto nested = [](int n)
-  { return std::string(static_cast<std::size_t>(n), '[') + "1" + std::string(static_cast<std::size_t>(n), ']'); };
+  {
+    return std::string(static_cast<std::size_t>(n), '[') + "1" +
+           std::string(static_cast<std::size_t>(n), ']');
+  };
   EXPECT_EQ(Render(nested(nDeep)), nested(nDeep));
   EXPECT_EQ(Render(nested(nDeep + 1)), "null");
   EXPECT_EQ(Render(std::string(1000000, '[')), "null");

@@ -14,7 +14,9 @@ using namespace PDF;
 struct TScan
 {
   explicit TScan(std::string data, bool bStrict = false)
-      : m_text(std::move(data)), m_scanner(new BSE::CMemoryInputStream(m_text.data(), static_cast<std::int64_t>(m_text.size())), nullptr)
+      : m_text(std::move(data)),
+        m_scanner(new BSE::CMemoryInputStream(m_text.data(), static_cast<std::int64_t>(m_text.size())),
+                  nullptr)
   {
     m_scanner.SetStrict(bStrict, -1, -1);
   }
@@ -23,7 +25,10 @@ struct TScan
     m_scanner.ReadToken();
     return m_scanner.GetToken();
   }
-  std::string Text() const { return {m_scanner.GetText(), static_cast<std::size_t>(m_scanner.GetTextLength())}; }
+  std::string Text() const
+  {
+    return {m_scanner.GetText(), static_cast<std::size_t>(m_scanner.GetTextLength())};
+  }
 
   std::string m_text;
   CScanner m_scanner;
@@ -121,7 +126,8 @@ TEST(Scanner, Strings)
 TEST(Scanner, Names)
 {
   const std::pair<const char*, std::string> cases[] = {
-      {"/A#42 ", "AB"}, {"/A#4 ", std::string("A\4")}, {"/# ", ""}, {"/ ", ""}, {"/A#G ", "AG"}, {"/A;_$ ", "A;_$"},
+      {"/A#42 ", "AB"},   {"/A#4 ", std::string("A\4")}, {"/# ", ""}, {"/ ", ""}, {"/A#G ", "AG"},
+      {"/A;_$ ", "A;_$"},
   };
   for (const auto& [szText, expected] : cases)
   {
@@ -138,7 +144,7 @@ TEST(Scanner, Names)
 TEST(Scanner, EndOfStreamData)
 {
   const std::pair<const char*, std::int64_t> cases[] = {
-      {"abc\r\nendstream", 3}, {"abc\nendstream", 3}, {"abc\rendstream", 3},
+      {"abc\r\nendstream", 3}, {"abc\nendstream", 3},   {"abc\rendstream", 3},
       {"abcendstream", 3},     {"abc\n\nendstream", 4}, {"abc", 3},
       {"eendstream", 1},       {"endstrendstream", 6},
   };

@@ -59,7 +59,8 @@ TEST(TextString, RoundTrips)
     if (n >= 0xD800 && n < 0xE000)
       continue;
     const char16_t text[] = {u'x', static_cast<char16_t>(n), 0};
-    ASSERT_EQ(GetText(CTextString(static_cast<const CString&>(CTextString(text)))), text) << static_cast<unsigned>(n);
+    ASSERT_EQ(GetText(CTextString(static_cast<const CString&>(CTextString(text)))), text)
+        << static_cast<unsigned>(n);
   }
 }
 

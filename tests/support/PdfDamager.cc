@@ -1,5 +1,6 @@
 #include "tests/support/PdfDamager.h"
 
+#include <ostream>
 #include <random>
 
 #include "tests/support/PdfBuilder.h"
@@ -96,11 +97,11 @@ const TDamage g_damages[] = {
     {"StartXRefMissing", Harmless, [](S s) { return ReplaceText(s, "startxref", "", g_nLast); }},
     {"EndMarkerMissing", Harmless, [](S s) { return ReplaceText(s, "%%EOF\n", "", g_nLast); }},
     {"GarbageBehindEnd", Harmless, [](S s) { return std::string(s) + Repeat("garbage \x01\n", 200); }},
-    {"TailCut", Harmless, [](S s) { return std::string(s.substr(0, FindOr(s, "xref\n", s.size()))); }},
+    {"TailCut", Partial, [](S s) { return std::string(s.substr(0, FindOr(s, "xref\n", s.size()))); }},
     {"HalfCut", Partial, [](S s) { return std::string(s.substr(0, s.size() / 2)); }},
     {"HeaderOnly", Destructive, [](S s) { return std::string(s.substr(0, 9)); }},
-    {"HeaderMissing", Harmless, [](S s) { return std::string(s.substr(FindOr(s, "\n", 0) + 1)); }},
-    {"HeaderVersionBad", Harmless, [](S s) { return ReplaceText(s, "%PDF-1.", "%PDF-x."); }},
+    {"HeaderMissing", Partial, [](S s) { return std::string(s.substr(FindOr(s, "\n", 0) + 1)); }},
+    {"HeaderVersionBad", Partial, [](S s) { return ReplaceText(s, "%PDF-1.", "%PDF-x."); }},
 
     // The cross-reference table and the trailer.
     {"OffsetsTooLarge", Harmless, [](S s) { return ShiftOffsets(s, 3); }},
@@ -111,11 +112,11 @@ const TDamage g_damages[] = {
     {"TableFirstWrong", Partial, [](S s) { return ReplaceText(s, "xref\n0 ", "xref\n1 "); }},
     {"TableGarbage", Harmless, [](S s) { return ReplaceText(s, " 00000 n", " 0x0#0 q", g_nAll); }},
     {"TableAllFree", Partial, [](S s) { return ReplaceText(s, " 00000 n", " 00000 f", g_nAll); }},
-    {"TrailerMissing", Harmless, [](S s) { return ReplaceText(s, "trailer", "tr", g_nLast); }},
+    {"TrailerMissing", Partial, [](S s) { return ReplaceText(s, "trailer", "tr", g_nLast); }},
     {"TrailerUnclosed", Harmless,
      [](S s) { return ReplaceText(s, ">>\nstartxref", "\nstartxref", g_nLast); }},
     {"TrailerSizeHuge", Harmless, [](S s) { return ReplaceText(s, "/Size ", "/Size 99999999", g_nLast); }},
-    {"TrailerSizeSmall", Harmless, [](S s) { return ReplaceText(s, "/Size ", "/Size 2 % ", g_nLast); }},
+    {"TrailerSizeSmall", Harmless, [](S s) { return ReplaceText(s, "/Size ", "/Size 2 /Was ", g_nLast); }},
     {"PrevToItself", Harmless,
      [](S s) {
        return ReplaceText(s, "/Root", "/Prev " + std::to_string(FindOr(s, "xref\n", 0)) + " /Root", g_nLast);
@@ -129,7 +130,7 @@ const TDamage g_damages[] = {
 
     // Objects.
     {"EndobjMissing", Harmless, [](S s) { return ReplaceText(s, "endobj\n", "", g_nAll); }},
-    {"EndstreamMissing", Harmless, [](S s) { return ReplaceText(s, "endstream", "", g_nAll); }},
+    {"EndstreamMissing", Partial, [](S s) { return ReplaceText(s, "endstream", "", g_nAll); }},
     {"CarriageReturns", Harmless, [](S s) { return ReplaceText(s, " obj\n", " obj\r", g_nAll); }},
     {"ObjectNumberWrong", Partial, [](S s) { return ReplaceText(s, "\n3 0 obj", "\n4 0 obj"); }},
     {"ObjectNumberHuge", Partial, [](S s) { return ReplaceText(s, "\n3 0 obj", "\n99999999999 0 obj"); }},
@@ -147,7 +148,7 @@ const TDamage g_damages[] = {
     {"ObjectIsReference", Partial, [](S s) { return AppendObject(s, 3, "3 0 R"); }},
 
     // Streams.
-    {"LengthShort", Harmless, [](S s) { return ReplaceText(s, "/Length ", "/Length 1 % "); }},
+    {"LengthShort", Harmless, [](S s) { return ReplaceText(s, "/Length ", "/Length 1 /Was "); }},
     {"LengthLong", Harmless, [](S s) { return ReplaceText(s, "/Length ", "/Length 9"); }},
     {"LengthHuge", Harmless, [](S s) { return ReplaceText(s, "/Length ", "/Length 99999999999999999999"); }},
     {"LengthNegative", Harmless, [](S s) { return ReplaceText(s, "/Length ", "/Length -"); }},
@@ -190,6 +191,11 @@ const TDamage g_damages[] = {
 std::span<const TDamage> GetDamages()
 {
   return g_damages;
+}
+
+void PrintTo(const TDamage& damage, std::ostream* pOut)
+{
+  *pOut << damage.szName;
 }
 
 std::string FlipBytes(std::string_view sPdf, unsigned nSeed, int nCount)

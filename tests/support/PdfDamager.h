@@ -1,5 +1,6 @@
 #pragma once
 
+#include <iosfwd>
 #include <span>
 #include <string>
 #include <string_view>
@@ -23,6 +24,9 @@ struct TDamage
   TDamageEffect effect;
   std::string (*pfApply)(std::string_view sPdf);
 };
+
+// How GoogleTest shows it.
+void PrintTo(const TDamage& damage, std::ostream* pOut);
 
 // All ways, in a fixed order. They are deterministic.
 std::span<const TDamage> GetDamages();

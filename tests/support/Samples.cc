@@ -1,5 +1,8 @@
 #include "tests/support/Samples.h"
 
+#include <ostream>
+#include <utility>
+
 #include "tests/support/PdfBuilder.h"
 
 namespace Support
@@ -56,15 +59,23 @@ CPdfBuilder MakeUpdated(TXRefForm form, int nPerStream)
 
 void Add(std::vector<TSample>& samples, const char* szName, const CPdfBuilder& builder)
 {
-  samples.push_back({szName, builder.Build(), builder.GetPageCount()});
+  std::string sPdf = builder.Build();
+  const std::string sVersion = sPdf.substr(sPdf.find("%PDF-") + 5, 3);
+  samples.push_back({szName, std::move(sPdf), sVersion, builder.GetPageCount()});
 }
 
 }  // namespace
 
+void PrintTo(const TSample& sample, std::ostream* pOut)
+{
+  *pOut << sample.sName;
+}
+
 TSample MakePlainSample()
 {
-  const CPdfBuilder builder = MakeBuilder();
-  return {"Table", builder.Build(), builder.GetPageCount()};
+  std::vector<TSample> samples;
+  Add(samples, "Table", MakeBuilder());
+  return samples.front();
 }
 
 std::vector<TSample> MakeSamples()
@@ -89,7 +100,7 @@ std::vector<TSample> MakeSamples()
 
   CPdfBuilder many;
   many.SetXRefForm(TXRefForm::Stream).SetObjectStreams(100);
-  for (int i = 0; i < 300; ++i)
+  for (int i = 1; i <= 300; ++i)
   {
     many.AddPage(MakeContent(i));
   }

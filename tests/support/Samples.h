@@ -1,5 +1,6 @@
 #pragma once
 
+#include <iosfwd>
 #include <string>
 #include <vector>
 
@@ -11,8 +12,12 @@ struct TSample
 {
   std::string sName;
   std::string sPdf;
-  int nPages = 0;
+  std::string sVersion = "1.7";
+  int nPages = 0;  // each with the text "Page" and its number, from 1
 };
+
+// How GoogleTest shows it.
+void PrintTo(const TSample& sample, std::ostream* pOut);
 
 // One document in every layout that CPdfBuilder knows: tables, streams, hybrid, object streams, updates,
 // bytes before the header, the order of a linearized file, indirect lengths, compressed contents.

@@ -150,7 +150,8 @@ std::optional<std::string> CSaver::Save(TRoad road)
 std::string MaskVariable(std::string sPdf)
 {
   const std::regex patterns[] = {
-      std::regex(R"(<[0-9A-Fa-f]{32}>)"),
+      // Strings are written in the shorter of the two forms.
+      std::regex(R"(/ID ?\[\s*(<[^>]*>|\((\\[^]|[^\\)])*\))\s*(<[^>]*>|\((\\[^]|[^\\)])*\))\s*\])"),
       std::regex(R"(D:[0-9]{14}[-+Z0-9']*)"),
       std::regex(R"([0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9:]{8}[-+Z0-9:]*)"),
       std::regex(R"([0-9A-Fa-f]{8}-[0-9A-Fa-f]{4}-[0-9A-Fa-f]{4}-[0-9A-Fa-f]{4}-[0-9A-Fa-f]{12})"),

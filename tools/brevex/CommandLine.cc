@@ -59,7 +59,9 @@ void AddSetting(CLI::App& app, const TSettingFlag& flag, TOptimizeOptions& optio
       throw CLI::ValidationError(sName, parsed.sError);
     }
     options.settings.push_back(std::move(parsed.apply));
-    options.bAllowLarger = options.bAllowLarger || (flag.bContent && sText != "false" && sText != "none");
+    const bool bOff = sText == "false" || sText == "none";
+    options.bAllowLarger = options.bAllowLarger || (flag.effect == TEffect::Content && !bOff);
+    options.bSetsVersion = options.bSetsVersion || flag.effect == TEffect::Version;
   };
   if (std::holds_alternative<TBoolSetting>(flag.setting))
   {

@@ -22,14 +22,14 @@ void Fail(TFileResult& result, TExitCode exitCode, std::string sError)
   result.sError = std::move(sError);
 }
 
-// Notes the code that a call left, if any; a success with a code is a warning.
+// Notes the code that a successful call left, if any.
 void AddReport(TFileResult& result, const CHandle& handle, const char* szStep)
 {
   const std::uint32_t nCode = BrevexGetErrorCode(handle.Get());
   if (nCode != BREVEX_STATUS_SUCCESS)
   {
     result.reports.push_back({szStep, nCode, handle.GetMessage()});
-    result.exitCode = GetWorse(result.exitCode, TExitCode::Warnings);
+    result.exitCode = GetWorse(result.exitCode, GetReportExitCode(nCode));
   }
 }
 
@@ -41,15 +41,7 @@ bool IsSameFile(const TTask& task)
 
 void SetVersion(const CHandle& handle, const CInput& input, const TOptimizeOptions& options)
 {
-  std::string sVersion = options.sPdfVersion;
-  if (sVersion == "keep" || (sVersion == "auto" && options.nProfile == BREVEX_PROFILE_NONE))
-  {
-    return;
-  }
-  if (sVersion == "auto")
-  {
-    sVersion = ChooseTargetVersion(input);
-  }
+  const std::string sVersion = ChooseTargetVersion(input, options);
   if (!sVersion.empty())
   {
     BrevexSetVersionA(handle.Get(), sVersion.c_str());

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "ExitCode.h"
 #include "Handle.h"
 #include "Input.h"
 #include "JsonObject.h"
@@ -97,7 +98,7 @@ TExitCode ShowFile(const std::string& sFile, const TInfoOptions& options)
   }
   const TDocumentInfo info = ReadInfo(handle, input, sFile);
   options.bJson ? WriteJson(info) : WriteLines(info);
-  return info.nCode != 0 ? TExitCode::Warnings : TExitCode::Done;
+  return GetReportExitCode(info.nCode);
 }
 
 }  // namespace

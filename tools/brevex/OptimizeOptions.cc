@@ -5,19 +5,18 @@ namespace Tool
 namespace
 {
 
-// Every reduction that changes no sample, glyph or feature. The sets of compressions lack KEEP, with which an
-// image would be encoded anew in the compression it has, and that may be a lossy one.
+// Every reduction that changes no sample, glyph or feature: the profile for archives less what it may lose.
+// The sets for images that may be stored with loss lack KEEP, with which an image would be encoded anew in
+// the compression it has. A profile sets no target version, as the setter of the bitonal set would do.
 void SetLossless(TBrevexHandle* pHandle)
 {
-  BrevexSetProfile(pHandle, BREVEX_PROFILE_NONE);
-  BrevexSetBitonalCompressions(pHandle, BREVEX_COMPRESSION_FLAG_FLATE | BREVEX_COMPRESSION_FLAG_GROUP4 |
-                                            BREVEX_COMPRESSION_FLAG_JBIG2);
+  BrevexSetProfile(pHandle, BREVEX_PROFILE_ARCHIVE);
   BrevexSetContinuousCompressions(pHandle, BREVEX_COMPRESSION_FLAG_FLATE);
   BrevexSetIndexedCompressions(pHandle, BREVEX_COMPRESSION_FLAG_FLATE);
-  BrevexSetSubsetFonts(pHandle, 1);
-  BrevexSetMergeEmbeddedFonts(pHandle, 1);
-  BrevexSetRemoveRedundantObjects(pHandle, 1);
-  BrevexSetOptimizeResources(pHandle, 1);
+  BrevexSetClipImages(pHandle, 0);
+  BrevexSetReduceColorComplexity(pHandle, 0);
+  BrevexSetConvertToCFF(pHandle, 0);
+  BrevexSetStrip(pHandle, 0);
 }
 
 }  // namespace

@@ -28,6 +28,7 @@ struct TOptimizeOptions
   std::vector<std::pair<std::string, std::string>> infoEntries;
   std::string sPassword;
   std::string sColorEngine;
+  bool bSetsVersion = false;  // the settings may set a target version
   bool bAllowLarger = false;
 
   std::vector<std::string> paths;

@@ -40,14 +40,21 @@ struct TSetSetting
   unsigned nAllowed;  // the bits that the library keeps
 };
 
+// What a flag does besides storing a value.
+enum class TEffect
+{
+  None,
+  Content,  // it asks for more than a smaller file, so a larger one is kept
+  Version   // the library may set a target version on its own
+};
+
 // A flag of the command line for a setter of the library.
 struct TSettingFlag
 {
   const char* szName;  // that of the setter, in words
   const char* szGroup;
   const char* szHelp;
-  // Whether it asks for more than a smaller file, so that a larger one is kept.
-  bool bContent;
+  TEffect effect;
   std::variant<TBoolSetting, TDpiSetting, TPercentSetting, TNameSetting, TSetSetting> setting;
 };
 

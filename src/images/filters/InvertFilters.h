@@ -3,6 +3,8 @@
 #include "base/DecodeFilter.h"
 #include "base/EncodeFilter.h"
 
+#include <limits>
+
 namespace BSE
 {
 
@@ -17,6 +19,9 @@ public:
 
 protected:
   int DecodeBlock(std::span<unsigned char> block) override;
+
+  // As many bytes as the source gives.
+  std::int64_t GetSizeLimit() const override { return std::numeric_limits<std::int64_t>::max(); }
 };
 
 // Writes the complement of every byte.

@@ -14,6 +14,18 @@ namespace
 // Above this code the table takes no more entries.
 constexpr int g_nLastEntry = 4094;
 
+// Most strings are so short that a call would cost more than the copy.
+void CopyString(unsigned char* pOut, const unsigned char* pString, std::size_t nLength)
+{
+  if (nLength > 16)
+    std::memcpy(pOut, pString, nLength);
+  else
+  {
+    for (std::size_t i = 0; i < nLength; ++i)
+      pOut[i] = pString[i];
+  }
+}
+
 }  // namespace
 
 CLZWDecodeFilter::CLZWDecodeFilter(IByteStream* pSource, const CLZWParameters& parameters,
@@ -80,13 +92,16 @@ int CLZWDecodeFilter::ReadCode()
 void CLZWDecodeFilter::Unwind(int nCode)
 {
   // Each entry's prefix is an earlier code, so that the walk ends and fits the stack.
-  while (nCode >= m_nClearCode)
+  const int nClearCode = m_nClearCode;
+  int nPos = m_nStackPos;
+  while (nCode >= nClearCode)
   {
-    m_stack[--m_nStackPos] = m_suffix[nCode];
+    m_stack[--nPos] = m_suffix[nCode];
     nCode = m_prefix[nCode];
   }
   m_nFirst = static_cast<unsigned char>(nCode);
-  m_stack[--m_nStackPos] = m_nFirst;
+  m_stack[--nPos] = m_nFirst;
+  m_nStackPos = nPos;
 }
 
 void CLZWDecodeFilter::AddEntry()
@@ -155,7 +170,7 @@ int CLZWDecodeFilter::DecodeBlock(std::span<unsigned char> block)
     }
     const std::size_t nPart =
         std::min(block.size() - nDone, static_cast<std::size_t>(g_nTableSize - m_nStackPos));
-    std::memcpy(block.data() + nDone, m_stack + m_nStackPos, nPart);
+    CopyString(block.data() + nDone, m_stack + m_nStackPos, nPart);
     m_nStackPos += static_cast<int>(nPart);
     nDone += nPart;
   }

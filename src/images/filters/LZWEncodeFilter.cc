@@ -112,13 +112,11 @@ bool CLZWEncodeFilter::EncodeBlock(std::span<const unsigned char> block)
     }
     const int nSlot = FindSlot(m_nPrefix, nByte);
     if (nSlot >= 0 && m_keys[nSlot] != g_nEmpty)
-    {
       m_nPrefix = m_codes[nSlot];
-      continue;
-    }
-    if (!EndString(nSlot, nByte))
+    else if (EndString(nSlot, nByte))
+      m_nPrefix = nByte;
+    else
       return false;
-    m_nPrefix = nByte;
   }
   return true;
 }

@@ -4,6 +4,8 @@
 #include "base/Limits.h"
 #include "base/Tracer.h"
 
+#include <cstdint>
+
 namespace BSE
 {
 

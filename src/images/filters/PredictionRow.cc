@@ -1,9 +1,14 @@
 #include "images/filters/PredictionRow.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 namespace BSE
 {
@@ -56,40 +61,124 @@ void DecodeUp(std::span<const unsigned char> filtered, std::span<const unsigned 
     row[i] = ToByte(filtered[i] + previous[i]);
 }
 
-// With the pixel size known the neighbours stay in registers.
-template <int t_nTag, int t_nSize>
-void DecodePixels(std::span<const unsigned char> filtered, std::span<const unsigned char> previous,
-                  std::span<unsigned char> row)
-{
-  int left[t_nSize] = {};
-  int corner[t_nSize] = {};
-  const unsigned char* pIn = filtered.data();
-  const unsigned char* pAbove = previous.data();
-  unsigned char* pOut = row.data();
-  const std::size_t nWhole = row.size() - row.size() % t_nSize;
-  for (std::size_t i = 0; i < nWhole; i += t_nSize)
-  {
-    for (std::size_t k = 0; k < t_nSize; ++k)
-    {
-      const int nAbove = t_nTag == ePNGSub ? 0 : pAbove[i + k];
-      left[k] = (pIn[i + k] + Predict<t_nTag>(left[k], nAbove, corner[k])) & 0xFF;
-      corner[k] = nAbove;
-      pOut[i + k] = ToByte(left[k]);
-    }
-  }
-  for (std::size_t i = nWhole; i < row.size(); ++i)
-    pOut[i] = ToByte(pIn[i] + Predict<t_nTag>(left[i - nWhole], pAbove[i], corner[i - nWhole]));
-}
-
+// From byte nStart on, which lets it finish what a faster loop left.
 template <int t_nTag>
 void DecodeAnySize(std::size_t nSize, std::span<const unsigned char> filtered,
-                   std::span<const unsigned char> previous, std::span<unsigned char> row)
+                   std::span<const unsigned char> previous, std::span<unsigned char> row,
+                   std::size_t nStart = 0)
 {
-  for (std::size_t i = 0; i < row.size(); ++i)
+  for (std::size_t i = nStart; i < row.size(); ++i)
   {
     const int nLeft = i >= nSize ? row[i - nSize] : 0;
     const int nCorner = i >= nSize ? previous[i - nSize] : 0;
     row[i] = ToByte(filtered[i] + Predict<t_nTag>(nLeft, previous[i], nCorner));
+  }
+}
+
+#ifdef __SSE2__
+
+// The components of a pixel side by side in 16-bit lanes, so that a whole pixel is predicted at once.
+template <std::size_t t_nSize>
+__m128i LoadPixel(const unsigned char* p)
+{
+  // Joined in a register: a load behind narrower stores to the same memory would wait for them.
+  std::uint64_t nLow = 0;
+  std::uint64_t nHigh = 0;
+  std::memcpy(&nLow, p, std::bit_floor(t_nSize));
+  std::memcpy(&nHigh, p + std::bit_floor(t_nSize), t_nSize - std::bit_floor(t_nSize));
+  if constexpr (!std::has_single_bit(t_nSize))
+    nLow |= nHigh << (8 * std::bit_floor(t_nSize));
+  return _mm_unpacklo_epi8(_mm_cvtsi64_si128(static_cast<long long>(nLow)), _mm_setzero_si128());
+}
+
+template <std::size_t t_nSize>
+void StorePixel(unsigned char* p, __m128i lanes)
+{
+  const auto nBytes = static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm_packus_epi16(lanes, lanes)));
+  std::memcpy(p, &nBytes, std::bit_floor(t_nSize));
+  if constexpr (!std::has_single_bit(t_nSize))
+  {
+    const std::uint64_t nHigh = nBytes >> (8 * std::bit_floor(t_nSize));
+    std::memcpy(p + std::bit_floor(t_nSize), &nHigh, t_nSize - std::bit_floor(t_nSize));
+  }
+}
+
+__m128i GetAbs(__m128i lanes)
+{
+  return _mm_max_epi16(lanes, _mm_sub_epi16(_mm_setzero_si128(), lanes));
+}
+
+__m128i Select(__m128i mask, __m128i a, __m128i b)
+{
+  return _mm_or_si128(_mm_and_si128(mask, a), _mm_andnot_si128(mask, b));
+}
+
+template <int t_nTag>
+__m128i PredictPixel(__m128i left, __m128i above, __m128i corner)
+{
+  if constexpr (t_nTag == ePNGSub)
+    return left;
+  else if constexpr (t_nTag == ePNGAverage)
+    return _mm_srli_epi16(_mm_add_epi16(left, above), 1);
+  else
+  {
+    const __m128i leftStep = _mm_sub_epi16(above, corner);
+    const __m128i aboveStep = _mm_sub_epi16(left, corner);
+    const __m128i toLeft = GetAbs(leftStep);
+    const __m128i toAbove = GetAbs(aboveStep);
+    const __m128i toCorner = GetAbs(_mm_add_epi16(leftStep, aboveStep));
+    const __m128i nearest = _mm_min_epi16(toCorner, _mm_min_epi16(toLeft, toAbove));
+    const __m128i other = Select(_mm_cmpeq_epi16(nearest, toAbove), above, corner);
+    return Select(_mm_cmpeq_epi16(nearest, toLeft), left, other);
+  }
+}
+
+template <int t_nTag, std::size_t t_nSize>
+void DecodePixels(std::span<const unsigned char> filtered, std::span<const unsigned char> previous,
+                  std::span<unsigned char> row)
+{
+  const __m128i byteMask = _mm_set1_epi16(0xFF);
+  __m128i left = _mm_setzero_si128();
+  __m128i corner = left;
+  std::size_t i = 0;
+  for (; i + t_nSize <= row.size(); i += t_nSize)
+  {
+    const __m128i above = t_nTag == ePNGSub ? corner : LoadPixel<t_nSize>(previous.data() + i);
+    const __m128i predicted = PredictPixel<t_nTag>(left, above, corner);
+    left = _mm_and_si128(_mm_add_epi16(LoadPixel<t_nSize>(filtered.data() + i), predicted), byteMask);
+    corner = above;
+    StorePixel<t_nSize>(row.data() + i, left);
+  }
+  DecodeAnySize<t_nTag>(t_nSize, filtered, previous, row, i);
+}
+
+#else
+
+template <int t_nTag, std::size_t t_nSize>
+void DecodePixels(std::span<const unsigned char> filtered, std::span<const unsigned char> previous,
+                  std::span<unsigned char> row)
+{
+  DecodeAnySize<t_nTag>(t_nSize, filtered, previous, row);
+}
+
+#endif
+
+// One byte a pixel: the neighbours stay in registers.
+template <int t_nTag>
+void DecodeBytes(std::span<const unsigned char> filtered, std::span<const unsigned char> previous,
+                 std::span<unsigned char> row)
+{
+  const unsigned char* pIn = filtered.data();
+  const unsigned char* pAbove = previous.data();
+  unsigned char* pOut = row.data();
+  int nLeft = 0;
+  int nCorner = 0;
+  for (std::size_t i = 0; i < row.size(); ++i)
+  {
+    const int nAbove = t_nTag == ePNGSub ? 0 : pAbove[i];
+    nLeft = (pIn[i] + Predict<t_nTag>(nLeft, nAbove, nCorner)) & 0xFF;
+    nCorner = nAbove;
+    pOut[i] = ToByte(nLeft);
   }
 }
 
@@ -100,7 +189,7 @@ void DecodeWithLeft(int nPixelSize, std::span<const unsigned char> filtered,
   switch (nPixelSize)
   {
   case 1:
-    return DecodePixels<t_nTag, 1>(filtered, previous, row);
+    return DecodeBytes<t_nTag>(filtered, previous, row);
   case 2:
     return DecodePixels<t_nTag, 2>(filtered, previous, row);
   case 3:

@@ -1,7 +1,12 @@
+#include "base/Tracer.h"
 #include "images/filters/PredictionDecodeFilter.h"
 #include "images/filters/PredictionEncodeFilter.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
 
 #include "tests/images/filters/FilterFixture.h"
 
@@ -118,6 +123,31 @@ TEST(PredictionFilter, RefusesWhatItCannotDo)
     EXPECT_EQ(Decode<CPredictionDecodeFilter>("some data", parameters, &reports), "");
     EXPECT_EQ(reports.GetCodes(), CCodes{0x80300052U});
   }
+}
+
+TEST(PredictionFilter, TracesWhatItCannotDo)
+{
+  const auto path =
+      std::filesystem::temp_directory_path() / ("prediction" + std::to_string(getpid()) + ".txt");
+  ASSERT_TRUE(CTracer::SetOutput(path.c_str()));
+  Decode<CPredictionDecodeFilter>("x", CPredictionParameters{2, 1, 4, 4});
+  Decode<CPredictionDecodeFilter>("x", CPredictionParameters{7, 1, 4, 8});
+  EXPECT_EQ(Decode<CPredictionDecodeFilter>("\x05xyz", Png(3)), "xyz");
+  CTracer::Close();
+  std::ifstream file(path);
+  const std::string trace(std::istreambuf_iterator<char>(file), {});
+  std::filesystem::remove(path);
+  const auto Count = [&trace](const std::string& text)
+  {
+    int nCount = 0;
+    for (size_t nPos = trace.find(text); nPos != std::string::npos; nPos = trace.find(text, nPos + 1))
+      ++nCount;
+    return nCount;
+  };
+  // At construction and at the one read.
+  EXPECT_EQ(Count("Prediction Filter,\"PDF Predictor: Bits per component is 4.\""), 2);
+  EXPECT_EQ(Count("Prediction Filter,\"Unimplemented predictor function 7.\""), 2);
+  EXPECT_EQ(Count("Prediction Filter,\"PDF Predictor: Unknown PNG predictor 5.\""), 1);
 }
 
 TEST(PredictionFilter, ChoosesTheFilterThatFits)

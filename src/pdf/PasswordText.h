@@ -1,0 +1,26 @@
+#pragma once
+
+#include "pdf/StandardSecurityHandlerKeys.h"
+#include "pdf/TextString.h"
+
+namespace PDF
+{
+
+// The encodings in which a password is tried, the proper one first.
+enum class TPasswordForm
+{
+  Prepared,  // PDFDocEncoding up to revision 4, prepared UTF-8 from revision 5
+  Utf8,      // as it was typed
+  Raw        // the bytes that the caller gave
+};
+inline constexpr TPasswordForm g_passwordForms[] = {TPasswordForm::Prepared, TPasswordForm::Utf8,
+                                                    TPasswordForm::Raw};
+
+// Bytes of a password in a form; false if it has none there, or the bytes of an earlier form.
+bool GetPasswordBytes(const CTextString& password, int nR, TPasswordForm form, TByteArray& bytes);
+
+// Bytes of a password for a new file. A text that PDFDocEncoding cannot hold is traced up to revision 4, and
+// keeps its form as a text string.
+TByteArray PreparePassword(const CTextString& password, int nR);
+
+}  // namespace PDF

@@ -1,0 +1,13 @@
+#include "pdf/linearize/PDBase.h"
+
+#include "base/Tracer.h"
+
+bool PDBase::Fail(const char* szMessage)
+{
+  if (*m_szMessage)
+    return false;
+  m_szMessage = szMessage;
+  if (BSE::CTracer::IsOn())
+    BSE::CTracer::Trace("E", "PDF Linearizer", "%s", szMessage);
+  return false;
+}

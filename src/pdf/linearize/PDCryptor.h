@@ -1,0 +1,28 @@
+#pragma once
+
+#include "base/BasicArray.h"
+#include "base/Stream.h"
+
+#include <span>
+
+// The ciphers of an encrypted document. Object numbers are those of the file that the bytes stand in: the old ones to
+// decrypt, the new ones to encrypt. The key of the whole document stays.
+class PDCryptor
+{
+public:
+  virtual ~PDCryptor() = default;
+
+  virtual void DecryptString(BSE::CBasicArray<unsigned char>& bytes, int nNumber, int nGeneration) = 0;
+  virtual void EncryptString(BSE::CBasicArray<unsigned char>& bytes, int nNumber, int nGeneration) = 0;
+
+  // A reader of decrypted bytes; null on failure.
+  virtual BSE::CObjectPtr<BSE::IByteStream> CreateDecryptFilter(BSE::IByteStream* pSource, int nNumber,
+                                                                int nGeneration) = 0;
+
+  // A writer that is complete only after Close; null on failure.
+  virtual BSE::CObjectPtr<BSE::IByteStream> CreateEncryptFilter(BSE::IByteStream* pSink, int nNumber,
+                                                                int nGeneration) = 0;
+
+  // Ends what CreateEncryptFilter made; false if bytes were lost.
+  virtual bool Close(BSE::IByteStream* pFilter) = 0;
+};

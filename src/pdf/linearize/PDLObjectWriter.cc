@@ -1,0 +1,222 @@
+#include "pdf/linearize/PDLObjectWriter.h"
+
+#include "base/Limits.h"
+#include "pdf/linearize/PDCharacters.h"
+#include "pdf/linearize/PDParser.h"
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+
+PDLObjectWriter::PDLObjectWriter(PDFile& file, const PDLPageTree& tree, const PDLClassifier& classifier,
+                                 PDCryptor* pCryptor)
+    : m_file(file), m_tree(tree), m_classifier(classifier), m_pCryptor(pCryptor)
+{
+  m_numbers.SetSize(file.GetCount());
+  m_treePlaces.SetSize(file.GetCount());
+  int nPlace = 0;
+  for (const TPDPage& page : tree.GetPages())
+    m_treePlaces[page.m_nObject] = nPlace++;
+  nPlace = 0;
+  for (const TPDTreeNode& node : tree.GetNodes())
+    m_treePlaces[node.m_nObject] = nPlace++;
+  if (pCryptor && file.HasObjectKeys())
+    m_lengths.SetSize(file.GetCount());
+}
+
+bool PDLObjectWriter::WriteObject(int nObject, PDWriter& output)
+{
+  TPDStream stream;
+  if (!m_file.ReadObject(nObject, m_object, stream))
+    return Fail("An object cannot be read.");
+  BeginObject(nObject, output);
+  const bool bDictionary = m_object.GetType(0) == ePDDictionary;
+  bool bWritten = true;
+  if (stream.m_bStream)
+    bWritten = WriteStreamObject(nObject, m_object, stream, output);
+  else if (bDictionary && m_classifier.GetRole(nObject) == ePDRolePage)
+    WritePage(nObject, m_object, output);
+  else if (bDictionary && m_classifier.GetRole(nObject) == ePDRoleNode)
+    WritePageTreeNode(nObject, m_object, output);
+  else
+    WriteNode(m_object, 0, output);
+  output.Put("\nendobj\n");
+  return bWritten;
+}
+
+void PDLObjectWriter::BeginObject(int nObject, PDWriter& output)
+{
+  m_nNewNumber = m_numbers[nObject];
+  m_bExempt = nObject == m_file.GetEncrypt() ||
+              (m_file.HasPlainMetadata() && m_object.IsName(m_object.Find(0, "Type"), "Metadata"));
+  SetSource(nObject);
+  output.PutNumber(m_nNewNumber);
+  output.Put(" 0 obj\n");
+  m_bRegular = false;
+}
+
+void PDLObjectWriter::SetSource(int nObject)
+{
+  const TPDEntry& entry = m_file.GetEntry(nObject);
+  m_nOldNumber = entry.m_nNumber;
+  m_nOldGeneration = entry.m_nGeneration;
+  m_eStrings = TStrings::Carry;
+  if (IsEncrypted() && entry.m_bStored)
+    m_eStrings = TStrings::Encrypt;
+  else if (IsEncrypted() && m_file.HasObjectKeys())
+    m_eStrings = TStrings::Recrypt;
+}
+
+// --- Values
+
+bool PDLObjectWriter::IsCarried(const TPDNode& node) const
+{
+  return !node.m_bReferences && (m_eStrings == TStrings::Carry || !node.m_bStrings);
+}
+
+// Parts that stay as they are go out in one piece.
+void PDLObjectWriter::WriteNode(const PDObj& object, int nNode, PDWriter& output)
+{
+  int ends[BSE::g_nMaxNesting];
+  TPDType types[BSE::g_nMaxNesting];
+  int nDepth = 0;
+  const int nStop = object.GetNext(nNode);
+  for (int i = nNode; i < nStop;)
+  {
+    const TPDNode& node = object.GetNode(i);
+    if (node.m_nType < ePDArray || IsCarried(node))
+    {
+      WriteLeaf(object, i, output);
+      i = object.GetNext(i);
+    }
+    else
+    {
+      WriteText(node.m_nType == ePDArray ? "[" : "<<", output);
+      ends[nDepth] = object.GetNext(i);
+      types[nDepth++] = node.m_nType;
+      ++i;
+    }
+    for (; nDepth > 0 && i == ends[nDepth - 1]; --nDepth)
+      WriteText(types[nDepth - 1] == ePDArray ? "]" : ">>", output);
+  }
+}
+
+void PDLObjectWriter::WriteLeaf(const PDObj& object, int nNode, PDWriter& output)
+{
+  const TPDNode& node = object.GetNode(nNode);
+  if (node.m_nType == ePDReference)
+    WriteReference(m_file.FindObject(node.m_nValue), output);
+  else if (node.m_nType == ePDNull)
+    WriteText("null", output);
+  else if (IsCarried(node))
+    WriteText(object.GetText(nNode), output);
+  else
+    WriteString(object, nNode, output);
+}
+
+void PDLObjectWriter::WriteString(const PDObj& object, int nNode, PDWriter& output)
+{
+  constexpr char digits[] = "0123456789ABCDEF";
+  object.DecodeString(nNode, m_bytes);
+  if (m_eStrings == TStrings::Recrypt)
+    m_pCryptor->DecryptString(m_bytes, m_nOldNumber, m_nOldGeneration);
+  m_pCryptor->EncryptString(m_bytes, m_nNewNumber, 0);
+  output.PutByte('<');
+  for (const unsigned char nByte : m_bytes.GetSpan())
+  {
+    output.PutByte(static_cast<unsigned char>(digits[nByte >> 4]));
+    output.PutByte(static_cast<unsigned char>(digits[nByte & 0xF]));
+  }
+  output.PutByte('>');
+  m_bRegular = false;
+}
+
+void PDLObjectWriter::WriteReference(int nTarget, PDWriter& output)
+{
+  const int nNumber = nTarget >= 0 ? m_numbers[nTarget] : 0;
+  if (nNumber == 0)
+  {
+    WriteText("null", output);
+    return;
+  }
+  if (m_bRegular)
+    output.PutByte(' ');
+  output.PutNumber(nNumber);
+  output.Put(" 0 R");
+  m_bRegular = true;
+}
+
+void PDLObjectWriter::WriteText(std::span<const unsigned char> text, PDWriter& output)
+{
+  if (text.empty())
+    return;
+  if (m_bRegular && IsPDRegular(text.front()))
+    output.PutByte(' ');
+  output.Put(text);
+  m_bRegular = IsPDRegular(text.back());
+}
+
+void PDLObjectWriter::WriteText(const char* szText, PDWriter& output)
+{
+  WriteText({reinterpret_cast<const unsigned char*>(szText), std::strlen(szText)}, output);
+}
+
+// --- Dictionaries
+
+void PDLObjectWriter::WriteEntries(const PDObj& object, std::span<const char* const> skipped, PDWriter& output)
+{
+  const int nEnd = object.GetNext(0);
+  for (int nKey = 1; nKey < nEnd; nKey = object.GetNext(nKey + 1))
+  {
+    if (std::any_of(skipped.begin(), skipped.end(),
+                    [&object, nKey](const char* szKey) { return object.IsName(nKey, szKey); }))
+      continue;
+    WriteText(object.GetText(nKey), output);
+    WriteNode(object, nKey + 1, output);
+  }
+}
+
+void PDLObjectWriter::WritePage(int nObject, const PDObj& object, PDWriter& output)
+{
+  constexpr const char* skipped[] = {"Parent"};
+  const TPDPage& page = m_tree.GetPages()[static_cast<std::size_t>(m_treePlaces[nObject])];
+  WriteText("<<", output);
+  WriteEntries(object, skipped, output);
+  WriteText("/Parent", output);
+  WriteReference(page.m_nParent, output);
+  WriteInherited(page, output);
+  WriteText(">>", output);
+}
+
+// A page that is read alone has to be complete. Strings among the values are encrypted for the node.
+void PDLObjectWriter::WriteInherited(const TPDPage& page, PDWriter& output)
+{
+  for (int i = 0; i < ePDInheritableCount; ++i)
+  {
+    if (page.m_inherited[i] < 0)
+      continue;
+    PDParser parser(m_tree.GetValueText(page.m_inherited[i]), true);
+    if (parser.ParseValue(m_value) != TPDResult::Complete)
+      continue;
+    SetSource(m_tree.GetValueNode(page.m_inherited[i]));
+    WriteText("/", output);
+    m_bRegular = false;
+    WriteText(g_pdInheritableKeys[i], output);
+    WriteNode(m_value, 0, output);
+  }
+}
+
+void PDLObjectWriter::WritePageTreeNode(int nObject, const PDObj& object, PDWriter& output)
+{
+  constexpr const char* skipped[] = {"Parent", "Rotate", "CropBox", "MediaBox", "Resources"};
+  static_assert(std::size(skipped) == ePDInheritableCount + 1);
+  WriteText("<<", output);
+  WriteEntries(object, skipped, output);
+  const TPDTreeNode& node = m_tree.GetNodes()[static_cast<std::size_t>(m_treePlaces[nObject])];
+  if (node.m_nParent >= 0)
+  {
+    WriteText("/Parent", output);
+    WriteReference(node.m_nParent, output);
+  }
+  WriteText(">>", output);
+}

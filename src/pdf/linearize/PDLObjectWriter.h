@@ -1,0 +1,92 @@
+#pragma once
+
+#include "pdf/linearize/PDLClassifier.h"
+#include "pdf/linearize/PDWriter.h"
+
+// Writes objects of a document under new numbers: references are renumbered and lead to null where nothing is written,
+// pages get what they inherit, stream lengths stand in the dictionaries. Encrypted bytes are carried as they are where
+// one key serves the whole document; else, and for what object streams held in plain, they are encrypted anew.
+class PDLObjectWriter : public PDBase
+{
+public:
+  // All must outlive the writer. The cryptor is null for a document that is not encrypted.
+  PDLObjectWriter(PDFile& file, const PDLPageTree& tree, const PDLClassifier& classifier, PDCryptor* pCryptor);
+
+  void SetNumber(int nObject, int nNumber) { m_numbers[nObject] = nNumber; }
+
+  // 0 for an object that is not written.
+  int GetNumber(int nObject) const { return m_numbers[nObject]; }
+
+  // Whether plain metadata streams of pages may be compressed.
+  void SetCompressMetadata(bool bCompress) { m_bCompressMetadata = bCompress; }
+
+  // The whole object, from its number to its end. Measuring comes before writing. False if it cannot be read.
+  bool WriteObject(int nObject, PDWriter& output);
+
+  // A stream that the source has not: encrypted if the document is. The entries stand in front of its length.
+  bool WriteNewStream(int nNumber, std::span<const unsigned char> entries,
+                      std::span<const unsigned char> data, PDWriter& output);
+
+private:
+  enum class TStrings
+  {
+    Carry,
+    Encrypt,
+    Recrypt
+  };
+
+  // --- Values
+  void WriteNode(const PDObj& object, int nNode, PDWriter& output);
+  void WriteLeaf(const PDObj& object, int nNode, PDWriter& output);
+  void WriteString(const PDObj& object, int nNode, PDWriter& output);
+  void WriteReference(int nTarget, PDWriter& output);
+  void WriteText(std::span<const unsigned char> text, PDWriter& output);
+  void WriteText(const char* szText, PDWriter& output);
+  bool IsCarried(const TPDNode& node) const;
+
+  // --- Objects
+  void BeginObject(int nObject, PDWriter& output);
+
+  // Strings come from this object from here on.
+  void SetSource(int nObject);
+
+  // The entries of the object's own dictionary without those keys.
+  void WriteEntries(const PDObj& object, std::span<const char* const> skipped, PDWriter& output);
+  void WritePage(int nObject, const PDObj& object, PDWriter& output);
+  void WritePageTreeNode(int nObject, const PDObj& object, PDWriter& output);
+  void WriteInherited(const TPDPage& page, PDWriter& output);
+
+  // --- Streams
+  bool WriteStreamObject(int nObject, const PDObj& object, const TPDStream& stream, PDWriter& output);
+  bool WriteCompressed(const PDObj& object, std::span<const unsigned char> data, PDWriter& output);
+  bool WriteCarried(const PDObj& object, const TPDStream& stream, PDWriter& output);
+  bool WriteRecrypted(int nObject, const PDObj& object, const TPDStream& stream, PDWriter& output);
+  void WriteStreamHead(const PDObj& object, bool bCompressed, std::int64_t nLength, PDWriter& output);
+
+  // Deflated data of a plain metadata stream; false where that gains nothing.
+  bool CompressMetadata(const PDObj& object, const TPDStream& stream, BSE::CBasicArray<unsigned char>& data);
+  bool IsEncrypted() const { return m_pCryptor && !m_bExempt; }
+  bool EncryptData(int nNumber, std::span<const unsigned char> data, PDWriter& output);
+  bool RecryptData(const TPDStream& stream, PDWriter& output);
+  BSE::CObjectPtr<BSE::IByteStream> CreateReader(const TPDStream& stream);
+
+  PDFile& m_file;
+  const PDLPageTree& m_tree;
+  const PDLClassifier& m_classifier;
+  PDCryptor* m_pCryptor;
+  bool m_bCompressMetadata = true;
+  BSE::CBasicArray<int> m_numbers;
+  BSE::CBasicArray<int> m_treePlaces;        // index of a page or node in the tree
+  BSE::CBasicArray<std::int64_t> m_lengths;  // of streams that are encrypted anew, as measured
+  PDObj m_object;
+  PDObj m_value;
+  BSE::CBasicArray<unsigned char> m_bytes;
+
+  // Of the object that is written.
+  TStrings m_eStrings = TStrings::Carry;
+  bool m_bExempt = false;
+  int m_nOldNumber = 0;
+  int m_nOldGeneration = 0;
+  int m_nNewNumber = 0;
+  bool m_bRegular = false;  // the last byte written belongs to a number, name or word
+};

@@ -1,0 +1,113 @@
+#include "pdf/linearize/PDLPageTree.h"
+
+#include "base/Limits.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace
+{
+
+// Bytes that writing inherited values on pages may add, beyond the length of the file.
+constexpr std::int64_t g_nFreeInherited = std::int64_t{64} << 20;
+
+constexpr int g_nMaxTexts = 1 << 30;
+
+}  // namespace
+
+bool PDLPageTree::Load(PDFile& file)
+{
+  PDObj catalogue;
+  TPDStream stream;
+  if (!file.ReadObject(file.GetRoot(), catalogue, stream))
+    return Fail("The catalogue cannot be read.");
+  const int nRoot = file.FindObject(catalogue.GetReference(catalogue.Find(0, "Pages")));
+  if (nRoot < 0)
+    return Fail("There is no page tree.");
+  m_nBudget = g_nFreeInherited + file.GetFileLength();
+  m_seen.SetSize(file.GetCount());
+  TScope scope;
+  std::fill(std::begin(scope.m_values), std::end(scope.m_values), -1);
+  m_scopes.Add(scope);
+  m_pending.Add({nRoot, -1, 0, 0});
+  while (!m_pending.IsEmpty())
+  {
+    const TPending item = m_pending[m_pending.GetSize() - 1];
+    m_pending.Truncate(m_pending.GetSize() - 1);
+    if (!Visit(file, item))
+      return false;
+  }
+  m_seen.RemoveAll();
+  m_pending.RemoveAll();
+  return !m_pages.IsEmpty() || Fail("There are no pages.");
+}
+
+bool PDLPageTree::Visit(PDFile& file, const TPending& item)
+{
+  if (item.m_nObject < 0 || m_seen[item.m_nObject] != 0)
+    return Fail("The page tree holds an object twice, or one that is missing.");
+  m_seen[item.m_nObject] = 1;
+  PDObj object;
+  TPDStream stream;
+  if (!file.ReadObject(item.m_nObject, object, stream) || object.GetType(0) != ePDDictionary)
+    return Fail("The page tree cannot be read.");
+  const int nType = object.Find(0, "Type");
+  const bool bNode = object.IsName(nType, "Pages") ||
+                     (!object.IsName(nType, "Page") && object.GetType(object.Find(0, "Kids")) == ePDArray);
+  return bNode ? AddNode(file, item, object) : AddPage(file, item, object);
+}
+
+bool PDLPageTree::AddNode(PDFile& file, const TPending& item, const PDObj& node)
+{
+  if (item.m_nDepth >= BSE::g_nMaxTreeDepth)
+    return Fail("The page tree is too deep.");
+  m_nodes.Add({item.m_nObject, item.m_nParent});
+  TScope scope = m_scopes[item.m_nScope];
+  for (int i = 0; i < ePDInheritableCount; ++i)
+  {
+    const std::span<const unsigned char> text = node.GetText(node.Find(0, g_pdInheritableKeys[i]));
+    if (text.empty())
+      continue;
+    if (std::ssize(text) > g_nMaxTexts - m_texts.GetSize())
+      return Fail("Inherited page values are too long.");
+    scope.m_values[i] = m_values.Add({item.m_nObject, m_texts.GetSize(), static_cast<int>(text.size())});
+    m_texts.Append(text);
+  }
+  const int nScope = m_scopes.Add(scope);
+  const int nKids = node.Find(0, "Kids");
+  if (node.GetType(nKids) != ePDArray)
+    return true;
+  const int nFirst = m_pending.GetSize();
+  const int nEnd = node.GetNext(nKids);
+  for (int nKid = nKids + 1; nKid < nEnd; nKid = node.GetNext(nKid))
+    m_pending.Add({file.FindObject(node.GetReference(nKid)), item.m_nObject, nScope, item.m_nDepth + 1});
+  const std::span<TPending> kids = m_pending.GetSpan().subspan(static_cast<std::size_t>(nFirst));
+  std::reverse(kids.begin(), kids.end());
+  return true;
+}
+
+bool PDLPageTree::AddPage(PDFile& file, const TPending& item, const PDObj& page)
+{
+  if (item.m_nParent < 0)
+    return Fail("The page tree has no root.");
+  TPDPage entry = {};
+  entry.m_nObject = item.m_nObject;
+  entry.m_nParent = item.m_nParent;
+  entry.m_nMetadata = file.FindObject(page.GetReference(page.Find(0, "Metadata")));
+  for (int i = 0; i < ePDInheritableCount; ++i)
+  {
+    const bool bOwn = page.Find(0, g_pdInheritableKeys[i]) >= 0;
+    entry.m_inherited[i] = bOwn ? -1 : m_scopes[item.m_nScope].m_values[i];
+    if (entry.m_inherited[i] >= 0)
+      m_nBudget -= m_values[entry.m_inherited[i]].m_nLength;
+  }
+  m_pages.Add(entry);
+  return m_nBudget >= 0 || Fail("Inherited page values are too long.");
+}
+
+std::span<const unsigned char> PDLPageTree::GetValueText(int nValue) const
+{
+  const TValue& value = m_values[nValue];
+  return m_texts.GetSpan().subspan(static_cast<std::size_t>(value.m_nStart),
+                                   static_cast<std::size_t>(value.m_nLength));
+}

@@ -1,0 +1,206 @@
+#include "pdf/linearize/PDLClassifier.h"
+
+#include <algorithm>
+
+// The walk over the references of a document. It keeps a stack of what is still to be followed and never recurses;
+// the last edge of the stack comes first.
+
+bool PDLClassifier::Parse(int nObject)
+{
+  TObject& entry = m_objects[nObject];
+  if ((entry.m_nFlags & ePDParsed) != 0)
+    return (entry.m_nFlags & ePDUnreadable) == 0;
+  entry.m_nFlags |= ePDParsed;
+  TPDStream stream;
+  if (!m_file.ReadObject(nObject, m_object, stream))
+  {
+    entry.m_nFlags |= ePDUnreadable;
+    return false;
+  }
+  entry.m_nMarker = PDLEdgeReader::GetMarker(m_object);
+  if (m_object.CountItems(0) >= 2)
+    entry.m_nFlags |= ePDSeveral;
+  entry.m_nFirstEdge = m_edges.GetSize();
+  m_reader.Read(m_object, 0, stream.m_bStream ? ePDStreamObject : ePDObject, m_edges);
+  entry.m_nEdgeCount = m_edges.GetSize() - entry.m_nFirstEdge;
+  return true;
+}
+
+std::span<const TPDEdge> PDLClassifier::GetEdges(int nObject) const
+{
+  const TObject& entry = m_objects[nObject];
+  return m_edges.GetSpan().subspan(static_cast<std::size_t>(entry.m_nFirstEdge),
+                                   static_cast<std::size_t>(entry.m_nEdgeCount));
+}
+
+void PDLClassifier::Push(std::span<const TPDEdge> edges, TPDMarker nMarker, bool bChain)
+{
+  // The item that follows comes after all that this one holds.
+  for (const TPDEdge nEdge : edges)
+  {
+    if (bChain && GetPDEdgeKind(nEdge) == ePDNext)
+      m_stack.Add(MakePDEdge(GetPDEdgeTarget(nEdge), ePDChainItem));
+  }
+  for (std::size_t i = edges.size(); i-- > 0;)
+  {
+    const TPDEdge nEdge = edges[i];
+    TPDEdgeKind nKind = GetPDEdgeKind(nEdge);
+    if (bChain && nKind == ePDNext)
+      continue;
+    if (bChain && nKind == ePDFirst)
+      nKind = ePDChainItem;
+    const bool bResources = GetPDEdgeMarker(nEdge) == ePDMarkerFont;
+    m_stack.Add(MakePDEdge(GetPDEdgeTarget(nEdge), nKind, bResources ? ePDMarkerFont : nMarker));
+  }
+}
+
+void PDLClassifier::Run()
+{
+  for (;;)
+  {
+    while (!m_stack.IsEmpty())
+    {
+      const TPDEdge nEdge = m_stack[m_stack.GetSize() - 1];
+      m_stack.Truncate(m_stack.GetSize() - 1);
+      Step(nEdge);
+    }
+    if (m_deferred.IsEmpty())
+      return;
+    Flush();
+  }
+}
+
+void PDLClassifier::Step(TPDEdge nEdge)
+{
+  const TPDEdgeKind nKind = GetPDEdgeKind(nEdge);
+  if (nKind == ePDDefer)
+    Defer();
+  else if (nKind == ePDFlush)
+    Flush();
+  else if (nKind != ePDDeferEnd && IsFollowed(nEdge))
+    Enter(GetPDEdgeTarget(nEdge), GetPDEdgeMarker(nEdge), nKind == ePDChainItem);
+}
+
+// A P entry leads from an annotation to its page, and from a structure element to its parent; elsewhere it is followed
+// if there is something behind it.
+bool PDLClassifier::IsFollowed(TPDEdge nEdge)
+{
+  const bool bStructure = m_nPage == 0 && m_nCurrentGroup == ePDCategoryStructure;
+  switch (GetPDEdgeKind(nEdge))
+  {
+  case ePDStructure:
+    return !bStructure;
+  case ePDParent:
+  {
+    const TPDMarker nMarker = GetPDEdgeMarker(nEdge);
+    if (bStructure || nMarker == ePDMarkerAnnot)
+      return false;
+    const int nTarget = GetPDEdgeTarget(nEdge);
+    return nMarker == ePDMarkerFont ||
+           (Parse(nTarget) && (m_objects[nTarget].m_nFlags & ePDSeveral) != 0);
+  }
+  default:
+    return true;
+  }
+}
+
+// Pages, and with them the page tree, are reached from its root alone: a link to a page pulls nothing in.
+void PDLClassifier::Enter(int nObject, TPDMarker nMarker, bool bChain)
+{
+  const TPDRole nRole = m_objects[nObject].m_nRole;
+  if (nRole == ePDRolePage || nRole == ePDRoleNode || nRole == ePDRoleSpecial || !Parse(nObject))
+    return;
+  const TPDMarker nOwn = m_objects[nObject].m_nMarker;
+  if (nOwn == ePDMarkerPage || nOwn == ePDMarkerPages)
+    return;
+  if (m_nPage > 0 ? ClassifyForPage(nObject) : ClassifyForCategory(nObject))
+    Push(GetEdges(nObject), nOwn != ePDMarkerNone ? nOwn : nMarker, bChain);
+}
+
+bool PDLClassifier::ClassifyForPage(int nObject)
+{
+  TObject& object = m_objects[nObject];
+  if (object.m_nWalk == m_nWalk)
+    return false;
+  object.m_nWalk = m_nWalk;
+  if (object.m_nOwner == 0)
+  {
+    object.m_nOwner = m_nPage;
+    if (m_nPage == 1)
+      object.m_nFlags |= ePDFirstPage;
+    m_pageObjects.Add(nObject);
+    return true;
+  }
+  Share(nObject);
+  AddUse(m_nPage, nObject);
+  return --m_nRevisits >= 0;
+}
+
+bool PDLClassifier::ClassifyForCategory(int nObject)
+{
+  TObject& object = m_objects[nObject];
+  if ((object.m_nFlags & ePDVisited) != 0)
+    return false;
+  object.m_nFlags |= ePDVisited;
+  if (object.m_nOwner == 0)
+  {
+    m_groups[m_nCurrentGroup].Add(nObject);
+    return true;
+  }
+  if ((object.m_nFlags & ePDFirstPage) != 0)
+    object.m_nFlags |= ePDReferenced;
+  else
+    Share(nObject);
+  return false;
+}
+
+void PDLClassifier::Share(int nObject)
+{
+  TObject& object = m_objects[nObject];
+  if ((object.m_nFlags & ePDShared) != 0)
+    return;
+  object.m_nFlags |= ePDShared;
+  if ((object.m_nFlags & ePDFirstPage) != 0)
+    return;
+  m_sharedObjects.Add(nObject);
+  AddUse(object.m_nOwner, nObject);
+}
+
+// The first page has all it needs in its own section.
+void PDLClassifier::AddUse(int nPage, int nObject)
+{
+  if (nPage > 1 && m_uses.GetSize() < m_nMaxUses)
+    m_uses.Add({nPage, nObject});
+  else if (nPage > 1)
+    m_nRevisits = 0;
+}
+
+// What has been deferred earlier is followed first.
+void PDLClassifier::Defer()
+{
+  if (!m_deferred.IsEmpty())
+  {
+    m_stack.Add(MakePDEdge(0, ePDDefer));
+    Flush();
+    return;
+  }
+  int nOpen = 1;
+  while (!m_stack.IsEmpty())
+  {
+    const TPDEdge nEdge = m_stack[m_stack.GetSize() - 1];
+    m_stack.Truncate(m_stack.GetSize() - 1);
+    nOpen += GetPDEdgeKind(nEdge) == ePDDefer ? 1 : 0;
+    nOpen -= GetPDEdgeKind(nEdge) == ePDDeferEnd ? 1 : 0;
+    if (nOpen == 0)
+      return;
+    m_deferred.Add(nEdge);
+  }
+}
+
+void PDLClassifier::Flush()
+{
+  const std::span<TPDEdge> deferred = m_deferred.GetSpan();
+  std::reverse(deferred.begin(), deferred.end());
+  m_stack.Append(deferred);
+  m_deferred.Truncate(0);
+}

@@ -1,0 +1,182 @@
+// Every option through its exported functions: null handle, default, storing, and no effect on the error
+// code.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "tests/support/Saver.h"
+
+namespace
+{
+
+using Support::CSaver;
+
+// One option with its values as real numbers, which hold every integer and every DPI value exactly.
+struct TOption
+{
+  const char* szName;
+  double dDefault;
+  double dStored;
+  std::function<double(TBrevexHandle*)> fnGet;
+  std::function<void(TBrevexHandle*, double)> fnSet;
+};
+
+template <class TValue>
+TOption MakeOption(const char* szName, TValue (*pfGet)(TBrevexHandle*), void (*pfSet)(TBrevexHandle*, TValue),
+                   double dDefault, double dStored)
+{
+  return {szName, dDefault, dStored, [pfGet](TBrevexHandle* p) { return static_cast<double>(pfGet(p)); },
+          [pfSet](TBrevexHandle* p, double dValue) { pfSet(p, static_cast<TValue>(dValue)); }};
+}
+
+#define OPTION(name, dDefault, dStored) MakeOption(#name, BrevexGet##name, BrevexSet##name, dDefault, dStored)
+
+const std::vector<TOption>& GetOptions()
+{
+  static const std::vector<TOption> g_options = {
+      OPTION(BitonalResolutionDPI, 200, 72.5),
+      OPTION(BitonalThresholdDPI, -1, 0),
+      OPTION(MonochromeResolutionDPI, 150, 72.5),
+      OPTION(MonochromeThresholdDPI, -1, 0),
+      OPTION(ColorResolutionDPI, 150, 72.5),
+      OPTION(ColorThresholdDPI, -1, 0),
+      OPTION(ResolutionDPI, 150, 72.5),
+      OPTION(ThresholdDPI, -1, 0),
+      OPTION(ImageQuality, 75, 100),
+      OPTION(BitonalCompression, BREVEX_COMPRESSION_UNSPECIFIED, BREVEX_COMPRESSION_GROUP4),
+      OPTION(BitonalCompressions, 0, 0x4DD),
+      OPTION(MonochromeCompression, BREVEX_COMPRESSION_UNSPECIFIED, BREVEX_COMPRESSION_JPEG),
+      OPTION(ColorCompression, BREVEX_COMPRESSION_UNSPECIFIED, BREVEX_COMPRESSION_JPEG2000),
+      OPTION(ContinuousCompressions, 0, 0x707),
+      OPTION(IndexedCompressions, 0, 0x40D),
+      OPTION(ForceRecompression, 0, 1),
+      OPTION(ForceCompressionTypes, 0, 1),
+      OPTION(ImageStratConserv, 0, 1),
+      OPTION(ColorConversion, 0, BREVEX_COLOR_CONVERSION_GRAY),
+      OPTION(DitheringMode, 0, 1),
+      OPTION(ClipImages, 0, 1),
+      OPTION(RemoveImages, 0, 1),
+      OPTION(ReduceColorComplexity, 0, 1),
+      OPTION(MrcMaskCompression, BREVEX_COMPRESSION_GROUP4, BREVEX_COMPRESSION_JBIG2),
+      OPTION(MrcLayerCompression, BREVEX_COMPRESSION_JPEG2000, BREVEX_COMPRESSION_FLATE),
+      OPTION(MrcLayerQuality, 20, 55),
+      OPTION(MrcLayerResolutionDPI, 70, 100.25),
+      OPTION(MrcPictCompression, BREVEX_COMPRESSION_JPEG, BREVEX_COMPRESSION_LZW),
+      OPTION(MrcRecognizePictures, 1, 0),
+      OPTION(Strip, 0, 0xFFF),
+      OPTION(FlattenSignatureFields, 0, 1),
+      OPTION(RemoveStandardFonts, 0, 1),
+      OPTION(RemoveNonSymbolicFonts, 0, 0),
+      OPTION(ExtractImages, 0, 1),
+      OPTION(ExtractFonts, 0, 1),
+      OPTION(SubsetFonts, 0, 1),
+      OPTION(MergeEmbeddedFonts, 0, 1),
+      OPTION(RemoveRedundantObjects, 0, 1),
+      OPTION(OptimizeResources, 0, 1),
+      OPTION(ConvertToCFF, 0, 1),
+      OPTION(Linearize, 0, 1),
+      OPTION(AutoLinearize, 0, 1),
+  };
+  return g_options;
+}
+
+// Options that share one field with the one named.
+bool Shares(const std::string& sA, const std::string& sB)
+{
+  for (const char* szFamily : {"ResolutionDPI", "ThresholdDPI"})
+  {
+    const bool bLayer = sA.rfind("MrcLayer", 0) == 0 || sB.rfind("MrcLayer", 0) == 0;
+    const auto ends = [&](const std::string& s)
+    { return s.size() >= strlen(szFamily) && s.compare(s.size() - strlen(szFamily), s.npos, szFamily) == 0; };
+    if (!bLayer && ends(sA) && ends(sB) && (sA == szFamily || sB == szFamily))
+      return true;
+  }
+  const auto in = [](const std::string& s, std::initializer_list<const char*> set)
+  { return std::find(set.begin(), set.end(), s) != set.end(); };
+  const std::initializer_list<const char*> bitonal = {"BitonalCompression", "BitonalCompressions"};
+  const std::initializer_list<const char*> continuous = {"MonochromeCompression", "ColorCompression",
+                                                         "ContinuousCompressions"};
+  return (in(sA, bitonal) && in(sB, bitonal)) || (in(sA, continuous) && in(sB, continuous));
+}
+
+TEST(Options, NullHandle)
+{
+  for (const TOption& option : GetOptions())
+  {
+    option.fnSet(nullptr, option.dStored);
+    EXPECT_EQ(option.fnGet(nullptr), 0) << option.szName;
+  }
+  BrevexSetProfile(nullptr, BREVEX_PROFILE_MAX);
+}
+
+// Finds a function that reads or writes the field of another option.
+TEST(Options, EachHasAFieldOfItsOwn)
+{
+  for (const TOption& changed : GetOptions())
+  {
+    CSaver saver;
+    changed.fnSet(saver.Get(), changed.dStored);
+    EXPECT_EQ(changed.fnGet(saver.Get()), changed.dStored) << changed.szName;
+    for (const TOption& other : GetOptions())
+    {
+      if (&other != &changed && !Shares(changed.szName, other.szName))
+      {
+        EXPECT_EQ(other.fnGet(saver.Get()), other.dDefault)
+            << "setting " << changed.szName << " changed " << other.szName;
+      }
+    }
+    BrevexSetProfile(saver.Get(), 99);
+    const bool bKept = std::string(changed.szName).rfind("Extract", 0) == 0;
+    EXPECT_EQ(changed.fnGet(saver.Get()), bKept ? changed.dStored : changed.dDefault) << changed.szName;
+  }
+}
+
+TEST(Options, LeaveTheErrorCodeAlone)
+{
+  CSaver saver;
+  ASSERT_FALSE(saver.Save());
+  for (const TOption& option : GetOptions())
+  {
+    option.fnSet(saver.Get(), option.fnGet(saver.Get()));
+    ASSERT_EQ(saver.GetCode(), BREVEX_STATUS_INVALID_OPERATION) << option.szName;
+  }
+  BrevexSetProfile(saver.Get(), BREVEX_PROFILE_WEB);
+  EXPECT_TRUE(BrevexSetVersionA(saver.Get(), "1.7"));
+  EXPECT_FALSE(BrevexSetVersionW(saver.Get(), u"seven"));
+  EXPECT_EQ(saver.GetCode(), BREVEX_STATUS_INVALID_OPERATION);
+}
+
+TEST(Options, ValuesOutOfRange)
+{
+  CSaver saver;
+  TBrevexHandle* p = saver.Get();
+  BrevexSetImageQuality(p, -5);
+  EXPECT_EQ(BrevexGetImageQuality(p), 0);
+  BrevexSetImageQuality(p, 200);
+  EXPECT_EQ(BrevexGetImageQuality(p), 100);
+  for (const int nValue : {2, -1, 4096})
+  {
+    BrevexSetDitheringMode(p, nValue);
+    EXPECT_EQ(BrevexGetDitheringMode(p), 0) << nValue;
+    BrevexSetMrcLayerCompression(p, nValue == 2 ? BREVEX_COMPRESSION_GROUP3_1D : nValue);
+    EXPECT_EQ(BrevexGetMrcLayerCompression(p), BREVEX_COMPRESSION_JPEG2000) << nValue;
+  }
+  BrevexSetClipImages(p, -7);
+  EXPECT_EQ(BrevexGetClipImages(p), 1);
+  BrevexSetColorResolutionDPI(p, 72.1F);
+  EXPECT_EQ(BrevexGetColorResolutionDPI(p), 72.1F);
+  BrevexSetResolutionDPI(p, 99);
+  EXPECT_EQ(BrevexGetBitonalResolutionDPI(p), 99);
+  BrevexSetBitonalResolutionDPI(p, 300);
+  EXPECT_EQ(BrevexGetResolutionDPI(p), 99);
+  BrevexSetBitonalCompression(p, BREVEX_COMPRESSION_JPEG);
+  EXPECT_EQ(BrevexGetBitonalCompressions(p), 0U);
+  EXPECT_EQ(BrevexGetBitonalCompression(p), BREVEX_COMPRESSION_UNSPECIFIED);
+}
+
+}  // namespace

@@ -1,0 +1,458 @@
+#include "pdf/StandardSecurityHandler.h"
+
+#include "base/ErrorHandler.h"
+#include "pdf/CryptFilter.h"
+#include "pdf/StringPreparation.h"
+#include "tests/pdf/WriterSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <string>
+#include <vector>
+
+namespace PDF
+{
+namespace
+{
+
+const char* const g_szId = "0123456789abcdef";
+
+CString FromHex(const std::string& hex)
+{
+  std::string bytes;
+  for (std::size_t i = 0; i < hex.size(); i += 2)
+    bytes += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
+  return CString(bytes.data(), static_cast<int>(bytes.size()));
+}
+
+std::string ToText(const CString& value)
+{
+  return std::string(reinterpret_cast<const char*>(value.GetData()),
+                     static_cast<std::size_t>(value.GetLength()));
+}
+
+CObjectPtr MakeHex(const char* szHex)
+{
+  return new CStringObject(FromHex(szHex));
+}
+
+CObjectPtr MakeCryptFilters(const char* szMethod)
+{
+  return MakeDictionary({{"StdCF", MakeDictionary({{"CFM", MakeName(szMethod)}})}});
+}
+
+// Values that another writer made for the passwords "user" and "owner", and a string of object 1.
+struct TKnownFile
+{
+  int m_nV;
+  int m_nR;
+  int m_nLength;
+  const char* m_szMethod;
+  bool m_bEncryptMetadata;
+  const char* m_szO;
+  const char* m_szU;
+  const char* m_szOE;
+  const char* m_szUE;
+  const char* m_szString;
+};
+
+const TKnownFile g_knownFiles[] = {
+    {1, 2, 40, nullptr, true, "94e8094419662a774442fb072e3d9f19e9d130ec09a4d0061e78fe920f7ab62f",
+     "76ca91e329fa928551771a26e5fc48d9d147e1613e07cb56f73245e2af4373b2", "", "", "cc6b14109fd26a"},
+    {2, 3, 128, nullptr, true, "0ba3835f88f90388e74e54584125ce142be0de24c6b0d37746e075b891756671",
+     "2631991ca1f681670aba5dedd81f812b0122456a91bae5134273a6db134c87c4", "", "", "7b584d700c3955"},
+    {4, 4, 128, "V2", true, "0ba3835f88f90388e74e54584125ce142be0de24c6b0d37746e075b891756671",
+     "2631991ca1f681670aba5dedd81f812b0122456a91bae5134273a6db134c87c4", "", "", "7b584d700c3955"},
+    {4, 4, 128, "AESV2", false, "0ba3835f88f90388e74e54584125ce142be0de24c6b0d37746e075b891756671",
+     "d9e5eb44fa6dec4aaa0322a1bbf464ae0122456a91bae5134273a6db134c87c4", "", "",
+     "5c571f291e5a50c786286f439470a5a6fc4fa3ffcfe1bb487bfa0bae1977c157"},
+    {5, 5, 256, "AESV3", true,
+     "eb25c603bc5e62bd8ea58854efbba3e9c8b81f7e8992bf2e3b5c95e7957a7564d39d45f46f656f30c4d7860e6c7ebecc",
+     "b4d8ceafa5468449c9600515bcc02389cef5cd10080b412c91715fd5d63dca57204958af53f68bfb2c6a920507e1b896",
+     "41ac808b42715b9fb23c6d9b42fc7ca18bb4eac49bf9983d6f1a11e4ce40bb83",
+     "2729bdfc3b75bedb24756d96638bd556c69d01bb69606e53cae67ac5f70b966c",
+     "4bbcffc353d2566910809dc5fa698558b0c91c5cc433178585d0046050164dba"},
+    {5, 6, 256, "AESV3", true,
+     "27e03944c7fe6f7b98dc2c9252d661d744e6e282c9455492f14d2eaea51611f2c48ac9dd42aed1fad24300c346695419",
+     "5c3ef2865ffd36df90f6796e078631ba2302d241c9e1cbee09e3f4ca9f4531f0efd0ae851b8e3205d8ec9d563524b23b",
+     "84ba908be8576f6014c118075429bac271b0954ef5f150ebcbdfb468ecf6ff8c",
+     "76c48b0b6ef97d65faecebecf2629fd9bc6082e69c4c3b7667aa5cffa0b83a7c",
+     "3aa5dd762504d5ea55d8d4b4865434a8fe770c39ed77c4a6f3f566f6f96a23b1"},
+};
+
+CObjectPtr MakeEncrypt(const TKnownFile& known)
+{
+  const CObjectPtr encrypt = MakeDictionary({{"Filter", MakeName("Standard")},
+                                             {"V", MakeInteger(known.m_nV)},
+                                             {"R", MakeInteger(known.m_nR)},
+                                             {"Length", MakeInteger(known.m_nLength)},
+                                             {"P", MakeInteger(0xFFFFFFFC)},
+                                             {"O", MakeHex(known.m_szO)},
+                                             {"U", MakeHex(known.m_szU)},
+                                             {"OE", MakeHex(known.m_szOE)},
+                                             {"UE", MakeHex(known.m_szUE)}});
+  if (known.m_szMethod)
+  {
+    encrypt->AddEntry("CF", MakeCryptFilters(known.m_szMethod).Get());
+    encrypt->AddEntry("StmF", MakeName("Identity").Get());
+    encrypt->AddEntry("StrF", MakeName("StdCF").Get());
+  }
+  if (!known.m_bEncryptMetadata)
+    encrypt->AddEntry("EncryptMetadata", new CBooleanObject(false));
+  return encrypt;
+}
+
+TEST(SecurityHandler, OpensKnownFilesWithEitherPassword)
+{
+  for (const TKnownFile& known : g_knownFiles)
+    for (const char* szPassword : {"user", "owner", "wrong", ""})
+    {
+      SCOPED_TRACE(std::to_string(known.m_nR) + szPassword);
+      const auto pHandler = CStandardSecurityHandler::Open(MakeEncrypt(known), CString(g_szId), nullptr);
+      ASSERT_TRUE(pHandler);
+      const CString password(szPassword);
+      const bool bRight = password == CString("user") || password == CString("owner");
+      ASSERT_EQ(pHandler->Authenticate(&password), bRight);
+      EXPECT_EQ(pHandler->IsValid(), bRight);
+      if (bRight)
+      {
+        EXPECT_EQ(ToText(pHandler->DecryptString(FromHex(known.m_szString), 1, 0)), "hello \xA9");
+      }
+      // StmF is Identity: stream data stays as it stands.
+      const BSE::CObjectPtr<BSE::IByteStream> pData(MakeStream("data"));
+      if (known.m_szMethod)
+      {
+        EXPECT_EQ(pHandler->CreateDecryptFilter(pData.Get(), 1, 0, nullptr).Get(), pData.Get());
+      }
+      EXPECT_EQ(pHandler->IsExempt(*MakeDictionary({{"Type", MakeName("Metadata")}})),
+                !known.m_bEncryptMetadata);
+      EXPECT_TRUE(pHandler->IsExempt(*MakeDictionary({{"Type", MakeName("XRef")}})));
+    }
+}
+
+TEST(SecurityHandler, RefusesWhatItDoesNotKnow)
+{
+  const auto expectRefusal = [](const CObjectPtr& encrypt, unsigned nCode)
+  {
+    BSE::CErrorHandler errors;
+    EXPECT_FALSE(CStandardSecurityHandler::Open(encrypt, CString(g_szId), &errors));
+    EXPECT_EQ(errors.GetLastCode(), nCode);
+  };
+  const auto alter = [](const TKnownFile& known, const char* szKey, const CObjectPtr& value)
+  {
+    const CObjectPtr encrypt = MakeEncrypt(known);
+    encrypt->AddEntry(szKey, value.Get());
+    return encrypt;
+  };
+  const TKnownFile& old = g_knownFiles[1];
+  const TKnownFile& aes = g_knownFiles[3];
+  const TKnownFile& aes256 = g_knownFiles[5];
+  expectRefusal(alter(old, "Filter", MakeName("Own")), 0x80410118);
+  expectRefusal(MakeDictionary({{"Filter", MakeName("Own")}, {"SubFilter", MakeName("adbe.pkcs7.s5")}}),
+                0x80410119);
+  for (const int nV : {-1, 0, 3, 6})
+    expectRefusal(alter(old, "V", MakeInteger(nV)), 0x80410119);
+  expectRefusal(alter(old, "R", MakeInteger(7)), 0x80410119);
+  expectRefusal(alter(aes256, "R", MakeInteger(4)), 0x80410119);
+  expectRefusal(alter(aes, "StmF", MakeName("Missing")), 0x80410119);
+  expectRefusal(alter(aes, "CF", MakeCryptFilters("AESV3")), 0x80410119);
+  expectRefusal(alter(aes256, "CF", MakeCryptFilters("AESV2")), 0x80410119);
+  expectRefusal(CObjectPtr(), 0x80410118);
+}
+
+TEST(SecurityHandler, SurvivesDamagedValues)
+{
+  for (const TKnownFile& known : g_knownFiles)
+    for (const char* szKey : {"O", "U", "OE", "UE", "Length", "P"})
+    {
+      const CObjectPtr encrypt = MakeEncrypt(known);
+      encrypt->AddEntry(szKey, MakeHex("00").Get());
+      const auto pHandler = CStandardSecurityHandler::Open(encrypt, CString(), nullptr);
+      if (pHandler)
+      {
+        EXPECT_FALSE(pHandler->Authenticate(nullptr));
+      }
+    }
+  const auto pHandler =
+      CStandardSecurityHandler::Open(MakeEncrypt(g_knownFiles[3]), CString(g_szId), nullptr);
+  const CString user("user");
+  ASSERT_TRUE(pHandler->Authenticate(&user));
+  const CString whole = FromHex(g_knownFiles[3].m_szString);
+  for (const int nLength : {0, 1, 15, 16, 17, 31})
+    EXPECT_TRUE(pHandler->DecryptString(CString(whole.GetData(), nLength), 1, 0).IsEmpty()) << nLength;
+  EXPECT_FALSE(pHandler->DecryptString(whole, 2, 0) == CString("hello \xA9"));
+}
+
+struct TForm
+{
+  int m_nKeyLength;
+  const char* m_szStreamCrypt;
+  const char* m_szStringCrypt;
+  int m_nV;
+  int m_nR;
+};
+
+const TForm g_forms[] = {
+    {40, nullptr, nullptr, 1, 2},     {56, nullptr, nullptr, 2, 3},   {128, nullptr, nullptr, 2, 3},
+    {128, "V2", nullptr, 4, 4},       {128, "AESV2", "AESV2", 4, 4},  {128, "AESV2", "V2", 4, 4},
+    {128, "Identity", "AESV2", 4, 4}, {128, "RC4", "Identity", 4, 4}, {256, nullptr, nullptr, 5, 6},
+    {256, "AESV3", "Identity", 5, 6},
+};
+
+TEST(SecurityHandler, RefusesParametersThatDoNotFit)
+{
+  const TForm cases[] = {{48 + 1, nullptr, nullptr, 0, 0}, {32, nullptr, nullptr, 0, 0},
+                         {136, nullptr, nullptr, 0, 0},    {64, "AESV2", nullptr, 0, 0},
+                         {128, "AESV3", nullptr, 0, 0},    {256, "AESV2", nullptr, 0, 0},
+                         {128, "AESV2", "Other", 0, 0}};
+  for (const TForm& form : cases)
+  {
+    BSE::CErrorHandler errors;
+    TEncryption encryption;
+    encryption.m_nKeyLength = form.m_nKeyLength;
+    encryption.m_szStreamCrypt = form.m_szStreamCrypt;
+    encryption.m_szStringCrypt = form.m_szStringCrypt;
+    EXPECT_FALSE(CStandardSecurityHandler::Create(encryption, CString(g_szId), &errors)) << form.m_nKeyLength;
+    EXPECT_EQ(errors.GetLastCode(), g_nInvalidEncryption);
+  }
+}
+
+// Lengths around a block and around the filters' buffer.
+const int g_lengths[] = {0, 1, 15, 16, 17, 8175, 8176, 8191, 8192, 8193, 30000};
+
+std::string MakeData(int nLength)
+{
+  std::string text;
+  for (int i = 0; i < nLength; ++i)
+    text += static_cast<char>(i * 31 + i / 256);
+  return text;
+}
+
+std::string WriteEncrypted(const TEncryption& encryption, bool bObjectStreams)
+{
+  const BSE::CObjectPtr<BSE::CMemoryStream> pOutput(new BSE::CMemoryStream);
+  CFile file(nullptr);
+  file.InitVersion(1, 7);
+  EXPECT_TRUE(file.Create(pOutput.Get(), CString(g_szId), true, bObjectStreams));
+  file.SetSecurityHandler(CStandardSecurityHandler::Create(encryption, file.GetId1(), nullptr).Get());
+  AddPages(file, 1, 0);
+  const CObjectPtr streams = MakeArray({});
+  for (const int nLength : g_lengths)
+  {
+    const CObjectPtr object =
+        AddObject(file, g_nGroupDirect, MakeDictionary({{"Name", MakeString("stream's")}}));
+    object->SetStreamObject(new CStreamObject(MakeStream(MakeData(nLength)).Get()));
+    streams->Add(object.Get());
+  }
+  file.GetRoot()->AddEntry("Streams", streams.Get());
+  file.GetRoot()->AddEntry("Secret", MakeString("a string").Get());
+  EXPECT_TRUE(file.Close());
+  return GetBytes(*pOutput);
+}
+
+void ExpectReadable(const std::string& bytes, const CString& password, const TForm& form)
+{
+  BSE::CErrorHandler errors;
+  CFile file(&errors);
+  ASSERT_TRUE(file.Open(MakeStream(bytes).Get()));
+  ASSERT_TRUE(file.Authenticate(&password));
+  const CObjectPtr root = file.GetRoot();
+  EXPECT_EQ(ToText(root["Secret"].GetStringValue()), "a string");
+  EXPECT_EQ(file.GetEncrypt()["V"].GetIntegerValue(), form.m_nV);
+  EXPECT_EQ(file.GetEncrypt()["R"].GetIntegerValue(), form.m_nR);
+  const CObjectPtr streams = root["Streams"];
+  for (int i = 0; i < static_cast<int>(std::size(g_lengths)); ++i)
+  {
+    const auto pData = streams[i].GetStream();
+    ASSERT_TRUE(pData);
+    EXPECT_EQ(GetBytes(*pData), MakeData(g_lengths[i])) << g_lengths[i];
+    EXPECT_EQ(ToText(streams[i]["Name"].GetStringValue()), "stream's");
+  }
+  EXPECT_EQ(errors.GetLastCode(), 0U);
+}
+
+// A Crypt filter that is Identity keeps one stream plain, and a plain metadata stream is read as such.
+TEST(SecurityHandler, LeavesPlainStreamsAlone)
+{
+  TEncryption encryption;
+  encryption.m_szStreamCrypt = "AESV2";
+  encryption.m_bEncryptMetadata = false;
+  const BSE::CObjectPtr<BSE::CMemoryStream> pOutput(new BSE::CMemoryStream);
+  {
+    CFile file(nullptr);
+    file.InitVersion(1, 7);
+    ASSERT_TRUE(file.Create(pOutput.Get(), CString(g_szId), true, false));
+    file.SetSecurityHandler(CStandardSecurityHandler::Create(encryption, file.GetId1(), nullptr).Get());
+    AddPages(file, 1, 0);
+    const auto addStream = [&file](const char* szKey, const CObjectPtr& dictionary)
+    {
+      const CObjectPtr object = AddObject(file, g_nGroupDirect, dictionary);
+      object->SetStreamObject(new CEmbeddedStreamObject(MakeStream("plain data").Get(), 0, 10));
+      file.GetRoot()->AddEntry(szKey, object.Get());
+    };
+    addStream("Plain", MakeDictionary({{"Filter", MakeArray({MakeName("Crypt")})}}));
+    addStream("Metadata", MakeDictionary({{"Type", MakeName("Metadata")}}));
+    ASSERT_TRUE(file.Close());
+  }
+  const std::string bytes = GetBytes(*pOutput);
+  CFile file(nullptr);
+  ASSERT_TRUE(file.Open(MakeStream(bytes).Get()));
+  ASSERT_TRUE(file.Authenticate(nullptr));
+  for (const char* szKey : {"Plain", "Metadata"})
+  {
+    const auto pData = file.GetRoot()[szKey].GetDecodedStream();
+    ASSERT_TRUE(pData) << szKey;
+    EXPECT_EQ(GetBytes(*pData), "plain data") << szKey;
+  }
+}
+
+// An independent reader, where one is installed, decrypts the file and finds it sound.
+void ExpectSoundForOthers(const std::string& bytes, const char* szPassword)
+{
+  if (std::system("command -v qpdf >/dev/null 2>&1") != 0)
+    return;
+  const std::string path = testing::TempDir() + "brevex_encrypted.pdf";
+  std::ofstream(path, std::ios::binary) << bytes;
+  const std::string check =
+      "qpdf --check --password='" + std::string(szPassword) + "' '" + path + "' >/dev/null 2>&1";
+  EXPECT_EQ(std::system(check.c_str()), 0) << szPassword;
+  const std::string plain = "qpdf --qdf --decrypt --password='" + std::string(szPassword) + "' '" + path +
+                            "' - | grep -aq '(a string)'";
+  EXPECT_EQ(std::system(plain.c_str()), 0) << szPassword;
+  std::remove(path.c_str());
+}
+
+TEST(SecurityHandler, WritesWhatItAndOthersRead)
+{
+  for (const TForm& form : g_forms)
+    for (const bool bObjectStreams : {false, true})
+    {
+      SCOPED_TRACE(std::to_string(form.m_nKeyLength) + " " +
+                   (form.m_szStreamCrypt ? form.m_szStreamCrypt : "") + " " +
+                   (form.m_szStringCrypt ? form.m_szStringCrypt : ""));
+      TEncryption encryption;
+      encryption.m_userPassword = CTextString("user");
+      encryption.m_ownerPassword = CTextString("owner");
+      encryption.m_nPermissions = -1084;
+      encryption.m_nKeyLength = form.m_nKeyLength;
+      encryption.m_szStreamCrypt = form.m_szStreamCrypt;
+      encryption.m_szStringCrypt = form.m_szStringCrypt;
+      const std::string bytes = WriteEncrypted(encryption, bObjectStreams);
+      const bool bPlainString = form.m_szStringCrypt && std::string(form.m_szStringCrypt) == "Identity";
+      if (!bObjectStreams)
+      {
+        EXPECT_EQ(bytes.find("stream's") != std::string::npos ||
+                      bytes.find("73747265616D2773") != std::string::npos,
+                  bPlainString);
+      }
+      ExpectReadable(bytes, CString("user"), form);
+      ExpectReadable(bytes, CString("owner"), form);
+      ExpectSoundForOthers(bytes, "user");
+      ExpectSoundForOthers(bytes, "owner");
+
+      BSE::CErrorHandler errors;
+      CFile file(&errors);
+      EXPECT_TRUE(file.Open(MakeStream(bytes).Get()));
+      const CString wrong("other");
+      EXPECT_FALSE(file.Authenticate(&wrong));
+      EXPECT_EQ(errors.GetLastCode(), 0x80410112U);
+    }
+}
+
+TEST(SecurityHandler, TakesUnicodeAndLongPasswords)
+{
+  const std::u16string longText(200, u'p');
+  const struct
+  {
+    const char16_t* m_szWritten;
+    const char16_t* m_szTyped;
+    bool m_bOpensOld;
+    bool m_bOpensNew;
+  } cases[] = {{u"\u00fc\u20ac", u"\u00fc\u20ac", true, true},
+               {u"\u0416\U0001F600", u"\u0416\U0001F600", true, true},
+               {u"e\u0301\ufb01", u"\u00e9fi", false, true},
+               {longText.c_str(), longText.c_str(), true, true},
+               {u"", u"", true, true},
+               {u"\u0416", u"\u0417", false, false}};
+  for (const auto& c : cases)
+    for (const bool bNew : {false, true})
+    {
+      TEncryption encryption;
+      encryption.m_userPassword = CTextString(c.m_szWritten);
+      encryption.m_nKeyLength = bNew ? 256 : 128;
+      const auto pWriter = CStandardSecurityHandler::Create(encryption, CString(g_szId), nullptr);
+      ASSERT_TRUE(pWriter);
+      const CObjectPtr encrypt(MakeDictionary({}));
+      pWriter->Write(*encrypt);
+      const auto pReader = CStandardSecurityHandler::Open(encrypt, CString(g_szId), nullptr);
+      ASSERT_TRUE(pReader);
+      const CTextString typed(c.m_szTyped);
+      EXPECT_EQ(pReader->Authenticate(&typed), bNew ? c.m_bOpensNew : c.m_bOpensOld);
+      EXPECT_EQ(pReader->GetPermissions(), -1);
+      EXPECT_EQ(pReader->GetKeyLength(), encryption.m_nKeyLength);
+    }
+}
+
+TEST(SecurityHandler, KeepsInvalidPadding)
+{
+  const auto pHandler =
+      CStandardSecurityHandler::Open(MakeEncrypt(g_knownFiles[3]), CString(g_szId), nullptr);
+  const CString user("user");
+  ASSERT_TRUE(pHandler->Authenticate(&user));
+  auto pAlgorithm = CCryptAlgorithm::Create("AESV2");
+  const unsigned char key[16] = {1};
+  const auto decrypt = [&](const std::string& plain, std::size_t nLength)
+  {
+    std::string data(16, 'v');
+    data += plain;
+    auto* pData = reinterpret_cast<unsigned char*>(data.data());
+    pAlgorithm->SetKey(key, 1, 0);
+    pAlgorithm->BeginFile({pData, 16});
+    pAlgorithm->EncryptBlock({pData + 16, plain.size()}, pData + 16);
+    const BSE::CObjectPtr<CDecryptFilter> pFilter(new CDecryptFilter(
+        MakeStream(data.substr(0, nLength)).Get(), BSE::CScopedPtr<CCryptAlgorithm>(pAlgorithm->Clone())));
+    return GetBytes(*pFilter);
+  };
+  const std::string block(15, 'x');
+  EXPECT_EQ(decrypt(block + '\1', 32), block);
+  EXPECT_EQ(decrypt(block + '\x11', 32), block + '\x11');
+  EXPECT_EQ(decrypt(block + '\0', 32), block + '\0');
+  EXPECT_EQ(decrypt(block + 'y' + std::string(16, '\x10'), 48), block + 'y');
+  EXPECT_EQ(decrypt(block + '\1' + block + '\1', 47), block + '\1');  // the second block is incomplete
+  EXPECT_EQ(decrypt(block + '\1', 16), "");
+  EXPECT_EQ(decrypt(block + '\1', 7), "");
+}
+
+// The examples of RFC 4013, and one for each step of the normalization.
+TEST(StringPreparation, MapsAndNormalizes)
+{
+  const std::pair<const char16_t*, const char16_t*> cases[] = {
+      {u"I\u00ADX", u"IX"},
+      {u"user", u"user"},
+      {u"USER", u"USER"},
+      {u"\u00AA", u"a"},
+      {u"\u2168", u"IX"},
+      {u"a\u3000b\u00A0", u"a b "},
+      {u"a\u0302\u0323", u"\u1EAD"},
+      {u"\u1112\u1161\u11AB\uD55C", u"\uD55C\uD55C"},
+      {u"\uAC00\u11A7\u11A8", u"\uAC00\u11A7\u11A8"},
+      {u"\u0958", u"\u0915\u093C"},
+      {u"\u0344", u"\u0308\u0301"},
+      {u"\U0001D400\U0002F800", u"A\u4E3D"},
+      {u"\uFB01\uFF21\u2460", u"fiA1"},
+  };
+  for (const auto& [szText, szExpected] : cases)
+  {
+    BSE::CStr16 result;
+    EXPECT_TRUE(PrepareString(BSE::CStr16(szText), result));
+    EXPECT_EQ(std::u16string(result.GetText()), szExpected);
+  }
+  BSE::CStr16 result;
+  EXPECT_FALSE(PrepareString(BSE::CStr16(u"\xD800", 1), result));
+}
+
+}  // namespace
+}  // namespace PDF
