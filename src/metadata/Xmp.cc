@@ -56,6 +56,8 @@ struct CXMP::TEvent
   BSE::CStr8 m_parameters;
 };
 
+CXMP::CXMP() : m_newInstanceId(MakeInstanceId()) {}
+
 CXMP::~CXMP()
 {
   for (TEvent* pEvent : m_events.GetSpan())
@@ -73,7 +75,6 @@ bool CXMP::Load(BSE::IByteStream* pStream)
     return false;
   m_pPacket = std::move(pPacket);
   m_bBroken = false;
-  m_newInstanceId = MakeInstanceId();
   return true;
 }
 
@@ -210,11 +211,7 @@ void CXMP::EnsureKeywords()
 void CXMP::UpdateMetadata(const TMetadataUpdate& update, IInfoDictionary& info)
 {
   if (!m_pPacket && (update.m_nMajorVersion > 1 || update.m_bPacketWanted || m_bBroken))
-  {
     m_pPacket = new XMP::CPacket(&m_errors);
-    if (m_newInstanceId.IsEmpty())
-      m_newInstanceId = MakeInstanceId();
-  }
   // ISO 32000-2, 14.3.3, leaves the dictionary no more than its dates.
   const bool bComplete = update.m_nMajorVersion < 2 && CanReadInfo();
   if (m_pPacket)

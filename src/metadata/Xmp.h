@@ -37,7 +37,7 @@ struct TMetadataUpdate
 class CXMP : public BSE::CObject
 {
 public:
-  CXMP() = default;
+  CXMP();
   CXMP(const CXMP&) = delete;
   CXMP& operator=(const CXMP&) = delete;
   ~CXMP() override;
