@@ -53,6 +53,10 @@ void CXmlGenerator::CollectName(const XML::CUri* pName)
 
 void CXmlGenerator::CollectNamespaces(const CResource& resource)
 {
+  // In the order of writing, so that a packet that is read and written again stays the same.
+  for (const TProperty& property : resource.GetProperties())
+    if (IsPlain(property))
+      CollectName(property.m_pName);
   for (const TProperty& property : resource.GetProperties())
   {
     CollectName(property.m_pName);
