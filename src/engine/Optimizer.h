@@ -2,7 +2,9 @@
 
 #include "document/DocumentCopier.h"
 #include "document/ObjectCopier.h"
+#include "engine/EqualObjectMerger.h"
 #include "engine/OptimizerOptions.h"
+#include "engine/RedundantObjectOptimizer.h"
 
 namespace PDF
 {
@@ -54,6 +56,9 @@ public:
   // Back to the state before the analysis: nothing known, no claim lost, no conformance for the output.
   void ResetState();
 
+  // A duplicate is replaced by the object that stands for it.
+  CObjectPtr VisitIndirect(const CObjectPtr& object) override;
+
   bool CopyPage(int nPage) override;
 
   // With eStripMetadata only the information dictionary, without the keys that describe the last writer.
@@ -61,6 +66,8 @@ public:
 
 private:
   bool RunSave(BSE::IByteStream* pStream, const TEncryption& encryption);
+  bool CopyDocument(BSE::IByteStream* pStream, const TEncryption& encryption);
+  void FindDuplicates();
   void DecideConformance();
   bool IsClaimLost(CConformance conformance);
   bool HasColorConversionLostClaim(TColorModel nModel) const;
@@ -68,6 +75,8 @@ private:
   void AbandonOutput();
 
   TOptimizerOptions m_options;
+  CRedundantObjectOptimizer m_redundant;
+  CEqualObjectMerger m_equal;
   bool m_bAnalyzed = false;
   bool m_bConformanceLost = false;
 };

@@ -6,6 +6,9 @@
 
 #include <fstream>
 #include <iterator>
+#include <string>
+
+#include <unistd.h>
 
 namespace PDF
 {
@@ -126,7 +129,6 @@ TYPED_TEST(CDocumentCopierTest, IsStable)
     TOpenDocument document(bytes);
     return Describe(document->GetCatalog(), 7) + std::to_string(document->GetFile().GetObjectCount());
   };
-  EXPECT_EQ(once.size(), again.size());
   EXPECT_EQ(describe(once), describe(again));
   EXPECT_EQ(describe(once), describe(twice));
 }
@@ -207,6 +209,16 @@ TEST(DocumentCopierTest, RefusesWhatDoesNotGoTogether)
   EXPECT_FALSE(copier.Save(pOutput.Get(), encryption));
   EXPECT_EQ(copier.m_reports.m_codes, std::set<unsigned>{g_nArchivalNotEncrypted});
   EXPECT_FALSE(copier.GetOutput().IsOpened());
+
+  copier.GetOutput().SetConformance(CConformance());
+  pOutput = new BSE::CMemoryStream;
+  ASSERT_TRUE(copier.Save(pOutput.Get(), encryption));
+  const std::string encrypted = GetBytes(*pOutput);
+  CReports reports;
+  CDocument document(&reports);
+  EXPECT_FALSE(document.Open(MakeStream(encrypted).Get(), nullptr));
+  EXPECT_TRUE(document.Open(MakeStream(encrypted).Get(), &password));
+  EXPECT_EQ(Describe(document.GetPage(0)["Contents"].GetValueObject()["Length"], 0), "5");
 }
 
 // What damaged trees are made of: the copy is sound, and the loop is traced.
@@ -216,7 +228,7 @@ TEST(DocumentCopierTest, MendsDamage)
   objects[3] = "<</Type/Pages/Count 9/Parent 2 0 R/Kids[6 0 R 2 0 R<</Type/Page/Id 4>>6 0 R null 7 0 R]>>";
   objects[22] = "<</Title(two)/Next 21 0 R>>";
   objects[6] = "<</Parent 3 0 R/Id 1/Annots[11 0 R 51 0 R]>>";
-  const std::string trace = testing::TempDir() + "brevex_document_trace.txt";
+  const std::string trace = testing::TempDir() + "brevex_document_trace" + std::to_string(getpid()) + ".txt";
   ASSERT_TRUE(BSE::CTracer::SetOutput(trace.c_str()));
   CTestCopier copier;
   TOpenDocument target(copier.Copy(MakePdf(objects)));
