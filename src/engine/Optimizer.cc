@@ -264,7 +264,10 @@ bool COptimizer::CopyPage(int nPage)
 bool COptimizer::CopyMetadata()
 {
   if ((m_options.m_nStrip & eStripMetadata) == 0)
+  {
+    m_output.AddHistoryEvent("optimized", nullptr);
     return CopyDocumentMetadata();
+  }
   const CObjectPtr info = CopyInfo(g_writerKeys);
   if (!info)
     return false;
