@@ -1,6 +1,5 @@
 #include "engine/Optimizer.h"
 
-#include "base/Tracer.h"
 #include "engine/StreamRecompressor.h"
 #include "pdf/linearize/Linearizer.h"
 
@@ -143,6 +142,7 @@ bool COptimizer::RunSave(BSE::IByteStream* pStream, const TEncryption& encryptio
   m_bLinearize = m_options.m_bLinearize;
   m_bAutoLinearize = m_options.m_bAutoLinearize;
   m_pLinearizer = GetLinearizer();
+  m_annotArrays.RemoveAll();
   return CopyDocument(pStream, encryption);
 }
 
@@ -252,13 +252,6 @@ bool COptimizer::WritesJPEG2000() const
     return true;
   return (nFlags & eCompressionFlagMRC) != 0 && (m_options.m_nMrcLayerCompression == eCompressionJPEG2000 ||
                                                  m_options.m_nMrcPictCompression == eCompressionJPEG2000);
-}
-
-bool COptimizer::CopyPage(int nPage)
-{
-  if (BSE::CTracer::IsOn())
-    BSE::CTracer::Trace("D", "PDF Optimizer", "Page: %d", nPage);
-  return CopyPageObject(nPage);
 }
 
 bool COptimizer::CopyMetadata()
