@@ -15,6 +15,9 @@ namespace
 // Rendered members beyond this length complete a stream.
 constexpr std::int64_t g_nFullLength = 15000;
 
+// The same with a deflater, for which size counts more: most of its window.
+constexpr std::int64_t g_nFullDeflaterLength = 30000;
+
 // What a member would cost as an object of its own (its frame), and the frame of the stream itself.
 constexpr std::int64_t g_nMemberFrame = 20;
 constexpr std::int64_t g_nStreamFrame = 120;
@@ -68,7 +71,7 @@ bool CPendingObjectStream::Add(CIndirectObject& object)
 
 bool CPendingObjectStream::IsFull()
 {
-  return m_generator.Tell() > g_nFullLength;
+  return m_generator.Tell() > (m_file.m_pDeflater ? g_nFullDeflaterLength : g_nFullLength);
 }
 
 BSE::CObjectPtr<BSE::CMemoryStream> CPendingObjectStream::Compress(int& nFirst, std::int64_t& nPlainLength)
