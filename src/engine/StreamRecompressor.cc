@@ -7,6 +7,9 @@
 #include "pdf/SimpleObjects.h"
 #include "pdf/StreamObjects.h"
 
+#include <algorithm>
+#include <string_view>
+
 namespace PDF
 {
 
@@ -58,9 +61,28 @@ std::size_t MeasureFilters(CObject& object)
 bool IsExempt(CObject& object)
 {
   const CObjectPtr type = object.GetEntry("Type");
-  if (type.IsName("XRef") || type.IsName("ObjStm"))
-    return true;
-  return type.IsName("Metadata") && GetFilterCount(&object) == 0;
+  return type.IsName("XRef") || type.IsName("ObjStm");
+}
+
+bool IsBlank(unsigned char nByte)
+{
+  return nByte == ' ' || nByte == '\n' || nByte == '\r' || nByte == '\t';
+}
+
+// The blanks in front of the trailer of an XMP packet in UTF-8 (ISO 16684-1, 7.3.2), room for changes in
+// place, but for one. Empty if there is no such trailer, or no more than a blank.
+std::span<const unsigned char> FindPadding(std::span<const unsigned char> packet)
+{
+  constexpr std::string_view szTrailer = "<?xpacket end=";
+  const auto pTrailer = std::find_end(packet.begin(), packet.end(), szTrailer.begin(), szTrailer.end());
+  if (pTrailer == packet.end())
+    return {};
+  auto pFirst = pTrailer;
+  while (pFirst != packet.begin() && IsBlank(pFirst[-1]))
+    --pFirst;
+  if (pTrailer - pFirst < 2 || pFirst == packet.begin() || pFirst[-1] != '>')
+    return {};
+  return {pFirst + 1, pTrailer};
 }
 
 }  // namespace
@@ -78,6 +100,8 @@ void CStreamRecompressor::Recompress(CIndirectObject& object)
     return;
   if (m_decoder.Decode(object) != CStreamDecoder::TResult::Decoded)
     return;
+  if (object.GetEntry("Type").IsName("Metadata") && GetFilterCount(&object) == 0)
+    return TrimMetadata(object);
   const bool bEncoded = static_cast<CStreamPart*>(object.GetStreamObject().Get())->IsEncoded();
   const std::size_t nFilters = MeasureFilters(object);
   // Data that the writer would encode count as they will be then, by the plain encoder: never better than
@@ -94,6 +118,21 @@ void CStreamRecompressor::Recompress(CIndirectObject& object)
   if (!bMustEncode)
     m_nSaved += static_cast<std::int64_t>(nFilters + m_decoder.GetEncoded().size() - m_nBestCost);
   Replace(object);
+}
+
+void CStreamRecompressor::TrimMetadata(CIndirectObject& object)
+{
+  const std::span<const unsigned char> packet = m_decoder.GetData();
+  const std::span<const unsigned char> padding = FindPadding(packet);
+  if (padding.empty())
+    return;
+  const auto nHead = static_cast<std::size_t>(padding.data() - packet.data());
+  const BSE::CObjectPtr<BSE::CMemoryStream> pTrimmed(new BSE::CMemoryStream);
+  for (const auto part : {packet.first(nHead), packet.subspan(nHead + padding.size())})
+    pTrimmed->WriteAll(part.data(), std::ssize(part));
+  pTrimmed->Rewind();
+  m_nSaved += std::ssize(padding);
+  object.SetStreamObject(new CEmbeddedStreamObject(pTrimmed.Get(), 0, pTrimmed->GetLength()));
 }
 
 void CStreamRecompressor::Try(std::span<const unsigned char> data, bool bPredicted)
