@@ -4,6 +4,7 @@
 #include "api/Initializer.h"
 #include "api/Version.h"
 #include "base/FileStream.h"
+#include "pdf/CachingReader.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -44,8 +45,8 @@ COptimizerHandle::~COptimizerHandle()
 
 void COptimizerHandle::Fail(unsigned nCode)
 {
-  m_nLastError = nCode;
-  m_nErrors |= nCode;
+  m_nLastCode = nCode;
+  m_nAccumulated |= nCode;
 }
 
 bool COptimizerHandle::Conclude(bool bResult)
@@ -90,7 +91,8 @@ bool COptimizerHandle::OpenStream(const TBrevexStreamDescriptor* pDescriptor, co
 {
   CloseDocument();
   m_pOutputStream.Reset();
-  const BSE::CObjectPtr<BSE::IByteStream> pStream(new BSE::CCAPIStreamAdapter(pDescriptor, this));
+  const BSE::CObjectPtr<BSE::IByteStream> pAdapter(new BSE::CCAPIStreamAdapter(pDescriptor, this));
+  const BSE::CObjectPtr<BSE::IByteStream> pStream(new PDF::CCachingReader(pAdapter.Get()));
   return OpenWith(pStream.Get(), password);
 }
 

@@ -259,7 +259,7 @@ void CHashSHA256::Final(std::span<unsigned char> digest)
 
 void CHashSHA224::Reset()
 {
-  CBlockHash::Reset();
+  CHashSHA256::Reset();
   for (int i = 0; i < 8; ++i)
     m_state[i] = static_cast<std::uint32_t>(g_starts[8 + i]);
 }
@@ -283,7 +283,7 @@ void CHashSHA512::Final(std::span<unsigned char> digest)
 
 void CHashSHA384::Reset()
 {
-  CBlockHash::Reset();
+  CHashSHA512::Reset();
   std::copy_n(g_starts + 8, 8, m_state);
 }
 

@@ -4,6 +4,7 @@
 #include "document/StructTreeCopier.h"
 #include "document/TreeCopier.h"
 #include "pdf/ArrayObject.h"
+#include "pdf/StandardSecurityHandler.h"
 
 namespace PDF
 {
@@ -120,22 +121,39 @@ bool CDocumentCopierBase::SetUpEncryption(TEncryption& encryption)
   }
   const BSE::CObjectPtr<CSecurityHandler> pHandler = CreateEncryption(encryption);
   if (!pHandler)
-  {
-    BSE::ReportError(m_pErrorContext, g_nInvalidEncryption);
     return false;
-  }
   m_output.GetFile().SetSecurityHandler(pHandler.Get());
   return true;
 }
 
-BSE::CObjectPtr<CSecurityHandler> CDocumentCopierBase::CreateEncryption(const TEncryption&)
+BSE::CObjectPtr<CSecurityHandler> CDocumentCopierBase::CreateEncryption(const TEncryption& encryption)
 {
-  return nullptr;
+  TEncryptionParameters parameters;
+  if (encryption.m_pUserPassword)
+    parameters.m_userPassword = CTextString(*encryption.m_pUserPassword);
+  if (encryption.m_pOwnerPassword)
+    parameters.m_ownerPassword = CTextString(*encryption.m_pOwnerPassword);
+  parameters.m_nPermissions = encryption.m_nPermissions;
+  parameters.m_nKeyLength = encryption.m_nKeyLength;
+  parameters.m_bEncryptMetadata = encryption.m_bEncryptMetadata;
+  if (!encryption.m_streamFilter.IsEmpty())
+    parameters.m_szStreamCrypt = encryption.m_streamFilter.GetText();
+  if (!encryption.m_stringFilter.IsEmpty())
+    parameters.m_szStringCrypt = encryption.m_stringFilter.GetText();
+  return CStandardSecurityHandler::Create(parameters, m_output.GetFile().GetId1(), m_pErrorContext);
 }
 
-bool CDocumentCopierBase::GetInputEncryption(TEncryption&)
+bool CDocumentCopierBase::GetInputEncryption(TEncryption& encryption)
 {
-  return false;
+  const auto* pHandler = dynamic_cast<CStandardSecurityHandler*>(m_input.GetFile().GetSecurityHandler());
+  if (!pHandler)
+    return false;
+  encryption.m_nPermissions = pHandler->GetPermissions();
+  encryption.m_nKeyLength = pHandler->GetKeyLength();
+  encryption.m_streamFilter = CName(pHandler->GetStreamCryptName());
+  encryption.m_stringFilter = CName(pHandler->GetStringCryptName());
+  encryption.m_bEncryptMetadata = pHandler->IsMetadataEncrypted();
+  return true;
 }
 
 bool CDocumentCopierBase::CopyPageObject(int nPage)

@@ -7,7 +7,6 @@
 namespace PDF
 {
 
-inline constexpr unsigned g_nInvalidEncryption = 0x8041011CU;
 inline constexpr unsigned g_nArchivalNotEncrypted = 0x0341860DU;
 
 // How a saved file is to be encrypted.
@@ -19,6 +18,7 @@ struct TEncryption
   int m_nKeyLength = 128;   // bits
   CName m_streamFilter;     // crypt filter names "V2", "AESV2", "AESV3", or empty
   CName m_stringFilter;
+  bool m_bEncryptMetadata = true;
 };
 
 // The part of a document copier that does not depend on how objects are copied: the two documents, the steps
@@ -45,11 +45,11 @@ protected:
   CDocumentCopierBase(BSE::IErrorContext* pErrorContext, CObjectTraverser& visitor, CCopyBase& copier);
   virtual ~CDocumentCopierBase();
 
-  // The security handler for a file that is written, null for parameters that do not go together.
-  virtual BSE::CObjectPtr<CSecurityHandler> CreateEncryption(const TEncryption& encryption);
+  // The security handler for the output, null, reported, for parameters that do not go together.
+  BSE::CObjectPtr<CSecurityHandler> CreateEncryption(const TEncryption& encryption);
 
   // Fills in the permissions, key length and filters that the input is encrypted with; false if it is not.
-  virtual bool GetInputEncryption(TEncryption& encryption);
+  bool GetInputEncryption(TEncryption& encryption);
 
   // Closes both documents and opens the input. The output starts with the input's version and conformance.
   bool OpenInput(BSE::IByteStream* pStream, const CString* pPassword);
@@ -62,7 +62,9 @@ protected:
   // Binds the files that the copier works between, unless that is done.
   void BindFiles();
 
-  // Metadata stream and information dictionary, with the set entries in it.
+  // Metadata stream and information dictionary, with the set entries in both and in step with one another.
+  // The packet claims the output's conformance. A packet that cannot be read is reported and replaced by one
+  // made from the dictionary.
   bool CopyDocumentMetadata();
 
   // The information dictionary alone, new in the output. Keys of the list, ended by null, are left out; the
@@ -91,10 +93,6 @@ protected:
   CObjectPtr CopyOutlines(const CObjectPtr& outlines);
   CObjectPtr CopyStructTree(const CObjectPtr& root);
   CObjectPtr CopyThreads(const CObjectPtr& threads);
-
-  // Without a producer and without a date of change, what is written in their place, unless the document is
-  // archival: those must agree with metadata that is carried across as it is.
-  void CompleteInfo(CObject& info);
 
   CDocument m_input;
   CDocument m_output;

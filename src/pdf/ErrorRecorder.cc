@@ -49,7 +49,7 @@ int CompareTexts(const BSE::CStr16& a, const BSE::CStr16& b)
   const auto spanB = b.GetSpan();
   const auto order =
       std::lexicographical_compare_three_way(spanA.begin(), spanA.end(), spanB.begin(), spanB.end());
-  return order < 0 ? -1 : (order > 0 ? 1 : 0);
+  return std::is_lt(order) ? -1 : (std::is_gt(order) ? 1 : 0);
 }
 
 int CompareMessages(const TErrorRecord& a, const TErrorRecord& b)

@@ -172,9 +172,8 @@ bool CStandardSecurityHandler::IsAlgorithmAllowed(const CCryptAlgorithm* pAlgori
   return pAlgorithm && (std::strcmp(pAlgorithm->GetCFM(), "AESV3") == 0) == (m_values.m_nV == 5);
 }
 
-BSE::CObjectPtr<CStandardSecurityHandler> CStandardSecurityHandler::Create(const TEncryption& encryption,
-                                                                           const CString& id1,
-                                                                           BSE::IErrorContext* pErrorContext)
+BSE::CObjectPtr<CStandardSecurityHandler> CStandardSecurityHandler::Create(
+    const TEncryptionParameters& encryption, const CString& id1, BSE::IErrorContext* pErrorContext)
 {
   BSE::CObjectPtr<CStandardSecurityHandler> pHandler(new CStandardSecurityHandler);
   TSecurityValues& values = pHandler->m_values;
@@ -196,7 +195,7 @@ BSE::CObjectPtr<CStandardSecurityHandler> CStandardSecurityHandler::Create(const
   return pHandler;
 }
 
-bool CStandardSecurityHandler::ChooseVersion(const TEncryption& encryption)
+bool CStandardSecurityHandler::ChooseVersion(const TEncryptionParameters& encryption)
 {
   const int nBits = encryption.m_nKeyLength;
   const char* szStream = encryption.m_szStreamCrypt ? encryption.m_szStreamCrypt : encryption.m_szStringCrypt;
@@ -282,15 +281,31 @@ void CStandardSecurityHandler::WriteCryptFilters(PDF::CObject& dictionary) const
 bool CStandardSecurityHandler::Authenticate(const CString* pPassword)
 {
   const CTextString password(pPassword ? *pPassword : CString());
+  const int nKeyLength = m_values.m_nKeyLength;
+  if (TryPassword(password))
+    return true;
+  // A missing or damaged Length of version 2 shows in that no password fits.
+  for (const int nOther : {g_nKeyLengthAES128, g_nKeyLengthRC4})
+  {
+    if (m_values.m_nV != 2 || nOther == nKeyLength)
+      continue;
+    m_values.m_nKeyLength = nOther;
+    if (TryPassword(password))
+      return true;
+  }
+  m_values.m_nKeyLength = nKeyLength;
+  m_key.RemoveAll();
+  return false;
+}
+
+bool CStandardSecurityHandler::TryPassword(const CTextString& password)
+{
   for (const TPasswordForm form : g_passwordForms)
   {
     TByteArray bytes;
-    if (!GetPasswordBytes(password, m_values.m_nR, form, bytes))
-      continue;
-    if (FindKey(m_values, bytes.GetSpan(), m_key))
+    if (GetPasswordBytes(password, m_values.m_nR, form, bytes) && FindKey(m_values, bytes.GetSpan(), m_key))
       return true;
   }
-  m_key.RemoveAll();
   return false;
 }
 

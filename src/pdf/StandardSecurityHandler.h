@@ -12,7 +12,7 @@ namespace PDF
 inline constexpr unsigned g_nInvalidEncryption = 0x8041011CU;
 
 // How a new file is to be encrypted.
-struct TEncryption
+struct TEncryptionParameters
 {
   CTextString m_userPassword;
   CTextString m_ownerPassword;  // empty: the user's
@@ -39,7 +39,8 @@ public:
 
   // For a new file with that first part of its ID, ready for use. Null, reported, for parameters that do not
   // go together.
-  static BSE::CObjectPtr<CStandardSecurityHandler> Create(const TEncryption& encryption, const CString& id1,
+  static BSE::CObjectPtr<CStandardSecurityHandler> Create(const TEncryptionParameters& encryption,
+                                                          const CString& id1,
                                                           BSE::IErrorContext* pErrorContext);
 
   bool IsValid() const override { return !m_key.IsEmpty(); }
@@ -63,7 +64,7 @@ public:
   int GetKeyLength() const { return m_values.m_nKeyLength * 8; }
   bool IsMetadataEncrypted() const { return m_values.m_bEncryptMetadata; }
 
-  // As in TEncryption; null without crypt filters.
+  // As in TEncryptionParameters; null without crypt filters.
   const char* GetStreamCryptName() const { return GetCryptName(m_stream); }
   const char* GetStringCryptName() const { return GetCryptName(m_string); }
 
@@ -78,11 +79,12 @@ private:
 
   CStandardSecurityHandler() = default;
 
+  bool TryPassword(const CTextString& password);
   unsigned ReadValues(const CObjectPtr& encrypt);
   unsigned ReadVersion(const CObjectPtr& encrypt);
   bool ReadCryptFilter(const CObjectPtr& encrypt, const char* szKey, TCrypt& crypt) const;
   bool IsAlgorithmAllowed(const CCryptAlgorithm* pAlgorithm) const;
-  bool ChooseVersion(const TEncryption& encryption);
+  bool ChooseVersion(const TEncryptionParameters& encryption);
   bool ChooseAlgorithm(const char* szName, TCrypt& crypt) const;
   const char* GetCryptName(const TCrypt& crypt) const;
   CCryptAlgorithm* GetObjectCrypt(TCrypt& crypt, int nObjNumber, int nGenNumber);

@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 
 namespace PDF
 {
@@ -238,7 +237,9 @@ void MakePerms(TSecurityValues& values, TBytes key)
   BSE::StoreLittleEndian(static_cast<std::uint32_t>(values.m_nPermissions), pPerms);
   std::fill_n(pPerms + 4, 4, static_cast<unsigned char>(0xFF));
   pPerms[8] = values.m_bEncryptMetadata ? 'T' : 'F';
-  std::memcpy(pPerms + 9, "adb", 3);
+  pPerms[9] = 'a';
+  pPerms[10] = 'd';
+  pPerms[11] = 'b';
   BSE::CAES::TVector vector = {};
   BSE::CAES(key).EncryptChained(values.m_Perms, pPerms, vector);
 }
