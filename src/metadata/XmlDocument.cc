@@ -240,11 +240,15 @@ bool CDocument::Parse(std::span<const char> text, BSE::IErrorContext* pErrorCont
   TParse parse{CLibXML2ErrorHandler(pErrorContext), {}, 0, 0, false};
   parser.m_p->_private = &parse;
   parser.m_p->sax->internalSubset = OnInternalSubset;
+  parser.m_p->sax->entityDecl = nullptr;
   parser.m_p->sax->startElementNs = OnStartElement;
   parser.m_p->sax->endElementNs = OnEndElement;
   parser.m_p->sax->serror = OnError;
+  // Without declarations there are only the five entities of XML itself. Unless the parser replaces them, it
+  // leaves
+  // "&#38;" in the URIs of namespaces.
   m_pDoc = xmlCtxtReadMemory(parser.m_p, text.data(), static_cast<int>(text.size()), nullptr, "UTF-8",
-                             XML_PARSE_NONET);
+                             XML_PARSE_NONET | XML_PARSE_NOENT);
   if (m_pDoc && !parse.m_bRefused && parser.m_p->wellFormed && GetRoot())
     return true;
   Reset();

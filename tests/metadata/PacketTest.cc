@@ -59,6 +59,7 @@ TEST(PacketTest, ReadsAndWritesAllForms)
        " a<b &\tc\r\n ]]> \xC3\xA4 \xF0\x9F\x98\x80"},
       {"<q:p><![CDATA[<a>]]>b</q:p>", "<a>b"},
       {"<q:p xml:lang='de'>text</q:p>", "text@de"},
+      {"<q:p><rdf:Description xmlns:n='http://n?a&amp;b' n:k='&amp;'/></q:p>", "{k=&}"},
       {"<q:p rdf:resource='http://u/?a=1&amp;b'/>", "<http://u/?a=1&b>"},
       {"<q:p rdf:resource='u' q:k='1'/>", "<u>({k=1})"},
       {"<q:p rdf:parseType='Resource'><q:a>1</q:a><q:b>2</q:b></q:p>", "{a=1 b=2}"},
