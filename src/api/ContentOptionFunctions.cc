@@ -1,4 +1,4 @@
-// Options of colour, mixed raster content, features, fonts and structure.
+// Options of colour, mixed raster content, features, fonts, structure and encryption.
 
 #include "api/OptionAccess.h"
 
@@ -256,6 +256,16 @@ int BrevexGetAutoLinearize(TBrevexHandle* pHandle)
 void BrevexSetAutoLinearize(TBrevexHandle* pHandle, int bValue)
 {
   SetFlag(pHandle, &TOptimizerOptions::m_bAutoLinearize, bValue);
+}
+
+int BrevexGetOutputCipher(TBrevexHandle* pHandle)
+{
+  return static_cast<int>(GetNumber(pHandle, &TOptimizerOptions::m_nOutputCipher));
+}
+
+void BrevexSetOutputCipher(TBrevexHandle* pHandle, int nCipher)
+{
+  Apply(pHandle, &TOptimizerOptions::SetOutputCipher, static_cast<unsigned>(nCipher));
 }
 
 int BrevexGetExtractImages(TBrevexHandle* pHandle)

@@ -142,6 +142,7 @@ bool COptimizer::RunSave(BSE::IByteStream* pStream, const TEncryption& encryptio
   m_bLinearize = m_options.m_bLinearize;
   m_bAutoLinearize = m_options.m_bAutoLinearize;
   m_pLinearizer = GetLinearizer();
+  m_nOutputCipher = m_options.m_nOutputCipher;
   m_annotArrays.RemoveAll();
   return CopyDocument(pStream, encryption);
 }

@@ -126,6 +126,8 @@ static const TFunction g_functions[] = {
     NAME(BrevexSetLinearize),
     NAME(BrevexGetAutoLinearize),
     NAME(BrevexSetAutoLinearize),
+    NAME(BrevexGetOutputCipher),
+    NAME(BrevexSetOutputCipher),
     NAME(BrevexGetExtractImages),
     NAME(BrevexSetExtractImages),
     NAME(BrevexGetExtractFonts),

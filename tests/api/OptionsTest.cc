@@ -84,6 +84,7 @@ const std::vector<TOption>& GetOptions()
       OPTION(ConvertToCFF, 0, 1),
       OPTION(Linearize, 0, 1),
       OPTION(AutoLinearize, 0, 1),
+      OPTION(OutputCipher, BREVEX_CIPHER_UNSPECIFIED, BREVEX_CIPHER_AES_256),
   };
   return g_options;
 }
@@ -134,7 +135,8 @@ TEST(Options, EachHasAFieldOfItsOwn)
       }
     }
     BrevexSetProfile(saver.Get(), 99);
-    const bool bKept = std::string(changed.szName).rfind("Extract", 0) == 0;
+    const std::string sName = changed.szName;
+    const bool bKept = sName.rfind("Extract", 0) == 0 || sName == "OutputCipher";
     EXPECT_EQ(changed.fnGet(saver.Get()), bKept ? changed.dStored : changed.dDefault) << changed.szName;
   }
 }
@@ -170,6 +172,8 @@ TEST(Options, ValuesOutOfRange)
   {
     BrevexSetDitheringMode(p, nValue);
     EXPECT_EQ(BrevexGetDitheringMode(p), 0) << nValue;
+    BrevexSetOutputCipher(p, nValue == 2 ? BREVEX_CIPHER_AS_INPUT + 1 : nValue);
+    EXPECT_EQ(BrevexGetOutputCipher(p), BREVEX_CIPHER_UNSPECIFIED) << nValue;
     BrevexSetMrcLayerCompression(p, nValue == 2 ? BREVEX_COMPRESSION_GROUP3_1D : nValue);
     EXPECT_EQ(BrevexGetMrcLayerCompression(p), BREVEX_COMPRESSION_JPEG2000) << nValue;
   }

@@ -202,8 +202,7 @@ TEST(DocumentCopierTest, RefusesWhatDoesNotGoTogether)
   encryption.m_nPermissions = -2;  // as the input, which is not encrypted
   BSE::CObjectPtr<BSE::IByteStream> pOutput(new BSE::CMemoryStream);
   EXPECT_TRUE(copier.Save(pOutput.Get(), encryption));
-  const CString password("x");
-  encryption.m_pUserPassword = &password;
+  encryption.m_userPassword = CTextString("x");
   copier.GetOutput().SetConformance(CConformance(0x1701));
   copier.m_reports.m_codes.clear();
   EXPECT_FALSE(copier.Save(pOutput.Get(), encryption));

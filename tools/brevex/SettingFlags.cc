@@ -124,7 +124,7 @@ const TSettingFlag g_flags[] = {
      TBoolSetting{BrevexSetOptimizeResources}},
     {"linearize", g_szStructure, "Order the file for fast first display over a network", TEffect::Content,
      TBoolSetting{BrevexSetLinearize}},
-    {"auto-linearize", g_szStructure, "The same unless it would enlarge the file much", TEffect::None,
+    {"auto-linearize", g_szStructure, "The same unless it would enlarge the file much", TEffect::Content,
      TBoolSetting{BrevexSetAutoLinearize}},
     {"extract-images", g_szStructure, "Also write the images to files in the working folder", TEffect::None,
      TBoolSetting{BrevexSetExtractImages}},
