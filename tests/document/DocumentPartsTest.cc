@@ -235,7 +235,7 @@ TEST(EmbeddedFile, NamesAndData)
       MakePdf({{1, "<</Type/Catalog/A 2 0 R/B(plain)/C<</Unix(u)/Mac(m)/EF<</F 4 0 R>>>>>>"},
                {2, "<</F(old)/UF(new)/Desc(text)/AFRelationship/Source/EF<</F 3 0 R>>>>"},
                {3, "<</Length 4/Subtype/text#2Fplain/Params<</Size 4>>>>stream\ndata\nendstream"},
-               {4, "<</Length 0/Filter/Unheard>>stream\n\nendstream"}}));
+               {4, "<</Length 4/Filter/Unheard>>stream\ndata\nendstream"}}));
   const CObjectPtr catalog = document->GetCatalog();
   const CEmbeddedFile file(catalog["A"].Get());
   EXPECT_EQ(ToText(file.GetFileName()), "new");
