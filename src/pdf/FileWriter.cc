@@ -8,6 +8,7 @@
 #include "pdf/Generator.h"
 #include "pdf/PendingObjectStream.h"
 #include "pdf/SimpleObjects.h"
+#include "pdf/StreamDeflater.h"
 #include "pdf/StreamObjects.h"
 
 #include <algorithm>
@@ -402,9 +403,27 @@ bool CFile::WriteDirect(CIndirectObject& object)
   return true;
 }
 
+BSE::CObjectPtr<BSE::CMemoryStream> CFile::Deflate(std::span<const unsigned char> data)
+{
+  BSE::CBasicArray<unsigned char> encoded;
+  if (m_pDeflater)
+    m_pDeflater->Deflate(data, encoded);
+  if (!encoded.IsEmpty())
+    return new BSE::CMemoryStream(encoded.GetData(), encoded.GetSize());
+  BSE::CObjectPtr<BSE::CMemoryStream> pEncoded(new BSE::CMemoryStream);
+  CObjectPtr parameters;
+  const BSE::CObjectPtr<BSE::IByteStream> pFilter =
+      CreateEncodeFilter(pEncoded.Get(), "FlateDecode", nullptr, parameters);
+  const bool bDone =
+      pFilter && pFilter->WriteAll(data.data(), std::ssize(data)) && CloseEncodeChain(pFilter.Get());
+  return bDone ? pEncoded : nullptr;
+}
+
 // Encoded bytes pass through as they are; decoded ones are encoded first, so that the length stands in front.
 bool CFile::WriteStreamData(CIndirectObject& object, CSecurityHandler* pSecurity)
 {
+  if (m_pDeflater)
+    m_pDeflater->Recompress(object);
   const auto* pPart = static_cast<CStreamPart*>(object.GetStreamObject().Get());
   if (!pPart->IsEncoded() && GetFilterCount(&object) > 0 && !object.Encode())
     return false;
