@@ -303,10 +303,11 @@ BREVEX_API int BrevexGetPageCount(TBrevexHandle* pHandle);
 
 /* Optimizes the open document into a file, which is created (mode 0664 under the umask) or truncated. It must
  * not be the file that is open. After a failure the file stays as far as it was written. The file is
- * encrypted (128 bits) if a password is given or the permissions are neither of the two negative values. The
- * user password opens the file, the owner password lifts the permissions. Permissions are of
- * TBrevexPermission; BREVEX_PERMISSIONS_AS_INPUT takes permissions and ciphers from the input, but not its
- * passwords, and leaves the output of a plain input plain. BrevexSetOutputCipher chooses better ciphers.
+ * encrypted (128 bits) if a password is given or the permissions are other than BREVEX_PERMISSIONS_PLAIN and
+ * BREVEX_PERMISSIONS_AS_INPUT. The user password opens the file, the owner password lifts the permissions.
+ * Permissions are of TBrevexPermission; BREVEX_PERMISSIONS_AS_INPUT takes permissions and ciphers from the
+ * input, but not its passwords, and leaves the output of a plain input plain. BrevexSetOutputCipher chooses
+ * better ciphers.
  * A document may be saved again; it is analysed only once, so options that are set after the first save may
  * remain without effect until the document is opened again. Failures: BREVEX_STATUS_INVALID_OPERATION without
  * an open document, an errno value or BREVEX_STATUS_CREATE_FAILED for the target, BREVEX_STATUS_WRITE_FAILED,
