@@ -225,7 +225,7 @@ bool CFile::PrepareToWrite()
   if (!m_pGenerator)
   {
     m_pWriter = new BSE::CBufferedOutputStream(m_pOutput.Get(), g_nWriteBufferSize);
-    m_pGenerator.Reset(new CGenerator(m_pWriter.Get()));
+    m_pGenerator.Reset(new CGenerator(m_pWriter.Get(), m_pDeflater ? eLayoutDense : eLayoutLines));
   }
   return m_bHeaderWritten || WriteHeader();
 }

@@ -15,8 +15,8 @@ namespace
 // Rendered members beyond this length complete a stream.
 constexpr std::int64_t g_nFullLength = 15000;
 
-// The same with a deflater, for which size counts more: most of its window.
-constexpr std::int64_t g_nFullDeflaterLength = 30000;
+// The same with a deflater, for which size counts more: every stream starts without anything to refer back to.
+constexpr std::int64_t g_nFullDeflaterLength = 100000;
 
 // What a member would cost as an object of its own (its frame), and the frame of the stream itself.
 constexpr std::int64_t g_nMemberFrame = 20;
@@ -28,7 +28,7 @@ CPendingObjectStream::CPendingObjectStream(CFile& file)
     : m_file(file),
       m_holder(file.NewObject(0, 0, g_nGroupDirect)),
       m_pData(new BSE::CMemoryStream),
-      m_generator(new BSE::CBufferedOutputStream(m_pData.Get()), eLayoutCompact)
+      m_generator(new BSE::CBufferedOutputStream(m_pData.Get()), file.m_pDeflater ? eLayoutDense : eLayoutCompact)
 {
   // The walk over dirty objects leaves it alone until it is complete.
   if (m_holder)

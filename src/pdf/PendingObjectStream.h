@@ -11,7 +11,8 @@ class CFile;
 class CIndirectObject;
 
 // An object stream that is being filled (ISO 32000-1, 7.5.7). Members are rendered as they come; once their
-// text exceeds 15000 bytes the stream is complete, so that a reader never decodes much for one object.
+// text exceeds 15000 bytes (100000 where the file has a deflater) the stream is complete, so that a reader never decodes
+// much for one object.
 class CPendingObjectStream
 {
 public:
