@@ -13,16 +13,17 @@ inline constexpr unsigned g_nNoEntry = 0xFFFFFFFFU;
 struct TObjectTableEntry
 {
   unsigned m_nSelf;
-  unsigned m_nCanonical;  // g_nNoEntry: no candidate; its own number: first of its kind; else a duplicate of that
-  unsigned m_nNext;       // next duplicate of the same object, or g_nNoEntry
-  unsigned m_nDigest;     // the first bytes of the MD5 digest, in memory order; g_nNoEntry while there is none
+  unsigned
+      m_nCanonical;  // g_nNoEntry: no candidate; its own number: first of its kind; else a duplicate of that
+  unsigned m_nNext;  // next duplicate of the same object, or g_nNoEntry
+  unsigned m_nDigest;  // the first bytes of the MD5 digest, in memory order; g_nNoEntry while there is none
 };
 
-// Feeds values to a hash, so that equal values give equal bytes, and enters a digest for every object that they
-// lead to: children first, a reference counts as the digest of its object. A reference into an object that is still
-// being digested counts as a fixed value, so that cycles end. Every object that gets a digest becomes a candidate,
-// is loaded once more at most, and unloaded. Objects with an identity of their own get a digest of their own, and
-// what they refer to is not looked at.
+// Feeds values to a hash, so that equal values give equal bytes, and enters a digest for every object that
+// they lead to: children first, a reference counts as the digest of its object. A reference into an object
+// that is still being digested counts as a fixed value, so that cycles end. Every object that gets a digest
+// becomes a candidate, is loaded once more at most, and unloaded. Objects with an identity of their own get a
+// digest of their own, and what they refer to is not looked at.
 class CObjectDigestComputer : public CObjectTraverser
 {
 public:

@@ -11,10 +11,10 @@ namespace PDF
 // Enough of a strong hash that equal digests can be taken for equal contents.
 using TObjectDigest = std::array<unsigned char, 16>;
 
-// Brings values into a form whose bytes are equal exactly for equal values: dictionaries sorted by key, numbers by
-// value and kind, references by the number that stands for their object. Nothing behind a reference is looked at.
-// The key "Name" of fonts and XObjects, which repeats the name of a resource (ISO 32000-1, Tables 89, 95 and 111),
-// does not count.
+// Brings values into a form whose bytes are equal exactly for equal values: dictionaries sorted by key,
+// numbers by value and kind, references by the number that stands for their object. Nothing behind a
+// reference is looked at. The key "Name" of fonts and XObjects, which repeats the name of a resource (ISO
+// 32000-1, Tables 89, 95 and 111), does not count.
 class CObjectHasher : public CObjectTraverser
 {
 public:
@@ -27,8 +27,8 @@ public:
   // Appends a value; of an indirect object its value object, not the object itself.
   void AddValue(const CObjectPtr& value) { Visit(value); }
 
-  // Appends the dictionary of a stream without its length, and without what tells how its data are encoded unless
-  // bEncoded.
+  // Appends the dictionary of a stream without its length, and without what tells how its data are encoded
+  // unless bEncoded.
   void AddStreamDictionary(const CObjectPtr& dictionary, bool bEncoded);
   void AddBytes(std::span<const unsigned char> bytes) { m_bytes.Append(bytes); }
 
@@ -66,8 +66,8 @@ void CollectEntries(const CObjectPtr& dictionary, BSE::CBasicArray<int>& positio
     if (counts(dictionary.GetKey(i)))
       positions.Add(i);
   const std::span<int> entries = positions.GetSpan();
-  std::sort(entries.begin(), entries.end(), [&](int nA, int nB)
-            { return std::strcmp(dictionary.GetKey(nA), dictionary.GetKey(nB)) < 0; });
+  std::sort(entries.begin(), entries.end(),
+            [&](int nA, int nB) { return std::strcmp(dictionary.GetKey(nA), dictionary.GetKey(nB)) < 0; });
 }
 
 }  // namespace PDF

@@ -8,12 +8,38 @@ namespace PDF
 namespace
 {
 
-constexpr const char* g_types[] = {
-    "Page",       "Pages",       "Catalog",  "Template", "Annot",        "OCG",       "OCMD",
-    "StructElem", "StructTreeRoot", "MCR",   "OBJR",     "Sig",          "DocTimeStamp", "SigRef",
-    "Thread",     "Bead",        "Outlines", "Filespec", "F",            "3D",        "3DRef",
-    "3DNode",     "Rendition",   "MediaClip", "RichMediaContent", "RichMediaConfiguration",
-    "RichMediaInstance", "SpiderContentSet", "Collection", "CollectionItem", "CollectionSubitem", "Namespace"};
+constexpr const char* g_types[] = {"Page",
+                                   "Pages",
+                                   "Catalog",
+                                   "Template",
+                                   "Annot",
+                                   "OCG",
+                                   "OCMD",
+                                   "StructElem",
+                                   "StructTreeRoot",
+                                   "MCR",
+                                   "OBJR",
+                                   "Sig",
+                                   "DocTimeStamp",
+                                   "SigRef",
+                                   "Thread",
+                                   "Bead",
+                                   "Outlines",
+                                   "Filespec",
+                                   "F",
+                                   "3D",
+                                   "3DRef",
+                                   "3DNode",
+                                   "Rendition",
+                                   "MediaClip",
+                                   "RichMediaContent",
+                                   "RichMediaConfiguration",
+                                   "RichMediaInstance",
+                                   "SpiderContentSet",
+                                   "Collection",
+                                   "CollectionItem",
+                                   "CollectionSubitem",
+                                   "Namespace"};
 
 constexpr const char* g_fits[] = {"XYZ", "Fit", "FitH", "FitV", "FitR", "FitB", "FitBH", "FitBV"};
 
@@ -43,8 +69,8 @@ bool IsDestination(const CObjectPtr& array)
 // Keys that link an object to others of its kind, name its place, or make it what it is.
 bool IsLinkKey(const char* szKey)
 {
-  return IsOneOf(szKey, {"Parent", "P", "Prev", "Kids", "First", "Last", "FT", "Fields", "ByteRange", "Names", "Nums",
-                         "Limits", "StructParent", "StructParents", "TransformMethod"});
+  return IsOneOf(szKey, {"Parent", "P", "Prev", "Kids", "First", "Last", "FT", "Fields", "ByteRange", "Names",
+                         "Nums", "Limits", "StructParent", "StructParents", "TransformMethod"});
 }
 
 }  // namespace

@@ -6,9 +6,10 @@
 namespace PDF
 {
 
-// Compares objects of an input in depth. References to candidates of the object table are equal if they have one
-// canonical object: what candidates refer to is decided before them. Other objects are compared themselves, as far as
-// BSE::g_nMaxGraphDepth; objects that lead back to one that is under comparison are not equal.
+// Compares objects of an input in depth. References to candidates of the object table are equal if they have
+// one canonical object: what candidates refer to is decided before them. Other objects are compared
+// themselves, as far as BSE::g_nMaxGraphDepth; objects that lead back to one that is under comparison are not
+// equal.
 class CObjectComparer
 {
 public:
@@ -19,7 +20,8 @@ public:
   }
 
   // Null equals null. The key "Name" of optional content groups, fonts and XObjects does not count; reals are
-  // equal if they differ by less than a part in 10,000 of their sum. Streams are equal if their decoded data are.
+  // equal if they differ by less than a part in 10,000 of their sum. Streams are equal if their decoded data
+  // are.
   bool Equal(const CObjectPtr& a, const CObjectPtr& b);
 
 private:

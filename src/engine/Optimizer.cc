@@ -1,6 +1,5 @@
 #include "engine/Optimizer.h"
 
-#include "base/Tracer.h"
 #include "engine/StreamRecompressor.h"
 #include "pdf/linearize/Linearizer.h"
 
@@ -41,7 +40,10 @@ CConformance WithoutStructure(CConformance conformance)
 class CDeflaterScope
 {
 public:
-  CDeflaterScope(CFile& file, IStreamDeflater& deflater) : m_file(file) { m_file.SetStreamDeflater(&deflater); }
+  CDeflaterScope(CFile& file, IStreamDeflater& deflater) : m_file(file)
+  {
+    m_file.SetStreamDeflater(&deflater);
+  }
   CDeflaterScope(const CDeflaterScope&) = delete;
   CDeflaterScope& operator=(const CDeflaterScope&) = delete;
   ~CDeflaterScope() { m_file.SetStreamDeflater(nullptr); }
@@ -140,6 +142,7 @@ bool COptimizer::RunSave(BSE::IByteStream* pStream, const TEncryption& encryptio
   m_bLinearize = m_options.m_bLinearize;
   m_bAutoLinearize = m_options.m_bAutoLinearize;
   m_pLinearizer = GetLinearizer();
+  m_annotArrays.RemoveAll();
   return CopyDocument(pStream, encryption);
 }
 
@@ -251,17 +254,13 @@ bool COptimizer::WritesJPEG2000() const
                                                  m_options.m_nMrcPictCompression == eCompressionJPEG2000);
 }
 
-bool COptimizer::CopyPage(int nPage)
-{
-  if (BSE::CTracer::IsOn())
-    BSE::CTracer::Trace("D", "PDF Optimizer", "Page: %d", nPage);
-  return CopyPageObject(nPage);
-}
-
 bool COptimizer::CopyMetadata()
 {
   if ((m_options.m_nStrip & eStripMetadata) == 0)
+  {
+    m_output.AddHistoryEvent("optimized", nullptr);
     return CopyDocumentMetadata();
+  }
   const CObjectPtr info = CopyInfo(g_writerKeys);
   if (!info)
     return false;

@@ -59,7 +59,16 @@ public:
   // A duplicate is replaced by the object that stands for it.
   CObjectPtr VisitIndirect(const CObjectPtr& object) override;
 
+  // What the strip flags keep. Inside the form, signed signature fields and "SigFlags" go.
+  CObjectPtr VisitDictionary(const CObjectPtr& object) override;
+  CObjectPtr VisitArray(const CObjectPtr& object) override;
+
+  // Annotations are chosen one by one; of a signature that cannot hold for the copy the widget is reported
+  // and goes.
   bool CopyPage(int nPage) override;
+
+  // A form of nothing but signed signature fields is reported and left out, unless it has an XFA part.
+  bool CopyCatalog() override;
 
   // With eStripMetadata only the information dictionary, without the keys that describe the last writer.
   bool CopyMetadata() override;
@@ -73,12 +82,22 @@ private:
   bool HasColorConversionLostClaim(TColorModel nModel) const;
   bool WritesJPEG2000() const;
   void AbandonOutput();
+  void CopyPageEntries(const CPage& source, const CObjectPtr& target);
+  CObjectPtr CopyAnnots(const CObjectPtr& annots);
+  CObjectPtr CopyAnnotations(const CObjectPtr& annots);
+  CObjectPtr CopyCatalogEntry(const char* szKey, const CObjectPtr& value);
+  CObjectPtr CopyForm(const CObjectPtr& form);
+  template <class T>
+  CObjectPtr CopyWith(T& copier, const char* szKey, const CObjectPtr& value);
 
   TOptimizerOptions m_options;
   CRedundantObjectOptimizer m_redundant;
   CEqualObjectMerger m_equal;
   bool m_bAnalyzed = false;
   bool m_bConformanceLost = false;
+  bool m_bFilterSignedFields = false;  // inside the form
+  bool m_bInFieldsArray = false;       // the next array is the form's list of fields
+  CNumberSet m_annotArrays;            // met during this save
 };
 
 }  // namespace PDF

@@ -17,7 +17,8 @@ namespace
 class CMerger
 {
 public:
-  CMerger(CFile& file, std::span<TObjectTableEntry> table, std::span<const int> order, CStreamDigester& streams)
+  CMerger(CFile& file, std::span<TObjectTableEntry> table, std::span<const int> order,
+          CStreamDigester& streams)
       : m_file(file), m_table(table), m_order(order), m_comparer(table, streams)
   {
   }
@@ -219,7 +220,8 @@ void CRedundantObjectOptimizer::VisitResources(const CObjectPtr& resources)
   VisitSection(resources, "ExtGState", eResourceExtGState);
 }
 
-void CRedundantObjectOptimizer::VisitSection(const CObjectPtr& resources, const char* szSection, unsigned nKinds)
+void CRedundantObjectOptimizer::VisitSection(const CObjectPtr& resources, const char* szSection,
+                                             unsigned nKinds)
 {
   const CObjectPtr section = resources[szSection];
   if (!section.IsDictionary())
@@ -250,8 +252,8 @@ void CRedundantObjectOptimizer::VisitXObjects(const CObjectPtr& xobjects)
   }
 }
 
-// The list is worked off by a loop: forms in forms need no stack. An owner is entered once, so that direct resources
-// are.
+// The list is worked off by a loop: forms in forms need no stack. An owner is entered once, so that direct
+// resources are.
 void CRedundantObjectOptimizer::VisitInner(const CObjectPtr& owner)
 {
   if (owner.GetObjNumber() > 0 && !m_seen.Add(owner.GetObjNumber()))

@@ -21,10 +21,10 @@ enum TResourceKind : unsigned
   eResourceAll = 0x7F
 };
 
-// Finds objects of an input that are equal in value among those that resources lead to, and tells for each one which
-// object stands for it. Nothing in the input changes. Candidates are digested first; only those with equal digests are
-// compared in depth, a candidate with the first few of each digest that differ. Time is linear in the bytes of the
-// candidates, and objects are unloaded after use.
+// Finds objects of an input that are equal in value among those that resources lead to, and tells for each
+// one which object stands for it. Nothing in the input changes. Candidates are digested first; only those
+// with equal digests are compared in depth, a candidate with the first few of each digest that differ. Time
+// is linear in the bytes of the candidates, and objects are unloaded after use.
 class CRedundantObjectOptimizer
 {
 public:
@@ -42,8 +42,8 @@ public:
   // The number of the object that stands for this one, itself for most.
   int GetCanonical(int nNumber) const;
 
-  // A copy of a value with every reference replaced by its canonical object; scalars and references that stay are
-  // shared. Containers are followed, objects behind references are not.
+  // A copy of a value with every reference replaced by its canonical object; scalars and references that stay
+  // are shared. Containers are followed, objects behind references are not.
   CObjectPtr ResolveCanonical(const CObjectPtr& value) const;
 
   // Grows the table; new entries are no candidates.

@@ -80,9 +80,8 @@ CStreamDecoder::TResult CStreamDecoder::DecodeChain(CObject& stream, int nFilter
   {
     const CObjectPtr name = GetFilterName(&stream, i);
     bool bKnown = false;
-    for (const char* szKnown :
-         {"FlateDecode", "Fl", "LZWDecode", "LZW", "ASCII85Decode", "A85", "ASCIIHexDecode", "AHx",
-          "RunLengthDecode", "RL"})
+    for (const char* szKnown : {"FlateDecode", "Fl", "LZWDecode", "LZW", "ASCII85Decode", "A85",
+                                "ASCIIHexDecode", "AHx", "RunLengthDecode", "RL"})
       bKnown |= name.IsName(szKnown);
     if (!bKnown)
       return TResult::Foreign;
@@ -96,7 +95,8 @@ CStreamDecoder::TResult CStreamDecoder::DecodeChain(CObject& stream, int nFilter
     if (m_bPredictor && !UndoPrediction())
       return TResult::Damaged;
     m_bPredictor = false;
-    const TResult nResult = DecodeFilter(GetFilterName(&stream, i).GetNameValue(), GetFilterParameters(&stream, i));
+    const TResult nResult =
+        DecodeFilter(GetFilterName(&stream, i).GetNameValue(), GetFilterParameters(&stream, i));
     if (nResult != TResult::Decoded)
       return nResult;
   }
@@ -153,8 +153,8 @@ CStreamDecoder::TResult CStreamDecoder::Inflate()
     std::size_t nRead = 0;
     std::size_t nWritten = 0;
     const libdeflate_result nResult =
-        libdeflate_zlib_decompress_ex(m_pDecompressor, encoded.data(), encoded.size(), m_next.GetRoom().data(),
-                                      m_next.GetCapacity(), &nRead, &nWritten);
+        libdeflate_zlib_decompress_ex(m_pDecompressor, encoded.data(), encoded.size(),
+                                      m_next.GetRoom().data(), m_next.GetCapacity(), &nRead, &nWritten);
     m_next.SetSize(nResult == LIBDEFLATE_SUCCESS ? nWritten : 0);
     if (nResult == LIBDEFLATE_SUCCESS)
       return TResult::Decoded;

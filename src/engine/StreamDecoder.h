@@ -9,8 +9,8 @@ struct libdeflate_decompressor;
 namespace PDF
 {
 
-// Decodes streams in memory, whole and without tolerance: what does not decode to its end without a fault, checksum
-// included, counts as damaged, however much of it a reader would show.
+// Decodes streams in memory, whole and without tolerance: what does not decode to its end without a fault,
+// checksum included, counts as damaged, however much of it a reader would show.
 class CStreamDecoder
 {
 public:
@@ -27,8 +27,8 @@ public:
   CStreamDecoder& operator=(const CStreamDecoder&) = delete;
   ~CStreamDecoder();
 
-  // The encoded bytes of an indirect stream object; false if they cannot be read or are too many. For a part that
-  // holds decoded data, those.
+  // The encoded bytes of an indirect stream object; false if they cannot be read or are too many. For a part
+  // that holds decoded data, those.
   bool Read(CObject& stream);
 
   // Reads and decodes. Reports of filters go nowhere.
@@ -38,8 +38,9 @@ public:
   std::span<const unsigned char> GetEncoded() const { return m_encoded.GetSpan(); }
   std::span<const unsigned char> GetData() const { return m_data.GetSpan(); }
 
-  // Whether the last filter has a predictor (Flate and LZW alone have one), its parameters, and the data in front
-  // of it. Where the rows leave room for doubt the data cannot be had without the predictor: HasData is false.
+  // Whether the last filter has a predictor (Flate and LZW alone have one), its parameters, and the data in
+  // front of it. Where the rows leave room for doubt the data cannot be had without the predictor: HasData is
+  // false.
   bool HasPredictor() const { return m_bPredictor; }
   bool HasData() const { return m_bData; }
   const BSE::CPredictionParameters& GetPrediction() const { return m_prediction; }

@@ -10,8 +10,9 @@ namespace PDF
 class CStreamDigester
 {
 public:
-  // With bDecode data count as they are behind their filters, where these can all be undone without a fault: streams
-  // that differ in their encoding alone get one digest then. Without it, and elsewhere, the encoded bytes count.
+  // With bDecode data count as they are behind their filters, where these can all be undone without a fault:
+  // streams that differ in their encoding alone get one digest then. Without it, and elsewhere, the encoded
+  // bytes count.
   explicit CStreamDigester(bool bDecode) : m_bDecode(bDecode) {}
 
   struct TResult
@@ -29,7 +30,7 @@ private:
   bool m_bDecode;
   CStreamDecoder m_decoder;
   CObjectHasher m_hasher;
-  CDigestTable m_known;                // encoded bytes with their filters to an index below
+  CDigestTable m_known;  // encoded bytes with their filters to an index below
   BSE::CBasicArray<TResult> m_results;
 };
 

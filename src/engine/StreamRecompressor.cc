@@ -69,8 +69,8 @@ bool IsBlank(unsigned char nByte)
   return nByte == ' ' || nByte == '\n' || nByte == '\r' || nByte == '\t';
 }
 
-// The blanks in front of the trailer of an XMP packet in UTF-8 (ISO 16684-1, 7.3.2), room for changes in place, but
-// for one. Empty if there is no such trailer, or no more than a blank.
+// The blanks in front of the trailer of an XMP packet in UTF-8 (ISO 16684-1, 7.3.2), room for changes in
+// place, but for one. Empty if there is no such trailer, or no more than a blank.
 std::span<const unsigned char> FindPadding(std::span<const unsigned char> packet)
 {
   constexpr std::string_view szTrailer = "<?xpacket end=";
@@ -87,7 +87,8 @@ std::span<const unsigned char> FindPadding(std::span<const unsigned char> packet
 
 }  // namespace
 
-void CStreamRecompressor::Deflate(std::span<const unsigned char> data, BSE::CBasicArray<unsigned char>& encoded)
+void CStreamRecompressor::Deflate(std::span<const unsigned char> data,
+                                  BSE::CBasicArray<unsigned char>& encoded)
 {
   if (m_deflater.Deflate(data, m_deflater.GetBound(data.size()) + 1, m_candidate))
     encoded.Append(m_candidate.GetSpan());
@@ -103,7 +104,8 @@ void CStreamRecompressor::Recompress(CIndirectObject& object)
     return TrimMetadata(object);
   const bool bEncoded = static_cast<CStreamPart*>(object.GetStreamObject().Get())->IsEncoded();
   const std::size_t nFilters = MeasureFilters(object);
-  // Data that the writer would encode count as they will be then, by the plain encoder: never better than here.
+  // Data that the writer would encode count as they will be then, by the plain encoder: never better than
+  // here.
   const bool bMustEncode = !bEncoded && nFilters > 0;
   m_nBestCost = bMustEncode ? SIZE_MAX : nFilters + m_decoder.GetEncoded().size();
   m_bFound = false;
@@ -140,7 +142,8 @@ void CStreamRecompressor::Try(std::span<const unsigned char> data, bool bPredict
     nCost += std::strlen("/DecodeParms") + Measure(CreateParameters(m_decoder.GetPrediction()));
   if (m_nBestCost <= nCost)
     return;
-  if (!m_deflater.Deflate(data, std::min(m_nBestCost - nCost, m_deflater.GetBound(data.size()) + 1), m_candidate))
+  if (!m_deflater.Deflate(data, std::min(m_nBestCost - nCost, m_deflater.GetBound(data.size()) + 1),
+                          m_candidate))
     return;
   m_nBestCost = nCost + m_candidate.GetSize();
   m_bBestPredicted = bPredicted;

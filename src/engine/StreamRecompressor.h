@@ -7,10 +7,11 @@
 namespace PDF
 {
 
-// Encodes the streams of an output anew where that makes them smaller: as they stand, deflated with the predictor that
-// they have, or without it, whichever is smallest. Streams with an image codec or an unknown filter, with data outside
-// the file, too large ones, and damaged ones stay byte for byte as they are. Metadata that is not compressed stays
-// readable, and loses only the blanks that leave room for changes. Holds a few streams in memory, one at a time.
+// Encodes the streams of an output anew where that makes them smaller: as they stand, deflated with the
+// predictor that they have, or without it, whichever is smallest. Streams with an image codec or an unknown
+// filter, with data outside the file, too large ones, and damaged ones stay byte for byte as they are.
+// Metadata that is not compressed stays readable, and loses only the blanks that leave room for changes.
+// Holds a few streams in memory, one at a time.
 class CStreamRecompressor : public IStreamDeflater
 {
 public:

@@ -166,6 +166,8 @@ public:
   // size comes first elsewhere too, in the layout of objects and the length of object streams.
   void SetStreamDeflater(IStreamDeflater* pDeflater) { m_pDeflater = pDeflater; }
 
+  IStreamDeflater* GetStreamDeflater() const { return m_pDeflater; }
+
   // Bytes through the deflater, or the plain encoder; null on failure.
   BSE::CObjectPtr<BSE::CMemoryStream> Deflate(std::span<const unsigned char> data);
 

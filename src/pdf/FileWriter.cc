@@ -417,7 +417,8 @@ BSE::CObjectPtr<BSE::CMemoryStream> CFile::Deflate(std::span<const unsigned char
   CObjectPtr parameters;
   const BSE::CObjectPtr<BSE::IByteStream> pFilter =
       CreateEncodeFilter(pEncoded.Get(), "FlateDecode", nullptr, parameters);
-  const bool bDone = pFilter && pFilter->WriteAll(data.data(), std::ssize(data)) && CloseEncodeChain(pFilter.Get());
+  const bool bDone =
+      pFilter && pFilter->WriteAll(data.data(), std::ssize(data)) && CloseEncodeChain(pFilter.Get());
   return bDone ? pEncoded : nullptr;
 }
 

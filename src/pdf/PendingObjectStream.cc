@@ -15,8 +15,8 @@ namespace
 // Rendered members beyond this length complete a stream.
 constexpr std::int64_t g_nFullLength = 15000;
 
-// The same with a deflater, for which size counts more: every stream starts without anything to refer back to.
-constexpr std::int64_t g_nFullDeflaterLength = 100000;
+// The same where size goes first: forms and structure trees repeat themselves over longer stretches.
+constexpr std::int64_t g_nFullLengthForSize = 250000;
 
 // What a member would cost as an object of its own (its frame), and the frame of the stream itself.
 constexpr std::int64_t g_nMemberFrame = 20;
@@ -71,7 +71,7 @@ bool CPendingObjectStream::Add(CIndirectObject& object)
 
 bool CPendingObjectStream::IsFull()
 {
-  return m_generator.Tell() > (m_file.m_pDeflater ? g_nFullDeflaterLength : g_nFullLength);
+  return m_generator.Tell() > (m_file.GetStreamDeflater() ? g_nFullLengthForSize : g_nFullLength);
 }
 
 BSE::CObjectPtr<BSE::CMemoryStream> CPendingObjectStream::Compress(int& nFirst, std::int64_t& nPlainLength)
