@@ -11,12 +11,8 @@ namespace PDF
 class CDeflater
 {
 public:
-  // 1 (fast) to 9 (small).
-  explicit CDeflater(int nEffort) : m_nEffort(nEffort) {}
-  CDeflater(const CDeflater&) = delete;
-  CDeflater& operator=(const CDeflater&) = delete;
-  ~CDeflater();
-
+  // 1 (fast) to 9 (small). Throws when memory is exhausted.
+  explicit CDeflater(int nEffort);
   // False if the result would not be shorter than nLimit bytes; the buffer is empty then.
   bool Deflate(std::span<const unsigned char> data, std::size_t nLimit, CByteBuffer& encoded);
 
@@ -24,10 +20,28 @@ public:
   std::size_t GetBound(std::size_t nBytes);
 
 private:
-  libdeflate_compressor* GetCompressor();
+  class CCompressor
+  {
+  public:
+    CCompressor() = default;
+    CCompressor(const CCompressor&) = delete;
+    CCompressor& operator=(const CCompressor&) = delete;
+    ~CCompressor();
 
-  int m_nEffort;
-  libdeflate_compressor* m_pCompressor = nullptr;
+    // A level of the library behind it; once.
+    void Create(int nLevel);
+    libdeflate_compressor* Get() const { return m_p; }
+
+  private:
+    libdeflate_compressor* m_p = nullptr;
+  };
+
+  bool Run(libdeflate_compressor* pCompressor, std::span<const unsigned char> data, std::size_t nLimit,
+           CByteBuffer& encoded);
+
+  CCompressor m_compressor;
+  CCompressor m_second;  // empty for the efforts without a second try
+  CByteBuffer m_other;
 };
 
 }  // namespace PDF

@@ -225,7 +225,7 @@ bool CFile::PrepareToWrite()
   if (!m_pGenerator)
   {
     m_pWriter = new BSE::CBufferedOutputStream(m_pOutput.Get(), g_nWriteBufferSize);
-    m_pGenerator.Reset(new CGenerator(m_pWriter.Get()));
+    m_pGenerator.Reset(new CGenerator(m_pWriter.Get(), m_pDeflater ? eLayoutDense : eLayoutLines));
   }
   return m_bHeaderWritten || WriteHeader();
 }
@@ -380,6 +380,9 @@ bool CFile::WriteDirect(CIndirectObject& object)
   CSecurityHandler* pSecurity = m_pSecurity.Get();
   if (pSecurity && (&object == m_encrypt.Get() || pSecurity->IsExempt(object)))
     pSecurity = nullptr;
+  // In front of everything that is written for the object: to read its filters may write others.
+  if (m_pDeflater && object.IsStream())
+    m_pDeflater->Recompress(object);
   const int nObjNumber = object.GetObjNumber();
   const int nGenNumber = std::max(object.GetGenNumber(), 0);
   const std::int64_t nOffset = m_pWriter->Tell() - m_nHeaderOffset;
@@ -422,8 +425,6 @@ BSE::CObjectPtr<BSE::CMemoryStream> CFile::Deflate(std::span<const unsigned char
 // Encoded bytes pass through as they are; decoded ones are encoded first, so that the length stands in front.
 bool CFile::WriteStreamData(CIndirectObject& object, CSecurityHandler* pSecurity)
 {
-  if (m_pDeflater)
-    m_pDeflater->Recompress(object);
   const auto* pPart = static_cast<CStreamPart*>(object.GetStreamObject().Get());
   if (!pPart->IsEncoded() && GetFilterCount(&object) > 0 && !object.Encode())
     return false;

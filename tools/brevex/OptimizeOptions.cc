@@ -42,6 +42,10 @@ void ApplyOptions(TBrevexHandle* pHandle, const TOptimizeOptions& options)
     BrevexSetMergeEqualObjects(pHandle, 1);
     BrevexSetRecompressStreams(pHandle, 1);
   }
+  if (options.nProfile == BREVEX_PROFILE_MAX)
+  {
+    BrevexSetEffort(pHandle, 9);
+  }
   for (const auto& setting : options.settings)
   {
     setting(pHandle);
