@@ -98,7 +98,7 @@ private:
   TCrypt m_stream;
   TCrypt m_string;
   TByteArray m_key;
-  TByteArray m_password;  // that opened the file, in the encoding that did
+  TByteArray m_password;     // that opened the file, in the encoding that did
   int m_nEncryptNumber = 0;  // of the Encrypt dictionary, 0 for a direct one
 };
 

@@ -38,6 +38,12 @@ TEST(CommandFlags, WrongUse)
       {"--progress", "maybe", "large.pdf", "out.pdf"},
       {"--in-place", "--output-dir", "sub", "large.pdf"},
       {"--password-file", "absent.txt", "large.pdf", "out.pdf"},
+      {"--encryption", "aes-512", "--user-password", "u", "large.pdf", "out.pdf"},
+      {"--encryption", "aes-256", "large.pdf", "out.pdf"},
+      {"--user-password", "", "large.pdf", "out.pdf"},
+      {"--user-password", "u", "--permissions", "print", "large.pdf", "out.pdf"},
+      {"--owner-password", "o", "--permissions", "fly", "large.pdf", "out.pdf"},
+      {"--owner-password", "o", "--decrypt", "large.pdf", "out.pdf"},
       {"--json", "large.pdf", "-"},
       {"--in-place", "-"},
       {"large.pdf", "sub"},
@@ -117,7 +123,8 @@ TEST(CommandFlags, EverySetterHasAFlag)
   const CCommandFolder folder;
   const std::string sHelp = folder.Run({"optimize", "--help"}).sOut;
   const std::string sHeader = Support::ReadFile("include/brevex/brevex.h");
-  const std::set<std::string> otherwise = {"Profile", "VersionA", "VersionW", "InfoEntryA", "InfoEntryW"};
+  const std::set<std::string> otherwise = {"Profile",    "VersionA",   "VersionW",
+                                           "InfoEntryA", "InfoEntryW", "OutputCipher"};
   const std::regex setter("BrevexSet([A-Za-z0-9]+)\\(TBrevexHandle");
   int nFound = 0;
   for (std::sregex_iterator it(sHeader.begin(), sHeader.end(), setter); it != std::sregex_iterator(); ++it)

@@ -26,8 +26,8 @@ struct TEncryptionOptions
   std::optional<unsigned> nPermissions;  // flags of TBrevexPermission
 };
 
-// Flags for a password: --NAME, --NAME-file, and a variable of the environment that stands for both. The value
-// goes into the text when CPasswordFlags::Finish is called.
+// Flags for a password: --NAME, --NAME-file, and a variable of the environment that stands for both. The
+// value goes into the text when CPasswordFlags::Finish is called.
 class CPasswordFlags
 {
 public:
