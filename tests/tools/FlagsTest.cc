@@ -160,7 +160,8 @@ TEST(CommandFlags, EveryFlagIsAccepted)
                                                                         : "50"});
     }
   }
-  arguments.insert(arguments.end(), {"--threshold", "-1", "--color-threshold=-1", "large.pdf", "out.pdf"});
+  arguments.insert(arguments.end(), {"--threshold", "-1", "--color-threshold=-1", "--owner-password", "o",
+                                     "large.pdf", "out.pdf"});
   const TProcessResult result = folder.Run(arguments);
   EXPECT_EQ(result.nExitCode, 0) << result.sErr;
 }
