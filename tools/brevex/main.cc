@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "CommandLine.h"
-#include "Handle.h"
 #include "EncryptionFlags.h"
+#include "Handle.h"
 #include "InfoCommand.h"
 #include "Interruption.h"
 #include "OptimizeCommand.h"
