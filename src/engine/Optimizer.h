@@ -2,7 +2,9 @@
 
 #include "document/DocumentCopier.h"
 #include "document/ObjectCopier.h"
+#include "engine/EqualObjectMerger.h"
 #include "engine/OptimizerOptions.h"
+#include "engine/RedundantObjectOptimizer.h"
 
 namespace PDF
 {
@@ -54,6 +56,9 @@ public:
   // Back to the state before the analysis: nothing known, no claim lost, no conformance for the output.
   void ResetState();
 
+  // A duplicate is replaced by the object that stands for it.
+  CObjectPtr VisitIndirect(const CObjectPtr& object) override;
+
   // What the strip flags keep. Inside the form, signed signature fields and "SigFlags" go.
   CObjectPtr VisitDictionary(const CObjectPtr& object) override;
   CObjectPtr VisitArray(const CObjectPtr& object) override;
@@ -70,6 +75,8 @@ public:
 
 private:
   bool RunSave(BSE::IByteStream* pStream, const TEncryption& encryption);
+  bool CopyDocument(BSE::IByteStream* pStream, const TEncryption& encryption);
+  void FindDuplicates();
   void DecideConformance();
   bool IsClaimLost(CConformance conformance);
   bool HasColorConversionLostClaim(TColorModel nModel) const;
@@ -84,6 +91,8 @@ private:
   CObjectPtr CopyWith(T& copier, const char* szKey, const CObjectPtr& value);
 
   TOptimizerOptions m_options;
+  CRedundantObjectOptimizer m_redundant;
+  CEqualObjectMerger m_equal;
   bool m_bAnalyzed = false;
   bool m_bConformanceLost = false;
   bool m_bFilterSignedFields = false;  // inside the form

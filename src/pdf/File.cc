@@ -32,7 +32,7 @@ constexpr unsigned g_nNoRoot = 0x8041010F;
 
 constexpr int g_nCachedObjectStreams = 10;
 
-// Loads inside loads: a stream's length through references, at most that many deep.
+// Loads inside loads: a stream's length through references, and references as values, at most that many deep.
 constexpr int g_nMaxLoadDepth = 64;
 
 }  // namespace
@@ -199,7 +199,9 @@ bool CFile::LoadObject(CIndirectObject& object)
     return true;
   }
   const BSE::CScopedValue depth(m_nLoadDepth, m_nLoadDepth + 1);
-  return entry.m_nType == eXRefCompressed ? LoadCompressed(object, entry) : LoadDirect(object);
+  const bool bLoaded = entry.m_nType == eXRefCompressed ? LoadCompressed(object, entry) : LoadDirect(object);
+  object.BreakCycle();
+  return bLoaded;
 }
 
 bool CFile::LoadDirect(CIndirectObject& object)

@@ -172,8 +172,9 @@ bool CStandardSecurityHandler::IsAlgorithmAllowed(const CCryptAlgorithm* pAlgori
   return pAlgorithm && (std::strcmp(pAlgorithm->GetCFM(), "AESV3") == 0) == (m_values.m_nV == 5);
 }
 
-BSE::CObjectPtr<CStandardSecurityHandler> CStandardSecurityHandler::Create(
-    const TEncryptionParameters& encryption, const CString& id1, BSE::IErrorContext* pErrorContext)
+BSE::CObjectPtr<CStandardSecurityHandler> CStandardSecurityHandler::Create(const TEncryption& encryption,
+                                                                           const CString& id1,
+                                                                           BSE::IErrorContext* pErrorContext)
 {
   BSE::CObjectPtr<CStandardSecurityHandler> pHandler(new CStandardSecurityHandler);
   TSecurityValues& values = pHandler->m_values;
@@ -195,7 +196,27 @@ BSE::CObjectPtr<CStandardSecurityHandler> CStandardSecurityHandler::Create(
   return pHandler;
 }
 
-bool CStandardSecurityHandler::ChooseVersion(const TEncryptionParameters& encryption)
+BSE::CObjectPtr<CStandardSecurityHandler> CStandardSecurityHandler::CreateAlike(
+    const CString& id1, BSE::IErrorContext* pErrorContext) const
+{
+  BSE::CObjectPtr<CStandardSecurityHandler> pHandler(new CStandardSecurityHandler);
+  pHandler->m_values = m_values;
+  pHandler->m_key = m_key;
+  const bool bSameId = std::ranges::equal(m_values.m_id1.GetSpan(), id1.GetSpan());
+  if (!IsValid() ||
+      (!bSameId && !MoveKey(pHandler->m_values, m_password.GetSpan(), id1.GetSpan(), pHandler->m_key)))
+  {
+    BSE::ReportError(pErrorContext, g_nInvalidEncryption);
+    return nullptr;
+  }
+  if (m_stream.m_pAlgorithm)
+    pHandler->m_stream.m_pAlgorithm = CCryptAlgorithm::Create(m_stream.m_pAlgorithm->GetCFM());
+  if (m_string.m_pAlgorithm)
+    pHandler->m_string.m_pAlgorithm = CCryptAlgorithm::Create(m_string.m_pAlgorithm->GetCFM());
+  return pHandler;
+}
+
+bool CStandardSecurityHandler::ChooseVersion(const TEncryption& encryption)
 {
   const int nBits = encryption.m_nKeyLength;
   const char* szStream = encryption.m_szStreamCrypt ? encryption.m_szStreamCrypt : encryption.m_szStringCrypt;
@@ -304,7 +325,10 @@ bool CStandardSecurityHandler::TryPassword(const CTextString& password)
   {
     TByteArray bytes;
     if (GetPasswordBytes(password, m_values.m_nR, form, bytes) && FindKey(m_values, bytes.GetSpan(), m_key))
+    {
+      m_password = std::move(bytes);
       return true;
+    }
   }
   return false;
 }

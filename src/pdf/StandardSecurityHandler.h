@@ -12,11 +12,11 @@ namespace PDF
 inline constexpr unsigned g_nInvalidEncryption = 0x8041011CU;
 
 // How a new file is to be encrypted.
-struct TEncryptionParameters
+struct TEncryption
 {
   CTextString m_userPassword;
   CTextString m_ownerPassword;  // empty: the user's
-  int m_nPermissions = -1;      // the bits of P
+  int m_nPermissions = -1;      // the bits of P; what the two highest numbers mean, a save decides
   int m_nKeyLength = 128;       // in bits: 40 to 128 in steps of 8, or 256
 
   // CFM of the crypt filters, or "Identity" for no encryption of that kind. With both null the file has no
@@ -39,9 +39,13 @@ public:
 
   // For a new file with that first part of its ID, ready for use. Null, reported, for parameters that do not
   // go together.
-  static BSE::CObjectPtr<CStandardSecurityHandler> Create(const TEncryptionParameters& encryption,
-                                                          const CString& id1,
+  static BSE::CObjectPtr<CStandardSecurityHandler> Create(const TEncryption& encryption, const CString& id1,
                                                           BSE::IErrorContext* pErrorContext);
+
+  // For a new file with that first part of its ID: the same ciphers, permissions and passwords. This one has
+  // been authenticated, otherwise null, reported.
+  BSE::CObjectPtr<CStandardSecurityHandler> CreateAlike(const CString& id1,
+                                                        BSE::IErrorContext* pErrorContext) const;
 
   bool IsValid() const override { return !m_key.IsEmpty(); }
   void Write(PDF::CObject& dictionary) override;
@@ -64,7 +68,7 @@ public:
   int GetKeyLength() const { return m_values.m_nKeyLength * 8; }
   bool IsMetadataEncrypted() const { return m_values.m_bEncryptMetadata; }
 
-  // As in TEncryptionParameters; null without crypt filters.
+  // As in TEncryption; null without crypt filters.
   const char* GetStreamCryptName() const { return GetCryptName(m_stream); }
   const char* GetStringCryptName() const { return GetCryptName(m_string); }
 
@@ -84,7 +88,7 @@ private:
   unsigned ReadVersion(const CObjectPtr& encrypt);
   bool ReadCryptFilter(const CObjectPtr& encrypt, const char* szKey, TCrypt& crypt) const;
   bool IsAlgorithmAllowed(const CCryptAlgorithm* pAlgorithm) const;
-  bool ChooseVersion(const TEncryptionParameters& encryption);
+  bool ChooseVersion(const TEncryption& encryption);
   bool ChooseAlgorithm(const char* szName, TCrypt& crypt) const;
   const char* GetCryptName(const TCrypt& crypt) const;
   CCryptAlgorithm* GetObjectCrypt(TCrypt& crypt, int nObjNumber, int nGenNumber);
@@ -94,6 +98,7 @@ private:
   TCrypt m_stream;
   TCrypt m_string;
   TByteArray m_key;
+  TByteArray m_password;     // that opened the file, in the encoding that did
   int m_nEncryptNumber = 0;  // of the Encrypt dictionary, 0 for a direct one
 };
 

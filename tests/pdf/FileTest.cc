@@ -339,6 +339,18 @@ TEST(File, ReferenceCyclesEnd)
   EXPECT_TRUE(opened.m_file.GetObject(6, 0)->IsStream());
 }
 
+TEST(File, LongChainsOfReferencesLoadWithoutRecursion)
+{
+  CTestDocument document = Simple();
+  constexpr int nLinks = 100000;
+  for (int i = 0; i < nLinks; ++i)
+    document.Add(std::to_string(5 + i) + " 0 R");
+  TOpened opened(document.Add("42").Finish());
+  ASSERT_TRUE(opened.m_bOpened);
+  EXPECT_FALSE(opened.m_file.GetObject(4, 0)->IsInteger());
+  EXPECT_EQ(opened.m_file.GetObject(4 + nLinks - 10, 0)->GetIntegerValue(), 42);
+}
+
 TEST(File, LongChainsUnloadWithoutRecursion)
 {
   CTestDocument document = Simple();

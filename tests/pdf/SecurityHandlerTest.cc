@@ -212,7 +212,7 @@ TEST(SecurityHandler, RefusesParametersThatDoNotFit)
   for (const TForm& form : cases)
   {
     BSE::CErrorHandler errors;
-    TEncryptionParameters encryption;
+    TEncryption encryption;
     encryption.m_nKeyLength = form.m_nKeyLength;
     encryption.m_szStreamCrypt = form.m_szStreamCrypt;
     encryption.m_szStringCrypt = form.m_szStringCrypt;
@@ -232,7 +232,7 @@ std::string MakeData(int nLength)
   return text;
 }
 
-std::string WriteEncrypted(const TEncryptionParameters& encryption, bool bObjectStreams)
+std::string WriteEncrypted(const TEncryption& encryption, bool bObjectStreams)
 {
   const BSE::CObjectPtr<BSE::CMemoryStream> pOutput(new BSE::CMemoryStream);
   CFile file(nullptr);
@@ -278,7 +278,7 @@ void ExpectReadable(const std::string& bytes, const CString& password, const TFo
 // A Crypt filter that is Identity keeps one stream plain, and a plain metadata stream is read as such.
 TEST(SecurityHandler, LeavesPlainStreamsAlone)
 {
-  TEncryptionParameters encryption;
+  TEncryption encryption;
   encryption.m_szStreamCrypt = "AESV2";
   encryption.m_bEncryptMetadata = false;
   const BSE::CObjectPtr<BSE::CMemoryStream> pOutput(new BSE::CMemoryStream);
@@ -334,7 +334,7 @@ TEST(SecurityHandler, WritesWhatItAndOthersRead)
       SCOPED_TRACE(std::to_string(form.m_nKeyLength) + " " +
                    (form.m_szStreamCrypt ? form.m_szStreamCrypt : "") + " " +
                    (form.m_szStringCrypt ? form.m_szStringCrypt : ""));
-      TEncryptionParameters encryption;
+      TEncryption encryption;
       encryption.m_userPassword = CTextString("user");
       encryption.m_ownerPassword = CTextString("owner");
       encryption.m_nPermissions = -1084;
@@ -381,7 +381,7 @@ TEST(SecurityHandler, TakesUnicodeAndLongPasswords)
   for (const auto& c : cases)
     for (const bool bNew : {false, true})
     {
-      TEncryptionParameters encryption;
+      TEncryption encryption;
       encryption.m_userPassword = CTextString(c.m_szWritten);
       encryption.m_nKeyLength = bNew ? 256 : 128;
       const auto pWriter = CStandardSecurityHandler::Create(encryption, CString(g_szId), nullptr);

@@ -1,8 +1,11 @@
 #include <clocale>
 #include <exception>
+#include <string>
+#include <vector>
 
 #include "CommandLine.h"
 #include "Handle.h"
+#include "EncryptionFlags.h"
 #include "InfoCommand.h"
 #include "Interruption.h"
 #include "OptimizeCommand.h"
@@ -15,7 +18,9 @@ Tool::TExitCode Run(int nArguments, char** arguments)
 {
   const Tool::CLibrary library;
   Tool::TExitCode exitCode = Tool::TExitCode::Internal;
-  const auto command = Tool::ParseCommandLine({arguments + 1, arguments + nArguments}, exitCode);
+  const std::vector<std::string> texts(arguments + 1, arguments + nArguments);
+  Tool::HidePasswords(nArguments, arguments);
+  const auto command = Tool::ParseCommandLine(texts, exitCode);
   if (!command)
   {
     return exitCode;
