@@ -186,6 +186,17 @@ enum TBrevexPermission
   BREVEX_PERMIT_ALL = 0xF3C
 };
 
+/* Ciphers of an encrypted output, for BrevexSetOutputCipher. */
+enum TBrevexCipher
+{
+  BREVEX_CIPHER_UNSPECIFIED = 0, /* what a save writes without a choice: RC4 with 128 bits, unless its
+                                    permissions are BREVEX_PERMISSIONS_AS_INPUT */
+  BREVEX_CIPHER_RC4_128 = 1,     /* broken; for readers that know nothing else. PDF 1.4 */
+  BREVEX_CIPHER_AES_128 = 2,     /* PDF 1.6 */
+  BREVEX_CIPHER_AES_256 = 3,     /* handler revision 6. PDF 2.0 */
+  BREVEX_CIPHER_AS_INPUT = 4     /* those of the input */
+};
+
 /* Status codes that callers meet most often. There are more; BrevexGetErrorMessageA gives their texts.
  * 1 to 32767 are errno values. Otherwise bit 31 marks an error, and bit 15 a warning where bit 31 is clear.
  */
@@ -292,8 +303,11 @@ BREVEX_API int BrevexGetPageCount(TBrevexHandle* pHandle);
 
 /* Optimizes the open document into a file, which is created (mode 0664 under the umask) or truncated. It must
  * not be the file that is open. After a failure the file stays as far as it was written. The file is
- * encrypted (128 bits) if a password is given or the permissions are not negative. The user password opens
- * the file, the owner password lifts the permissions. Permissions are of TBrevexPermission.
+ * encrypted (128 bits) if a password is given or the permissions are other than BREVEX_PERMISSIONS_PLAIN and
+ * BREVEX_PERMISSIONS_AS_INPUT. The user password opens the file, the owner password lifts the permissions.
+ * Permissions are of TBrevexPermission; BREVEX_PERMISSIONS_AS_INPUT takes permissions and ciphers from the
+ * input, but not its passwords, and leaves the output of a plain input plain. BrevexSetOutputCipher chooses
+ * better ciphers.
  * A document may be saved again; it is analysed only once, so options that are set after the first save may
  * remain without effect until the document is opened again. Failures: BREVEX_STATUS_INVALID_OPERATION without
  * an open document, an errno value or BREVEX_STATUS_CREATE_FAILED for the target, BREVEX_STATUS_WRITE_FAILED,
@@ -305,6 +319,16 @@ BREVEX_API int BrevexSaveAsA(TBrevexHandle* pHandle, const char* szFileName, con
 BREVEX_API int BrevexSaveAsW(TBrevexHandle* pHandle, const TBrevexChar* szFileName,
                              const TBrevexChar* szUserPassword, const TBrevexChar* szOwnerPassword,
                              int nPermissions);
+
+/* The ciphers that the following saves encrypt with, of TBrevexCipher; other values are ignored. An addition to
+ * what the save functions choose by themselves, which stays as it is without a call; it makes no save encrypt. The version of the output is raised to the one that knows the cipher. With
+ * BREVEX_CIPHER_AS_INPUT a save without passwords and with BREVEX_PERMISSIONS_AS_INPUT keeps the input's
+ * passwords too: the output opens with all that open the input, also where the document claims PDF/A; a save
+ * with passwords or permissions of its own takes the ciphers alone, and where the input is plain those of
+ * BREVEX_CIPHER_UNSPECIFIED. Default BREVEX_CIPHER_UNSPECIFIED; profiles leave it alone.
+ */
+BREVEX_API int BrevexGetOutputCipher(TBrevexHandle* pHandle);
+BREVEX_API void BrevexSetOutputCipher(TBrevexHandle* pHandle, int nCipher);
 
 /* Optimizes the open document into a stream of the caller. Otherwise as BrevexSaveAsA. */
 BREVEX_API int BrevexSaveAsStreamA(TBrevexHandle* pHandle, const TBrevexStreamDescriptor* pStream,
@@ -561,6 +585,26 @@ BREVEX_API void BrevexSetRemoveRedundantObjects(TBrevexHandle* pHandle, int bVal
 /* Whether pages lose resources that they do not use. Default false. */
 BREVEX_API int BrevexGetOptimizeResources(TBrevexHandle* pHandle);
 BREVEX_API void BrevexSetOptimizeResources(TBrevexHandle* pHandle, int bValue);
+
+/* An addition of this library, off in every profile: whether equal objects of every kind are merged, content streams,
+ * font programs, profiles and dictionaries among them, after those that RemoveRedundantObjects finds. Objects stay
+ * apart that a reader can tell from one another in spite of equal contents, such as pages, annotations, form fields,
+ * outline items, structure elements and layers. Read by the first save, or listing, of an open document. Default
+ * false.
+ */
+BREVEX_API int BrevexGetMergeEqualObjects(TBrevexHandle* pHandle);
+BREVEX_API void BrevexSetMergeEqualObjects(TBrevexHandle* pHandle, int bValue);
+
+/* An addition of this library, off in every profile: whether streams without an image codec are encoded anew with
+ * FlateDecode where that makes them smaller, with a predictor or without. Streams that are damaged stay as they are,
+ * and so does metadata that is not compressed. Default false.
+ */
+BREVEX_API int BrevexGetRecompressStreams(TBrevexHandle* pHandle);
+BREVEX_API void BrevexSetRecompressStreams(TBrevexHandle* pHandle, int bValue);
+
+/* How hard RecompressStreams tries, 1 (fast) to 9 (small); values outside are clamped. Default 6. */
+BREVEX_API int BrevexGetEffort(TBrevexHandle* pHandle);
+BREVEX_API void BrevexSetEffort(TBrevexHandle* pHandle, int nValue);
 
 /* Whether the output is linearized, for fast first display over a network. Default false. */
 BREVEX_API int BrevexGetLinearize(TBrevexHandle* pHandle);

@@ -1,4 +1,4 @@
-// Options of colour, mixed raster content, features, fonts and structure.
+// Options of colour, mixed raster content, features, fonts, structure and encryption.
 
 #include "api/OptionAccess.h"
 
@@ -208,6 +208,36 @@ void BrevexSetOptimizeResources(TBrevexHandle* pHandle, int bValue)
   SetFlag(pHandle, &TOptimizerOptions::m_bOptimizeResources, bValue);
 }
 
+int BrevexGetMergeEqualObjects(TBrevexHandle* pHandle)
+{
+  return GetFlag(pHandle, &TOptimizerOptions::m_bMergeEqualObjects);
+}
+
+void BrevexSetMergeEqualObjects(TBrevexHandle* pHandle, int bValue)
+{
+  SetFlag(pHandle, &TOptimizerOptions::m_bMergeEqualObjects, bValue);
+}
+
+int BrevexGetRecompressStreams(TBrevexHandle* pHandle)
+{
+  return GetFlag(pHandle, &TOptimizerOptions::m_bRecompressStreams);
+}
+
+void BrevexSetRecompressStreams(TBrevexHandle* pHandle, int bValue)
+{
+  SetFlag(pHandle, &TOptimizerOptions::m_bRecompressStreams, bValue);
+}
+
+int BrevexGetEffort(TBrevexHandle* pHandle)
+{
+  return GetNumber(pHandle, &TOptimizerOptions::m_nEffort);
+}
+
+void BrevexSetEffort(TBrevexHandle* pHandle, int nValue)
+{
+  Apply(pHandle, &TOptimizerOptions::SetEffort, nValue);
+}
+
 int BrevexGetLinearize(TBrevexHandle* pHandle)
 {
   return GetFlag(pHandle, &TOptimizerOptions::m_bLinearize);
@@ -226,6 +256,16 @@ int BrevexGetAutoLinearize(TBrevexHandle* pHandle)
 void BrevexSetAutoLinearize(TBrevexHandle* pHandle, int bValue)
 {
   SetFlag(pHandle, &TOptimizerOptions::m_bAutoLinearize, bValue);
+}
+
+int BrevexGetOutputCipher(TBrevexHandle* pHandle)
+{
+  return static_cast<int>(GetNumber(pHandle, &TOptimizerOptions::m_nOutputCipher));
+}
+
+void BrevexSetOutputCipher(TBrevexHandle* pHandle, int nCipher)
+{
+  Apply(pHandle, &TOptimizerOptions::SetOutputCipher, static_cast<unsigned>(nCipher));
 }
 
 int BrevexGetExtractImages(TBrevexHandle* pHandle)

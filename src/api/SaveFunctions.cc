@@ -15,10 +15,9 @@ class CEncryptionArguments
 {
 public:
   CEncryptionArguments(const TUnit* szUserPassword, const TUnit* szOwnerPassword, int nPermissions)
-      : m_userPassword(szUserPassword), m_ownerPassword(szOwnerPassword)
   {
-    m_encryption.m_pUserPassword = &m_userPassword;
-    m_encryption.m_pOwnerPassword = &m_ownerPassword;
+    m_encryption.m_userPassword = CTextString(szUserPassword);
+    m_encryption.m_ownerPassword = CTextString(szOwnerPassword);
     m_encryption.m_nPermissions = nPermissions;
   }
   CEncryptionArguments(const CEncryptionArguments&) = delete;
@@ -27,8 +26,6 @@ public:
   const PDF::TEncryption& Get() const { return m_encryption; }
 
 private:
-  CTextString m_userPassword;
-  CTextString m_ownerPassword;
   PDF::TEncryption m_encryption;
 };
 

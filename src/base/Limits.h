@@ -43,6 +43,10 @@ inline constexpr std::int64_t g_nMaxSharedRatio = 16;
 inline constexpr std::int64_t g_nFreeParsedSize = std::int64_t{256} << 20;
 inline constexpr std::int64_t g_nFreeCopiedSize = std::int64_t{64} << 20;
 
+// Encoded and decoded size up to which a stream is held in memory to be compared or encoded anew as a whole;
+// larger ones stay as they are.
+inline constexpr std::int64_t g_nMaxRecodedSize = std::int64_t{64} << 20;
+
 // Samples of one image.
 inline constexpr std::int64_t g_nMaxImagePixels = std::int64_t{1} << 31;
 

@@ -4,6 +4,7 @@
 #include "document/StructTreeCopier.h"
 #include "document/TreeCopier.h"
 #include "pdf/ArrayObject.h"
+#include "pdf/StandardSecurityHandler.h"
 
 namespace PDF
 {
@@ -11,7 +12,7 @@ namespace PDF
 namespace
 {
 
-constexpr unsigned g_nDefaultPermissions = 3900;
+constexpr int g_nDefaultPermissions = 3900;
 constexpr unsigned g_nCryptFilterVersion = 0x1600;
 
 // Groups of object streams: form fields and annotations stay apart from the rest.
@@ -25,9 +26,46 @@ bool IsOneOf(const char* szKey, std::initializer_list<const char*> keys)
   return false;
 }
 
-bool IsEmpty(const CString* pText)
+bool IsSubstitute(int nPermissions)
 {
-  return !pText || pText->IsEmpty();
+  return nPermissions == g_nPermissionsPlain || nPermissions == g_nPermissionsAsInput;
+}
+
+void TakeCiphers(const CStandardSecurityHandler* pInput, TEncryption& encryption)
+{
+  if (!pInput)
+    return;
+  encryption.m_nKeyLength = pInput->GetKeyLength();
+  encryption.m_szStreamCrypt = pInput->GetStreamCryptName();
+  encryption.m_szStringCrypt = pInput->GetStringCryptName();
+  encryption.m_bEncryptMetadata = pInput->IsMetadataEncrypted();
+}
+
+void TakeEncryption(const CStandardSecurityHandler* pInput, TEncryption& encryption)
+{
+  encryption.m_nPermissions = g_nPermissionsPlain;
+  if (!pInput)
+    return;
+  // The two lowest bits have no meaning, but set they would look like no permissions at all.
+  const int nPermissions = pInput->GetPermissions();
+  encryption.m_nPermissions = IsSubstitute(nPermissions) ? nPermissions & ~3 : nPermissions;
+  TakeCiphers(pInput, encryption);
+}
+
+// The file's version becomes one that knows them (ISO 32000-2, 7.6.2, Table 20 and 7.6.4.2, Table 21).
+void ChooseCiphers(unsigned nCipher, TEncryption& encryption, CFile& file)
+{
+  if (nCipher == eCipherUnspecified)
+    return;
+  encryption.m_nKeyLength = nCipher == eCipherAES256 ? 256 : 128;
+  encryption.m_szStreamCrypt = nCipher == eCipherAES256   ? "AESV3"
+                               : nCipher == eCipherAES128 ? "AESV2"
+                                                          : nullptr;
+  encryption.m_szStringCrypt = encryption.m_szStreamCrypt;
+  if (nCipher == eCipherAES256)
+    file.SetVersion(2, 0);
+  else
+    file.SetVersion(1, nCipher == eCipherAES128 ? 6 : 4);
 }
 
 }  // namespace
@@ -90,15 +128,16 @@ bool CDocumentCopierBase::BeginSave(BSE::IByteStream* pStream, TEncryption encry
 
 bool CDocumentCopierBase::SetUpOutput(BSE::IByteStream* pStream, TEncryption& encryption)
 {
-  if (!encryption.m_streamFilter.IsEmpty() || !encryption.m_stringFilter.IsEmpty())
+  if (encryption.m_szStreamCrypt || encryption.m_szStringCrypt)
     m_output.SetConformance(CConformance(g_nCryptFilterVersion));
-  if (encryption.m_nPermissions == -2 && !GetInputEncryption(encryption))
-    encryption.m_nPermissions = -1;
+  const bool bAsInput = encryption.m_nPermissions == g_nPermissionsAsInput;
+  if (bAsInput)
+    TakeEncryption(GetInputHandler(), encryption);
   const CString id = m_bKeepFileId ? m_input.GetFile().GetId1() : CString();
   const bool bLinearize = m_bLinearize || m_bAutoLinearize;
   if (!m_output.Create(pStream, id, !bLinearize, m_bUseObjectStreams))
     return false;
-  if (!SetUpEncryption(encryption))
+  if (!SetUpEncryption(encryption, bAsInput))
     return false;
   m_output.CreateTree();
   m_output.GetFile().SetLinearize(bLinearize, m_bAutoLinearize, m_pLinearizer);
@@ -106,36 +145,43 @@ bool CDocumentCopierBase::SetUpOutput(BSE::IByteStream* pStream, TEncryption& en
   return true;
 }
 
-bool CDocumentCopierBase::SetUpEncryption(TEncryption& encryption)
+bool CDocumentCopierBase::SetUpEncryption(TEncryption& encryption, bool bAsInput)
 {
-  const bool bAsked = encryption.m_nPermissions != -1 && encryption.m_nPermissions != -2;
-  if (!bAsked && IsEmpty(encryption.m_pUserPassword) && IsEmpty(encryption.m_pOwnerPassword))
+  const bool bPasswords = !encryption.m_userPassword.IsEmpty() || !encryption.m_ownerPassword.IsEmpty();
+  const CStandardSecurityHandler* pInput = GetInputHandler();
+  CFile& file = m_output.GetFile();
+  // An encrypted input cannot keep the promise of a claim that it makes, so that its copy breaks none.
+  if (bAsInput && !bPasswords && pInput && m_nOutputCipher == eCipherInput)
+    return InstallHandler(pInput->CreateAlike(file.GetId1(), m_pErrorContext).Get());
+  const bool bAsked = !IsSubstitute(encryption.m_nPermissions);
+  if (!bAsked && !bPasswords)
     return true;
   if (!bAsked)
-    encryption.m_nPermissions = static_cast<int>(g_nDefaultPermissions);
+    encryption.m_nPermissions = g_nDefaultPermissions;
   if (m_output.GetConformance().IsArchival())
   {
     BSE::ReportError(m_pErrorContext, g_nArchivalNotEncrypted);
     return false;
   }
-  const BSE::CObjectPtr<CSecurityHandler> pHandler = CreateEncryption(encryption);
+  if (m_nOutputCipher == eCipherInput)
+    TakeCiphers(pInput, encryption);
+  else
+    ChooseCiphers(m_nOutputCipher, encryption, file);
+  return InstallHandler(CStandardSecurityHandler::Create(encryption, file.GetId1(), m_pErrorContext).Get());
+}
+
+// Null is a failure that was reported.
+bool CDocumentCopierBase::InstallHandler(CSecurityHandler* pHandler)
+{
   if (!pHandler)
-  {
-    BSE::ReportError(m_pErrorContext, g_nInvalidEncryption);
     return false;
-  }
-  m_output.GetFile().SetSecurityHandler(pHandler.Get());
+  m_output.GetFile().SetSecurityHandler(pHandler);
   return true;
 }
 
-BSE::CObjectPtr<CSecurityHandler> CDocumentCopierBase::CreateEncryption(const TEncryption&)
+const CStandardSecurityHandler* CDocumentCopierBase::GetInputHandler()
 {
-  return nullptr;
-}
-
-bool CDocumentCopierBase::GetInputEncryption(TEncryption&)
-{
-  return false;
+  return dynamic_cast<const CStandardSecurityHandler*>(m_input.GetFile().GetSecurityHandler());
 }
 
 bool CDocumentCopierBase::CopyPageObject(int nPage)

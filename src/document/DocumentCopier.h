@@ -3,23 +3,18 @@
 #include "base/BasicMap.h"
 #include "document/Document.h"
 #include "document/ObjectCopier.h"
+#include "document/OutputCipher.h"
+#include "pdf/StandardSecurityHandler.h"
 
 namespace PDF
 {
 
-inline constexpr unsigned g_nInvalidEncryption = 0x8041011CU;
 inline constexpr unsigned g_nArchivalNotEncrypted = 0x0341860DU;
 
-// How a saved file is to be encrypted.
-struct TEncryption
-{
-  const CString* m_pUserPassword = nullptr;  // null and empty are the same
-  const CString* m_pOwnerPassword = nullptr;
-  int m_nPermissions = -1;  // -1: none asked for; -2: those of the input
-  int m_nKeyLength = 128;   // bits
-  CName m_streamFilter;     // crypt filter names "V2", "AESV2", "AESV3", or empty
-  CName m_stringFilter;
-};
+// Permissions of a save that stand for something else: none asked for, so that a file without passwords stays
+// plain; and those of the input with its key length and crypt filters.
+inline constexpr int g_nPermissionsPlain = -1;
+inline constexpr int g_nPermissionsAsInput = -2;
 
 // The part of a document copier that does not depend on how objects are copied: the two documents, the steps
 // of a save, and the copies of metadata, pages and catalogue through a visitor. Page numbers are 1-based.
@@ -45,12 +40,6 @@ protected:
   CDocumentCopierBase(BSE::IErrorContext* pErrorContext, CObjectTraverser& visitor, CCopyBase& copier);
   virtual ~CDocumentCopierBase();
 
-  // The security handler for a file that is written, null for parameters that do not go together.
-  virtual BSE::CObjectPtr<CSecurityHandler> CreateEncryption(const TEncryption& encryption);
-
-  // Fills in the permissions, key length and filters that the input is encrypted with; false if it is not.
-  virtual bool GetInputEncryption(TEncryption& encryption);
-
   // Closes both documents and opens the input. The output starts with the input's version and conformance.
   bool OpenInput(BSE::IByteStream* pStream, const CString* pPassword);
   bool CloseDocuments();
@@ -62,7 +51,9 @@ protected:
   // Binds the files that the copier works between, unless that is done.
   void BindFiles();
 
-  // Metadata stream and information dictionary, with the set entries in it.
+  // Metadata stream and information dictionary, with the set entries in both and in step with one another.
+  // The packet claims the output's conformance. A packet that cannot be read is reported and replaced by one
+  // made from the dictionary.
   bool CopyDocumentMetadata();
 
   // The information dictionary alone, new in the output. Keys of the list, ended by null, are left out; the
@@ -92,10 +83,6 @@ protected:
   CObjectPtr CopyStructTree(const CObjectPtr& root);
   CObjectPtr CopyThreads(const CObjectPtr& threads);
 
-  // Without a producer and without a date of change, what is written in their place, unless the document is
-  // archival: those must agree with metadata that is carried across as it is.
-  void CompleteInfo(CObject& info);
-
   CDocument m_input;
   CDocument m_output;
   BSE::CStr16 m_producer;
@@ -106,11 +93,14 @@ protected:
   bool m_bAutoLinearize = false;
   bool m_bKeepFileId = false;
   bool m_bUseObjectStreams = true;
+  unsigned m_nOutputCipher = eCipherUnspecified;
   ILinearizer* m_pLinearizer = nullptr;
 
 private:
-  bool SetUpEncryption(TEncryption& encryption);
   bool SetUpOutput(BSE::IByteStream* pStream, TEncryption& encryption);
+  bool SetUpEncryption(TEncryption& encryption, bool bAsInput);
+  bool InstallHandler(CSecurityHandler* pHandler);
+  const CStandardSecurityHandler* GetInputHandler();
 
   CObjectTraverser& m_visitor;
   CCopyBase& m_copier;

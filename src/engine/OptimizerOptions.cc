@@ -157,6 +157,7 @@ const char* ReadNumber(const char* szText, unsigned& nValue)
 void TOptimizerOptions::SetProfile(unsigned nProfile)
 {
   TOptimizerOptions reset;
+  reset.m_nOutputCipher = m_nOutputCipher;
   reset.m_bExtractImages = m_bExtractImages;
   reset.m_bExtractFonts = m_bExtractFonts;
   reset.m_nFallbackCompression = m_nFallbackCompression;
@@ -282,6 +283,12 @@ bool TOptimizerOptions::SetVersion(const char* szVersion)
   m_nVersionMajor = nMajor;
   m_nVersionMinor = nMinor;
   return true;
+}
+
+void TOptimizerOptions::SetOutputCipher(unsigned nCipher)
+{
+  if (nCipher <= eCipherInput)
+    m_nOutputCipher = nCipher;
 }
 
 void TOptimizerOptions::SetEffort(int nEffort)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "document/OutputCipher.h"
 #include "engine/Compression.h"
 
 namespace PDF
@@ -88,6 +89,9 @@ struct TOptimizerOptions
   // Blanks may stand before a number. False, and nothing changes, for any other text.
   bool SetVersion(const char* szVersion);
 
+  // A TOutputCipher; other numbers are ignored.
+  void SetOutputCipher(unsigned nCipher);
+
   // Clamped to 1 to 9.
   void SetEffort(int nEffort);
 
@@ -137,6 +141,8 @@ struct TOptimizerOptions
   bool m_bMergeEqualObjects = false;  // merge equal objects of every kind, after m_bRemoveRedundantObjects
   bool m_bRecompressStreams = false;  // encode Flate streams anew where that makes them smaller
   int m_nEffort = 6;                  // of m_bRecompressStreams: 1 (fast) to 9 (small)
+
+  unsigned m_nOutputCipher = eCipherUnspecified;  // TOutputCipher
 
   bool m_bExtractImages = false;
   bool m_bExtractFonts = false;

@@ -70,19 +70,15 @@ bool CFile::Open(BSE::IByteStream* pStream, bool bUpdate)
   loader.TestLinearized();
   m_nStartXRef = m_pParser->ReadStartXRef();
   bool bGood = m_nStartXRef >= 0 && loader.ReadChain(m_nStartXRef) && loader.Merge();
-  if (bGood && m_xref.GetSize() == 0)
+  if (bGood && (m_xref.GetSize() == 0 || !CheckRoot()))
   {
-    BSE::ReportError(this, g_nNoTrailer);
+    BSE::ReportError(this, m_xref.GetSize() == 0 ? g_nNoTrailer : g_nNoRoot);
     bGood = false;
   }
-  const bool bRoot = CheckRoot();
-  if (!bRoot && bGood)
-    BSE::ReportError(this, g_nNoRoot);
-  if (!bGood || !bRoot)
+  if (!bGood)
   {
-    const bool bSecondary = bRoot && loader.GetMergedCount() > 0 && m_xref.GetSize() > 0;
     CXRefRecovery recovery(*this);
-    if (!recovery.Run(bSecondary, !bSecondary) || !CheckRoot())
+    if (!recovery.Run(false) || !CheckRoot())
     {
       if (m_bOpened)
         BSE::ReportError(this, g_nNoRoot);
@@ -236,7 +232,7 @@ bool CFile::RecoverObject(int nObjNumber)
   if (!m_bRecoveryDone)
   {
     CXRefRecovery recovery(*this);
-    recovery.Run(true, false);
+    recovery.Run(true);
   }
   const TXRefEntry entry = m_scanned.GetEntry(nObjNumber);
   if (entry.m_nType != eXRefInUse)
@@ -349,10 +345,15 @@ void CFile::EnterRecoveredHolders(const BSE::CBasicArray<int>& holders)
     CObjectStream stream(this, nHolder);
     if (!stream.Load())
       continue;
+    const std::int64_t nPosition = GetTableOffset(nHolder);
     for (int i = 0; i < stream.GetCount(); ++i)
     {
       const int nNumber = stream.GetNumberAt(i);
-      if (nNumber >= 1 && nNumber <= BSE::g_nMaxObjNumber && m_xref.GetEntry(nNumber).m_nType != eXRefInUse)
+      if (nNumber < 1 || nNumber > BSE::g_nMaxObjNumber)
+        continue;
+      // Of two objects with one number the later one in the file is the newer.
+      const TXRefEntry& entry = m_xref.GetEntry(nNumber);
+      if (entry.m_nType != eXRefInUse || entry.m_nOffset < nPosition)
         m_xref.SetCompressed(nNumber, nHolder, i);
     }
   }
@@ -391,15 +392,20 @@ void CFile::DropTrailer()
   m_info = nullptr;
 }
 
+void CFile::DropObjectStreams()
+{
+  for (CObjectStream* pStream : m_objectStreams.GetSpan())
+    delete pStream;
+  m_objectStreams.RemoveAll();
+  m_objStmCache.RemoveAll();
+}
+
 void CFile::ReleaseAll()
 {
   DropTrailer();
   m_linearized = nullptr;
   m_unloadQueue.RemoveAll();
-  for (CObjectStream* pStream : m_objectStreams.GetSpan())
-    delete pStream;
-  m_objectStreams.RemoveAll();
-  m_objStmCache.RemoveAll();
+  DropObjectStreams();
   m_recoveredHolders.RemoveAll();
   m_revisions.RemoveAll();
   for (BSE::CScopedPtr<CPendingObjectStream>& pPending : m_pendingObjStm)

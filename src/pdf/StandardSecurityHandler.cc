@@ -196,6 +196,26 @@ BSE::CObjectPtr<CStandardSecurityHandler> CStandardSecurityHandler::Create(const
   return pHandler;
 }
 
+BSE::CObjectPtr<CStandardSecurityHandler> CStandardSecurityHandler::CreateAlike(
+    const CString& id1, BSE::IErrorContext* pErrorContext) const
+{
+  BSE::CObjectPtr<CStandardSecurityHandler> pHandler(new CStandardSecurityHandler);
+  pHandler->m_values = m_values;
+  pHandler->m_key = m_key;
+  const bool bSameId = std::ranges::equal(m_values.m_id1.GetSpan(), id1.GetSpan());
+  if (!IsValid() ||
+      (!bSameId && !MoveKey(pHandler->m_values, m_password.GetSpan(), id1.GetSpan(), pHandler->m_key)))
+  {
+    BSE::ReportError(pErrorContext, g_nInvalidEncryption);
+    return nullptr;
+  }
+  if (m_stream.m_pAlgorithm)
+    pHandler->m_stream.m_pAlgorithm = CCryptAlgorithm::Create(m_stream.m_pAlgorithm->GetCFM());
+  if (m_string.m_pAlgorithm)
+    pHandler->m_string.m_pAlgorithm = CCryptAlgorithm::Create(m_string.m_pAlgorithm->GetCFM());
+  return pHandler;
+}
+
 bool CStandardSecurityHandler::ChooseVersion(const TEncryption& encryption)
 {
   const int nBits = encryption.m_nKeyLength;
@@ -305,7 +325,10 @@ bool CStandardSecurityHandler::TryPassword(const CTextString& password)
   {
     TByteArray bytes;
     if (GetPasswordBytes(password, m_values.m_nR, form, bytes) && FindKey(m_values, bytes.GetSpan(), m_key))
+    {
+      m_password = std::move(bytes);
       return true;
+    }
   }
   return false;
 }

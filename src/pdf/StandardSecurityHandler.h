@@ -16,7 +16,7 @@ struct TEncryption
 {
   CTextString m_userPassword;
   CTextString m_ownerPassword;  // empty: the user's
-  int m_nPermissions = -1;      // the bits of P
+  int m_nPermissions = -1;      // the bits of P; what the two highest numbers mean, a save decides
   int m_nKeyLength = 128;       // in bits: 40 to 128 in steps of 8, or 256
 
   // CFM of the crypt filters, or "Identity" for no encryption of that kind. With both null the file has no
@@ -41,6 +41,11 @@ public:
   // go together.
   static BSE::CObjectPtr<CStandardSecurityHandler> Create(const TEncryption& encryption, const CString& id1,
                                                           BSE::IErrorContext* pErrorContext);
+
+  // For a new file with that first part of its ID: the same ciphers, permissions and passwords. This one has
+  // been authenticated, otherwise null, reported.
+  BSE::CObjectPtr<CStandardSecurityHandler> CreateAlike(const CString& id1,
+                                                        BSE::IErrorContext* pErrorContext) const;
 
   bool IsValid() const override { return !m_key.IsEmpty(); }
   void Write(PDF::CObject& dictionary) override;
@@ -93,6 +98,7 @@ private:
   TCrypt m_stream;
   TCrypt m_string;
   TByteArray m_key;
+  TByteArray m_password;     // that opened the file, in the encoding that did
   int m_nEncryptNumber = 0;  // of the Encrypt dictionary, 0 for a direct one
 };
 

@@ -114,8 +114,8 @@ bool TryOldUser(const TSecurityValues& values, const TPadded& password, TByteArr
   return std::equal(expected.begin(), expected.begin() + static_cast<std::ptrdiff_t>(nCompared), values.m_U);
 }
 
-// Algorithm 7.
-bool TryOldOwner(const TSecurityValues& values, const TPadded& password, TByteArray& key)
+// Algorithm 7: the user's password that the owner's hides.
+TPadded RevealUserPassword(const TSecurityValues& values, const TPadded& password)
 {
   const TDigest digest = ComputeOwnerDigest(values, password);
   const TBytes ownerKey = TBytes(digest).first(GetOldKeyLength(values));
@@ -123,7 +123,12 @@ bool TryOldOwner(const TSecurityValues& values, const TPadded& password, TByteAr
   std::copy_n(values.m_O, g_nOldLength, user.begin());
   for (int i = values.m_nR <= 2 ? 0 : g_nKeyRounds - 1; i >= 0; --i)
     ProcessRound(ownerKey, i, user);
-  return TryOldUser(values, user, key);
+  return user;
+}
+
+bool TryOldOwner(const TSecurityValues& values, const TPadded& password, TByteArray& key)
+{
+  return TryOldUser(values, RevealUserPassword(values, password), key);
 }
 
 // Algorithms 3 to 5.
@@ -272,6 +277,31 @@ bool FindKey(const TSecurityValues& values, TBytes password, TByteArray& key)
            TryNewPassword(values, password, values.m_O, values.m_OE, values.m_U, key);
   const TPadded padded = Pad(password);
   return TryOldUser(values, padded, key) || TryOldOwner(values, padded, key);
+}
+
+bool MoveKey(TSecurityValues& values, TBytes password, TBytes id1, TByteArray& key)
+{
+  const auto setId = [&]
+  {
+    values.m_id1.RemoveAll();
+    values.m_id1.Append(id1);
+  };
+  if (values.m_nR >= 5)
+  {
+    setId();
+    return true;
+  }
+  TPadded user = Pad(password);
+  if (!TryOldUser(values, user, key))
+  {
+    user = RevealUserPassword(values, user);
+    if (!TryOldUser(values, user, key))
+      return false;
+  }
+  setId();
+  ComputeKey(values, user, key);
+  std::ranges::copy(ComputeU(values, key.GetSpan()), values.m_U);
+  return true;
 }
 
 bool MakeKey(TSecurityValues& values, TBytes userPassword, TBytes ownerPassword, TByteArray& key)

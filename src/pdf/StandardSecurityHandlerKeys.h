@@ -38,6 +38,11 @@ struct TSecurityValues
 // True, with the file key, if the password is the user's or the owner's.
 bool FindKey(const TSecurityValues& values, TBytes password, TByteArray& key);
 
+// For a file with another first part of its ID that opens with the same passwords: replaces the identifier,
+// and the values and the key that depend on it, which is none of them from revision 5. The password is one
+// that FindKey knows; false if it is not.
+bool MoveKey(TSecurityValues& values, TBytes password, TBytes id1, TByteArray& key);
+
 // Makes the file key and all values that depend on the passwords. An empty owner password stands for the
 // user's. False if there are no random numbers.
 bool MakeKey(TSecurityValues& values, TBytes userPassword, TBytes ownerPassword, TByteArray& key);

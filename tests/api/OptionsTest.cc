@@ -77,10 +77,14 @@ const std::vector<TOption>& GetOptions()
       OPTION(SubsetFonts, 0, 1),
       OPTION(MergeEmbeddedFonts, 0, 1),
       OPTION(RemoveRedundantObjects, 0, 1),
+      OPTION(MergeEqualObjects, 0, 1),
+      OPTION(RecompressStreams, 0, 1),
+      OPTION(Effort, 6, 9),
       OPTION(OptimizeResources, 0, 1),
       OPTION(ConvertToCFF, 0, 1),
       OPTION(Linearize, 0, 1),
       OPTION(AutoLinearize, 0, 1),
+      OPTION(OutputCipher, BREVEX_CIPHER_UNSPECIFIED, BREVEX_CIPHER_AES_256),
   };
   return g_options;
 }
@@ -131,7 +135,8 @@ TEST(Options, EachHasAFieldOfItsOwn)
       }
     }
     BrevexSetProfile(saver.Get(), 99);
-    const bool bKept = std::string(changed.szName).rfind("Extract", 0) == 0;
+    const std::string sName = changed.szName;
+    const bool bKept = sName.rfind("Extract", 0) == 0 || sName == "OutputCipher";
     EXPECT_EQ(changed.fnGet(saver.Get()), bKept ? changed.dStored : changed.dDefault) << changed.szName;
   }
 }
@@ -159,10 +164,16 @@ TEST(Options, ValuesOutOfRange)
   EXPECT_EQ(BrevexGetImageQuality(p), 0);
   BrevexSetImageQuality(p, 200);
   EXPECT_EQ(BrevexGetImageQuality(p), 100);
+  BrevexSetEffort(p, 0);
+  EXPECT_EQ(BrevexGetEffort(p), 1);
+  BrevexSetEffort(p, 10);
+  EXPECT_EQ(BrevexGetEffort(p), 9);
   for (const int nValue : {2, -1, 4096})
   {
     BrevexSetDitheringMode(p, nValue);
     EXPECT_EQ(BrevexGetDitheringMode(p), 0) << nValue;
+    BrevexSetOutputCipher(p, nValue == 2 ? BREVEX_CIPHER_AS_INPUT + 1 : nValue);
+    EXPECT_EQ(BrevexGetOutputCipher(p), BREVEX_CIPHER_UNSPECIFIED) << nValue;
     BrevexSetMrcLayerCompression(p, nValue == 2 ? BREVEX_COMPRESSION_GROUP3_1D : nValue);
     EXPECT_EQ(BrevexGetMrcLayerCompression(p), BREVEX_COMPRESSION_JPEG2000) << nValue;
   }

@@ -58,6 +58,7 @@ std::map<std::string, double> Fields(const TOptimizerOptions& options)
   FIELD(m_bMergeEqualObjects);
   FIELD(m_bRecompressStreams);
   FIELD(m_nEffort);
+  FIELD(m_nOutputCipher);
   FIELD(m_bExtractImages);
   FIELD(m_bExtractFonts);
   FIELD(m_nFallbackCompression);
@@ -71,7 +72,7 @@ std::map<std::string, double> Fields(const TOptimizerOptions& options)
   return fields;
 }
 
-const std::set<std::string> g_kept = {"m_bExtractImages", "m_bExtractFonts", "m_nFallbackCompression",
+const std::set<std::string> g_kept = {"m_nOutputCipher",  "m_bExtractImages", "m_bExtractFonts", "m_nFallbackCompression",
                                       "m_bRenameFonts",   "m_bUnembedFonts", "m_bEmbedFonts",
                                       "m_bVersionSet",    "m_nVersionMajor", "m_nVersionMinor"};
 
@@ -91,6 +92,7 @@ TOptimizerOptions Disturbed()
   options.m_bMrcRecognizePictures = false;
   options.m_nStrip = eStripHiddenAnnots;
   options.m_nEffort = 9;
+  options.m_nOutputCipher = eCipherAES256;
   options.m_nFallbackCompression = eCompressionUnspecified;
   options.m_nVersionMajor = 2;
   options.m_nVersionMinor = 3;

@@ -173,9 +173,8 @@ TEST(Optimizer, EncryptionOfArchiveFilesIsRefused)
   BSE::CErrorHandler handler;
   COptimizer optimizer(&handler);
   ASSERT_TRUE(optimizer.Open(MakeStream(MakeArchive('2', 'B', "RGB ")).Get(), nullptr));
-  const PDF::CString password("secret");
   PDF::TEncryption encryption;
-  encryption.m_pUserPassword = &password;
+  encryption.m_userPassword = PDF::CTextString("secret");
   const BSE::CObjectPtr<BSE::IByteStream> pOutput(new BSE::CMemoryStream);
   EXPECT_FALSE(optimizer.Save(pOutput.Get(), encryption));
   EXPECT_EQ(handler.GetLastCode(), 0x0341860DU);

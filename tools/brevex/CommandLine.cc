@@ -1,13 +1,10 @@
 #include "CommandLine.h"
 
-#include <fcntl.h>
-
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <iostream>
 #include <memory>
 
-#include "FileBytes.h"
 #include "HelpFormatter.h"
 #include "SettingParser.h"
 
@@ -24,28 +21,6 @@ bool IsVersion(const std::string& sText)
 {
   const bool bDigits = sText.size() == 3 && sText[1] == '.';
   return bDigits && (sText[0] == '1' || sText[0] == '2') && sText[2] >= '0' && sText[2] <= '9';
-}
-
-// The first line of the file, without its end.
-std::string ReadPasswordFile(const std::string& sName)
-{
-  const CFileDescriptor file(open(sName.c_str(), O_RDONLY | O_CLOEXEC));
-  std::string sText;
-  if (!file.IsOpen() || !ReadBytes(file.Get(), sText))
-  {
-    throw CLI::ValidationError("--password-file", "cannot read " + sName);
-  }
-  return sText.substr(0, sText.find_first_of("\r\n"));
-}
-
-void AddPassword(CLI::App& app, std::string& sPassword)
-{
-  app.add_option("--password", sPassword, "Password of encrypted input")->type_name("TEXT");
-  app.add_option_function<std::string>(
-         "--password-file", [&](const std::string& s) { sPassword = ReadPasswordFile(s); },
-         "The same, read from the first line of a file")
-      ->type_name("FILE")
-      ->excludes("--password");
 }
 
 void AddSetting(CLI::App& app, const TSettingFlag& flag, TOptimizeOptions& options)
@@ -143,7 +118,7 @@ void AddDocument(CLI::App& app, TOptimizeOptions& options)
   app.add_flag(
       "--allow-larger", options.bAllowLarger,
       "Keep a result that is not smaller than the input. Implied by what asks for more than a smaller "
-      "file: --linearize, --info, --strip, a --pdf-version and the like");
+      "file: --linearize, --info, --strip, a --pdf-version, encryption and the like");
 }
 
 void AddFiles(CLI::App& app, TOptimizeOptions& options)
@@ -202,12 +177,13 @@ void CheckFiles(const TOptimizeOptions& options)
   }
 }
 
+constexpr const char* g_szPasswordHelp = "Password of encrypted input, of its user or its owner";
+
 void AddOptimize(CLI::App& app, TOptimizeOptions& options)
 {
   app.footer(g_szFooter);
   AddFiles(app, options);
   AddProfile(app, options);
-  AddPassword(app, options.sPassword);
   AddDocument(app, options);
   AddMessages(app, options);
   for (const TSettingFlag& flag : GetSettingFlags())
@@ -220,7 +196,6 @@ void AddInfo(CLI::App& app, TInfoOptions& options)
 {
   app.footer(g_szFooter);
   app.add_option("files", options.paths, "Inputs, - for standard input")->type_name("FILE")->required();
-  AddPassword(app, options.sPassword);
   app.add_flag("--json", options.bJson, "Write one JSON object per file");
 }
 
@@ -249,13 +224,20 @@ std::optional<TCommand> ParseCommandLine(std::vector<std::string> arguments, TEx
   CLI::App* pInfo = app.add_subcommand("info", "Tell what a file is");
   AddOptimize(*pOptimize, command.optimize);
   AddInfo(*pInfo, command.info);
+  CPasswordFlags password(*pOptimize, "", g_szPasswordHelp, command.optimize.sPassword);
+  CPasswordFlags infoPassword(*pInfo, "", g_szPasswordHelp, command.info.sPassword);
+  CEncryptionFlags encryption(*pOptimize, command.optimize.encryption);
   try
   {
     AddDefaultVerb(arguments);
     std::reverse(arguments.begin(), arguments.end());
     app.parse(arguments);
+    password.ReadEnvironment();
+    infoPassword.ReadEnvironment();
     if (pOptimize->parsed())
     {
+      encryption.Finish();
+      command.optimize.bAllowLarger |= command.optimize.encryption.protection != TProtection::Keep;
       CheckFiles(command.optimize);
     }
     command.verb = pInfo->parsed() ? TVerb::Info : TVerb::Optimize;

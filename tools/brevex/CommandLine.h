@@ -20,7 +20,7 @@ enum class TVerb
 struct TInfoOptions
 {
   std::vector<std::string> paths;
-  std::string sPassword;
+  std::optional<std::string> sPassword;
   bool bJson = false;
 };
 

@@ -48,6 +48,35 @@ void SetVersion(const CHandle& handle, const CInput& input, const TOptimizeOptio
   }
 }
 
+// A text as the narrow functions take it: file names go through them as bytes, passwords as UTF-8 with its mark.
+std::string MarkPassword(const std::optional<std::string>& sPassword)
+{
+  const std::string sText = sPassword.value_or("");
+  return IsAscii(sText) ? sText : "\xEF\xBB\xBF" + ToUtf8(ToUtf16(sText).c_str());
+}
+
+bool Save(const CHandle& handle, const CAtomicFile& output, const TEncryptionOptions& options)
+{
+  // Bits without a meaning are set (ISO 32000-2, 7.6.4.2, Table 22).
+  constexpr unsigned nReserved = 0xFFFFF0C0U;
+  const char* const szFile = output.GetTemporaryName().c_str();
+  switch (options.protection)
+  {
+  case TProtection::Remove:
+    return BrevexSaveAsA(handle.Get(), szFile, nullptr, nullptr, BREVEX_PERMISSIONS_PLAIN) != 0;
+  case TProtection::Encrypt:
+    BrevexSetOutputCipher(handle.Get(), options.nCipher);
+    return BrevexSaveAsA(
+               handle.Get(), szFile, MarkPassword(options.sUserPassword).c_str(),
+               MarkPassword(options.sOwnerPassword).c_str(),
+               static_cast<int>(nReserved | options.nPermissions.value_or(BREVEX_PERMIT_ALL))) != 0;
+  case TProtection::Keep:
+    break;
+  }
+  BrevexSetOutputCipher(handle.Get(), BREVEX_CIPHER_AS_INPUT);
+  return BrevexSaveAsA(handle.Get(), szFile, nullptr, nullptr, BREVEX_PERMISSIONS_AS_INPUT) != 0;
+}
+
 // The temporary file for the output, in a folder that is made where it is missing.
 bool CreateOutput(const TTask& task, bool bMakeFolder, CAtomicFile& output, TFileResult& result)
 {
@@ -104,7 +133,7 @@ void CFileOptimizer::Optimize(const TTask& task, TFileResult& result) const
   result.losses = GetLosses(handle.Get());
   SetVersion(handle, input, m_options);
 
-  const bool bOpen = input.Open(handle, m_options.sPassword);
+  const bool bOpen = input.Open(handle, m_options.sPassword.value_or(""));
   AddReport(result, handle, "open");
   if (!bOpen)
   {
@@ -117,8 +146,7 @@ void CFileOptimizer::Optimize(const TTask& task, TFileResult& result) const
   {
     return;
   }
-  const bool bSaved = BrevexSaveAsA(handle.Get(), output.GetTemporaryName().c_str(), nullptr, nullptr,
-                                    BREVEX_PERMISSIONS_PLAIN) != 0;
+  const bool bSaved = Save(handle, output, m_options.encryption);
   AddReport(result, handle, "save");
   if (!bSaved)
   {

@@ -91,7 +91,7 @@ TExitCode ShowFile(const std::string& sFile, const TInfoOptions& options)
     return TExitCode::Input;
   }
   const CHandle handle;
-  if (!input.Open(handle, options.sPassword))
+  if (!input.Open(handle, options.sPassword.value_or("")))
   {
     WriteError(sFile + ": cannot be opened: " + handle.GetMessage());
     return TExitCode::Input;

@@ -68,6 +68,23 @@ constexpr TName g_colorConversions[] = {
 
 constexpr TName g_dithering[] = {{"threshold", 0}, {"diffusion", 1}};
 
+constexpr TName g_ciphers[] = {
+    {"rc4-128", BREVEX_CIPHER_RC4_128},
+    {"aes-128", BREVEX_CIPHER_AES_128},
+    {"aes-256", BREVEX_CIPHER_AES_256},
+};
+
+constexpr TName g_permissions[] = {
+    {"print", BREVEX_PERMIT_PRINT | BREVEX_PERMIT_DIGITAL_PRINT},
+    {"print-low", BREVEX_PERMIT_PRINT},
+    {"modify", BREVEX_PERMIT_MODIFY},
+    {"copy", BREVEX_PERMIT_COPY},
+    {"annotate", BREVEX_PERMIT_ANNOTATE},
+    {"fill-forms", BREVEX_PERMIT_FILL_FORMS},
+    {"accessibility", BREVEX_PERMIT_ACCESSIBILITY},
+    {"assemble", BREVEX_PERMIT_ASSEMBLE},
+};
+
 }  // namespace
 
 TNames GetProfileNames()
@@ -93,6 +110,14 @@ TNames GetColorConversionNames()
 TNames GetDitheringNames()
 {
   return g_dithering;
+}
+TNames GetCipherNames()
+{
+  return g_ciphers;
+}
+TNames GetPermissionNames()
+{
+  return g_permissions;
 }
 
 std::optional<unsigned> FindName(TNames names, std::string_view sName)

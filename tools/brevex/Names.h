@@ -27,6 +27,8 @@ TNames GetCompressionFlagNames();
 TNames GetStripNames();
 TNames GetColorConversionNames();
 TNames GetDitheringNames();
+TNames GetCipherNames();
+TNames GetPermissionNames();
 
 std::optional<unsigned> FindName(TNames names, std::string_view sName);
 

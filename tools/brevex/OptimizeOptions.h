@@ -3,10 +3,12 @@
 #include <brevex/brevex.h>
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "EncryptionFlags.h"
 #include "Names.h"
 
 namespace Tool
@@ -26,7 +28,8 @@ struct TOptimizeOptions
   std::string sPdfVersion = "auto";  // also "keep", or a version
   std::vector<std::function<void(TBrevexHandle*)>> settings;
   std::vector<std::pair<std::string, std::string>> infoEntries;
-  std::string sPassword;
+  std::optional<std::string> sPassword;
+  TEncryptionOptions encryption;
   std::string sColorEngine;
   bool bSetsVersion = false;  // the settings may set a target version
   bool bAllowLarger = false;

@@ -2,8 +2,11 @@
 #include <cstdio>
 #include <exception>
 #include <iostream>
+#include <string>
+#include <vector>
 
 #include "CommandLine.h"
+#include "EncryptionFlags.h"
 #include "ExitCode.h"
 #include "Handle.h"
 #include "InfoCommand.h"
@@ -18,7 +21,9 @@ Tool::TExitCode Run(int nArguments, char** arguments)
 {
   const Tool::CLibrary library;
   Tool::TExitCode exitCode = Tool::TExitCode::Internal;
-  const auto command = Tool::ParseCommandLine({arguments + 1, arguments + nArguments}, exitCode);
+  const std::vector<std::string> texts(arguments + 1, arguments + nArguments);
+  Tool::HidePasswords(nArguments, arguments);
+  const auto command = Tool::ParseCommandLine(texts, exitCode);
   if (!command)
   {
     return exitCode;

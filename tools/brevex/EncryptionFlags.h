@@ -1,0 +1,67 @@
+#pragma once
+
+#include <brevex/brevex.h>
+
+#include <CLI/CLI.hpp>
+#include <optional>
+#include <string>
+
+namespace Tool
+{
+
+// What becomes of the encryption of a document.
+enum class TProtection
+{
+  Keep,    // the output opens with the passwords of the input
+  Remove,  // the output is plain
+  Encrypt  // with what the flags say
+};
+
+struct TEncryptionOptions
+{
+  TProtection protection = TProtection::Keep;
+  int nCipher = BREVEX_CIPHER_AES_256;
+  std::optional<std::string> sUserPassword;
+  std::optional<std::string> sOwnerPassword;
+  std::optional<unsigned> nPermissions;  // flags of TBrevexPermission
+};
+
+// Flags for a password: --NAME, --NAME-file, and a variable of the environment that stands for both. The value
+// goes into the text when CPasswordFlags::Finish is called.
+class CPasswordFlags
+{
+public:
+  // The application and the text are borrowed. Without a prefix the flag is --password.
+  CPasswordFlags(CLI::App& app, const std::string& sPrefix, const std::string& sHelp,
+                 std::optional<std::string>& sPassword);
+
+  // After the command line was read: looks into the environment where it gave no password.
+  void ReadEnvironment();
+
+private:
+  std::string m_sVariable;
+  std::optional<std::string>& m_sPassword;
+};
+
+// The flags for the encryption of the output.
+class CEncryptionFlags
+{
+public:
+  // The application and the options are borrowed.
+  CEncryptionFlags(CLI::App& app, TEncryptionOptions& options);
+
+  // After the command line was read. Throws CLI::ValidationError for flags that do not go together.
+  void Finish();
+
+private:
+  TEncryptionOptions& m_options;
+  CPasswordFlags m_user;
+  CPasswordFlags m_owner;
+  CLI::Option* m_pCipher;
+  CLI::Option* m_pDecrypt;
+};
+
+// Wipes the passwords out of the arguments of the process, where other users could read them.
+void HidePasswords(int nArguments, char** arguments);
+
+}  // namespace Tool
