@@ -61,6 +61,7 @@ std::int64_t CBufferedInputStream::ReadSource(unsigned char* pBuffer, std::int64
   if (!m_pSource->IsSeekable() || m_pSource->Seek(nNext))
     nRead = m_pSource->ReadEx(pBuffer, n);
   m_bFailed = nRead < 0;
+  m_bHadFailure = m_bHadFailure || m_bFailed;
   m_bEnd = nRead <= 0;
   if (m_bEnd)
     return 0;

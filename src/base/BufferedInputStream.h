@@ -61,6 +61,10 @@ public:
 
   bool HasEnded() const { return m_bEnd; }
 
+  // True once a read of the source has failed, whatever came after it: what a consumer took for the end of the
+  // data may have been none.
+  bool HadFailure() const { return m_bHadFailure; }
+
   // Forgets what is buffered, so that the next read sees what has been written to the source meanwhile.
   void Invalidate();
 
@@ -73,7 +77,8 @@ protected:
   unsigned char* m_pEnd = nullptr;  // behind the last valid byte
   int m_nCapacity = 0;
   bool m_bEnd = false;
-  bool m_bFailed = false;  // the last access to the source failed
+  bool m_bFailed = false;      // the last access to the source failed
+  bool m_bHadFailure = false;  // any access did
   bool m_bOwnsBuffer = true;
 
 private:

@@ -6,6 +6,8 @@
 #include "pdf/ArrayObject.h"
 #include "pdf/StandardSecurityHandler.h"
 
+#include <cerrno>
+
 namespace PDF
 {
 
@@ -99,6 +101,14 @@ bool CDocumentCopierBase::CloseDocuments()
   m_copier.SetSourceTree(nullptr);
   const bool bDone = m_output.Close();
   return m_input.Close() && bDone;
+}
+
+bool CDocumentCopierBase::CheckInput()
+{
+  if (!m_input.GetFile().HasInputFailed())
+    return true;
+  BSE::ReportError(m_pErrorContext, BSE::CScopedPtr<BSE::IError>(new BSE::CErrnoError(EIO)));
+  return false;
 }
 
 void CDocumentCopierBase::BindFiles()

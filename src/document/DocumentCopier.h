@@ -48,6 +48,10 @@ protected:
   // the output is closed.
   bool BeginSave(BSE::IByteStream* pStream, TEncryption encryption);
 
+  // False, reported as EIO, if the input could not be read on the way: the copy then lacks what was taken for
+  // damaged.
+  bool CheckInput();
+
   // Binds the files that the copier works between, unless that is done.
   void BindFiles();
 
@@ -139,7 +143,8 @@ public:
     if (!BeginSave(pStream, encryption))
       return false;
     const bool bCopied = CopyMetadata() && CopyPages(1, m_input.GetPageCount()) && CopyCatalog();
-    return m_output.Close() && bCopied;
+    const bool bRead = CheckInput();
+    return m_output.Close() && bCopied && bRead;
   }
 
   bool Close() { return CloseDocuments(); }

@@ -166,6 +166,11 @@ void CFile::UnloadAll()
         pObject->Unload();
 }
 
+bool CFile::HasInputFailed() const
+{
+  return m_pParser && m_pParser->GetScanner().GetStream().HadFailure();
+}
+
 CObjectPtr CFile::GetObject(int nObjNumber, int nGenNumber)
 {
   if (nObjNumber < 1 || nObjNumber > BSE::g_nMaxObjNumber)

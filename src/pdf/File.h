@@ -175,6 +175,9 @@ public:
   // Bytes through the deflater, or the plain encoder; null on failure.
   BSE::CObjectPtr<BSE::CMemoryStream> Deflate(std::span<const unsigned char> data);
 
+  // True once the input could not be read where it has data: objects may then have been taken for damaged.
+  bool HasInputFailed() const;
+
   BSE::IByteStream* GetInput() const { return m_pInput.Get(); }
   std::int64_t GetHeaderOffset() const { return m_nHeaderOffset; }
   CParser* GetParser() const { return m_pParser.Get(); }
