@@ -24,9 +24,6 @@ TEST(Strip, EveryFlagGivesASoundDocument)
     EXPECT_TRUE(Documents::IsSound(*sOut));
     EXPECT_TRUE(Documents::HasTextOfPages(*sOut, 2));
     EXPECT_TRUE(Documents::Reopens(*sOut, 2));
-    const std::optional<std::string> sAgain = saver.Save();
-    ASSERT_TRUE(sAgain);
-    EXPECT_EQ(Support::MaskVariable(*sOut), Support::MaskVariable(*sAgain)) << "a save changed its input";
   }
 }
 
