@@ -72,9 +72,9 @@ std::map<std::string, double> Fields(const TOptimizerOptions& options)
   return fields;
 }
 
-const std::set<std::string> g_kept = {"m_nOutputCipher",  "m_bExtractImages", "m_bExtractFonts", "m_nFallbackCompression",
-                                      "m_bRenameFonts",   "m_bUnembedFonts", "m_bEmbedFonts",
-                                      "m_bVersionSet",    "m_nVersionMajor", "m_nVersionMinor"};
+const std::set<std::string> g_kept = {
+    "m_nOutputCipher", "m_bExtractImages", "m_bExtractFonts", "m_nFallbackCompression", "m_bRenameFonts",
+    "m_bUnembedFonts", "m_bEmbedFonts",    "m_bVersionSet",   "m_nVersionMajor",        "m_nVersionMinor"};
 
 // No field has the value of any profile.
 TOptimizerOptions Disturbed()
