@@ -320,11 +320,12 @@ BREVEX_API int BrevexSaveAsW(TBrevexHandle* pHandle, const TBrevexChar* szFileNa
                              const TBrevexChar* szUserPassword, const TBrevexChar* szOwnerPassword,
                              int nPermissions);
 
-/* The ciphers that the following saves encrypt with, of TBrevexCipher; other values are ignored. An addition to
- * what the save functions choose by themselves, which stays as it is without a call; it makes no save encrypt. The version of the output is raised to the one that knows the cipher. With
- * BREVEX_CIPHER_AS_INPUT a save without passwords and with BREVEX_PERMISSIONS_AS_INPUT keeps the input's
- * passwords too: the output opens with all that open the input, also where the document claims PDF/A; a save
- * with passwords or permissions of its own takes the ciphers alone, and where the input is plain those of
+/* The ciphers that the following saves encrypt with, of TBrevexCipher; other values are ignored. An addition
+ * to what the save functions choose by themselves, which stays as it is without a call; it makes no save
+ * encrypt. The version of the output is raised to the one that knows the cipher. With BREVEX_CIPHER_AS_INPUT
+ * a save without passwords and with BREVEX_PERMISSIONS_AS_INPUT keeps the input's passwords too: the output
+ * opens with all that open the input, also where the document claims PDF/A; a save with passwords or
+ * permissions of its own takes the ciphers alone, and where the input is plain those of
  * BREVEX_CIPHER_UNSPECIFIED. Default BREVEX_CIPHER_UNSPECIFIED; profiles leave it alone.
  */
 BREVEX_API int BrevexGetOutputCipher(TBrevexHandle* pHandle);

@@ -5,6 +5,18 @@
 namespace BSE
 {
 
+namespace
+{
+
+// What a caller tells of positions and lengths is added to: a number that no stream reaches is none.
+std::int64_t CheckPosition(std::int64_t nPos)
+{
+  constexpr std::int64_t nMax = std::int64_t{1} << 62;
+  return nPos <= nMax ? nPos : -1;
+}
+
+}  // namespace
+
 CCAPIStreamAdapter::CCAPIStreamAdapter(const TBrevexStreamDescriptor* pDescriptor,
                                        IErrorContext* pErrorContext)
     : m_pErrorContext(pErrorContext)
@@ -41,14 +53,15 @@ void CCAPIStreamAdapter::Report(unsigned nCode)
 
 std::int64_t CCAPIStreamAdapter::GetLength()
 {
-  return m_descriptor.pfGetLength != nullptr ? m_descriptor.pfGetLength(m_descriptor.handle) : -1;
+  return m_descriptor.pfGetLength != nullptr ? CheckPosition(m_descriptor.pfGetLength(m_descriptor.handle))
+                                             : -1;
 }
 
 std::int64_t CCAPIStreamAdapter::Tell()
 {
   if (HasOwnPosition())
     return static_cast<std::int64_t>(m_nDupPosition);
-  return m_descriptor.pfTell != nullptr ? m_descriptor.pfTell(m_descriptor.handle) : -1;
+  return m_descriptor.pfTell != nullptr ? CheckPosition(m_descriptor.pfTell(m_descriptor.handle)) : -1;
 }
 
 bool CCAPIStreamAdapter::SeekCaller(std::int64_t nPos)

@@ -32,6 +32,21 @@ inline constexpr std::int64_t g_nFreeDecodedSize = std::int64_t{64} << 20;
 // larger ones stay as they are.
 inline constexpr std::int64_t g_nMaxRecodedSize = std::int64_t{64} << 20;
 
+// Decoded object streams that a file keeps in memory: no more than a few while the objects are read in the
+// order of the file, and more once streams had to be decoded again and again.
+inline constexpr std::int64_t g_nMaxCachedStreams = std::int64_t{64} << 20;
+inline constexpr std::int64_t g_nMaxCachedStreamsReread = std::int64_t{256} << 20;
+
+// Bytes of object streams that are decoded again. Beyond it a file was made to keep its reader busy.
+inline constexpr std::int64_t g_nMaxRereadStreams = std::int64_t{1} << 30;
+
+// Work on bytes that objects share where each should have its own: so many times the file, beyond a free
+// amount. Parsed for values, which are seldom parsed twice; copied as stream data, each stream once in a
+// save.
+inline constexpr std::int64_t g_nMaxSharedRatio = 16;
+inline constexpr std::int64_t g_nFreeParsedSize = std::int64_t{256} << 20;
+inline constexpr std::int64_t g_nFreeCopiedSize = std::int64_t{64} << 20;
+
 // Samples of one image.
 inline constexpr std::int64_t g_nMaxImagePixels = std::int64_t{1} << 31;
 

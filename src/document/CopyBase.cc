@@ -5,6 +5,7 @@
 #include "pdf/ArrayObject.h"
 #include "pdf/DictionaryObject.h"
 #include "pdf/SimpleObjects.h"
+#include "pdf/StreamObjects.h"
 
 namespace PDF
 {
@@ -89,6 +90,13 @@ CObjectPtr CCopyBase::CopyElements(CObjectTraverser& visitor, const CObjectPtr& 
   return copy;
 }
 
+bool CCopyBase::AdmitStream(const CObjectPtr& stream)
+{
+  auto* pPart = static_cast<CStreamPart*>(stream.Get());
+  return !m_pSource || !m_pTarget || !pPart->IsEncoded() ||
+         m_pTarget->AdmitStream(*m_pSource, pPart->GetDataLength());
+}
+
 void CCopyBase::FillCopy(CObjectTraverser& visitor, const CObjectPtr& source, const CObjectPtr& target)
 {
   if (target->IsLocked())
@@ -97,7 +105,9 @@ void CCopyBase::FillCopy(CObjectTraverser& visitor, const CObjectPtr& source, co
   const int nGroup = m_nGroup;
   target->Lock();
   const CObjectPtr value = source->GetValueObject();
-  const CObjectPtr stream = source->GetStreamObject();
+  CObjectPtr stream = source->GetStreamObject();
+  if (stream && !AdmitStream(stream))
+    stream = nullptr;
   target->SetValueObject(visitor.Visit(stream ? WithDirectLength(value) : value).Get());
   if (stream)
     target->SetStreamObject(visitor.Visit(stream).Get());

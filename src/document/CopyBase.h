@@ -95,6 +95,9 @@ protected:
   bool m_bFlush = true;
 
 private:
+  // False for a stream part that would carry the same bytes of the source over once too often.
+  bool AdmitStream(const CObjectPtr& stream);
+
   // Objects after which memory is tidied up.
   static constexpr int g_nReleaseLimit = 4096;
 

@@ -143,8 +143,9 @@ void CDocument::UpdateMetadata(const char16_t* szProducer, const CObjectPtr& tar
   const CObjectPtr object = target ? target : m_file.NewObject(0, 0, 0);
   if (!object)
     return;
-  // Metadata of archival files is left readable for programs that know nothing of PDF (ISO 19005-1, 6.7.2).
-  FillMetadata(*object, packet, !conformance.IsArchival());
+  // Readable for programs that know nothing of PDF: archival files, where ISO 19005-1, 6.7.2, asks for it,
+  // and packets that are new to the document. Others are compressed, as they may hold long histories.
+  FillMetadata(*object, packet, target && !conformance.IsArchival());
   const CObjectPtr catalog = GetCatalog();
   catalog.AddEntry("Metadata", object);
   catalog->SetDirty(true);

@@ -26,11 +26,15 @@ namespace
 constexpr unsigned g_nHeaderVersion = 0x00410106;
 constexpr unsigned g_nWrongOffset = 0x00418309;
 constexpr unsigned g_nNotOpened = 0x80410101;
+constexpr unsigned g_nWrongLength = 0x80410306;
 constexpr unsigned g_nWrongPassword = 0x80410112;
 constexpr unsigned g_nNoTrailer = 0x8041010E;
 constexpr unsigned g_nNoRoot = 0x8041010F;
 
+constexpr unsigned g_nSizeExceeded = 0x80300040;
+
 constexpr int g_nCachedObjectStreams = 10;
+constexpr int g_nCachedObjectStreamsReread = 1000;
 
 // Loads inside loads: a stream's length through references, and references as values, at most that many deep.
 constexpr int g_nMaxLoadDepth = 64;
@@ -246,11 +250,7 @@ bool CFile::LoadCompressed(CIndirectObject& object, const TXRefEntry& entry)
   CObjectStream* pStream = nullptr;
   if (FlushPendingHolder(nStream) && m_xref.GetEntry(nStream).m_nType == eXRefInUse)
     pStream = GetObjectStream(nStream);
-  const bool bFound = pStream && pStream->GetObject(object, entry.m_nGeneration);
-  // Whatever its entry gave, a decoded stream counts among those that stay.
-  if (pStream && pStream->IsLoaded())
-    TouchObjectStream(nStream);
-  if (!bFound)
+  if (!pStream || !LoadObjectStream(*pStream) || !pStream->GetObject(object, entry.m_nGeneration))
   {
     BSE::ReportError(this, BSE::MakeError(g_nWrongOffset, "Object No.", nNumber));
     // A plain object of that number may still stand somewhere.
@@ -258,6 +258,28 @@ bool CFile::LoadCompressed(CIndirectObject& object, const TXRefEntry& entry)
            m_pParser->ParseIndirectObject(&object, GetTableOffset(nNumber));
   }
   object.SetCompressedFlags(0);
+  return true;
+}
+
+bool CFile::LoadObjectStream(CObjectStream& stream)
+{
+  const bool bReread = !stream.IsLoaded() && stream.WasTried();
+  const std::int64_t nLength = m_pInput ? m_pInput->GetLength() : 0;
+  if (bReread &&
+      m_nRereadBytes / BSE::g_nMaxSharedRatio > BSE::g_nMaxRereadStreams / BSE::g_nMaxSharedRatio + nLength)
+  {
+    BSE::ReportError(this, g_nSizeExceeded);
+    return false;
+  }
+  // A stream beyond the cache's size makes room before the next one is decoded.
+  while (!stream.IsLoaded() && m_objStmCache.GetSize() > 0 && m_nCachedBytes > BSE::g_nMaxCachedStreamsReread)
+    UnloadOldestObjectStream();
+  const bool bLoaded = stream.Load();
+  if (bReread)
+    m_nRereadBytes += stream.GetDecodedSize();
+  if (!bLoaded)
+    return false;
+  TouchObjectStream(stream.GetObjNumber());
   return true;
 }
 
@@ -281,15 +303,38 @@ void CFile::TouchObjectStream(int nObjNumber)
   const int nFound = m_objStmCache.Find(nObjNumber);
   if (nFound != m_objStmCache.GetSize())
     m_objStmCache.RemoveAt(nFound);
-  else if (m_objStmCache.GetSize() >= g_nCachedObjectStreams)
-  {
-    const int nOldest = m_objStmCache[m_objStmCache.GetSize() - 1];
-    if (BSE::CTracer::IsOn())
-      BSE::CTracer::Trace("I", "libpdf", "Unloading ObjStm %d.", nOldest);
-    GetObjectStream(nOldest)->Unload();
-    m_objStmCache.RemoveAt(m_objStmCache.GetSize() - 1);
-  }
+  else
+    m_nCachedBytes += GetObjectStream(nObjNumber)->GetDecodedSize();
   m_objStmCache.InsertAt(0, nObjNumber);
+  const bool bReread = m_nRereadBytes > BSE::g_nMaxCachedStreams;
+  const int nMaxCount = bReread ? g_nCachedObjectStreamsReread : g_nCachedObjectStreams;
+  const std::int64_t nMaxBytes = bReread ? BSE::g_nMaxCachedStreamsReread : BSE::g_nMaxCachedStreams;
+  while (m_objStmCache.GetSize() > 1 && (m_objStmCache.GetSize() > nMaxCount || m_nCachedBytes > nMaxBytes))
+    UnloadOldestObjectStream();
+}
+
+void CFile::UnloadOldestObjectStream()
+{
+  const int nLast = m_objStmCache.GetSize() - 1;
+  CObjectStream* pOldest = GetObjectStream(m_objStmCache[nLast]);
+  if (BSE::CTracer::IsOn())
+    BSE::CTracer::Trace("I", "libpdf", "Unloading ObjStm %d.", pOldest->GetObjNumber());
+  m_nCachedBytes -= pOldest->GetDecodedSize();
+  pOldest->Unload();
+  m_objStmCache.RemoveAt(nLast);
+}
+
+bool CFile::AdmitStream(const CFile& source, std::int64_t nLength)
+{
+  const std::int64_t nSource = source.m_pInput ? source.m_pInput->GetLength() : 0;
+  if (m_nAdmittedBytes + nLength > BSE::g_nFreeCopiedSize &&
+      (m_nAdmittedBytes + nLength - BSE::g_nFreeCopiedSize) / BSE::g_nMaxSharedRatio > nSource)
+  {
+    BSE::ReportError(this, g_nWrongLength);
+    return false;
+  }
+  m_nAdmittedBytes += nLength;
+  return true;
 }
 
 void CFile::EnterRecoveredHolders(const BSE::CBasicArray<int>& holders)
@@ -383,6 +428,7 @@ void CFile::ReleaseAll()
   m_nHeaderOffset = 0;
   m_nStartXRef = -1;
   m_nLoadDepth = 0;
+  m_nCachedBytes = m_nRereadBytes = m_nAdmittedBytes = 0;
   m_bWantObjectStreams = m_bSplitXRef = m_bOpened = m_bRecoveryDone = false;
   m_bHeaderWritten = m_bAppending = m_bDirty = m_bFailed = false;
   m_nFileSize = m_nSavedBytes = m_nXRefPosition = m_nRevisionStart = 0;

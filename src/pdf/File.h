@@ -117,6 +117,10 @@ public:
   CObjectPtr GetCopy(CFile& source, int nObjNumber);
   CObjectPtr GetOrCreateCopy(CFile* pSource, int nObjNumber, bool& bCreated, int nGroup);
 
+  // Counts the bytes of a source's stream that is to be copied. False, reported, once streams that overlap in
+  // the source would make this file many times as long.
+  bool AdmitStream(const CFile& source, std::int64_t nLength);
+
   // --- Trailer
   CObjectPtr GetTrailerValue(const char* szKey) const { return m_trailer[szKey]; }
   CObjectPtr GetRoot() const { return m_root; }
@@ -187,7 +191,12 @@ private:
   bool LoadCompressed(CIndirectObject& object, const TXRefEntry& entry);
   bool RecoverObject(int nObjNumber);
   CObjectStream* GetObjectStream(int nObjNumber);
+
+  // Decodes an object stream that is not in memory, as long as the file does not ask for the same ones
+  // without end, and puts it to the front of the cache.
+  bool LoadObjectStream(CObjectStream& stream);
   void TouchObjectStream(int nObjNumber);
+  void UnloadOldestObjectStream();
 
   // Writes the pending object stream of that number, so that its members can be read back; true if there is
   // none.
@@ -250,6 +259,9 @@ private:
   BSE::CObjectPtr<CSecurityHandler> m_pSecurity;
   BSE::CObjectArray<CIndirectObject> m_unloadQueue;
   int m_nLoadDepth = 0;
+  std::int64_t m_nCachedBytes = 0;    // decoded object streams of the cache
+  std::int64_t m_nRereadBytes = 0;    // decoded more than once
+  std::int64_t m_nAdmittedBytes = 0;  // copied from a source's streams
   bool m_bUnloading = false;
   bool m_bWantObjectStreams = false;
   bool m_bSplitXRef = false;

@@ -5,6 +5,9 @@
 #include "base/Tracer.h"
 #include "pdf/File.h"
 #include "pdf/Parser.h"
+#include "pdf/StreamObjects.h"
+
+#include <algorithm>
 
 namespace PDF
 {
@@ -13,6 +16,17 @@ namespace
 {
 
 constexpr int g_nBlockSize = 8192;
+
+// Filters limit what each of them makes of its own input; a chain of them is limited by what stands in the
+// file.
+std::int64_t GetSizeLimit(CIndirectObject& stream)
+{
+  const CObjectPtr part = stream.GetStreamObject();
+  const std::int64_t nEncoded = part ? static_cast<CStreamPart*>(part.Get())->GetDataLength() : 0;
+  if (nEncoded > BSE::g_nMaxDecodedSize / BSE::g_nMaxDecodeRatio)
+    return BSE::g_nMaxDecodedSize;
+  return std::max(BSE::g_nFreeDecodedSize, nEncoded * BSE::g_nMaxDecodeRatio);
+}
 
 }  // namespace
 
@@ -24,6 +38,8 @@ bool CObjectStream::Load()
 {
   if (m_bLoaded)
     return true;
+  m_bTried = true;
+  m_nDecoded = 0;
   if (BSE::CTracer::IsOn())
     BSE::CTracer::Trace("I", "libpdf", "Loading ObjStm %d.", m_nObjNumber);
   const CObjectPtr object = m_pFile->GetObject(m_nObjNumber, -1);
@@ -52,16 +68,21 @@ bool CObjectStream::DecodeData(CIndirectObject& stream)
   const BSE::CObjectPtr<BSE::IByteStream> pData = stream.GetDecodedStream();
   if (!pData || !pData->IsValid())
     return false;
+  const std::int64_t nLimit = GetSizeLimit(stream);
   m_data.RemoveAll();
   for (;;)
   {
     const int nOld = m_data.GetSize();
-    const int nRoom = nOld < g_nBlockSize ? g_nBlockSize : nOld;
-    if (nOld >= BSE::g_nMaxDecodedSize - nRoom)
+    if (nOld >= nLimit)
+    {
+      m_data.RemoveAll();
       return false;
+    }
+    const auto nRoom = static_cast<int>(std::min<std::int64_t>(std::max(g_nBlockSize, nOld), nLimit - nOld));
     m_data.SetSize(nOld + nRoom);
     const std::int64_t nRead = pData->ReadFully(m_data.GetData() + nOld, nRoom);
     m_data.Truncate(nOld + static_cast<int>(nRead < 0 ? 0 : nRead));
+    m_nDecoded = m_data.GetSize();
     if (nRead < nRoom)
       return true;
   }
@@ -90,9 +111,30 @@ void CObjectStream::Unload()
   m_pParser.Reset();
   m_data.RemoveAll();
   m_index.RemoveAll();
+  m_byNumber.RemoveAll();
 }
 
-int CObjectStream::FindEntry(int nObjNumber, int nIndex) const
+int CObjectStream::FindByNumber(int nObjNumber)
+{
+  const auto getNumber = [this](int nIndex) { return m_index[nIndex].m_nObjNumber; };
+  if (m_byNumber.IsEmpty())
+  {
+    for (int i = 0; i < m_index.GetSize(); ++i)
+      m_byNumber.Add(i);
+    std::ranges::sort(m_byNumber.GetSpan(),
+                      [&](int nLeft, int nRight)
+                      {
+                        const int nLeftNumber = getNumber(nLeft);
+                        const int nRightNumber = getNumber(nRight);
+                        return nLeftNumber != nRightNumber ? nLeftNumber < nRightNumber : nLeft < nRight;
+                      });
+  }
+  const std::span<int> sorted = m_byNumber.GetSpan();
+  const auto pFound = std::ranges::lower_bound(sorted, nObjNumber, {}, getNumber);
+  return pFound != sorted.end() && getNumber(*pFound) == nObjNumber ? *pFound : -1;
+}
+
+int CObjectStream::FindEntry(int nObjNumber, int nIndex)
 {
   if (nIndex < 0 || nIndex >= m_index.GetSize())
     BSE::CTracer::Trace("E", "libpdf",
@@ -103,10 +145,7 @@ int CObjectStream::FindEntry(int nObjNumber, int nIndex) const
   else
     BSE::CTracer::Trace("E", "libpdf", "Object number mismatch in compressed object stream %d: %d %d",
                         m_nObjNumber, nObjNumber, m_index[nIndex].m_nObjNumber);
-  for (int i = 0; i < m_index.GetSize(); ++i)
-    if (m_index[i].m_nObjNumber == nObjNumber)
-      return i;
-  return -1;
+  return FindByNumber(nObjNumber);
 }
 
 bool CObjectStream::GetObject(CIndirectObject& object, int nIndex)

@@ -21,6 +21,8 @@ public:
 
   int GetObjNumber() const { return m_nObjNumber; }
   bool IsLoaded() const { return m_bLoaded; }
+  // True once it was to be loaded, whatever came of it.
+  bool WasTried() const { return m_bTried; }
 
   // False if the stream cannot be read.
   bool Load();
@@ -29,6 +31,9 @@ public:
   // Fills an object from the entry at an index, or where that holds another number from the entry with the
   // object's number. False, traced, if there is none or the stream cannot be read.
   bool GetObject(CIndirectObject& object, int nIndex);
+
+  // Bytes that the last load has decoded, kept or not.
+  std::int64_t GetDecodedSize() const { return m_nDecoded; }
 
   // Number of entries, and the object number of one; after Load.
   int GetCount() const { return m_index.GetSize(); }
@@ -43,15 +48,19 @@ private:
 
   bool DecodeData(CIndirectObject& stream);
   void ReadIndex(std::int64_t nCount);
-  int FindEntry(int nObjNumber, int nIndex) const;
+  int FindEntry(int nObjNumber, int nIndex);
+  int FindByNumber(int nObjNumber);
 
   CFile* m_pFile;
   int m_nObjNumber;
   std::int64_t m_nFirst = 0;
+  std::int64_t m_nDecoded = 0;
   BSE::CBasicArray<TIndexEntry> m_index;
+  BSE::CBasicArray<int> m_byNumber;  // indexes by object number, filled when the table names a wrong one
   BSE::CBasicArray<unsigned char> m_data;
   BSE::CScopedPtr<CParser> m_pParser;
   bool m_bLoaded = false;
+  bool m_bTried = false;
 };
 
 }  // namespace PDF

@@ -87,6 +87,8 @@ private:
   CObjectPtr ParseContainer(bool bArray);
   CObjectPtr ParseString();
   CObjectPtr ParseName();
+  // True once objects that overlap have made the values parsed many times as long as the file.
+  bool IsOverworked();
   bool ReadObjectHeader(CIndirectObject* pObject, std::int64_t nPos);
   CObjectPtr ParseStreamData(CIndirectObject* pObject, CDictionaryObject& dictionary, bool& bKept);
   std::int64_t FindStreamLength(CDictionaryObject& dictionary, std::int64_t nData);
@@ -111,6 +113,8 @@ private:
   CScanner m_scanner;
   BSE::IErrorContext* m_pErrorContext;
   std::int64_t m_nHeaderOffset = 0;
+  std::int64_t m_nParsed = 0;  // bytes of the values of indirect objects
+  std::int64_t m_nValueStart = 0;
   std::int64_t m_nSearchStart = 0;
   std::int64_t m_nSearchEnd = -1;
   int m_nObject = 0;

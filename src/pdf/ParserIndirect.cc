@@ -1,5 +1,6 @@
 // Indirect objects and stream data of CParser.
 
+#include "base/Limits.h"
 #include "base/MemoryStream.h"
 #include "pdf/DictionaryObject.h"
 #include "pdf/File.h"
@@ -7,6 +8,8 @@
 #include "pdf/Parser.h"
 #include "pdf/SimpleObjects.h"
 #include "pdf/StreamObjects.h"
+
+#include <algorithm>
 
 namespace PDF
 {
@@ -17,6 +20,7 @@ namespace
 constexpr unsigned g_nEmptyObject = 0x00410305;
 constexpr unsigned g_nWrongOffset = 0x00418309;
 constexpr unsigned g_nBadPosition = 0x80410103;
+constexpr unsigned g_nCorrupt = 0x80410113;
 constexpr unsigned g_nNoObjectNumber = 0x80410301;
 constexpr unsigned g_nNoGeneration = 0x80410302;
 constexpr unsigned g_nOtherObject = 0x80410303;
@@ -47,10 +51,16 @@ bool CParser::ParseIndirectObject(CIndirectObject* pObject, std::int64_t nPos)
   m_nGeneration = 0;
   m_nDepth = 0;
   m_bDecrypt = false;
+  if (IsOverworked())
+  {
+    Report(g_nCorrupt);
+    return false;
+  }
   if (!ReadObjectHeader(pObject, nPos))
     return false;
   CSecurityHandler* pSecurity = m_pFile->GetSecurityHandler();
   m_bDecrypt = pSecurity && pObject && !pSecurity->IsExempt(*pObject);
+  m_nValueStart = m_scanner.Tell();
   m_scanner.ReadToken();
   CObjectPtr stream;
   const CObjectPtr value = ParseDictionaryOrStream(pObject, stream);
@@ -61,6 +71,12 @@ bool CParser::ParseIndirectObject(CIndirectObject* pObject, std::int64_t nPos)
     BSE::ReportError(m_pErrorContext, BSE::MakeError(g_nEmptyObject, "obj", m_nObject));
   CheckEndOfObject();
   return true;
+}
+
+bool CParser::IsOverworked()
+{
+  return m_nParsed > BSE::g_nFreeParsedSize &&
+         (m_nParsed - BSE::g_nFreeParsedSize) / BSE::g_nMaxSharedRatio > m_scanner.GetStream().GetLength();
 }
 
 bool CParser::ReadObjectHeader(CIndirectObject* pObject, std::int64_t nPos)
@@ -128,6 +144,7 @@ bool CParser::ReadObjectHeader(CIndirectObject* pObject, std::int64_t nPos)
 CObjectPtr CParser::ParseDictionaryOrStream(CIndirectObject* pObject, CObjectPtr& stream)
 {
   CObjectPtr value = ParseObject();
+  m_nParsed += std::max<std::int64_t>(m_scanner.Tell() - m_nValueStart, 0);
   if (m_scanner.GetToken() != eTokenStream || !value || value.GetType() != eDictionary)
     return value;
   // The stream may ask for its length through objects that use this parser too.

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 #include <new>
 #include <string>
 
@@ -117,6 +118,14 @@ TEST(CallerStream, MissingCallbacks)
   EXPECT_EQ(pNone->Write(&nByte, 1), -1);
   EXPECT_EQ(handler.GetLastCode(), BSE::g_nStreamWriteFailed);
   EXPECT_EQ(BSE::CTLSError::Get()->GetCode(), BSE::g_nStreamWriteFailed);
+}
+
+TEST(CallerStream, PositionsThatCannotBe)
+{
+  TCaller caller{.nPosition = std::numeric_limits<std::int64_t>::max()};
+  const TBrevexStreamDescriptor descriptor = caller.GetDescriptor();
+  const StreamPtr pStream(new CCAPIStreamAdapter(&descriptor, nullptr));
+  EXPECT_EQ(pStream->Tell(), -1);
 }
 
 TEST(CallerStream, CountsThatCannotBe)

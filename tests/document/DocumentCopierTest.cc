@@ -216,6 +216,7 @@ TEST(DocumentCopierTest, RefusesWhatDoesNotGoTogether)
   CReports reports;
   CDocument document(&reports);
   EXPECT_FALSE(document.Open(MakeStream(encrypted).Get(), nullptr));
+  const CString password("x");
   EXPECT_TRUE(document.Open(MakeStream(encrypted).Get(), &password));
   EXPECT_EQ(Describe(document.GetPage(0)["Contents"].GetValueObject()["Length"], 0), "5");
 }

@@ -105,6 +105,59 @@ TEST(Corpus, SoundFilesStaySound)
   }
 }
 
+std::string ReadText(const std::string& sPdf, const std::string& sPassword)
+{
+  const Support::CTempFolder folder;
+  Support::WriteFile(folder / "in.pdf", sPdf);
+  return Support::RunProgram({"pdftotext", "-upw", sPassword, folder / "in.pdf", "-"}).sOut;
+}
+
+bool OpensWith(const std::string& sPdf, const char* szPassword)
+{
+  CSaver saver;
+  const bool bOpen = saver.Open(sPdf, Support::TRoad::Memory, szPassword);
+  EXPECT_TRUE(bOpen || saver.GetCode() == BREVEX_STATUS_WRONG_PASSWORD) << std::hex << saver.GetCode();
+  return bOpen;
+}
+
+// Those that qpdf can decrypt open with their password alone, keep it, and read the same under a new one.
+TEST(Corpus, EncryptedFilesOpenWithTheirPassword)
+{
+  if (!fs::is_directory(GetCorpus() / "real") || !Support::HasProgram("qpdf") ||
+      !Support::HasProgram("pdftotext"))
+  {
+    GTEST_SKIP() << "needs qpdf, pdftotext and a folder of documents in BREVEX_CORPUS";
+  }
+  for (const auto& [sName, file] : ReadManifest())
+  {
+    const std::string sPassword = "--password=" + file.sPassword;
+    if (sName.rfind("real/", 0) != 0 ||
+        Support::RunProgram({"qpdf", sPassword, "--is-encrypted", GetCorpus() / sName}).nExitCode != 0)
+    {
+      continue;
+    }
+    SCOPED_TRACE(sName);
+    const std::string sPdf = Support::ReadFile(GetCorpus() / sName);
+    const std::string sMarked = "\xEF\xBB\xBF" + file.sPassword;
+    EXPECT_EQ(OpensWith(sPdf, ""), file.sPassword.empty());
+    EXPECT_FALSE(OpensWith(sPdf, "no such password"));
+    CSaver saver;
+    ASSERT_TRUE(saver.Open(sPdf, Support::TRoad::Memory, sMarked.c_str())) << std::hex << saver.GetCode();
+    const std::string sText = ReadText(sPdf, file.sPassword);
+    BrevexSetOutputCipher(saver.Get(), BREVEX_CIPHER_AS_INPUT);
+    const auto sKept = saver.SaveEncrypted(nullptr, nullptr, BREVEX_PERMISSIONS_AS_INPUT);
+    ASSERT_TRUE(sKept) << std::hex << saver.GetCode();
+    EXPECT_TRUE(OpensWith(*sKept, sMarked.c_str()));
+    EXPECT_FALSE(OpensWith(*sKept, "no such password"));
+    EXPECT_EQ(ReadText(*sKept, file.sPassword), sText);
+    BrevexSetOutputCipher(saver.Get(), BREVEX_CIPHER_AES_256);
+    const auto sNew = saver.SaveEncrypted("new", "owner", BREVEX_PERMISSIONS_AS_INPUT);
+    ASSERT_TRUE(sNew) << std::hex << saver.GetCode();
+    EXPECT_TRUE(OpensWith(*sNew, "new") && OpensWith(*sNew, "owner"));
+    EXPECT_EQ(ReadText(*sNew, "new"), sText);
+  }
+}
+
 TEST(Corpus, DamagedFilesAreSurvived)
 {
   if (!fs::is_directory(GetCorpus() / "damaged"))

@@ -11,6 +11,7 @@
 #include "base/MemoryStream.h"
 #include "engine/AnnotationStripper.h"
 #include "engine/Optimizer.h"
+#include "tests/support/FeatureDocument.h"
 #include "tests/support/PdfBuilder.h"
 
 namespace
@@ -63,77 +64,6 @@ std::string GetText(const CObjectPtr& string)
   return {bytes.begin(), bytes.end()};
 }
 
-// Two pages that have something of every feature.
-std::string MakeFullDocument()
-{
-  Support::CPdfBuilder builder;
-  const int nMetadata = builder.AddStream("<x/>", "/Type /Metadata /Subtype /XML");
-  const int nAlternate = builder.AddStream("abc",
-                                           "/Type /XObject /Subtype /Image /Width 1 /Height 1 "
-                                           "/ColorSpace /DeviceRGB /BitsPerComponent 8");
-  const int nImage = builder.AddStream(
-      "abc",
-      "/Type /XObject /Subtype /Image /Width 1 /Height 1 /ColorSpace /DeviceRGB /BitsPerComponent 8 "
-      "/StructParent 9 /Metadata " +
-          Ref(nMetadata) + " /Alternates [<< /Image " + Ref(nAlternate) + " >>]");
-  const int nForm = builder.AddStream("", "/Type /XObject /Subtype /Form /BBox [0 0 9 9] /StructParents 3");
-  const int nGroup = builder.AddObject("<< /Type /OCG /Name (Layer) >>");
-  const int nThread = builder.ReserveObject();
-  const int nBead1 = builder.ReserveObject();
-  const int nBead2 = builder.ReserveObject();
-  const int nRoot = builder.ReserveObject();
-  const int nElement = builder.ReserveObject();
-  const int nOutlines = builder.ReserveObject();
-  const int nItem = builder.ReserveObject();
-  const int nWidget = builder.ReserveObject();
-  const int nLast = builder.ReserveObject();
-  const std::string sRect = "/Type /Annot /Rect [0 0 9 9] ";
-  const int nPage = builder.AddPage(
-      "/Tag << /MCID 0 >> BDC BT /F1 9 Tf (Page 1) Tj ET EMC",
-      "/Thumb " + Ref(nAlternate) + " /Metadata " + Ref(nMetadata) + " /B [" + Ref(nBead1) +
-          "] /PieceInfo << /Other << /LastModified (D:2020) >> >> /StructParents 0 /Tabs /S /CREO 1 /HDAG 2 "
-          "/Annots [" +
-          Ref(nWidget) + " << " + sRect + "/Subtype /Link /NM (framed) /Dest [" + Ref(nLast) +
-          " /Fit] >> << " + sRect + "/Subtype /Link /NM (plain) /Border [0 0 0] /Dest (here) >> << " + sRect +
-          "/Subtype /Text /NM (note) >> << " + sRect + "/Subtype /Text /NM (hidden) /F 2 >> << " + sRect +
-          "/Subtype /Link /NM (unseen) /F 32 >> null]");
-  builder.SetObject(nLast,
-                    "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 99 99] /StructParents 1 /Tabs /R "
-                    "/Resources << /XObject << /I " +
-                        Ref(nImage) + " /X " + Ref(nForm) + " >> /Properties << /L " + Ref(nGroup) +
-                        " >> >> >>");
-  builder.SetObject(Support::CPdfBuilder::g_nPageTree,
-                    "<< /Type /Pages /Count 2 /Kids [" + Ref(nPage) + " " + Ref(nLast) + "] >>");
-  builder.SetObject(nWidget,
-                    "<< " + sRect + "/Subtype /Widget /NM (field) /FT /Tx /T (t) /StructParent 1 >>");
-  builder.SetObject(nThread, "<< /Type /Thread /F " + Ref(nBead1) + " /I << /Title (Article) >> /Metadata " +
-                                 Ref(nMetadata) + " >>");
-  builder.SetObject(nBead1, "<< /T " + Ref(nThread) + " /N " + Ref(nBead2) + " /V " + Ref(nBead2) + " /P " +
-                                Ref(nPage) + " /R [0 0 9 9] >>");
-  builder.SetObject(nBead2,
-                    "<< /N " + Ref(nBead1) + " /V " + Ref(nBead1) + " /P " + Ref(nLast) + " /R [0 0 9 9] >>");
-  builder.SetObject(nRoot, "<< /Type /StructTreeRoot /K " + Ref(nElement) + " /ParentTree << /Nums [0 [" +
-                               Ref(nElement) + "] 1 " + Ref(nElement) + "] >> >>");
-  builder.SetObject(nElement, "<< /Type /StructElem /S /P /CREO 1 /P " + Ref(nRoot) + " /Pg " + Ref(nPage) +
-                                  " /K [0 << /Type /OBJR /Obj " + Ref(nWidget) + " >>] >>");
-  builder.SetObject(nOutlines, "<< /First " + Ref(nItem) + " /Last " + Ref(nItem) + " /Count 1 >>");
-  builder.SetObject(nItem, "<< /Title (One) /Parent " + Ref(nOutlines) + " /Dest [" + Ref(nLast) +
-                               " /Fit] /SE " + Ref(nElement) + " >>");
-  const int nFile = builder.AddStream("attached", "/Type /EmbeddedFile /Params << /Size 8 >>");
-  builder.SetCatalogEntries("/Treads 1 /Threads [" + Ref(nThread) +
-                            "] /PieceInfo << /Other << /LastModified (D:2020) >> >> "
-                            "/StructTreeRoot " +
-                            Ref(nRoot) + " /MarkInfo << /Marked true >> /Spider << >> /Outlines " +
-                            Ref(nOutlines) + " /AcroForm << /Fields [" + Ref(nWidget) +
-                            "] >> /OutputIntents [<< /S /GTS_PDFX >>] /Perms << >> "
-                            "/CREO 1 /HDAG 2 /Metadata " +
-                            Ref(nMetadata) + " /OCProperties << /OCGs [" + Ref(nGroup) + "] /D << /Order [" +
-                            Ref(nGroup) + "] >> >> /Names << /Dests << /Names [(here) [" + Ref(nLast) +
-                            " /Fit]] >> /EmbeddedFiles << /Names [(a) << /Type /Filespec /F (a) /EF << /F " +
-                            Ref(nFile) + " >> >>] >> >>");
-  return builder.Build();
-}
-
 // Every place where a feature can stand, by name.
 TNames ListFeatures(TSaved& saved)
 {
@@ -178,7 +108,7 @@ const struct
 
 TEST(FeatureStripper, EachFlagAloneAndAllTogether)
 {
-  const std::string sPdf = MakeFullDocument();
+  const std::string sPdf = Support::MakeFeatureDocument();
   TSaved plain(sPdf);
   const TNames features = ListFeatures(plain);
   for (const char* szPlace : {"catalog ", "page ", "element "})
@@ -237,7 +167,7 @@ void ExpectLinksHold(TSaved& saved, bool bStructure, bool bBeads)
 
 TEST(FeatureStripper, WhatStaysLeadsWhereItLed)
 {
-  const std::string sPdf = MakeFullDocument();
+  const std::string sPdf = Support::MakeFeatureDocument();
   for (unsigned nStrip = 0; nStrip <= 0x800; nStrip = nStrip == 0 ? 1 : nStrip * 2)
   {
     SCOPED_TRACE(nStrip);

@@ -1,4 +1,5 @@
 #include "base/ErrorHandler.h"
+#include "base/Limits.h"
 #include "base/MemoryStream.h"
 #include "pdf/File.h"
 
@@ -349,6 +350,35 @@ TEST(File, LongChainsOfReferencesLoadWithoutRecursion)
   ASSERT_TRUE(opened.m_bOpened);
   EXPECT_FALSE(opened.m_file.GetObject(4, 0)->IsInteger());
   EXPECT_EQ(opened.m_file.GetObject(4 + nLinks - 10, 0)->GetIntegerValue(), 42);
+}
+
+TEST(File, BytesAreNotParsedWithoutEnd)
+{
+  // Objects that overlap have a file parsed again and again, as these loads do.
+  constexpr std::int64_t nSize = 4 << 20;
+  TOpened opened(Simple().Add("(" + std::string(nSize, 'x') + ")").Finish());
+  ASSERT_TRUE(opened.m_bOpened);
+  const std::int64_t nMost = BSE::g_nFreeParsedSize / nSize + BSE::g_nMaxSharedRatio + 2;
+  std::int64_t nLoads = 0;
+  while (nLoads <= nMost && !opened.String(4).empty())
+  {
+    opened.m_file.GetObject(4, 0)->Unload();
+    ++nLoads;
+  }
+  EXPECT_GE(nLoads, BSE::g_nMaxSharedRatio);
+  EXPECT_LE(nLoads, nMost);
+}
+
+TEST(File, CopiesOfOverlappingStreamsEnd)
+{
+  TOpened source(Simple().Finish());
+  ASSERT_TRUE(source.m_bOpened);
+  CFile target(&source.m_handler);
+  constexpr std::int64_t nHalf = BSE::g_nFreeCopiedSize / 2;
+  EXPECT_TRUE(target.AdmitStream(source.m_file, nHalf));
+  EXPECT_TRUE(target.AdmitStream(source.m_file, nHalf));
+  EXPECT_TRUE(target.AdmitStream(source.m_file, source.m_file.GetInput()->GetLength()));
+  EXPECT_FALSE(target.AdmitStream(source.m_file, nHalf));
 }
 
 TEST(File, LongChainsUnloadWithoutRecursion)

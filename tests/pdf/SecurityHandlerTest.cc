@@ -275,6 +275,41 @@ void ExpectReadable(const std::string& bytes, const CString& password, const TFo
   EXPECT_EQ(errors.GetLastCode(), 0U);
 }
 
+// Up to revision 4 the values depend on the identifier of the file.
+TEST(SecurityHandler, MovesToAnotherFileWithItsPasswords)
+{
+  for (const TForm& form : g_forms)
+    for (const char* szPassword : {"user", "owner"})
+    {
+      SCOPED_TRACE(std::to_string(form.m_nKeyLength) + szPassword);
+      TEncryption encryption;
+      encryption.m_userPassword = CTextString("user");
+      encryption.m_ownerPassword = CTextString("owner");
+      encryption.m_nKeyLength = form.m_nKeyLength;
+      encryption.m_szStreamCrypt = form.m_szStreamCrypt;
+      encryption.m_szStringCrypt = form.m_szStringCrypt;
+      const CObjectPtr first(new CDictionaryObject);
+      CStandardSecurityHandler::Create(encryption, CString(g_szId), nullptr)->Write(*first);
+      const auto pOpened = CStandardSecurityHandler::Open(first, CString(g_szId), nullptr);
+      EXPECT_FALSE(pOpened->CreateAlike(CString("other"), nullptr)) << "not authenticated";
+      const CString password(szPassword);
+      ASSERT_TRUE(pOpened->Authenticate(&password));
+      const auto pMoved = pOpened->CreateAlike(CString("other"), nullptr);
+      ASSERT_TRUE(pMoved);
+      const CString value = pMoved->EncryptString(CString("text"), 3, 0);
+      const CObjectPtr second(new CDictionaryObject);
+      pMoved->Write(*second);
+      for (const char* szOther : {"user", "owner"})
+      {
+        const auto pReader = CStandardSecurityHandler::Open(second, CString("other"), nullptr);
+        const CString other(szOther);
+        EXPECT_TRUE(pReader->Authenticate(&other)) << szOther;
+        EXPECT_EQ(ToText(pReader->DecryptString(value, 3, 0)), "text") << szOther;
+      }
+      EXPECT_FALSE(CStandardSecurityHandler::Open(second, CString("other"), nullptr)->Authenticate(nullptr));
+    }
+}
+
 // A Crypt filter that is Identity keeps one stream plain, and a plain metadata stream is read as such.
 TEST(SecurityHandler, LeavesPlainStreamsAlone)
 {

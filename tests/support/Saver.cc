@@ -179,6 +179,15 @@ bool CSaver::Open(const std::string& sPdf, TRoad road, const char* szPassword)
   return BrevexOpenA(m_pHandle, (folder / "in.pdf").c_str(), szPassword) != 0;
 }
 
+std::optional<std::string> CSaver::SaveEncrypted(const char* szUser, const char* szOwner, int nPermissions)
+{
+  CByteStream output;
+  const TBrevexStreamDescriptor stream = output.GetDescriptor();
+  return BrevexSaveAsStreamA(m_pHandle, &stream, szUser, szOwner, nPermissions) != 0
+             ? std::optional(output.GetBytes())
+             : std::nullopt;
+}
+
 std::optional<std::string> CSaver::Save(TRoad road)
 {
   if (road == TRoad::Memory)

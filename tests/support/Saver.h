@@ -62,6 +62,8 @@ public:
   bool Open(const std::string& sPdf, TRoad road = TRoad::Memory, const char* szPassword = nullptr);
   // The bytes of the saved document; nothing when the save failed.
   std::optional<std::string> Save(TRoad road = TRoad::Memory);
+  // The same through a stream, with passwords and permissions.
+  std::optional<std::string> SaveEncrypted(const char* szUser, const char* szOwner, int nPermissions);
 
 private:
   TBrevexHandle* m_pHandle;

@@ -1,6 +1,7 @@
 // What the command does with files: outputs that appear whole or not at all, never larger, many inputs.
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -119,6 +120,27 @@ TEST(CommandFiles, InterruptionLeavesNothing)
       {"env", "TMPDIR=.", "timeout", "1", BREVEX_PROGRAM, "large.pdf", "pipe"}, {}, folder.GetPath(""));
   EXPECT_EQ(result.nExitCode, 124) << result.sErr;
   EXPECT_EQ(folder.CountEntries(), 3);
+}
+
+TEST(CommandFiles, LimitedFileSizeIsAFailedWrite)
+{
+  const CCommandFolder folder;
+  rlimit old{};
+  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &old), 0);
+  const rlimit small{100, old.rlim_max};
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+  const int nExitCode = folder.Run({"large.pdf", "out.pdf"}).nExitCode;
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &old), 0);
+  EXPECT_EQ(nExitCode, 4);
+  EXPECT_EQ(folder.CountEntries(), 2);
+}
+
+TEST(CommandFiles, LostReportIsAFailedWrite)
+{
+  const CCommandFolder folder;
+  const std::string sScript = std::string(BREVEX_PROGRAM) + " --json large.pdf out.pdf > /dev/full";
+  EXPECT_EQ(Support::RunProgram({"sh", "-c", sScript}, {}, folder.GetPath("").string()).nExitCode, 4);
+  EXPECT_TRUE(folder.Exists("out.pdf"));
 }
 
 TEST(CommandFiles, FoldersAndJobs)

@@ -39,6 +39,12 @@ TEST(CommandFlags, WrongUse)
       {"--progress", "maybe", "large.pdf", "out.pdf"},
       {"--in-place", "--output-dir", "sub", "large.pdf"},
       {"--password-file", "absent.txt", "large.pdf", "out.pdf"},
+      {"--encryption", "aes-512", "--user-password", "u", "large.pdf", "out.pdf"},
+      {"--encryption", "aes-256", "large.pdf", "out.pdf"},
+      {"--user-password", "", "large.pdf", "out.pdf"},
+      {"--user-password", "u", "--permissions", "print", "large.pdf", "out.pdf"},
+      {"--owner-password", "o", "--permissions", "fly", "large.pdf", "out.pdf"},
+      {"--owner-password", "o", "--decrypt", "large.pdf", "out.pdf"},
       {"--json", "large.pdf", "-"},
       {"--in-place", "-"},
       {"large.pdf", "sub"},
@@ -144,9 +150,9 @@ TEST(CommandFlags, EverySetterHasAFlag)
 {
   const CCommandFolder folder;
   const std::string sHelp = folder.Run({"optimize", "--help"}).sOut;
-  // Among them the one whose flag is shorter, --merge-equal.
-  const std::set<std::string> otherwise = {"Profile",           "VersionA",   "VersionW",
-                                           "MergeEqualObjects", "InfoEntryA", "InfoEntryW"};
+  // Flags of another name: --merge-equal, --encryption.
+  const std::set<std::string> otherwise = {"Profile",    "VersionA",     "VersionW",         "InfoEntryA",
+                                           "InfoEntryW", "OutputCipher", "MergeEqualObjects"};
   const std::set<std::string> setters = ReadSetters();
   EXPECT_GT(setters.size(), 40U);
   for (const std::string& sSetter : setters)
@@ -181,7 +187,8 @@ TEST(CommandFlags, EveryFlagIsAccepted)
     }
   }
   EXPECT_GT(arguments.size(), 40U);
-  arguments.insert(arguments.end(), {"--threshold", "-1", "--color-threshold=-1", "large.pdf", "out.pdf"});
+  arguments.insert(arguments.end(), {"--threshold", "-1", "--color-threshold=-1", "--owner-password", "o",
+                                     "large.pdf", "out.pdf"});
   const TProcessResult result = folder.Run(arguments);
   EXPECT_EQ(result.nExitCode, 0) << result.sErr;
 }

@@ -5,6 +5,7 @@
 #include <iostream>
 #include <memory>
 
+#include "EncryptionFlags.h"
 #include "HelpFormatter.h"
 #include "SettingParser.h"
 

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
@@ -142,10 +143,11 @@ void CEncryptionFlags::Finish()
   }
   if (IsEmpty(m_options.sUserPassword) && IsEmpty(m_options.sOwnerPassword))
   {
-    throw CLI::ValidationError(
-        "--encryption", "needs --user-password, --owner-password or both, and one that is not empty");
+    throw CLI::ValidationError("--encryption",
+                               "needs --user-password, --owner-password or both, and one that is not empty");
   }
-  const bool bOwner = !IsEmpty(m_options.sOwnerPassword) && m_options.sOwnerPassword != m_options.sUserPassword;
+  const bool bOwner =
+      !IsEmpty(m_options.sOwnerPassword) && m_options.sOwnerPassword != m_options.sUserPassword;
   if (m_options.nPermissions && !bOwner)
   {
     throw CLI::ValidationError("--permissions", "needs an --owner-password that is not the user's");

@@ -1,33 +1,16 @@
 #pragma once
 
-#include <brevex/brevex.h>
-
 #include <CLI/CLI.hpp>
 #include <optional>
 #include <string>
 
+#include "EncryptionOptions.h"
+
 namespace Tool
 {
 
-// What becomes of the encryption of a document.
-enum class TProtection
-{
-  Keep,    // the output opens with the passwords of the input
-  Remove,  // the output is plain
-  Encrypt  // with what the flags say
-};
-
-struct TEncryptionOptions
-{
-  TProtection protection = TProtection::Keep;
-  int nCipher = BREVEX_CIPHER_AES_256;
-  std::optional<std::string> sUserPassword;
-  std::optional<std::string> sOwnerPassword;
-  std::optional<unsigned> nPermissions;  // flags of TBrevexPermission
-};
-
-// Flags for a password: --NAME, --NAME-file, and a variable of the environment that stands for both. The value
-// goes into the text when CPasswordFlags::Finish is called.
+// Flags for a password: --NAME, --NAME-file, and a variable of the environment that stands for both. The
+// value goes into the text when CPasswordFlags::Finish is called.
 class CPasswordFlags
 {
 public:

@@ -48,7 +48,8 @@ void SetVersion(const CHandle& handle, const CInput& input, const TOptimizeOptio
   }
 }
 
-// A text as the narrow functions take it: file names go through them as bytes, passwords as UTF-8 with its mark.
+// A text as the narrow functions take it: file names go through them as bytes, passwords as UTF-8 with its
+// mark.
 std::string MarkPassword(const std::optional<std::string>& sPassword)
 {
   const std::string sText = sPassword.value_or("");
@@ -66,10 +67,9 @@ bool Save(const CHandle& handle, const CAtomicFile& output, const TEncryptionOpt
     return BrevexSaveAsA(handle.Get(), szFile, nullptr, nullptr, BREVEX_PERMISSIONS_PLAIN) != 0;
   case TProtection::Encrypt:
     BrevexSetOutputCipher(handle.Get(), options.nCipher);
-    return BrevexSaveAsA(
-               handle.Get(), szFile, MarkPassword(options.sUserPassword).c_str(),
-               MarkPassword(options.sOwnerPassword).c_str(),
-               static_cast<int>(nReserved | options.nPermissions.value_or(BREVEX_PERMIT_ALL))) != 0;
+    return BrevexSaveAsA(handle.Get(), szFile, MarkPassword(options.sUserPassword).c_str(),
+                         MarkPassword(options.sOwnerPassword).c_str(),
+                         static_cast<int>(nReserved | options.nPermissions.value_or(BREVEX_PERMIT_ALL))) != 0;
   case TProtection::Keep:
     break;
   }

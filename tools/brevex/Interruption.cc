@@ -15,6 +15,8 @@ namespace Tool
 void HandleInterruption()
 {
   signal(SIGPIPE, SIG_IGN);
+  // A limit on the size of files is a failed write, told and tidied up like any other.
+  signal(SIGXFSZ, SIG_IGN);
   sigset_t signals;
   sigemptyset(&signals);
   for (const int nSignal : {SIGINT, SIGTERM, SIGHUP})

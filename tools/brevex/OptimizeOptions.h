@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "EncryptionFlags.h"
+#include "EncryptionOptions.h"
 #include "Names.h"
 
 namespace Tool

@@ -1,11 +1,14 @@
 #include <clocale>
+#include <cstdio>
 #include <exception>
+#include <iostream>
 #include <string>
 #include <vector>
 
 #include "CommandLine.h"
-#include "Handle.h"
 #include "EncryptionFlags.h"
+#include "ExitCode.h"
+#include "Handle.h"
 #include "InfoCommand.h"
 #include "Interruption.h"
 #include "OptimizeCommand.h"
@@ -30,6 +33,17 @@ Tool::TExitCode Run(int nArguments, char** arguments)
                                             : Tool::RunOptimize(command->optimize);
 }
 
+// What was told on standard output may not have arrived.
+Tool::TExitCode CheckStandardOutput(Tool::TExitCode exitCode)
+{
+  const bool bWritten = std::cout.flush() && std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+  if (!bWritten)
+  {
+    Tool::WriteError("cannot write standard output");
+  }
+  return bWritten ? exitCode : Tool::GetWorse(exitCode, Tool::TExitCode::Output);
+}
+
 }  // namespace
 
 int main(int nArguments, char** arguments)
@@ -37,7 +51,7 @@ int main(int nArguments, char** arguments)
   std::setlocale(LC_CTYPE, "");
   try
   {
-    return static_cast<int>(Run(nArguments, arguments));
+    return static_cast<int>(CheckStandardOutput(Run(nArguments, arguments)));
   }
   catch (const std::exception& exception)
   {

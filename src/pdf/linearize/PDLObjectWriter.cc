@@ -153,7 +153,8 @@ void PDLObjectWriter::WriteText(std::span<const unsigned char> text, PDWriter& o
   if (m_bRegular && IsPDRegular(text.front()))
     output.PutByte(' ');
   output.Put(text);
-  m_bRegular = IsPDRegular(text.back());
+  // Behind an empty name a number would become its text.
+  m_bRegular = IsPDRegular(text.back()) || text.back() == '/';
 }
 
 void PDLObjectWriter::WriteText(const char* szText, PDWriter& output)

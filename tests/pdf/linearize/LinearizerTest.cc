@@ -237,11 +237,11 @@ TEST(Linearizer, DropsWhatIsNotThere)
   const int nOrphan = builder.AddObject("<</Type/Page/Mark/Orphan>>");
   const int nBroken = builder.AddObject("<</Mark/Broken");
   builder.AddObject("<</Mark/Unused>>");
-  builder.AddPage("1", "/Keep(a\\)b)/Entries[" + Ref(nOrphan) + " 4711 0 R " + Ref(nBroken) + "(c) 1.0]");
+  builder.AddPage("1", "/Keep(a\\)b)/Entries[" + Ref(nOrphan) + " 4711 0 R " + Ref(nBroken) + "(c) 1.0 / 2]");
   const CLinearizedFile file(MustLinearize(builder.Build()));
   const std::string sPage = file.GetObject(file.m_nFirstPage);
   EXPECT_NE(sPage.find("/Keep(a\\)b)"), std::string::npos);
-  EXPECT_NE(sPage.find("/Entries[null null null(c)1.0]"), std::string::npos) << sPage;
+  EXPECT_NE(sPage.find("/Entries[null null null(c)1.0/ 2]"), std::string::npos) << sPage;
   for (const char* szMark : {"Orphan", "Broken", "Unused"})
     EXPECT_EQ(file.FindObject(std::string("/Mark/") + szMark), 0) << szMark;
 }

@@ -17,12 +17,6 @@ _brevex()
     --pdf-version)
       mapfile -t COMPREPLY < <(compgen -W "auto keep 1.4 1.5 1.6 1.7 2.0" -- "$current")
       return ;;
-    --password)
-      :
-      return ;;
-    --password-file)
-      mapfile -t COMPREPLY < <(compgen -f -- "$current")
-      return ;;
     --info)
       :
       return ;;
@@ -104,26 +98,51 @@ _brevex()
     --effort)
       :
       return ;;
+    --password)
+      :
+      return ;;
+    --password-file)
+      mapfile -t COMPREPLY < <(compgen -f -- "$current")
+      return ;;
+    --user-password)
+      :
+      return ;;
+    --user-password-file)
+      mapfile -t COMPREPLY < <(compgen -f -- "$current")
+      return ;;
+    --owner-password)
+      :
+      return ;;
+    --owner-password-file)
+      mapfile -t COMPREPLY < <(compgen -f -- "$current")
+      return ;;
+    --encryption)
+      mapfile -t COMPREPLY < <(compgen -W "rc4-128 aes-128 aes-256" -- "$current")
+      return ;;
+    --permissions)
+      _brevex_list "print print-low modify copy annotate fill-forms accessibility assemble none all" "$current"
+      return ;;
   esac
   if [[ $current == -* ]]; then
     local flags="
-      -h --help -o --output-dir -i --in-place -r --recursive -j --jobs --profile --pdf-version --password
-      --password-file --info --cms-engine --allow-larger --progress --json -q --quiet --resolution --threshold
-      --bitonal-resolution --bitonal-threshold --monochrome-resolution --monochrome-threshold
-      --color-resolution --color-threshold --image-quality --bitonal-compressions --continuous-compressions
-      --indexed-compressions --bitonal-compression --monochrome-compression --color-compression
-      --force-recompression --no-force-recompression --force-compression-types --no-force-compression-types
-      --image-strat-conserv --no-image-strat-conserv --color-conversion --dithering-mode --clip-images
-      --no-clip-images --remove-images --no-remove-images --reduce-color-complexity
-      --no-reduce-color-complexity --mrc-mask-compression --mrc-layer-compression --mrc-layer-quality
-      --mrc-layer-resolution --mrc-pict-compression --mrc-recognize-pictures --no-mrc-recognize-pictures
-      --strip --flatten-signature-fields --no-flatten-signature-fields --remove-standard-fonts
+      -h --help -o --output-dir -i --in-place -r --recursive -j --jobs --profile --pdf-version --info
+      --cms-engine --allow-larger --progress --json -q --quiet --resolution --threshold --bitonal-resolution
+      --bitonal-threshold --monochrome-resolution --monochrome-threshold --color-resolution --color-threshold
+      --image-quality --bitonal-compressions --continuous-compressions --indexed-compressions
+      --bitonal-compression --monochrome-compression --color-compression --force-recompression
+      --no-force-recompression --force-compression-types --no-force-compression-types --image-strat-conserv
+      --no-image-strat-conserv --color-conversion --dithering-mode --clip-images --no-clip-images
+      --remove-images --no-remove-images --reduce-color-complexity --no-reduce-color-complexity
+      --mrc-mask-compression --mrc-layer-compression --mrc-layer-quality --mrc-layer-resolution
+      --mrc-pict-compression --mrc-recognize-pictures --no-mrc-recognize-pictures --strip
+      --flatten-signature-fields --no-flatten-signature-fields --remove-standard-fonts
       --no-remove-standard-fonts --remove-non-symbolic-fonts --no-remove-non-symbolic-fonts --subset-fonts
       --no-subset-fonts --merge-embedded-fonts --no-merge-embedded-fonts --convert-to-cff --no-convert-to-cff
       --remove-redundant-objects --no-remove-redundant-objects --merge-equal --no-merge-equal
       --recompress-streams --no-recompress-streams --effort --optimize-resources --no-optimize-resources
       --linearize --no-linearize --auto-linearize --no-auto-linearize --extract-images --no-extract-images
-      --extract-fonts --no-extract-fonts --version"
+      --extract-fonts --no-extract-fonts --password --password-file --user-password --user-password-file
+      --owner-password --owner-password-file --encryption --permissions --decrypt --version"
     mapfile -t COMPREPLY < <(compgen -W "$flags" -- "$current")
     return
   fi
