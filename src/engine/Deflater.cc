@@ -10,8 +10,8 @@ namespace PDF
 namespace
 {
 
-// Levels of libdeflate for the efforts 1 to 9. From 10 on they search for the shortest parse by a model of the costs,
-// which fails on some very repetitive data: there the second level wins.
+// Levels of libdeflate for the efforts 1 to 9. From 10 on they search for the shortest parse by a model of
+// the costs, which fails on some very repetitive data: there the second level wins.
 constexpr int g_levels[] = {1, 3, 5, 6, 7, 8, 9, 11, 12};
 constexpr int g_nFirstSearching = 10;
 constexpr int g_nSecondLevel = 9;
@@ -43,12 +43,13 @@ std::size_t CDeflater::GetBound(std::size_t nBytes)
   return libdeflate_zlib_compress_bound(m_compressor.Get(), nBytes);
 }
 
-bool CDeflater::Run(libdeflate_compressor* pCompressor, std::span<const unsigned char> data, std::size_t nLimit,
-                    CByteBuffer& encoded)
+bool CDeflater::Run(libdeflate_compressor* pCompressor, std::span<const unsigned char> data,
+                    std::size_t nLimit, CByteBuffer& encoded)
 {
   encoded.Provide(std::min(nLimit, GetBound(data.size())));
   const std::size_t nRoom = nLimit > 0 ? std::min(nLimit - 1, encoded.GetCapacity()) : 0;
-  encoded.SetSize(libdeflate_zlib_compress(pCompressor, data.data(), data.size(), encoded.GetRoom().data(), nRoom));
+  encoded.SetSize(
+      libdeflate_zlib_compress(pCompressor, data.data(), data.size(), encoded.GetRoom().data(), nRoom));
   return encoded.GetSize() > 0;
 }
 

@@ -139,7 +139,7 @@ struct TOptimizerOptions
 
   // Off in every profile.
   bool m_bMergeEqualObjects = false;  // merge equal objects of every kind, after m_bRemoveRedundantObjects
-  bool m_bRecompressStreams = false;  // encode Flate streams anew where that makes them smaller
+  bool m_bRecompressStreams = false;  // encode lossless streams anew where that is smaller
   int m_nEffort = 6;                  // of m_bRecompressStreams: 1 (fast) to 9 (small)
 
   unsigned m_nOutputCipher = eCipherUnspecified;  // TOutputCipher

@@ -28,7 +28,8 @@ CPendingObjectStream::CPendingObjectStream(CFile& file)
     : m_file(file),
       m_holder(file.NewObject(0, 0, g_nGroupDirect)),
       m_pData(new BSE::CMemoryStream),
-      m_generator(new BSE::CBufferedOutputStream(m_pData.Get()), file.m_pDeflater ? eLayoutDense : eLayoutCompact)
+      m_generator(new BSE::CBufferedOutputStream(m_pData.Get()),
+                  file.m_pDeflater ? eLayoutDense : eLayoutCompact)
 {
   // The walk over dirty objects leaves it alone until it is complete.
   if (m_holder)

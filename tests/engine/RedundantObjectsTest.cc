@@ -1,0 +1,275 @@
+// Which objects of an input are taken for one, by the pass over resources and by the one over everything.
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "base/ErrorHandler.h"
+#include "base/MemoryStream.h"
+#include "engine/EqualObjectMerger.h"
+#include "engine/RedundantObjectOptimizer.h"
+#include "tests/support/PdfBuilder.h"
+
+namespace
+{
+
+using Support::CPdfBuilder;
+
+std::string Ref(int nNumber)
+{
+  return std::to_string(nNumber) + " 0 R";
+}
+
+// An input, and both passes over it.
+class CInput
+{
+public:
+  explicit CInput(const std::string& sPdf) : m_document(&m_errors)
+  {
+    const BSE::CObjectPtr<BSE::IByteStream> pStream(
+        new BSE::CMemoryStream(sPdf.data(), static_cast<std::int64_t>(sPdf.size())));
+    EXPECT_TRUE(m_document.Open(pStream.Get(), nullptr));
+  }
+
+  void RunResources(unsigned nMask) { m_redundant.Run(m_document, nMask); }
+  void RunAll(bool bDecode = false) { m_equal.Run(m_document.GetFile(), {}, bDecode); }
+
+  bool AreOneResource(int nA, int nB) const
+  {
+    return m_redundant.GetCanonical(nA) == m_redundant.GetCanonical(nB);
+  }
+  bool AreOne(int nA, int nB) const { return m_equal.GetCanonical(nA) == m_equal.GetCanonical(nB); }
+  const PDF::CRedundantObjectOptimizer& GetResources() const { return m_redundant; }
+
+private:
+  BSE::CErrorHandler m_errors;
+  PDF::CDocument m_document;
+  PDF::CRedundantObjectOptimizer m_redundant;
+  PDF::CEqualObjectMerger m_equal;
+};
+
+// A page for each body, with the object of that body as its resource "X" in a section.
+std::vector<int> AddResources(CPdfBuilder& builder, const std::string& sSection,
+                              const std::vector<std::function<int()>>& makers)
+{
+  std::vector<int> numbers;
+  for (const auto& fnMake : makers)
+  {
+    numbers.push_back(fnMake());
+    builder.AddPage("q Q", "/Resources << /" + sSection + " << /X " + Ref(numbers.back()) + " >> >>");
+  }
+  return numbers;
+}
+
+TEST(RedundantObjects, ResourcesOfOneValue)
+{
+  struct TCase
+  {
+    const char* szName;
+    const char* szSection;
+    const char* szA;
+    const char* szB;
+    unsigned nMask;
+    bool bOne;
+  };
+  const TCase cases[] = {
+      {"equal", "Font", "<</Type/Font/Subtype/Type1/BaseFont/Times>>",
+       "<</Subtype/Type1/BaseFont/Times/Type/Font>>", 127, true},
+      {"resource name", "Font", "<</Type/Font/Subtype/Type1/Name/F1>>",
+       "<</Type/Font/Subtype/Type1/Name/F2>>", 32, true},
+      {"one more key", "Font", "<</Type/Font>>", "<</Type/Font/Subtype/Type1>>", 127, false},
+      {"mask of fonts", "ColorSpace", "[/CalGray<</WhitePoint[1 1 1]>>]", "[/CalGray<</WhitePoint[1 1 1]>>]",
+       32, false},
+      {"mask of spaces", "ColorSpace", "[/CalGray<</WhitePoint[1 1 1]>>]", "[/CalGray<</WhitePoint[1 1 1]>>]",
+       1, true},
+      {"near reals", "ExtGState", "<</LW 1.00001>>", "<</LW 1.00002>>", 127, false},
+      {"integer and real", "ExtGState", "<</LW 1>>", "<</LW 1.0>>", 127, true},
+      {"strings and names", "ExtGState", "<</X(a)>>", "<</X/a>>", 127, false},
+  };
+  for (const TCase& c : cases)
+  {
+    CPdfBuilder builder;
+    const std::vector<int> numbers =
+        AddResources(builder, c.szSection,
+                     {[&] { return builder.AddObject(c.szA); }, [&] { return builder.AddObject(c.szB); }});
+    CInput input(builder.Build());
+    input.RunResources(c.nMask);
+    EXPECT_EQ(input.AreOneResource(numbers[0], numbers[1]), c.bOne) << c.szName;
+  }
+}
+
+TEST(RedundantObjects, StreamsCountDecodedInBothPasses)
+{
+  CPdfBuilder builder;
+  const std::string sImage = "/Subtype /Image /Width 4 /Height 1 /ColorSpace /DeviceGray /BitsPerComponent 8";
+  const std::vector<int> numbers = AddResources(
+      builder, "XObject",
+      {[&] { return builder.AddStream("abcd", sImage); }, [&] { return builder.AddStream("abcd", sImage); },
+       [&] { return builder.AddStream("abce", sImage); }});
+  const int nPlain = builder.AddStream("some content of a page");
+  const int nFlate = builder.AddFlateStream("some content of a page");
+  builder.AddPage("q", "/Contents [" + Ref(nPlain) + " " + Ref(nFlate) + "]");
+  CInput input(builder.Build());
+  input.RunResources(127);
+  EXPECT_TRUE(input.AreOneResource(numbers[0], numbers[1]));
+  EXPECT_FALSE(input.AreOneResource(numbers[0], numbers[2]));
+  input.RunAll(false);
+  EXPECT_TRUE(input.AreOne(numbers[0], numbers[1]));
+  EXPECT_FALSE(input.AreOne(numbers[0], numbers[2]));
+  EXPECT_FALSE(input.AreOne(nPlain, nFlate));
+  input.RunAll(true);
+  EXPECT_TRUE(input.AreOne(nPlain, nFlate));
+}
+
+TEST(RedundantObjects, CyclesAndDepthEnd)
+{
+  // Two patterns that lead back to themselves, and two chains far deeper than any stack.
+  constexpr int nDepth = 30000;
+  CPdfBuilder builder;
+  std::vector<int> patterns;
+  std::vector<int> chains;
+  for (int i = 0; i < 2; ++i)
+  {
+    const int nPattern = builder.ReserveObject();
+    const int nOther = builder.AddObject("<</Back " + Ref(nPattern) + ">>");
+    builder.SetObject(nPattern, "<</PatternType 1/Resources<</Pattern<</P " + Ref(nPattern) +
+                                    ">>/Properties<</O " + Ref(nOther) + ">>>>>>");
+    patterns.push_back(nPattern);
+    int nNext = builder.AddObject("<</Leaf true>>");
+    for (int k = 0; k < nDepth; ++k)
+      nNext = builder.AddObject("<</Deeper " + Ref(nNext) + ">>");
+    chains.push_back(nNext);
+    builder.AddPage("q",
+                    "/Resources<</Pattern<</P " + Ref(nPattern) + ">>/ExtGState<</G " + Ref(nNext) + ">>>>");
+  }
+  CInput input(builder.Build());
+  input.RunResources(127);
+  EXPECT_FALSE(input.AreOneResource(patterns[0], patterns[1]));
+  EXPECT_TRUE(input.AreOneResource(chains[0], chains[1]));
+  input.RunAll();
+  EXPECT_FALSE(input.AreOne(patterns[0], patterns[1]));
+  EXPECT_TRUE(input.AreOne(chains[0], chains[1]));
+}
+
+TEST(RedundantObjects, ChainNamesEveryDuplicateOnce)
+{
+  CPdfBuilder builder;
+  const auto make = [&] { return builder.AddObject("<</Type/ExtGState/LW 3>>"); };
+  const std::vector<int> numbers = AddResources(builder, "ExtGState", {make, make, make});
+  CInput input(builder.Build());
+  input.RunResources(127);
+  const auto table = input.GetResources().GetTable();
+  const auto nHead = table[static_cast<std::size_t>(numbers[2])].m_nCanonical;
+  std::map<unsigned, int> met;
+  for (unsigned n = nHead; n != PDF::g_nNoEntry && met[n] == 0; n = table[n].m_nNext)
+    ++met[n];
+  EXPECT_EQ(met.size(), 3U);
+  for (const int nNumber : numbers)
+    EXPECT_EQ(met[static_cast<unsigned>(nNumber)], 1) << nNumber;
+}
+
+// What belongs to one layer must not become a part of another that is written alike.
+TEST(RedundantObjects, LayersStayApart)
+{
+  CPdfBuilder builder;
+  std::vector<int> groups;
+  std::vector<int> forms;
+  for (int i = 0; i < 2; ++i)
+  {
+    groups.push_back(builder.AddObject("<</Type/OCG/Name(Layer)>>"));
+    forms.push_back(
+        builder.AddStream("0 0 9 9 re f", "/Subtype/Form/BBox[0 0 9 9]/OC " + Ref(groups.back())));
+    builder.AddPage("/X Do", "/Resources<</XObject<</X " + Ref(forms.back()) + ">>>>");
+  }
+  builder.SetCatalogEntries("/OCProperties<</OCGs[" + Ref(groups[0]) + " " + Ref(groups[1]) + "]/D<<>>>>");
+  CInput input(builder.Build());
+  input.RunResources(127);
+  input.RunAll();
+  EXPECT_FALSE(input.AreOneResource(groups[0], groups[1]) || input.AreOneResource(forms[0], forms[1]));
+  EXPECT_FALSE(input.AreOne(groups[0], groups[1]) || input.AreOne(forms[0], forms[1]));
+}
+
+TEST(RedundantObjects, IdentityIsNeverMerged)
+{
+  const struct
+  {
+    const char* szBody;
+    bool bOne;
+  } cases[] = {
+      {"<</Type/Font/Subtype/Type1/BaseFont/Times>>", true},
+      {"[1 2 3 4]", true},
+      {"<</S/URI/URI(x)>>", true},
+      {"<</Subtype/Link/Rect[0 0 1 1]>>", false},
+      {"<</Type/Annot/Subtype/Popup>>", false},
+      {"<</FT/Tx/V(a)>>", false},
+      {"<</T(field)>>", false},
+      {"<</Title(Chapter)/Parent 1 0 R>>", false},
+      {"<</S/P/P 1 0 R/K 0>>", false},
+      {"<</Names[(a)(b)]>>", false},
+      {"[1 0 R/XYZ 0 0 0]", false},
+      {"<</D[1 0 R/Fit]>>", false},
+      {"<</Type/Sig/Contents<00>>>", false},
+      {"<</StructParent 3>>", false},
+      {"<</Type/OCMD>>", false},
+      {"<</Type/Filespec/F(a.txt)>>", false},
+  };
+  for (const auto& c : cases)
+  {
+    CPdfBuilder builder;
+    const int nA = builder.AddObject(c.szBody);
+    const int nB = builder.AddObject(c.szBody);
+    builder.AddPage("q", "/PieceInfo<</A<</Private[" + Ref(nA) + " " + Ref(nB) + "]>>>>");
+    CInput input(builder.Build());
+    input.RunAll();
+    EXPECT_EQ(input.AreOne(nA, nB), c.bOne) << c.szBody;
+  }
+}
+
+TEST(RedundantObjects, EqualFontsMergeWithAllThatBelongsToThem)
+{
+  CPdfBuilder builder;
+  std::vector<int> fonts;
+  for (int i = 0; i < 2; ++i)
+  {
+    const int nProgram = builder.AddFlateStream("a font program");
+    const int nDescriptor = builder.AddObject("<</Type/FontDescriptor/FontFile2 " + Ref(nProgram) + ">>");
+    const int nWidths = builder.AddObject("[500 600]");
+    fonts.push_back(builder.AddObject("<</Type/Font/FontDescriptor " + Ref(nDescriptor) + "/Widths " +
+                                      Ref(nWidths) + "/Name/F" + std::to_string(i) + ">>"));
+    builder.AddPage("q", "/Resources<</Font<</F " + Ref(fonts.back()) + ">>>>");
+  }
+  CInput input(builder.Build());
+  input.RunAll();
+  for (int nBelow = 0; nBelow < 4; ++nBelow)
+    EXPECT_TRUE(input.AreOne(fonts[0] - nBelow, fonts[1] - nBelow)) << nBelow;
+}
+
+// Four times the duplicates may take eight times as long, not sixteen.
+TEST(RedundantObjects, CostIsLinear)
+{
+  const auto measure = [](int nCount)
+  {
+    CPdfBuilder builder;
+    std::string sResources = "/Resources<</ExtGState<<";
+    int nLast = 0;
+    for (int i = 0; i < nCount; ++i)
+      sResources +=
+          "/G" + std::to_string(i) + " " + Ref(nLast = builder.AddObject("<</Type/ExtGState/LW 2>>"));
+    builder.AddPage("q", sResources + ">>>>");
+    CInput input(builder.Build());
+    const auto start = std::chrono::steady_clock::now();
+    input.RunResources(127);
+    input.RunAll();
+    const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - start;
+    EXPECT_TRUE(input.AreOneResource(nLast - nCount + 1, nLast) && input.AreOne(nLast - nCount + 1, nLast));
+    return spent.count();
+  };
+  const double dFew = measure(25000);
+  EXPECT_LT(measure(100000), 8 * dFew + 0.1);
+}
+
+}  // namespace
