@@ -86,7 +86,7 @@ size_t Save(const CHandle& handle)
 
 void CountBytes(benchmark::State& state, const std::string& sPdf)
 {
-  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * sPdf.size()));
+  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(sPdf.size()));
 }
 
 // Header, cross-reference data, trailer and page tree.

@@ -1,4 +1,5 @@
-// Copies arbitrary bytes as a document, with both copiers, and opens what comes out: the same number of pages.
+// Copies arbitrary bytes as a document, with both copiers, and opens what comes out: the same number of
+// pages.
 
 #include "base/BufferedInputStream.h"
 #include "base/ErrorHandler.h"

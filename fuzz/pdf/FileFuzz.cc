@@ -20,7 +20,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t nSize)
     return 0;
   PDF::CXRefTable& table = file.GetXRef();
   int nCount = 0;
-  for (int i = table.GetNextNumber(0); i < table.GetSize() && nCount < nMaxObjects; i = table.GetNextNumber(i))
+  for (int i = table.GetNextNumber(0); i < table.GetSize() && nCount < nMaxObjects;
+       i = table.GetNextNumber(i))
   {
     if (table.GetEntry(i).m_nType == PDF::eXRefFree)
       continue;

@@ -303,10 +303,11 @@ BREVEX_API int BrevexGetPageCount(TBrevexHandle* pHandle);
 
 /* Optimizes the open document into a file, which is created (mode 0664 under the umask) or truncated. It must
  * not be the file that is open. After a failure the file stays as far as it was written. The file is
- * encrypted (128 bits) if a password is given or the permissions are neither of the two negative values. The
- * user password opens the file, the owner password lifts the permissions. Permissions are of
- * TBrevexPermission; BREVEX_PERMISSIONS_AS_INPUT takes permissions and ciphers from the input, but not its
- * passwords, and leaves the output of a plain input plain. BrevexSetOutputCipher chooses better ciphers.
+ * encrypted (128 bits) if a password is given or the permissions are other than BREVEX_PERMISSIONS_PLAIN and
+ * BREVEX_PERMISSIONS_AS_INPUT. The user password opens the file, the owner password lifts the permissions.
+ * Permissions are of TBrevexPermission; BREVEX_PERMISSIONS_AS_INPUT takes permissions and ciphers from the
+ * input, but not its passwords, and leaves the output of a plain input plain. BrevexSetOutputCipher chooses
+ * better ciphers.
  * A document may be saved again; it is analysed only once, so options that are set after the first save may
  * remain without effect until the document is opened again. Failures: BREVEX_STATUS_INVALID_OPERATION without
  * an open document, an errno value or BREVEX_STATUS_CREATE_FAILED for the target, BREVEX_STATUS_WRITE_FAILED,
@@ -585,6 +586,26 @@ BREVEX_API void BrevexSetRemoveRedundantObjects(TBrevexHandle* pHandle, int bVal
 /* Whether pages lose resources that they do not use. Default false. */
 BREVEX_API int BrevexGetOptimizeResources(TBrevexHandle* pHandle);
 BREVEX_API void BrevexSetOptimizeResources(TBrevexHandle* pHandle, int bValue);
+
+/* An addition of this library, off in every profile: whether equal objects of every kind are merged, content streams,
+ * font programs, profiles and dictionaries among them, after those that RemoveRedundantObjects finds. Objects stay
+ * apart that a reader can tell from one another in spite of equal contents, such as pages, annotations, form fields,
+ * outline items, structure elements and layers. Read by the first save, or listing, of an open document. Default
+ * false.
+ */
+BREVEX_API int BrevexGetMergeEqualObjects(TBrevexHandle* pHandle);
+BREVEX_API void BrevexSetMergeEqualObjects(TBrevexHandle* pHandle, int bValue);
+
+/* An addition of this library, off in every profile: whether streams without an image codec are encoded anew with
+ * FlateDecode where that makes them smaller, with a predictor or without. Streams that are damaged stay as they are,
+ * and so does metadata that is not compressed. Default false.
+ */
+BREVEX_API int BrevexGetRecompressStreams(TBrevexHandle* pHandle);
+BREVEX_API void BrevexSetRecompressStreams(TBrevexHandle* pHandle, int bValue);
+
+/* How hard RecompressStreams tries, 1 (fast) to 9 (small); values outside are clamped. Default 6. */
+BREVEX_API int BrevexGetEffort(TBrevexHandle* pHandle);
+BREVEX_API void BrevexSetEffort(TBrevexHandle* pHandle, int nValue);
 
 /* Whether the output is linearized, for fast first display over a network. Default false. */
 BREVEX_API int BrevexGetLinearize(TBrevexHandle* pHandle);

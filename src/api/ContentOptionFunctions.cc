@@ -208,6 +208,36 @@ void BrevexSetOptimizeResources(TBrevexHandle* pHandle, int bValue)
   SetFlag(pHandle, &TOptimizerOptions::m_bOptimizeResources, bValue);
 }
 
+int BrevexGetMergeEqualObjects(TBrevexHandle* pHandle)
+{
+  return GetFlag(pHandle, &TOptimizerOptions::m_bMergeEqualObjects);
+}
+
+void BrevexSetMergeEqualObjects(TBrevexHandle* pHandle, int bValue)
+{
+  SetFlag(pHandle, &TOptimizerOptions::m_bMergeEqualObjects, bValue);
+}
+
+int BrevexGetRecompressStreams(TBrevexHandle* pHandle)
+{
+  return GetFlag(pHandle, &TOptimizerOptions::m_bRecompressStreams);
+}
+
+void BrevexSetRecompressStreams(TBrevexHandle* pHandle, int bValue)
+{
+  SetFlag(pHandle, &TOptimizerOptions::m_bRecompressStreams, bValue);
+}
+
+int BrevexGetEffort(TBrevexHandle* pHandle)
+{
+  return GetNumber(pHandle, &TOptimizerOptions::m_nEffort);
+}
+
+void BrevexSetEffort(TBrevexHandle* pHandle, int nValue)
+{
+  Apply(pHandle, &TOptimizerOptions::SetEffort, nValue);
+}
+
 int BrevexGetLinearize(TBrevexHandle* pHandle)
 {
   return GetFlag(pHandle, &TOptimizerOptions::m_bLinearize);

@@ -4,6 +4,7 @@
 #include "api/Initializer.h"
 #include "api/Version.h"
 #include "base/FileStream.h"
+#include "pdf/CachingReader.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -44,8 +45,8 @@ COptimizerHandle::~COptimizerHandle()
 
 void COptimizerHandle::Fail(unsigned nCode)
 {
-  m_nLastError = nCode;
-  m_nErrors |= nCode;
+  m_nLastCode = nCode;
+  m_nAccumulated |= BSE::IsErrnoCode(nCode) ? BSE::g_nErrorBit : nCode;
 }
 
 bool COptimizerHandle::Conclude(bool bResult)
@@ -64,13 +65,21 @@ bool COptimizerHandle::CheckFileName(const char* szFileName)
   return false;
 }
 
+// A directory is told to the thread alone.
+bool COptimizerHandle::FailFile()
+{
+  if (const BSE::IError* pError = BSE::CTLSError::Get(); pError != nullptr && GetLastCode() == 0)
+    Fail(pError->GetCode());
+  return Conclude(false);
+}
+
 bool COptimizerHandle::OpenFile(const char* szFileName, const PDF::CString& password)
 {
   CloseDocument();
   if (!CheckFileName(szFileName))
     return false;
   const BSE::CObjectPtr<BSE::IByteStream> pStream(new BSE::CFileStream(szFileName, BSE::eFileRead, this));
-  return pStream->IsValid() ? OpenWith(pStream.Get(), password) : Conclude(false);
+  return pStream->IsValid() ? OpenWith(pStream.Get(), password) : FailFile();
 }
 
 bool COptimizerHandle::OpenMemory(const void* pBytes, std::uint64_t nLength, const PDF::CString& password)
@@ -90,7 +99,8 @@ bool COptimizerHandle::OpenStream(const TBrevexStreamDescriptor* pDescriptor, co
 {
   CloseDocument();
   m_pOutputStream.Reset();
-  const BSE::CObjectPtr<BSE::IByteStream> pStream(new BSE::CCAPIStreamAdapter(pDescriptor, this));
+  const BSE::CObjectPtr<BSE::IByteStream> pAdapter(new BSE::CCAPIStreamAdapter(pDescriptor, this));
+  const BSE::CObjectPtr<BSE::IByteStream> pStream(new PDF::CCachingReader(pAdapter.Get()));
   return OpenWith(pStream.Get(), password);
 }
 
@@ -106,7 +116,7 @@ bool COptimizerHandle::SaveFile(const char* szFileName, const PDF::TEncryption& 
   if (!CheckFileName(szFileName))
     return false;
   const BSE::CObjectPtr<BSE::IByteStream> pStream(new BSE::CFileStream(szFileName, BSE::eFileWrite, this));
-  return pStream->IsValid() ? SaveWith(pStream.Get(), encryption) : Conclude(false);
+  return pStream->IsValid() ? SaveWith(pStream.Get(), encryption) : FailFile();
 }
 
 bool COptimizerHandle::SaveStream(const TBrevexStreamDescriptor* pDescriptor,

@@ -59,6 +59,7 @@ private:
   bool OpenWith(BSE::IByteStream* pStream, const PDF::CString& password);
   bool SaveWith(BSE::IByteStream* pStream, const PDF::TEncryption& encryption);
   bool CheckFileName(const char* szFileName);
+  bool FailFile();
   bool CloseDocument();
   bool Conclude(bool bResult);
   const char16_t* Render(const char16_t* szText);

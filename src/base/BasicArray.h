@@ -45,7 +45,7 @@ protected:
 
   void Swap(CArrayStorage& other) noexcept;
 
-  // A process-wide cell for indices out of range: reads as zero, swallows stores.
+  // The calling thread's cell for indices out of range: reads as zero, swallows stores.
   static void* GetDummyCell();
 
   union
@@ -213,11 +213,13 @@ public:
   {
     if (this == &other)
       return *this;
-    for (T* p : other.m_elements.GetSpan())
+    // Memory first: nothing has changed if it is exhausted.
+    CPtrArray<T> elements(other.m_elements);
+    for (T* p : elements.GetSpan())
       Take(p);
-    for (T* p : m_elements.GetSpan())
+    std::swap(m_elements, elements);
+    for (T* p : elements.GetSpan())
       Drop(p);
-    m_elements = other.m_elements;
     return *this;
   }
   ~CObjectArray() { SetSize(0); }

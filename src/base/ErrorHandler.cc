@@ -25,8 +25,8 @@ void CErrorHandler::OnReportError(CScopedPtr<IError> pError)
   if (!pError)
     return;
   const unsigned nCode = pError->GetCode();
-  m_nLastError = nCode;
-  m_nErrors |= IsErrnoCode(nCode) ? g_nErrorBit : nCode;
+  m_nLastCode = nCode;
+  m_nAccumulated |= IsErrnoCode(nCode) ? g_nErrorBit : nCode;
   if (!Passes(nCode))
     return;
   OnAddContextInfo(*pError);
@@ -51,8 +51,8 @@ CErrorSuppressor::CErrorSuppressor(CErrorHandler* pHandler) : m_pHandler(pHandle
   if (!m_pHandler)
     return;
   m_pFormer = m_pHandler->GetObserver();
-  m_nLastError = m_pHandler->m_nLastError;
-  m_nErrors = m_pHandler->m_nErrors;
+  m_nLastCode = m_pHandler->m_nLastCode;
+  m_nAccumulated = m_pHandler->m_nAccumulated;
   m_pHandler->SetObserver(this);
 }
 
@@ -61,8 +61,8 @@ CErrorSuppressor::~CErrorSuppressor()
   if (!m_pHandler)
     return;
   m_pHandler->SetObserver(m_pFormer);
-  m_pHandler->m_nLastError = m_nLastError;
-  m_pHandler->m_nErrors = m_nErrors;
+  m_pHandler->m_nLastCode = m_nLastCode;
+  m_pHandler->m_nAccumulated = m_nAccumulated;
 }
 
 CDynamicContextGuard::CDynamicContextGuard(CErrorHandler* pHandler, IErrorContext* pContext)

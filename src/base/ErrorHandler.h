@@ -35,11 +35,11 @@ public:
   virtual void OnHandleError(CScopedPtr<IError>& pError);
 
   // Code of the last report, whether it passed the threshold or not.
-  unsigned GetLastCode() const { return m_nLastError; }
+  unsigned GetLastCode() const { return m_nLastCode; }
 
   // OR of all reported codes since the last clear; an errno code counts as 0x80000000.
-  unsigned GetAccumulated() const { return m_nErrors; }
-  void Clear() { m_nLastError = m_nErrors = 0; }
+  unsigned GetAccumulated() const { return m_nAccumulated; }
+  void Clear() { m_nLastCode = m_nAccumulated = 0; }
 
   // Lowest severity mask that is acted upon: 0x80000000 errors (the start), 0x8000 warnings too, 0
   // everything, 0xF0000000 and above nothing.
@@ -57,9 +57,9 @@ protected:
   friend class CDynamicContextGuard;
   friend class CErrorSuppressor;
 
-  unsigned m_nLastError = 0;
+  unsigned m_nLastCode = 0;
   unsigned m_nThreshold = 0x80000000U;
-  unsigned m_nErrors = 0;
+  unsigned m_nAccumulated = 0;
   IErrorObserver* m_pObserver = nullptr;
   CPtrArray<IErrorContext> m_contexts;
 };
@@ -77,8 +77,8 @@ public:
 private:
   CErrorHandler* m_pHandler;
   IErrorObserver* m_pFormer = nullptr;
-  unsigned m_nLastError = 0;
-  unsigned m_nErrors = 0;
+  unsigned m_nLastCode = 0;
+  unsigned m_nAccumulated = 0;
 };
 
 // Adds one context to a handler for a scope. A null handler is fine.

@@ -28,6 +28,10 @@ inline constexpr std::int64_t g_nMaxDecodedSize = std::int64_t{1} << 30;
 inline constexpr std::int64_t g_nMaxDecodeRatio = 2000;
 inline constexpr std::int64_t g_nFreeDecodedSize = std::int64_t{64} << 20;
 
+// Encoded and decoded size up to which a stream is held in memory to be compared or encoded anew as a whole;
+// larger ones stay as they are.
+inline constexpr std::int64_t g_nMaxRecodedSize = std::int64_t{64} << 20;
+
 // Samples of one image.
 inline constexpr std::int64_t g_nMaxImagePixels = std::int64_t{1} << 31;
 

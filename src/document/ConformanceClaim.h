@@ -11,12 +11,13 @@ namespace PDF
 enum TColorModel : int;
 
 // The conformance for the values of "part" and "conformance" of the PDF/A identification schema
-// (ISO 19005-1, 6.7.11); none for any other pair.
+// (ISO 19005-1, 6.7.11); blanks around them do not
+// count. None for any other pair.
 CConformance GetClaimedConformance(std::span<const char> part, std::span<const char> level);
 
-// What a metadata stream claims; none without a packet or a claim. Finds properties written as elements and
-// as attributes, with any prefix that is bound to the schema's namespace.
-CConformance ReadConformanceClaim(const CObjectPtr& metadata);
+// The values of the two properties for a conformance; empty without an archival claim.
+const char* GetPartText(CConformance conformance);
+const char* GetLevelText(CConformance conformance);
 
 // The colour model that the header of an ICC profile stream tells (ICC.1, 7.2.6).
 TColorModel ReadProfileModel(const CObjectPtr& profile);

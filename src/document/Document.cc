@@ -1,11 +1,9 @@
 #include "document/Document.h"
 
 #include "base/Checked.h"
-#include "base/Unicode.h"
 #include "document/ConformanceClaim.h"
 #include "pdf/DictionaryObject.h"
 #include "pdf/SimpleObjects.h"
-#include "pdf/TextString.h"
 
 #include <charconv>
 
@@ -70,6 +68,8 @@ bool CDocument::Close()
     return true;
   ForEachListener([this](CDocumentEventListener& listener) { listener.OnDocumentClosing(*this); });
   bool bDone = true;
+  if (m_bMetadataChanged)
+    UpdateMetadata(u"", GetCatalog()["Metadata"].IsStream() ? GetCatalog()["Metadata"] : CObjectPtr());
   if (m_file.IsWritable() && m_tree.GetRoot())
   {
     bDone = m_tree.Close();
@@ -84,6 +84,8 @@ bool CDocument::Close()
   bDone = m_file.Close() && bDone;
   m_bOpened = false;
   m_bCreated = false;
+  m_pXmp.Reset();
+  m_bMetadataChanged = false;
   m_bClaimKnown = false;
   m_bIntentKnown = false;
   return bDone;
@@ -104,6 +106,8 @@ int CDocument::GetPageCount()
 
 void CDocument::OnXRefChanged(CFile&)
 {
+  if (!m_bCreated && !m_bMetadataChanged)
+    m_pXmp.Reset();
   m_bClaimKnown = false;
   m_bIntentKnown = false;
 }
@@ -123,54 +127,6 @@ void CDocument::SetVersion(int nMajor, int nMinor)
   m_nMinor = nMinor;
   if (m_bOpened)
     m_file.SetVersion(nMajor, nMinor);
-}
-
-CConformance CDocument::GetConformance()
-{
-  if (m_bCreated || !m_bOpened)
-    return m_conformance;
-  if (m_bClaimKnown)
-    return m_claim;
-  m_claim = ReadConformanceClaim(GetCatalog()["Metadata"]);
-  if (m_claim.IsNone())
-    m_claim = m_file.GetConformance();
-  m_bClaimKnown = true;
-  return m_claim;
-}
-
-bool CDocument::GetInfoEntry(const char16_t* szKey, BSE::CStr16& value)
-{
-  BSE::CStr8 key;
-  if (!m_bOpened || !BSE::ConvertText(szKey, key, BSE::TInvalidText::Replace))
-    return false;
-  const CObjectPtr entry = GetInfo()[key.GetText()];
-  if (entry.IsString())
-    value = CTextString(entry.GetStringValue()).GetText();
-  else if (entry.IsName())
-    value = CTextString(entry.GetNameValue()).GetText();
-  else
-    return false;
-  return !value.IsEmpty();
-}
-
-bool CDocument::SetInfoEntry(const char16_t* szKey, const char16_t* szValue)
-{
-  BSE::CStr8 key;
-  if (!m_bOpened || !m_file.IsWritable() || !BSE::ConvertText(szKey, key, BSE::TInvalidText::Replace))
-    return false;
-  CObjectPtr info = GetInfo();
-  if (!info.IsDictionary())
-  {
-    info = m_file.NewObject(0, 0, 0);
-    info->SetValueObject(new CDictionaryObject);
-    m_file.SetInfo(info.Get());
-  }
-  if (szValue && *szValue)
-    info.AddEntry(key.GetText(), new CStringObject(CTextString(szValue)));
-  else
-    info.DeleteEntry(key.GetText());
-  info->SetDirty(true);
-  return true;
 }
 
 TColorModel CDocument::GetOutputIntentModel()

@@ -4,6 +4,7 @@
 #include "base/Event.h"
 #include "document/BTree.h"
 #include "document/Page.h"
+#include "metadata/Xmp.h"
 #include "pdf/File.h"
 
 namespace PDF
@@ -80,12 +81,25 @@ public:
   bool InsertPage(int nIndex, CObject* pPage) { return m_tree.InsertPage(nIndex, pPage); }
   bool DeletePage(int nIndex) { return m_tree.DeletePage(nIndex); }
 
-  // Text of an entry of the information dictionary (ISO 32000-1, 14.3.3); keys are UTF-16 as the interface
-  // takes them. False if there is none.
+  // The metadata, read at the first call and kept; never null. A packet that cannot be read is as good as
+  // none.
+  BSE::CObjectPtr<CXMP> GetXMP();
+
+  // Text of an entry of the document information (ISO 32000-1, 14.3.3): what the metadata stream says, else
+  // the information dictionary. Keys are UTF-16 as the interface takes them. False if there is none.
   bool GetInfoEntry(const char16_t* szKey, BSE::CStr16& value);
 
-  // Sets an entry, making the dictionary where it is missing. A null or empty value removes it.
+  // Sets an entry in dictionary and packet, making the dictionary where it is missing. A null or empty value
+  // removes it. The metadata stream of a document that is changed in place follows at the close.
   bool SetInfoEntry(const char16_t* szKey, const char16_t* szValue);
+
+  // Notes what has been done, for the next update. Either text may be null.
+  void AddHistoryEvent(const char* szAction, const char* szParameters);
+
+  // Brings metadata stream and information dictionary in step and writes the stream, if there is to be one,
+  // into the target or, with a null target, into a new object. The packet of a new document claims what the
+  // document does. The producer stands where none is named.
+  void UpdateMetadata(const char16_t* szProducer, const CObjectPtr& target);
 
   // What an opened document claims: the PDF/A identification of its metadata, else that of the file; found at
   // the first call. For a document that is written, what was set.
@@ -115,6 +129,8 @@ private:
   int m_nMajor = 1;
   int m_nMinor = 4;
   TColorModel m_nIntentModel = eModelNone;
+  BSE::CObjectPtr<CXMP> m_pXmp;
+  bool m_bMetadataChanged = false;  // in a document that is changed in place
   bool m_bOpened = false;
   bool m_bCreated = false;
   bool m_bClaimKnown = false;

@@ -4,6 +4,7 @@
 #include "document/StructTreeCopier.h"
 #include "document/TreeCopier.h"
 #include "pdf/ArrayObject.h"
+#include "pdf/StandardSecurityHandler.h"
 
 namespace PDF
 {

@@ -51,7 +51,9 @@ protected:
   // Binds the files that the copier works between, unless that is done.
   void BindFiles();
 
-  // Metadata stream and information dictionary, with the set entries in it.
+  // Metadata stream and information dictionary, with the set entries in both and in step with one another.
+  // The packet claims the output's conformance. A packet that cannot be read is reported and replaced by one
+  // made from the dictionary.
   bool CopyDocumentMetadata();
 
   // The information dictionary alone, new in the output. Keys of the list, ended by null, are left out; the
@@ -80,10 +82,6 @@ protected:
   CObjectPtr CopyOutlines(const CObjectPtr& outlines);
   CObjectPtr CopyStructTree(const CObjectPtr& root);
   CObjectPtr CopyThreads(const CObjectPtr& threads);
-
-  // Without a producer and without a date of change, what is written in their place, unless the document is
-  // archival: those must agree with metadata that is carried across as it is.
-  void CompleteInfo(CObject& info);
 
   CDocument m_input;
   CDocument m_output;

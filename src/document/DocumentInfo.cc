@@ -6,8 +6,6 @@
 #include "pdf/SimpleObjects.h"
 #include "pdf/TextString.h"
 
-#include <ctime>
-
 namespace PDF
 {
 
@@ -17,31 +15,6 @@ namespace
 std::size_t GetKeyBytes(const char16_t* szKey)
 {
   return (static_cast<std::size_t>(BSE::CStr16::Length(szKey)) + 1) * sizeof(char16_t);
-}
-
-// A date (ISO 32000-1, 7.9.4) that begins with a year; the "D:" may be missing.
-bool IsDate(const CObjectPtr& object)
-{
-  const std::span<const unsigned char> text = object.GetStringValue().GetSpan();
-  if (!object.IsString() || text.size() < 4)
-    return false;
-  const std::size_t nFirst = text[0] == 'D' && text[1] == ':' ? 2 : 0;
-  if (text.size() < nFirst + 4)
-    return false;
-  for (std::size_t i = nFirst; i < nFirst + 4; ++i)
-    if (text[i] < '0' || text[i] > '9')
-      return false;
-  return true;
-}
-
-CString GetPresentTime()
-{
-  const std::time_t nNow = std::time(nullptr);
-  std::tm time = {};
-  gmtime_r(&nNow, &time);
-  char szText[32] = {};
-  std::strftime(szText, sizeof szText, "D:%Y%m%d%H%M%SZ", &time);
-  return CString(szText);
 }
 
 bool IsOmitted(const char* const* pszOmitted, const char* szKey)
@@ -84,15 +57,22 @@ const char16_t* CDocumentCopierBase::GetInfoEntry(const char16_t* szKey) const
 
 bool CDocumentCopierBase::CopyDocumentMetadata()
 {
-  const CObjectPtr metadata = m_input.GetCatalog()["Metadata"];
-  if (metadata.IsStream())
-    if (const CObjectPtr copy = m_visitor.VisitEntry("Metadata", metadata))
-      m_output.GetCatalog().AddEntry("Metadata", copy);
   const CObjectPtr info = CopyInfo(nullptr);
   if (!info)
     return false;
-  CompleteInfo(*info);
-  ApplyInfoEntries(*info);
+  const BSE::CObjectPtr<CXMP> pSource = m_input.GetXMP();
+  pSource->SetPart(m_input.GetConformance().GetPart());
+  if (pSource->IsBroken())
+    BSE::ReportError(m_pErrorContext, XMP::g_nInvalidPacket);
+  m_output.GetXMP()->CopyFrom(*pSource);
+  for (int i = m_infoEntries.GetBegin(); i != m_infoEntries.GetEnd(); i = m_infoEntries.GetNext(i))
+    m_output.SetInfoEntry(static_cast<const char16_t*>(m_infoEntries.GetKey(i)),
+                          static_cast<const BSE::CStr16*>(m_infoEntries.GetValue(i))->GetText());
+  // Who else refers to the stream gets the new one.
+  bool bCreated = false;
+  const CObjectPtr metadata = m_input.GetCatalog()["Metadata"];
+  const CObjectPtr target = metadata.IsStream() ? m_copier.GetOrCreateCopy(metadata, bCreated) : CObjectPtr();
+  m_output.UpdateMetadata(m_producer.GetText(), bCreated ? target : CObjectPtr());
   if (info.GetBegin() == info.GetEnd())
     m_output.GetFile().SetInfo(nullptr);
   return true;
@@ -112,16 +92,6 @@ CObjectPtr CDocumentCopierBase::CopyInfo(const char* const* pszOmitted)
   info->SetValueObject(dictionary.Get());
   m_output.GetFile().SetInfo(info.Get());
   return info;
-}
-
-void CDocumentCopierBase::CompleteInfo(CObject& info)
-{
-  if (m_input.GetConformance().IsArchival())
-    return;
-  if (!IsDate(info.GetEntry("ModDate")))
-    info.AddEntry("ModDate", new CStringObject(GetPresentTime()));
-  if (!info.GetEntry("Producer").IsString() && !m_producer.IsEmpty())
-    info.AddEntry("Producer", new CStringObject(CTextString(m_producer.GetText())));
 }
 
 void CDocumentCopierBase::ApplyInfoEntries(CObject& info)

@@ -43,15 +43,29 @@ CObjectPtr CTreeCopier::VisitIndirect(const CObjectPtr& object)
     return CObjectCopier::VisitIndirect(object);
   bool bCreated = false;
   const CObjectPtr target = GetOrCreateCopy(object, bCreated);
-  if (!bCreated)
-    return target;
+  if (bCreated)
+    CopyTree(object, target);
+  return target;
+}
+
+CObjectPtr CTreeCopier::VisitEntry(const char* szKey, const CObjectPtr& value)
+{
+  const bool bRoot = m_nDepth == 0 && !m_bWalking && !value.IsIndirect() && value.IsDictionary();
+  const CObjectPtr target = bRoot ? GetNodeCopy(value) : CObjectPtr();
+  if (!target)
+    return CObjectCopier::VisitEntry(szKey, value);
+  CopyTree(value, target);
+  return target;
+}
+
+void CTreeCopier::CopyTree(const CObjectPtr& root, const CObjectPtr& target)
+{
   m_bWalking = true;
   m_visited.RemoveAll();
-  m_visited.Add(object.GetObjNumber());
-  CopyNode(object, target);
-  CopyChildren(object, target);
+  m_visited.Add(root.GetObjNumber());
+  CopyNode(root, target);
+  CopyChildren(root, target);
   m_bWalking = false;
-  return target;
 }
 
 bool CTreeCopier::IsKept(const CObjectPtr&)

@@ -20,6 +20,10 @@ public:
   // it is.
   CObjectPtr VisitIndirect(const CObjectPtr& object) override;
 
+  // From outside, the entry that names a tree. Where the root itself stands there, its copy is an object of
+  // its own, which the nodes can refer to.
+  CObjectPtr VisitEntry(const char* szKey, const CObjectPtr& value) override;
+
 protected:
   // True if a node enters the list; its children go with it.
   virtual bool IsKept(const CObjectPtr& node);
@@ -30,6 +34,7 @@ protected:
 private:
   struct TLevel;
 
+  void CopyTree(const CObjectPtr& root, const CObjectPtr& target);
   void CopyNode(const CObjectPtr& source, const CObjectPtr& target);
   void CopyChildren(const CObjectPtr& root, const CObjectPtr& rootTarget);
   void CopyChild(BSE::CScopedPtr<TLevel>& pLevel);

@@ -1,6 +1,6 @@
 #include "engine/Optimizer.h"
 
-#include "base/Tracer.h"
+#include "engine/StreamRecompressor.h"
 #include "pdf/linearize/Linearizer.h"
 
 #include <algorithm>
@@ -35,6 +35,22 @@ CConformance WithoutStructure(CConformance conformance)
     return CConformance(0x1712);
   }
 }
+
+// Gives a file a deflater for a scope.
+class CDeflaterScope
+{
+public:
+  CDeflaterScope(CFile& file, IStreamDeflater& deflater) : m_file(file)
+  {
+    m_file.SetStreamDeflater(&deflater);
+  }
+  CDeflaterScope(const CDeflaterScope&) = delete;
+  CDeflaterScope& operator=(const CDeflaterScope&) = delete;
+  ~CDeflaterScope() { m_file.SetStreamDeflater(nullptr); }
+
+private:
+  CFile& m_file;
+};
 
 }  // namespace
 
@@ -81,6 +97,8 @@ bool COptimizer::Close()
 {
   if (m_input.IsOpened())
     ResetState();
+  m_redundant.RemoveAll();
+  m_equal.RemoveAll();
   return CloseDocuments();
 }
 
@@ -125,6 +143,16 @@ bool COptimizer::RunSave(BSE::IByteStream* pStream, const TEncryption& encryptio
   m_bAutoLinearize = m_options.m_bAutoLinearize;
   m_pLinearizer = GetLinearizer();
   m_nOutputCipher = m_options.m_nOutputCipher;
+  m_annotArrays.RemoveAll();
+  return CopyDocument(pStream, encryption);
+}
+
+bool COptimizer::CopyDocument(BSE::IByteStream* pStream, const TEncryption& encryption)
+{
+  if (!m_options.m_bRecompressStreams)
+    return CDocumentCopierT<CObjectCopier>::Save(pStream, encryption);
+  CStreamRecompressor recompressor(m_options.m_nEffort);
+  const CDeflaterScope scope(m_output.GetFile(), recompressor);
   return CDocumentCopierT<CObjectCopier>::Save(pStream, encryption);
 }
 
@@ -151,8 +179,30 @@ bool COptimizer::Analyze()
     BSE::ReportError(m_pErrorContext, g_nInvalidCompliance);
     return false;
   }
+  FindDuplicates();
   m_bAnalyzed = true;
   return true;
+}
+
+void COptimizer::FindDuplicates()
+{
+  m_redundant.RemoveAll();
+  m_equal.RemoveAll();
+  if (m_options.m_bRemoveRedundantObjects)
+    m_redundant.Run(m_input, eResourceAll);
+  else if (m_options.m_bMergeFonts)
+    m_redundant.Run(m_input, eResourceFont);
+  if (m_options.m_bMergeEqualObjects)
+    m_equal.Run(m_input.GetFile(), m_redundant.GetTable(), m_options.m_bRecompressStreams);
+}
+
+CObjectPtr COptimizer::VisitIndirect(const CObjectPtr& object)
+{
+  const int nNumber = object.GetObjNumber();
+  const int nCanonical = m_equal.GetCanonical(m_redundant.GetCanonical(nNumber));
+  if (nCanonical == nNumber || object.GetFile() != &m_input.GetFile())
+    return CDocumentCopierT<CObjectCopier>::VisitIndirect(object);
+  return CDocumentCopierT<CObjectCopier>::VisitIndirect(m_input.GetFile().GetObject(nCanonical, -1));
 }
 
 void COptimizer::DecideConformance()
@@ -205,17 +255,13 @@ bool COptimizer::WritesJPEG2000() const
                                                  m_options.m_nMrcPictCompression == eCompressionJPEG2000);
 }
 
-bool COptimizer::CopyPage(int nPage)
-{
-  if (BSE::CTracer::IsOn())
-    BSE::CTracer::Trace("D", "PDF Optimizer", "Page: %d", nPage);
-  return CopyPageObject(nPage);
-}
-
 bool COptimizer::CopyMetadata()
 {
   if ((m_options.m_nStrip & eStripMetadata) == 0)
+  {
+    m_output.AddHistoryEvent("optimized", nullptr);
     return CopyDocumentMetadata();
+  }
   const CObjectPtr info = CopyInfo(g_writerKeys);
   if (!info)
     return false;

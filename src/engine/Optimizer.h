@@ -2,7 +2,9 @@
 
 #include "document/DocumentCopier.h"
 #include "document/ObjectCopier.h"
+#include "engine/EqualObjectMerger.h"
 #include "engine/OptimizerOptions.h"
+#include "engine/RedundantObjectOptimizer.h"
 
 namespace PDF
 {
@@ -54,22 +56,48 @@ public:
   // Back to the state before the analysis: nothing known, no claim lost, no conformance for the output.
   void ResetState();
 
+  // A duplicate is replaced by the object that stands for it.
+  CObjectPtr VisitIndirect(const CObjectPtr& object) override;
+
+  // What the strip flags keep. Inside the form, signed signature fields and "SigFlags" go.
+  CObjectPtr VisitDictionary(const CObjectPtr& object) override;
+  CObjectPtr VisitArray(const CObjectPtr& object) override;
+
+  // Annotations are chosen one by one; of a signature that cannot hold for the copy the widget is reported
+  // and goes.
   bool CopyPage(int nPage) override;
+
+  // A form of nothing but signed signature fields is reported and left out, unless it has an XFA part.
+  bool CopyCatalog() override;
 
   // With eStripMetadata only the information dictionary, without the keys that describe the last writer.
   bool CopyMetadata() override;
 
 private:
   bool RunSave(BSE::IByteStream* pStream, const TEncryption& encryption);
+  bool CopyDocument(BSE::IByteStream* pStream, const TEncryption& encryption);
+  void FindDuplicates();
   void DecideConformance();
   bool IsClaimLost(CConformance conformance);
   bool HasColorConversionLostClaim(TColorModel nModel) const;
   bool WritesJPEG2000() const;
   void AbandonOutput();
+  void CopyPageEntries(const CPage& source, const CObjectPtr& target);
+  CObjectPtr CopyAnnots(const CObjectPtr& annots);
+  CObjectPtr CopyAnnotations(const CObjectPtr& annots);
+  CObjectPtr CopyCatalogEntry(const char* szKey, const CObjectPtr& value);
+  CObjectPtr CopyForm(const CObjectPtr& form);
+  template <class T>
+  CObjectPtr CopyWith(T& copier, const char* szKey, const CObjectPtr& value);
 
   TOptimizerOptions m_options;
+  CRedundantObjectOptimizer m_redundant;
+  CEqualObjectMerger m_equal;
   bool m_bAnalyzed = false;
   bool m_bConformanceLost = false;
+  bool m_bFilterSignedFields = false;  // inside the form
+  bool m_bInFieldsArray = false;       // the next array is the form's list of fields
+  CNumberSet m_annotArrays;            // met during this save
 };
 
 }  // namespace PDF

@@ -32,7 +32,7 @@ constexpr unsigned g_nNoRoot = 0x8041010F;
 
 constexpr int g_nCachedObjectStreams = 10;
 
-// Loads inside loads: a stream's length through references, at most that many deep.
+// Loads inside loads: a stream's length through references, and references as values, at most that many deep.
 constexpr int g_nMaxLoadDepth = 64;
 
 }  // namespace
@@ -66,19 +66,15 @@ bool CFile::Open(BSE::IByteStream* pStream, bool bUpdate)
   loader.TestLinearized();
   m_nStartXRef = m_pParser->ReadStartXRef();
   bool bGood = m_nStartXRef >= 0 && loader.ReadChain(m_nStartXRef) && loader.Merge();
-  if (bGood && m_xref.GetSize() == 0)
+  if (bGood && (m_xref.GetSize() == 0 || !CheckRoot()))
   {
-    BSE::ReportError(this, g_nNoTrailer);
+    BSE::ReportError(this, m_xref.GetSize() == 0 ? g_nNoTrailer : g_nNoRoot);
     bGood = false;
   }
-  const bool bRoot = CheckRoot();
-  if (!bRoot && bGood)
-    BSE::ReportError(this, g_nNoRoot);
-  if (!bGood || !bRoot)
+  if (!bGood)
   {
-    const bool bSecondary = bRoot && loader.GetMergedCount() > 0 && m_xref.GetSize() > 0;
     CXRefRecovery recovery(*this);
-    if (!recovery.Run(bSecondary, !bSecondary) || !CheckRoot())
+    if (!recovery.Run(false) || !CheckRoot())
     {
       if (m_bOpened)
         BSE::ReportError(this, g_nNoRoot);
@@ -203,7 +199,9 @@ bool CFile::LoadObject(CIndirectObject& object)
     return true;
   }
   const BSE::CScopedValue depth(m_nLoadDepth, m_nLoadDepth + 1);
-  return entry.m_nType == eXRefCompressed ? LoadCompressed(object, entry) : LoadDirect(object);
+  const bool bLoaded = entry.m_nType == eXRefCompressed ? LoadCompressed(object, entry) : LoadDirect(object);
+  object.BreakCycle();
+  return bLoaded;
 }
 
 bool CFile::LoadDirect(CIndirectObject& object)
@@ -230,7 +228,7 @@ bool CFile::RecoverObject(int nObjNumber)
   if (!m_bRecoveryDone)
   {
     CXRefRecovery recovery(*this);
-    recovery.Run(true, false);
+    recovery.Run(true);
   }
   const TXRefEntry entry = m_scanned.GetEntry(nObjNumber);
   if (entry.m_nType != eXRefInUse)
@@ -248,7 +246,11 @@ bool CFile::LoadCompressed(CIndirectObject& object, const TXRefEntry& entry)
   CObjectStream* pStream = nullptr;
   if (FlushPendingHolder(nStream) && m_xref.GetEntry(nStream).m_nType == eXRefInUse)
     pStream = GetObjectStream(nStream);
-  if (!pStream || !pStream->GetObject(object, entry.m_nGeneration))
+  const bool bFound = pStream && pStream->GetObject(object, entry.m_nGeneration);
+  // Whatever its entry gave, a decoded stream counts among those that stay.
+  if (pStream && pStream->IsLoaded())
+    TouchObjectStream(nStream);
+  if (!bFound)
   {
     BSE::ReportError(this, BSE::MakeError(g_nWrongOffset, "Object No.", nNumber));
     // A plain object of that number may still stand somewhere.
@@ -256,7 +258,6 @@ bool CFile::LoadCompressed(CIndirectObject& object, const TXRefEntry& entry)
            m_pParser->ParseIndirectObject(&object, GetTableOffset(nNumber));
   }
   object.SetCompressedFlags(0);
-  TouchObjectStream(nStream);
   return true;
 }
 
@@ -299,11 +300,15 @@ void CFile::EnterRecoveredHolders(const BSE::CBasicArray<int>& holders)
     CObjectStream stream(this, nHolder);
     if (!stream.Load())
       continue;
+    const std::int64_t nPosition = GetTableOffset(nHolder);
     for (int i = 0; i < stream.GetCount(); ++i)
     {
       const int nNumber = stream.GetNumberAt(i);
-      if (nNumber >= 1 && nNumber <= BSE::g_nMaxObjNumber &&
-          m_xref.GetEntry(nNumber).m_nType != eXRefInUse)
+      if (nNumber < 1 || nNumber > BSE::g_nMaxObjNumber)
+        continue;
+      // Of two objects with one number the later one in the file is the newer.
+      const TXRefEntry& entry = m_xref.GetEntry(nNumber);
+      if (entry.m_nType != eXRefInUse || entry.m_nOffset < nPosition)
         m_xref.SetCompressed(nNumber, nHolder, i);
     }
   }
@@ -342,15 +347,20 @@ void CFile::DropTrailer()
   m_info = nullptr;
 }
 
+void CFile::DropObjectStreams()
+{
+  for (CObjectStream* pStream : m_objectStreams.GetSpan())
+    delete pStream;
+  m_objectStreams.RemoveAll();
+  m_objStmCache.RemoveAll();
+}
+
 void CFile::ReleaseAll()
 {
   DropTrailer();
   m_linearized = nullptr;
   m_unloadQueue.RemoveAll();
-  for (CObjectStream* pStream : m_objectStreams.GetSpan())
-    delete pStream;
-  m_objectStreams.RemoveAll();
-  m_objStmCache.RemoveAll();
+  DropObjectStreams();
   m_recoveredHolders.RemoveAll();
   m_revisions.RemoveAll();
   for (BSE::CScopedPtr<CPendingObjectStream>& pPending : m_pendingObjStm)

@@ -17,6 +17,7 @@ class CGenerator;
 class CObjectStream;
 class CParser;
 class CPendingObjectStream;
+class IStreamDeflater;
 
 // Hears of changes of a file while it is read.
 class CFileEventListener : public BSE::CEventListener<CFileEventListener>
@@ -160,6 +161,16 @@ public:
   void SetLinearize(bool bLinearize, bool bAuto, ILinearizer* pLinearizer);
   std::int64_t GetSavedBytes() const { return m_nSavedBytes; }
 
+  // How streams of the output are compressed: borrowed, and kept until it is replaced. Null, as at the start, for the
+  // plain encoder, and streams that are written as they are. To be set before the first object is written: with one,
+  // size comes first elsewhere too, in the layout of objects and the length of object streams.
+  void SetStreamDeflater(IStreamDeflater* pDeflater) { m_pDeflater = pDeflater; }
+
+  IStreamDeflater* GetStreamDeflater() const { return m_pDeflater; }
+
+  // Bytes through the deflater, or the plain encoder; null on failure.
+  BSE::CObjectPtr<BSE::CMemoryStream> Deflate(std::span<const unsigned char> data);
+
   BSE::IByteStream* GetInput() const { return m_pInput.Get(); }
   std::int64_t GetHeaderOffset() const { return m_nHeaderOffset; }
   CParser* GetParser() const { return m_pParser.Get(); }
@@ -204,10 +215,12 @@ private:
   void ReleaseAll();
   void NotifyXRefChanged();
   void DropTrailer();
+  void DropObjectStreams();
   bool CheckRoot();
   void ReadCatalogueVersion();
 
-  // Entries for what object streams hold and no plain object has; for streams that a scan has found.
+  // Entries for what object streams hold, unless a plain object of that number stands behind them; for
+  // streams that a scan has found, in the order of the file.
   void EnterRecoveredHolders(const BSE::CBasicArray<int>& holders);
   void UnloadAll();
 
@@ -255,6 +268,7 @@ private:
   std::int64_t m_nRevisionStart = 0;  // where what has been written since the last section begins
   int m_nFlushedStreams = 0;          // object streams among it
   ILinearizer* m_pLinearizer = nullptr;
+  IStreamDeflater* m_pDeflater = nullptr;
   bool m_bHeaderWritten = false;
   bool m_bAppending = false;
   bool m_bDirty = false;

@@ -17,7 +17,7 @@ constexpr unsigned g_nBadTable = 0x8041010B;
 constexpr unsigned g_nNoTrailer = 0x8041010E;
 constexpr unsigned g_nOtherIds = 0x0341851C;
 constexpr unsigned g_nWrongStreamOffset = 0x03428309;
-constexpr unsigned g_nRepeatedStream = 0x8342010B;
+constexpr unsigned g_nBadStream = 0x8342010B;
 constexpr unsigned g_nXRefStreamUsed = 0x03418533;
 
 }  // namespace
@@ -125,13 +125,14 @@ void CFileLoader::TakeId(const CObjectPtr& trailer, bool bFirst)
   const CObjectPtr id = trailer["ID"];
   if (id.GetSize() != 2)
     return;
-  const bool bKnown = !m_file.m_id1.IsEmpty();
-  if (bFirst || !bKnown)
+  const CString first = id[0].GetStringValue();
+  const CString second = id[1].GetStringValue();
+  if (bFirst || m_file.m_id1.IsEmpty())
   {
-    m_file.m_id1 = id[0].GetStringValue();
-    m_file.m_id2 = id[1].GetStringValue();
+    m_file.m_id1 = first;
+    m_file.m_id2 = second;
   }
-  else if (m_nLinearizedLength > 0 && !(m_file.m_id1 == id[0].GetStringValue()))
+  else if (m_nLinearizedLength > 0 && !(m_file.m_id1 == first && m_file.m_id2 == second))
     BSE::ReportError(&m_file, g_nOtherIds);
 }
 
@@ -148,7 +149,10 @@ void CFileLoader::AddHidden(std::int64_t nPos)
   BSE::CObjectPtr<CIndirectObject> stream;
   const TOutcome nOutcome = ReadTrailerAt(nPos, trailer, stream);
   if (nOutcome == eMalformed || !stream)
+  {
+    BSE::ReportError(&m_file, g_nBadStream);
     return;
+  }
   AddSection(nPos, stream.Get(), false, true);
   if (m_file.m_nXRefForm == eXRefTable)
     m_file.m_nXRefForm = eXRefHybrid;
@@ -206,7 +210,6 @@ bool CFileLoader::Merge()
       BSE::ReportError(&m_file, g_nBadTable);
       return false;
     }
-    ++m_nMerged;
   }
   return true;
 }
@@ -218,8 +221,12 @@ bool CFileLoader::MergeTable(const TSection& section, bool bLast)
   if (section.m_nPos != 0 && !parser.SeekTo(section.m_nPos))
     return false;
   scanner.ReadToken();
+  if (scanner.GetToken() != eTokenXRef)
+    return false;
+  const std::int64_t nEntries = scanner.Tell();
   bool bSplit = false;
-  if (scanner.GetToken() != eTokenXRef || !parser.ParseXRefTable(m_file.m_xref, section.m_bHybrid, bSplit))
+  if (!parser.ParseXRefTable(m_file.m_xref, section.m_bHybrid, bSplit) &&
+      !(scanner.Seek(nEntries) && parser.ParseXRefTokens(m_file.m_xref, section.m_bHybrid, bSplit)))
     return false;
   const BSE::CBasicArray<std::int64_t>& revisions = m_file.m_revisions;
   const bool bPhysicallyFirst =
@@ -233,11 +240,6 @@ bool CFileLoader::MergeTable(const TSection& section, bool bLast)
 bool CFileLoader::MergeStream(const TSection& section)
 {
   CIndirectObject* pStream = m_streams[section.m_nStream];
-  if (!pStream)
-  {
-    BSE::ReportError(&m_file, g_nRepeatedStream);
-    return false;
-  }
   if (m_file.m_conformance.GetPart() == 1)
     BSE::ReportError(&m_file, g_nXRefStreamUsed);
   if (!ReadXRefStream(*pStream, m_file.m_xref))
@@ -248,7 +250,7 @@ bool CFileLoader::MergeStream(const TSection& section)
   if (entry.m_nType == eXRefInUse && entry.m_nOffset != section.m_nPos)
     BSE::ReportError(&m_file, BSE::MakeError(g_nWrongStreamOffset, "Object No.", nNumber));
   if (m_numbers.Find(nNumber) != m_numbers.GetSize())
-    BSE::ReportError(&m_file, BSE::MakeError(g_nRepeatedStream, "Object No.", nNumber));
+    BSE::ReportError(&m_file, BSE::MakeError(g_nBadStream, "Object No.", nNumber));
   else
     m_numbers.Add(nNumber);
   return true;

@@ -23,9 +23,6 @@ public:
   // Enters the collected sections; false likewise.
   bool Merge();
 
-  // Sections entered.
-  int GetMergedCount() const { return m_nMerged; }
-
 private:
   enum TOutcome
   {
@@ -60,7 +57,6 @@ private:
   BSE::CObjectArray<CIndirectObject> m_streams;
   BSE::CBasicArray<int> m_numbers;  // of cross-reference streams entered
   std::int64_t m_nLinearizedLength = -1;
-  int m_nMerged = 0;
 };
 
 }  // namespace PDF

@@ -8,6 +8,7 @@
 #include "pdf/Generator.h"
 #include "pdf/PendingObjectStream.h"
 #include "pdf/SimpleObjects.h"
+#include "pdf/StreamDeflater.h"
 #include "pdf/StreamObjects.h"
 
 #include <algorithm>
@@ -224,7 +225,7 @@ bool CFile::PrepareToWrite()
   if (!m_pGenerator)
   {
     m_pWriter = new BSE::CBufferedOutputStream(m_pOutput.Get(), g_nWriteBufferSize);
-    m_pGenerator.Reset(new CGenerator(m_pWriter.Get()));
+    m_pGenerator.Reset(new CGenerator(m_pWriter.Get(), m_pDeflater ? eLayoutDense : eLayoutLines));
   }
   return m_bHeaderWritten || WriteHeader();
 }
@@ -379,6 +380,9 @@ bool CFile::WriteDirect(CIndirectObject& object)
   CSecurityHandler* pSecurity = m_pSecurity.Get();
   if (pSecurity && (&object == m_encrypt.Get() || pSecurity->IsExempt(object)))
     pSecurity = nullptr;
+  // In front of everything that is written for the object: to read its filters may write others.
+  if (m_pDeflater && object.IsStream())
+    m_pDeflater->Recompress(object);
   const int nObjNumber = object.GetObjNumber();
   const int nGenNumber = std::max(object.GetGenNumber(), 0);
   const std::int64_t nOffset = m_pWriter->Tell() - m_nHeaderOffset;
@@ -400,6 +404,22 @@ bool CFile::WriteDirect(CIndirectObject& object)
     return Fail();
   m_xref.SetOffset(nObjNumber, nGenNumber, nOffset);
   return true;
+}
+
+BSE::CObjectPtr<BSE::CMemoryStream> CFile::Deflate(std::span<const unsigned char> data)
+{
+  BSE::CBasicArray<unsigned char> encoded;
+  if (m_pDeflater)
+    m_pDeflater->Deflate(data, encoded);
+  if (!encoded.IsEmpty())
+    return new BSE::CMemoryStream(encoded.GetData(), encoded.GetSize());
+  BSE::CObjectPtr<BSE::CMemoryStream> pEncoded(new BSE::CMemoryStream);
+  CObjectPtr parameters;
+  const BSE::CObjectPtr<BSE::IByteStream> pFilter =
+      CreateEncodeFilter(pEncoded.Get(), "FlateDecode", nullptr, parameters);
+  const bool bDone =
+      pFilter && pFilter->WriteAll(data.data(), std::ssize(data)) && CloseEncodeChain(pFilter.Get());
+  return bDone ? pEncoded : nullptr;
 }
 
 // Encoded bytes pass through as they are; decoded ones are encoded first, so that the length stands in front.

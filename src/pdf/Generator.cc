@@ -264,9 +264,9 @@ bool CGenerator::NextElement(TFrame& frame, CObject*& pNext)
     WriteByte(']');
     return false;
   }
-  if (frame.m_nPos > 0)
+  pNext = pArray->PeekElement(frame.m_nPos);
+  if (frame.m_nPos++ > 0 && NeedsBlank(pNext))
     WriteByte(' ');
-  pNext = pArray->PeekElement(frame.m_nPos++);
   return true;
 }
 
@@ -280,8 +280,8 @@ bool CGenerator::NextEntry(TFrame& frame, CObject*& pNext)
     WriteBytes(">>", 2);
     return false;
   }
-  WriteKey(pDictionary->CDictionaryObject::GetKey(frame.m_nPos), frame.m_bFirst);
   pNext = pDictionary->PeekValue(frame.m_nPos);
+  WriteKey(pDictionary->CDictionaryObject::GetKey(frame.m_nPos), frame.m_bFirst, pNext);
   frame.m_nPos = pDictionary->CDictionaryObject::GetNext(frame.m_nPos);
   frame.m_bFirst = false;
   return true;
@@ -292,12 +292,22 @@ void CGenerator::BeginDictionary()
   WriteBytes("<<\n", m_nLayout == eLayoutLines ? 3 : 2);
 }
 
-void CGenerator::WriteKey(const char* szKey, bool bFirst)
+bool CGenerator::NeedsBlank(CObject* pValue) const
+{
+  if (m_nLayout != eLayoutDense || !pValue)
+    return true;
+  // A reference is not asked for its value: that would load it.
+  const TObjectType nType = pValue->GetType();
+  return nType != eName && nType != eString && nType != eArray && nType != eDictionary;
+}
+
+void CGenerator::WriteKey(const char* szKey, bool bFirst, CObject* pValue)
 {
   if (m_nLayout == eLayoutCompact && !bFirst)
     WriteByte(' ');
   WriteName(szKey);
-  WriteByte(' ');
+  if (NeedsBlank(pValue))
+    WriteByte(' ');
 }
 
 void CGenerator::WriteStreamDictionary(CObject* pDictionary, std::int64_t nLength)
@@ -309,7 +319,7 @@ void CGenerator::WriteStreamDictionary(CObject* pDictionary, std::int64_t nLengt
     auto& dictionary = static_cast<CDictionaryObject&>(*pDictionary);
     for (int i = dictionary.GetBegin(); i != dictionary.GetEnd(); i = dictionary.GetNext(i))
     {
-      WriteKey(dictionary.GetKey(i), i == dictionary.GetBegin());
+      WriteKey(dictionary.GetKey(i), i == dictionary.GetBegin(), dictionary.PeekValue(i));
       const bool bLength = KeyEquals(dictionary.GetKey(i), "Length");
       if (bLength)
         WriteInteger(nLength);
@@ -322,9 +332,10 @@ void CGenerator::WriteStreamDictionary(CObject* pDictionary, std::int64_t nLengt
   }
   if (!bHasLength)
   {
-    WriteKey("Length", true);
+    WriteKey("Length", true, nullptr);
     WriteInteger(nLength);
-    WriteByte('\n');
+    if (m_nLayout != eLayoutDense)
+      WriteByte('\n');
   }
   WriteBytes(">>", 2);
 }

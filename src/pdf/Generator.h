@@ -17,8 +17,9 @@ class CSecurityHandler;
 // How dictionaries are laid out.
 enum TGeneratorLayout
 {
-  eLayoutLines,   // one entry a line, for objects that stand in the file
-  eLayoutCompact  // one blank between entries, for members of object streams
+  eLayoutLines,    // one entry a line, for objects that stand in the file
+  eLayoutCompact,  // one blank between entries, for members of object streams
+  eLayoutDense     // no blank where a delimiter stands, in arrays too
 };
 
 // Renders values as PDF syntax (ISO 32000-1, 7.3) into a buffered stream. Write failures are sticky in the
@@ -94,7 +95,10 @@ private:
   bool NextElement(TFrame& frame, CObject*& pNext);
   bool NextEntry(TFrame& frame, CObject*& pNext);
   void BeginDictionary();
-  void WriteKey(const char* szKey, bool bFirst);
+
+  // With the blank that the value behind it needs.
+  void WriteKey(const char* szKey, bool bFirst, CObject* pValue);
+  bool NeedsBlank(CObject* pValue) const;
   void WritePlaceholder(CObject& value);
 
   BSE::CObjectPtr<BSE::CBufferedOutputStream> m_pOutput;

@@ -234,7 +234,6 @@ bool CIndirectObject::LoadFromFile()
   {
     const BSE::CScopedValue loading(m_bLoading, true);
     m_pFile->LoadObject(*this);
-    BreakCycle();
   }
   // A failed load reads as null until the object is unloaded, so that the damage is met once.
   m_bLoaded = true;

@@ -116,6 +116,10 @@ public:
   void SetParsed(CObject* pValue, CObject* pStream);
   void SetNumbers(int nObjNumber, int nGenNumber);
 
+  // Makes the value null if it leads back here, or too far, through nothing but references. Loads what it
+  // meets.
+  void BreakCycle();
+
   // True once a value, null included, stands in memory.
   bool IsLoaded() const { return m_bLoaded || m_nOffset == -1; }
 
@@ -126,9 +130,6 @@ private:
   bool Value() { return Load() && m_pValue; }
   bool LoadFromFile();
   void DropValue();
-
-  // Makes the value null if it leads back here through nothing but references.
-  void BreakCycle();
 
   std::int64_t m_nOffset;
   CFile* m_pFile;

@@ -95,8 +95,9 @@ void CObjectStream::Unload()
 int CObjectStream::FindEntry(int nObjNumber, int nIndex) const
 {
   if (nIndex < 0 || nIndex >= m_index.GetSize())
-    BSE::CTracer::Trace("E", "libpdf", "Requested object index %d exceeds object stream index of object stream %d.",
-                        nIndex, m_nObjNumber);
+    BSE::CTracer::Trace("E", "libpdf",
+                        "Requested object index %d exceeds object stream index of object stream %d.", nIndex,
+                        m_nObjNumber);
   else if (m_index[nIndex].m_nObjNumber == nObjNumber)
     return nIndex;
   else
@@ -119,7 +120,8 @@ bool CObjectStream::GetObject(CIndirectObject& object, int nIndex)
   if (m_index[nEntry].m_nOffset < 0 || !BSE::CheckedAdd(m_nFirst, m_index[nEntry].m_nOffset, nPos) ||
       !m_pParser->SeekTo(nPos))
   {
-    BSE::CTracer::Trace("E", "libpdf", "Invalid object position in compressed object stream %d", m_nObjNumber);
+    BSE::CTracer::Trace("E", "libpdf", "Invalid object position in compressed object stream %d",
+                        m_nObjNumber);
     return false;
   }
   CScanner& scanner = m_pParser->GetScanner();
@@ -128,7 +130,8 @@ bool CObjectStream::GetObject(CIndirectObject& object, int nIndex)
   const CObjectPtr value = m_pParser->ParseObject();
   if (!value && !bNull)
   {
-    BSE::CTracer::Trace("I", "libpdf", "Failed to parse compressed object %d at index %d in object stream %d.",
+    BSE::CTracer::Trace("I", "libpdf",
+                        "Failed to parse compressed object %d at index %d in object stream %d.",
                         object.GetObjNumber(), nEntry, m_nObjNumber);
     return false;
   }

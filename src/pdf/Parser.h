@@ -60,6 +60,9 @@ public:
   // reported, if it is malformed.
   bool ParseXRefTable(CXRefTable& table, bool bKeepUsed, bool& bSplit);
 
+  // The same token by token, for tables whose fields have other widths than they should.
+  bool ParseXRefTokens(CXRefTable& table, bool bKeepUsed, bool& bSplit);
+
   // True once the file's end of line after the header holds the binary marker.
   bool HasBinaryMarker() const { return m_bBinaryMarker; }
 
@@ -90,9 +93,13 @@ private:
   void CheckEndOfObject();
   bool ReadSubsectionHeader(int nFirst, std::int64_t& nStart, std::int64_t& nCount);
   bool ReadXRefEntry(CXRefTable& table, int nObjNumber, bool bKeepUsed);
+  bool ReadXRefEntryTokens(CXRefTable& table, int nObjNumber, bool bKeepUsed);
   bool ReadDigits(int nCount, std::int64_t& nValue);
   bool ReadKeywordTrailer();
+
+  // Number of white-space bytes skipped; the last of them, if there was one.
   int SkipSpaceBytes();
+  int SkipSpaceBytes(int& nLast);
   void Report(unsigned nCode);
   void ReportStrict(bool bOk, unsigned nCode)
   {

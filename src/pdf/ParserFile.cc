@@ -28,9 +28,29 @@ bool IsDigit(int c)
   return c >= '0' && c <= '9';
 }
 
-// Digits at a text, at most 9; -1 without any.
+bool IsEol(int c)
+{
+  return c == '\r' || c == '\n';
+}
+
+// Enters one entry of a table; false for an unknown kind.
+bool EnterEntry(CXRefTable& table, int nObjNumber, int nKind, std::int64_t nOffset, std::int64_t nGeneration,
+                bool bKeepUsed)
+{
+  if (nKind == 'n')
+    table.SetOffset(nObjNumber, BSE::ClampTo<int>(nGeneration), nOffset);
+  else if (nKind != 'f')
+    return false;
+  else if (!bKeepUsed || table.GetEntry(nObjNumber).m_nType == eXRefFree)
+    table.SetFree(nObjNumber, BSE::ClampTo<int>(nGeneration), BSE::ClampTo<int>(nOffset));
+  return true;
+}
+
+// Digits at a text, behind blanks, at most 9; -1 without any.
 int ReadNumber(const char*& szText)
 {
+  while (*szText == ' ')
+    ++szText;
   if (!IsDigit(*szText))
     return -1;
   int nValue = 0;
@@ -102,11 +122,17 @@ std::int64_t CParser::ReadStartXRef()
 
 int CParser::SkipSpaceBytes()
 {
+  int nLast = -1;
+  return SkipSpaceBytes(nLast);
+}
+
+int CParser::SkipSpaceBytes(int& nLast)
+{
   BSE::CBufferedInputStream& stream = m_scanner.GetStream();
   int nCount = 0;
   while (IsSpace(stream.PeekByte()))
   {
-    stream.GetByte();
+    nLast = stream.GetByte();
     ++nCount;
   }
   return nCount;
@@ -140,8 +166,7 @@ bool CParser::ReadSubsectionHeader(int nFirst, std::int64_t& nStart, std::int64_
   nCount = 0;
   while (IsDigit(stream.PeekByte()) && nCount <= BSE::g_nMaxObjNumber)
     nCount = nCount * 10 + (stream.GetByte() - '0');
-  const int c = stream.PeekByte();
-  ReportStrict(c == '\r' || c == '\n', g_nXRefSeparator);
+  ReportStrict(IsEol(stream.PeekByte()), g_nXRefSeparator);
   return SkipSpaceBytes() > 0 && nStart + nCount <= std::int64_t{BSE::g_nMaxObjNumber} + 1;
 }
 
@@ -162,19 +187,14 @@ bool CParser::ReadXRefEntry(CXRefTable& table, int nObjNumber, bool bKeepUsed)
   ReportStrict(bBlank && nSpaces == 1, g_nXRefSeparator);
   if (nSpaces == 0)
     return false;
-  const int nKind = stream.GetByte();
-  const auto nGen = static_cast<int>(nGeneration);
-  if (nKind == 'n')
-    table.SetOffset(nObjNumber, nGen, nOffset);
-  else if (nKind != 'f')
+  if (!EnterEntry(table, nObjNumber, stream.GetByte(), nOffset, nGeneration, bKeepUsed))
   {
     Report(g_nBadTable);
     return false;
   }
-  else if (!bKeepUsed || table.GetEntry(nObjNumber).m_nType == eXRefFree)
-    table.SetFree(nObjNumber, nGen, BSE::ClampTo<int>(nOffset));
-  const int nEol = SkipSpaceBytes();
-  ReportStrict(nEol == 2, g_nXRefSeparator);
+  int nLast = -1;
+  nSpaces = SkipSpaceBytes(nLast);
+  ReportStrict(nSpaces == 2 && IsEol(nLast), g_nXRefSeparator);
   return true;
 }
 
@@ -199,9 +219,11 @@ bool CParser::ParseXRefTable(CXRefTable& table, bool bKeepUsed, bool& bSplit)
 {
   BSE::CBufferedInputStream& stream = m_scanner.GetStream();
   bSplit = false;
-  const int nEol = stream.PeekByte();
-  const int nSpaces = SkipSpaceBytes();
-  ReportStrict((nEol == '\r' || nEol == '\n') && nSpaces <= 2, g_nXRefEol);
+  const int nFirst = stream.PeekByte();
+  int nLast = -1;
+  const int nSpaces = SkipSpaceBytes(nLast);
+  ReportStrict(IsEol(nFirst) && (nSpaces == 1 || (nSpaces == 2 && nFirst == '\r' && nLast == '\n')),
+               g_nXRefEol);
   for (int nSections = 0; IsDigit(stream.PeekByte()); ++nSections)
   {
     std::int64_t nStart = 0;
@@ -222,6 +244,46 @@ bool CParser::ParseXRefTable(CXRefTable& table, bool bKeepUsed, bool& bSplit)
     bSplit = nSections > 0;
   }
   if (ReadKeywordTrailer())
+    return true;
+  Report(g_nDamaged);
+  return false;
+}
+
+bool CParser::ReadXRefEntryTokens(CXRefTable& table, int nObjNumber, bool bKeepUsed)
+{
+  const std::int64_t nOffset = m_scanner.GetInteger();
+  m_scanner.ReadToken();
+  if (m_scanner.GetToken() != eTokenInteger)
+    return false;
+  const std::int64_t nGeneration = m_scanner.GetInteger();
+  m_scanner.ReadToken();
+  const TToken nToken = m_scanner.GetToken();
+  if (nToken < eTokenFirstOperator || nToken > eTokenLastOperator || m_scanner.GetTextLength() != 1 ||
+      !EnterEntry(table, nObjNumber, m_scanner.GetText()[0], nOffset, nGeneration, bKeepUsed))
+    return false;
+  m_scanner.ReadToken();
+  return true;
+}
+
+bool CParser::ParseXRefTokens(CXRefTable& table, bool bKeepUsed, bool& bSplit)
+{
+  bSplit = false;
+  m_scanner.ReadToken();
+  for (int nSections = 0; m_scanner.GetToken() == eTokenInteger; ++nSections)
+  {
+    const std::int64_t nStart = m_scanner.GetInteger();
+    m_scanner.ReadToken();
+    const std::int64_t nCount = m_scanner.GetInteger();
+    bool bGood = m_scanner.GetToken() == eTokenInteger && nStart >= 0 && nCount >= 0 &&
+                 nStart <= BSE::g_nMaxObjNumber && nCount <= std::int64_t{BSE::g_nMaxObjNumber} + 1 - nStart;
+    m_scanner.ReadToken();
+    for (std::int64_t i = 0; bGood && i < nCount && m_scanner.GetToken() == eTokenInteger; ++i)
+      bGood = ReadXRefEntryTokens(table, static_cast<int>(nStart + i), bKeepUsed);
+    if (!bGood)
+      break;
+    bSplit = nSections > 0;
+  }
+  if (m_scanner.GetToken() == eTokenTrailer)
     return true;
   Report(g_nDamaged);
   return false;

@@ -146,7 +146,7 @@ std::int64_t CParser::FindStreamLength(CDictionaryObject& dictionary, std::int64
 {
   CObjectPtr length = dictionary.GetEntry("Length");
   const int nObject = m_nObject;
-  std::int64_t nLength = length.IsInteger() ? length.GetIntegerValue() : -1;
+  std::int64_t nLength = GetIntegerOr(length, -1);
   m_nObject = nObject;
   std::int64_t nEnd = -1;
   if (nLength >= 0 && !__builtin_add_overflow(nData, nLength, &nEnd) && m_scanner.Seek(nEnd) &&

@@ -3,7 +3,6 @@
 #include "base/Tracer.h"
 #include "pdf/DictionaryObject.h"
 #include "pdf/File.h"
-#include "pdf/FilterFactory.h"
 #include "pdf/SimpleObjects.h"
 #include "pdf/StreamObjects.h"
 
@@ -16,6 +15,9 @@ namespace
 // Rendered members beyond this length complete a stream.
 constexpr std::int64_t g_nFullLength = 15000;
 
+// The same where size goes first: forms and structure trees repeat themselves over longer stretches.
+constexpr std::int64_t g_nFullLengthForSize = 250000;
+
 // What a member would cost as an object of its own (its frame), and the frame of the stream itself.
 constexpr std::int64_t g_nMemberFrame = 20;
 constexpr std::int64_t g_nStreamFrame = 120;
@@ -26,7 +28,7 @@ CPendingObjectStream::CPendingObjectStream(CFile& file)
     : m_file(file),
       m_holder(file.NewObject(0, 0, g_nGroupDirect)),
       m_pData(new BSE::CMemoryStream),
-      m_generator(new BSE::CBufferedOutputStream(m_pData.Get()), eLayoutCompact)
+      m_generator(new BSE::CBufferedOutputStream(m_pData.Get()), file.m_pDeflater ? eLayoutDense : eLayoutCompact)
 {
   // The walk over dirty objects leaves it alone until it is complete.
   if (m_holder)
@@ -69,13 +71,13 @@ bool CPendingObjectStream::Add(CIndirectObject& object)
 
 bool CPendingObjectStream::IsFull()
 {
-  return m_generator.Tell() > g_nFullLength;
+  return m_generator.Tell() > (m_file.GetStreamDeflater() ? g_nFullLengthForSize : g_nFullLength);
 }
 
 BSE::CObjectPtr<BSE::CMemoryStream> CPendingObjectStream::Compress(int& nFirst, std::int64_t& nPlainLength)
 {
-  const BSE::CObjectPtr<BSE::CMemoryStream> pHeader(new BSE::CMemoryStream);
-  CGenerator header(new BSE::CBufferedOutputStream(pHeader.Get()));
+  const BSE::CObjectPtr<BSE::CMemoryStream> pPlain(new BSE::CMemoryStream);
+  CGenerator header(new BSE::CBufferedOutputStream(pPlain.Get()));
   for (int i = 0; i < m_members.GetSize(); ++i)
   {
     if (i > 0)
@@ -87,19 +89,13 @@ BSE::CObjectPtr<BSE::CMemoryStream> CPendingObjectStream::Compress(int& nFirst, 
   header.WriteByte('\n');
   if (!header.Flush() || !m_generator.Flush())
     return nullptr;
-  nFirst = static_cast<int>(pHeader->GetLength());
-  nPlainLength = pHeader->GetLength() + m_pData->GetLength();
-
-  BSE::CObjectPtr<BSE::CMemoryStream> pEncoded(new BSE::CMemoryStream);
-  CObjectPtr parameters;
-  const BSE::CObjectPtr<BSE::IByteStream> pFilter =
-      CreateEncodeFilter(pEncoded.Get(), "FlateDecode", m_holder.Get(), parameters);
-  pHeader->Rewind();
+  nFirst = static_cast<int>(pPlain->GetLength());
+  nPlainLength = pPlain->GetLength() + m_pData->GetLength();
   m_pData->Rewind();
-  if (!pFilter || !pFilter->CopyFrom(pHeader.Get(), -1, false) ||
-      !pFilter->CopyFrom(m_pData.Get(), -1, false) || !CloseEncodeChain(pFilter.Get()))
+  BSE::CBasicArray<unsigned char> plain;
+  if (!pPlain->CopyFrom(m_pData.Get(), -1, false) || !pPlain->Rewind() || !pPlain->ReadToArray(plain))
     return nullptr;
-  return pEncoded;
+  return m_file.Deflate(plain.GetSpan());
 }
 
 bool CPendingObjectStream::Flush()

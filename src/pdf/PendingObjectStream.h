@@ -11,7 +11,8 @@ class CFile;
 class CIndirectObject;
 
 // An object stream that is being filled (ISO 32000-1, 7.5.7). Members are rendered as they come; once their
-// text exceeds 15000 bytes the stream is complete, so that a reader never decodes much for one object.
+// text exceeds 15000 bytes the stream is complete, so that a reader never decodes much for one object; 250000
+// bytes in a file with a deflater of its own, which is written for size.
 class CPendingObjectStream
 {
 public:

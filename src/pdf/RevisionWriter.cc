@@ -4,7 +4,6 @@
 #include "pdf/ArrayObject.h"
 #include "pdf/DictionaryObject.h"
 #include "pdf/File.h"
-#include "pdf/FilterFactory.h"
 #include "pdf/Generator.h"
 #include "pdf/SimpleObjects.h"
 
@@ -184,13 +183,7 @@ int CRevisionWriter::GetOffsetWidth() const
 
 BSE::CObjectPtr<BSE::CMemoryStream> CRevisionWriter::EncodeEntries(int nWidth, bool bPredict)
 {
-  const BSE::CObjectPtr<BSE::CMemoryStream> pEncoded(new BSE::CMemoryStream);
-  CObjectPtr parameters;
-  const BSE::CObjectPtr<BSE::IByteStream> pFilter =
-      CreateEncodeFilter(pEncoded.Get(), "FlateDecode", nullptr, parameters);
-  if (!pFilter)
-    return nullptr;
-  const BSE::CObjectPtr<BSE::CBufferedOutputStream> pRows(new BSE::CBufferedOutputStream(pFilter.Get()));
+  BSE::CBasicArray<unsigned char> rows;
   const int nSize = g_nTypeWidth + nWidth + g_nGenerationWidth;
   unsigned char row[g_nMaxRowSize] = {};
   unsigned char previous[g_nMaxRowSize] = {};
@@ -203,15 +196,15 @@ BSE::CObjectPtr<BSE::CMemoryStream> CRevisionWriter::EncodeEntries(int nWidth, b
       PutBytes(row + g_nTypeWidth, nWidth, field.m_nValue);
       PutBytes(row + g_nTypeWidth + nWidth, g_nGenerationWidth, field.m_nGeneration);
       if (bPredict)
-        pRows->PutByte(g_nUpTag);
+        rows.Add(g_nUpTag);
       for (int k = 0; k < nSize; ++k)
       {
-        pRows->PutByte(bPredict ? static_cast<unsigned char>(row[k] - previous[k]) : row[k]);
+        rows.Add(bPredict ? static_cast<unsigned char>(row[k] - previous[k]) : row[k]);
         previous[k] = row[k];
       }
     }
   }
-  return pRows->Flush() && CloseEncodeChain(pFilter.Get()) ? pEncoded : nullptr;
+  return m_file.Deflate(rows.GetSpan());
 }
 
 CObjectPtr CRevisionWriter::CreateStreamDictionary(int nWidth, bool bPredict)

@@ -70,10 +70,8 @@ int CScanner::SkipSpace()
 
 void CScanner::SkipComment()
 {
-  int c = m_pStream->GetByte();
-  while (c >= 0 && c != '\r' && c != '\n')
-    c = m_pStream->GetByte();
-  if (c == '\r' && m_pStream->PeekByte() == '\n')
+  // The end of line stays: it is white space in front of the next token.
+  for (int c = m_pStream->PeekByte(); c >= 0 && c != '\r' && c != '\n'; c = m_pStream->PeekByte())
     m_pStream->GetByte();
 }
 

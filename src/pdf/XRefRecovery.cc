@@ -18,10 +18,9 @@ constexpr int g_nMaxGeneration = 65535;
 
 }  // namespace
 
-bool CXRefRecovery::Run(bool bSecondary, bool bRequireTrailer)
+bool CXRefRecovery::Run(bool bSecondary)
 {
   m_bSecondary = bSecondary;
-  m_bTakeTrailer = !bSecondary || bRequireTrailer;
   BSE::CTracer::Trace("E", "PDF File", "Recover XRef table.");
   m_file.m_bRecoveryDone = true;
   CScanner& scanner = m_file.m_pParser->GetScanner();
@@ -31,6 +30,7 @@ bool CXRefRecovery::Run(bool bSecondary, bool bRequireTrailer)
   {
     m_file.m_bOpened = false;
     m_file.DropTrailer();
+    m_file.DropObjectStreams();
     m_file.m_xref.RemoveAll();
     m_file.m_nHeaderOffset = 0;
     m_file.m_pParser->SetHeaderOffset(0);
@@ -42,14 +42,14 @@ bool CXRefRecovery::Run(bool bSecondary, bool bRequireTrailer)
   scanner.StopStringsAtEndObj(false);
   scanner.RecordPositions(false);
   if (!bSecondary)
+  {
     ReadStreamObjects();
-  if (!bSecondary || m_bTrailerFound)
     m_file.NotifyXRefChanged();
+  }
   scanner.RestoreContext(state);
-  if (!bSecondary)
-    m_file.m_bOpened = true;
-  if (!bRequireTrailer)
+  if (bSecondary)
     return true;
+  m_file.m_bOpened = true;
   const int nRoot = m_file.m_root.GetObjNumber();
   if (m_bTrailerFound && nRoot > 0 && nRoot <= m_file.m_xref.GetSize())
     return true;
@@ -92,11 +92,13 @@ void CXRefRecovery::Scan()
     case eTokenTrailer:
     {
       const CObjectPtr trailer = parser.ParseValue();
-      if (trailer.IsDictionary() && m_bTakeTrailer)
+      if (trailer.IsDictionary() && !m_bSecondary)
       {
         TakeTrailer(trailer);
         m_bTrailerFound = true;
       }
+      // The token behind the dictionary may begin an object.
+      scanner.Seek(scanner.GetTokenPos());
       break;
     }
     default:

@@ -14,12 +14,11 @@ public:
 
   // Primary form (bSecondary false): the table is made anew from every "n g obj" in the file, the last
   // occurrence of a number counting, and the trailer from the last "trailer" or, in a file without one, from
-  // cross-reference streams. Objects in object streams get entries where no plain object has their number.
-  // Secondary form: the table stays, and what it lacks or has at a wrong place goes into the file's second
-  // table; a trailer counts only if one is required.
-  //
-  // bRequireTrailer: false, reported, without a trailer or a root in it. Otherwise true.
-  bool Run(bool bSecondary, bool bRequireTrailer);
+  // cross-reference streams. Objects in object streams get entries where no plain object of their number
+  // stands behind the stream. False, reported, without a trailer or a root in it.
+  // Secondary form: table and trailer stay, and what the table lacks or has at a wrong place goes into the
+  // file's second table. Always true.
+  bool Run(bool bSecondary);
 
 private:
   // An integer with the position of its first digit.
@@ -49,7 +48,6 @@ private:
   int m_nLastObject = 0;
   std::int64_t m_nLastPos = -1;
   bool m_bSecondary = false;
-  bool m_bTakeTrailer = true;
   bool m_bTrailerFound = false;
 };
 

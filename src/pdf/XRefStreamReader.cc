@@ -99,10 +99,9 @@ bool ReadXRefStream(CIndirectObject& object, CXRefTable& table)
   bool bComplete = true;
   for (int i = 0; i < nPairs && bComplete; ++i)
   {
-    const std::int64_t nFirst = index.IsArray() ? GetIntegerOr(index[2 * i], 0) : 0;
+    const int nFirst = index.IsArray() ? BSE::ClampTo<int>(GetIntegerOr(index[2 * i], 0)) : 0;
     const std::int64_t nCount = index.IsArray() ? GetIntegerOr(index[2 * i + 1], 0) : nSize;
-    if (nFirst >= 0 && nFirst <= BSE::g_nMaxObjNumber)
-      bComplete = ReadSubsection(*pStream, table, widths, nFirst, nCount);
+    bComplete = ReadSubsection(*pStream, table, widths, nFirst, nCount);
   }
   if (!bComplete)
     BSE::CTracer::Trace("E", "XRef Stream", "Stream is too short.");

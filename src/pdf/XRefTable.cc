@@ -66,8 +66,18 @@ CIndirectObject* CXRefTable::GetObject(int nObjNumber, int nGenNumber)
   if (entry.m_pObject)
     return entry.m_pObject;
   const bool bInUse = entry.m_nType == eXRefInUse;
-  auto* pObject = new CIndirectObject(m_pFile, nObjNumber, bInUse ? entry.m_nGeneration : 0,
-                                      bInUse ? entry.m_nOffset : 0);
+  CIndirectObject* pObject = nullptr;
+  try
+  {
+    pObject = new CIndirectObject(m_pFile, nObjNumber, bInUse ? entry.m_nGeneration : 0,
+                                  bInUse ? entry.m_nOffset : 0);
+  }
+  catch (...)
+  {
+    if (BSE::CTracer::IsOn())
+      BSE::CTracer::Trace("E", "PDF XRef", "new CIndirectObject() failed.");
+    throw;
+  }
   pObject->AddRef();
   entry.m_pObject = pObject;
   return pObject;

@@ -119,6 +119,8 @@ TEST_F(CallFrame, NamesThatAreNone)
   const TBrevexChar unpaired[] = {0xD800, 0};
   EXPECT_FALSE(BrevexSaveAsW(p, unpaired, nullptr, nullptr, BREVEX_PERMISSIONS_PLAIN));
   EXPECT_EQ(m_saver.GetCode(), static_cast<std::uint32_t>(ENOENT));
+  EXPECT_FALSE(BrevexSaveAsA(p, "/", nullptr, nullptr, BREVEX_PERMISSIONS_PLAIN));
+  EXPECT_EQ(m_saver.GetCode(), static_cast<std::uint32_t>(EISDIR));
   EXPECT_EQ(BrevexGetPageCount(p), 3);
   EXPECT_FALSE(BrevexOpenW(p, unpaired, nullptr));
   EXPECT_EQ(BrevexGetPageCount(p), 0) << "an open closes, even if it fails";

@@ -77,6 +77,9 @@ const std::vector<TOption>& GetOptions()
       OPTION(SubsetFonts, 0, 1),
       OPTION(MergeEmbeddedFonts, 0, 1),
       OPTION(RemoveRedundantObjects, 0, 1),
+      OPTION(MergeEqualObjects, 0, 1),
+      OPTION(RecompressStreams, 0, 1),
+      OPTION(Effort, 6, 9),
       OPTION(OptimizeResources, 0, 1),
       OPTION(ConvertToCFF, 0, 1),
       OPTION(Linearize, 0, 1),
@@ -161,6 +164,10 @@ TEST(Options, ValuesOutOfRange)
   EXPECT_EQ(BrevexGetImageQuality(p), 0);
   BrevexSetImageQuality(p, 200);
   EXPECT_EQ(BrevexGetImageQuality(p), 100);
+  BrevexSetEffort(p, 0);
+  EXPECT_EQ(BrevexGetEffort(p), 1);
+  BrevexSetEffort(p, 10);
+  EXPECT_EQ(BrevexGetEffort(p), 9);
   for (const int nValue : {2, -1, 4096})
   {
     BrevexSetDitheringMode(p, nValue);

@@ -25,26 +25,26 @@ TObjects WithCatalog(const std::string& entries)
 
 TEST(DocumentTest, ReadsTheConformanceClaim)
 {
-  const std::string bound = " xmlns:p='http://www.aiim.org/pdfa/ns/id/'";
+  const std::string begin =
+      "<r:RDF xmlns:r='http://www.w3.org/1999/02/22-rdf-syntax-ns#'><r:Description r:about=''";
+  const std::string bound = begin + " xmlns:p='http://www.aiim.org/pdfa/ns/id/'";
+  const std::string end = "</r:Description></r:RDF>";
   const struct
   {
     std::string m_packet;
     unsigned m_nCode;
   } cases[] = {
-      {"<x" + bound + "><p:part>1</p:part><p:conformance>A</p:conformance></x>", 0x1402},
-      {"<x" + bound + "><p:conformance> B </p:conformance><p:part>\n1\n</p:part></x>", 0x1401},
-      {"<x" + bound + " p:part = \"2\" p:conformance='U'/>", 0x1702},
-      {"<x xmlns:other-prefix = \"http://www.aiim.org/pdfa/ns/id/\" other-prefix:conformance='A' "
-       "other-prefix:part='3'/>",
+      {bound + "><p:part>1</p:part><p:conformance>A</p:conformance>" + end, 0x1402},
+      {bound + "><p:conformance> B </p:conformance><p:part>\n1\n</p:part>" + end, 0x1401},
+      {bound + " p:part = \"2\" p:conformance='U'>" + end, 0x1702},
+      {begin + " xmlns:other='http://www.aiim.org/pdfa/ns/id/' other:conformance='A' other:part='3'>" + end,
        0x1713},
-      {"<x" + bound + " p:part='1' p:conformance='U'/>", 0},
-      {"<x" + bound + " p:part='2' p:conformance='b'/>", 0},
-      {"<x" + bound + " p:part='2'/>", 0},
-      {"<x" + bound + " p:partial='2' p:conformance='B'/>", 0},
-      {"<x xmlns:p='http://www.aiim.org/pdfe/ns/id/' p:part='2' p:conformance='B'/>", 0},
-      {"http://www.aiim.org/pdfa/ns/id/", 0},
-      {"='http://www.aiim.org/pdfa/ns/id/", 0},
-      {"<x" + bound + " p:conformance='B' p:part=", 0},
+      {bound + " p:part='1' p:conformance='U'>" + end, 0},
+      {bound + " p:part='2' p:conformance='b'>" + end, 0},
+      {bound + " p:part='2'>" + end, 0},
+      {bound + " p:partial='2' p:conformance='B'>" + end, 0},
+      {begin + " xmlns:p='http://www.aiim.org/pdfe/ns/id/' p:part='2' p:conformance='B'>" + end, 0},
+      {bound + " p:part='2' p:conformance='B'>", 0},
       {"", 0},
   };
   for (const auto& c : cases)

@@ -280,6 +280,19 @@ TEST(TreeCopierTest, LinksWhatIsKept)
   }
 }
 
+TEST(TreeCopierTest, GivesADirectRootItsOwnObject)
+{
+  CFilePair files({{10, "<</Outlines<</First 11 0 R/Last 13 0 R/Count 3>>>>"},
+                   {11, "<</Title(a)/Next 12 0 R>>"},
+                   {12, "<</Title(b)/Next 13 0 R/Prev 11 0 R>>"},
+                   {13, "<</Title(c)/Prev 12 0 R>>"}});
+  CTreeCopier copier;
+  copier.SetFiles(&files.GetSource(), &files.GetTarget());
+  const CObjectPtr copy = copier.VisitEntry("Outlines", files.Get(10)["Outlines"]);
+  EXPECT_TRUE(copy.IsIndirect());
+  EXPECT_EQ(GetOutline(copy), "(a)(b)(c)");
+}
+
 // Items below one another beyond the limit, and action chains whose keys look like those of the tree.
 TEST(TreeCopierTest, EndsAtTheDepthLimit)
 {

@@ -164,7 +164,7 @@ TEST(FileFinisher, DeliversThePlainFileWhereLinearizingFails)
 
 TEST(FileFinisher, ReplacesAFileOnlyByACompleteOne)
 {
-  const std::string path = testing::TempDir() + "brevex_finisher.pdf";
+  const std::string path = testing::TempDir() + "brevex_finisher" + std::to_string(getpid()) + ".pdf";
   for (const bool bResult : {true, false})
   {
     CFakeLinearizer linearizer;

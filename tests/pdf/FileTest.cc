@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -58,9 +59,13 @@ CTestDocument Simple(const char* szHeader = "%PDF-1.4\n")
 
 struct TOpened
 {
-  explicit TOpened(const std::string& text) : m_file(&m_handler)
+  explicit TOpened(const std::string& text, BSE::IErrorObserver* pObserver = nullptr,
+                   unsigned nConformance = 0)
+      : m_file(&m_handler)
   {
     m_handler.SetThreshold(0);
+    m_handler.SetObserver(pObserver);
+    m_file.SetConformance(CConformance(nConformance));
     BSE::CObjectPtr<BSE::CMemoryStream> pStream(new BSE::CMemoryStream);
     pStream->Write(reinterpret_cast<const unsigned char*>(text.data()),
                    static_cast<std::int64_t>(text.size()));
@@ -121,7 +126,8 @@ TEST(File, RefusesWhatIsNoDocument)
   }
 }
 
-TEST(File, NewerRevisionWins)
+// A second revision of the simple document; the format takes the offset of object 3.
+std::string TwoRevisions(const char* szEntry = "%010zu 00000 n \n")
 {
   std::string text = Simple().Finish();
   const std::size_t nPrev = text.rfind("startxref\n") + 10;
@@ -130,9 +136,14 @@ TEST(File, NewerRevisionWins)
   text += "3 0 obj\n(newer)\nendobj\n";
   const std::size_t nXRef = text.size();
   char szLine[64];
-  std::snprintf(szLine, sizeof(szLine), "xref\n3 1\n%010zu 00000 n \n", nObject);
-  text += szLine + std::string("trailer\n<</Size 4/Root 1 0 R/Prev ") + prev + ">>\nstartxref\n" +
-          std::to_string(nXRef) + "\n%%EOF\n";
+  std::snprintf(szLine, sizeof(szLine), szEntry, nObject);
+  return text + "xref\n3 1\n" + szLine + "trailer\n<</Size 4/Root 1 0 R/Prev " + prev + ">>\nstartxref\n" +
+         std::to_string(nXRef) + "\n%%EOF\n";
+}
+
+TEST(File, NewerRevisionWins)
+{
+  const std::string text = TwoRevisions();
   TOpened opened(text);
   ASSERT_TRUE(opened.m_bOpened);
   EXPECT_FALSE(opened.m_file.WasRecovered());
@@ -185,6 +196,91 @@ TEST(File, BrokenTableIsRebuilt)
   EXPECT_EQ(cut.String(3), "three");
 }
 
+TEST(File, TableOfUnevenWidthsIsRead)
+{
+  for (const char* szEntry : {"%zu 0 n\n", "%010zu 00000 n ", "%010zu 00000 n %% note\n"})
+  {
+    TOpened opened(TwoRevisions(szEntry));
+    ASSERT_TRUE(opened.m_bOpened) << szEntry;
+    EXPECT_FALSE(opened.m_file.WasRecovered()) << szEntry;
+    EXPECT_EQ(opened.String(3), "newer") << szEntry;
+  }
+}
+
+TEST(File, ScanTakesTheNewestOfEachNumber)
+{
+  const std::string good = Simple().Finish();
+  const std::string packed =
+      "5 0 obj\n<</Type/ObjStm/N 1/First 4/Length 11>>\nstream\n3 0 (newer)\nendstream\nendobj\n";
+  std::string older = packed;
+  older.replace(older.find("newer"), 5, "older");
+  const std::string newer = "3 0 obj\n(newer)\nendobj\n";
+  const std::pair<const char*, std::string> cases[] = {
+      {"newest table damaged", TwoRevisions("%010zu 00000 x \n")},
+      {"compressed behind plain", good + packed + "startxref\n7\n%%EOF\n"},
+      {"plain behind compressed",
+       "%PDF-1.5\n" + older + newer + "1 0 obj\n<</Type/Catalog>>\nendobj\ntrailer\n<</Root 1 0 R>>\n"},
+      {"directly behind a trailer", good.substr(0, good.find("startxref")) + newer},
+  };
+  for (const auto& [szCase, text] : cases)
+  {
+    TOpened opened(text);
+    ASSERT_TRUE(opened.m_bOpened) << szCase;
+    EXPECT_EQ(opened.String(3), "newer") << szCase;
+  }
+}
+
+// Codes in the order of their reports.
+class CCodes : public BSE::IErrorObserver
+{
+public:
+  void OnError(BSE::CScopedPtr<BSE::IError> pError) override { m_codes.push_back(pError->GetCode()); }
+  std::vector<unsigned> m_codes;
+};
+
+TEST(File, StrictModeReportsDeviations)
+{
+  struct TCase
+  {
+    const char* m_szGood;
+    const char* m_szBad;
+    unsigned m_nCode;
+  };
+  const TCase cases[] = {
+      {"(three)", "<746>", 0x0341851A},
+      {"\n3 0 obj", " 3 0 obj", 0x03418523},
+      {"\n3 0 obj\n", "\n3  0 obj", 0x03418521},
+      {"\n3 0 obj\n", "\n3 0\tobj\n", 0x03418522},
+      {"obj\n(three)", "obj (three)", 0x03418525},
+      {"(three)\n", "(three) ", 0x03418524},
+      {"xref\n0", "xref 0", 0x0341851E},
+      {"xref\n0 5", "xref\n0\t5", 0x0341851D},
+      {"00000 n \n", "00000 n  ", 0x0041810D},
+      {"00000 n \n", "00000\tn \n", 0x0041810D},
+      {"stream\nab", "stream\rab", 0x0341851F},
+      {"ab\nend", "ab end", 0x03418520},
+      {"%%EOF\n", "%%EOF\n\n", 0x0341851B},
+  };
+  for (const TCase& c : cases)
+  {
+    for (const bool bBad : {false, true})
+    {
+      std::string text = Simple().Add("<</Length 2>>\nstream\nab\nendstream").Finish();
+      if (bBad)
+        text.replace(text.find(c.m_szGood), std::string(c.m_szGood).size(), c.m_szBad);
+      CCodes codes;
+      TOpened opened(text, &codes, 0x1401);
+      ASSERT_TRUE(opened.m_bOpened);
+      opened.m_file.GetObject(3, 0)->Load();
+      opened.m_file.GetObject(4, 0)->Load();
+      if (bBad)
+        EXPECT_TRUE(std::count(codes.m_codes.begin(), codes.m_codes.end(), c.m_nCode) > 0) << c.m_szBad;
+      else
+        EXPECT_TRUE(codes.m_codes.empty()) << codes.m_codes[0];
+    }
+  }
+}
+
 TEST(File, ScanSkipsStreamData)
 {
   CTestDocument document = Simple();
@@ -212,6 +308,7 @@ TEST(File, StreamLengths)
       {"<</Length 4>>\nstream\nabcd\nendstream", "abcd"},
       {"<</Length 5 0 R>>\nstream\nabcd\nendstream", "abcd"},
       {"<</Length 4 0 R>>\nstream\nabcd\nendstream", "abcd"},
+      {"<</Length 4.0>>\nstream\nabcd\nendstream", "abcd"},
       {"<</Length 3>>\nstream\nabcd\nendstream", "abcd"},
       {"<</Length 99999999999>>\nstream\nabcd\nendstream", "abcd"},
       {"<</Length -4>>\nstream\nabcd\nendstream", "abcd"},
@@ -240,6 +337,18 @@ TEST(File, ReferenceCyclesEnd)
   ASSERT_TRUE(opened.m_bOpened);
   EXPECT_FALSE(opened.m_file.GetObject(4, 0)->IsInteger());
   EXPECT_TRUE(opened.m_file.GetObject(6, 0)->IsStream());
+}
+
+TEST(File, LongChainsOfReferencesLoadWithoutRecursion)
+{
+  CTestDocument document = Simple();
+  constexpr int nLinks = 100000;
+  for (int i = 0; i < nLinks; ++i)
+    document.Add(std::to_string(5 + i) + " 0 R");
+  TOpened opened(document.Add("42").Finish());
+  ASSERT_TRUE(opened.m_bOpened);
+  EXPECT_FALSE(opened.m_file.GetObject(4, 0)->IsInteger());
+  EXPECT_EQ(opened.m_file.GetObject(4 + nLinks - 10, 0)->GetIntegerValue(), 42);
 }
 
 TEST(File, LongChainsUnloadWithoutRecursion)

@@ -16,6 +16,8 @@
 #include <fstream>
 #include <initializer_list>
 #include <string>
+
+#include <unistd.h>
 #include <utility>
 
 namespace PDF
@@ -98,7 +100,8 @@ inline void ExpectSound(const std::string& bytes)
   if (std::system("command -v qpdf >/dev/null 2>&1") != 0)
     return;
   const std::string path = testing::TempDir() + "brevex_writer_" +
-                           testing::UnitTest::GetInstance()->current_test_info()->name() + ".pdf";
+                           testing::UnitTest::GetInstance()->current_test_info()->name() +
+                           std::to_string(getpid()) + ".pdf";
   std::ofstream(path, std::ios::binary) << bytes;
   const std::string command = "qpdf --check '" + path + "' > '" + path + ".log' 2>&1";
   const int nStatus = std::system(command.c_str());

@@ -1,8 +1,9 @@
 #include "tests/support/Saver.h"
 
 #include <algorithm>
+#include <cctype>
 #include <filesystem>
-#include <regex>
+#include <string_view>
 
 #include "tests/support/TempFolder.h"
 
@@ -14,6 +15,62 @@ namespace
 CByteStream& Get(void* handle)
 {
   return *static_cast<CByteStream*>(handle);
+}
+
+// The position behind the string that starts there, in either of its forms; the same position without one.
+size_t SkipString(std::string_view sText, size_t nAt)
+{
+  if (nAt >= sText.size() || (sText[nAt] != '<' && sText[nAt] != '('))
+  {
+    return nAt;
+  }
+  const char cEnd = sText[nAt] == '<' ? '>' : ')';
+  size_t nEnd = nAt + 1;
+  while (nEnd < sText.size() && sText[nEnd] != cEnd)
+  {
+    nEnd += sText[nEnd] == '\\' ? 2U : 1U;
+  }
+  return nEnd + 1;
+}
+
+// Both file identifiers, which are written in the shorter form of strings, so that their lengths differ.
+void MaskFileIds(std::string& sPdf)
+{
+  constexpr std::string_view sKey = "/ID [";
+  for (size_t nAt = sPdf.find(sKey); nAt != std::string::npos; nAt = sPdf.find(sKey, nAt + 1))
+  {
+    const size_t nFirst = nAt + sKey.size();
+    const size_t nSecond = sPdf.find_first_not_of(" \n", SkipString(sPdf, nFirst));
+    const size_t nEnd = SkipString(sPdf, nSecond);
+    if (nEnd > nFirst && nEnd <= sPdf.size())
+    {
+      sPdf.replace(nFirst, nEnd - nFirst, "*");
+    }
+  }
+}
+
+// In a pattern # stands for a digit, x for a hexadecimal digit, and anything else for itself.
+bool Matches(std::string_view sText, std::string_view sPattern)
+{
+  const auto matches = [](char c, char cPattern)
+  {
+    const auto n = static_cast<unsigned char>(c);
+    return cPattern == '#' ? std::isdigit(n) != 0 : cPattern == 'x' ? std::isxdigit(n) != 0 : c == cPattern;
+  };
+  return sText.size() >= sPattern.size() &&
+         std::equal(sPattern.begin(), sPattern.end(), sText.begin(),
+                    [&](char cPattern, char c) { return matches(c, cPattern); });
+}
+
+void MaskPattern(std::string& sText, std::string_view sPattern)
+{
+  for (size_t nAt = 0; nAt + sPattern.size() <= sText.size(); ++nAt)
+  {
+    if (Matches(std::string_view(sText).substr(nAt), sPattern))
+    {
+      sText.replace(nAt, sPattern.size(), sPattern);
+    }
+  }
 }
 
 }  // namespace
@@ -158,16 +215,11 @@ std::optional<std::string> CSaver::Save(TRoad road)
 
 std::string MaskVariable(std::string sPdf)
 {
-  const std::regex patterns[] = {
-      // Strings are written in the shorter of the two forms.
-      std::regex(R"(/ID ?\[\s*(<[^>]*>|\((\\[^]|[^\\)])*\))\s*(<[^>]*>|\((\\[^]|[^\\)])*\))\s*\])"),
-      std::regex(R"(D:[0-9]{14}[-+Z0-9']*)"),
-      std::regex(R"([0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9:]{8}[-+Z0-9:]*)"),
-      std::regex(R"([0-9A-Fa-f]{8}-[0-9A-Fa-f]{4}-[0-9A-Fa-f]{4}-[0-9A-Fa-f]{4}-[0-9A-Fa-f]{12})"),
-  };
-  for (const std::regex& pattern : patterns)
+  MaskFileIds(sPdf);
+  for (const std::string_view sPattern :
+       {"D:##############", "####-##-##T##:##:##", "xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx"})
   {
-    sPdf = std::regex_replace(sPdf, pattern, "*");
+    MaskPattern(sPdf, sPattern);
   }
   return sPdf;
 }

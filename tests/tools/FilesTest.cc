@@ -110,6 +110,17 @@ TEST(CommandFiles, OutputThatCannotBeWritten)
   EXPECT_EQ(folder.CountEntries(), 2);
 }
 
+// Nobody reads the pipe, so the command waits with its temporary file complete.
+TEST(CommandFiles, InterruptionLeavesNothing)
+{
+  const CCommandFolder folder;
+  ASSERT_EQ(mkfifo(folder.GetPath("pipe").c_str(), 0600), 0);
+  const TProcessResult result = Support::RunProgram(
+      {"env", "TMPDIR=.", "timeout", "1", BREVEX_PROGRAM, "large.pdf", "pipe"}, {}, folder.GetPath(""));
+  EXPECT_EQ(result.nExitCode, 124) << result.sErr;
+  EXPECT_EQ(folder.CountEntries(), 3);
+}
+
 TEST(CommandFiles, FoldersAndJobs)
 {
   const CCommandFolder folder;

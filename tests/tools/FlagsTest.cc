@@ -2,9 +2,10 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cctype>
-#include <regex>
 #include <set>
+#include <sstream>
 
 #include "tests/support/PdfDamager.h"
 #include "tests/support/Samples.h"
@@ -109,57 +110,82 @@ TEST(CommandFlags, WrongPassword)
 }
 
 // "MrcLayerResolutionDPI" as "mrc-layer-resolution", "ConvertToCFF" as "convert-to-cff".
-std::string MakeFlagName(const std::string& sSetter)
+std::string MakeFlagName(std::string sSetter)
 {
-  std::string sName = std::regex_replace(sSetter, std::regex("DPI$"), "");
-  sName = std::regex_replace(sName, std::regex("([a-z])([A-Z])"), "$1-$2");
-  std::transform(sName.begin(), sName.end(), sName.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  if (sSetter.size() > 3 && sSetter.substr(sSetter.size() - 3) == "DPI")
+  {
+    sSetter.resize(sSetter.size() - 3);
+  }
+  std::string sName;
+  bool bSmall = false;
+  for (const char c : sSetter)
+  {
+    const auto n = static_cast<unsigned char>(c);
+    sName += bSmall && std::isupper(n) != 0 ? "-" : "";
+    sName += static_cast<char>(std::tolower(n));
+    bSmall = std::islower(n) != 0;
+  }
   return sName;
+}
+
+// What stands between "BrevexSet" and "(TBrevexHandle" in the public header.
+std::set<std::string> ReadSetters()
+{
+  const std::string sHeader = Support::ReadFile("include/brevex/brevex.h");
+  const std::string sStart = "BrevexSet";
+  std::set<std::string> setters;
+  for (size_t nAt = sHeader.find(sStart); nAt != std::string::npos; nAt = sHeader.find(sStart, nAt + 1))
+  {
+    const size_t nName = nAt + sStart.size();
+    const size_t nEnd = std::min(sHeader.find_first_of("( \n,;", nName), sHeader.size());
+    if (sHeader.compare(nEnd, 14, "(TBrevexHandle") == 0)
+    {
+      setters.insert(sHeader.substr(nName, nEnd - nName));
+    }
+  }
+  return setters;
 }
 
 TEST(CommandFlags, EverySetterHasAFlag)
 {
   const CCommandFolder folder;
   const std::string sHelp = folder.Run({"optimize", "--help"}).sOut;
-  const std::string sHeader = Support::ReadFile("include/brevex/brevex.h");
   const std::set<std::string> otherwise = {"Profile",    "VersionA",   "VersionW",
                                            "InfoEntryA", "InfoEntryW", "OutputCipher"};
-  const std::regex setter("BrevexSet([A-Za-z0-9]+)\\(TBrevexHandle");
-  int nFound = 0;
-  for (std::sregex_iterator it(sHeader.begin(), sHeader.end(), setter); it != std::sregex_iterator(); ++it)
+  const std::set<std::string> setters = ReadSetters();
+  EXPECT_GT(setters.size(), 40U);
+  for (const std::string& sSetter : setters)
   {
-    if (otherwise.count((*it)[1]) == 0)
-    {
-      ++nFound;
-      const std::regex flag("--(\\[no-\\])?" + MakeFlagName((*it)[1]) + "[ \n]");
-      EXPECT_TRUE(std::regex_search(sHelp, flag)) << (*it)[1];
-    }
+    const std::string sFlag = MakeFlagName(sSetter) + " ";
+    EXPECT_TRUE(otherwise.count(sSetter) != 0 || sHelp.find("  --" + sFlag) != std::string::npos ||
+                sHelp.find("  --[no-]" + sFlag) != std::string::npos)
+        << sSetter;
   }
-  EXPECT_GT(nFound, 40);
 }
 
+// Every flag of the help with a value that fits it, the negated form of those that are on or off.
 TEST(CommandFlags, EveryFlagIsAccepted)
 {
   const CCommandFolder folder;
-  const std::string sHelp = folder.Run({"optimize", "--help"}).sOut;
-  const std::regex flag("\n  --(\\[no-\\])?([a-z0-9-]+)( (LIST|DPI|0-100))?");
+  std::istringstream help(folder.Run({"optimize", "--help"}).sOut);
+  const std::string sNegatable = "--[no-]";
   std::vector<std::string> arguments;
-  for (std::sregex_iterator it(sHelp.begin(), sHelp.end(), flag); it != std::sregex_iterator(); ++it)
+  for (std::string sLine; std::getline(help, sLine);)
   {
-    const std::string sName = (*it)[2];
-    const std::string sKind = (*it)[4];
-    if ((*it)[1].matched)
+    std::istringstream words(sLine);
+    std::string sFlag;
+    std::string sKind;
+    words >> sFlag >> sKind;
+    if (sLine.rfind("  " + sNegatable, 0) == 0)
     {
-      arguments.insert(arguments.end(), {"--no-" + sName});
+      arguments.push_back("--no-" + sFlag.substr(sNegatable.size()));
     }
-    else if (!sKind.empty())
+    else if (sLine.rfind("  --", 0) == 0 && (sKind == "LIST" || sKind == "DPI" || sKind == "0-100"))
     {
-      arguments.insert(arguments.end(), {"--" + sName, sKind == "LIST"  ? "none"
-                                                       : sKind == "DPI" ? "72.5"
-                                                                        : "50"});
+      arguments.insert(arguments.end(), {sFlag, sKind == "LIST" ? "none" : sKind == "DPI" ? "72.5" : "50"});
     }
   }
+  EXPECT_GT(arguments.size(), 40U);
   arguments.insert(arguments.end(), {"--threshold", "-1", "--color-threshold=-1", "--owner-password", "o",
                                      "large.pdf", "out.pdf"});
   const TProcessResult result = folder.Run(arguments);

@@ -19,6 +19,12 @@ void SetLossless(TBrevexHandle* pHandle)
   BrevexSetStrip(pHandle, 0);
 }
 
+bool IsSmallest(unsigned nProfile)
+{
+  return nProfile == g_nProfileLossless || nProfile == BREVEX_PROFILE_WEB || nProfile == BREVEX_PROFILE_MAX ||
+         nProfile == BREVEX_PROFILE_ARCHIVE;
+}
+
 }  // namespace
 
 void ApplyOptions(TBrevexHandle* pHandle, const TOptimizeOptions& options)
@@ -30,6 +36,15 @@ void ApplyOptions(TBrevexHandle* pHandle, const TOptimizeOptions& options)
   else
   {
     BrevexSetProfile(pHandle, options.nProfile);
+  }
+  if (IsSmallest(options.nProfile))
+  {
+    BrevexSetMergeEqualObjects(pHandle, 1);
+    BrevexSetRecompressStreams(pHandle, 1);
+  }
+  if (options.nProfile == BREVEX_PROFILE_MAX)
+  {
+    BrevexSetEffort(pHandle, 9);
   }
   for (const auto& setting : options.settings)
   {

@@ -21,9 +21,11 @@ struct TDpiSetting
   bool bNegative;  // whether a value below 0 has a meaning
 };
 
-struct TPercentSetting
+struct TRangeSetting
 {
   void (*pfSet)(TBrevexHandle*, int);
+  int nFirst;
+  int nLast;
 };
 
 struct TNameSetting
@@ -55,7 +57,7 @@ struct TSettingFlag
   const char* szGroup;
   const char* szHelp;
   TEffect effect;
-  std::variant<TBoolSetting, TDpiSetting, TPercentSetting, TNameSetting, TSetSetting> setting;
+  std::variant<TBoolSetting, TDpiSetting, TRangeSetting, TNameSetting, TSetSetting> setting;
 };
 
 // All of them, in the order in which they are applied: general ones before those they contain.

@@ -25,6 +25,11 @@ TParsedSetting MakeSetting(void (*pfSet)(TBrevexHandle*, T), T value)
   return {[pfSet, value](TBrevexHandle* pHandle) { pfSet(pHandle, value); }, {}};
 }
 
+std::string GetRange(const TRangeSetting& setting, const char* szBetween)
+{
+  return std::to_string(setting.nFirst) + szBetween + std::to_string(setting.nLast);
+}
+
 std::vector<TName> GetAllowed(const TNameSetting& setting)
 {
   std::vector<TName> allowed;
@@ -74,12 +79,12 @@ struct TParser
     return MakeSetting(setting.pfSet, *dValue);
   }
 
-  TParsedSetting operator()(const TPercentSetting& setting) const
+  TParsedSetting operator()(const TRangeSetting& setting) const
   {
     const std::optional<int> nValue = ParseNumber<int>(sText);
-    if (!nValue || *nValue < 0 || *nValue > 100)
+    if (!nValue || *nValue < setting.nFirst || *nValue > setting.nLast)
     {
-      return {nullptr, "is no number from 0 to 100"};
+      return {nullptr, "is no number from " + GetRange(setting, " to ")};
     }
     return MakeSetting(setting.pfSet, *nValue);
   }
@@ -111,7 +116,7 @@ struct TDescriber
 {
   std::string operator()(const TBoolSetting&) const { return {}; }
   std::string operator()(const TDpiSetting&) const { return "DPI"; }
-  std::string operator()(const TPercentSetting&) const { return "0-100"; }
+  std::string operator()(const TRangeSetting& setting) const { return GetRange(setting, "-"); }
   std::string operator()(const TNameSetting& setting) const { return JoinNames(GetAllowed(setting)); }
   std::string operator()(const TSetSetting& setting) const
   {

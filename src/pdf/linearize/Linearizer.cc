@@ -20,7 +20,8 @@ using CStreamPtr = BSE::CObjectPtr<BSE::IByteStream>;
 class CHandlerCryptor : public PDCryptor
 {
 public:
-  CHandlerCryptor(CSecurityHandler& handler, BSE::IErrorContext& errors) : m_handler(handler), m_errors(errors)
+  CHandlerCryptor(CSecurityHandler& handler, BSE::IErrorContext& errors)
+      : m_handler(handler), m_errors(errors)
   {
   }
 
@@ -108,7 +109,8 @@ bool CLinearizer::LinearizeFile(const char* szInput, const char* szOutput, CFile
   return run.Write(pOutput.Get()) && pOutput->Close();
 }
 
-bool CLinearizer::LinearizeMemory(std::span<const unsigned char> input, BSE::IByteStream* pOutput, CFile& file)
+bool CLinearizer::LinearizeMemory(std::span<const unsigned char> input, BSE::IByteStream* pOutput,
+                                  CFile& file)
 {
   CRun run(file);
   return run.Open(input) && run.Write(pOutput);

@@ -7,9 +7,9 @@ namespace PDF
 
 // Makes linearized files of finished ones. Keeps no state: one object serves every file and thread.
 //
-// The security of the file stays: bytes are read and written with the handler that the finished file was written
-// with. What went wrong is traced; an input that cannot be opened (0x80410101), a handler that is missing (0x80410112)
-// and an output that cannot be created (0x80410102) are reported to the file as well.
+// The security of the file stays: bytes are read and written with the handler that the finished file was
+// written with. What went wrong is traced; an input that cannot be opened (0x80410101), a handler that is
+// missing (0x80410112) and an output that cannot be created (0x80410102) are reported to the file as well.
 class CLinearizer : public ILinearizer
 {
 public:

@@ -1,7 +1,7 @@
 #pragma once
 
-// Root of the linearizer's own classes. They share nothing with the objects of the file layer: a document comes
-// in as the bytes of a finished file and leaves as the bytes of another.
+// Root of the linearizer's own classes. They share nothing with the objects of the file layer: a document
+// comes in as the bytes of a finished file and leaves as the bytes of another.
 class PDBase
 {
 public:

@@ -23,7 +23,8 @@ struct TPDStream
   std::int64_t m_nLength = 0;
 };
 
-// Finds the index of an object number. Takes memory for the ranges of numbers that occur, not for all of them.
+// Finds the index of an object number. Takes memory for the ranges of numbers that occur, not for all of
+// them.
 class PDNumberMap
 {
 public:
@@ -40,8 +41,8 @@ private:
   BSE::CBasicArray<int> m_slots;  // index plus one
 };
 
-// A document as objects that are parsed anew whenever they are asked for: what is kept of an object is its place.
-// Objects are named by their index, 0 to the count.
+// A document as objects that are parsed anew whenever they are asked for: what is kept of an object is its
+// place. Objects are named by their index, 0 to the count.
 class PDFile : public PDBase
 {
 public:
@@ -54,8 +55,8 @@ public:
   // Index of an object number, -1 if no object in use has it.
   int FindObject(int nNumber) const { return m_numbers.Find(nNumber); }
 
-  // Parses an object. The value's text is valid until the next ReadObject; stream data is only located. False if
-  // there is no such object or it cannot be read.
+  // Parses an object. The value's text is valid until the next ReadObject; stream data is only located. False
+  // if there is no such object or it cannot be read.
   bool ReadObject(int nObject, PDObj& object, TPDStream& stream);
 
   // Encoded bytes of a stream, up to n from an offset; valid until the next call for anything.
@@ -78,13 +79,15 @@ public:
   // "1.7"
   const char* GetVersion() const { return m_szVersion; }
 
-  // Text of the array, and of an Encrypt dictionary that stands in the trailer itself; empty if there is none.
+  // Text of the array, and of an Encrypt dictionary that stands in the trailer itself; empty if there is
+  // none.
   std::span<const unsigned char> GetIdText() const { return m_id.GetSpan(); }
   std::span<const unsigned char> GetEncryptText() const { return m_encryptText.GetSpan(); }
 
   bool IsEncrypted() const { return m_nEncrypt >= 0 || !m_encryptText.IsEmpty(); }
 
-  // True if keys depend on the number of the object (ISO 32000-1, 7.6.2): bytes cannot be carried as they are then.
+  // True if keys depend on the number of the object (ISO 32000-1, 7.6.2): bytes cannot be carried as they are
+  // then.
   bool HasObjectKeys() const { return IsEncrypted() && m_bObjectKeys; }
 
   // True if metadata streams are plain although the document is encrypted.

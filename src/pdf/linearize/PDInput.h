@@ -7,8 +7,8 @@
 #include <cstdint>
 #include <span>
 
-// Bytes at random positions: of a memory block, without a copy, or of a seekable stream, through a window. Several
-// inputs can share a stream.
+// Bytes at random positions: of a memory block, without a copy, or of a seekable stream, through a window.
+// Several inputs can share a stream.
 class PDInput
 {
 public:
@@ -22,8 +22,8 @@ public:
   // 0 for a stream whose length is not known.
   std::int64_t GetLength() const { return m_nLength < 0 ? std::ssize(m_memory) : m_nLength; }
 
-  // Up to n bytes from a position, fewer only at the end or where the stream fails; empty outside. Valid until
-  // the next call.
+  // Up to n bytes from a position, fewer only at the end or where the stream fails; empty outside. Valid
+  // until the next call.
   std::span<const unsigned char> Get(std::int64_t nPos, std::int64_t n);
 
   // A reader of a section that lies inside; the input must outlive it.

@@ -7,8 +7,8 @@
 namespace
 {
 
-// What pages share is walked again for each of them, and told for each of them. Up to these numbers for every object
-// and for bytes of the file; real documents stay far below.
+// What pages share is walked again for each of them, and told for each of them. Up to these numbers for every
+// object and for bytes of the file; real documents stay far below.
 constexpr std::int64_t g_nRevisitsPerObject = 32;
 constexpr std::int64_t g_nFreeRevisits = std::int64_t{4} << 20;
 constexpr std::int64_t g_nBytesPerUse = 16;
@@ -131,9 +131,9 @@ bool PDLClassifier::WalkCatalogue()
   const int nEnd = m_object.GetNext(0);
   for (int nKey = 1; nKey < nEnd; nKey = m_object.GetNext(nKey + 1))
   {
-    const auto found = std::find_if(std::begin(g_categoryKeys), std::end(g_categoryKeys),
-                                    [this, nKey](const TCategoryKey& key)
-                                    { return m_object.IsName(nKey, key.m_szKey); });
+    const auto found =
+        std::find_if(std::begin(g_categoryKeys), std::end(g_categoryKeys),
+                     [this, nKey](const TCategoryKey& key) { return m_object.IsName(nKey, key.m_szKey); });
     entries.Add({found != std::end(g_categoryKeys) ? found->m_nCategory : ePDCategoryOther, edges.GetSize()});
     if (m_object.IsName(nKey, "PageMode") && m_object.IsName(nKey + 1, "UseOutlines"))
       m_bOutlinesFirst = true;

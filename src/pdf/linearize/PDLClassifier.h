@@ -9,10 +9,10 @@ enum TPDFlag : unsigned char
   ePDVisited = 1,     // reached by a walk of the catalogue
   ePDReferenced = 2,  // a first page object that a walk of the catalogue has reached as well
   ePDFirstPage = 4,
-  ePDShared = 8,      // used by more than one page, or by a page and the catalogue
+  ePDShared = 8,  // used by more than one page, or by a page and the catalogue
   ePDUnreadable = 16,
-  ePDParsed = 32,     // its edges are known
-  ePDSeveral = 64     // holds at least two items
+  ePDParsed = 32,  // its edges are known
+  ePDSeveral = 64  // holds at least two items
 };
 
 enum TPDRole : unsigned char
@@ -39,9 +39,9 @@ enum TPDCategory
   ePDCategoryCount = 14
 };
 
-// Sorts the objects of a document by who uses them: the first page, one other page, several pages, or an entry of the
-// catalogue. Pages are walked before the catalogue, so that what a page needs is found with it. An object that nothing
-// reaches belongs to no list.
+// Sorts the objects of a document by who uses them: the first page, one other page, several pages, or an
+// entry of the catalogue. Pages are walked before the catalogue, so that what a page needs is found with it.
+// An object that nothing reaches belongs to no list.
 class PDLClassifier : public PDBase
 {
 public:
@@ -78,8 +78,8 @@ public:
 private:
   struct TObject
   {
-    int m_nOwner;      // number of the page, from 1, that has it; 0 for none
-    int m_nWalk;       // the last walk that reached it
+    int m_nOwner;  // number of the page, from 1, that has it; 0 for none
+    int m_nWalk;   // the last walk that reached it
     int m_nFirstEdge;
     int m_nEdgeCount;
     unsigned char m_nFlags;

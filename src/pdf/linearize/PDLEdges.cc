@@ -18,8 +18,7 @@ TPDMarker PDLEdgeReader::GetMarker(const PDObj& object)
   return object.IsName(nType, "Pages") ? ePDMarkerPages : ePDMarkerOther;
 }
 
-void PDLEdgeReader::Read(const PDObj& object, int nNode, TPDPlace nPlace,
-                         BSE::CBasicArray<TPDEdge>& edges)
+void PDLEdgeReader::Read(const PDObj& object, int nNode, TPDPlace nPlace, BSE::CBasicArray<TPDEdge>& edges)
 {
   m_pObject = &object;
   m_bDeferred = false;

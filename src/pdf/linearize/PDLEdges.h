@@ -5,10 +5,10 @@
 // What an object's Type makes of a walk through it.
 enum TPDMarker : unsigned char
 {
-  ePDMarkerNone,   // no Type: what holds outside goes on
+  ePDMarkerNone,  // no Type: what holds outside goes on
   ePDMarkerOther,
   ePDMarkerAnnot,
-  ePDMarkerFont,   // also everything below Resources
+  ePDMarkerFont,  // also everything below Resources
   ePDMarkerPage,
   ePDMarkerPages
 };
@@ -17,14 +17,14 @@ enum TPDMarker : unsigned char
 enum TPDEdgeKind : unsigned char
 {
   ePDFollow,
-  ePDParent,      // a P entry that is a reference
-  ePDStructure,   // not in the structure tree: a Pg entry, or below a P entry
-  ePDFirst,       // First and Next of the object itself
+  ePDParent,     // a P entry that is a reference
+  ePDStructure,  // not in the structure tree: a Pg entry, or below a P entry
+  ePDFirst,      // First and Next of the object itself
   ePDNext,
-  ePDDefer,       // the edges from here to ePDDeferEnd come after all others
+  ePDDefer,  // the edges from here to ePDDeferEnd come after all others
   ePDDeferEnd,
-  ePDFlush,       // what has been deferred comes here
-  ePDChainItem    // follows a list of outline items; not found in objects
+  ePDFlush,     // what has been deferred comes here
+  ePDChainItem  // follows a list of outline items; not found in objects
 };
 
 // A reference in 32 bits: the object it leads to, and how.
@@ -55,13 +55,13 @@ enum TPDPlace : unsigned char
 {
   ePDObject,  // a whole object
   ePDStreamObject,
-  ePDInside   // inside another value
+  ePDInside  // inside another value
 };
 
-// Finds the references of a value in the order in which a walk follows them: of every dictionary first its Resources,
-// then its Contents, then all other entries as they stand, XObject resources last. References that no walk follows
-// (Parent, Prev, the Length of a stream, inherited values of a page tree node) and those to objects that do not exist
-// are left out. References below Resources carry the font marker.
+// Finds the references of a value in the order in which a walk follows them: of every dictionary first its
+// Resources, then its Contents, then all other entries as they stand, XObject resources last. References that
+// no walk follows (Parent, Prev, the Length of a stream, inherited values of a page tree node) and those to
+// objects that do not exist are left out. References below Resources carry the font marker.
 class PDLEdgeReader
 {
 public:

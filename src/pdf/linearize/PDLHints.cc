@@ -19,8 +19,8 @@ constexpr int g_nDenominator = 8;
 // Object numbers beyond the limit do not occur; the field is reduced all the same.
 constexpr std::int64_t g_nNumberModulus = 10000000;
 
-// Keys of the tables in the dictionary of the hint stream (ISO 32000-1, Table F.2), in the order of the data. Only
-// the first four are ever filled.
+// Keys of the tables in the dictionary of the hint stream (ISO 32000-1, Table F.2), in the order of the data.
+// Only the first four are ever filled.
 enum TTable
 {
   eTablePages,
@@ -129,8 +129,8 @@ bool PDLHints::BuildPageTable(CBytes& data)
   header.Put32(0).Put16(m_pageLengths.GetWidth());
   header.Put16(m_sharedCounts.GetWidth()).Put16(m_sharedIdentifiers.GetWidth());
   header.Put16(g_nNumeratorWidth).Put16(g_nDenominator);
-  const PDLColumn* columns[] = {&m_objectCounts, &m_pageLengths, &m_sharedCounts, &m_sharedIdentifiers,
-                                &numerators, &m_pageLengths};
+  const PDLColumn* columns[] = {&m_objectCounts,      &m_pageLengths, &m_sharedCounts,
+                                &m_sharedIdentifiers, &numerators,    &m_pageLengths};
   for (const PDLColumn* pColumn : columns)
     data.Append(pColumn->GetBytes());
   return header.Fits();
@@ -182,6 +182,7 @@ void PDLHints::AppendEntries(CBytes& entries) const
       continue;
     char text[16] = {'/', g_tableKeys[i], ' '};
     const auto result = std::to_chars(text + 3, text + sizeof(text), m_offsets[i]);
-    entries.Append({reinterpret_cast<const unsigned char*>(text), static_cast<std::size_t>(result.ptr - text)});
+    entries.Append(
+        {reinterpret_cast<const unsigned char*>(text), static_cast<std::size_t>(result.ptr - text)});
   }
 }

@@ -16,8 +16,8 @@ public:
   int GetSize() const { return m_values.GetSize(); }
   std::int64_t GetAt(int nIndex) const { return m_values[nIndex]; }
 
-  // Packs the entries, high bit first, and pads the last byte with zeros. bLeast: the least value is taken off each.
-  // A width beyond 32 stands for the narrowest that holds all. False if an entry does not fit.
+  // Packs the entries, high bit first, and pads the last byte with zeros. bLeast: the least value is taken
+  // off each. A width beyond 32 stands for the narrowest that holds all. False if an entry does not fit.
   bool Pack(bool bLeast, int nWidth);
 
   // Of the packed column; 0 and nothing for an empty one.
@@ -79,5 +79,5 @@ private:
   PDLColumn m_sharedLengths;
   std::int64_t m_nPageReferences = 0;  // of the page that was added last
   bool m_bPageOpen = false;
-  int m_offsets[g_nTableCount] = {};   // 0 for a table that is empty, and for the first
+  int m_offsets[g_nTableCount] = {};  // 0 for a table that is empty, and for the first
 };

@@ -5,9 +5,10 @@
 
 class PDOSObj;
 
-// A finished document that is to be linearized: reads cross-reference tables, cross-reference streams and hybrids
-// along the chain of sections (ISO 32000-1, 7.5.4 to 7.5.8) and unpacks every object stream. Nothing is repaired: what
-// is not where it should be is missing, and a document without a usable catalogue is refused.
+// A finished document that is to be linearized: reads cross-reference tables, cross-reference streams and
+// hybrids along the chain of sections (ISO 32000-1, 7.5.4 to 7.5.8) and unpacks every object stream. Nothing
+// is repaired: what is not where it should be is missing, and a document without a usable catalogue is
+// refused.
 class PDLInput : public PDFile
 {
 public:
@@ -22,7 +23,8 @@ public:
     NeedsCryptor
   };
 
-  // The block must outlive the object, as must the cryptor, which may be null for a document that is not encrypted.
+  // The block must outlive the object, as must the cryptor, which may be null for a document that is not
+  // encrypted.
   TState Open(std::span<const unsigned char> memory, PDCryptor* pCryptor);
 
   // The stream has to be seekable.

@@ -67,8 +67,7 @@ bool PDLInput::ReadTableSection(std::int64_t nPos, std::int64_t& nPrev)
   TakeTrailer(trailer);
   nPrev = GetPrev(trailer);
   std::int64_t nStream = -1;
-  if (!trailer.GetInteger(trailer.Find(0, "XRefStm"), nStream) || nStream < 0 ||
-      m_sections.Contains(nStream))
+  if (!trailer.GetInteger(trailer.Find(0, "XRefStm"), nStream) || nStream < 0 || m_sections.Contains(nStream))
     return true;
   m_sections.SetAt(nStream, nullptr);
   const int nTold = m_xref.GetSize();
@@ -122,7 +121,8 @@ bool PDLInput::ReadTableRange(PDCursor& cursor, std::int64_t nFirst, std::int64_
   return true;
 }
 
-void PDLInput::AddEntry(std::int64_t nNumber, unsigned char nType, std::int64_t nPos, std::int64_t nGeneration)
+void PDLInput::AddEntry(std::int64_t nNumber, unsigned char nType, std::int64_t nPos,
+                        std::int64_t nGeneration)
 {
   // An honest file has more bytes than objects.
   if (nNumber <= 0 || nNumber > BSE::g_nMaxObjNumber || m_numbers.Find(static_cast<int>(nNumber)) >= 0 ||

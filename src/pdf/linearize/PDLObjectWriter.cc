@@ -163,7 +163,8 @@ void PDLObjectWriter::WriteText(const char* szText, PDWriter& output)
 
 // --- Dictionaries
 
-void PDLObjectWriter::WriteEntries(const PDObj& object, std::span<const char* const> skipped, PDWriter& output)
+void PDLObjectWriter::WriteEntries(const PDObj& object, std::span<const char* const> skipped,
+                                   PDWriter& output)
 {
   const int nEnd = object.GetNext(0);
   for (int nKey = 1; nKey < nEnd; nKey = object.GetNext(nKey + 1))

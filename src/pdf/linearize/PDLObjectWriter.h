@@ -3,14 +3,16 @@
 #include "pdf/linearize/PDLClassifier.h"
 #include "pdf/linearize/PDWriter.h"
 
-// Writes objects of a document under new numbers: references are renumbered and lead to null where nothing is written,
-// pages get what they inherit, stream lengths stand in the dictionaries. Encrypted bytes are carried as they are where
-// one key serves the whole document; else, and for what object streams held in plain, they are encrypted anew.
+// Writes objects of a document under new numbers: references are renumbered and lead to null where nothing is
+// written, pages get what they inherit, stream lengths stand in the dictionaries. Encrypted bytes are carried
+// as they are where one key serves the whole document; else, and for what object streams held in plain, they
+// are encrypted anew.
 class PDLObjectWriter : public PDBase
 {
 public:
   // All must outlive the writer. The cryptor is null for a document that is not encrypted.
-  PDLObjectWriter(PDFile& file, const PDLPageTree& tree, const PDLClassifier& classifier, PDCryptor* pCryptor);
+  PDLObjectWriter(PDFile& file, const PDLPageTree& tree, const PDLClassifier& classifier,
+                  PDCryptor* pCryptor);
 
   void SetNumber(int nObject, int nNumber) { m_numbers[nObject] = nNumber; }
 

@@ -172,9 +172,8 @@ void PDLOutput::AddPageHints(PDLHints& hints)
     const int nCount = m_pageCounts[nPage - 2];
     hints.AddPage(nCount, m_rest.GetLength(nStart, nCount));
     nStart += nCount;
-    const std::span<int> own =
-        identifiers.GetSpan().subspan(static_cast<std::size_t>(starts[nPage]),
-                                      static_cast<std::size_t>(starts[nPage + 1] - starts[nPage]));
+    const std::span<int> own = identifiers.GetSpan().subspan(
+        static_cast<std::size_t>(starts[nPage]), static_cast<std::size_t>(starts[nPage + 1] - starts[nPage]));
     std::sort(own.begin(), own.end());
     for (const int nIdentifier : own)
       hints.AddSharedReference(nIdentifier);

@@ -14,10 +14,10 @@
 //   objects of the other pages, shared objects, all others
 //   cross-reference table of these
 //
-// The objects in front have the highest numbers. Everything is measured before the first byte is written, so that the
-// output need not be seekable and nothing is written of a document that cannot be linearized. There are no object
-// streams and no cross-reference streams. Nothing that the catalogue and the document information do not reach is
-// carried over.
+// The objects in front have the highest numbers. Everything is measured before the first byte is written, so
+// that the output need not be seekable and nothing is written of a document that cannot be linearized. There
+// are no object streams and no cross-reference streams. Nothing that the catalogue and the document
+// information do not reach is carried over.
 class PDLOutput : public PDBase
 {
 public:
@@ -77,13 +77,13 @@ private:
   TPart m_head;   // encryption dictionary, catalogue
   TPart m_first;  // first page and what opens with it
   TPart m_rest;
-  int m_nFirstPageCount = 0;                    // objects of m_first that are not outlines
-  BSE::CBasicArray<int> m_pageCounts;           // objects in m_rest of each page but the first
-  int m_nSharedStart = 0;                       // index in m_rest
-  int m_nOutlinesStart = 0;                     // index in the part that has them
+  int m_nFirstPageCount = 0;           // objects of m_first that are not outlines
+  BSE::CBasicArray<int> m_pageCounts;  // objects in m_rest of each page but the first
+  int m_nSharedStart = 0;              // index in m_rest
+  int m_nOutlinesStart = 0;            // index in the part that has them
   int m_nLinearizationNumber = 0;
   int m_nHintNumber = 0;
-  int m_nObjectCount = 0;                       // with the free entry 0
+  int m_nObjectCount = 0;  // with the free entry 0
 
   BSE::CBasicArray<unsigned char> m_hintData;
   BSE::CBasicArray<unsigned char> m_hintEntries;

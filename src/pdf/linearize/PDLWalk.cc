@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-// The walk over the references of a document. It keeps a stack of what is still to be followed and never recurses;
-// the last edge of the stack comes first.
+// The walk over the references of a document. It keeps a stack of what is still to be followed and never
+// recurses; the last edge of the stack comes first.
 
 bool PDLClassifier::Parse(int nObject)
 {
@@ -81,8 +81,8 @@ void PDLClassifier::Step(TPDEdge nEdge)
     Enter(GetPDEdgeTarget(nEdge), GetPDEdgeMarker(nEdge), nKind == ePDChainItem);
 }
 
-// A P entry leads from an annotation to its page, and from a structure element to its parent; elsewhere it is followed
-// if there is something behind it.
+// A P entry leads from an annotation to its page, and from a structure element to its parent; elsewhere it is
+// followed if there is something behind it.
 bool PDLClassifier::IsFollowed(TPDEdge nEdge)
 {
   const bool bStructure = m_nPage == 0 && m_nCurrentGroup == ePDCategoryStructure;
@@ -96,8 +96,7 @@ bool PDLClassifier::IsFollowed(TPDEdge nEdge)
     if (bStructure || nMarker == ePDMarkerAnnot)
       return false;
     const int nTarget = GetPDEdgeTarget(nEdge);
-    return nMarker == ePDMarkerFont ||
-           (Parse(nTarget) && (m_objects[nTarget].m_nFlags & ePDSeveral) != 0);
+    return nMarker == ePDMarkerFont || (Parse(nTarget) && (m_objects[nTarget].m_nFlags & ePDSeveral) != 0);
   }
   default:
     return true;

@@ -61,7 +61,8 @@ bool DecodePDStream(const PDObj& dictionary, BSE::IByteStream* pEncoded, std::in
   if (!pEncoded)
     return false;
   const CStreamPtr pDecoder = CreateDecoder(dictionary, pEncoded);
-  return pDecoder && pDecoder->IsValid() && pDecoder->ReadToArray(data, std::min(nMax, BSE::g_nMaxDecodedSize));
+  return pDecoder && pDecoder->IsValid() &&
+         pDecoder->ReadToArray(data, std::min(nMax, BSE::g_nMaxDecodedSize));
 }
 
 PDOSObj::PDOSObj(std::int64_t nMaxBytes, std::int64_t nMemoryBudget)
@@ -94,8 +95,8 @@ bool PDOSObj::ReadHead(const PDObj& dictionary, std::span<const unsigned char> d
   return true;
 }
 
-// An object reaches to the next one; of several at one place only the last is left with any length, so that no byte
-// is parsed for two of them.
+// An object reaches to the next one; of several at one place only the last is left with any length, so that
+// no byte is parsed for two of them.
 void PDOSObj::SetLengths(std::int64_t nEnd)
 {
   const std::span<TMember> members = m_members.GetSpan();

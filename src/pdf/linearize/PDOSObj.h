@@ -3,12 +3,13 @@
 #include "pdf/linearize/PDInput.h"
 #include "pdf/linearize/PDObj.h"
 
-// Decodes the filters that cross-reference streams and object streams have: none, or Flate with a predictor. False if
-// there is any other, or for more than nMax bytes.
+// Decodes the filters that cross-reference streams and object streams have: none, or Flate with a predictor.
+// False if there is any other, or for more than nMax bytes.
 bool DecodePDStream(const PDObj& dictionary, BSE::IByteStream* pEncoded, std::int64_t nMax,
                     BSE::CBasicArray<unsigned char>& data);
 
-// Where the objects of unpacked object streams are kept: in memory up to a budget, in a temporary file beyond it.
+// Where the objects of unpacked object streams are kept: in memory up to a budget, in a temporary file beyond
+// it.
 class PDOSObj
 {
 public:
@@ -26,8 +27,8 @@ public:
     std::uint32_t m_nLength;
   };
 
-  // Reads the head of an object stream's data (ISO 32000-1, 7.5.7). Members of which nothing is left have the length
-  // 0. False if the head does not fit the data.
+  // Reads the head of an object stream's data (ISO 32000-1, 7.5.7). Members of which nothing is left have the
+  // length 0. False if the head does not fit the data.
   bool ReadHead(const PDObj& dictionary, std::span<const unsigned char> data);
   std::span<const TMember> GetMembers() const { return m_members.GetSpan(); }
 

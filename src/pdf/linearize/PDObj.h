@@ -30,9 +30,9 @@ struct TPDNode
   bool m_bStrings;     // it is one, or holds one
 };
 
-// A parsed value: a list of nodes over a text that it does not own, so that parsing one object after the other
-// costs no allocation. The first node is the value itself. Keys and values of a dictionary alternate, and every key
-// is a name. Node -1 stands for an absent value everywhere.
+// A parsed value: a list of nodes over a text that it does not own, so that parsing one object after the
+// other costs no allocation. The first node is the value itself. Keys and values of a dictionary alternate,
+// and every key is a name. Node -1 stands for an absent value everywhere.
 class PDObj
 {
 public:

@@ -140,8 +140,8 @@ TPDResult PDParser::ParseNode(PDObj& object)
 void PDParser::Add(PDObj& object, TPDType nType, std::size_t nStart, std::size_t nEnd)
 {
   const bool bString = nType == ePDString || nType == ePDHexString;
-  object.m_nodes.Add({static_cast<std::uint32_t>(nStart), static_cast<std::uint32_t>(nEnd), 0, nType, false,
-                      bString});
+  object.m_nodes.Add(
+      {static_cast<std::uint32_t>(nStart), static_cast<std::uint32_t>(nEnd), 0, nType, false, bString});
   m_nPos = nEnd;
   m_nIntegers = nType == ePDInteger ? m_nIntegers + 1 : 0;
 }

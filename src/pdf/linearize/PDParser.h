@@ -10,8 +10,8 @@ enum class TPDResult
   Damaged
 };
 
-// Parses values and words from a text (ISO 32000-1, 7.3). Does not recurse; nesting beyond the limit is damage. The
-// text is at most 4 GiB minus one byte.
+// Parses values and words from a text (ISO 32000-1, 7.3). Does not recurse; nesting beyond the limit is
+// damage. The text is at most 4 GiB minus one byte.
 class PDParser
 {
 public:
@@ -50,7 +50,7 @@ private:
   std::span<const unsigned char> m_text;
   std::size_t m_nPos = 0;
   bool m_bFinal;
-  int m_nOpen = -1;     // innermost open container; its m_nValue is the one around it until it closes
+  int m_nOpen = -1;  // innermost open container; its m_nValue is the one around it until it closes
   int m_nDepth = 0;
   int m_nIntegers = 0;  // integers that came last, in the open container
 };

@@ -7,8 +7,8 @@
 #include <cstdint>
 #include <span>
 
-// Where a linearized document goes: counts only, or writes to a stream through a buffer. The same code runs with both,
-// so that what is measured is what is written. Positions count from the creation.
+// Where a linearized document goes: counts only, or writes to a stream through a buffer. The same code runs
+// with both, so that what is measured is what is written. Positions count from the creation.
 class PDWriter
 {
 public:

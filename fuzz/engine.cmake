@@ -1,0 +1,1 @@
+add_fuzz_target(engine_strip SOURCE engine/StripFuzz.cc USES engine document pdf base)

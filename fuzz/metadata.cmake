@@ -1,0 +1,1 @@
+add_fuzz_target(metadata_packet SOURCE metadata/PacketFuzz.cc USES metadata base)

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "engine/OptimizerOptions.h"
+#include "pdf/Object.h"
+
+namespace PDF
+{
+
+// "Signature annotation was not copied.": a signature does not hold for a rewritten file.
+inline constexpr unsigned g_nSignatureNotCopied = 0x0A1B8002U;
+
+// What becomes of an annotation.
+enum class TAnnotationFate
+{
+  Keep,
+  Drop,
+  Flatten  // its look becomes part of the page, the annotation goes
+};
+
+// Decides which annotations of a page the options take away. An annotation that is to be flattened and shows
+// nothing (it is not visible, or is a link without a border and without an appearance) is simply dropped.
+class CAnnotationStripper
+{
+public:
+  // The options must outlive the stripper. Reports go to the context where the annotation has none.
+  CAnnotationStripper(const TOptimizerOptions& options, BSE::IErrorContext* pErrorContext)
+      : m_options(options), m_pErrorContext(pErrorContext)
+  {
+  }
+
+  // Null and what is no dictionary is dropped. A signed signature field that is dropped is reported.
+  TAnnotationFate Decide(const CObjectPtr& annotation) const;
+
+  // As shown on a screen (ISO 32000-1, 12.5.3).
+  static bool IsVisible(const CObjectPtr& annotation);
+
+private:
+  TAnnotationFate DecideWidget(const CObjectPtr& widget) const;
+  bool Has(TStripFlag flag) const { return (m_options.m_nStrip & flag) != 0; }
+
+  const TOptimizerOptions& m_options;
+  BSE::IErrorContext* m_pErrorContext;
+};
+
+// True for a form field of the type signature that has a value, without a look at its ancestors.
+bool IsSignedField(const CObjectPtr& field);
+
+}  // namespace PDF

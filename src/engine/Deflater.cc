@@ -1,0 +1,66 @@
+#include "engine/Deflater.h"
+
+#include <algorithm>
+
+#include <libdeflate.h>
+
+namespace PDF
+{
+
+namespace
+{
+
+// Levels of libdeflate for the efforts 1 to 9. From 10 on they search for the shortest parse by a model of the costs,
+// which fails on some very repetitive data: there the second level wins.
+constexpr int g_levels[] = {1, 3, 5, 6, 7, 8, 9, 11, 12};
+constexpr int g_nFirstSearching = 10;
+constexpr int g_nSecondLevel = 9;
+
+}  // namespace
+
+CDeflater::CDeflater(int nEffort)
+{
+  const int nLevel = g_levels[std::clamp(nEffort, 1, 9) - 1];
+  m_compressor.Create(nLevel);
+  if (nLevel >= g_nFirstSearching)
+    m_second.Create(g_nSecondLevel);
+}
+
+CDeflater::CCompressor::~CCompressor()
+{
+  libdeflate_free_compressor(m_p);
+}
+
+void CDeflater::CCompressor::Create(int nLevel)
+{
+  m_p = libdeflate_alloc_compressor(nLevel);
+  if (!m_p)
+    BSE::ThrowOutOfMemory();
+}
+
+std::size_t CDeflater::GetBound(std::size_t nBytes)
+{
+  return libdeflate_zlib_compress_bound(m_compressor.Get(), nBytes);
+}
+
+bool CDeflater::Run(libdeflate_compressor* pCompressor, std::span<const unsigned char> data, std::size_t nLimit,
+                    CByteBuffer& encoded)
+{
+  encoded.Provide(std::min(nLimit, GetBound(data.size())));
+  const std::size_t nRoom = nLimit > 0 ? std::min(nLimit - 1, encoded.GetCapacity()) : 0;
+  encoded.SetSize(libdeflate_zlib_compress(pCompressor, data.data(), data.size(), encoded.GetRoom().data(), nRoom));
+  return encoded.GetSize() > 0;
+}
+
+bool CDeflater::Deflate(std::span<const unsigned char> data, std::size_t nLimit, CByteBuffer& encoded)
+{
+  bool bFound = Run(m_compressor.Get(), data, nLimit, encoded);
+  if (m_second.Get() && Run(m_second.Get(), data, bFound ? encoded.GetSize() : nLimit, m_other))
+  {
+    encoded.Swap(m_other);
+    bFound = true;
+  }
+  return bFound;
+}
+
+}  // namespace PDF

@@ -1,0 +1,110 @@
+#include "engine/EqualObjectMerger.h"
+
+#include "base/Tracer.h"
+#include "document/ObjectIdentity.h"
+#include "document/PostOrderWalk.h"
+#include "engine/StreamDigester.h"
+
+namespace PDF
+{
+
+namespace
+{
+
+// Puts the number that stands for an object in the place of each reference.
+class CRedirectingHasher : public CObjectHasher
+{
+public:
+  explicit CRedirectingHasher(const BSE::CBasicArray<int>& canonical) : m_canonical(canonical) {}
+
+protected:
+  int GetTarget(int nNumber) const override
+  {
+    // What another table has redirected may have been merged with a third object.
+    const int nTarget = m_canonical[nNumber] > 0 ? m_canonical[nNumber] : nNumber;
+    return m_canonical[nTarget] > 0 ? m_canonical[nTarget] : nTarget;
+  }
+
+private:
+  const BSE::CBasicArray<int>& m_canonical;
+};
+
+class CMergeWalk : public CPostOrderWalk
+{
+public:
+  CMergeWalk(CFile& file, BSE::CBasicArray<int>& canonical, bool bDecode)
+      : CPostOrderWalk(file), m_canonical(canonical), m_hasher(canonical), m_streams(bDecode)
+  {
+  }
+
+  // Objects that stay what they are; what they refer to is walked all the same.
+  void Exempt(const CObjectPtr& object)
+  {
+    if (object.IsIndirect())
+      m_exempt.Add(object.GetObjNumber());
+  }
+
+  int GetMergedCount() const { return m_nMerged; }
+
+protected:
+  bool Enter(const CObjectPtr& object) override
+  {
+    if (HasIdentity(object))
+      m_exempt.Add(object.GetObjNumber());
+    return true;
+  }
+
+  void Leave(const CObjectPtr& object) override
+  {
+    const int nNumber = object.GetObjNumber();
+    const CObjectPtr value = object.GetValueObject();
+    if (m_exempt.Contains(nNumber) || !value || m_canonical[nNumber] > 0)
+      return;
+    m_hasher.Reset();
+    if (object.IsStream())
+    {
+      const CStreamDigester::TResult data = m_streams.Digest(object);
+      m_hasher.AddBytes(data.m_digest);
+      m_hasher.AddStreamDictionary(value, !data.m_bDecoded);
+    }
+    m_hasher.AddValue(object.IsStream() ? CObjectPtr() : value);
+    const int nFirst = m_digests.FindOrAdd(m_hasher.GetDigest(), nNumber);
+    if (nFirst == nNumber)
+      return;
+    m_canonical.SetAt(nNumber, nFirst);
+    ++m_nMerged;
+  }
+
+private:
+  BSE::CBasicArray<int>& m_canonical;
+  CRedirectingHasher m_hasher;
+  CStreamDigester m_streams;
+  CDigestTable m_digests;
+  CNumberSet m_exempt;
+  int m_nMerged = 0;
+};
+
+}  // namespace
+
+void CEqualObjectMerger::Run(CFile& file, std::span<const TObjectTableEntry> table, bool bDecode)
+{
+  m_canonical.RemoveAll();
+  m_canonical.SetSize(file.GetObjectCount());
+  for (const TObjectTableEntry& entry : table)
+    if (entry.m_nCanonical != g_nNoEntry && entry.m_nCanonical != entry.m_nSelf)
+      m_canonical.SetAt(static_cast<int>(entry.m_nSelf), static_cast<int>(entry.m_nCanonical));
+
+  CMergeWalk walk(file, m_canonical, bDecode);
+  const CObjectPtr root = file.GetRoot();
+  walk.Exempt(root);
+  walk.Exempt(file.GetInfo());
+  walk.Exempt(file.GetEncrypt());
+  const CObjectPtr catalog = root.GetValueObject();
+  for (int i = catalog.GetBegin(); i != catalog.GetEnd(); i = catalog.GetNext(i))
+    walk.Exempt(catalog.GetValue(i));
+  walk.Walk(root);
+  if (BSE::CTracer::IsOn())
+    BSE::CTracer::Trace("D", "PDF Optimizer", "Merged equal objects: %d", walk.GetMergedCount());
+}
+
+}  // namespace PDF

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "base/BasicArray.h"
+#include "document/NumberSet.h"
+#include "document/ObjectDigestComputer.h"
+#include "pdf/File.h"
+
+namespace PDF
+{
+
+// Finds equal indirect objects of every kind in one walk over all that the trailer leads to, children before
+// parents, so that a parent is compared with its references already replaced: equal fonts merge with all that
+// belongs to them. Objects with an identity of their own (HasIdentity), those that the catalogue and the
+// trailer refer to themselves, and whatever leads back to itself without meeting one of these, stay apart.
+// Time is linear in the bytes of the file, memory in the number of its objects; equality is that of 128-bit
+// digests of a strong hash.
+class CEqualObjectMerger
+{
+public:
+  // What is redirected already by a table, which is borrowed and may be empty, counts as one object. With
+  // bDecode streams are equal if their decoded data are; for a copy that encodes them anew.
+  void Run(CFile& file, std::span<const TObjectTableEntry> table, bool bDecode);
+
+  // The number of the object that stands for this one, itself for most.
+  int GetCanonical(int nNumber) const
+  {
+    const int nTarget = m_canonical[nNumber];
+    return nTarget > 0 ? nTarget : nNumber;
+  }
+
+  // Forgets everything.
+  void RemoveAll() { m_canonical.RemoveAll(); }
+
+private:
+  BSE::CBasicArray<int> m_canonical;  // 0: no other
+};
+
+}  // namespace PDF

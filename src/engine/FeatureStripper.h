@@ -1,0 +1,54 @@
+#pragma once
+
+#include "document/ObjectCopier.h"
+#include "engine/OptimizerOptions.h"
+
+namespace PDF
+{
+
+// Tells which entries a set of strip flags takes out of a document. Keys are compared as exact names.
+// Annotations are a matter of CAnnotationStripper.
+class CFeatureStripper
+{
+public:
+  // A set of TStripFlag.
+  explicit CFeatureStripper(unsigned nStrip) : m_nStrip(nStrip) {}
+
+  // Of every dictionary that is copied, of streams too. What two products keep for themselves under "CREO"
+  // and "HDAG" always goes.
+  bool IsEntryDropped(const char* szKey) const;
+
+  // Of a page, before its value is copied.
+  bool IsPageEntryDropped(const char* szKey, const CObjectPtr& value) const;
+
+  // Of the catalogue. "Perms" always goes: a rewritten file has no signature that could permit anything
+  // (ISO 32000-1, 12.8.4).
+  bool IsCatalogEntryDropped(const char* szKey) const;
+
+private:
+  bool Has(TStripFlag flag) const { return (m_nStrip & flag) != 0; }
+
+  unsigned m_nStrip;
+};
+
+// A copier for a part of the document, whose own dictionaries lose their entries as all others do. T is a
+// CListCopier or a CStructTreeCopier.
+template <class T>
+class CStrippingCopierT : public T
+{
+public:
+  CStrippingCopierT(CObjectTraverser* pOwner, const CFeatureStripper& stripper)
+      : T(pOwner), m_stripper(stripper)
+  {
+  }
+
+  CObjectPtr VisitEntry(const char* szKey, const CObjectPtr& value) override
+  {
+    return m_stripper.IsEntryDropped(szKey) ? CObjectPtr() : T::VisitEntry(szKey, value);
+  }
+
+private:
+  CFeatureStripper m_stripper;
+};
+
+}  // namespace PDF

@@ -1,0 +1,236 @@
+// The copy of pages and catalogue, in which features are stripped.
+
+#include "base/ScopedValue.h"
+#include "base/Tracer.h"
+#include "document/ListCopier.h"
+#include "document/StructTreeCopier.h"
+#include "engine/AnnotationStripper.h"
+#include "engine/FeatureStripper.h"
+#include "engine/OptOutlinesCopier.h"
+#include "engine/Optimizer.h"
+#include "pdf/ArrayObject.h"
+#include "pdf/DictionaryObject.h"
+
+namespace PDF
+{
+namespace
+{
+
+// Group of the object streams for form fields and annotations, which are read apart from the rest.
+constexpr int g_nFormGroup = 1;
+
+bool IsInherited(const char* szKey)
+{
+  for (const char* szOther : {"CropBox", "MediaBox", "Resources", "Rotate"})
+    if (KeyEquals(szKey, szOther))
+      return true;
+  return false;
+}
+
+// Set by the output document, or stated by its header.
+bool IsOfOutput(const char* szKey)
+{
+  for (const char* szOther : {"Type", "Pages", "Metadata", "Version"})
+    if (KeyEquals(szKey, szOther))
+      return true;
+  return false;
+}
+
+// True also for a form without fields.
+bool HasOnlySignedFields(const CObjectPtr& form)
+{
+  const CObjectPtr fields = form["Fields"];
+  if (!fields.IsArray())
+    return true;
+  for (int i = 0; i < fields.GetSize(); ++i)
+    if (!IsSignedField(fields[i]))
+      return false;
+  return true;
+}
+
+void TraceUnflattened(const CObjectPtr& annotation)
+{
+  if (!BSE::CTracer::IsOn())
+    return;
+  const char* szSubtype = annotation["Subtype"].GetNameValue();
+  BSE::CTracer::Trace("I", "PDF Optimizer",
+                      "%s annotation, obj %d, is kept: its appearance stays unflattened.",
+                      szSubtype ? szSubtype : "Unknown", annotation.GetObjNumber());
+}
+
+}  // namespace
+
+CObjectPtr COptimizer::VisitDictionary(const CObjectPtr& object)
+{
+  const CFeatureStripper stripper(m_options.m_nStrip);
+  const CObjectPtr copy(new CDictionaryObject);
+  for (int i = object.GetBegin(); i != object.GetEnd(); i = object.GetNext(i))
+  {
+    const char* szKey = object.GetKey(i);
+    if (stripper.IsEntryDropped(szKey))
+      continue;
+    // It tells of signatures that the copy does not have any more.
+    if (m_bFilterSignedFields && KeyEquals(szKey, "SigFlags"))
+      continue;
+    const CObjectPtr value = object.GetValue(i);
+    const bool bFields = m_bFilterSignedFields && KeyEquals(szKey, "Fields") && value.IsArray();
+    const BSE::CScopedValue inFields(m_bInFieldsArray, m_bInFieldsArray || bFields);
+    if (const CObjectPtr entry = VisitEntry(szKey, value))
+      copy.AddEntry(szKey, entry);
+  }
+  return copy;
+}
+
+CObjectPtr COptimizer::VisitArray(const CObjectPtr& object)
+{
+  if (!m_bInFieldsArray)
+    return CDocumentCopierT<CObjectCopier>::VisitArray(object);
+  const BSE::CScopedValue inFields(m_bInFieldsArray, false);
+  const CObjectPtr copy(new CArrayObject);
+  for (int i = 0; i < object.GetSize(); ++i)
+    if (const CObjectPtr field = object[i]; !IsSignedField(field))
+      copy.Add(VisitElement(i, field));
+  return copy;
+}
+
+bool COptimizer::CopyPage(int nPage)
+{
+  if (BSE::CTracer::IsOn())
+    BSE::CTracer::Trace("D", "PDF Optimizer", "Page: %d", nPage);
+  const CPage source = m_input.GetPage(nPage - 1);
+  if (!source)
+    return false;
+  const CObjectPtr target = CreatePageCopy(source);
+  if (!target)
+    return false;
+  for (const char* szKey : {"CropBox", "MediaBox", "Resources", "Rotate"})
+    CopyInherited(source, target, szKey);
+  CopyPageEntries(source, target);
+  return FinishPage(source, target);
+}
+
+void COptimizer::CopyPageEntries(const CPage& source, const CObjectPtr& target)
+{
+  const CFeatureStripper stripper(m_options.m_nStrip);
+  const CObjectPtr page = GetDirect(source);
+  for (int i = page.GetBegin(); i != page.GetEnd(); i = page.GetNext(i))
+  {
+    const char* szKey = page.GetKey(i);
+    if (IsInherited(szKey) || KeyEquals(szKey, "Type") || KeyEquals(szKey, "Parent"))
+      continue;
+    const CObjectPtr value = page.GetValue(i);
+    if (stripper.IsPageEntryDropped(szKey, value))
+      continue;
+    if (const CObjectPtr entry = KeyEquals(szKey, "Annots") ? CopyAnnots(value) : VisitEntry(szKey, value))
+      target.AddEntry(szKey, entry);
+  }
+}
+
+// An array that belongs to one page, as it should, becomes a direct one. Pages that share one share its copy,
+// so that the work stays in proportion to the file.
+CObjectPtr COptimizer::CopyAnnots(const CObjectPtr& annots)
+{
+  if (!annots.IsArray())
+    return {};
+  const CGroupScope group(*this, g_nFormGroup);
+  if (!annots.IsIndirect() || m_annotArrays.Add(annots.GetObjNumber()))
+  {
+    CObjectPtr copy = CopyAnnotations(annots);
+    return copy.GetSize() > 0 ? copy : CObjectPtr();
+  }
+  bool bCreated = false;
+  CObjectPtr target = GetOrCreateCopy(annots, bCreated);
+  if (bCreated)
+  {
+    target->SetValueObject(CopyAnnotations(annots).Get());
+    FinishCopy(annots, target);
+  }
+  return target;
+}
+
+CObjectPtr COptimizer::CopyAnnotations(const CObjectPtr& annots)
+{
+  const CAnnotationStripper stripper(m_options, m_pErrorContext);
+  const CObjectPtr copy(new CArrayObject);
+  for (int i = 0; i < annots.GetSize(); ++i)
+  {
+    const CObjectPtr annotation = annots[i];
+    const TAnnotationFate fate = stripper.Decide(annotation);
+    if (fate == TAnnotationFate::Drop)
+    {
+      if (annotation)
+        annotation->Unload();
+      continue;
+    }
+    if (fate == TAnnotationFate::Flatten)
+      TraceUnflattened(annotation);
+    if (const CObjectPtr entry = VisitElement(i, annotation))
+      copy.Add(entry);
+  }
+  return copy;
+}
+
+bool COptimizer::CopyCatalog()
+{
+  const CFeatureStripper stripper(m_options.m_nStrip);
+  const CObjectPtr catalog = GetDirect(m_input.GetCatalog());
+  const CObjectPtr target = m_output.GetCatalog();
+  for (int i = catalog.GetBegin(); i != catalog.GetEnd(); i = catalog.GetNext(i))
+  {
+    const char* szKey = catalog.GetKey(i);
+    if (IsOfOutput(szKey) || stripper.IsCatalogEntryDropped(szKey))
+      continue;
+    if (const CObjectPtr entry = CopyCatalogEntry(szKey, catalog.GetValue(i)))
+      target.AddEntry(szKey, entry);
+  }
+  ReleaseCopied();
+  return true;
+}
+
+CObjectPtr COptimizer::CopyCatalogEntry(const char* szKey, const CObjectPtr& value)
+{
+  const CFeatureStripper stripper(m_options.m_nStrip);
+  if (KeyEquals(szKey, "AcroForm"))
+    return CopyForm(value);
+  if (KeyEquals(szKey, "Outlines"))
+  {
+    COptOutlinesCopier copier(this, (m_options.m_nStrip & eStripStructure) != 0);
+    return value.IsDictionary() ? CopyWith(copier, szKey, value) : CObjectPtr();
+  }
+  if (KeyEquals(szKey, "StructTreeRoot"))
+  {
+    CStrippingCopierT<CStructTreeCopier> copier(this, stripper);
+    return value.IsDictionary() ? CopyWith(copier, szKey, value) : CObjectPtr();
+  }
+  if (KeyEquals(szKey, "Threads"))
+  {
+    // The array becomes a direct one: a copier visits the elements of what it is given.
+    CStrippingCopierT<CListCopier> copier(this, stripper);
+    return value.IsArray() ? CopyWith(copier, szKey, GetDirect(value)) : CObjectPtr();
+  }
+  return VisitEntry(szKey, value);
+}
+
+template <class T>
+CObjectPtr COptimizer::CopyWith(T& copier, const char* szKey, const CObjectPtr& value)
+{
+  copier.ShareWith(*this);
+  CObjectPtr copy = copier.VisitEntry(szKey, value);
+  copier.ReleaseCopied();
+  return copy;
+}
+
+CObjectPtr COptimizer::CopyForm(const CObjectPtr& form)
+{
+  if (form["XFA"].IsNull() && HasOnlySignedFields(form))
+  {
+    if (form["Fields"].GetSize() > 0)
+      BSE::ReportError(m_pErrorContext, g_nSignatureNotCopied);
+    return {};
+  }
+  const BSE::CScopedValue filter(m_bFilterSignedFields, true);
+  const CGroupScope group(*this, g_nFormGroup);
+  return VisitEntry("AcroForm", form);
+}
+
+}  // namespace PDF

@@ -1,0 +1,276 @@
+#include "engine/RedundantObjectOptimizer.h"
+
+#include "base/ScopedValue.h"
+#include "engine/ObjectComparer.h"
+#include "pdf/ArrayObject.h"
+#include "pdf/DictionaryObject.h"
+
+#include <algorithm>
+
+namespace PDF
+{
+
+namespace
+{
+
+// Merges the candidates of a table in an order in which everything is decided before what refers to it.
+class CMerger
+{
+public:
+  CMerger(CFile& file, std::span<TObjectTableEntry> table, std::span<const int> order,
+          CStreamDigester& streams)
+      : m_file(file), m_table(table), m_order(order), m_comparer(table, streams)
+  {
+  }
+
+  void Run()
+  {
+    FindGroups();
+    for (int nPlace = 0; nPlace < std::ssize(m_order); ++nPlace)
+      if (m_groups[m_groupOf[nPlace]].m_nSize > 1)
+        Place(GetEntry(nPlace), m_groups[m_groupOf[nPlace]]);
+  }
+
+private:
+  // Objects of one digest that are found different, before the rest of them is left alone.
+  static constexpr int g_nMaxHeads = 8;
+
+  struct TGroup
+  {
+    int m_nSize;
+    int m_nHeads;
+    unsigned m_heads[g_nMaxHeads];
+  };
+
+  TObjectTableEntry& GetEntry(int nPlace)
+  {
+    return m_table[static_cast<std::size_t>(m_order[static_cast<std::size_t>(nPlace)])];
+  }
+
+  // Numbers the digests.
+  void FindGroups()
+  {
+    BSE::CBasicArray<int> sorted;
+    for (int nPlace = 0; nPlace < std::ssize(m_order); ++nPlace)
+      sorted.Add(nPlace);
+    const std::span<int> places = sorted.GetSpan();
+    std::sort(places.begin(), places.end(),
+              [&](int nA, int nB) { return GetEntry(nA).m_nDigest < GetEntry(nB).m_nDigest; });
+    m_groupOf.SetSize(sorted.GetSize());
+    unsigned nLast = 0;
+    for (const int nPlace : places)
+    {
+      const unsigned nDigest = GetEntry(nPlace).m_nDigest;
+      if (m_groups.IsEmpty() || nDigest != nLast)
+        m_groups.Add({});
+      nLast = nDigest;
+      m_groupOf.SetAt(nPlace, m_groups.GetSize() - 1);
+      ++m_groups[m_groups.GetSize() - 1].m_nSize;
+    }
+  }
+
+  void Place(TObjectTableEntry& entry, TGroup& group)
+  {
+    const CObjectPtr object = Get(entry.m_nSelf);
+    for (int i = 0; i < group.m_nHeads; ++i)
+    {
+      TObjectTableEntry& head = m_table[group.m_heads[i]];
+      if (!m_comparer.Equal(Get(head.m_nSelf), object))
+        continue;
+      // Duplicates hang behind their head, the last one first.
+      entry.m_nCanonical = head.m_nSelf;
+      entry.m_nNext = head.m_nNext;
+      head.m_nNext = entry.m_nSelf;
+      return;
+    }
+    if (group.m_nHeads < g_nMaxHeads)
+      group.m_heads[group.m_nHeads++] = entry.m_nSelf;
+  }
+
+  CObjectPtr Get(unsigned nNumber) { return m_file.GetObject(static_cast<int>(nNumber), -1); }
+
+  CFile& m_file;
+  std::span<TObjectTableEntry> m_table;
+  std::span<const int> m_order;
+  CObjectComparer m_comparer;
+  BSE::CBasicArray<TGroup> m_groups;
+  BSE::CBasicArray<int> m_groupOf;  // by place in the order
+};
+
+}  // namespace
+
+void CRedundantObjectOptimizer::Resize(int nCount)
+{
+  const int nFormer = m_table.GetSize();
+  m_table.SetSize(nCount);
+  for (int i = nFormer; i < nCount; ++i)
+    m_table[i] = {static_cast<unsigned>(i), g_nNoEntry, g_nNoEntry, g_nNoEntry};
+}
+
+void CRedundantObjectOptimizer::Run(CDocument& document, unsigned nMask)
+{
+  CFile& file = document.GetFile();
+  RemoveAll();
+  Resize(file.GetObjectCount());
+  CStreamDigester streams(true);
+  COptObjectDigestComputer computer(file, m_table, streams);
+  m_nMask = nMask;
+  m_seen.RemoveAll();
+  const BSE::CScopedValue<COptObjectDigestComputer*> current(m_pComputer, &computer);
+  VisitDocument(document);
+  m_seen.RemoveAll();
+  CMerger(file, m_table.GetSpan(), computer.GetOrder(), streams).Run();
+  for (int i = 0; i < m_table.GetSize(); ++i)
+    if (m_table[i].m_nCanonical != g_nNoEntry)
+      file.GetXRef().ReleaseObject(i);
+}
+
+int CRedundantObjectOptimizer::GetCanonical(int nNumber) const
+{
+  if (nNumber < 1 || nNumber >= m_table.GetSize() || m_table[nNumber].m_nCanonical == g_nNoEntry)
+    return nNumber;
+  return static_cast<int>(m_table[nNumber].m_nCanonical);
+}
+
+CObjectPtr CRedundantObjectOptimizer::ResolveCanonical(const CObjectPtr& value) const
+{
+  switch (value.GetType())
+  {
+  case eIndirect:
+  {
+    const int nCanonical = GetCanonical(value.GetObjNumber());
+    return nCanonical == value.GetObjNumber() ? value : value.GetFile()->GetObject(nCanonical, -1);
+  }
+  case eArray:
+  {
+    const CObjectPtr copy(new CArrayObject);
+    for (int i = 0; i < value.GetSize(); ++i)
+      copy.Add(ResolveCanonical(value[i]));
+    return copy;
+  }
+  case eDictionary:
+  {
+    const CObjectPtr copy(new CDictionaryObject);
+    for (int i = value.GetBegin(); i != value.GetEnd(); i = value.GetNext(i))
+      copy.AddEntry(value.GetKey(i), ResolveCanonical(value.GetValue(i)));
+    return copy;
+  }
+  default:
+    return value;
+  }
+}
+
+void CRedundantObjectOptimizer::VisitDocument(CDocument& document)
+{
+  VisitResources(document.GetAcroForm()["DR"]);
+  const int nPages = document.GetPageCount();
+  for (int nPage = 0; nPage < nPages; ++nPage)
+  {
+    const CPage page = document.GetPage(nPage);
+    VisitResources(page.FindInherited("Resources"));
+    const CObjectPtr annotations = page["Annots"];
+    for (int i = 0; annotations.IsArray() && i < annotations.GetSize(); ++i)
+      VisitAnnotation(annotations[i]);
+    WorkOff();
+    if (annotations.IsIndirect())
+      annotations->Unload();
+    page->Unload();
+  }
+  WorkOff();
+}
+
+void CRedundantObjectOptimizer::VisitAnnotation(const CObjectPtr& annotation)
+{
+  const CObjectPtr appearances = annotation["AP"];
+  for (int i = appearances.GetBegin(); i != appearances.GetEnd(); i = appearances.GetNext(i))
+  {
+    const CObjectPtr appearance = appearances.GetValue(i);
+    if (appearance.IsStream())
+    {
+      if (appearance["Subtype"].IsName("Form") && appearance["BBox"].IsArray())
+        VisitResources(appearance["Resources"]);
+      continue;
+    }
+    if (!appearance.IsDictionary())
+      continue;
+    for (int k = appearance.GetBegin(); k != appearance.GetEnd(); k = appearance.GetNext(k))
+      if (appearance.GetValue(k).IsStream())
+        VisitResources(appearance.GetValue(k)["Resources"]);
+  }
+  VisitResources(annotation["DR"]);
+}
+
+void CRedundantObjectOptimizer::VisitResources(const CObjectPtr& resources)
+{
+  if (!resources.IsDictionary())
+    return;
+  const int nNumber = resources.GetObjNumber();
+  if (nNumber > 0)
+  {
+    if (!m_seen.Add(nNumber))
+      return;
+    if (nNumber < m_table.GetSize() && m_table[nNumber].m_nCanonical != g_nNoEntry)
+      return;
+  }
+  VisitSection(resources, "ColorSpace", eResourceColorSpace);
+  VisitSection(resources, "Pattern", eResourcePattern);
+  VisitSection(resources, "Shading", eResourceShading);
+  VisitXObjects(resources["XObject"]);
+  VisitSection(resources, "Font", eResourceFont);
+  VisitSection(resources, "ExtGState", eResourceExtGState);
+}
+
+void CRedundantObjectOptimizer::VisitSection(const CObjectPtr& resources, const char* szSection,
+                                             unsigned nKinds)
+{
+  const CObjectPtr section = resources[szSection];
+  if (!section.IsDictionary())
+    return;
+  for (int i = section.GetBegin(); i != section.GetEnd(); i = section.GetNext(i))
+  {
+    const CObjectPtr value = section.GetValue(i);
+    if ((nKinds == eResourcePattern && value["PatternType"].GetIntegerValue() == 1) ||
+        (nKinds == eResourceFont && value["Subtype"].IsName("Type3")))
+      VisitInner(value);
+    if ((m_nMask & nKinds) != 0)
+      m_pComputer->Visit(value);
+  }
+}
+
+void CRedundantObjectOptimizer::VisitXObjects(const CObjectPtr& xobjects)
+{
+  constexpr unsigned nBoth = eResourceImage | eResourceForm;
+  if (!xobjects.IsDictionary())
+    return;
+  for (int i = xobjects.GetBegin(); i != xobjects.GetEnd(); i = xobjects.GetNext(i))
+  {
+    const CObjectPtr value = xobjects.GetValue(i);
+    VisitInner(value);
+    if ((m_nMask & nBoth) == nBoth || ((m_nMask & eResourceImage) != 0 && value["Subtype"].IsName("Image")) ||
+        ((m_nMask & eResourceForm) != 0 && value["Subtype"].IsName("Form")))
+      m_pComputer->Visit(value);
+  }
+}
+
+// The list is worked off by a loop: forms in forms need no stack. An owner is entered once, so that direct
+// resources are.
+void CRedundantObjectOptimizer::VisitInner(const CObjectPtr& owner)
+{
+  if (owner.GetObjNumber() > 0 && !m_seen.Add(owner.GetObjNumber()))
+    return;
+  if (const CObjectPtr resources = owner["Resources"])
+    m_waiting.Add(resources.Get());
+}
+
+void CRedundantObjectOptimizer::WorkOff()
+{
+  while (!m_waiting.IsEmpty())
+  {
+    const int nLast = m_waiting.GetSize() - 1;
+    const CObjectPtr resources(m_waiting[nLast]);
+    m_waiting.SetSize(nLast);
+    VisitResources(resources);
+  }
+}
+
+}  // namespace PDF

@@ -1,0 +1,75 @@
+#pragma once
+
+#include "document/Document.h"
+#include "document/NumberSet.h"
+#include "document/ObjectDigestComputer.h"
+#include "engine/OptObjectDigestComputer.h"
+
+namespace PDF
+{
+
+// Kinds of resources, in the mask of CRedundantObjectOptimizer.
+enum TResourceKind : unsigned
+{
+  eResourceColorSpace = 0x01,
+  eResourcePattern = 0x02,
+  eResourceShading = 0x04,
+  eResourceImage = 0x08,
+  eResourceForm = 0x10,
+  eResourceFont = 0x20,
+  eResourceExtGState = 0x40,
+  eResourceAll = 0x7F
+};
+
+// Finds objects of an input that are equal in value among those that resources lead to, and tells for each
+// one which object stands for it. Nothing in the input changes. Candidates are digested first; only those
+// with equal digests are compared in depth, a candidate with the first few of each digest that differ. Time
+// is linear in the bytes of the candidates, and objects are unloaded after use.
+class CRedundantObjectOptimizer
+{
+public:
+  CRedundantObjectOptimizer() = default;
+  CRedundantObjectOptimizer(const CRedundantObjectOptimizer&) = delete;
+  CRedundantObjectOptimizer& operator=(const CRedundantObjectOptimizer&) = delete;
+  virtual ~CRedundantObjectOptimizer() = default;
+
+  // Builds the table for the kinds of the mask, a set of TResourceKind; what they lead to belongs to them.
+  void Run(CDocument& document, unsigned nMask);
+
+  // By object number; empty before Run.
+  std::span<const TObjectTableEntry> GetTable() const { return m_table.GetSpan(); }
+
+  // The number of the object that stands for this one, itself for most.
+  int GetCanonical(int nNumber) const;
+
+  // A copy of a value with every reference replaced by its canonical object; scalars and references that stay
+  // are shared. Containers are followed, objects behind references are not.
+  CObjectPtr ResolveCanonical(const CObjectPtr& value) const;
+
+  // Grows the table; new entries are no candidates.
+  void Resize(int nCount);
+  void RemoveAll() { m_table.RemoveAll(); }
+
+protected:
+  // Resources of the form's defaults, of all pages and of the appearances of their annotations.
+  virtual void VisitDocument(CDocument& document);
+  virtual void VisitAnnotation(const CObjectPtr& annotation);
+
+  // Resources that were met before are passed over; those within them are put on a list.
+  virtual void VisitResources(const CObjectPtr& resources);
+
+private:
+  void VisitSection(const CObjectPtr& resources, const char* szSection, unsigned nKinds);
+  void VisitXObjects(const CObjectPtr& xobjects);
+  void VisitInner(const CObjectPtr& owner);
+  void WorkOff();
+
+  BSE::CBasicArray<TObjectTableEntry> m_table;
+  unsigned m_nMask = 0;
+
+  COptObjectDigestComputer* m_pComputer = nullptr;  // these three during Run
+  BSE::CObjectArray<CObject> m_waiting;
+  CNumberSet m_seen;
+};
+
+}  // namespace PDF

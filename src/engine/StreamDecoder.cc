@@ -1,0 +1,228 @@
+#include "engine/StreamDecoder.h"
+
+#include "base/Checked.h"
+#include "base/ErrorHandler.h"
+#include "base/Limits.h"
+#include "base/MemoryStream.h"
+#include "images/filters/ASCII85DecodeFilter.h"
+#include "images/filters/ASCIIHexDecodeFilter.h"
+#include "images/filters/LZWDecodeFilter.h"
+#include "images/filters/PredictionRow.h"
+#include "images/filters/RunLengthDecodeFilter.h"
+#include "pdf/FilterFactory.h"
+#include "pdf/StreamObjects.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include <libdeflate.h>
+
+namespace PDF
+{
+
+namespace
+{
+
+constexpr auto g_nMaxSize = static_cast<std::size_t>(BSE::g_nMaxRecodedSize);
+
+// First guess at the room for inflated data, in encoded lengths.
+constexpr std::size_t g_nUsualRatio = 4;
+constexpr std::size_t g_nMinRoom = 1 << 16;
+
+// What a filter delivers at a time.
+constexpr std::size_t g_nPiece = 1 << 16;
+
+}  // namespace
+
+CStreamDecoder::~CStreamDecoder()
+{
+  if (m_pDecompressor)
+    libdeflate_free_decompressor(m_pDecompressor);
+}
+
+bool CStreamDecoder::Read(CObject& stream)
+{
+  m_encoded.SetSize(0);
+  const BSE::CObjectPtr<BSE::IByteStream> pData = stream.GetStream();
+  if (!pData)
+    return false;
+  std::int64_t nLength = static_cast<CStreamPart*>(stream.GetStreamObject().Get())->GetDataLength();
+  if (nLength < 0 || nLength > BSE::g_nMaxRecodedSize)
+    return false;
+  // The file's word for the length is not taken for more than the room.
+  m_encoded.Provide(static_cast<std::size_t>(nLength));
+  nLength = pData->ReadAll(m_encoded.GetRoom().data(), nLength);
+  m_encoded.SetSize(static_cast<std::size_t>(std::max<std::int64_t>(nLength, 0)));
+  return nLength >= 0;
+}
+
+CStreamDecoder::TResult CStreamDecoder::Decode(CObject& stream)
+{
+  m_bPredictor = m_bData = false;
+  m_data.SetSize(0);
+  if (stream.GetIndex("F") >= 0)
+    return TResult::Foreign;
+  if (!Read(stream))
+    return TResult::TooLarge;
+  const bool bEncoded = static_cast<CStreamPart*>(stream.GetStreamObject().Get())->IsEncoded();
+  const int nFilters = bEncoded ? GetFilterCount(&stream) : 0;
+  if (nFilters > BSE::g_nMaxFilters)
+    return TResult::Foreign;
+  const TResult nResult = DecodeChain(stream, nFilters);
+  m_bData = nResult == TResult::Decoded && (!m_bPredictor || UndoPrediction());
+  return nResult;
+}
+
+CStreamDecoder::TResult CStreamDecoder::DecodeChain(CObject& stream, int nFilters)
+{
+  // Nothing is decoded for a chain that cannot be undone to its end.
+  for (int i = 0; i < nFilters; ++i)
+  {
+    const CObjectPtr name = GetFilterName(&stream, i);
+    bool bKnown = false;
+    for (const char* szKnown : {"FlateDecode", "Fl", "LZWDecode", "LZW", "ASCII85Decode", "A85",
+                                "ASCIIHexDecode", "AHx", "RunLengthDecode", "RL"})
+      bKnown |= name.IsName(szKnown);
+    if (!bKnown)
+      return TResult::Foreign;
+  }
+  m_data.Provide(m_encoded.GetSize());
+  if (m_encoded.GetSize() > 0)
+    std::memcpy(m_data.GetRoom().data(), m_encoded.GetSpan().data(), m_encoded.GetSize());
+  m_data.SetSize(m_encoded.GetSize());
+  for (int i = 0; i < nFilters; ++i)
+  {
+    if (m_bPredictor && !UndoPrediction())
+      return TResult::Damaged;
+    m_bPredictor = false;
+    const TResult nResult =
+        DecodeFilter(GetFilterName(&stream, i).GetNameValue(), GetFilterParameters(&stream, i));
+    if (nResult != TResult::Decoded)
+      return nResult;
+  }
+  return TResult::Decoded;
+}
+
+CStreamDecoder::TResult CStreamDecoder::DecodeFilter(const char* szName, const CObjectPtr& parameters)
+{
+  const auto parameter = [&](const char* szKey, int nDefault)
+  { return BSE::ClampTo<int>(GetIntegerOr(parameters[szKey], nDefault)); };
+  const auto is = [&](const char* szLong, const char* szShort)
+  { return KeyEquals(szName, szLong) || KeyEquals(szName, szShort); };
+  const bool bFlate = is("FlateDecode", "Fl");
+  BSE::CObjectPtr<BSE::IByteStream> pSource;
+  if (!bFlate)
+    pSource = new BSE::CMemoryStream(m_data.GetSpan().data(), static_cast<std::int64_t>(m_data.GetSize()));
+  BSE::CErrorHandler errors;
+  BSE::CObjectPtr<BSE::IByteStream> pFilter;
+  if (is("ASCII85Decode", "A85"))
+    pFilter = new BSE::CASCII85DecodeFilter(pSource.Get(), &errors);
+  else if (is("ASCIIHexDecode", "AHx"))
+    pFilter = new BSE::CASCIIHexDecodeFilter(pSource.Get(), &errors);
+  else if (is("RunLengthDecode", "RL"))
+    pFilter = new BSE::CRunLengthDecodeFilter(pSource.Get(), &errors);
+  else if (is("LZWDecode", "LZW"))
+    pFilter = new BSE::CLZWDecodeFilter(pSource.Get(), {.EarlyChange = parameter("EarlyChange", 1)}, &errors);
+  const TResult nResult = pFilter ? RunFilter(pFilter.Get()) : Inflate();
+  if (nResult != TResult::Decoded || errors.GetLastCode() != 0)
+    return nResult == TResult::Decoded ? TResult::Damaged : nResult;
+  m_data.Swap(m_next);
+  if (!bFlate && !is("LZWDecode", "LZW"))
+    return TResult::Decoded;
+  m_prediction = {.Predictor = parameter("Predictor", 1),
+                  .Colors = parameter("Colors", 1),
+                  .Columns = parameter("Columns", 1),
+                  .BitsPerComponent = parameter("BitsPerComponent", 8)};
+  m_bPredictor = m_prediction.Predictor > BSE::g_nPredictorNone;
+  if (m_bPredictor)
+    m_predicted.Swap(m_data);
+  return TResult::Decoded;
+}
+
+CStreamDecoder::TResult CStreamDecoder::Inflate()
+{
+  if (!m_pDecompressor)
+    m_pDecompressor = libdeflate_alloc_decompressor();
+  if (!m_pDecompressor)
+    BSE::ThrowOutOfMemory();
+  const std::span<const unsigned char> encoded = m_data.GetSpan();
+  std::size_t nRoom = std::max({g_nMinRoom, m_next.GetCapacity(), g_nUsualRatio * encoded.size()});
+  for (;; nRoom *= 2)
+  {
+    m_next.Provide(std::min(nRoom, g_nMaxSize));
+    std::size_t nRead = 0;
+    std::size_t nWritten = 0;
+    const libdeflate_result nResult =
+        libdeflate_zlib_decompress_ex(m_pDecompressor, encoded.data(), encoded.size(),
+                                      m_next.GetRoom().data(), m_next.GetCapacity(), &nRead, &nWritten);
+    m_next.SetSize(nResult == LIBDEFLATE_SUCCESS ? nWritten : 0);
+    if (nResult == LIBDEFLATE_SUCCESS)
+      return TResult::Decoded;
+    if (nResult != LIBDEFLATE_INSUFFICIENT_SPACE)
+      return TResult::Damaged;
+    if (m_next.GetCapacity() >= g_nMaxSize)
+      return TResult::TooLarge;
+  }
+}
+
+CStreamDecoder::TResult CStreamDecoder::RunFilter(BSE::IByteStream* pFilter)
+{
+  BSE::CBasicArray<unsigned char> result;
+  if (!pFilter->IsValid())
+    return TResult::Damaged;
+  unsigned char piece[g_nPiece];
+  for (;;)
+  {
+    const std::int64_t nRead = pFilter->Read(piece, g_nPiece);
+    if (nRead < 0)
+      return TResult::Damaged;
+    if (nRead == 0)
+      break;
+    if (result.GetSize() + nRead > BSE::g_nMaxRecodedSize)
+      return TResult::TooLarge;
+    result.Append({piece, static_cast<std::size_t>(nRead)});
+  }
+  const std::span<const unsigned char> bytes = result.GetSpan();
+  m_next.Provide(bytes.size());
+  if (!bytes.empty())
+    std::memcpy(m_next.GetRoom().data(), bytes.data(), bytes.size());
+  m_next.SetSize(bytes.size());
+  return TResult::Decoded;
+}
+
+bool CStreamDecoder::UndoPrediction()
+{
+  const BSE::TPredictionLayout layout = BSE::GetPredictionLayout(m_prediction);
+  const auto nRow = static_cast<std::size_t>(layout.m_nRowSize);
+  const std::size_t nStep = nRow + (layout.m_bPNG ? 1 : 0);
+  const std::span<const unsigned char> source = m_predicted.GetSpan();
+  if (nRow == 0 || source.size() % nStep != 0 || !BSE::CheckPredictor(m_prediction))
+    return false;
+  m_data.Provide(source.size() / nStep * nRow);
+  BSE::CBasicArray<unsigned char> zeros;
+  if (source.empty())
+    return true;
+  zeros.SetSize(layout.m_nRowSize);
+  std::span<const unsigned char> previous = zeros.GetSpan();
+  std::size_t nDone = 0;
+  for (std::size_t i = 0; i < source.size(); i += nStep, nDone += nRow)
+  {
+    const std::span<unsigned char> row = m_data.GetRoom().subspan(nDone, nRow);
+    if (layout.m_bPNG)
+    {
+      if (source[i] >= BSE::ePNGTagCount)
+        return false;
+      BSE::DecodePNGRow(source[i], layout.m_nPixelSize, source.subspan(i + 1, nRow), previous, row);
+    }
+    else
+    {
+      std::memcpy(row.data(), source.data() + i, nRow);
+      BSE::DecodeTIFFRow(m_prediction.Colors, m_prediction.BitsPerComponent, row);
+    }
+    previous = row;
+  }
+  m_data.SetSize(nDone);
+  return true;
+}
+
+}  // namespace PDF

@@ -1,0 +1,71 @@
+#pragma once
+
+#include "engine/ByteBuffer.h"
+#include "images/filters/PredictionParameters.h"
+#include "pdf/Object.h"
+
+struct libdeflate_decompressor;
+
+namespace PDF
+{
+
+// Decodes streams in memory, whole and without tolerance: what does not decode to its end without a fault,
+// checksum included, counts as damaged, however much of it a reader would show.
+class CStreamDecoder
+{
+public:
+  enum class TResult
+  {
+    Decoded,
+    Foreign,  // a filter that is none of the lossless byte filters, or data outside the file
+    Damaged,
+    TooLarge  // beyond BSE::g_nMaxRecodedSize, encoded or decoded
+  };
+
+  CStreamDecoder() = default;
+  CStreamDecoder(const CStreamDecoder&) = delete;
+  CStreamDecoder& operator=(const CStreamDecoder&) = delete;
+  ~CStreamDecoder();
+
+  // The encoded bytes of an indirect stream object; false if they cannot be read or are too many. For a part
+  // that holds decoded data, those.
+  bool Read(CObject& stream);
+
+  // Reads and decodes. Reports of filters go nowhere.
+  TResult Decode(CObject& stream);
+
+  // Valid until the next call. The encoded bytes stand after every result but TooLarge.
+  std::span<const unsigned char> GetEncoded() const { return m_encoded.GetSpan(); }
+  std::span<const unsigned char> GetData() const { return m_data.GetSpan(); }
+
+  // Whether the last filter has a predictor (Flate and LZW alone have one), its parameters, and the data in
+  // front of it. Where the rows leave room for doubt the data cannot be had without the predictor: HasData is
+  // false.
+  bool HasPredictor() const { return m_bPredictor; }
+  bool HasData() const { return m_bData; }
+  const BSE::CPredictionParameters& GetPrediction() const { return m_prediction; }
+  std::span<const unsigned char> GetPredicted() const
+  {
+    return m_bPredictor ? m_predicted.GetSpan() : m_data.GetSpan();
+  }
+
+private:
+  TResult DecodeChain(CObject& stream, int nFilters);
+  TResult DecodeFilter(const char* szName, const CObjectPtr& parameters);
+  TResult Inflate();
+  TResult RunFilter(BSE::IByteStream* pFilter);
+
+  // From m_predicted to m_data; false where the result is in doubt.
+  bool UndoPrediction();
+
+  libdeflate_decompressor* m_pDecompressor = nullptr;
+  CByteBuffer m_encoded;
+  CByteBuffer m_data;
+  CByteBuffer m_predicted;
+  CByteBuffer m_next;
+  BSE::CPredictionParameters m_prediction;
+  bool m_bPredictor = false;
+  bool m_bData = false;
+};
+
+}  // namespace PDF

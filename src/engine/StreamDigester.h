@@ -1,0 +1,37 @@
+#pragma once
+
+#include "engine/DigestTable.h"
+#include "engine/StreamDecoder.h"
+
+namespace PDF
+{
+
+// Digests of the data of streams. Streams that are encoded alike are decoded once.
+class CStreamDigester
+{
+public:
+  // With bDecode data count as they are behind their filters, where these can all be undone without a fault:
+  // streams that differ in their encoding alone get one digest then. Without it, and elsewhere, the encoded
+  // bytes count.
+  explicit CStreamDigester(bool bDecode) : m_bDecode(bDecode) {}
+
+  struct TResult
+  {
+    TObjectDigest m_digest;
+    bool m_bDecoded;  // filters and their parameters do not count
+  };
+
+  // Of an indirect stream object.
+  TResult Digest(const CObjectPtr& stream);
+
+private:
+  TObjectDigest DigestLarge(const CObjectPtr& stream);
+
+  bool m_bDecode;
+  CStreamDecoder m_decoder;
+  CObjectHasher m_hasher;
+  CDigestTable m_known;  // encoded bytes with their filters to an index below
+  BSE::CBasicArray<TResult> m_results;
+};
+
+}  // namespace PDF

@@ -1,0 +1,166 @@
+#include "engine/StreamRecompressor.h"
+
+#include "base/MemoryStream.h"
+#include "pdf/DictionaryObject.h"
+#include "pdf/FilterFactory.h"
+#include "pdf/Generator.h"
+#include "pdf/SimpleObjects.h"
+#include "pdf/StreamObjects.h"
+
+#include <algorithm>
+#include <string_view>
+
+namespace PDF
+{
+
+namespace
+{
+
+constexpr const char* g_filterKeys[] = {"Filter", "DecodeParms"};
+
+// "/Filter/FlateDecode"
+constexpr std::size_t g_nFilterCost = 19;
+
+CObjectPtr CreateParameters(const BSE::CPredictionParameters& prediction)
+{
+  constexpr BSE::CPredictionParameters defaults;
+  CObjectPtr parameters(new CDictionaryObject);
+  const auto add = [&](const char* szKey, int nValue, int nDefault)
+  {
+    if (nValue != nDefault)
+      parameters.AddEntry(szKey, new CIntegerObject(nValue));
+  };
+  add("Predictor", prediction.Predictor, defaults.Predictor);
+  add("Colors", prediction.Colors, defaults.Colors);
+  add("BitsPerComponent", prediction.BitsPerComponent, defaults.BitsPerComponent);
+  add("Columns", prediction.Columns, defaults.Columns);
+  return parameters;
+}
+
+// Bytes that a value takes in the file.
+std::size_t Measure(const CObjectPtr& value)
+{
+  if (!value)
+    return 0;
+  const BSE::CObjectPtr<BSE::CMemoryStream> pText(new BSE::CMemoryStream);
+  CGenerator generator(new BSE::CBufferedOutputStream(pText.Get()), eLayoutCompact);
+  generator.WriteValue(value.Get());
+  return static_cast<std::size_t>(generator.Tell());
+}
+
+std::size_t MeasureFilters(CObject& object)
+{
+  std::size_t nCost = 0;
+  for (const char* szKey : g_filterKeys)
+    if (const CObjectPtr value = object.GetEntry(szKey))
+      nCost += 1 + std::strlen(szKey) + Measure(value);
+  return nCost;
+}
+
+// What the file makes itself has been through the deflater already.
+bool IsExempt(CObject& object)
+{
+  const CObjectPtr type = object.GetEntry("Type");
+  return type.IsName("XRef") || type.IsName("ObjStm");
+}
+
+bool IsBlank(unsigned char nByte)
+{
+  return nByte == ' ' || nByte == '\n' || nByte == '\r' || nByte == '\t';
+}
+
+// The blanks in front of the trailer of an XMP packet in UTF-8 (ISO 16684-1, 7.3.2), room for changes in
+// place, but for one. Empty if there is no such trailer, or no more than a blank.
+std::span<const unsigned char> FindPadding(std::span<const unsigned char> packet)
+{
+  constexpr std::string_view szTrailer = "<?xpacket end=";
+  const auto pTrailer = std::find_end(packet.begin(), packet.end(), szTrailer.begin(), szTrailer.end());
+  if (pTrailer == packet.end())
+    return {};
+  auto pFirst = pTrailer;
+  while (pFirst != packet.begin() && IsBlank(pFirst[-1]))
+    --pFirst;
+  if (pTrailer - pFirst < 2 || pFirst == packet.begin() || pFirst[-1] != '>')
+    return {};
+  return {pFirst + 1, pTrailer};
+}
+
+}  // namespace
+
+void CStreamRecompressor::Deflate(std::span<const unsigned char> data,
+                                  BSE::CBasicArray<unsigned char>& encoded)
+{
+  if (m_deflater.Deflate(data, m_deflater.GetBound(data.size()) + 1, m_candidate))
+    encoded.Append(m_candidate.GetSpan());
+}
+
+void CStreamRecompressor::Recompress(CIndirectObject& object)
+{
+  if (!object.IsStream() || IsExempt(object))
+    return;
+  if (m_decoder.Decode(object) != CStreamDecoder::TResult::Decoded)
+    return;
+  if (object.GetEntry("Type").IsName("Metadata") && GetFilterCount(&object) == 0)
+    return TrimMetadata(object);
+  const bool bEncoded = static_cast<CStreamPart*>(object.GetStreamObject().Get())->IsEncoded();
+  const std::size_t nFilters = MeasureFilters(object);
+  // Data that the writer would encode count as they will be then, by the plain encoder: never better than
+  // here.
+  const bool bMustEncode = !bEncoded && nFilters > 0;
+  m_nBestCost = bMustEncode ? SIZE_MAX : nFilters + m_decoder.GetEncoded().size();
+  m_bFound = false;
+  if (m_decoder.HasData())
+    Try(m_decoder.GetData(), false);
+  if (m_decoder.HasPredictor())
+    Try(m_decoder.GetPredicted(), true);
+  if (!m_bFound)
+    return;
+  if (!bMustEncode)
+    m_nSaved += static_cast<std::int64_t>(nFilters + m_decoder.GetEncoded().size() - m_nBestCost);
+  Replace(object);
+}
+
+void CStreamRecompressor::TrimMetadata(CIndirectObject& object)
+{
+  const std::span<const unsigned char> packet = m_decoder.GetData();
+  const std::span<const unsigned char> padding = FindPadding(packet);
+  if (padding.empty())
+    return;
+  const auto nHead = static_cast<std::size_t>(padding.data() - packet.data());
+  const BSE::CObjectPtr<BSE::CMemoryStream> pTrimmed(new BSE::CMemoryStream);
+  for (const auto part : {packet.first(nHead), packet.subspan(nHead + padding.size())})
+    pTrimmed->WriteAll(part.data(), std::ssize(part));
+  pTrimmed->Rewind();
+  m_nSaved += std::ssize(padding);
+  object.SetStreamObject(new CEmbeddedStreamObject(pTrimmed.Get(), 0, pTrimmed->GetLength()));
+}
+
+void CStreamRecompressor::Try(std::span<const unsigned char> data, bool bPredicted)
+{
+  std::size_t nCost = g_nFilterCost;
+  if (bPredicted)
+    nCost += std::strlen("/DecodeParms") + Measure(CreateParameters(m_decoder.GetPrediction()));
+  if (m_nBestCost <= nCost)
+    return;
+  if (!m_deflater.Deflate(data, std::min(m_nBestCost - nCost, m_deflater.GetBound(data.size()) + 1),
+                          m_candidate))
+    return;
+  m_nBestCost = nCost + m_candidate.GetSize();
+  m_bBestPredicted = bPredicted;
+  m_bFound = true;
+  m_best.Swap(m_candidate);
+}
+
+void CStreamRecompressor::Replace(CIndirectObject& object)
+{
+  object.AddEntry("Filter", new CNameObject("FlateDecode"));
+  if (m_bBestPredicted)
+    object.AddEntry("DecodeParms", CreateParameters(m_decoder.GetPrediction()).Get());
+  else
+    object.DeleteEntry("DecodeParms");
+  const auto nLength = static_cast<std::int64_t>(m_best.GetSize());
+  object.SetStreamObject(
+      new CEmbeddedStreamObject(new BSE::CMemoryStream(m_best.GetSpan().data(), nLength), 0, nLength));
+}
+
+}  // namespace PDF

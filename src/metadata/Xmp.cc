@@ -1,0 +1,289 @@
+#include "metadata/Xmp.h"
+
+#include "base/Random.h"
+#include "base/Unicode.h"
+#include "metadata/XmpSchema.h"
+
+namespace PDF
+{
+
+namespace
+{
+
+constexpr const char* g_szNoParameters = "No additional information provided";
+
+// "urn:uuid:" with a random UUID (RFC 4122, 4.4); empty if the system gives no random numbers.
+BSE::CStr8 MakeInstanceId()
+{
+  constexpr char digits[] = "0123456789abcdef";
+  unsigned char bytes[16] = {};
+  if (!BSE::GetRandomBytes(bytes))
+    return {};
+  bytes[6] = static_cast<unsigned char>((bytes[6] & 0x0F) | 0x40);
+  bytes[8] = static_cast<unsigned char>((bytes[8] & 0x3F) | 0x80);
+  BSE::CStr8 id("urn:uuid:");
+  for (int i = 0; i < 16; ++i)
+  {
+    if (i == 4 || i == 6 || i == 8 || i == 10)
+      id.Append('-');
+    id.Append(digits[bytes[i] >> 4]);
+    id.Append(digits[bytes[i] & 0x0F]);
+  }
+  return id;
+}
+
+BSE::CStr16 ToUtf16(const char* szText)
+{
+  BSE::CStr16 text;
+  BSE::ConvertText(szText, text, BSE::TInvalidText::Replace);
+  return text;
+}
+
+std::span<const char> TrimBlanks(std::span<const char> text)
+{
+  while (!text.empty() && text.front() == ' ')
+    text = text.subspan(1);
+  while (!text.empty() && text.back() == ' ')
+    text = text.first(text.size() - 1);
+  return text;
+}
+
+}  // namespace
+
+struct CXMP::TEvent
+{
+  BSE::CStr8 m_action;
+  BSE::CStr8 m_parameters;
+};
+
+CXMP::CXMP() : m_newInstanceId(MakeInstanceId()) {}
+
+CXMP::~CXMP()
+{
+  for (TEvent* pEvent : m_events.GetSpan())
+    delete pEvent;
+}
+
+bool CXMP::Load(BSE::IByteStream* pStream)
+{
+  m_pPacket.Reset();
+  m_bBroken = true;
+  BSE::CBasicArray<unsigned char> bytes;
+  BSE::CObjectPtr<XMP::CPacket> pPacket(new XMP::CPacket(&m_errors));
+  if (!pStream || !pStream->IsValid() || !pStream->ReadToArray(bytes, XMP::CPacket::g_nMaxBytes) ||
+      !pPacket->Read(bytes.GetSpan()))
+    return false;
+  m_pPacket = std::move(pPacket);
+  m_bBroken = false;
+  return true;
+}
+
+void CXMP::CopyFrom(const CXMP& other)
+{
+  m_bBroken = other.m_bBroken;
+  m_nPart = other.m_nPart;
+  m_newInstanceId = other.m_newInstanceId;
+  m_pPacket.Reset();
+  if (!other.m_pPacket)
+    return;
+  m_pPacket = new XMP::CPacket(&m_errors);
+  m_pPacket->CopyFrom(*other.m_pPacket);
+}
+
+BSE::CStr8 CXMP::GetClaimedPart() const
+{
+  return m_pPacket ? m_pPacket->GetText(XMP::g_szPdfAId, "part") : BSE::CStr8();
+}
+
+BSE::CStr8 CXMP::GetClaimedLevel() const
+{
+  return m_pPacket ? m_pPacket->GetText(XMP::g_szPdfAId, "conformance") : BSE::CStr8();
+}
+
+void CXMP::SetClaim(const char* szPart, const char* szLevel)
+{
+  if (!m_pPacket)
+    return;
+  if (*szPart)
+  {
+    m_pPacket->SetText(XMP::g_szPdfAId, "part", szPart);
+    m_pPacket->SetText(XMP::g_szPdfAId, "conformance", szLevel);
+    return;
+  }
+  for (const char* szName : {"part", "conformance", "amd", "rev", "corr"})
+    m_pPacket->Remove(XMP::g_szPdfAId, szName);
+}
+
+void CXMP::AddHistoryEvent(const char* szAction, const char* szParameters)
+{
+  BSE::CScopedPtr<TEvent> pEvent(new TEvent{BSE::CStr8(szAction), BSE::CStr8(szParameters)});
+  m_events.Add(pEvent.Get());
+  pEvent.Detach();
+}
+
+TPairValue CXMP::ReadPacket(const TInfoPair& pair, BSE::CStr16& value) const
+{
+  if (!m_pPacket)
+    return TPairValue::Missing;
+  const TPairValue found = ReadInfoPair(*m_pPacket, pair, value);
+  if (found == TPairValue::Found)
+    return found;
+  const bool bTitle = std::strcmp(pair.m_szKey, "Title") == 0;
+  if (bTitle && m_nPart == 0)
+    for (const char* szNamespace : {XMP::g_szXmp, XMP::g_szPdf})
+      if (ReadInfoPair(*m_pPacket, {"Title", szNamespace, "Title", pair.m_kind}, value) == TPairValue::Found)
+        return TPairValue::Found;
+  if (std::strcmp(pair.m_szKey, "Creator") == 0 &&
+      ReadInfoPair(*m_pPacket, {"Creator", XMP::g_szPdf, "Creator", pair.m_kind}, value) == TPairValue::Found)
+    return TPairValue::Found;
+  return found;
+}
+
+bool CXMP::GetInfoEntry(const char* szKey, IInfoDictionary& info, BSE::CStr16& value) const
+{
+  const TInfoPair* pPair = FindInfoPair(szKey);
+  if (pPair && ReadPacket(*pPair, value) == TPairValue::Found)
+    return true;
+  return CanReadInfo() && info.GetText(szKey, value) && !value.IsEmpty();
+}
+
+void CXMP::SetInfoEntry(const char* szKey, const BSE::CStr16& value, IInfoDictionary& info)
+{
+  info.SetText(szKey, value);
+  const TInfoPair* pPair = FindInfoPair(szKey);
+  // A former value must not win over one that only the dictionary can hold.
+  if (pPair && m_pPacket && !WriteInfoPair(*m_pPacket, *pPair, value))
+    WriteInfoPair(*m_pPacket, *pPair, {});
+}
+
+void CXMP::Synchronize(const TInfoPair& pair, bool bComplete, IInfoDictionary& info)
+{
+  BSE::CStr16 inPacket;
+  BSE::CStr16 inInfo;
+  const TPairValue found = ReadPacket(pair, inPacket);
+  const bool bInInfo = info.GetText(pair.m_szKey, inInfo) && !inInfo.IsEmpty();
+  if (found == TPairValue::Found)
+  {
+    if ((bInInfo || bComplete) && !IsSameInfo(pair.m_kind, inPacket, inInfo))
+      info.SetText(pair.m_szKey, inPacket);
+    return;
+  }
+  if (found == TPairValue::Invalid)
+  {
+    const XMP::CNode* pNode = m_pPacket->Find(pair.m_szNamespace, pair.m_szProperty);
+    BSE::ReportError(&m_errors, BSE::MakeError(g_nValueRemoved, "XmpPath", XMP::GetPath(*pNode).GetText(),
+                                               "cause", "because it is invalid"));
+  }
+  if (bInInfo && CanReadInfo())
+    WriteInfoPair(*m_pPacket, pair, inInfo);
+}
+
+void CXMP::EnsureDate(const char* szKey, const XMP::TDate& now, IInfoDictionary& info)
+{
+  BSE::CStr16 value;
+  XMP::TDate date;
+  if (GetInfoEntry(szKey, info, value) && ParseInfoDate(value, date))
+    return;
+  char szDate[XMP::g_nDateText];
+  XMP::FormatPdfDate(now, szDate);
+  SetInfoEntry(szKey, ToUtf16(szDate), info);
+}
+
+void CXMP::EnsureKeywords()
+{
+  if (m_pPacket->Find(XMP::g_szDc, "subject"))
+    return;
+  const BSE::CStr8 keywords = m_pPacket->GetText(XMP::g_szPdf, "Keywords");
+  BSE::CObjectPtr<XMP::CBag> pBag(new XMP::CBag);
+  for (std::span<const char> rest = keywords.GetSpan(); !rest.empty();)
+  {
+    const auto end = std::find_if(rest.begin(), rest.end(), [](char c) { return c == ',' || c == ';'; });
+    const auto nLength = static_cast<std::size_t>(end - rest.begin());
+    const std::span<const char> word = TrimBlanks(rest.first(nLength));
+    if (!word.empty())
+      pBag->Add(new XMP::CLiteral(BSE::CStr8(word.data(), static_cast<int>(word.size()))));
+    rest = rest.subspan(std::min(nLength + 1, rest.size()));
+  }
+  if (pBag->GetSize() > 0)
+    m_pPacket->Set(XMP::g_szDc, "subject", pBag.Get());
+}
+
+void CXMP::UpdateMetadata(const TMetadataUpdate& update, IInfoDictionary& info)
+{
+  if (!m_pPacket && (update.m_nMajorVersion > 1 || update.m_bPacketWanted || m_bBroken))
+    m_pPacket = new XMP::CPacket(&m_errors);
+  // ISO 32000-2, 14.3.3, leaves the dictionary no more than its dates.
+  const bool bComplete = update.m_nMajorVersion < 2 && CanReadInfo();
+  if (m_pPacket)
+    for (const TInfoPair& pair : GetInfoPairs())
+      Synchronize(pair, bComplete || pair.m_kind == TInfoKind::Date, info);
+  EnsureDate("ModDate", update.m_now, info);
+  BSE::CStr16 value;
+  const bool bHasCreation = m_pPacket && m_pPacket->Find(XMP::g_szXmp, "CreateDate");
+  if (bHasCreation || info.GetText("CreationDate", value))
+    EnsureDate("CreationDate", update.m_now, info);
+  if (!GetInfoEntry("Producer", info, value) && *update.m_szProducer)
+    SetInfoEntry("Producer", BSE::CStr16(update.m_szProducer), info);
+  if (!m_pPacket)
+    return;
+  EnsureKeywords();
+  char szNow[XMP::g_nDateText];
+  XMP::FormatXmpDate(update.m_now, szNow);
+  m_pPacket->SetText(XMP::g_szXmp, "MetadataDate", szNow);
+  WriteHistory(update, szNow);
+}
+
+void CXMP::EnsureInstanceId()
+{
+  if (m_pPacket->GetText(XMP::g_szXmpMM, "InstanceID").IsEmpty() && !m_newInstanceId.IsEmpty())
+    m_pPacket->SetText(XMP::g_szXmpMM, "InstanceID", m_newInstanceId.GetText());
+}
+
+XMP::CSeq* CXMP::GetHistory()
+{
+  XMP::CNode* pNode = m_pPacket->Find(XMP::g_szXmpMM, "History");
+  if (auto* pSeq = dynamic_cast<XMP::CSeq*>(pNode))
+    return pSeq;
+  BSE::CObjectPtr<XMP::CSeq> pSeq(new XMP::CSeq);
+  if (const auto* pArray = dynamic_cast<const XMP::CArray*>(pNode))
+    for (int i = 0; i < pArray->GetSize(); ++i)
+      pSeq->Add(pArray->GetItem(i));
+  m_pPacket->Set(XMP::g_szXmpMM, "History", pSeq.Get());
+  return pSeq.Get();
+}
+
+void CXMP::WriteHistory(const TMetadataUpdate& update, const char* szNow)
+{
+  if (m_events.IsEmpty())
+    return;
+  EnsureInstanceId();
+  BSE::CStr8 agent;
+  BSE::ConvertText(update.m_szProducer, agent, BSE::TInvalidText::Replace);
+  XMP::CSeq* pHistory = GetHistory();
+  for (TEvent* pEvent : m_events.GetSpan())
+  {
+    BSE::CObjectPtr<XMP::CStructure> pEntry(new XMP::CStructure);
+    const auto set = [&](const char* szName, const BSE::CStr8& text)
+    {
+      if (!text.IsEmpty())
+        pEntry->Set(m_pPacket->GetName(XMP::g_szEvent, szName), new XMP::CLiteral(text));
+    };
+    const bool bExplain = !pEvent->m_action.IsEmpty() && pEvent->m_parameters.IsEmpty();
+    set("action", pEvent->m_action);
+    set("instanceID", m_pPacket->GetText(XMP::g_szXmpMM, "InstanceID"));
+    set("when", BSE::CStr8(szNow));
+    set("softwareAgent", agent);
+    set("parameters", bExplain ? BSE::CStr8(g_szNoParameters) : pEvent->m_parameters);
+    pHistory->Add(pEntry.Get());
+    delete pEvent;
+  }
+  m_events.RemoveAll();
+}
+
+void CXMP::WritePacket(BSE::CStr8& text) const
+{
+  if (m_pPacket)
+    m_pPacket->Write(text);
+}
+
+}  // namespace PDF

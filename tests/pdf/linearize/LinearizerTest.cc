@@ -1,0 +1,269 @@
+#include "tests/pdf/linearize/LinearizeSupport.h"
+#include "tests/support/Samples.h"
+
+namespace
+{
+
+using Linearize::CLinearizedFile;
+using Linearize::GetComplaints;
+using Linearize::MustLinearize;
+using Linearize::TryLinearize;
+using Support::CPdfBuilder;
+
+std::string Ref(int nNumber)
+{
+  return std::to_string(nNumber) + " 0 R";
+}
+
+// What has to hold of the front of every linearized file.
+void ExpectFrame(const CLinearizedFile& file)
+{
+  const std::string& sPdf = file.GetBytes();
+  EXPECT_EQ(file.m_nLength, sPdf.size());
+  EXPECT_EQ(sPdf[file.m_nMainTable], '\n');
+  EXPECT_EQ(sPdf.compare(file.m_nMainTable + 1, 20, "0000000000 00000 f \n"), 0);
+  const int nFirstNumber = std::stoi(sPdf.substr(15));
+  for (const auto& [nNumber, nPosition] : file.m_positions)
+  {
+    EXPECT_NE(file.GetObject(nNumber), "missing");
+    EXPECT_EQ(file.IsInFront(nNumber), nNumber >= nFirstNumber) << nNumber;
+  }
+  EXPECT_EQ(file.GetPosition(file.m_nFirstPage), file.m_nHintOffset + file.m_nHintLength);
+  EXPECT_EQ(sPdf.substr(file.m_nHintOffset + file.m_nHintLength - 21, 21), "\r\nendstream\r\nendobj\r\n");
+  EXPECT_LT(sPdf.find("endobj"), 1024U);
+}
+
+TEST(Linearizer, TakesEveryLayout)
+{
+  for (const Support::TSample& sample : Support::MakeSamples())
+  {
+    SCOPED_TRACE(sample.sName);
+    const std::string sLinear = MustLinearize(sample.sPdf);
+    const CLinearizedFile file(sLinear);
+    ExpectFrame(file);
+    EXPECT_EQ(file.m_nPages, sample.nPages);
+    EXPECT_EQ(GetComplaints(sLinear), std::vector<std::string>());
+    EXPECT_EQ(sLinear.substr(0, 9), "%PDF-" + sample.sVersion + "\n");
+    // What is linearized stays as it is.
+    EXPECT_EQ(MustLinearize(sLinear), sLinear);
+  }
+}
+
+TEST(Linearizer, FilesAndMemoryGiveTheSame)
+{
+  const Support::CTempFolder folder;
+  const std::string sPdf = Support::MakePlainSample().sPdf;
+  Support::WriteFile(folder / "in.pdf", sPdf);
+  BSE::CErrorHandler errors;
+  PDF::CFile file(&errors);
+  const std::string sIn = folder / "in.pdf";
+  const std::string sOut = folder / "out.pdf";
+  ASSERT_TRUE(PDF::GetLinearizer()->LinearizeFile(sIn.c_str(), sOut.c_str(), file));
+  EXPECT_EQ(Support::ReadFile(sOut), MustLinearize(sPdf));
+  EXPECT_FALSE(PDF::GetLinearizer()->LinearizeFile("/nowhere/in.pdf", sOut.c_str(), file));
+  EXPECT_FALSE(PDF::GetLinearizer()->LinearizeFile(sIn.c_str(), "/nowhere/out.pdf", file));
+}
+
+// Three pages that share a font and, two of them, an image.
+struct TShared
+{
+  CPdfBuilder builder;
+  int nImage = 0;
+  int nForm = 0;
+
+  TShared()
+  {
+    nImage = builder.AddStream("x",
+                               "/Type/XObject/Subtype/Image/Width 1/Height 1/BitsPerComponent 8"
+                               "/ColorSpace/DeviceGray/Image true");
+    nForm = builder.AddStream(
+        "/I Do",
+        "/Type/XObject/Subtype/Form/BBox[0 0 1 1]/Form true/Resources<</XObject<</I " + Ref(nImage) + ">>>>");
+    builder.AddPage("1");
+    for (const char* szMark : {"2", "3"})
+    {
+      const int nPage = builder.AddPage("");
+      builder.SetObject(nPage, std::string("<</Type/Page/Mark ") + szMark +
+                                   "/MediaBox[0 0 9 9]/Resources<</XObject<</F " + Ref(nForm) + ">>>>>>");
+    }
+  }
+};
+
+TEST(Linearizer, PutsObjectsWhereTheyAreUsed)
+{
+  TShared shared;
+  const CLinearizedFile file(MustLinearize(shared.builder.Build()));
+  ExpectFrame(file);
+  EXPECT_EQ(GetComplaints(file.GetBytes()), std::vector<std::string>());
+  const int nSecond = file.FindObject("/Mark 2");
+  const int nThird = file.FindObject("/Mark 3");
+  // Page, page, shared objects, page tree.
+  EXPECT_LT(file.GetPosition(nSecond), file.GetPosition(nThird));
+  EXPECT_LT(file.GetPosition(nThird), file.GetPosition(file.FindObject("/Form true")));
+  EXPECT_LT(file.GetPosition(file.FindObject("/Form true")),
+            file.GetPosition(file.FindObject("/Type/Pages")));
+  EXPECT_EQ(file.FindObject("/Image true"), file.FindObject("/Form true") + 1);
+  EXPECT_TRUE(file.IsInFront(file.FindObject("/Helvetica")));
+  EXPECT_EQ(file.GetReference(file.GetRoot(), "Pages"), file.GetReference(nThird, "Parent"));
+}
+
+TEST(Linearizer, PutsOutlinesInFrontIfTheyOpen)
+{
+  for (const bool bOpen : {false, true})
+  {
+    CPdfBuilder builder;
+    const int nRoot = builder.ReserveObject();
+    int numbers[4];
+    for (int& nNumber : numbers)
+      nNumber = builder.ReserveObject();
+    builder.AddPage("1");
+    builder.AddPage("2");
+    const auto item = [&builder](int nNumber, const std::string& sEntries) {
+      builder.SetObject(nNumber,
+                        "<</Title(item)/Dest[" + Ref(builder.GetPage(1)) + "/Fit]" + sEntries + ">>");
+    };
+    builder.SetObject(
+        nRoot, "<</Type/Outlines/First " + Ref(numbers[0]) + "/Last " + Ref(numbers[2]) + "/Count 3>>");
+    item(numbers[0], "/Next " + Ref(numbers[1]) + "/Parent " + Ref(nRoot));
+    item(numbers[1], "/Prev " + Ref(numbers[0]) + "/Next " + Ref(numbers[2]) + "/Parent " + Ref(nRoot) +
+                         "/First " + Ref(numbers[3]) + "/Last " + Ref(numbers[3]) + "/Count 1");
+    // The list runs back into itself.
+    item(numbers[2], "/Prev " + Ref(numbers[1]) + "/Next " + Ref(numbers[0]) + "/Parent " + Ref(nRoot));
+    item(numbers[3], "/Parent " + Ref(numbers[1]));
+    builder.SetCatalogEntries("/Outlines " + Ref(nRoot) + (bOpen ? "/PageMode/UseOutlines" : ""));
+    const CLinearizedFile file(MustLinearize(builder.Build()));
+    ExpectFrame(file);
+    EXPECT_EQ(GetComplaints(file.GetBytes()), std::vector<std::string>());
+    const int nOutlines = file.FindObject("/Type/Outlines");
+    EXPECT_EQ(file.IsInFront(nOutlines), bOpen);
+    // An item, then what it holds, then the next.
+    EXPECT_EQ(file.GetReference(nOutlines, "First"), nOutlines + 1);
+    EXPECT_EQ(file.GetReference(nOutlines + 1, "Next"), nOutlines + 2);
+    EXPECT_EQ(file.GetReference(nOutlines + 2, "First"), nOutlines + 3);
+    EXPECT_EQ(file.GetReference(nOutlines + 2, "Next"), nOutlines + 4);
+  }
+}
+
+TEST(Linearizer, OrdersTheCatalogue)
+{
+  CPdfBuilder builder;
+  const auto add = [&builder](const char* szMark)
+  { return Ref(builder.AddObject(std::string("<</Mark/") + szMark + "/More 1>>")); };
+  const int nElement = builder.ReserveObject();
+  builder.AddPage("1");
+  const int nAnnotation = builder.AddObject("<</Type/Annot/Subtype/Link/P " + add("NotByP") + ">>");
+  const int nPage = builder.AddPage("2", "/Mark/Page/Annots[" + Ref(nAnnotation) + "]");
+  builder.SetObject(nElement, "<</Mark/Element/Pg " + Ref(nPage) + "/P " + add("NotByStructure") + "/K " +
+                                  add("Kid") + ">>");
+  builder.SetCatalogEntries("/StructTreeRoot " + Ref(nElement) + "/Extra<</P " + add("ByP") +
+                            ">>/PageLabels " + add("Labels") + "/AcroForm " + add("Form") + "/Names " +
+                            add("Names") + "/Threads " + add("Threads") + "/Parent " + add("Parentless"));
+  builder.SetTrailerEntries("/Info " + add("Info"));
+  const CLinearizedFile file(MustLinearize(builder.Build()));
+  ExpectFrame(file);
+  size_t nLast = 0;
+  for (const char* szMark : {"Page", "Threads", "Names", "Info", "Form", "Labels", "ByP", "Element", "Kid"})
+  {
+    const int nNumber = file.FindObject(std::string("/Mark/") + szMark);
+    ASSERT_GT(nNumber, 0) << szMark;
+    EXPECT_GT(file.GetPosition(nNumber), nLast) << szMark;
+    nLast = file.GetPosition(nNumber);
+  }
+  EXPECT_EQ(file.FindObject("/Mark/NotByP"), 0);
+  EXPECT_EQ(file.FindObject("/Mark/NotByStructure"), 0);
+  EXPECT_GT(file.FindObject("/Mark/Parentless"), 0);
+}
+
+// What a page takes from the nodes above it stands on the page, and on no node.
+TEST(Linearizer, CompletesPages)
+{
+  CPdfBuilder builder;
+  const int nFont = builder.AddObject("<</Type/Font/Subtype/Type1/BaseFont/Courier>>");
+  const int nBox = builder.AddObject("[0 0 30 40]");
+  const int nNode = builder.ReserveObject();
+  const int nInner = builder.ReserveObject();
+  const int nFirst = builder.AddObject("<</Type/Page/Mark 1/Parent " + Ref(nNode) + "/Rotate 0>>");
+  const int nSecond = builder.AddObject("<</Type/Page/Mark 2/Parent " + Ref(nNode) + ">>");
+  builder.SetObject(nInner, "<</Type/Pages/Count 1/Parent null/Rotate 90/Kids[" + Ref(nSecond) + "]>>");
+  builder.SetObject(nNode, "<</Type/Pages/Count 2/Rotate 180/MediaBox " + Ref(nBox) +
+                               "/CropBox[1 1 9 9]/Resources<<"
+                               "/Font<</F " +
+                               Ref(nFont) + ">>>>/Kids[" + Ref(nFirst) + " " + Ref(nInner) + "]>>");
+  builder.SetObject(CPdfBuilder::g_nCatalog, "<</Type/Catalog/Pages " + Ref(nNode) + ">>");
+  std::string sPdf = builder.Build();
+  const size_t nPages = sPdf.find("/Pages 2 0 R");
+  if (nPages != std::string::npos)
+    sPdf.replace(nPages, 12, "/Pages " + Ref(nNode));
+  const CLinearizedFile file(MustLinearize(sPdf));
+  ExpectFrame(file);
+  EXPECT_EQ(GetComplaints(file.GetBytes()), std::vector<std::string>());
+  const std::string sFirst = file.GetObject(file.m_nFirstPage);
+  const std::string sSecond = file.GetObject(file.FindObject("/Mark 2"));
+  EXPECT_NE(sFirst.find("/Rotate 0"), std::string::npos);
+  EXPECT_NE(sSecond.find("/Rotate 90"), std::string::npos);
+  for (const std::string& sPage : {sFirst, sSecond})
+  {
+    for (const char* szText : {"/CropBox[1 1 9 9]", "/MediaBox ", "/Resources<</Font<</F "})
+      EXPECT_NE(sPage.find(szText), std::string::npos) << szText;
+  }
+  EXPECT_EQ(file.GetReference(file.FindObject("/Mark 2"), "Parent"), file.FindObject("/Count 1"));
+  EXPECT_TRUE(file.IsInFront(file.FindObject("/Courier")));
+  for (const char* szKey : {"/Rotate", "/CropBox", "/MediaBox", "/Resources"})
+    EXPECT_EQ(file.GetObject(file.FindObject("/Count 2")).find(szKey), std::string::npos) << szKey;
+}
+
+TEST(Linearizer, CompressesPlainMetadataOfPages)
+{
+  const std::string sLong(2000, 'm');
+  CPdfBuilder builder;
+  const int nLong = builder.AddStream(sLong, "/Type/Metadata/Mark 1");
+  const int nShort = builder.AddStream("m", "/Type/Metadata/Mark 2");
+  const int nDocument = builder.AddStream(sLong, "/Type/Metadata/Mark 3");
+  builder.AddPage("1", "/Metadata " + Ref(nLong));
+  builder.AddPage("2", "/Metadata " + Ref(nShort));
+  builder.SetCatalogEntries("/Metadata " + Ref(nDocument));
+  const CLinearizedFile file(MustLinearize(builder.Build()));
+  EXPECT_NE(file.GetObject(file.FindObject("/Mark 1")).find("/FlateDecode"), std::string::npos);
+  EXPECT_EQ(file.GetObject(file.FindObject("/Mark 2")).find("/FlateDecode"), std::string::npos);
+  EXPECT_EQ(file.GetObject(file.FindObject("/Mark 3")).find("/FlateDecode"), std::string::npos);
+  EXPECT_EQ(GetComplaints(file.GetBytes()), std::vector<std::string>());
+}
+
+// References to nothing, to pages outside of the tree and to broken objects become null; everything else
+// stays.
+TEST(Linearizer, DropsWhatIsNotThere)
+{
+  CPdfBuilder builder;
+  const int nOrphan = builder.AddObject("<</Type/Page/Mark/Orphan>>");
+  const int nBroken = builder.AddObject("<</Mark/Broken");
+  builder.AddObject("<</Mark/Unused>>");
+  builder.AddPage("1", "/Keep(a\\)b)/Entries[" + Ref(nOrphan) + " 4711 0 R " + Ref(nBroken) + "(c) 1.0]");
+  const CLinearizedFile file(MustLinearize(builder.Build()));
+  const std::string sPage = file.GetObject(file.m_nFirstPage);
+  EXPECT_NE(sPage.find("/Keep(a\\)b)"), std::string::npos);
+  EXPECT_NE(sPage.find("/Entries[null null null(c)1.0]"), std::string::npos) << sPage;
+  for (const char* szMark : {"Orphan", "Broken", "Unused"})
+    EXPECT_EQ(file.FindObject(std::string("/Mark/") + szMark), 0) << szMark;
+}
+
+// Pages that reach one another's objects through a chain as long as the document stay cheap.
+TEST(Linearizer, StaysLinear)
+{
+  constexpr int nPages = 2000;
+  CPdfBuilder builder;
+  std::vector<int> beads;
+  for (int i = 0; i < nPages; ++i)
+    beads.push_back(builder.ReserveObject());
+  for (int i = 0; i < nPages; ++i)
+  {
+    const int nPage = builder.AddPage("", "/B[" + Ref(beads[static_cast<size_t>(i)]) + "]");
+    builder.SetObject(
+        beads[static_cast<size_t>(i)],
+        "<</P " + Ref(nPage) + "/N " + Ref(beads[static_cast<size_t>((i + 1) % nPages)]) + ">>");
+  }
+  const std::string sPdf = builder.Build();
+  const std::string sLinear = MustLinearize(sPdf);
+  EXPECT_LT(sLinear.size(), 2 * sPdf.size());
+}
+
+}  // namespace
