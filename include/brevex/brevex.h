@@ -587,18 +587,18 @@ BREVEX_API void BrevexSetRemoveRedundantObjects(TBrevexHandle* pHandle, int bVal
 BREVEX_API int BrevexGetOptimizeResources(TBrevexHandle* pHandle);
 BREVEX_API void BrevexSetOptimizeResources(TBrevexHandle* pHandle, int bValue);
 
-/* An addition of this library, off in every profile: whether equal objects of every kind are merged, content streams,
- * font programs, profiles and dictionaries among them, after those that RemoveRedundantObjects finds. Objects stay
- * apart that a reader can tell from one another in spite of equal contents, such as pages, annotations, form fields,
- * outline items, structure elements and layers. Read by the first save, or listing, of an open document. Default
- * false.
+/* An addition of this library, off in every profile: whether equal objects of every kind are merged, content
+ * streams, font programs, profiles and dictionaries among them, after those that RemoveRedundantObjects
+ * finds. Objects stay apart that a reader can tell from one another in spite of equal contents, such as
+ * pages, annotations, form fields, outline items, structure elements and layers. Read by the first save, or
+ * listing, of an open document. Default false.
  */
 BREVEX_API int BrevexGetMergeEqualObjects(TBrevexHandle* pHandle);
 BREVEX_API void BrevexSetMergeEqualObjects(TBrevexHandle* pHandle, int bValue);
 
-/* An addition of this library, off in every profile: whether streams without an image codec are encoded anew with
- * FlateDecode where that makes them smaller, with a predictor or without. Streams that are damaged stay as they are,
- * and so does metadata that is not compressed. Default false.
+/* An addition of this library, off in every profile: whether streams without an image codec are encoded anew
+ * with FlateDecode where that makes them smaller, with a predictor or without. Streams that are damaged stay
+ * as they are, and so does metadata that is not compressed. Default false.
  */
 BREVEX_API int BrevexGetRecompressStreams(TBrevexHandle* pHandle);
 BREVEX_API void BrevexSetRecompressStreams(TBrevexHandle* pHandle, int bValue);

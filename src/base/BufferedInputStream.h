@@ -61,8 +61,8 @@ public:
 
   bool HasEnded() const { return m_bEnd; }
 
-  // True once a read of the source has failed, whatever came after it: what a consumer took for the end of the
-  // data may have been none.
+  // True once a read of the source has failed, whatever came after it: what a consumer took for the end of
+  // the data may have been none.
   bool HadFailure() const { return m_bHadFailure; }
 
   // Forgets what is buffered, so that the next read sees what has been written to the source meanwhile.

@@ -144,6 +144,7 @@ TEST(Corpus, EncryptedFilesOpenWithTheirPassword)
     CSaver saver;
     ASSERT_TRUE(saver.Open(sPdf, Support::TRoad::Memory, sMarked.c_str())) << std::hex << saver.GetCode();
     const std::string sText = ReadText(sPdf, file.sPassword);
+    BrevexSetFlattenSignatureFields(saver.Get(), 1);
     BrevexSetOutputCipher(saver.Get(), BREVEX_CIPHER_AS_INPUT);
     const auto sKept = saver.SaveEncrypted(nullptr, nullptr, BREVEX_PERMISSIONS_AS_INPUT);
     ASSERT_TRUE(sKept) << std::hex << saver.GetCode();

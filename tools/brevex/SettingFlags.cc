@@ -98,7 +98,7 @@ const TSettingFlag g_flags[] = {
 
     {"strip", g_szFeatures, "Features to remove, in place of those of the profile", TEffect::Content,
      TSetSetting{BrevexSetStrip, GetStripNames, g_nAll}},
-    {"flatten-signature-fields", g_szFeatures, "Remove signature fields and draw what they show",
+    {"flatten-signature-fields", g_szFeatures, "Remove signature fields, keep what they show (the default)",
      TEffect::Content, TBoolSetting{BrevexSetFlattenSignatureFields}},
 
     {"remove-standard-fonts", g_szFonts, "Replace fonts that match a standard font by it, not embedded",
