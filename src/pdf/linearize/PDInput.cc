@@ -73,9 +73,10 @@ bool PDCursor::ReadNumber(std::int64_t& nValue)
   SkipSpace();
   nValue = 0;
   int nDigits = 0;
-  for (; Peek() >= '0' && Peek() <= '9' && nDigits <= nMaxDigits; ++nDigits)
+  const auto isDigit = [this] { return Peek() >= '0' && Peek() <= '9'; };
+  for (; nDigits < nMaxDigits && isDigit(); ++nDigits)
     nValue = nValue * 10 + (Get() - '0');
-  return nDigits > 0 && nDigits <= nMaxDigits;
+  return nDigits > 0 && !isDigit();
 }
 
 bool PDCursor::ReadWord(const char* szWord)
