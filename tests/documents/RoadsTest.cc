@@ -61,6 +61,25 @@ TEST_P(Layouts, AllRoadsGiveTheSameBytes)
   }
 }
 
+// What cannot be read must not pass for damage: a save that answers success has all pages.
+TEST_P(Layouts, InputThatFailsIsNoDamage)
+{
+  const TSample& sample = GetParam();
+  const auto nSize = static_cast<std::int64_t>(sample.sPdf.size());
+  for (std::int64_t nBytes = 0; nBytes < 4 * nSize; nBytes += nSize / 8 + 1)
+  {
+    Support::CByteStream input(sample.sPdf);
+    input.FailAfter(nBytes);
+    TBrevexStreamDescriptor descriptor = input.GetDescriptor();
+    CSaver saver;
+    if (BrevexOpenStreamA(saver.Get(), &descriptor, nullptr) == 0)
+      continue;
+    const auto sOut = saver.Save();
+    EXPECT_TRUE(!sOut || Documents::HasTextOfPages(*sOut, sample.nPages)) << nBytes;
+    BrevexClose(saver.Get());
+  }
+}
+
 TEST_P(Layouts, SavedDocumentIsSound)
 {
   const TSample& sample = GetParam();
