@@ -103,7 +103,8 @@ unsigned CStandardSecurityHandler::ReadValues(const CObjectPtr& encrypt)
   m_nEncryptNumber = encrypt.GetObjNumber();
   m_values.m_nPermissions = static_cast<std::int32_t>(GetIntegerOr(encrypt["P"], -1));
   const CObjectPtr metadata = encrypt["EncryptMetadata"];
-  m_values.m_bEncryptMetadata = !metadata.IsBoolean() || metadata.GetBooleanValue();
+  // Without crypt filters the key has no meaning (ISO 32000-1, Table 21).
+  m_values.m_bEncryptMetadata = m_values.m_nV < 4 || !metadata.IsBoolean() || metadata.GetBooleanValue();
   CopyString(encrypt["O"], m_values.m_O);
   CopyString(encrypt["U"], m_values.m_U);
   CopyString(encrypt["OE"], m_values.m_OE);

@@ -177,13 +177,14 @@ bool PDLInput::ReadEncryption(PDCryptor* pCryptor)
 
 bool PDLInput::TakeEncryption(const PDObj& dictionary)
 {
-  constexpr std::int64_t nFileKeys = 5;  // from this V on one key serves all objects
+  constexpr std::int64_t nCryptFilters = 4;  // from this V on metadata may be plain
+  constexpr std::int64_t nFileKeys = 5;      // from this V on one key serves all objects
   std::int64_t nV = 0;
   dictionary.GetInteger(dictionary.Find(0, "V"), nV);
   m_bObjectKeys = nV < nFileKeys;
   const int nMetadata = dictionary.Find(0, "EncryptMetadata");
-  m_bPlainMetadata =
-      dictionary.GetType(nMetadata) == ePDBoolean && dictionary.GetText(nMetadata).front() == 'f';
+  m_bPlainMetadata = nV >= nCryptFilters && dictionary.GetType(nMetadata) == ePDBoolean &&
+                     dictionary.GetText(nMetadata).front() == 'f';
   // Whatever it referred to would have to stay plain too.
   return !dictionary.GetNode(0).m_bReferences || Fail("The encryption dictionary is not in one piece.");
 }
