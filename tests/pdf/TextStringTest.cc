@@ -1,3 +1,5 @@
+#include "base/BufferedInputStream.h"
+#include "pdf/PdfDocReader.h"
 #include "pdf/TextString.h"
 
 #include <gtest/gtest.h>
@@ -41,6 +43,21 @@ TEST(TextString, DecodesTheThreeForms)
                                           7))),
             u"\uFFFDA");
   EXPECT_EQ(GetText(FromBytes("\xEF\xBB\xBF\xFFz")), u"\uFFFDz");
+}
+
+// The reader and the string read the same encoding, across the edges of small reads.
+TEST(TextString, ReaderAgreesWithString)
+{
+  std::string bytes;
+  for (int i = 0; i < 1000; ++i)
+    bytes += static_cast<char>(i % 250 == 0 ? 'A' : 1 + i % 127 + i % 2 * 128);
+  CPdfDocDecodeReader reader(
+      new BSE::CMemoryInputStream(bytes.data(), static_cast<std::int64_t>(bytes.size())));
+  std::u16string read;
+  wchar_t buffer[7];
+  for (std::int64_t n = reader.Read(buffer, 7); n > 0; n = reader.Read(buffer, 7))
+    read.append(buffer, buffer + n);
+  EXPECT_EQ(read, GetText(FromBytes(bytes)));
 }
 
 TEST(TextString, EncodesAsShortAsPossible)
