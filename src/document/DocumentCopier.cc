@@ -204,6 +204,12 @@ bool CDocumentCopierBase::CopyPageObject(int nPage)
     return false;
   for (const char* szKey : {"CropBox", "MediaBox", "Resources", "Rotate"})
     CopyInherited(source, target, szKey);
+  CopyPageEntries(source, target);
+  return FinishPage(source, target);
+}
+
+void CDocumentCopierBase::CopyPageEntries(const CPage& source, const CObjectPtr& target)
+{
   const CObjectPtr value = CCopyBase::GetDirect(source);
   for (int i = value.GetBegin(); i != value.GetEnd(); i = value.GetNext(i))
   {
@@ -216,7 +222,6 @@ bool CDocumentCopierBase::CopyPageObject(int nPage)
   }
   if (const CObjectPtr beads = value["B"])
     target.AddEntry("B", CopyBeads(beads));
-  return FinishPage(source, target);
 }
 
 CObjectPtr CDocumentCopierBase::CreatePageCopy(const CPage& source)

@@ -65,8 +65,12 @@ protected:
   CObjectPtr CopyInfo(const char* const* pszOmitted);
   void ApplyInfoEntries(CObject& info);
 
-  // The page with all its keys, at the end of the output's tree; true if the tree took it.
+  // The page at the end of the output's tree: what it may inherit, then its other entries. True if the tree
+  // took it.
   bool CopyPageObject(int nPage);
+
+  // The entries of a page that it cannot inherit, to its target. All of them, unless overridden.
+  virtual void CopyPageEntries(const CPage& source, const CObjectPtr& target);
 
   // Target of a page: the object that references to it have been given, or a new one.
   CObjectPtr CreatePageCopy(const CPage& source);

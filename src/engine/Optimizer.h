@@ -82,7 +82,7 @@ private:
   bool HasColorConversionLostClaim(TColorModel nModel) const;
   bool WritesJPEG2000() const;
   void AbandonOutput();
-  void CopyPageEntries(const CPage& source, const CObjectPtr& target);
+  void CopyPageEntries(const CPage& source, const CObjectPtr& target) override;
   CObjectPtr CopyAnnots(const CObjectPtr& annots);
   CObjectPtr CopyAnnotations(const CObjectPtr& annots);
   CObjectPtr CopyCatalogEntry(const char* szKey, const CObjectPtr& value);

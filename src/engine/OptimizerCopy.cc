@@ -97,16 +97,7 @@ bool COptimizer::CopyPage(int nPage)
 {
   if (BSE::CTracer::IsOn())
     BSE::CTracer::Trace("D", "PDF Optimizer", "Page: %d", nPage);
-  const CPage source = m_input.GetPage(nPage - 1);
-  if (!source)
-    return false;
-  const CObjectPtr target = CreatePageCopy(source);
-  if (!target)
-    return false;
-  for (const char* szKey : {"CropBox", "MediaBox", "Resources", "Rotate"})
-    CopyInherited(source, target, szKey);
-  CopyPageEntries(source, target);
-  return FinishPage(source, target);
+  return CopyPageObject(nPage);
 }
 
 void COptimizer::CopyPageEntries(const CPage& source, const CObjectPtr& target)
