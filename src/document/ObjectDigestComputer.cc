@@ -31,8 +31,13 @@ protected:
 
   void Leave(const CObjectPtr& object) override
   {
-    if (TObjectTableEntry* pEntry = m_computer.GetEntry(object.GetObjNumber()))
-      m_computer.Digest(object, *pEntry);
+    TObjectTableEntry* pEntry = m_computer.GetEntry(object.GetObjNumber());
+    if (!pEntry)
+      return;
+    unsigned char digest[BSE::CHashMD5::g_nDigestSize];
+    m_computer.ComputeDigest(object, digest);
+    std::memcpy(&pEntry->m_nDigest, digest, sizeof pEntry->m_nDigest);
+    m_computer.m_order.Add(object.GetObjNumber());
   }
 
 private:
@@ -61,7 +66,8 @@ void CObjectDigestComputer::FeedCount(unsigned nCount)
   Feed({reinterpret_cast<const unsigned char*>(&nCount), sizeof nCount});
 }
 
-void CObjectDigestComputer::Digest(const CObjectPtr& object, TObjectTableEntry& entry)
+void CObjectDigestComputer::ComputeDigest(const CObjectPtr& object,
+                                          std::span<unsigned char, BSE::CHashMD5::g_nDigestSize> digest)
 {
   BSE::CHashMD5 hash;
   BSE::CHashFunction* pSaved = m_pHash;
@@ -74,10 +80,7 @@ void CObjectDigestComputer::Digest(const CObjectPtr& object, TObjectTableEntry& 
     FeedText("endstream");
   }
   m_pHash = pSaved;
-  unsigned char digest[BSE::CHashMD5::g_nDigestSize];
   hash.Final(digest);
-  std::memcpy(&entry.m_nDigest, digest, sizeof entry.m_nDigest);
-  m_order.Add(object.GetObjNumber());
 }
 
 CObjectPtr CObjectDigestComputer::VisitNull(const CObjectPtr& object)
@@ -156,7 +159,7 @@ CObjectPtr CObjectDigestComputer::VisitIndirect(const CObjectPtr& object)
   if (m_pHash)
   {
     FeedText("obj");
-    FeedCount(pEntry ? pEntry->m_nDigest : g_nNoEntry);
+    FeedCount(GetReferenceValue(pEntry));
   }
   return object;
 }

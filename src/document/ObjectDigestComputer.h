@@ -48,13 +48,22 @@ public:
   std::span<const int> GetOrder() const { return m_order.GetSpan(); }
 
 protected:
-  // Feeds what stands for a stream's decoded data.
+  // Feeds what stands for a stream's decoded data: the same for equal data of equal dictionaries.
   virtual void FeedData(const CObjectPtr& stream) = 0;
+
+  // What stands for the object of a reference, whose entry may be null.
+  virtual unsigned GetReferenceValue(const TObjectTableEntry* pEntry) const
+  {
+    return pEntry ? pEntry->m_nDigest : g_nNoEntry;
+  }
 
   // Null for 0 and for numbers that have no entry.
   virtual TObjectTableEntry* GetEntry(int nNumber) = 0;
 
   void Feed(std::span<const unsigned char> bytes);
+
+  // Digest of an indirect object with its dictionary and data; of what it refers to, the reference values.
+  void ComputeDigest(const CObjectPtr& object, std::span<unsigned char, BSE::CHashMD5::g_nDigestSize> digest);
 
   CFile& m_file;
   BSE::CHashFunction* m_pHash = nullptr;  // while an object is digested
@@ -65,7 +74,6 @@ private:
   void FeedText(const char* szText);
   void FeedCharacters(const char* pText, int nLength);
   void FeedCount(unsigned nCount);
-  void Digest(const CObjectPtr& object, TObjectTableEntry& entry);
 
   BSE::CBasicArray<int> m_order;
 };

@@ -13,88 +13,80 @@ namespace PDF
 namespace
 {
 
-// Merges the candidates of a table in an order in which everything is decided before what refers to it.
+// Merges the candidates of a table in an order in which everything is decided before what refers to it. A
+// candidate whose digest no other one has is left alone; of the others a second digest finds the one that it
+// may be equal to.
 class CMerger
 {
 public:
-  CMerger(CFile& file, std::span<TObjectTableEntry> table, std::span<const int> order,
+  CMerger(CFile& file, std::span<TObjectTableEntry> table, COptObjectDigestComputer& computer,
           CStreamDigester& streams)
-      : m_file(file), m_table(table), m_order(order), m_comparer(table, streams)
+      : m_file(file), m_table(table), m_computer(computer), m_comparer(table, streams)
   {
   }
 
   void Run()
   {
-    FindGroups();
-    for (int nPlace = 0; nPlace < std::ssize(m_order); ++nPlace)
-      if (m_groups[m_groupOf[nPlace]].m_nSize > 1)
-        Place(GetEntry(nPlace), m_groups[m_groupOf[nPlace]]);
+    FindShared();
+    for (const int nNumber : m_computer.GetOrder())
+      if (m_shared.Contains(nNumber))
+        Place(nNumber);
   }
 
 private:
-  // Objects of one digest that are found different, before the rest of them is left alone.
-  static constexpr int g_nMaxHeads = 8;
-
-  struct TGroup
-  {
-    int m_nSize;
-    int m_nHeads;
-    unsigned m_heads[g_nMaxHeads];
-  };
-
-  TObjectTableEntry& GetEntry(int nPlace)
-  {
-    return m_table[static_cast<std::size_t>(m_order[static_cast<std::size_t>(nPlace)])];
-  }
-
-  // Numbers the digests.
-  void FindGroups()
+  // The candidates whose digest is that of another one too.
+  void FindShared()
   {
     BSE::CBasicArray<int> sorted;
-    for (int nPlace = 0; nPlace < std::ssize(m_order); ++nPlace)
-      sorted.Add(nPlace);
-    const std::span<int> places = sorted.GetSpan();
-    std::sort(places.begin(), places.end(),
-              [&](int nA, int nB) { return GetEntry(nA).m_nDigest < GetEntry(nB).m_nDigest; });
-    m_groupOf.SetSize(sorted.GetSize());
-    unsigned nLast = 0;
-    for (const int nPlace : places)
-    {
-      const unsigned nDigest = GetEntry(nPlace).m_nDigest;
-      if (m_groups.IsEmpty() || nDigest != nLast)
-        m_groups.Add({});
-      nLast = nDigest;
-      m_groupOf.SetAt(nPlace, m_groups.GetSize() - 1);
-      ++m_groups[m_groups.GetSize() - 1].m_nSize;
-    }
+    sorted.Append(m_computer.GetOrder());
+    const std::span<int> numbers = sorted.GetSpan();
+    const auto digest = [&](int nNumber) { return GetEntry(nNumber).m_nDigest; };
+    std::sort(numbers.begin(), numbers.end(), [&](int nA, int nB) { return digest(nA) < digest(nB); });
+    for (std::size_t i = 1; i < numbers.size(); ++i)
+      if (digest(numbers[i - 1]) == digest(numbers[i]))
+      {
+        m_shared.Add(numbers[i - 1]);
+        m_shared.Add(numbers[i]);
+      }
   }
 
-  void Place(TObjectTableEntry& entry, TGroup& group)
+  void Place(int nNumber)
   {
-    const CObjectPtr object = Get(entry.m_nSelf);
-    for (int i = 0; i < group.m_nHeads; ++i)
-    {
-      TObjectTableEntry& head = m_table[group.m_heads[i]];
-      if (!m_comparer.Equal(Get(head.m_nSelf), object))
-        continue;
-      // Duplicates hang behind their head, the last one first.
-      entry.m_nCanonical = head.m_nSelf;
-      entry.m_nNext = head.m_nNext;
-      head.m_nNext = entry.m_nSelf;
-      return;
-    }
-    if (group.m_nHeads < g_nMaxHeads)
-      group.m_heads[group.m_nHeads++] = entry.m_nSelf;
+    const CObjectPtr object = m_file.GetObject(nNumber, -1);
+    const int nHead = m_heads.FindOrAdd(m_computer.ComputeWholeDigest(object), nNumber);
+    if (nHead != nNumber)
+      Compare(nHead, nNumber, object);
+    object->Unload();
   }
 
-  CObjectPtr Get(unsigned nNumber) { return m_file.GetObject(static_cast<int>(nNumber), -1); }
+  void Compare(int nHead, int nNumber, const CObjectPtr& object)
+  {
+    // Duplicates of one object often follow each other.
+    if (!m_head || m_head.GetObjNumber() != nHead)
+    {
+      if (m_head)
+        m_head->Unload();
+      m_head = m_file.GetObject(nHead, -1);
+    }
+    if (!m_comparer.Equal(m_head, object))
+      return;
+    // They hang behind their head, the last one first.
+    TObjectTableEntry& head = GetEntry(nHead);
+    TObjectTableEntry& entry = GetEntry(nNumber);
+    entry.m_nCanonical = head.m_nSelf;
+    entry.m_nNext = head.m_nNext;
+    head.m_nNext = entry.m_nSelf;
+  }
+
+  TObjectTableEntry& GetEntry(int nNumber) { return m_table[static_cast<std::size_t>(nNumber)]; }
 
   CFile& m_file;
   std::span<TObjectTableEntry> m_table;
-  std::span<const int> m_order;
+  COptObjectDigestComputer& m_computer;
   CObjectComparer m_comparer;
-  BSE::CBasicArray<TGroup> m_groups;
-  BSE::CBasicArray<int> m_groupOf;  // by place in the order
+  CNumberSet m_shared;
+  CDigestTable m_heads;
+  CObjectPtr m_head;  // the last one that was compared with
 };
 
 }  // namespace
@@ -116,10 +108,12 @@ void CRedundantObjectOptimizer::Run(CDocument& document, unsigned nMask)
   COptObjectDigestComputer computer(file, m_table, streams);
   m_nMask = nMask;
   m_seen.RemoveAll();
+  m_met.RemoveAll();
   const BSE::CScopedValue<COptObjectDigestComputer*> current(m_pComputer, &computer);
   VisitDocument(document);
   m_seen.RemoveAll();
-  CMerger(file, m_table.GetSpan(), computer.GetOrder(), streams).Run();
+  m_met.RemoveAll();
+  CMerger(file, m_table.GetSpan(), computer, streams).Run();
   for (int i = 0; i < m_table.GetSize(); ++i)
     if (m_table[i].m_nCanonical != g_nNoEntry)
       file.GetXRef().ReleaseObject(i);
@@ -229,6 +223,8 @@ void CRedundantObjectOptimizer::VisitSection(const CObjectPtr& resources, const 
   for (int i = section.GetBegin(); i != section.GetEnd(); i = section.GetNext(i))
   {
     const CObjectPtr value = section.GetValue(i);
+    if (WasMet(value))
+      continue;
     if ((nKinds == eResourcePattern && value["PatternType"].GetIntegerValue() == 1) ||
         (nKinds == eResourceFont && value["Subtype"].IsName("Type3")))
       VisitInner(value);
@@ -245,11 +241,18 @@ void CRedundantObjectOptimizer::VisitXObjects(const CObjectPtr& xobjects)
   for (int i = xobjects.GetBegin(); i != xobjects.GetEnd(); i = xobjects.GetNext(i))
   {
     const CObjectPtr value = xobjects.GetValue(i);
+    if (WasMet(value))
+      continue;
     VisitInner(value);
     if ((m_nMask & nBoth) == nBoth || ((m_nMask & eResourceImage) != 0 && value["Subtype"].IsName("Image")) ||
         ((m_nMask & eResourceForm) != 0 && value["Subtype"].IsName("Form")))
       m_pComputer->Visit(value);
   }
+}
+
+bool CRedundantObjectOptimizer::WasMet(const CObjectPtr& value)
+{
+  return value.IsIndirect() && value.GetObjNumber() > 0 && !m_met.Add(value.GetObjNumber());
 }
 
 // The list is worked off by a loop: forms in forms need no stack. An owner is entered once, so that direct

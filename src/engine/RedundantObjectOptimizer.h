@@ -22,9 +22,10 @@ enum TResourceKind : unsigned
 };
 
 // Finds objects of an input that are equal in value among those that resources lead to, and tells for each
-// one which object stands for it. Nothing in the input changes. Candidates are digested first; only those
-// with equal digests are compared in depth, a candidate with the first few of each digest that differ. Time
-// is linear in the bytes of the candidates, and objects are unloaded after use.
+// one which object stands for it. Nothing in the input changes. Candidates are digested first, by their
+// dictionaries and the lengths of their data; only the data of those with equal digests are read, and only
+// what seems equal then is compared in depth. Time is linear in the bytes of the candidates, and objects are
+// unloaded after use.
 class CRedundantObjectOptimizer
 {
 public:
@@ -61,15 +62,19 @@ protected:
 private:
   void VisitSection(const CObjectPtr& resources, const char* szSection, unsigned nKinds);
   void VisitXObjects(const CObjectPtr& xobjects);
+
+  // Whether a resource was met before. Most pages use what earlier ones did, which need not be loaded again.
+  bool WasMet(const CObjectPtr& value);
   void VisitInner(const CObjectPtr& owner);
   void WorkOff();
 
   BSE::CBasicArray<TObjectTableEntry> m_table;
   unsigned m_nMask = 0;
 
-  COptObjectDigestComputer* m_pComputer = nullptr;  // these three during Run
+  COptObjectDigestComputer* m_pComputer = nullptr;  // these four during Run
   BSE::CObjectArray<CObject> m_waiting;
-  CNumberSet m_seen;
+  CNumberSet m_seen;  // owners of resources, and resources
+  CNumberSet m_met;   // values of their sections
 };
 
 }  // namespace PDF
