@@ -43,6 +43,18 @@ constexpr const char* g_types[] = {"Page",
 
 constexpr const char* g_fits[] = {"XYZ", "Fit", "FitH", "FitV", "FitR", "FitB", "FitBH", "FitBV"};
 
+// A dictionary with a destination has a "D", perhaps an "SD", and little else.
+constexpr int g_nMaxDestinationEntries = 3;
+
+bool IsSmall(const CObjectPtr& value)
+{
+  int nCount = 0;
+  for (int i = value.GetBegin(); i != value.GetEnd() && nCount <= g_nMaxDestinationEntries;
+       i = value.GetNext(i))
+    ++nCount;
+  return nCount <= g_nMaxDestinationEntries;
+}
+
 bool IsOneOf(const char* szName, std::initializer_list<const char*> names)
 {
   for (const char* szOther : names)
@@ -69,8 +81,33 @@ bool IsDestination(const CObjectPtr& array)
 // Keys that link an object to others of its kind, name its place, or make it what it is.
 bool IsLinkKey(const char* szKey)
 {
-  return IsOneOf(szKey, {"Parent", "P", "Prev", "Kids", "First", "Last", "FT", "Fields", "ByteRange", "Names",
+  return IsOneOf(szKey, {"Parent", "Prev", "Kids", "First", "Last", "FT", "Fields", "ByteRange", "Names",
                          "Nums", "Limits", "StructParent", "StructParents", "TransformMethod"});
+}
+
+// Short keys are also names of glyphs and resources, and of entries of graphics states; what else there is
+// tells which.
+bool IsLinkedByShortKeys(const CObjectPtr& value)
+{
+  const auto has = [&](const char* szKey) { return value.GetIndex(szKey) >= 0; };
+  // Structure elements, beads, annotations, dictionaries with a destination.
+  if (has("P") && value["S"].IsName())
+    return true;
+  if (has("N") && has("V") && has("R"))
+    return true;
+  if (has("Rect") && has("Subtype"))
+    return true;
+  if (has("D") && !has("S") && IsSmall(value) && !value["Type"].IsName("ExtGState"))
+    return true;
+  return value["T"].IsString();
+}
+
+bool HasLinkKey(const CObjectPtr& value)
+{
+  for (int i = value.GetBegin(); i != value.GetEnd(); i = value.GetNext(i))
+    if (IsLinkKey(value.GetKey(i)))
+      return true;
+  return false;
 }
 
 }  // namespace
@@ -82,15 +119,7 @@ bool HasIdentity(const CObjectPtr& object)
   if (!object.IsDictionary())
     return false;
   const CObjectPtr value = object.GetValueObject() ? object.GetValueObject() : object;
-  if (IsNamed(value["Type"], g_types))
-    return true;
-  for (int i = value.GetBegin(); i != value.GetEnd(); i = value.GetNext(i))
-    if (IsLinkKey(value.GetKey(i)))
-      return true;
-  const auto has = [&](const char* szKey) { return value.GetIndex(szKey) >= 0; };
-  if (has("Rect") && has("Subtype"))
-    return true;
-  return (has("N") && has("V")) || (has("D") && !has("S")) || value["T"].IsString();
+  return IsNamed(value["Type"], g_types) || HasLinkKey(value) || IsLinkedByShortKeys(value);
 }
 
 }  // namespace PDF

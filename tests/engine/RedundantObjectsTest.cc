@@ -216,6 +216,9 @@ TEST(RedundantObjects, IdentityIsNeverMerged)
       {"<</StructParent 3>>", false},
       {"<</Type/OCMD>>", false},
       {"<</Type/Filespec/F(a.txt)>>", false},
+      {"<</N 1 0 R/V 1 0 R/R[0 0 1 1]>>", false},
+      {"<</Type/ExtGState/D[[3]0]>>", true},
+      {"<</a 1 0 R/D 1 0 R/N 1 0 R/P 1 0 R/V 1 0 R>>", true},
   };
   for (const auto& c : cases)
   {
