@@ -16,6 +16,8 @@ constexpr int g_levels[] = {1, 3, 5, 6, 7, 8, 9, 11, 12};
 constexpr int g_nFirstSearching = 10;
 constexpr int g_nSecondLevel = 9;
 
+constexpr std::size_t g_nSlack = 64;
+
 }  // namespace
 
 CDeflater::CDeflater(int nEffort)
@@ -46,10 +48,12 @@ std::size_t CDeflater::GetBound(std::size_t nBytes)
 bool CDeflater::Run(libdeflate_compressor* pCompressor, std::span<const unsigned char> data,
                     std::size_t nLimit, CByteBuffer& encoded)
 {
-  encoded.Provide(std::min(nLimit, GetBound(data.size())));
-  const std::size_t nRoom = nLimit > 0 ? std::min(nLimit - 1, encoded.GetCapacity()) : 0;
-  encoded.SetSize(
-      libdeflate_zlib_compress(pCompressor, data.data(), data.size(), encoded.GetRoom().data(), nRoom));
+  // The compressor gives up a few bytes before the room ends.
+  const std::size_t nRoom = std::min(nLimit, GetBound(data.size())) + g_nSlack;
+  encoded.Provide(nRoom);
+  const std::size_t nSize =
+      libdeflate_zlib_compress(pCompressor, data.data(), data.size(), encoded.GetRoom().data(), nRoom);
+  encoded.SetSize(nSize < nLimit ? nSize : 0);
   return encoded.GetSize() > 0;
 }
 
