@@ -1,1 +1,2 @@
 add_fuzz_target(engine_strip SOURCE engine/StripFuzz.cc USES engine document pdf base)
+add_fuzz_target(engine_shrink SOURCE engine/ShrinkFuzz.cc USES engine document pdf base)
