@@ -1,5 +1,5 @@
-// Saves arbitrary bytes as a document with equal objects merged and streams encoded anew, and opens what comes
-// out: the same pages, with contents that decode to the same bytes.
+// Saves arbitrary bytes as a document with equal objects merged and streams encoded anew, and opens what
+// comes out: the same pages, with contents that decode to the same bytes.
 
 #include "base/BufferedInputStream.h"
 #include "base/ErrorHandler.h"

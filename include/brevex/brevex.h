@@ -301,8 +301,8 @@ BREVEX_API int BrevexGetPageCount(TBrevexHandle* pHandle);
 /* ---- Saving
  * ------------------------------------------------------------------------------------------------ */
 
-/* Optimizes the open document into a file, which is created (mode 0664 under the umask) or truncated. It must
- * not be the file that is open. After a failure the file stays as far as it was written. The file is
+/* Optimizes the open document into a file, which is created (mode 0664 under the umask) or truncated. The file
+ * that the document is read from is refused, by whatever name, with BREVEX_STATUS_INVALID_OPERATION. After a failure the file stays as far as it was written. The file is
  * encrypted (128 bits) if a password is given or the permissions are other than BREVEX_PERMISSIONS_PLAIN and
  * BREVEX_PERMISSIONS_AS_INPUT. The user password opens the file, the owner password lifts the permissions.
  * Permissions are of TBrevexPermission; BREVEX_PERMISSIONS_AS_INPUT takes permissions and ciphers from the

@@ -78,8 +78,8 @@ bool COptimizerHandle::OpenFile(const char* szFileName, const PDF::CString& pass
   CloseDocument();
   if (!CheckFileName(szFileName))
     return false;
-  const BSE::CObjectPtr<BSE::IByteStream> pStream(new BSE::CFileStream(szFileName, BSE::eFileRead, this));
-  return pStream->IsValid() ? OpenWith(pStream.Get(), password) : FailFile();
+  m_pInputFile = new BSE::CFileStream(szFileName, BSE::eFileRead, this);
+  return m_pInputFile->IsValid() ? OpenWith(m_pInputFile.Get(), password) : FailFile();
 }
 
 bool COptimizerHandle::OpenMemory(const void* pBytes, std::uint64_t nLength, const PDF::CString& password)
@@ -115,6 +115,12 @@ bool COptimizerHandle::SaveFile(const char* szFileName, const PDF::TEncryption& 
   m_pOutputStream.Reset();
   if (!CheckFileName(szFileName))
     return false;
+  if (m_pInputFile && m_pInputFile->IsOpenOn(szFileName))
+  {
+    // Creating it would empty what is still to be read.
+    BSE::ReportError(this, BSE::g_nInvalidOperation);
+    return Conclude(false);
+  }
   const BSE::CObjectPtr<BSE::IByteStream> pStream(new BSE::CFileStream(szFileName, BSE::eFileWrite, this));
   return pStream->IsValid() ? SaveWith(pStream.Get(), encryption) : FailFile();
 }
@@ -148,6 +154,7 @@ bool COptimizerHandle::Close()
 bool COptimizerHandle::CloseDocument()
 {
   Clear();
+  m_pInputFile.Reset();
   return m_optimizer.Close();
 }
 

@@ -2,6 +2,7 @@
 
 #include "api/ApiString.h"
 #include "base/APIErrorHandler.h"
+#include "base/FileStream.h"
 #include "base/MemoryStream.h"
 #include "brevex/brevex.h"
 #include "engine/Optimizer.h"
@@ -25,7 +26,7 @@ public:
   bool OpenMemory(const void* pBytes, std::uint64_t nLength, const PDF::CString& password);
   bool OpenStream(const TBrevexStreamDescriptor* pDescriptor, const PDF::CString& password);
 
-  // Drop a result in memory that was not fetched.
+  // Drop a result in memory that was not fetched. A file that the open document is read from is no target.
   bool SaveFile(const char* szFileName, const PDF::TEncryption& encryption);
   bool SaveStream(const TBrevexStreamDescriptor* pDescriptor, const PDF::TEncryption& encryption);
 
@@ -67,6 +68,7 @@ private:
   void FreeResult();
 
   PDF::COptimizer m_optimizer;
+  BSE::CObjectPtr<BSE::CFileStream> m_pInputFile;  // of a document that was opened from a file
   CApiString m_resultString;
   BSE::CObjectPtr<BSE::CMemoryStream> m_pOutputStream;
   TByteBuffer m_result = {};

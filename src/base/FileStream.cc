@@ -220,6 +220,14 @@ bool CFileStream::Close()
   return CloseDescriptor(fd) || Fail(errno);
 }
 
+bool CFileStream::IsOpenOn(const char* szPath) const
+{
+  struct stat own = {};
+  struct stat other = {};
+  return m_fd >= 0 && szPath && fstat(m_fd, &own) == 0 && stat(szPath, &other) == 0 &&
+         own.st_dev == other.st_dev && own.st_ino == other.st_ino;
+}
+
 std::int64_t CFileStream::GetLength()
 {
   struct stat status;

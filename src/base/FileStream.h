@@ -49,6 +49,10 @@ public:
   bool IsFile() const override { return true; }
   const char* GetFileName() const override { return m_file.GetPath(); }
 
+  // Whether a path leads to the file that is open here, by whatever name. Follows links; false where nobody
+  // can tell.
+  bool IsOpenOn(const char* szPath) const;
+
   // Shares the descriptor; from the first duplicate on, each keeps a position of its own. Starts at the same
   // position. Null for a stream that is not seekable.
   IStreamBase<unsigned char>* Dup() override;

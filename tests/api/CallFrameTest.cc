@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <clocale>
 #include <cstring>
+#include <filesystem>
 #include <string>
 
 #include "tests/support/PdfBuilder.h"
@@ -89,6 +90,26 @@ TEST_F(CallFrame, CallsThatClearTheCode)
   LeaveCode();
   EXPECT_TRUE(BrevexOpenMemW(p, sPdf.data(), sPdf.size(), nullptr));
   EXPECT_EQ(m_saver.GetCode(), BREVEX_STATUS_SUCCESS);
+}
+
+// The input would be empty before it is read.
+TEST_F(CallFrame, TheOpenFileIsNoTarget)
+{
+  const std::string sIn = m_folder / "in.pdf";
+  const std::string sLink = m_folder / "link.pdf";
+  Support::WriteFile(sIn, GetPdf());
+  std::filesystem::create_hard_link(sIn, sLink);
+  TBrevexHandle* p = m_saver.Get();
+  ASSERT_TRUE(BrevexOpenA(p, sIn.c_str(), nullptr));
+  for (const std::string& sTarget : {sIn, sLink})
+  {
+    EXPECT_FALSE(BrevexSaveAsA(p, sTarget.c_str(), nullptr, nullptr, BREVEX_PERMISSIONS_PLAIN));
+    EXPECT_EQ(m_saver.GetCode(), BREVEX_STATUS_INVALID_OPERATION);
+  }
+  EXPECT_TRUE(BrevexSaveAsA(p, (m_folder / "out.pdf").c_str(), nullptr, nullptr, BREVEX_PERMISSIONS_PLAIN));
+  const std::string sPdf = GetPdf();
+  EXPECT_TRUE(BrevexOpenMemA(p, sPdf.data(), sPdf.size(), nullptr));
+  EXPECT_TRUE(BrevexSaveAsA(p, sIn.c_str(), nullptr, nullptr, BREVEX_PERMISSIONS_PLAIN)) << "free again";
 }
 
 TEST_F(CallFrame, CallsThatLeaveTheCode)
