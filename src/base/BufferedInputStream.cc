@@ -2,7 +2,6 @@
 
 #include "base/Checked.h"
 #include "base/Memory.h"
-#include "base/Tracer.h"
 
 #include <algorithm>
 #include <cstring>
@@ -116,9 +115,7 @@ std::int64_t CBufferedInputStream::ReadEx(unsigned char* pBuffer, std::int64_t n
 
 std::int64_t CBufferedInputStream::Write(const unsigned char*, std::int64_t)
 {
-  if (CTracer::IsOn())
-    CTracer::Trace("E", "Stream", "Writing to input stream.");
-  return 0;
+  return RefuseWrite();
 }
 
 bool CBufferedInputStream::Skip(std::int64_t n)

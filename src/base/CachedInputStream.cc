@@ -2,7 +2,6 @@
 
 #include "base/Checked.h"
 #include "base/Memory.h"
-#include "base/Tracer.h"
 
 #include <algorithm>
 
@@ -93,9 +92,7 @@ std::int64_t CCachedInputStream::ReadEx(unsigned char* pBuffer, std::int64_t n)
 
 std::int64_t CCachedInputStream::Write(const unsigned char*, std::int64_t)
 {
-  if (CTracer::IsOn())
-    CTracer::Trace("E", "Stream", "Writing to input stream.");
-  return 0;
+  return RefuseWrite();
 }
 
 }  // namespace BSE

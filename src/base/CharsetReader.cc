@@ -1,6 +1,5 @@
 #include "base/CharsetReader.h"
 
-#include "base/Tracer.h"
 #include "base/Unicode.h"
 
 #include <algorithm>
@@ -82,9 +81,7 @@ std::int64_t CBasicFilter<TOut, TIn>::ReadEx(TOut* pBuffer, std::int64_t n)
 template <class TOut, class TIn>
 std::int64_t CBasicFilter<TOut, TIn>::Write(const TOut*, std::int64_t)
 {
-  if (CTracer::IsOn())
-    CTracer::Trace("E", "Stream", "Writing to input stream.");
-  return 0;
+  return RefuseWrite();
 }
 
 // Keeps what is unread and appends the next block of the source; false at its end or on failure.

@@ -1,6 +1,5 @@
 #include "base/CompoundStream.h"
 
-#include "base/Tracer.h"
 
 #include <algorithm>
 
@@ -53,17 +52,7 @@ std::int64_t CCompoundStream::Tell()
 
 bool CCompoundStream::Skip(std::int64_t n)
 {
-  unsigned char scratch[g_nDefaultBlockSize];
-  while (n != 0)
-  {
-    const std::int64_t nRead =
-        ReadEx(scratch, n < 0 ? g_nDefaultBlockSize : std::min<std::int64_t>(n, g_nDefaultBlockSize));
-    if (nRead <= 0)
-      return nRead == 0 && n < 0;
-    if (n > 0)
-      n -= nRead;
-  }
-  return true;
+  return SkipByReading(*this, n);
 }
 
 std::int64_t CCompoundStream::Read(unsigned char* pBuffer, std::int64_t n)
@@ -94,9 +83,7 @@ std::int64_t CCompoundStream::ReadEx(unsigned char* pBuffer, std::int64_t n)
 
 std::int64_t CCompoundStream::Write(const unsigned char*, std::int64_t)
 {
-  if (CTracer::IsOn())
-    CTracer::Trace("E", "Stream", "Writing to input stream.");
-  return 0;
+  return RefuseWrite();
 }
 
 }  // namespace BSE

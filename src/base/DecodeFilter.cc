@@ -1,7 +1,6 @@
 #include "base/DecodeFilter.h"
 
 #include "base/Limits.h"
-#include "base/Tracer.h"
 
 #include <algorithm>
 
@@ -52,9 +51,7 @@ std::int64_t CDecodeFilter::Read(unsigned char* pBuffer, std::int64_t n)
 
 std::int64_t CDecodeFilter::Write(const unsigned char*, std::int64_t)
 {
-  if (CTracer::IsOn())
-    CTracer::Trace("E", "Stream", "Writing to input stream.");
-  return 0;
+  return RefuseWrite();
 }
 
 bool CDecodeFilter::RewindSource()

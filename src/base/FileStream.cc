@@ -278,17 +278,7 @@ bool CFileStream::Skip(std::int64_t n)
     const bool bInside = n <= nLeft;
     return Seek(Tell() + (n < 0 || !bInside ? nLeft : n)) && bInside;
   }
-  unsigned char scratch[g_nDefaultBlockSize];
-  while (n != 0)
-  {
-    const std::int64_t nRead =
-        ReadEx(scratch, n < 0 ? g_nDefaultBlockSize : std::min<std::int64_t>(n, g_nDefaultBlockSize));
-    if (nRead <= 0)
-      return nRead == 0 && n < 0;
-    if (n > 0)
-      n -= nRead;
-  }
-  return true;
+  return SkipByReading(*this, n);
 }
 
 std::int64_t CFileStream::Read(unsigned char* pBuffer, std::int64_t n)

@@ -126,9 +126,7 @@ bool CInterleaverStream::Skip(std::int64_t n)
 
 std::int64_t CInterleaverStream::Write(const unsigned char*, std::int64_t)
 {
-  if (CTracer::IsOn())
-    CTracer::Trace("E", "Stream", "Writing to input stream.");
-  return 0;
+  return RefuseWrite();
 }
 
 }  // namespace BSE

@@ -1,6 +1,7 @@
 #include "base/Stream.h"
 
 #include "base/Memory.h"
+#include "base/Tracer.h"
 
 #include <algorithm>
 #include <limits>
@@ -155,5 +156,27 @@ bool IStreamBase<T>::ReadToArray(CBasicArray<T>& array, std::int64_t nMax)
 template class IStreamBase<unsigned char>;
 template class IStreamBase<char16_t>;
 template class IStreamBase<wchar_t>;
+
+std::int64_t RefuseWrite()
+{
+  if (CTracer::IsOn())
+    CTracer::Trace("E", "Stream", "Writing to input stream.");
+  return 0;
+}
+
+bool SkipByReading(IByteStream& stream, std::int64_t n)
+{
+  unsigned char scratch[g_nDefaultBlockSize];
+  while (n != 0)
+  {
+    const std::int64_t nRead =
+        stream.ReadEx(scratch, n < 0 ? g_nDefaultBlockSize : std::min<std::int64_t>(n, g_nDefaultBlockSize));
+    if (nRead <= 0)
+      return nRead == 0 && n < 0;
+    if (n > 0)
+      n -= nRead;
+  }
+  return true;
+}
 
 }  // namespace BSE
