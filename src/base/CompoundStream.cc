@@ -1,6 +1,5 @@
 #include "base/CompoundStream.h"
 
-
 #include <algorithm>
 
 namespace BSE

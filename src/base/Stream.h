@@ -91,8 +91,8 @@ using IByteStream = IBasicStream<unsigned char>;
 // The answer of a stream that can only be read to a write: 0, with a trace line.
 std::int64_t RefuseWrite();
 
-// Skip for a stream that cannot seek: reads n bytes, all that are left for a negative n, and drops them. False
-// on failure, or if a count is not there.
+// Skip for a stream that cannot seek: reads n bytes, all that are left for a negative n, and drops them.
+// False on failure, or if a count is not there.
 bool SkipByReading(IByteStream& stream, std::int64_t n);
 
 }  // namespace BSE
