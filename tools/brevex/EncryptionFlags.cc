@@ -19,12 +19,15 @@ namespace
 constexpr const char* g_szGroup = "Encryption";
 constexpr std::string_view g_passwordFlags[] = {"--password", "--user-password", "--owner-password"};
 
+// Beyond this no line is a password.
+constexpr size_t g_nMaxPasswordFile = 64 << 10;
+
 // The first line of the file, without its end.
 std::string ReadPasswordFile(const std::string& sFlag, const std::string& sName)
 {
   const CFileDescriptor file(open(sName.c_str(), O_RDONLY | O_CLOEXEC));
   std::string sText;
-  if (!file.IsOpen() || !ReadBytes(file.Get(), sText))
+  if (!file.IsOpen() || !ReadBytes(file.Get(), sText, g_nMaxPasswordFile))
   {
     throw CLI::ValidationError(sFlag, "cannot read " + sName);
   }

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <vector>
 
@@ -68,19 +69,21 @@ bool CopyBytes(int nInput, int nOutput)
   }
 }
 
-bool ReadBytes(int nInput, std::string& sBytes)
+bool ReadBytes(int nInput, std::string& sBytes, size_t nMax)
 {
-  for (;;)
+  while (sBytes.size() < nMax)
   {
     const size_t nDone = sBytes.size();
-    sBytes.resize(nDone + g_nBlock);
-    const ssize_t nRead = ReadBlock(nInput, sBytes.data() + nDone, g_nBlock);
+    const size_t nBlock = std::min(g_nBlock, nMax - nDone);
+    sBytes.resize(nDone + nBlock);
+    const ssize_t nRead = ReadBlock(nInput, sBytes.data() + nDone, nBlock);
     sBytes.resize(nDone + static_cast<size_t>(nRead > 0 ? nRead : 0));
     if (nRead <= 0)
     {
       return nRead == 0;
     }
   }
+  return true;
 }
 
 }  // namespace Tool

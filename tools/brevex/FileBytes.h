@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 
 namespace Tool
@@ -28,7 +29,7 @@ bool WriteBytes(int nFile, const char* pBytes, size_t nSize);
 // From the present position of the input to its end. False with errno on failure.
 bool CopyBytes(int nInput, int nOutput);
 
-// Appends the rest of the input. False with errno on failure.
-bool ReadBytes(int nInput, std::string& sBytes);
+// Appends the rest of the input, or as much of it as makes nMax bytes. False with errno on failure.
+bool ReadBytes(int nInput, std::string& sBytes, size_t nMax = SIZE_MAX);
 
 }  // namespace Tool
