@@ -12,7 +12,7 @@ namespace
 
 // Levels of libdeflate for the efforts 1 to 9. From 10 on they search for the shortest parse by a model of
 // the costs, which fails on some very repetitive data: there the second level wins.
-constexpr int g_levels[] = {1, 3, 5, 6, 7, 8, 9, 11, 12};
+constexpr int g_levels[] = {1, 3, 5, 6, 7, 8, 10, 11, 12};
 constexpr int g_nFirstSearching = 10;
 constexpr int g_nSecondLevel = 9;
 
