@@ -58,7 +58,7 @@ private:
   BSE::IErrorContext& m_errors;
 };
 
-// One run: opens by a source, a stream or a memory block, and writes.
+// One run: opens a stream and writes another.
 class CRun
 {
 public:
@@ -68,10 +68,9 @@ public:
       m_pCryptor.Reset(new CHandlerCryptor(*pHandler, file));
   }
 
-  template <class T>
-  bool Open(T source)
+  bool Open(BSE::IByteStream* pInput)
   {
-    const PDLInput::TState eState = m_input.Open(source, m_pCryptor.Get());
+    const PDLInput::TState eState = m_input.Open(pInput, m_pCryptor.Get());
     if (eState == PDLInput::TState::Opened)
       return true;
     BSE::ReportError(&m_file, eState == PDLInput::TState::NeedsCryptor ? g_nWrongPassword : g_nFileNotOpened);
@@ -88,13 +87,19 @@ public:
     PDLOutput output(m_input, m_input.IsEncrypted() ? m_pCryptor.Get() : nullptr);
     // The first part of the archive standard wants metadata to be readable as it stands.
     output.SetCompressMetadata(m_file.GetConformance().GetPart() != 1);
-    return output.Write(pOutput);
+    const bool bWritten = output.Write(pOutput);
+    m_nWritten = output.GetWritten();
+    return bWritten;
   }
+
+  // Bytes that the output may have taken.
+  std::int64_t GetWritten() const { return m_nWritten; }
 
 private:
   CFile& m_file;
   BSE::CScopedPtr<CHandlerCryptor> m_pCryptor;
   PDLInput m_input;
+  std::int64_t m_nWritten = 0;
 };
 
 }  // namespace
@@ -109,11 +114,16 @@ bool CLinearizer::LinearizeFile(const char* szInput, const char* szOutput, CFile
   return run.Write(pOutput.Get()) && pOutput->Close();
 }
 
-bool CLinearizer::LinearizeMemory(std::span<const unsigned char> input, BSE::IByteStream* pOutput,
-                                  CFile& file)
+bool CLinearizer::LinearizeStream(BSE::IByteStream* pInput, BSE::IByteStream* pOutput, CFile& file,
+                                  std::int64_t& nWritten)
 {
+  nWritten = 0;
   CRun run(file);
-  return run.Open(input) && run.Write(pOutput);
+  if (!run.Open(pInput))
+    return false;
+  const bool bWritten = run.Write(pOutput);
+  nWritten = run.GetWritten();
+  return bWritten;
 }
 
 ILinearizer* GetLinearizer()

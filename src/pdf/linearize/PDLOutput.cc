@@ -28,7 +28,9 @@ bool PDLOutput::Write(BSE::IByteStream* pOutput)
   if (!Measure() || !BuildHints() || !PlaceParts())
     return Fail(m_pWriter->GetMessage());
   PDWriter output(pOutput);
-  return WriteDocument(output) && output.Flush() ? true : Fail("The output cannot be written.");
+  const bool bWritten = WriteDocument(output) && output.Flush();
+  m_nWritten = output.GetWritten();
+  return bWritten || Fail("The output cannot be written.");
 }
 
 // --- Numbering

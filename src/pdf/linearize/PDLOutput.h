@@ -29,6 +29,9 @@ public:
 
   bool Write(BSE::IByteStream* pOutput);
 
+  // Bytes that the output has been given; it may have refused the last ones.
+  std::int64_t GetWritten() const { return m_nWritten; }
+
 private:
   // Objects that stand together, in order.
   struct TPart
@@ -97,4 +100,6 @@ private:
   std::int64_t m_nFirstPageEnd = 0;
   std::int64_t m_nMainXRef = 0;
   std::int64_t m_nFileLength = 0;
+
+  std::int64_t m_nWritten = 0;
 };
