@@ -149,7 +149,8 @@ TEST_F(Encryption, IsTakenOver)
     const std::string sKnown = Show(sInput, "user");
     const size_t nPermissions = sKnown.find("P = ");
     ASSERT_NE(nPermissions, std::string::npos);
-    const std::string sPermissions = sKnown.substr(nPermissions, sKnown.find('\n', nPermissions) + 1 - nPermissions);
+    const std::string sPermissions =
+        sKnown.substr(nPermissions, sKnown.find('\n', nPermissions) + 1 - nPermissions);
     for (const char* szPassword : {"user", "owner"})
     {
       CSaver saver;

@@ -21,7 +21,7 @@ bool Linearize(const void* pData, std::int64_t nSize, CBytes& result)
   if (input.Open(pStream.Get(), nullptr) != PDLInput::TState::Opened)
     return false;
   const BSE::CObjectPtr<BSE::CMemoryStream> pOutput(new BSE::CMemoryStream);
-  PDLOutput output(input, nullptr);
+  PDLOutput output(input, nullptr, nullptr);
   return output.Write(pOutput.Get()) && pOutput->Rewind() && pOutput->ReadToArray(result);
 }
 

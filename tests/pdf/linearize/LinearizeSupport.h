@@ -20,10 +20,12 @@ namespace Linearize
 {
 
 // The linearized form, made in memory; nothing if the linearizer refuses.
-inline std::optional<std::string> TryLinearize(std::string_view sPdf)
+inline std::optional<std::string> TryLinearize(std::string_view sPdf,
+                                               PDF::IStreamDeflater* pDeflater = nullptr)
 {
   BSE::CErrorHandler errors;
   PDF::CFile file(&errors);
+  file.SetStreamDeflater(pDeflater);
   const BSE::CObjectPtr<BSE::IByteStream> pInput(
       new BSE::CMemoryInputStream(sPdf.data(), static_cast<std::int64_t>(sPdf.size())));
   const BSE::CObjectPtr<BSE::CMemoryStream> pOutput(new BSE::CMemoryStream);
@@ -37,9 +39,9 @@ inline std::optional<std::string> TryLinearize(std::string_view sPdf)
   return sOutput;
 }
 
-inline std::string MustLinearize(std::string_view sPdf)
+inline std::string MustLinearize(std::string_view sPdf, PDF::IStreamDeflater* pDeflater = nullptr)
 {
-  const std::optional<std::string> sOutput = TryLinearize(sPdf);
+  const std::optional<std::string> sOutput = TryLinearize(sPdf, pDeflater);
   EXPECT_TRUE(sOutput) << "refused";
   return sOutput.value_or("");
 }

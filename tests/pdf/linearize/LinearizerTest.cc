@@ -1,3 +1,4 @@
+#include "pdf/StreamDeflater.h"
 #include "tests/pdf/linearize/LinearizeSupport.h"
 #include "tests/support/PdfDamager.h"
 #include "tests/support/Samples.h"
@@ -198,17 +199,16 @@ TEST(Linearizer, KeepsWhatIsReachedBackwards)
                                            "/XObject " + add("Image") + "/P " + add("P") + ">>]")) +
       "/Dest[" + sOrphan + "]>>]>>";
   const std::string sKid = Ref(builder.AddObject(sFirst));
-  builder.SetObject(nNode, "<</Type/Pages/Count 1/Kids[" + sKid + "]/Parent " + add("OfTheTree") + "/CropBox " +
-                               Ref(nUnused) + "/Prev " + add("OfNode") + "/Resources<</Prev " +
+  builder.SetObject(nNode, "<</Type/Pages/Count 1/Kids[" + sKid + "]/Parent " + add("OfTheTree") +
+                               "/CropBox " + Ref(nUnused) + "/Prev " + add("OfNode") + "/Resources<</Prev " +
                                add("Inherited") + ">>>>");
   builder.SetCatalogEntries("/Outlines " + add("Outlines", "/Prev " + add("BeforeOutlines")));
   builder.SetTrailerEntries("/Info " + add("Info", "/Parent " + add("AboveInfo")));
   const CLinearizedFile file(
       MustLinearize(Support::ReplaceText(builder.Build(), "/Pages 2 0 R", "/Pages " + Ref(nNode))));
   ExpectFrame(file);
-  for (const char* szMark :
-       {"Orphan", "OrphanNode", "Up", "Back", "Array", "Below", "Image", "P", "OfNode", "Inherited", "Outlines",
-        "BeforeOutlines", "Info", "AboveInfo"})
+  for (const char* szMark : {"Orphan", "OrphanNode", "Up", "Back", "Array", "Below", "Image", "P", "OfNode",
+                             "Inherited", "Outlines", "BeforeOutlines", "Info", "AboveInfo"})
     EXPECT_GT(file.FindObject(std::string("/Mark/") + szMark + "/") +
                   file.FindObject(std::string("/Mark/") + szMark + ">"),
               0)
@@ -273,6 +273,31 @@ TEST(Linearizer, CompressesPlainMetadataOfPages)
   EXPECT_EQ(file.GetObject(file.FindObject("/Mark 2")).find("/FlateDecode"), std::string::npos);
   EXPECT_EQ(file.GetObject(file.FindObject("/Mark 3")).find("/FlateDecode"), std::string::npos);
   EXPECT_EQ(GetComplaints(file.GetBytes()), std::vector<std::string>());
+}
+
+// Compresses everything to the same few bytes.
+class CFakeDeflater : public PDF::IStreamDeflater
+{
+public:
+  void Deflate(std::span<const unsigned char>, BSE::CBasicArray<unsigned char>& encoded) override
+  {
+    for (const char c : std::string_view("DEFLATED"))
+      encoded.Add(static_cast<unsigned char>(c));
+  }
+  void Recompress(PDF::CIndirectObject&) override {}
+};
+
+TEST(Linearizer, CompressesAsTheFileDoes)
+{
+  CPdfBuilder builder;
+  const int nMetadata = builder.AddStream(std::string(500, 'm'), "/Type/Metadata");
+  builder.AddPage("1", "/Metadata " + Ref(nMetadata));
+  CFakeDeflater deflater;
+  const CLinearizedFile file(MustLinearize(builder.Build(), &deflater));
+  const std::string& sPdf = file.GetBytes();
+  EXPECT_EQ(file.m_nHintOffset, sPdf.rfind('\n', sPdf.find("obj\n<</S ")) + 1);
+  EXPECT_EQ(sPdf.find("stream\r\nDEFLATED\r\nendstream"), file.m_nHintOffset + file.m_nHintLength - 37);
+  EXPECT_NE(sPdf.find("/Filter/FlateDecode/Length 8>>\nstream\nDEFLATED\nendstream"), std::string::npos);
 }
 
 // References to nothing and to broken objects become null; everything else stays.
