@@ -7,8 +7,10 @@
 #include "pdf/Generator.h"
 #include "pdf/linearize/LinearizerRun.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <string_view>
 
 namespace PDF
 {
@@ -57,6 +59,20 @@ private:
   BSE::CScopedPtr<CLinearizerRun> m_pRun;
 };
 
+// The metadata of an archive document is not compressed, and names its standard.
+bool IsArchive(const CFile& file)
+{
+  constexpr std::string_view szSchema = "pdfaid";
+  constexpr std::int64_t nMaxPacket = 1 << 24;
+  const CObjectPtr stream = file.GetRoot()["Metadata"].GetStreamObject();
+  const CStreamPtr pData = stream ? stream->GetStream() : nullptr;
+  CBytes packet;
+  if (!pData || !pData->ReadToArray(packet, nMaxPacket))
+    return false;
+  const std::span<const unsigned char> text = packet.GetSpan();
+  return std::search(text.begin(), text.end(), szSchema.begin(), szSchema.end()) != text.end();
+}
+
 bool IsAsked(const TEncryption& encryption)
 {
   return encryption.m_nPermissions != g_nPermissionsUnset || !encryption.m_userPassword.IsEmpty() ||
@@ -74,6 +90,8 @@ bool CDocumentRun::Open(BSE::IByteStream* pInput, const CTextString& password, c
   m_pRun.Reset(new CLinearizerRun(m_file));
   if (m_pHandler)
     m_pRun->SetSecurity(*m_pHandler, m_security);
+  if (IsArchive(m_file))
+    m_pRun->KeepMetadata();
   return m_pRun->Open(pInput);
 }
 

@@ -77,7 +77,10 @@ private:
 
 }  // namespace
 
-CLinearizerRun::CLinearizerRun(CFile& file) : m_file(file), m_pDeflater(new CFileDeflater(file))
+CLinearizerRun::CLinearizerRun(CFile& file)
+    : m_file(file),
+      m_pDeflater(new CFileDeflater(file)),
+      m_bKeepMetadata(file.GetConformance().GetPart() == 1)
 {
   if (CSecurityHandler* pHandler = file.GetSecurityHandler())
     m_pCryptor.Reset(new CHandlerCryptor(pHandler, *pHandler, file));
@@ -109,8 +112,7 @@ bool CLinearizerRun::Write(BSE::IByteStream* pOutput)
   }
   PDLOutput output(m_input, m_pSecurity || m_input.IsEncrypted() ? m_pCryptor.Get() : nullptr,
                    m_pDeflater.Get());
-  // The first part of the archive standard wants metadata to be readable as it stands.
-  output.SetCompressMetadata(m_file.GetConformance().GetPart() != 1);
+  output.SetCompressMetadata(!m_bKeepMetadata);
   output.SetSecurity(m_pSecurity);
   const bool bWritten = output.Write(pOutput);
   m_nWritten = output.GetWritten();

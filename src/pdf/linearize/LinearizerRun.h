@@ -20,6 +20,10 @@ public:
   // A handler for the output; both must outlive the run. Before Open.
   void SetSecurity(CSecurityHandler& handler, const TPDSecurity& security);
 
+  // Metadata streams of pages stay readable, as the first part of the archive standard wants them. Without
+  // the call the conformance of the file decides.
+  void KeepMetadata() { m_bKeepMetadata = true; }
+
   // Reports an input that cannot be opened (0x80410101) and a handler that is missing (0x80410112).
   bool Open(BSE::IByteStream* pInput);
 
@@ -36,6 +40,7 @@ private:
   BSE::CScopedPtr<PDDeflater> m_pDeflater;
   const TPDSecurity* m_pSecurity = nullptr;
   PDLInput m_input;
+  bool m_bKeepMetadata;
   std::int64_t m_nWritten = 0;
 };
 

@@ -1,4 +1,5 @@
 #include "pdf/StreamDeflater.h"
+#include "pdf/linearize/DocumentLinearizer.h"
 #include "tests/pdf/linearize/LinearizeSupport.h"
 #include "tests/support/PdfDamager.h"
 #include "tests/support/Samples.h"
@@ -298,6 +299,31 @@ TEST(Linearizer, CompressesAsTheFileDoes)
   EXPECT_EQ(file.m_nHintOffset, sPdf.rfind('\n', sPdf.find("obj\n<</S ")) + 1);
   EXPECT_EQ(sPdf.find("stream\r\nDEFLATED\r\nendstream"), file.m_nHintOffset + file.m_nHintLength - 37);
   EXPECT_NE(sPdf.find("/Filter/FlateDecode/Length 8>>\nstream\nDEFLATED\nendstream"), std::string::npos);
+}
+
+// A document that is linearized without a save tells itself whether it is to be archived.
+TEST(Linearizer, LeavesMetadataOfArchivesReadable)
+{
+  for (const bool bArchive : {false, true})
+  {
+    CPdfBuilder builder;
+    const int nDocument = builder.AddStream(bArchive ? "<pdfaid:part>1</pdfaid:part>" : "<x:y/>");
+    const int nMetadata = builder.AddStream(std::string(500, 'm'), "/Type/Metadata");
+    builder.AddPage("1", "/Metadata " + Ref(nMetadata));
+    builder.SetCatalogEntries("/Metadata " + Ref(nDocument));
+    const std::string sPdf = builder.Build();
+    const BSE::CObjectPtr<BSE::IByteStream> pInput(
+        new BSE::CMemoryInputStream(sPdf.data(), static_cast<std::int64_t>(sPdf.size())));
+    const BSE::CObjectPtr<BSE::CMemoryStream> pOutput(new BSE::CMemoryStream);
+    // What stands in the output is overwritten.
+    pOutput->WriteAll(reinterpret_cast<const unsigned char*>("head"), 4);
+    ASSERT_TRUE(PDF::LinearizeDocument(pInput.Get(), PDF::CTextString(), pOutput.Get(), nullptr, nullptr));
+    std::string sLinear(static_cast<size_t>(pOutput->GetLength()), '\0');
+    pOutput->Rewind();
+    pOutput->ReadFully(reinterpret_cast<unsigned char*>(sLinear.data()), pOutput->GetLength());
+    EXPECT_EQ(sLinear.substr(0, 5), "%PDF-");
+    EXPECT_EQ(sLinear.find("mmmmm") != std::string::npos, bArchive);
+  }
 }
 
 // References to nothing and to broken objects become null; everything else stays.
