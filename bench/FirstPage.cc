@@ -15,7 +15,6 @@
 #include "tests/support/TempFolder.h"
 
 #include <cstdio>
-#include <regex>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -37,20 +36,28 @@ struct TFront
   long nCatalogue = 0;
 };
 
-std::smatch Find(const std::string& sText, const char* szPattern)
+// The number behind a mark.
+long GetNumber(const std::string& sText, const std::string& sMark)
 {
-  std::smatch match;
-  if (!std::regex_search(sText, match, std::regex(szPattern)))
-    throw std::runtime_error(std::string("nothing matches ") + szPattern);
-  return match;
+  const size_t nMark = sText.find(sMark);
+  if (nMark == std::string::npos)
+    throw std::runtime_error("there is no " + sMark);
+  return std::stol(sText.substr(nMark + sMark.size(), 20));
+}
+
+// From a mark to the end of what it begins; empty without the mark.
+std::string GetEntry(const std::string& sText, const std::string& sMark, const std::string& sEnd)
+{
+  const size_t nMark = sText.find(sMark);
+  return nMark == std::string::npos ? "" : sText.substr(nMark, sText.find(sEnd, nMark) + sEnd.size() - nMark);
 }
 
 TFront ReadFront(const std::string& sPdf)
 {
   TFront front;
   const std::string sHead = sPdf.substr(0, 1024);
-  front.nPage = std::stol(Find(sHead, "/O (\\d+)")[1]);
-  front.sBytes = sPdf.substr(0, std::stoul(Find(sHead, "/E (\\d+)")[1]));
+  front.nPage = GetNumber(sHead, "/O ");
+  front.sBytes = sPdf.substr(0, static_cast<size_t>(GetNumber(sHead, "/E ")));
   const size_t nXRef = front.sBytes.find("xref\n");
   const size_t nEntries = front.sBytes.find('\n', nXRef + 5) + 1;
   std::istringstream(front.sBytes.substr(nXRef + 5)) >> front.nFirstNumber >> front.nCount;
@@ -59,13 +66,8 @@ TFront ReadFront(const std::string& sPdf)
   const size_t nTrailer = nEntries + nLength;
   const std::string sTrailer =
       front.sBytes.substr(nTrailer, front.sBytes.find("startxref", nTrailer) - nTrailer);
-  front.nCatalogue = std::stol(Find(sTrailer, "/Root (\\d+)")[1]);
-  for (const char* szPattern : {"/ID *\\[[^\\]]*\\]", "/Encrypt \\d+ 0 R"})
-  {
-    std::smatch match;
-    if (std::regex_search(sTrailer, match, std::regex(szPattern)))
-      front.sTrailer += match.str();
-  }
+  front.nCatalogue = GetNumber(sTrailer, "/Root ");
+  front.sTrailer = GetEntry(sTrailer, "/ID", "]") + GetEntry(sTrailer, "/Encrypt ", " 0 R");
   return front;
 }
 
@@ -75,8 +77,9 @@ std::string GetCatalogue(const TFront& front, long nTree)
   const auto nEntry = static_cast<size_t>(20 * (front.nCatalogue - front.nFirstNumber));
   const size_t nStart = std::stoul(front.sEntries.substr(nEntry, 10));
   const size_t nBody = front.sBytes.find("obj", nStart) + 3;
-  const std::string sBody = front.sBytes.substr(nBody, front.sBytes.find("endobj", nBody) - nBody);
-  return std::regex_replace(sBody, std::regex("/Pages \\d+ 0 R"), "/Pages " + std::to_string(nTree) + " 0 R");
+  std::string sBody = front.sBytes.substr(nBody, front.sBytes.find("endobj", nBody) - nBody);
+  const std::string sPages = GetEntry(sBody, "/Pages ", " 0 R");
+  return sBody.replace(sBody.find(sPages), sPages.size(), "/Pages " + std::to_string(nTree) + " 0 R");
 }
 
 std::string MakeFrontDocument(const std::string& sPdf)
@@ -145,8 +148,8 @@ bool ShowFile(const std::string& sPath)
   bool bSame = true;
   const char* szMutool = Compare(&RenderByMutool, sWhole, sFront, bSame);
   const char* szPoppler = Compare(&RenderByPoppler, sWhole, sFront, bSame);
-  std::printf("%s: %s of %zu bytes, mutool %s, pdftoppm %s\n", sPath.c_str(),
-              Find(sPdf.substr(0, 1024), "/E (\\d+)")[1].str().c_str(), sPdf.size(), szMutool, szPoppler);
+  std::printf("%s: %ld of %zu bytes, mutool %s, pdftoppm %s\n", sPath.c_str(),
+              GetNumber(sPdf.substr(0, 1024), "/E "), sPdf.size(), szMutool, szPoppler);
   return bSame;
 }
 

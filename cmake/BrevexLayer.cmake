@@ -20,11 +20,6 @@ endif()
 if(BREVEX_SANITIZE)
   add_compile_options(-fsanitize=${BREVEX_SANITIZE} -fno-omit-frame-pointer -g1)
   add_link_options(-fsanitize=${BREVEX_SANITIZE})
-  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-    # The instrumented standard library (std::regex, std::function) draws false reports of this one warning; the release
-    # build keeps it.
-    add_compile_options(-Wno-maybe-uninitialized)
-  endif()
   if(BREVEX_SANITIZE MATCHES undefined)
     add_compile_options(-fno-sanitize-recover=undefined)
   endif()

@@ -40,9 +40,10 @@ public:
   // From a path to a path; false on failure, with the target in any state.
   virtual bool LinearizeFile(const char* szInput, const char* szOutput, CFile& file) = 0;
 
-  // From memory to a stream; false on failure before anything was written, or after a failed write.
-  virtual bool LinearizeMemory(std::span<const unsigned char> input, BSE::IByteStream* pOutput,
-                               CFile& file) = 0;
+  // From a seekable stream to another one, from its position on. nWritten: bytes that the output may have
+  // taken, on failure as well.
+  virtual bool LinearizeStream(BSE::IByteStream* pInput, BSE::IByteStream* pOutput, CFile& file,
+                               std::int64_t& nWritten) = 0;
 };
 
 // Form of cross-reference data.
@@ -224,7 +225,11 @@ private:
   bool LinearizeOutput();
   bool LinearizeOutputFile();
   bool LinearizeOutputMemory();
+  bool RewindTarget();
   bool DeliverToTarget();
+
+  // The same where the target has taken bytes of another file, which are gone afterwards.
+  bool DeliverInstead(std::int64_t nWritten);
   void ReleaseAll();
   void NotifyXRefChanged();
   void DropTrailer();

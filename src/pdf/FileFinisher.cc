@@ -4,8 +4,10 @@
 #include "pdf/PendingObjectStream.h"
 #include "pdf/RevisionWriter.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 
 // The end of a written file: its revisions, linearization, and the way to the target.
 namespace PDF
@@ -29,6 +31,26 @@ constexpr std::int64_t g_nMaxTablePosition = 9999999999;
 constexpr double g_dMaxGrowth = 0.4;
 
 constexpr double g_dMegabyte = 1048576.0;
+
+// Overwrites what a longer file has left behind the end of a finished one. Readers look for the start of the
+// cross-reference data at the very end.
+bool CoverRest(BSE::IByteStream& target, std::int64_t nLeft, std::int64_t nStartXRef)
+{
+  unsigned char blanks[4096];
+  std::memset(blanks, '\n', sizeof(blanks));
+  char szEnd[64];
+  const int nEnd =
+      std::snprintf(szEnd, sizeof(szEnd), "startxref\n%lld\n%%%%EOF\n", static_cast<long long>(nStartXRef));
+  const bool bRepeat = nLeft > nEnd;
+  for (std::int64_t nBlanks = bRepeat ? nLeft - nEnd : nLeft; nBlanks > 0;)
+  {
+    const std::int64_t nPiece = std::min<std::int64_t>(nBlanks, sizeof(blanks));
+    if (!target.WriteAll(blanks, nPiece))
+      return false;
+    nBlanks -= nPiece;
+  }
+  return !bRepeat || target.WriteAll(reinterpret_cast<const unsigned char*>(szEnd), nEnd);
+}
 
 }  // namespace
 
@@ -196,28 +218,40 @@ bool CFile::LinearizeOutputFile()
 
 bool CFile::LinearizeOutputMemory()
 {
-  auto* pMemory = dynamic_cast<BSE::CMemoryStream*>(m_pOutput.Get());
-  if (!pMemory)
+  if (!dynamic_cast<BSE::CMemoryStream*>(m_pOutput.Get()))
   {
     if (BSE::CTracer::IsOn())
       BSE::CTracer::Trace("E", "PDF File", "Memory buffer in file was disabled. Linearization skipped.");
     return DeliverToTarget();
   }
-  BSE::CBasicArray<unsigned char> file;
-  pMemory->Rewind();
-  if (!pMemory->ReadToArray(file))
-  {
-    BSE::ReportError(this, g_nNotLinearized);
-    return DeliverToTarget();
-  }
-  if (m_pLinearizer->LinearizeMemory(file.GetSpan(), m_pTarget.Get(), *this))
+  std::int64_t nWritten = 0;
+  if (RewindTarget() && m_pLinearizer->LinearizeStream(m_pOutput.Get(), m_pTarget.Get(), *this, nWritten))
     return true;
   if (BSE::CTracer::IsOn())
     BSE::CTracer::Trace("E", "PDF File", "Linearization of output file failed.");
   BSE::ReportError(this, g_nLinearizationFailed);
-  file.RemoveAll();
-  DeliverToTarget();
+  DeliverInstead(nWritten);
   return false;
+}
+
+// A target that cannot seek is taken as it stands.
+bool CFile::RewindTarget()
+{
+  return !m_pTarget->IsSeekable() || m_pTarget->Tell() == 0 || m_pTarget->Rewind();
+}
+
+bool CFile::DeliverInstead(std::int64_t nWritten)
+{
+  if (nWritten > 0 && (!m_pTarget->IsSeekable() || !m_pTarget->Rewind()))
+  {
+    BSE::ReportError(this, g_nFileNotCreated);
+    return false;
+  }
+  if (!DeliverToTarget())
+    return false;
+  const std::int64_t nLength = m_pTarget->GetLength();
+  const std::int64_t nTaken = nLength >= 0 ? std::min(nWritten, nLength) : nWritten;
+  return CoverRest(*m_pTarget, nTaken - m_pOutput->GetLength(), m_nXRefPosition);
 }
 
 bool CFile::DeliverToTarget()

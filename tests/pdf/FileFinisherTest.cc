@@ -1,8 +1,10 @@
+#include "base/ErrorHandler.h"
 #include "base/FileStream.h"
 #include "tests/pdf/WriterSupport.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 
 namespace PDF
@@ -21,15 +23,35 @@ public:
     std::ofstream(szOutput, std::ios::binary) << "linearized";
     return m_bResult;
   }
-  bool LinearizeMemory(std::span<const unsigned char> input, BSE::IByteStream* pOutput, CFile&) override
+  bool LinearizeStream(BSE::IByteStream* pInput, BSE::IByteStream* pOutput, CFile&,
+                       std::int64_t& nWritten) override
   {
-    m_input.assign(reinterpret_cast<const char*>(input.data()), input.size());
-    return m_bResult && pOutput->WriteAll(reinterpret_cast<const unsigned char*>("linearized"), 10);
+    m_input = GetBytes(*pInput);
+    nWritten = m_bResult ? std::ssize(m_text) : m_nPart;
+    return pOutput->WriteAll(reinterpret_cast<const unsigned char*>(m_text.data()), nWritten) && m_bResult;
   }
 
   std::string m_input;
+  std::string m_text = "linearized";
+  std::int64_t m_nPart = 0;  // written before a failure
   bool m_bResult = true;
 };
+
+// A target that only takes bytes in order.
+class CPipe : public BSE::CMemoryStream
+{
+public:
+  bool IsSeekable() const override { return false; }
+  bool Rewind() override { return false; }
+};
+
+std::string GetContents(BSE::CMemoryStream& stream)
+{
+  stream.Seek(0);
+  std::string bytes(static_cast<std::size_t>(stream.GetLength()), '\0');
+  stream.Read(reinterpret_cast<unsigned char*>(bytes.data()), stream.GetLength());
+  return bytes;
+}
 
 // Takes so many bytes and then refuses.
 class CLimitedStream : public BSE::CMemoryStream
@@ -159,6 +181,53 @@ TEST(FileFinisher, DeliversThePlainFileWhereLinearizingFails)
     EXPECT_EQ(file.Close(), bResult);
     EXPECT_TRUE(EndsInMarker(linearizer.m_input));
     EXPECT_EQ(GetBytes(*pTarget), bResult ? "linearized" : linearizer.m_input);
+  }
+}
+
+TEST(FileFinisher, BeginsTheTargetAnew)
+{
+  BSE::CObjectPtr<BSE::CMemoryStream> pTarget(new BSE::CMemoryStream);
+  CFakeLinearizer linearizer;
+  CFile file(nullptr);
+  ASSERT_TRUE(file.Create(pTarget.Get(), CString(), false, false));
+  AddPages(file, 1, 0);
+  file.SetLinearize(true, false, &linearizer);
+  pTarget->WriteAll(reinterpret_cast<const unsigned char*>("head"), 4);
+  EXPECT_TRUE(file.Close());
+  EXPECT_EQ(GetBytes(*pTarget), "linearized");
+}
+
+// What a failed linearizer has left in the target is gone, however long it is; where that cannot be, nothing
+// follows it.
+TEST(FileFinisher, NeverDeliversBehindABrokenPart)
+{
+  for (const std::int64_t nPart : {0, 10, 5000, 50000})
+  {
+    for (const bool bPipe : {false, true})
+    {
+      SCOPED_TRACE(std::to_string(nPart) + (bPipe ? ", pipe" : ""));
+      BSE::CObjectPtr<BSE::CMemoryStream> pTarget(bPipe ? new CPipe : new BSE::CMemoryStream);
+      BSE::CErrorHandler errors;
+      CFakeLinearizer linearizer;
+      linearizer.m_bResult = false;
+      linearizer.m_nPart = nPart;
+      linearizer.m_text.assign(static_cast<std::size_t>(nPart), '(');
+      CFile file(&errors);
+      ASSERT_TRUE(file.Create(pTarget.Get(), CString(), false, false));
+      AddPages(file, 9, 0);
+      file.SetLinearize(true, false, &linearizer);
+      EXPECT_FALSE(file.Close());
+      EXPECT_EQ(errors.GetLastCode(), bPipe && nPart > 0 ? 0x80410102U : 0x83410544U);
+      const std::string bytes = GetContents(*pTarget);
+      if (bPipe && nPart > 0)
+      {
+        EXPECT_EQ(bytes, linearizer.m_text);
+        continue;
+      }
+      EXPECT_EQ(bytes.substr(0, linearizer.m_input.size()), linearizer.m_input);
+      EXPECT_EQ(std::ssize(bytes), std::max<std::int64_t>(nPart, std::ssize(linearizer.m_input)));
+      ExpectSound(bytes);
+    }
   }
 }
 

@@ -1,119 +1,31 @@
 #include "pdf/linearize/Linearizer.h"
 
-#include "base/EncodeFilter.h"
 #include "base/FileStream.h"
-#include "pdf/linearize/PDLOutput.h"
+#include "pdf/linearize/LinearizerRun.h"
 
 namespace PDF
 {
 
-namespace
-{
-
-constexpr unsigned g_nFileNotOpened = 0x80410101U;
-constexpr unsigned g_nFileNotCreated = 0x80410102U;
-constexpr unsigned g_nWrongPassword = 0x80410112U;
-
-using CStreamPtr = BSE::CObjectPtr<BSE::IByteStream>;
-
-// The ciphers of a security handler.
-class CHandlerCryptor : public PDCryptor
-{
-public:
-  CHandlerCryptor(CSecurityHandler& handler, BSE::IErrorContext& errors)
-      : m_handler(handler), m_errors(errors)
-  {
-  }
-
-  void DecryptString(BSE::CBasicArray<unsigned char>& bytes, int nNumber, int nGeneration) override
-  {
-    Assign(bytes, m_handler.DecryptString(CString(bytes.GetData(), bytes.GetSize()), nNumber, nGeneration));
-  }
-  void EncryptString(BSE::CBasicArray<unsigned char>& bytes, int nNumber, int nGeneration) override
-  {
-    Assign(bytes, m_handler.EncryptString(CString(bytes.GetData(), bytes.GetSize()), nNumber, nGeneration));
-  }
-  CStreamPtr CreateDecryptFilter(BSE::IByteStream* pSource, int nNumber, int nGeneration) override
-  {
-    return m_handler.CreateDecryptFilter(pSource, nNumber, nGeneration, &m_errors);
-  }
-  CStreamPtr CreateEncryptFilter(BSE::IByteStream* pSink, int nNumber, int nGeneration) override
-  {
-    return m_handler.CreateEncryptFilter(pSink, nNumber, nGeneration, &m_errors);
-  }
-  bool Close(BSE::IByteStream* pFilter) override
-  {
-    auto* pEncoder = dynamic_cast<BSE::CEncodeFilter*>(pFilter);
-    return !pEncoder || pEncoder->Close(false);
-  }
-
-private:
-  static void Assign(BSE::CBasicArray<unsigned char>& bytes, const CString& value)
-  {
-    bytes.Truncate(0);
-    bytes.Append(value.GetSpan());
-  }
-
-  CSecurityHandler& m_handler;
-  BSE::IErrorContext& m_errors;
-};
-
-// One run: opens by a source, a stream or a memory block, and writes.
-class CRun
-{
-public:
-  explicit CRun(CFile& file) : m_file(file)
-  {
-    if (CSecurityHandler* pHandler = file.GetSecurityHandler())
-      m_pCryptor.Reset(new CHandlerCryptor(*pHandler, file));
-  }
-
-  template <class T>
-  bool Open(T source)
-  {
-    const PDLInput::TState eState = m_input.Open(source, m_pCryptor.Get());
-    if (eState == PDLInput::TState::Opened)
-      return true;
-    BSE::ReportError(&m_file, eState == PDLInput::TState::NeedsCryptor ? g_nWrongPassword : g_nFileNotOpened);
-    return false;
-  }
-
-  bool Write(BSE::IByteStream* pOutput)
-  {
-    if (!pOutput || !pOutput->IsValid())
-    {
-      BSE::ReportError(&m_file, g_nFileNotCreated);
-      return false;
-    }
-    PDLOutput output(m_input, m_input.IsEncrypted() ? m_pCryptor.Get() : nullptr);
-    // The first part of the archive standard wants metadata to be readable as it stands.
-    output.SetCompressMetadata(m_file.GetConformance().GetPart() != 1);
-    return output.Write(pOutput);
-  }
-
-private:
-  CFile& m_file;
-  BSE::CScopedPtr<CHandlerCryptor> m_pCryptor;
-  PDLInput m_input;
-};
-
-}  // namespace
-
 bool CLinearizer::LinearizeFile(const char* szInput, const char* szOutput, CFile& file)
 {
-  const CStreamPtr pInput(new BSE::CFileStream(szInput, BSE::eFileRead, &file));
-  CRun run(file);
+  const BSE::CObjectPtr<BSE::IByteStream> pInput(new BSE::CFileStream(szInput, BSE::eFileRead, &file));
+  CLinearizerRun run(file);
   if (!run.Open(pInput.Get()))
     return false;
   const BSE::CObjectPtr<BSE::CFileStream> pOutput(new BSE::CFileStream(szOutput, BSE::eFileWrite, &file));
   return run.Write(pOutput.Get()) && pOutput->Close();
 }
 
-bool CLinearizer::LinearizeMemory(std::span<const unsigned char> input, BSE::IByteStream* pOutput,
-                                  CFile& file)
+bool CLinearizer::LinearizeStream(BSE::IByteStream* pInput, BSE::IByteStream* pOutput, CFile& file,
+                                  std::int64_t& nWritten)
 {
-  CRun run(file);
-  return run.Open(input) && run.Write(pOutput);
+  nWritten = 0;
+  CLinearizerRun run(file);
+  if (!run.Open(pInput))
+    return false;
+  const bool bWritten = run.Write(pOutput);
+  nWritten = run.GetWritten();
+  return bWritten;
 }
 
 ILinearizer* GetLinearizer()

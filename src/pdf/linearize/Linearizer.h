@@ -15,8 +15,10 @@ class CLinearizer : public ILinearizer
 public:
   bool LinearizeFile(const char* szInput, const char* szOutput, CFile& file) override;
 
-  // The output need not be seekable; it is written once, from its position on.
-  bool LinearizeMemory(std::span<const unsigned char> input, BSE::IByteStream* pOutput, CFile& file) override;
+  // The output need not be seekable: nothing is written of a document that cannot be linearized, and
+  // everything once and in order.
+  bool LinearizeStream(BSE::IByteStream* pInput, BSE::IByteStream* pOutput, CFile& file,
+                       std::int64_t& nWritten) override;
 };
 
 // The one that CFile::SetLinearize is given.

@@ -1,13 +1,12 @@
 #include "pdf/linearize/PDInput.h"
 
-#include "base/BufferedInputStream.h"
 #include "base/EmbeddedStream.h"
 #include "pdf/linearize/PDCharacters.h"
 
 #include <algorithm>
 
 PDInput::PDInput(BSE::IByteStream* pStream, int nWindow)
-    : m_pStream(pStream), m_nLength(0), m_nMinimum(std::max(nWindow, 1))
+    : m_pStream(pStream), m_nMinimum(std::max(nWindow, 1))
 {
   if (pStream && pStream->IsValid())
     m_nLength = std::max<std::int64_t>(pStream->GetLength(), 0);
@@ -15,15 +14,12 @@ PDInput::PDInput(BSE::IByteStream* pStream, int nWindow)
 
 std::span<const unsigned char> PDInput::Get(std::int64_t nPos, std::int64_t n)
 {
-  const std::int64_t nLength = GetLength();
-  if (nPos < 0 || nPos >= nLength || n <= 0)
+  if (nPos < 0 || nPos >= m_nLength || n <= 0)
     return {};
-  n = std::min(n, nLength - nPos);
-  if (m_nLength < 0)
-    return m_memory.subspan(static_cast<std::size_t>(nPos), static_cast<std::size_t>(n));
+  n = std::min(n, m_nLength - nPos);
   if (nPos < m_nWindowPos || nPos + n > m_nWindowPos + m_nWindowFill)
   {
-    const std::int64_t nRead = std::min(std::max<std::int64_t>(n, m_nMinimum), nLength - nPos);
+    const std::int64_t nRead = std::min(std::max<std::int64_t>(n, m_nMinimum), m_nLength - nPos);
     if (nRead > 0x7FFFFFFF)
       return {};
     if (m_window.GetSize() < nRead || m_window.GetSize() > std::max<std::int64_t>(nRead * 4, 1 << 20))
@@ -38,9 +34,7 @@ std::span<const unsigned char> PDInput::Get(std::int64_t nPos, std::int64_t n)
 
 BSE::CObjectPtr<BSE::IByteStream> PDInput::CreateSection(std::int64_t nPos, std::int64_t nLength) const
 {
-  if (m_nLength >= 0)
-    return new BSE::CEmbeddedStream(m_pStream.Get(), nPos, nLength);
-  return new BSE::CMemoryInputStream(m_memory.data() + nPos, nLength);
+  return new BSE::CEmbeddedStream(m_pStream.Get(), nPos, nLength);
 }
 
 bool PDCursor::Fill()

@@ -7,20 +7,17 @@
 #include <cstdint>
 #include <span>
 
-// Bytes at random positions: of a memory block, without a copy, or of a seekable stream, through a window.
-// Several inputs can share a stream.
+// Bytes at random positions of a seekable stream, through a window. Several inputs can share a stream.
 class PDInput
 {
 public:
   // Smallest piece that is read from a stream at once.
   static constexpr int g_nWindow = 1 << 14;
 
-  // The block must outlive the input.
-  explicit PDInput(std::span<const unsigned char> memory) : m_memory(memory) {}
   explicit PDInput(BSE::IByteStream* pStream, int nWindow = g_nWindow);
 
   // 0 for a stream whose length is not known.
-  std::int64_t GetLength() const { return m_nLength < 0 ? std::ssize(m_memory) : m_nLength; }
+  std::int64_t GetLength() const { return m_nLength; }
 
   // Up to n bytes from a position, fewer only at the end or where the stream fails; empty outside. Valid
   // until the next call.
@@ -30,9 +27,8 @@ public:
   BSE::CObjectPtr<BSE::IByteStream> CreateSection(std::int64_t nPos, std::int64_t nLength) const;
 
 private:
-  std::span<const unsigned char> m_memory;
   BSE::CObjectPtr<BSE::IByteStream> m_pStream;
-  std::int64_t m_nLength = -1;  // of the stream
+  std::int64_t m_nLength = 0;
   int m_nMinimum = g_nWindow;
   BSE::CBasicArray<unsigned char> m_window;
   std::int64_t m_nWindowPos = 0;

@@ -43,6 +43,7 @@ bool PDLClassifier::Classify()
   if (!WalkCatalogue())
     return false;
   WalkInformation();
+  WalkLeft();
   return true;
 }
 
@@ -91,15 +92,19 @@ void PDLClassifier::WalkInherited(const TPDPage& page)
 {
   for (int i = 0; i < ePDInheritableCount; ++i)
   {
-    if (page.m_inherited[i] < 0)
-      continue;
-    PDParser parser(m_tree.GetValueText(page.m_inherited[i]), true);
-    m_scratch.Truncate(0);
-    if (parser.ParseValue(m_object) == TPDResult::Complete)
-      m_reader.Read(m_object, 0, ePDInside, m_scratch);
-    Push(m_scratch.GetSpan(), i == ePDResources ? ePDMarkerFont : ePDMarkerPage, false);
+    if (page.m_inherited[i] >= 0)
+      Push(ReadInherited(page.m_inherited[i]), i == ePDResources ? ePDMarkerFont : ePDMarkerPage, false);
   }
   Run();
+}
+
+std::span<const TPDEdge> PDLClassifier::ReadInherited(int nValue)
+{
+  PDParser parser(m_tree.GetValueText(nValue), true);
+  m_scratch.Truncate(0);
+  if (parser.ParseValue(m_object) == TPDResult::Complete)
+    m_reader.Read(m_object, 0, ePDInside, m_scratch);
+  return m_scratch.GetSpan();
 }
 
 void PDLClassifier::WalkNodes()

@@ -35,13 +35,14 @@ enum TPDCategory
   ePDCategoryPageLabels = 10,
   ePDCategoryInformation = 11,
   ePDCategoryStructure = 12,
-  ePDCategoryOther = 13,
+  ePDCategoryOther = 13,  // also what no walk follows
   ePDCategoryCount = 14
 };
 
 // Sorts the objects of a document by who uses them: the first page, one other page, several pages, or an
 // entry of the catalogue. Pages are walked before the catalogue, so that what a page needs is found with it.
-// An object that nothing reaches belongs to no list.
+// In the end everything is followed that the walks leave alone: an object that belongs to no list is reached
+// by nothing.
 class PDLClassifier : public PDBase
 {
 public:
@@ -90,10 +91,19 @@ private:
   bool MarkRoles();
   void WalkPage(int nPage);
   void WalkInherited(const TPDPage& page);
+
+  // The edges of a value of the page tree, until the next call.
+  std::span<const TPDEdge> ReadInherited(int nValue);
   void WalkNodes();
   bool WalkCatalogue();
   void WalkEntry(TPDCategory nCategory, std::span<const TPDEdge> edges);
   void WalkInformation();
+
+  // Follows what no walk has followed, from all that has been reached.
+  void WalkLeft();
+  void AddLeft(std::span<const TPDEdge> edges, TPDRole nRole, BSE::CBasicArray<int>& pending);
+  void AddLeftInherited(BSE::CBasicArray<int>& pending);
+  bool IsReached(int nObject) const;
 
   // Makes an object's edges known; false if it cannot be read.
   bool Parse(int nObject);

@@ -1,5 +1,7 @@
 #include "pdf/linearize/PDLOutput.h"
 
+#include <cstring>
+
 // The bytes of a linearized file.
 
 namespace
@@ -21,6 +23,7 @@ bool PDLOutput::WriteDocument(PDWriter& output)
   WriteHeader(output);
   WriteLinearization(output);
   WriteFirstSection(output);
+  WriteEncrypt(output);
   if (!WritePart(m_head, output) || output.Tell() != m_nHintOffset || !WriteHints(output))
     return false;
   if (!WritePart(m_first, output) || output.Tell() != m_nFirstPageEnd || !WritePart(m_rest, output))
@@ -44,8 +47,10 @@ bool PDLOutput::WritePart(const TPart& part, PDWriter& output)
 
 void PDLOutput::WriteHeader(PDWriter& output)
 {
+  const char* szVersion = m_input.GetVersion();
   output.Put("%PDF-");
-  output.Put(m_input.GetVersion());
+  output.Put(m_pSecurity && std::strcmp(szVersion, m_pSecurity->m_szVersion) < 0 ? m_pSecurity->m_szVersion
+                                                                                 : szVersion);
   output.Put("\n");
   output.Put(g_szBinary);
 }
@@ -106,6 +111,8 @@ void PDLOutput::WriteFirstSection(PDWriter& output)
   output.PutNumber(m_nObjectCount - m_nLinearizationNumber);
   output.PutByte('\n');
   WritePosition(m_nLinearization, output);
+  if (m_pSecurity)
+    WritePosition(m_nEncrypt, output);
   WritePositions(m_head, m_nHead, output);
   WritePosition(m_nHintOffset, output);
   WritePositions(m_first, m_nHintEnd, output);
@@ -115,14 +122,38 @@ void PDLOutput::WriteFirstSection(PDWriter& output)
   output.PutSpacePadded(m_nMainXRef, g_nPositionWidth);
   WriteTrailerReference("/Root ", m_input.GetRoot(), output);
   WriteTrailerReference("/Info ", m_input.GetInfo(), output);
-  if (!m_input.GetIdText().empty())
+  WriteSecurity(output);
+  output.Put(">>\nstartxref\n0\n%%EOF\n");
+}
+
+// The identifier stands with the encryption, whose keys may depend on it.
+void PDLOutput::WriteSecurity(PDWriter& output)
+{
+  const std::span<const unsigned char> id = m_pSecurity ? m_pSecurity->m_id.GetSpan() : m_input.GetIdText();
+  if (!id.empty())
     output.Put("/ID ");
-  output.Put(m_input.GetIdText());
+  output.Put(id);
+  if (m_pSecurity)
+  {
+    output.Put("/Encrypt ");
+    output.PutNumber(m_nEncryptNumber);
+    output.Put(" 0 R");
+    return;
+  }
   WriteTrailerReference("/Encrypt ", m_input.GetEncrypt(), output);
   if (!m_input.GetEncryptText().empty())
     output.Put("/Encrypt ");
   output.Put(m_input.GetEncryptText());
-  output.Put(">>\nstartxref\n0\n%%EOF\n");
+}
+
+void PDLOutput::WriteEncrypt(PDWriter& output)
+{
+  if (!m_pSecurity)
+    return;
+  output.PutNumber(m_nEncryptNumber);
+  output.Put(" 0 obj\n");
+  output.Put(m_pSecurity->m_dictionary.GetSpan());
+  output.Put("\nendobj\n");
 }
 
 void PDLOutput::WriteMainSection(PDWriter& output)

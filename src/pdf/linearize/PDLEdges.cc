@@ -63,33 +63,49 @@ void PDLEdgeReader::AddArray(const TWork& work)
 void PDLEdgeReader::AddDictionary(const TWork& work)
 {
   const auto nFirst = static_cast<std::size_t>(m_work.GetSize());
+  const bool bLeft = work.m_nKind >= ePDLeft;
   const bool bPages = m_pObject->IsName(m_pObject->Find(work.m_nNode, "Type"), "Pages");
-  const int nResources = bPages ? -1 : m_pObject->Find(work.m_nNode, "Resources");
-  const int nContents = m_pObject->Find(work.m_nNode, "Contents");
+  const int nResources = bPages || bLeft ? -1 : m_pObject->Find(work.m_nNode, "Resources");
+  const int nContents = bLeft ? -1 : m_pObject->Find(work.m_nNode, "Contents");
   if (nResources >= 0)
     m_work.Add({nResources, ePDFollow, ePDMarkerFont, ePDInside});
   if (nContents >= 0)
     m_work.Add({nContents, ePDFollow, work.m_nMarker, ePDInside});
-  m_work.Add({-1, ePDFlush, ePDMarkerNone, work.m_nPlace});
+  if (!bLeft)
+    m_work.Add({-1, ePDFlush, ePDMarkerNone, work.m_nPlace});
   const int nEnd = m_pObject->GetNext(work.m_nNode);
   for (int nKey = work.m_nNode + 1; nKey < nEnd; nKey = m_pObject->GetNext(nKey + 1))
   {
-    if (m_pObject->GetNode(nKey + 1).m_bReferences && nKey + 1 != nResources && nKey + 1 != nContents &&
-        !IsSkipped(work, nKey, bPages))
+    if (!m_pObject->GetNode(nKey + 1).m_bReferences || nKey + 1 == nResources || nKey + 1 == nContents ||
+        IsLength(work, nKey))
+      continue;
+    const TPDEdgeKind nLeft = bLeft ? work.m_nKind : GetLeftKind(work, nKey, bPages);
+    if (nLeft != ePDFollow)
+      m_work.Add({nKey + 1, nLeft, work.m_nMarker, ePDInside});
+    else
       AddEntry(work, nKey);
   }
   const std::span<TWork> added = m_work.GetSpan().subspan(nFirst);
   std::reverse(added.begin(), added.end());
 }
 
-bool PDLEdgeReader::IsSkipped(const TWork& dictionary, int nKey, bool bPages) const
+TPDEdgeKind PDLEdgeReader::GetLeftKind(const TWork& dictionary, int nKey, bool bPages) const
 {
-  if (m_pObject->IsName(nKey, "Parent") || m_pObject->IsName(nKey, "Prev"))
-    return true;
-  if (dictionary.m_nPlace == ePDStreamObject && m_pObject->IsName(nKey, "Length"))
-    return m_pObject->GetType(nKey + 1) == ePDReference;
-  return bPages && std::any_of(std::begin(g_pdInheritableKeys), std::end(g_pdInheritableKeys),
-                               [this, nKey](const char* szKey) { return m_pObject->IsName(nKey, szKey); });
+  const TPDEdgeKind nLeft = dictionary.m_nPlace == ePDInside ? ePDLeft : ePDLeftOfTree;
+  if (m_pObject->IsName(nKey, "Parent"))
+    return nLeft;
+  if (m_pObject->IsName(nKey, "Prev"))
+    return ePDLeft;
+  const bool bInherited =
+      bPages && std::any_of(std::begin(g_pdInheritableKeys), std::end(g_pdInheritableKeys),
+                            [this, nKey](const char* szKey) { return m_pObject->IsName(nKey, szKey); });
+  return bInherited ? nLeft : ePDFollow;
+}
+
+bool PDLEdgeReader::IsLength(const TWork& dictionary, int nKey) const
+{
+  return dictionary.m_nPlace == ePDStreamObject && m_pObject->IsName(nKey, "Length") &&
+         m_pObject->GetType(nKey + 1) == ePDReference;
 }
 
 void PDLEdgeReader::AddEntry(const TWork& dictionary, int nKey)

@@ -23,8 +23,10 @@ enum TPDEdgeKind : unsigned char
   ePDNext,
   ePDDefer,  // the edges from here to ePDDeferEnd come after all others
   ePDDeferEnd,
-  ePDFlush,     // what has been deferred comes here
-  ePDChainItem  // follows a list of outline items; not found in objects
+  ePDFlush,      // what has been deferred comes here
+  ePDChainItem,  // follows a list of outline items; not found in objects
+  ePDLeft,       // no walk follows it: Parent and Prev entries, and what stands below them
+  ePDLeftOfTree  // nor is it carried over from the page tree: Parent, and values that pages inherit
 };
 
 // A reference in 32 bits: the object it leads to, and how.
@@ -45,6 +47,10 @@ constexpr TPDEdgeKind GetPDEdgeKind(TPDEdge nEdge)
 {
   return static_cast<TPDEdgeKind>(nEdge >> 24 & 0xF);
 }
+constexpr bool IsPDEdgeLeft(TPDEdge nEdge)
+{
+  return GetPDEdgeKind(nEdge) >= ePDLeft;
+}
 constexpr TPDMarker GetPDEdgeMarker(TPDEdge nEdge)
 {
   return static_cast<TPDMarker>(nEdge >> 28);
@@ -59,9 +65,9 @@ enum TPDPlace : unsigned char
 };
 
 // Finds the references of a value in the order in which a walk follows them: of every dictionary first its
-// Resources, then its Contents, then all other entries as they stand, XObject resources last. References that
-// no walk follows (Parent, Prev, the Length of a stream, inherited values of a page tree node) and those to
-// objects that do not exist are left out. References below Resources carry the font marker.
+// Resources, then its Contents, then all other entries as they stand, XObject resources last. The Length of a
+// stream and references to objects that do not exist are left out. References below Resources carry the font
+// marker.
 class PDLEdgeReader
 {
 public:
@@ -84,7 +90,10 @@ private:
   void AddArray(const TWork& work);
   void AddDictionary(const TWork& work);
   void AddEntry(const TWork& dictionary, int nKey);
-  bool IsSkipped(const TWork& dictionary, int nKey, bool bPages) const;
+
+  // How no walk follows the entry; ePDFollow for all others.
+  TPDEdgeKind GetLeftKind(const TWork& dictionary, int nKey, bool bPages) const;
+  bool IsLength(const TWork& dictionary, int nKey) const;
 
   const PDFile& m_file;
   const PDObj* m_pObject = nullptr;

@@ -31,13 +31,6 @@ constexpr std::int64_t g_nFreeMemory = std::int64_t{16} << 20;
 PDLInput::PDLInput() = default;
 PDLInput::~PDLInput() = default;
 
-PDLInput::TState PDLInput::Open(std::span<const unsigned char> memory, PDCryptor* pCryptor)
-{
-  m_pInput.Reset(new PDInput(memory));
-  m_pSide.Reset(new PDInput(memory));
-  return OpenInput(pCryptor);
-}
-
 PDLInput::TState PDLInput::Open(BSE::IByteStream* pStream, PDCryptor* pCryptor)
 {
   if (!pStream || !pStream->IsValid() || !pStream->IsSeekable())
@@ -47,11 +40,6 @@ PDLInput::TState PDLInput::Open(BSE::IByteStream* pStream, PDCryptor* pCryptor)
   }
   m_pInput.Reset(new PDInput(pStream));
   m_pSide.Reset(new PDInput(pStream, g_nSideWindow));
-  return OpenInput(pCryptor);
-}
-
-PDLInput::TState PDLInput::OpenInput(PDCryptor* pCryptor)
-{
   m_nBudget = g_nFreeXRef + g_nXRefRatio * m_pInput->GetLength();
   if (!ReadHeader() || !ReadChain(FindStartXRef()) || !BuildEntries())
     return TState::Damaged;

@@ -23,11 +23,8 @@ public:
     NeedsCryptor
   };
 
-  // The block must outlive the object, as must the cryptor, which may be null for a document that is not
-  // encrypted.
-  TState Open(std::span<const unsigned char> memory, PDCryptor* pCryptor);
-
-  // The stream has to be seekable.
+  // The stream has to be seekable. The cryptor must outlive the object; it may be null for a document that is
+  // not encrypted.
   TState Open(BSE::IByteStream* pStream, PDCryptor* pCryptor);
 
 private:
@@ -39,7 +36,6 @@ private:
     unsigned char m_nType;
   };
 
-  TState OpenInput(PDCryptor* pCryptor);
   bool ReadHeader();
   std::int64_t FindStartXRef();
 

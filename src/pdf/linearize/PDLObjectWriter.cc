@@ -44,11 +44,20 @@ bool PDLObjectWriter::WriteObject(int nObject, PDWriter& output)
   return bWritten;
 }
 
+void PDLObjectWriter::SetNewKeys(bool bPlainMetadata)
+{
+  m_bNewKeys = true;
+  m_bNewPlainMetadata = bPlainMetadata;
+  m_lengths.SetSize(m_file.GetCount());
+}
+
 void PDLObjectWriter::BeginObject(int nObject, PDWriter& output)
 {
   m_nNewNumber = m_numbers[nObject];
-  m_bExempt = nObject == m_file.GetEncrypt() ||
-              (m_file.HasPlainMetadata() && m_object.IsName(m_object.Find(0, "Type"), "Metadata"));
+  const bool bMetadata = m_object.IsName(m_object.Find(0, "Type"), "Metadata");
+  m_bSourceEncrypted = m_pCryptor && m_file.IsEncrypted() && nObject != m_file.GetEncrypt() &&
+                       !(bMetadata && m_file.HasPlainMetadata());
+  m_bEncrypted = m_bNewKeys ? !(bMetadata && m_bNewPlainMetadata) : m_bSourceEncrypted;
   SetSource(nObject);
   output.PutNumber(m_nNewNumber);
   output.Put(" 0 obj\n");
@@ -60,18 +69,16 @@ void PDLObjectWriter::SetSource(int nObject)
   const TPDEntry& entry = m_file.GetEntry(nObject);
   m_nOldNumber = entry.m_nNumber;
   m_nOldGeneration = entry.m_nGeneration;
-  m_eStrings = TStrings::Carry;
-  if (IsEncrypted() && entry.m_bStored)
-    m_eStrings = TStrings::Encrypt;
-  else if (IsEncrypted() && m_file.HasObjectKeys())
-    m_eStrings = TStrings::Recrypt;
+  const bool bNewKey = m_bNewKeys || m_file.HasObjectKeys();
+  m_bDecryptStrings = m_bSourceEncrypted && !entry.m_bStored && bNewKey;
+  m_bEncryptStrings = m_bEncrypted && (entry.m_bStored || bNewKey);
 }
 
 // --- Values
 
 bool PDLObjectWriter::IsCarried(const TPDNode& node) const
 {
-  return !node.m_bReferences && (m_eStrings == TStrings::Carry || !node.m_bStrings);
+  return !node.m_bReferences && (!node.m_bStrings || (!m_bDecryptStrings && !m_bEncryptStrings));
 }
 
 // Parts that stay as they are go out in one piece.
@@ -118,9 +125,10 @@ void PDLObjectWriter::WriteString(const PDObj& object, int nNode, PDWriter& outp
 {
   constexpr char digits[] = "0123456789ABCDEF";
   object.DecodeString(nNode, m_bytes);
-  if (m_eStrings == TStrings::Recrypt)
+  if (m_bDecryptStrings)
     m_pCryptor->DecryptString(m_bytes, m_nOldNumber, m_nOldGeneration);
-  m_pCryptor->EncryptString(m_bytes, m_nNewNumber, 0);
+  if (m_bEncryptStrings)
+    m_pCryptor->EncryptString(m_bytes, m_nNewNumber, 0);
   output.PutByte('<');
   for (const unsigned char nByte : m_bytes.GetSpan())
   {

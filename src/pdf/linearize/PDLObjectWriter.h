@@ -1,16 +1,17 @@
 #pragma once
 
+#include "pdf/linearize/PDDeflater.h"
 #include "pdf/linearize/PDLClassifier.h"
 #include "pdf/linearize/PDWriter.h"
 
 // Writes objects of a document under new numbers: references are renumbered and lead to null where nothing is
 // written, pages get what they inherit, stream lengths stand in the dictionaries. Encrypted bytes are carried
-// as they are where one key serves the whole document; else, and for what object streams held in plain, they
-// are encrypted anew.
+// as they are where one key serves the whole document and stays; else, and for what object streams held in
+// plain, they are encrypted anew.
 class PDLObjectWriter : public PDBase
 {
 public:
-  // All must outlive the writer. The cryptor is null for a document that is not encrypted.
+  // All must outlive the writer. The cryptor is null for a document that is not and will not be encrypted.
   PDLObjectWriter(PDFile& file, const PDLPageTree& tree, const PDLClassifier& classifier,
                   PDCryptor* pCryptor);
 
@@ -19,8 +20,11 @@ public:
   // 0 for an object that is not written.
   int GetNumber(int nObject) const { return m_numbers[nObject]; }
 
-  // Whether plain metadata streams of pages may be compressed.
-  void SetCompressMetadata(bool bCompress) { m_bCompressMetadata = bCompress; }
+  // Compresses plain metadata streams of pages; null, as at the start, leaves them as they are.
+  void SetMetadataDeflater(PDDeflater* pDeflater) { m_pMetadataDeflater = pDeflater; }
+
+  // The cryptor encrypts by other keys than it decrypts by, or decrypts nothing.
+  void SetNewKeys(bool bPlainMetadata);
 
   // The whole object, from its number to its end. Measuring comes before writing. False if it cannot be read.
   bool WriteObject(int nObject, PDWriter& output);
@@ -30,13 +34,6 @@ public:
                       std::span<const unsigned char> data, PDWriter& output);
 
 private:
-  enum class TStrings
-  {
-    Carry,
-    Encrypt,
-    Recrypt
-  };
-
   // --- Values
   void WriteNode(const PDObj& object, int nNode, PDWriter& output);
   void WriteLeaf(const PDObj& object, int nNode, PDWriter& output);
@@ -65,9 +62,10 @@ private:
   bool WriteRecrypted(int nObject, const PDObj& object, const TPDStream& stream, PDWriter& output);
   void WriteStreamHead(const PDObj& object, bool bCompressed, std::int64_t nLength, PDWriter& output);
 
+  bool IsCarried(const PDObj& object) const;
+
   // Deflated data of a plain metadata stream; false where that gains nothing.
   bool CompressMetadata(const PDObj& object, const TPDStream& stream, BSE::CBasicArray<unsigned char>& data);
-  bool IsEncrypted() const { return m_pCryptor && !m_bExempt; }
   bool EncryptData(int nNumber, std::span<const unsigned char> data, PDWriter& output);
   bool RecryptData(const TPDStream& stream, PDWriter& output);
   BSE::CObjectPtr<BSE::IByteStream> CreateReader(const TPDStream& stream);
@@ -76,7 +74,9 @@ private:
   const PDLPageTree& m_tree;
   const PDLClassifier& m_classifier;
   PDCryptor* m_pCryptor;
-  bool m_bCompressMetadata = true;
+  PDDeflater* m_pMetadataDeflater = nullptr;
+  bool m_bNewKeys = false;
+  bool m_bNewPlainMetadata = false;
   BSE::CBasicArray<int> m_numbers;
   BSE::CBasicArray<int> m_treePlaces;        // index of a page or node in the tree
   BSE::CBasicArray<std::int64_t> m_lengths;  // of streams that are encrypted anew, as measured
@@ -85,8 +85,10 @@ private:
   BSE::CBasicArray<unsigned char> m_bytes;
 
   // Of the object that is written.
-  TStrings m_eStrings = TStrings::Carry;
-  bool m_bExempt = false;
+  bool m_bSourceEncrypted = false;  // bytes outside of object streams
+  bool m_bEncrypted = false;
+  bool m_bDecryptStrings = false;
+  bool m_bEncryptStrings = false;
   int m_nOldNumber = 0;
   int m_nOldGeneration = 0;
   int m_nNewNumber = 0;

@@ -1,10 +1,8 @@
 #include "pdf/linearize/PDLOutput.h"
 
-#include "base/MemoryStream.h"
-#include "images/filters/FlateEncodeFilter.h"
-
 #include <algorithm>
 #include <numeric>
+#include <utility>
 
 std::int64_t PDLOutput::TPart::GetLength(int nFirst, int nCount) const
 {
@@ -22,13 +20,18 @@ bool PDLOutput::Write(BSE::IByteStream* pOutput)
     return Fail(m_pClassifier->GetMessage());
   m_pClassifier->ReleaseEdges();
   m_pWriter.Reset(new PDLObjectWriter(m_input, m_tree, *m_pClassifier, m_pCryptor));
-  m_pWriter->SetCompressMetadata(m_bCompressMetadata);
+  if (m_bCompressMetadata)
+    m_pWriter->SetMetadataDeflater(m_pDeflater);
+  if (m_pSecurity)
+    m_pWriter->SetNewKeys(m_pSecurity->m_bPlainMetadata);
   CollectParts();
   AssignNumbers();
   if (!Measure() || !BuildHints() || !PlaceParts())
     return Fail(m_pWriter->GetMessage());
   PDWriter output(pOutput);
-  return WriteDocument(output) && output.Flush() ? true : Fail("The output cannot be written.");
+  const bool bWritten = WriteDocument(output) && output.Flush();
+  m_nWritten = output.GetWritten();
+  return bWritten || Fail("The output cannot be written.");
 }
 
 // --- Numbering
@@ -46,7 +49,7 @@ void PDLOutput::AddCategories(std::initializer_list<int> categories, TPart& part
 void PDLOutput::CollectParts()
 {
   const bool bOutlinesFirst = m_pClassifier->IsOutlinesFirst();
-  if (m_input.GetEncrypt() >= 0)
+  if (m_input.GetEncrypt() >= 0 && !m_pSecurity)
     m_head.m_objects.Add(m_input.GetEncrypt());
   m_head.m_objects.Add(m_input.GetRoot());
   AddCategories({7, 8, 6}, m_head);
@@ -80,6 +83,8 @@ void PDLOutput::AssignNumbers()
   for (const int nObject : m_rest.m_objects.GetSpan())
     m_pWriter->SetNumber(nObject, ++nNumber);
   m_nLinearizationNumber = ++nNumber;
+  if (m_pSecurity)
+    m_nEncryptNumber = ++nNumber;
   for (const int nObject : m_head.m_objects.GetSpan())
     m_pWriter->SetNumber(nObject, ++nNumber);
   m_nHintNumber = ++nNumber;
@@ -117,6 +122,8 @@ bool PDLOutput::BuildHints()
   WriteLinearization(counter);
   m_nFirstXRef = counter.Tell();
   WriteFirstSection(counter);
+  m_nEncrypt = counter.Tell();
+  WriteEncrypt(counter);
   m_nHead = counter.Tell();
   m_nHintOffset = m_nHead + m_head.GetLength();
 
@@ -130,17 +137,15 @@ bool PDLOutput::BuildHints()
     return Fail("The document is too large for hint tables.");
   hints.AppendEntries(m_hintEntries);
 
-  const BSE::CObjectPtr<BSE::CMemoryStream> pDeflated(new BSE::CMemoryStream);
-  const BSE::CObjectPtr<BSE::CFlateEncodeFilter> pEncoder(new BSE::CFlateEncodeFilter(pDeflated.Get()));
-  if (!pEncoder->WriteAll(m_hintData.GetData(), m_hintData.GetSize()) || !pEncoder->Close(false))
-    return Fail("The hint stream cannot be compressed.");
-  if (pDeflated->GetLength() >= m_hintData.GetSize())
+  BSE::CBasicArray<unsigned char> deflated;
+  if (!m_pDeflater || !m_pDeflater->Deflate(m_hintData.GetSpan(), deflated) ||
+      deflated.GetSize() >= m_hintData.GetSize())
     return true;
-  m_hintData.RemoveAll();
+  std::swap(m_hintData, deflated);
   constexpr unsigned char filter[] = {'/', 'F', 'i', 'l', 't', 'e', 'r', '/', 'F', 'l',
                                       'a', 't', 'e', 'D', 'e', 'c', 'o', 'd', 'e'};
   m_hintEntries.Append(filter);
-  return pDeflated->Rewind() && pDeflated->ReadToArray(m_hintData);
+  return true;
 }
 
 // Identifiers count the objects of the first section, then the shared ones.

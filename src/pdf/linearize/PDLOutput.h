@@ -4,6 +4,15 @@
 #include "pdf/linearize/PDLInput.h"
 #include "pdf/linearize/PDLObjectWriter.h"
 
+// A new encryption of a document.
+struct TPDSecurity
+{
+  BSE::CBasicArray<unsigned char> m_dictionary;  // text of the Encrypt dictionary
+  BSE::CBasicArray<unsigned char> m_id;          // of the ID array, on which keys may depend
+  const char* m_szVersion = "1.4";               // that knows the cipher
+  bool m_bPlainMetadata = false;
+};
+
 // Writes a document in the order of a linearized file (ISO 32000-1, Annex F):
 //
 //   header, linearization dictionary
@@ -21,13 +30,24 @@
 class PDLOutput : public PDBase
 {
 public:
-  // Both must outlive the object. The cryptor is null for a document that is not encrypted.
-  PDLOutput(PDLInput& input, PDCryptor* pCryptor) : m_input(input), m_pCryptor(pCryptor) {}
+  // All must outlive the object. The cryptor is null for a document that is not and will not be encrypted.
+  // Nothing is compressed without a deflater.
+  PDLOutput(PDLInput& input, PDCryptor* pCryptor, PDDeflater* pDeflater)
+      : m_input(input), m_pCryptor(pCryptor), m_pDeflater(pDeflater)
+  {
+  }
 
   // Whether plain metadata streams of pages may be compressed.
   void SetCompressMetadata(bool bCompress) { m_bCompressMetadata = bCompress; }
 
+  // Encryption by a dictionary in the place of the input's, if that has one; the cryptor encrypts by its
+  // keys. Must outlive the object.
+  void SetSecurity(const TPDSecurity* pSecurity) { m_pSecurity = pSecurity; }
+
   bool Write(BSE::IByteStream* pOutput);
+
+  // Bytes that the output has been given; it may have refused the last ones.
+  std::int64_t GetWritten() const { return m_nWritten; }
 
 private:
   // Objects that stand together, in order.
@@ -65,10 +85,14 @@ private:
   void WritePositions(const TPart& part, std::int64_t nPos, PDWriter& output);
   static void WritePosition(std::int64_t nPos, PDWriter& output);
   void WriteTrailerReference(const char* szKey, int nObject, PDWriter& output);
+  void WriteEncrypt(PDWriter& output);
+  void WriteSecurity(PDWriter& output);
   bool WriteHints(PDWriter& output);
 
   PDLInput& m_input;
   PDCryptor* m_pCryptor;
+  PDDeflater* m_pDeflater;
+  const TPDSecurity* m_pSecurity = nullptr;
   bool m_bCompressMetadata = true;
   PDLPageTree m_tree;
   BSE::CScopedPtr<PDLClassifier> m_pClassifier;
@@ -82,6 +106,7 @@ private:
   int m_nSharedStart = 0;              // index in m_rest
   int m_nOutlinesStart = 0;            // index in the part that has them
   int m_nLinearizationNumber = 0;
+  int m_nEncryptNumber = 0;  // of a new encryption dictionary
   int m_nHintNumber = 0;
   int m_nObjectCount = 0;  // with the free entry 0
 
@@ -91,10 +116,13 @@ private:
   // Positions in the file.
   std::int64_t m_nLinearization = 0;
   std::int64_t m_nFirstXRef = 0;
+  std::int64_t m_nEncrypt = 0;
   std::int64_t m_nHead = 0;
   std::int64_t m_nHintOffset = 0;
   std::int64_t m_nHintEnd = 0;
   std::int64_t m_nFirstPageEnd = 0;
   std::int64_t m_nMainXRef = 0;
   std::int64_t m_nFileLength = 0;
+
+  std::int64_t m_nWritten = 0;
 };

@@ -1,5 +1,3 @@
-#include "base/MemoryStream.h"
-#include "images/filters/FlateEncodeFilter.h"
 #include "pdf/linearize/PDLObjectWriter.h"
 
 #include <algorithm>
@@ -34,15 +32,21 @@ bool HasPlainData(const PDObj& object)
 bool PDLObjectWriter::WriteStreamObject(int nObject, const PDObj& object, const TPDStream& stream,
                                         PDWriter& output)
 {
-  if (m_bCompressMetadata && m_classifier.GetRole(nObject) == ePDRolePageMetadata)
+  if (m_pMetadataDeflater && m_classifier.GetRole(nObject) == ePDRolePageMetadata)
   {
     BSE::CBasicArray<unsigned char> data;
     if (CompressMetadata(object, stream, data))
       return WriteCompressed(object, data.GetSpan(), output);
   }
-  if (IsEncrypted() && m_file.HasObjectKeys() && !HasPlainData(object))
-    return WriteRecrypted(nObject, object, stream, output);
-  return WriteCarried(object, stream, output);
+  return IsCarried(object) ? WriteCarried(object, stream, output)
+                           : WriteRecrypted(nObject, object, stream, output);
+}
+
+bool PDLObjectWriter::IsCarried(const PDObj& object) const
+{
+  if (!m_bSourceEncrypted && !m_bEncrypted)
+    return true;
+  return (!m_bNewKeys && !m_file.HasObjectKeys()) || HasPlainData(object);
 }
 
 void PDLObjectWriter::WriteStreamHead(const PDObj& object, bool bCompressed, std::int64_t nLength,
@@ -115,18 +119,15 @@ bool PDLObjectWriter::CompressMetadata(const PDObj& object, const TPDStream& str
   if (object.Find(0, "Filter") >= 0 || object.Find(0, "F") >= 0 || stream.m_nLength > g_nMaxMetadata)
     return false;
   const BSE::CObjectPtr<BSE::IByteStream> pReader = CreateReader(stream);
-  const BSE::CObjectPtr<BSE::CMemoryStream> pDeflated(new BSE::CMemoryStream);
-  const BSE::CObjectPtr<BSE::CFlateEncodeFilter> pEncoder(new BSE::CFlateEncodeFilter(pDeflated.Get()));
-  if (!pReader || !pEncoder->CopyFrom(pReader.Get(), -1, false) || !pEncoder->Close(false) ||
-      pDeflated->GetLength() >= pEncoder->Tell() || !pDeflated->Rewind())
-    return false;
-  return pDeflated->ReadToArray(data);
+  BSE::CBasicArray<unsigned char> plain;
+  return pReader && pReader->ReadToArray(plain) && m_pMetadataDeflater->Deflate(plain.GetSpan(), data) &&
+         data.GetSize() < plain.GetSize();
 }
 
 BSE::CObjectPtr<BSE::IByteStream> PDLObjectWriter::CreateReader(const TPDStream& stream)
 {
   const BSE::CObjectPtr<BSE::IByteStream> pSection = m_file.CreateStreamReader(stream);
-  if (!IsEncrypted())
+  if (!m_bSourceEncrypted)
     return pSection;
   return m_pCryptor->CreateDecryptFilter(pSection.Get(), m_nOldNumber, m_nOldGeneration);
 }
@@ -135,15 +136,16 @@ bool PDLObjectWriter::RecryptData(const TPDStream& stream, PDWriter& output)
 {
   const BSE::CObjectPtr<BSE::IByteStream> pReader = CreateReader(stream);
   const BSE::CObjectPtr<BSE::IByteStream> pSink(new PDWriterStream(output));
-  const BSE::CObjectPtr<BSE::IByteStream> pFilter =
-      m_pCryptor->CreateEncryptFilter(pSink.Get(), m_nNewNumber, 0);
+  BSE::CObjectPtr<BSE::IByteStream> pFilter = pSink;
+  if (m_bEncrypted)
+    pFilter = m_pCryptor->CreateEncryptFilter(pSink.Get(), m_nNewNumber, 0);
   return pReader && pFilter && pFilter->CopyFrom(pReader.Get(), -1, false) &&
          m_pCryptor->Close(pFilter.Get()) && !output.HasFailed();
 }
 
 bool PDLObjectWriter::EncryptData(int nNumber, std::span<const unsigned char> data, PDWriter& output)
 {
-  if (!IsEncrypted())
+  if (!m_bEncrypted)
   {
     output.Put(data);
     return true;
@@ -156,7 +158,7 @@ bool PDLObjectWriter::EncryptData(int nNumber, std::span<const unsigned char> da
 bool PDLObjectWriter::WriteNewStream(int nNumber, std::span<const unsigned char> entries,
                                      std::span<const unsigned char> data, PDWriter& output)
 {
-  m_bExempt = false;
+  m_bEncrypted = m_pCryptor != nullptr;
   PDWriter counter;
   if (!EncryptData(nNumber, data, counter))
     return Fail("A stream cannot be encrypted.");

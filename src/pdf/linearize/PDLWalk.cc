@@ -45,7 +45,7 @@ void PDLClassifier::Push(std::span<const TPDEdge> edges, TPDMarker nMarker, bool
   {
     const TPDEdge nEdge = edges[i];
     TPDEdgeKind nKind = GetPDEdgeKind(nEdge);
-    if (bChain && nKind == ePDNext)
+    if (IsPDEdgeLeft(nEdge) || (bChain && nKind == ePDNext))
       continue;
     if (bChain && nKind == ePDFirst)
       nKind = ePDChainItem;
@@ -172,6 +172,78 @@ void PDLClassifier::AddUse(int nPage, int nObject)
     m_uses.Add({nPage, nObject});
   else if (nPage > 1)
     m_nRevisits = 0;
+}
+
+bool PDLClassifier::IsReached(int nObject) const
+{
+  const TObject& object = m_objects[nObject];
+  const bool bFixed = object.m_nRole != ePDRoleNone && object.m_nRole != ePDRolePageMetadata;
+  return bFixed || object.m_nOwner != 0 || (object.m_nFlags & ePDVisited) != 0;
+}
+
+void PDLClassifier::WalkLeft()
+{
+  BSE::CBasicArray<int> pending;
+  for (int nObject = 0; nObject < m_objects.GetSize(); ++nObject)
+  {
+    if (IsReached(nObject))
+      pending.Add(nObject);
+  }
+  AddLeftInherited(pending);
+  while (!pending.IsEmpty())
+  {
+    const int nObject = pending[pending.GetSize() - 1];
+    pending.Truncate(pending.GetSize() - 1);
+    if (nObject != m_file.GetEncrypt() && Parse(nObject))
+    {
+      m_scratch.Truncate(0);
+      m_scratch.Append(GetEdges(nObject));
+      AddLeft(m_scratch.GetSpan(), m_objects[nObject].m_nRole, pending);
+    }
+  }
+}
+
+// Values that no page inherits are carried nowhere.
+void PDLClassifier::AddLeftInherited(BSE::CBasicArray<int>& pending)
+{
+  BSE::CBasicArray<int> values;
+  for (const TPDPage& page : m_tree.GetPages())
+  {
+    for (const int nValue : page.m_inherited)
+    {
+      if (nValue >= 0)
+        values.Add(nValue);
+    }
+  }
+  const std::span<int> sorted = values.GetSpan();
+  std::sort(sorted.begin(), sorted.end());
+  int nLast = -1;
+  for (const int nValue : sorted)
+  {
+    if (nValue != nLast)
+    {
+      ReadInherited(nValue);
+      AddLeft(m_scratch.GetSpan(), ePDRoleNone, pending);
+    }
+    nLast = nValue;
+  }
+}
+
+// Pages and nodes of the tree get other parents when they are written.
+void PDLClassifier::AddLeft(std::span<const TPDEdge> edges, TPDRole nRole, BSE::CBasicArray<int>& pending)
+{
+  const bool bTree = nRole == ePDRolePage || nRole == ePDRoleNode;
+  for (const TPDEdge nEdge : edges)
+  {
+    const TPDEdgeKind nKind = GetPDEdgeKind(nEdge);
+    const int nTarget = GetPDEdgeTarget(nEdge);
+    const bool bOrder = nKind == ePDDefer || nKind == ePDDeferEnd || nKind == ePDFlush;
+    if (bOrder || (bTree && nKind == ePDLeftOfTree) || IsReached(nTarget) || !Parse(nTarget))
+      continue;
+    m_objects[nTarget].m_nFlags |= ePDVisited;
+    m_groups[ePDCategoryOther].Add(nTarget);
+    pending.Add(nTarget);
+  }
 }
 
 // What has been deferred earlier is followed first.

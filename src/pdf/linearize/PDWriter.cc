@@ -27,7 +27,7 @@ void PDWriter::Put(std::span<const unsigned char> bytes)
     return;
   if (n >= g_nBufferSize)
   {
-    m_bFailed = !m_pStream->WriteAll(bytes.data(), n);
+    Send(bytes.data(), n);
     return;
   }
   std::memcpy(m_buffer.GetData() + m_nFill, bytes.data(), bytes.size());
@@ -68,10 +68,16 @@ void PDWriter::PutSpacePadded(std::int64_t nNumber, int nWidth)
     PutByte(' ');
 }
 
+void PDWriter::Send(const unsigned char* pBytes, std::int64_t n)
+{
+  m_nWritten += n;
+  m_bFailed = !m_pStream->WriteAll(pBytes, n);
+}
+
 bool PDWriter::Flush()
 {
   if (m_nFill > 0 && !m_bFailed)
-    m_bFailed = !m_pStream->WriteAll(m_buffer.GetData(), m_nFill);
+    Send(m_buffer.GetData(), m_nFill);
   m_nFill = 0;
   return !m_bFailed;
 }

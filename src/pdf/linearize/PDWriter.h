@@ -35,16 +35,22 @@ public:
 
   bool Flush();
 
+  // Bytes that the stream has been given; it may have refused the last ones.
+  std::int64_t GetWritten() const { return m_nWritten; }
+
   // True once the stream has refused something; nothing is written from then on.
   bool HasFailed() const { return m_bFailed; }
 
 private:
   static constexpr int g_nBufferSize = 1 << 16;
 
+  void Send(const unsigned char* pBytes, std::int64_t n);
+
   BSE::CObjectPtr<BSE::IByteStream> m_pStream;
   BSE::CBasicArray<unsigned char> m_buffer;
   int m_nFill = 0;
   std::int64_t m_nPos = 0;
+  std::int64_t m_nWritten = 0;
   bool m_bFailed = false;
 };
 

@@ -1,4 +1,5 @@
 #include "base/FileStream.h"
+#include "pdf/linearize/DocumentLinearizer.h"
 #include "tests/pdf/linearize/LinearizeSupport.h"
 #include "tests/support/Samples.h"
 
@@ -6,12 +7,47 @@ namespace
 {
 
 using Linearize::CLinearizedFile;
+using PDF::CTextString;
+using PDF::TEncryption;
 
 struct TCase
 {
   const char* szName;
   std::vector<std::string> arguments;
 };
+
+const TCase g_cases[] = {{"RC4 40", {"40", "--"}},
+                         {"RC4 128", {"128", "--use-aes=n", "--"}},
+                         {"AES 128", {"128", "--use-aes=y", "--"}},
+                         {"AES 128, metadata in clear", {"128", "--use-aes=y", "--cleartext-metadata", "--"}},
+                         {"AES 256", {"256", "--"}},
+                         {"AES 256, metadata in clear", {"256", "--cleartext-metadata", "--"}}};
+
+// A document with something secret in every place that encryption treats in its own way.
+std::string MakeDocument()
+{
+  Support::CPdfBuilder builder;
+  const int nMetadata = builder.AddStream(std::string(500, 'm'), "/Type/Metadata/Subtype/XML");
+  builder.AddPage("BT /F1 10 Tf (one) Tj ET", "/Metadata " + std::to_string(nMetadata) + " 0 R");
+  builder.AddPage("BT /F1 10 Tf (two) Tj ET");
+  const int nDocument = builder.AddStream(std::string(500, 'd'), "/Type/Metadata/Subtype/XML");
+  builder.SetCatalogEntries("/Lang(de-AT)/Metadata " + std::to_string(nDocument) + " 0 R");
+  const int nInfo = builder.AddObject("<</Title(A \\(secret\\) title)>>");
+  builder.SetTrailerEntries("/Info " + std::to_string(nInfo) + " 0 R");
+  return builder.Build();
+}
+
+TEncryption MakeEncryption(int nKeyLength, const char* szCrypt, bool bMetadata = true)
+{
+  TEncryption encryption;
+  encryption.m_userPassword = CTextString("new");
+  encryption.m_ownerPassword = CTextString("boss");
+  encryption.m_nKeyLength = nKeyLength;
+  encryption.m_szStreamCrypt = szCrypt;
+  encryption.m_szStringCrypt = szCrypt;
+  encryption.m_bEncryptMetadata = bMetadata;
+  return encryption;
+}
 
 class LinearizerEncrypted : public testing::Test
 {
@@ -41,46 +77,156 @@ protected:
            PDF::GetLinearizer()->LinearizeFile(sInput.c_str(), sOutput.c_str(), file);
   }
 
+  // The document in the encryption of a case, by the tool.
+  void WriteEncrypted(const TCase& c, const char* szStreams)
+  {
+    Support::WriteFile(m_folder / "plain.pdf", MakeDocument());
+    std::vector<std::string> encrypt = {"--allow-weak-crypto",
+                                        "--compress-streams=n",
+                                        std::string("--object-streams=") + szStreams,
+                                        "--encrypt",
+                                        "user",
+                                        "owner"};
+    encrypt.insert(encrypt.end(), c.arguments.begin(), c.arguments.end());
+    encrypt.insert(encrypt.end(), {m_folder / "plain.pdf", m_folder / "encrypted.pdf"});
+    RunTool(encrypt);
+  }
+
+  // A linearized file that opens with the password has all that the document has, and shows none of it.
+  void ExpectWhole(const std::string& sPath, const std::string& sPassword)
+  {
+    const std::string sLinear = Support::ReadFile(sPath);
+    EXPECT_EQ(Linearize::GetComplaints(sLinear, sPassword), std::vector<std::string>());
+    EXPECT_EQ(sLinear.find("secret"), std::string::npos);
+    EXPECT_EQ(CLinearizedFile(sLinear).m_nPages, 2);
+    const std::string sText = RunTool({"--password=" + sPassword, "--decrypt", "--qdf", sPath, "-"});
+    for (const char* szText :
+         {"(one) Tj", "(two) Tj", "(de-AT)", "(A \\(secret\\) title)", "mmmmmmmm", "dddddddd"})
+      EXPECT_NE(sText.find(szText), std::string::npos) << szText;
+  }
+
+  bool OpensWith(const std::string& sPath, const std::string& sPassword)
+  {
+    return Support::RunProgram({"qpdf", "--password=" + sPassword, "--show-npages", sPath}).nExitCode == 0;
+  }
+
   Support::CTempFolder m_folder;
 };
 
 // Texts, titles and plain metadata are the same for a reader that has the password.
 TEST_F(LinearizerEncrypted, KeepsTheSecurity)
 {
-  Support::CPdfBuilder builder;
-  const int nMetadata = builder.AddStream(std::string(500, 'm'), "/Type/Metadata/Subtype/XML");
-  builder.AddPage("BT /F1 10 Tf (one) Tj ET", "/Metadata " + std::to_string(nMetadata) + " 0 R");
-  builder.AddPage("BT /F1 10 Tf (two) Tj ET");
-  builder.SetCatalogEntries("/Lang(de-AT)/Metadata " + std::to_string(nMetadata) + " 0 R");
-  const int nInfo = builder.AddObject("<</Title(A \\(secret\\) title)>>");
-  builder.SetTrailerEntries("/Info " + std::to_string(nInfo) + " 0 R");
-  Support::WriteFile(m_folder / "plain.pdf", builder.Build());
-  const TCase cases[] = {{"RC4 40", {"40", "--"}},
-                         {"RC4 128", {"128", "--use-aes=n", "--"}},
-                         {"AES 128", {"128", "--use-aes=y", "--"}},
-                         {"AES 128, metadata in clear", {"128", "--use-aes=y", "--cleartext-metadata", "--"}},
-                         {"AES 256", {"256", "--"}},
-                         {"AES 256, metadata in clear", {"256", "--cleartext-metadata", "--"}}};
-  for (const TCase& c : cases)
+  for (const TCase& c : g_cases)
   {
     for (const char* szStreams : {"disable", "generate"})
     {
       SCOPED_TRACE(std::string(c.szName) + ", object streams: " + szStreams);
-      std::vector<std::string> encrypt = {"--allow-weak-crypto", std::string("--object-streams=") + szStreams,
-                                          "--encrypt", "user", "owner"};
-      encrypt.insert(encrypt.end(), c.arguments.begin(), c.arguments.end());
-      encrypt.insert(encrypt.end(), {m_folder / "plain.pdf", m_folder / "encrypted.pdf"});
-      RunTool(encrypt);
+      WriteEncrypted(c, szStreams);
       const std::string sOutput = m_folder / "linear.pdf";
       ASSERT_TRUE(Linearize(m_folder / "encrypted.pdf", sOutput, "user"));
-      const std::string sLinear = Support::ReadFile(sOutput);
-      EXPECT_EQ(Linearize::GetComplaints(sLinear, "user"), std::vector<std::string>());
-      EXPECT_EQ(sLinear.find("secret"), std::string::npos);
-      EXPECT_EQ(CLinearizedFile(sLinear).m_nPages, 2);
-      const std::string sText = RunTool({"--password=user", "--decrypt", "--qdf", sOutput, "-"});
-      for (const char* szText : {"(one) Tj", "(two) Tj", "(de-AT)", "(A \\(secret\\) title)", "mmmmmmmm"})
-        EXPECT_NE(sText.find(szText), std::string::npos) << szText;
+      ExpectWhole(sOutput, "user");
     }
+  }
+}
+
+// From every encryption, and from none, to every other one.
+TEST_F(LinearizerEncrypted, TakesNewPasswords)
+{
+  const struct
+  {
+    TEncryption encryption;
+    const char* szMethod;
+    const char* szVersion;
+  } targets[] = {{MakeEncryption(40, nullptr), "R = 2", "1."},
+                 {MakeEncryption(128, nullptr), "R = 3", "1."},
+                 {MakeEncryption(128, "AESV2"), "R = 4", "1."},
+                 {MakeEncryption(256, nullptr), "R = 6", "2.0"},
+                 {MakeEncryption(256, "AESV3", false), "R = 6", "2.0"},
+                 {MakeEncryption(128, "AESV2", false), "R = 4", "1."}};
+  std::vector<TCase> sources(std::begin(g_cases), std::end(g_cases));
+  sources.push_back({"plain", {}});
+  const std::string sOutput = m_folder / "linear.pdf";
+  BSE::CErrorHandler errors;
+  for (size_t i = 0; i < sources.size(); ++i)
+  {
+    const bool bPlain = sources[i].arguments.empty();
+    if (!bPlain)
+      WriteEncrypted(sources[i], i % 2 == 0 ? "disable" : "generate");
+    const std::string sInput = m_folder / (bPlain ? "plain.pdf" : "encrypted.pdf");
+    for (const auto& target : targets)
+    {
+      SCOPED_TRACE(std::string(sources[i].szName) + " to " + target.szMethod);
+      ASSERT_TRUE(LinearizeDocument(sInput.c_str(), CTextString("owner"), sOutput.c_str(), &target.encryption,
+                                    &errors));
+      EXPECT_FALSE(OpensWith(sOutput, "user") || OpensWith(sOutput, "owner") || OpensWith(sOutput, ""));
+      EXPECT_TRUE(OpensWith(sOutput, "boss"));
+      ExpectWhole(sOutput, "new");
+      const std::string sShown = RunTool({"--show-encryption", "--password=new", sOutput});
+      EXPECT_NE(sShown.find(target.szMethod), std::string::npos) << sShown;
+      const std::string sLinear = Support::ReadFile(sOutput);
+      EXPECT_EQ(sLinear.substr(5, std::strlen(target.szVersion)), target.szVersion);
+      EXPECT_EQ(sLinear.find("dddddd") == std::string::npos, target.encryption.m_bEncryptMetadata);
+    }
+  }
+}
+
+TEST_F(LinearizerEncrypted, LeavesTheSecurityThatNobodyChanges)
+{
+  const TEncryption unset;
+  const std::string sPath = m_folder / "encrypted.pdf";
+  BSE::CErrorHandler errors;
+  for (const TEncryption* pEncryption : {static_cast<const TEncryption*>(nullptr), &unset})
+  {
+    for (const char* szPassword : {"user", "owner"})
+    {
+      WriteEncrypted(g_cases[2], "generate");
+      // The output takes the place of the input.
+      ASSERT_TRUE(
+          LinearizeDocument(sPath.c_str(), CTextString(szPassword), sPath.c_str(), pEncryption, &errors));
+      ExpectWhole(sPath, "user");
+      EXPECT_TRUE(OpensWith(sPath, "owner"));
+      EXPECT_FALSE(OpensWith(sPath, ""));
+    }
+  }
+  const std::string sPlain = m_folder / "plain.pdf";
+  ASSERT_TRUE(LinearizeDocument(sPlain.c_str(), CTextString(), sPlain.c_str(), nullptr, &errors));
+  EXPECT_TRUE(OpensWith(sPlain, ""));
+  TEncryption permissions;
+  permissions.m_nPermissions = 0;
+  ASSERT_TRUE(LinearizeDocument(sPlain.c_str(), CTextString(), sPlain.c_str(), &permissions, &errors));
+  EXPECT_NE(RunTool({"--show-encryption", sPlain}).find("P = 0"), std::string::npos);
+  ExpectWhole(sPlain, "");
+}
+
+TEST_F(LinearizerEncrypted, ReportsWhatCannotBeOpenedOrWritten)
+{
+  WriteEncrypted(g_cases[4], "disable");
+  Support::WriteFile(m_folder / "text.pdf", "no document");
+  const TEncryption odd = MakeEncryption(77, nullptr);
+  const struct
+  {
+    const char* szInput;
+    const char* szPassword;
+    const char* szOutput;
+    const TEncryption* pEncryption;
+    unsigned nCode;
+  } cases[] = {{"encrypted.pdf", "boss", "linear.pdf", nullptr, 0x80410112U},
+               {"encrypted.pdf", "", "linear.pdf", nullptr, 0x80410112U},
+               {"missing.pdf", "", "linear.pdf", nullptr, 0x80410101U},
+               {"text.pdf", "", "linear.pdf", nullptr, 0x80410101U},
+               {"plain.pdf", "", "linear.pdf", &odd, 0x8041011CU},
+               {"plain.pdf", "", "nowhere/linear.pdf", nullptr, 0x80410102U}};
+  for (const auto& c : cases)
+  {
+    SCOPED_TRACE(std::string(c.szInput) + " " + c.szPassword);
+    const std::string sInput = m_folder / c.szInput;
+    const std::string sOutput = m_folder / c.szOutput;
+    BSE::CErrorHandler errors;
+    EXPECT_FALSE(LinearizeDocument(sInput.c_str(), CTextString(c.szPassword), sOutput.c_str(), c.pEncryption,
+                                   &errors));
+    EXPECT_EQ(errors.GetLastCode(), c.nCode);
+    EXPECT_FALSE(std::filesystem::exists(sOutput));
+    EXPECT_FALSE(std::filesystem::exists(sOutput + ".tmp"));
   }
 }
 

@@ -46,17 +46,10 @@ std::string MakeTree(const std::vector<std::string>& bodies)
     builder.ReserveObject();
   for (size_t i = 0; i < bodies.size(); ++i)
   {
-    const std::regex pattern("@(\\d)");
-    std::string sBody;
-    auto it = std::sregex_iterator(bodies[i].begin(), bodies[i].end(), pattern);
-    size_t nDone = 0;
-    for (; it != std::sregex_iterator(); ++it)
-    {
-      sBody += bodies[i].substr(nDone, static_cast<size_t>(it->position()) - nDone);
-      sBody += Ref(nFirst + std::stoi((*it)[1]));
-      nDone = static_cast<size_t>(it->position() + it->length());
-    }
-    builder.SetObject(nFirst + static_cast<int>(i), sBody + bodies[i].substr(nDone));
+    std::string sBody = bodies[i];
+    for (size_t nMark = sBody.find('@'); nMark != std::string::npos; nMark = sBody.find('@'))
+      sBody.replace(nMark, 2, Ref(nFirst + (sBody[nMark + 1] - '0')));
+    builder.SetObject(nFirst + static_cast<int>(i), sBody);
   }
   std::string sPdf = builder.Build();
   const size_t nPages = sPdf.find("/Pages 2 0 R");
@@ -181,8 +174,8 @@ TEST(LinearizerHostile, ReportsFailedOutputs)
   CPdfBuilder builder;
   builder.AddPage(std::string(300000, ' '));
   const std::string sPdf = builder.Build();
-  const std::span<const unsigned char> input(reinterpret_cast<const unsigned char*>(sPdf.data()),
-                                             sPdf.size());
+  const BSE::CObjectPtr<BSE::IByteStream> pInput(
+      new BSE::CMemoryInputStream(sPdf.data(), static_cast<std::int64_t>(sPdf.size())));
   const auto nFull = static_cast<std::int64_t>(Linearize::MustLinearize(sPdf).size());
   BSE::CErrorHandler errors;
   PDF::CFile file(&errors);
@@ -190,10 +183,16 @@ TEST(LinearizerHostile, ReportsFailedOutputs)
        {std::int64_t{0}, std::int64_t{100}, std::int64_t{70000}, nFull - 1, nFull})
   {
     const BSE::CObjectPtr<BSE::IByteStream> pOutput(new CLimitedStream(nLimit));
-    EXPECT_EQ(PDF::GetLinearizer()->LinearizeMemory(input, pOutput.Get(), file), nLimit == nFull) << nLimit;
+    std::int64_t nWritten = -1;
+    EXPECT_EQ(PDF::GetLinearizer()->LinearizeStream(pInput.Get(), pOutput.Get(), file, nWritten),
+              nLimit == nFull)
+        << nLimit;
+    EXPECT_GE(nWritten, pOutput->GetLength());
   }
-  EXPECT_FALSE(PDF::GetLinearizer()->LinearizeMemory(input, nullptr, file));
-  EXPECT_FALSE(PDF::GetLinearizer()->LinearizeMemory({}, nullptr, file));
+  std::int64_t nWritten = -1;
+  EXPECT_FALSE(PDF::GetLinearizer()->LinearizeStream(pInput.Get(), nullptr, file, nWritten));
+  EXPECT_FALSE(PDF::GetLinearizer()->LinearizeStream(nullptr, pInput.Get(), file, nWritten));
+  EXPECT_EQ(nWritten, 0);
 }
 
 }  // namespace

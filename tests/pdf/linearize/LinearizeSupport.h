@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/BufferedInputStream.h"
 #include "base/ErrorHandler.h"
 #include "base/MemoryStream.h"
 #include "pdf/linearize/Linearizer.h"
@@ -11,7 +12,6 @@
 
 #include <map>
 #include <optional>
-#include <regex>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,23 +20,28 @@ namespace Linearize
 {
 
 // The linearized form, made in memory; nothing if the linearizer refuses.
-inline std::optional<std::string> TryLinearize(std::string_view sPdf)
+inline std::optional<std::string> TryLinearize(std::string_view sPdf,
+                                               PDF::IStreamDeflater* pDeflater = nullptr)
 {
   BSE::CErrorHandler errors;
   PDF::CFile file(&errors);
+  file.SetStreamDeflater(pDeflater);
+  const BSE::CObjectPtr<BSE::IByteStream> pInput(
+      new BSE::CMemoryInputStream(sPdf.data(), static_cast<std::int64_t>(sPdf.size())));
   const BSE::CObjectPtr<BSE::CMemoryStream> pOutput(new BSE::CMemoryStream);
-  if (!PDF::GetLinearizer()->LinearizeMemory(
-          {reinterpret_cast<const unsigned char*>(sPdf.data()), sPdf.size()}, pOutput.Get(), file))
+  std::int64_t nWritten = 0;
+  if (!PDF::GetLinearizer()->LinearizeStream(pInput.Get(), pOutput.Get(), file, nWritten))
     return std::nullopt;
+  EXPECT_EQ(nWritten, pOutput->GetLength());
   std::string sOutput(static_cast<size_t>(pOutput->GetLength()), '\0');
   pOutput->Rewind();
   pOutput->ReadFully(reinterpret_cast<unsigned char*>(sOutput.data()), pOutput->GetLength());
   return sOutput;
 }
 
-inline std::string MustLinearize(std::string_view sPdf)
+inline std::string MustLinearize(std::string_view sPdf, PDF::IStreamDeflater* pDeflater = nullptr)
 {
-  const std::optional<std::string> sOutput = TryLinearize(sPdf);
+  const std::optional<std::string> sOutput = TryLinearize(sPdf, pDeflater);
   EXPECT_TRUE(sOutput) << "refused";
   return sOutput.value_or("");
 }
@@ -48,13 +53,13 @@ class CLinearizedFile
 public:
   explicit CLinearizedFile(std::string sPdf) : m_sPdf(std::move(sPdf))
   {
-    m_nLength = GetFrontNumber("/L (\\d+)");
-    m_nHintOffset = GetFrontNumber("/H \\[(\\d+)");
-    m_nHintLength = GetFrontNumber("/H \\[\\d+ +(\\d+)");
-    m_nFirstPage = static_cast<int>(GetFrontNumber("/O (\\d+)"));
-    m_nFirstPageEnd = GetFrontNumber("/E (\\d+)");
-    m_nPages = static_cast<int>(GetFrontNumber("/N (\\d+)"));
-    m_nMainTable = GetFrontNumber("/T (\\d+)");
+    m_nLength = GetFrontNumber("/L ");
+    m_nHintOffset = GetFrontNumber("/H [");
+    m_nHintLength = GetFrontNumber("/H [" + std::to_string(m_nHintOffset));
+    m_nFirstPage = static_cast<int>(GetFrontNumber("/O "));
+    m_nFirstPageEnd = GetFrontNumber("/E ");
+    m_nPages = static_cast<int>(GetFrontNumber("/N "));
+    m_nMainTable = GetFrontNumber("/T ");
     ReadTable(m_sPdf.find("xref\n"));
     ReadTable(m_sPdf.rfind("xref\n0 "));
   }
@@ -77,12 +82,18 @@ public:
   // Number of the object that the value of a key refers to, 0 without one.
   int GetReference(int nNumber, const std::string& sKey) const
   {
-    std::smatch match;
     const std::string sObject = GetObject(nNumber);
-    const bool bFound = std::regex_search(sObject, match, std::regex("/" + sKey + "[ \\[]*(\\d+) 0 R"));
-    return bFound ? std::stoi(match[1]) : 0;
+    const std::string sName = "/" + sKey;
+    for (size_t nKey = sObject.find(sName); nKey != std::string::npos; nKey = sObject.find(sName, nKey + 1))
+    {
+      const size_t nValue = sObject.find_first_not_of(" [", nKey + sName.size());
+      const size_t nEnd = std::min(sObject.find_first_not_of("0123456789", nValue), sObject.size());
+      if (nEnd > nValue && sObject.compare(nEnd, 4, " 0 R") == 0)
+        return std::stoi(sObject.substr(nValue));
+    }
+    return 0;
   }
-  int GetRoot() const { return static_cast<int>(GetFrontNumber("/Root (\\d+)")); }
+  int GetRoot() const { return static_cast<int>(GetFrontNumber("/Root ")); }
 
   // Number of the only object whose text holds this; 0 if none does.
   int FindObject(const std::string& sText) const
@@ -106,13 +117,12 @@ public:
   std::map<int, size_t> m_positions;
 
 private:
-  size_t GetFrontNumber(const char* szPattern) const
+  size_t GetFrontNumber(const std::string& sMark) const
   {
-    const std::string sFront = m_sPdf.substr(0, m_sPdf.find("startxref"));
-    std::smatch match;
-    if (!std::regex_search(sFront, match, std::regex(szPattern)))
-      throw std::runtime_error(szPattern);
-    return std::stoul(match[1]);
+    const size_t nMark = m_sPdf.find(sMark);
+    if (nMark == std::string::npos || nMark > m_sPdf.find("startxref"))
+      throw std::runtime_error(sMark);
+    return std::stoul(m_sPdf.substr(nMark + sMark.size(), 20));
   }
 
   void ReadTable(size_t nPos)

@@ -1,4 +1,7 @@
+#include "pdf/StreamDeflater.h"
+#include "pdf/linearize/DocumentLinearizer.h"
 #include "tests/pdf/linearize/LinearizeSupport.h"
+#include "tests/support/PdfDamager.h"
 #include "tests/support/Samples.h"
 
 namespace
@@ -169,9 +172,53 @@ TEST(Linearizer, OrdersTheCatalogue)
     EXPECT_GT(file.GetPosition(nNumber), nLast) << szMark;
     nLast = file.GetPosition(nNumber);
   }
-  EXPECT_EQ(file.FindObject("/Mark/NotByP"), 0);
-  EXPECT_EQ(file.FindObject("/Mark/NotByStructure"), 0);
-  EXPECT_GT(file.FindObject("/Mark/Parentless"), 0);
+  for (const char* szMark : {"NotByP", "NotByStructure", "Parentless"})
+  {
+    const int nNumber = file.FindObject(std::string("/Mark/") + szMark);
+    ASSERT_GT(nNumber, 0) << szMark;
+    EXPECT_GT(file.GetPosition(nNumber), file.GetPosition(file.FindObject("/Mark/Labels"))) << szMark;
+    EXPECT_LT(file.GetPosition(nNumber), file.GetPosition(file.FindObject("/Mark/Element"))) << szMark;
+  }
+}
+
+// What only leads backwards or upwards, from wherever it stands, is carried over; what the page tree replaces
+// is not.
+TEST(Linearizer, KeepsWhatIsReachedBackwards)
+{
+  CPdfBuilder builder;
+  const auto add = [&builder](const std::string& sMark, const std::string& sMore = {})
+  { return Ref(builder.AddObject("<</Mark/" + sMark + sMore + ">>")); };
+  const int nNode = builder.ReserveObject();
+  const int nUnused = builder.ReserveObject();
+  builder.SetObject(nUnused, "<</Mark/OfNoPage>>");
+  const std::string sOrphan =
+      Ref(builder.AddObject("<</Type/Page/Mark/Orphan/Parent " + add("OrphanNode") + "/Contents " +
+                            Ref(builder.AddStream("OrphanData")) + ">>"));
+  const std::string sFirst =
+      "<</Type/Page/Mark/One/CropBox[0 0 9 9]/Parent " + Ref(nNode) + "/Annots[<</Parent " +
+      add("Up", "/Prev " + add("Back", "/Parent[" + add("Array") + "<</Resources " + add("Below") +
+                                           "/XObject " + add("Image") + "/P " + add("P") + ">>]")) +
+      "/Dest[" + sOrphan + "]>>]>>";
+  const std::string sKid = Ref(builder.AddObject(sFirst));
+  builder.SetObject(nNode, "<</Type/Pages/Count 1/Kids[" + sKid + "]/Parent " + add("OfTheTree") +
+                               "/CropBox " + Ref(nUnused) + "/Prev " + add("OfNode") + "/Resources<</Prev " +
+                               add("Inherited") + ">>>>");
+  builder.SetCatalogEntries("/Outlines " + add("Outlines", "/Prev " + add("BeforeOutlines")));
+  builder.SetTrailerEntries("/Info " + add("Info", "/Parent " + add("AboveInfo")));
+  const CLinearizedFile file(
+      MustLinearize(Support::ReplaceText(builder.Build(), "/Pages 2 0 R", "/Pages " + Ref(nNode))));
+  ExpectFrame(file);
+  for (const char* szMark : {"Orphan", "OrphanNode", "Up", "Back", "Array", "Below", "Image", "P", "OfNode",
+                             "Inherited", "Outlines", "BeforeOutlines", "Info", "AboveInfo"})
+    EXPECT_GT(file.FindObject(std::string("/Mark/") + szMark + "/") +
+                  file.FindObject(std::string("/Mark/") + szMark + ">"),
+              0)
+        << szMark;
+  EXPECT_NE(file.GetBytes().find("OrphanData"), std::string::npos);
+  for (const char* szMark : {"OfTheTree", "OfNoPage"})
+    EXPECT_EQ(file.FindObject(std::string("/Mark/") + szMark), 0) << szMark;
+  for (const auto& [nNumber, nPosition] : file.m_positions)
+    EXPECT_EQ(file.GetObject(nNumber).find("null"), std::string::npos) << file.GetObject(nNumber);
 }
 
 // What a page takes from the nodes above it stands on the page, and on no node.
@@ -229,20 +276,68 @@ TEST(Linearizer, CompressesPlainMetadataOfPages)
   EXPECT_EQ(GetComplaints(file.GetBytes()), std::vector<std::string>());
 }
 
-// References to nothing, to pages outside of the tree and to broken objects become null; everything else
-// stays.
+// Compresses everything to the same few bytes.
+class CFakeDeflater : public PDF::IStreamDeflater
+{
+public:
+  void Deflate(std::span<const unsigned char>, BSE::CBasicArray<unsigned char>& encoded) override
+  {
+    for (const char c : std::string_view("DEFLATED"))
+      encoded.Add(static_cast<unsigned char>(c));
+  }
+  void Recompress(PDF::CIndirectObject&) override {}
+};
+
+TEST(Linearizer, CompressesAsTheFileDoes)
+{
+  CPdfBuilder builder;
+  const int nMetadata = builder.AddStream(std::string(500, 'm'), "/Type/Metadata");
+  builder.AddPage("1", "/Metadata " + Ref(nMetadata));
+  CFakeDeflater deflater;
+  const CLinearizedFile file(MustLinearize(builder.Build(), &deflater));
+  const std::string& sPdf = file.GetBytes();
+  EXPECT_EQ(file.m_nHintOffset, sPdf.rfind('\n', sPdf.find("obj\n<</S ")) + 1);
+  EXPECT_EQ(sPdf.find("stream\r\nDEFLATED\r\nendstream"), file.m_nHintOffset + file.m_nHintLength - 37);
+  EXPECT_NE(sPdf.find("/Filter/FlateDecode/Length 8>>\nstream\nDEFLATED\nendstream"), std::string::npos);
+}
+
+// A document that is linearized without a save tells itself whether it is to be archived.
+TEST(Linearizer, LeavesMetadataOfArchivesReadable)
+{
+  for (const bool bArchive : {false, true})
+  {
+    CPdfBuilder builder;
+    const int nDocument = builder.AddStream(bArchive ? "<pdfaid:part>1</pdfaid:part>" : "<x:y/>");
+    const int nMetadata = builder.AddStream(std::string(500, 'm'), "/Type/Metadata");
+    builder.AddPage("1", "/Metadata " + Ref(nMetadata));
+    builder.SetCatalogEntries("/Metadata " + Ref(nDocument));
+    const std::string sPdf = builder.Build();
+    const BSE::CObjectPtr<BSE::IByteStream> pInput(
+        new BSE::CMemoryInputStream(sPdf.data(), static_cast<std::int64_t>(sPdf.size())));
+    const BSE::CObjectPtr<BSE::CMemoryStream> pOutput(new BSE::CMemoryStream);
+    // What stands in the output is overwritten.
+    pOutput->WriteAll(reinterpret_cast<const unsigned char*>("head"), 4);
+    ASSERT_TRUE(PDF::LinearizeDocument(pInput.Get(), PDF::CTextString(), pOutput.Get(), nullptr, nullptr));
+    std::string sLinear(static_cast<size_t>(pOutput->GetLength()), '\0');
+    pOutput->Rewind();
+    pOutput->ReadFully(reinterpret_cast<unsigned char*>(sLinear.data()), pOutput->GetLength());
+    EXPECT_EQ(sLinear.substr(0, 5), "%PDF-");
+    EXPECT_EQ(sLinear.find("mmmmm") != std::string::npos, bArchive);
+  }
+}
+
+// References to nothing and to broken objects become null; everything else stays.
 TEST(Linearizer, DropsWhatIsNotThere)
 {
   CPdfBuilder builder;
-  const int nOrphan = builder.AddObject("<</Type/Page/Mark/Orphan>>");
   const int nBroken = builder.AddObject("<</Mark/Broken");
   builder.AddObject("<</Mark/Unused>>");
-  builder.AddPage("1", "/Keep(a\\)b)/Entries[" + Ref(nOrphan) + " 4711 0 R " + Ref(nBroken) + "(c) 1.0 / 2]");
+  builder.AddPage("1", "/Keep(a\\)b)/Entries[4711 0 R " + Ref(nBroken) + "(c) 1.0 / 2]");
   const CLinearizedFile file(MustLinearize(builder.Build()));
   const std::string sPage = file.GetObject(file.m_nFirstPage);
   EXPECT_NE(sPage.find("/Keep(a\\)b)"), std::string::npos);
-  EXPECT_NE(sPage.find("/Entries[null null null(c)1.0/ 2]"), std::string::npos) << sPage;
-  for (const char* szMark : {"Orphan", "Broken", "Unused"})
+  EXPECT_NE(sPage.find("/Entries[null null(c)1.0/ 2]"), std::string::npos) << sPage;
+  for (const char* szMark : {"Broken", "Unused"})
     EXPECT_EQ(file.FindObject(std::string("/Mark/") + szMark), 0) << szMark;
 }
 

@@ -1,0 +1,122 @@
+#include "pdf/linearize/LinearizerRun.h"
+
+#include "base/EncodeFilter.h"
+
+namespace PDF
+{
+
+namespace
+{
+
+constexpr unsigned g_nFileNotOpened = 0x80410101U;
+constexpr unsigned g_nFileNotCreated = 0x80410102U;
+constexpr unsigned g_nWrongPassword = 0x80410112U;
+
+using CStreamPtr = BSE::CObjectPtr<BSE::IByteStream>;
+
+// The ciphers of security handlers: of the input, null for one that is not encrypted, and of the output.
+class CHandlerCryptor : public PDCryptor
+{
+public:
+  CHandlerCryptor(CSecurityHandler* pInput, CSecurityHandler& output, BSE::IErrorContext& errors)
+      : m_pInput(pInput), m_output(output), m_errors(errors)
+  {
+  }
+
+  void DecryptString(BSE::CBasicArray<unsigned char>& bytes, int nNumber, int nGeneration) override
+  {
+    if (m_pInput)
+      Assign(bytes, m_pInput->DecryptString(CString(bytes.GetData(), bytes.GetSize()), nNumber, nGeneration));
+  }
+  void EncryptString(BSE::CBasicArray<unsigned char>& bytes, int nNumber, int nGeneration) override
+  {
+    Assign(bytes, m_output.EncryptString(CString(bytes.GetData(), bytes.GetSize()), nNumber, nGeneration));
+  }
+  CStreamPtr CreateDecryptFilter(BSE::IByteStream* pSource, int nNumber, int nGeneration) override
+  {
+    return m_pInput ? m_pInput->CreateDecryptFilter(pSource, nNumber, nGeneration, &m_errors) : pSource;
+  }
+  CStreamPtr CreateEncryptFilter(BSE::IByteStream* pSink, int nNumber, int nGeneration) override
+  {
+    return m_output.CreateEncryptFilter(pSink, nNumber, nGeneration, &m_errors);
+  }
+  bool Close(BSE::IByteStream* pFilter) override
+  {
+    auto* pEncoder = dynamic_cast<BSE::CEncodeFilter*>(pFilter);
+    return !pEncoder || pEncoder->Close(false);
+  }
+
+private:
+  static void Assign(BSE::CBasicArray<unsigned char>& bytes, const CString& value)
+  {
+    bytes.Truncate(0);
+    bytes.Append(value.GetSpan());
+  }
+
+  CSecurityHandler* m_pInput;
+  CSecurityHandler& m_output;
+  BSE::IErrorContext& m_errors;
+};
+
+// Compresses as the file does.
+class CFileDeflater : public PDDeflater
+{
+public:
+  explicit CFileDeflater(CFile& file) : m_file(file) {}
+
+  bool Deflate(std::span<const unsigned char> data, BSE::CBasicArray<unsigned char>& deflated) override
+  {
+    deflated.RemoveAll();
+    const BSE::CObjectPtr<BSE::CMemoryStream> pDeflated = m_file.Deflate(data);
+    return pDeflated && pDeflated->Rewind() && pDeflated->ReadToArray(deflated);
+  }
+
+private:
+  CFile& m_file;
+};
+
+}  // namespace
+
+CLinearizerRun::CLinearizerRun(CFile& file)
+    : m_file(file),
+      m_pDeflater(new CFileDeflater(file)),
+      m_bKeepMetadata(file.GetConformance().GetPart() == 1)
+{
+  if (CSecurityHandler* pHandler = file.GetSecurityHandler())
+    m_pCryptor.Reset(new CHandlerCryptor(pHandler, *pHandler, file));
+}
+
+CLinearizerRun::~CLinearizerRun() = default;
+
+void CLinearizerRun::SetSecurity(CSecurityHandler& handler, const TPDSecurity& security)
+{
+  m_pCryptor.Reset(new CHandlerCryptor(m_file.GetSecurityHandler(), handler, m_file));
+  m_pSecurity = &security;
+}
+
+bool CLinearizerRun::Open(BSE::IByteStream* pInput)
+{
+  const PDLInput::TState eState = m_input.Open(pInput, m_pCryptor.Get());
+  if (eState == PDLInput::TState::Opened)
+    return true;
+  BSE::ReportError(&m_file, eState == PDLInput::TState::NeedsCryptor ? g_nWrongPassword : g_nFileNotOpened);
+  return false;
+}
+
+bool CLinearizerRun::Write(BSE::IByteStream* pOutput)
+{
+  if (!pOutput || !pOutput->IsValid())
+  {
+    BSE::ReportError(&m_file, g_nFileNotCreated);
+    return false;
+  }
+  PDLOutput output(m_input, m_pSecurity || m_input.IsEncrypted() ? m_pCryptor.Get() : nullptr,
+                   m_pDeflater.Get());
+  output.SetCompressMetadata(!m_bKeepMetadata);
+  output.SetSecurity(m_pSecurity);
+  const bool bWritten = output.Write(pOutput);
+  m_nWritten = output.GetWritten();
+  return bWritten;
+}
+
+}  // namespace PDF
