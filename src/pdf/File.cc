@@ -201,11 +201,17 @@ bool CFile::LoadObject(CIndirectObject& object)
     return false;
   ForEachListener([&](CFileEventListener& listener)
                   { listener.OnObjectLoading(*this, nNumber, object.GetGenNumber()); });
-  const TXRefEntry entry = m_xref.GetEntry(nNumber);
+  TXRefEntry entry = m_xref.GetEntry(nNumber);
   if (entry.m_nType == eXRefFree)
   {
-    object.SetParsed(nullptr, nullptr);
-    return true;
+    // Where other offsets were wrong, what a reference leads to and is there was not freed.
+    if (!m_bRecoveryDone || m_pWriter || !TakeScanned(nNumber))
+    {
+      object.SetParsed(nullptr, nullptr);
+      return true;
+    }
+    BSE::ReportError(this, BSE::MakeError(g_nWrongOffset, "Object No.", nNumber));
+    entry = m_xref.GetEntry(nNumber);
   }
   const BSE::CScopedValue depth(m_nLoadDepth, m_nLoadDepth + 1);
   const bool bLoaded = entry.m_nType == eXRefCompressed ? LoadCompressed(object, entry) : LoadDirect(object);
@@ -239,6 +245,11 @@ bool CFile::RecoverObject(int nObjNumber)
     CXRefRecovery recovery(*this);
     recovery.Run(true);
   }
+  return TakeScanned(nObjNumber);
+}
+
+bool CFile::TakeScanned(int nObjNumber)
+{
   const TXRefEntry entry = m_scanned.GetEntry(nObjNumber);
   if (entry.m_nType != eXRefInUse)
     return false;

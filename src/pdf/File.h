@@ -194,6 +194,9 @@ private:
   bool LoadDirect(CIndirectObject& object);
   bool LoadCompressed(CIndirectObject& object, const TXRefEntry& entry);
   bool RecoverObject(int nObjNumber);
+
+  // Enters what the scan for lost objects has found under a number; false if it has found none.
+  bool TakeScanned(int nObjNumber);
   CObjectStream* GetObjectStream(int nObjNumber);
 
   // Decodes an object stream that is not in memory, as long as the file does not ask for the same ones

@@ -179,6 +179,30 @@ TEST(File, WrongOffsetIsRepairedOnDemand)
   EXPECT_EQ(opened.m_handler.GetLastCode(), 0x00418309U);
 }
 
+// A table that starts one number too high makes object 1 free and gives every other the place of its
+// neighbour.
+TEST(File, ShiftedTableFreesNothing)
+{
+  CTestDocument document;
+  document.Add("(one)").Add("<</Type/Catalog/Pages 3 0 R>>").Add("<</Type/Pages/Count 0/Kids[]>>");
+  std::string text = document.Finish();
+  text.replace(text.find("xref\n0"), 6, "xref\n1");
+  text.replace(text.find("/Root 1"), 7, "/Root 2");
+  TOpened opened(text);
+  ASSERT_TRUE(opened.m_bOpened);
+  EXPECT_TRUE(opened.m_file.GetObject(3, -1).IsDictionary());
+  EXPECT_EQ(opened.String(1), "one");
+
+  // Where nothing else is wrong, free is free.
+  CTestDocument freed = Simple();
+  text = freed.Add("(four)").Finish();
+  const std::size_t nEntry = text.find("trailer") - 3;
+  text[nEntry] = 'f';
+  TOpened sound(text);
+  ASSERT_TRUE(sound.m_bOpened);
+  EXPECT_EQ(sound.String(4), "");
+}
+
 TEST(File, BrokenTableIsRebuilt)
 {
   const std::string good = Simple().Finish();
