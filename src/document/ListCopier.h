@@ -15,13 +15,16 @@ public:
   // Other values than the links go through the owner; a null owner leaves them to this copier.
   explicit CListCopier(CObjectTraverser* pOwner = nullptr) : m_pOwner(pOwner) {}
 
-  // A bead or a thread.
+  // A bead or a thread; another object is a value.
   CObjectPtr VisitIndirect(const CObjectPtr& object) override;
+
+protected:
+  // The copy of an entry of a bead that leads to no other bead; null leaves it out.
+  virtual CObjectPtr CopyBeadEntry(const char* szKey, const CObjectPtr& value);
 
 private:
   // The bead's dictionary without its links to other beads.
   void CopyBead(const CObjectPtr& source, const CObjectPtr& target);
-  CObjectPtr CopyBeadEntry(const char* szKey, const CObjectPtr& value);
   void CopyRound(const CObjectPtr& first, const CObjectPtr& firstTarget);
 
   CObjectTraverser* m_pOwner;

@@ -47,6 +47,8 @@ CObjectPtr CStructTreeCopier::VisitIndirect(const CObjectPtr& object)
 {
   if (const CObjectPtr copy = GetCopy(object))
     return copy;
+  if (IsDropped(object))
+    return {};
   return BelongsToOwner(object) ? m_pOwner->VisitIndirect(object) : CObjectCopier::VisitIndirect(object);
 }
 
@@ -64,6 +66,12 @@ CObjectPtr CStructTreeCopier::VisitDictionary(const CObjectPtr& object)
   return copy;
 }
 
+// What has a copy was let in, and need not be loaded again.
+bool CStructTreeCopier::IsDropped(const CObjectPtr& object) const
+{
+  return m_pFilter && object.IsIndirect() && !GetCopy(object) && m_pFilter->IsDropped(object);
+}
+
 bool CStructTreeCopier::IsKidKept(const CObjectPtr& kid, const CObjectPtr& page) const
 {
   if (kid.IsInteger())
@@ -72,7 +80,7 @@ bool CStructTreeCopier::IsKidKept(const CObjectPtr& kid, const CObjectPtr& page)
     return true;
   const CObjectPtr ownPage = kid["Pg"];
   if (IsContentItem(kid))
-    return IsPagePresent(ownPage ? ownPage : page);
+    return !IsDropped(kid["Obj"]) && IsPagePresent(ownPage ? ownPage : page);
   return IsPagePresent(ownPage) || HasElements(kid["K"]);
 }
 
@@ -89,7 +97,7 @@ CObjectPtr CStructTreeCopier::CopyKids(const CObjectPtr& kids, const CObjectPtr&
     if (const CObjectPtr entry = VisitElement(i, kid))
       copy.Add(entry);
   }
-  return copy;
+  return copy.GetSize() > 0 || kids.GetSize() == 0 ? copy : CObjectPtr();
 }
 
 }  // namespace PDF

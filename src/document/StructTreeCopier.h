@@ -5,14 +5,28 @@
 namespace PDF
 {
 
+// Knows objects that do not enter the target.
+class IObjectFilter
+{
+public:
+  virtual bool IsDropped(const CObjectPtr& object) = 0;
+
+protected:
+  ~IObjectFilter() = default;
+};
+
 // Copies a structure tree (ISO 32000-1, 14.7): of the kids "K" of an element only those are kept whose page
 // stands in the target. An element without a page of its own stays, and so does one that holds further
-// elements.
+// elements. References to objects that the filter drops go.
 class CStructTreeCopier : public CObjectCopier
 {
 public:
-  // Values outside the tree go through the owner; a null owner leaves them to this copier.
-  explicit CStructTreeCopier(CObjectTraverser* pOwner = nullptr) : m_pOwner(pOwner) {}
+  // Values outside the tree go through the owner; a null owner leaves them to this copier. A null filter
+  // drops nothing.
+  explicit CStructTreeCopier(CObjectTraverser* pOwner = nullptr, IObjectFilter* pFilter = nullptr)
+      : m_pOwner(pOwner), m_pFilter(pFilter)
+  {
+  }
 
   CObjectPtr VisitDictionary(const CObjectPtr& object) override;
   CObjectPtr VisitIndirect(const CObjectPtr& object) override;
@@ -23,7 +37,10 @@ private:
   CObjectPtr CopyKids(const CObjectPtr& kids, const CObjectPtr& page);
   bool BelongsToOwner(const CObjectPtr& object) const;
 
+  bool IsDropped(const CObjectPtr& object) const;
+
   CObjectTraverser* m_pOwner;
+  IObjectFilter* m_pFilter;
 };
 
 }  // namespace PDF

@@ -24,14 +24,6 @@ constexpr const char* g_subtypes[] = {
     "Ink",      "Popup",     "Sound",     "Movie",    "Screen",    "Widget",     "PrinterMark",
     "TrapNet",  "Watermark", "3D",        "Redact",   "RichMedia", "Projection", "FileAttachment"};
 
-bool IsKnownSubtype(const CObjectPtr& subtype)
-{
-  for (const char* szSubtype : g_subtypes)
-    if (subtype.IsName(szSubtype))
-      return true;
-  return false;
-}
-
 // The value of a key in the field or the nearest of its ancestors. A chain of parents that comes back to
 // itself is found by comparing with an ancestor that moves up at powers of two.
 CObjectPtr FindInFields(const CObjectPtr& field, const char* szKey)
@@ -84,15 +76,28 @@ bool ShowsNothing(const CObjectPtr& annotation, bool bLink)
 
 }  // namespace
 
+bool IsAnnotationSubtype(const CObjectPtr& subtype)
+{
+  for (const char* szSubtype : g_subtypes)
+    if (subtype.IsName(szSubtype))
+      return true;
+  return false;
+}
+
 bool IsSignedField(const CObjectPtr& field)
 {
   return field["FT"].IsName("Sig") && field["V"].IsDictionary();
 }
 
+bool IsSignedFieldOrKid(const CObjectPtr& field)
+{
+  return field["V"].IsDictionary() && FindInFields(field, "FT").IsName("Sig");
+}
+
 bool CAnnotationStripper::IsVisible(const CObjectPtr& annotation)
 {
   const std::int64_t nFlags = GetIntegerOr(annotation["F"], 0);
-  if ((nFlags & eInvisible) != 0 && !IsKnownSubtype(annotation["Subtype"]))
+  if ((nFlags & eInvisible) != 0 && !IsAnnotationSubtype(annotation["Subtype"]))
     return false;
   if ((nFlags & eHidden) != 0)
     return false;

@@ -45,4 +45,10 @@ private:
 // True for a form field of the type signature that has a value, without a look at its ancestors.
 bool IsSignedField(const CObjectPtr& field);
 
+// The same for a field that may have its type from its ancestors. The value is its own.
+bool IsSignedFieldOrKid(const CObjectPtr& field);
+
+// True for the name of a type of annotations that the standard knows.
+bool IsAnnotationSubtype(const CObjectPtr& subtype);
+
 }  // namespace PDF

@@ -54,7 +54,8 @@ private:
 
 }  // namespace
 
-COptimizer::COptimizer(BSE::IErrorContext* pErrorContext) : CDocumentCopierT<CObjectCopier>(pErrorContext)
+COptimizer::COptimizer(BSE::IErrorContext* pErrorContext)
+    : CDocumentCopierT<CObjectCopier>(pErrorContext), m_stripper(m_options, pErrorContext)
 {
   m_bKeepFileId = true;
 }
@@ -143,7 +144,9 @@ bool COptimizer::RunSave(BSE::IByteStream* pStream, const TEncryption& encryptio
   m_bAutoLinearize = m_options.m_bAutoLinearize;
   m_pLinearizer = GetLinearizer();
   m_nOutputCipher = m_options.m_nOutputCipher;
+  m_stripper.Reset();
   m_annotArrays.RemoveAll();
+  m_emptyAnnotArrays.RemoveAll();
   return CopyDocument(pStream, encryption);
 }
 
@@ -198,11 +201,18 @@ void COptimizer::FindDuplicates()
 
 CObjectPtr COptimizer::VisitIndirect(const CObjectPtr& object)
 {
+  if (object.GetFile() != &m_input.GetFile())
+    return CDocumentCopierT<CObjectCopier>::VisitIndirect(object);
   const int nNumber = object.GetObjNumber();
   const int nCanonical = m_equal.GetCanonical(m_redundant.GetCanonical(nNumber));
-  if (nCanonical == nNumber || object.GetFile() != &m_input.GetFile())
-    return CDocumentCopierT<CObjectCopier>::VisitIndirect(object);
-  return CDocumentCopierT<CObjectCopier>::VisitIndirect(m_input.GetFile().GetObject(nCanonical, -1));
+  const CObjectPtr source = nCanonical == nNumber ? object : m_input.GetFile().GetObject(nCanonical, -1);
+  // What has a copy was let in, and need not be loaded again.
+  if (const CObjectPtr copy = GetCopy(source))
+    return copy;
+  if (!m_stripper.WasDropped(object) && !m_stripper.IsDropped(source))
+    return CDocumentCopierT<CObjectCopier>::VisitIndirect(source);
+  source->Unload();
+  return {};
 }
 
 void COptimizer::DecideConformance()
