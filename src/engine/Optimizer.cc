@@ -36,6 +36,14 @@ CConformance WithoutStructure(CConformance conformance)
   }
 }
 
+// ISO 19005-1, 6.1.1, rests on PDF 1.4, and parts 2 and 3 on PDF 1.7.
+bool IsVersionAllowed(CConformance claim, int nMajor, int nMinor)
+{
+  if (!claim.IsArchival())
+    return true;
+  return claim.GetPart() > 1 && nMajor == 1 && nMinor <= 7;
+}
+
 // Gives a file a deflater for a scope.
 class CDeflaterScope
 {
@@ -86,12 +94,23 @@ bool COptimizer::Open(BSE::IByteStream* pStream, const CString* pPassword)
     m_input.Abandon();
     throw;
   }
+  ApplyVersion();
+  return true;
+}
+
+void COptimizer::ApplyVersion()
+{
+  if (!m_options.m_bVersionSet)
+    return;
   const int nMajor = ToVersionNumber(m_options.m_nVersionMajor);
   const int nMinor = ToVersionNumber(m_options.m_nVersionMinor);
-  if (m_options.m_bVersionSet &&
-      !(m_options.m_bVersionRaisedOnly && m_input.GetFile().IsVersionAtLeast(nMajor, nMinor)))
-    m_output.SetVersion(nMajor, nMinor);
-  return true;
+  const int nMajorNow = m_output.GetMajorVersion();
+  const bool bEnough = nMajorNow > nMajor || (nMajorNow == nMajor && m_output.GetMinorVersion() >= nMinor);
+  if (m_options.m_bVersionRaisedOnly && bEnough)
+    return;
+  if (m_options.m_bVersionWithinClaim && !IsVersionAllowed(m_input.GetConformance(), nMajor, nMinor))
+    return;
+  m_output.SetVersion(nMajor, nMinor);
 }
 
 bool COptimizer::Close()

@@ -76,6 +76,7 @@ public:
   bool CopyMetadata() override;
 
 private:
+  void ApplyVersion();
   bool RunSave(BSE::IByteStream* pStream, const TEncryption& encryption);
   bool CopyDocument(BSE::IByteStream* pStream, const TEncryption& encryption);
   void FindDuplicates();
