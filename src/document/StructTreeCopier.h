@@ -1,5 +1,6 @@
 #pragma once
 
+#include "document/NumberSet.h"
 #include "document/ObjectCopier.h"
 
 namespace PDF
@@ -32,15 +33,22 @@ public:
   CObjectPtr VisitIndirect(const CObjectPtr& object) override;
 
 private:
-  bool IsKidKept(const CObjectPtr& kid, const CObjectPtr& page) const;
+  bool IsKidKept(const CObjectPtr& kid, const CObjectPtr& page);
   bool IsPagePresent(const CObjectPtr& page) const { return page.IsNull() || IsPageCopied(page); }
   CObjectPtr CopyKids(const CObjectPtr& kids, const CObjectPtr& page);
+  CObjectPtr CopyKidArray(const CObjectPtr& kids, const CObjectPtr& page);
+  bool HasElements(const CObjectPtr& kids);
   bool BelongsToOwner(const CObjectPtr& object) const;
 
   bool IsDropped(const CObjectPtr& object) const;
 
   CObjectTraverser* m_pOwner;
   IObjectFilter* m_pFilter;
+  // Elements that are left out and arrays of kids, by number: many may refer to one of them.
+  CNumberSet m_omitted;
+  CNumberSet m_arrays;
+  CNumberSet m_arraysWithElements;
+  CNumberSet m_arraysWithoutElements;
 };
 
 }  // namespace PDF

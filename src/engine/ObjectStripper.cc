@@ -50,7 +50,7 @@ bool CObjectStripper::JudgeUntyped(const CObjectPtr& object)
   if (object["Rect"].IsArray() && IsAnnotationSubtype(object["Subtype"]))
     return Decide(object) == TAnnotationFate::Drop;
   // The look of a flattened signature leads to its field.
-  if (!m_options.m_bFlattenSignatureFields && IsSignedFieldOrKid(object))
+  if (!m_options.m_bFlattenSignatureFields && m_annotations.IsSignedField(object))
     return true;
   return (m_options.m_nStrip & eStripStructure) != 0 && IsUntypedElement(object);
 }

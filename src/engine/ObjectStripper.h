@@ -23,7 +23,13 @@ public:
   virtual ~CObjectStripper() = default;
 
   // Forgets what was dropped, for a new save.
-  void Reset() { m_dropped.RemoveAll(); }
+  void Reset()
+  {
+    m_dropped.RemoveAll();
+    m_annotations.Reset();
+  }
+
+  bool IsSignedField(const CObjectPtr& field) { return m_annotations.IsSignedField(field); }
 
   // The fate of an element of a page's list of annotations. A signature is reported once.
   TAnnotationFate Decide(const CObjectPtr& annotation);

@@ -89,6 +89,7 @@ private:
   CObjectPtr CopyAnnots(const CObjectPtr& annots);
   CObjectPtr CopyAnnotations(const CObjectPtr& annots);
   CObjectPtr CopyCatalogEntry(const char* szKey, const CObjectPtr& value);
+  bool HasOnlySignedFields(const CObjectPtr& form);
   CObjectPtr CopyForm(const CObjectPtr& form);
   CObjectPtr CloseUp(const CObjectPtr& source, const CObjectPtr& copy) const;
   template <class T>

@@ -34,18 +34,6 @@ bool IsOfOutput(const char* szKey)
   return false;
 }
 
-// True also for a form without fields.
-bool HasOnlySignedFields(const CObjectPtr& form)
-{
-  const CObjectPtr fields = form["Fields"];
-  if (!fields.IsArray())
-    return true;
-  for (int i = 0; i < fields.GetSize(); ++i)
-    if (!IsSignedField(fields[i]))
-      return false;
-  return true;
-}
-
 void TraceUnflattened(const CObjectPtr& annotation)
 {
   if (!BSE::CTracer::IsOn())
@@ -86,7 +74,7 @@ CObjectPtr COptimizer::VisitArray(const CObjectPtr& object)
   const BSE::CScopedValue inFields(m_bInFieldsArray, false);
   const CObjectPtr copy(new CArrayObject);
   for (int i = 0; i < object.GetSize(); ++i)
-    if (const CObjectPtr field = object[i]; !IsSignedField(field))
+    if (const CObjectPtr field = object[i]; !m_stripper.IsSignedField(field))
       if (const CObjectPtr entry = VisitElement(i, field); entry || !m_stripper.WasDropped(field))
         copy.Add(entry);
   return copy;
@@ -232,6 +220,18 @@ CObjectPtr COptimizer::CopyWith(T& copier, const char* szKey, const CObjectPtr& 
   CObjectPtr copy = copier.VisitEntry(szKey, value);
   copier.ReleaseCopied();
   return copy;
+}
+
+// True also for a form without fields.
+bool COptimizer::HasOnlySignedFields(const CObjectPtr& form)
+{
+  const CObjectPtr fields = form["Fields"];
+  if (!fields.IsArray())
+    return true;
+  for (int i = 0; i < fields.GetSize(); ++i)
+    if (!m_stripper.IsSignedField(fields[i]))
+      return false;
+  return true;
 }
 
 CObjectPtr COptimizer::CopyForm(const CObjectPtr& form)
