@@ -133,6 +133,51 @@ TEST(ObjectStripper, FieldsLeadToNoDroppedWidget)
   EXPECT_EQ(ListMarks(flattened).count("merged"), 1U) << "its look is needed";
 }
 
+// Deeper than any search of one widget may go, and with more widgets than such searches could serve.
+TEST(ObjectStripper, SignedFieldFarAboveItsWidgets)
+{
+  constexpr int nDepth = 3000;
+  constexpr int nWidgets = 3000;
+  Support::CPdfBuilder builder;
+  const int nTop = builder.AddObject("<< /T (s) /FT /Sig /V << /Type /Sig >> >>");
+  int nParent = nTop;
+  for (int i = 0; i < nDepth; ++i)
+    nParent = builder.AddObject("<< /Parent " + Ref(nParent) + " >>");
+  std::string sAnnots;
+  for (int i = 0; i < nWidgets; ++i)
+    sAnnots += Ref(builder.AddObject(std::string("<< /Subtype /Widget ") + g_szShown + "/Parent " +
+                                     Ref(nParent) + " >>")) +
+               " ";
+  builder.AddPage("", "/Annots [" + sAnnots + "<< /NM (own) /FT /Tx /Subtype /Widget " + g_szShown +
+                          "/Parent " + Ref(nParent) + " >>]");
+  builder.SetCatalogEntries("/AcroForm << /Fields [" + Ref(nTop) + "] >>");
+  TSaved saved(builder.Build());
+  ASSERT_EQ(saved.Page()["Annots"].GetSize(), 1);
+  EXPECT_TRUE(saved.Page()["Annots"][0]["FT"].IsName("Tx")) << "the type of the widget itself counts";
+  EXPECT_TRUE(saved.Catalog()["AcroForm"].IsNull());
+}
+
+TEST(ObjectStripper, ElementsThatShareAnArrayOfKids)
+{
+  Support::CPdfBuilder builder;
+  const int nRoot = builder.ReserveObject();
+  const int nPage = builder.AddPage("");
+  const int nKids = builder.AddObject("[0 << /Type /MCR /MCID 1 >>]");
+  std::string sElements;
+  for (int i = 0; i < 3; ++i)
+    sElements += Ref(builder.AddObject("<< /Type /StructElem /S /P /P " + Ref(nRoot) + " /Pg " + Ref(nPage) +
+                                       " /K " + Ref(nKids) + " >>")) +
+                 " ";
+  builder.SetObject(nRoot, "<< /Type /StructTreeRoot /K [" + sElements + "] >>");
+  builder.SetCatalogEntries("/StructTreeRoot " + Ref(nRoot));
+  TSaved saved(builder.Build());
+  const CObjectPtr elements = saved.Catalog()["StructTreeRoot"]["K"];
+  ASSERT_EQ(elements.GetSize(), 3);
+  for (int i = 0; i < 3; ++i)
+    EXPECT_EQ(elements[i]["K"].GetSize(), 2);
+  EXPECT_EQ(elements[1]["K"], elements[2]["K"]) << "copied anew for every element";
+}
+
 TEST(ObjectStripper, StrippedStructureIsNotReachedFromDestinations)
 {
   Support::CPdfBuilder builder;
