@@ -18,13 +18,10 @@ public:
   // A bead or a thread; another object is a value.
   CObjectPtr VisitIndirect(const CObjectPtr& object) override;
 
-protected:
-  // The copy of an entry of a bead that leads to no other bead; null leaves it out.
-  virtual CObjectPtr CopyBeadEntry(const char* szKey, const CObjectPtr& value);
-
 private:
   // The bead's dictionary without its links to other beads.
   void CopyBead(const CObjectPtr& source, const CObjectPtr& target);
+  CObjectPtr CopyBeadEntry(const char* szKey, const CObjectPtr& value);
   void CopyRound(const CObjectPtr& first, const CObjectPtr& firstTarget);
 
   CObjectTraverser* m_pOwner;

@@ -1,32 +1,30 @@
 #pragma once
 
 #include "document/TreeCopier.h"
-#include "engine/FeatureStripper.h"
 
 namespace PDF
 {
 
-// Copies the outlines of a document that is optimized. Root and items lose their entries as all other
-// dictionaries do, and with eStripStructure also the link to the structure tree, "SE" (ISO 32000-1, 12.3.3),
-// which would keep what it leads to in the file.
+// Copies the outlines of a document that is optimized.
 class COptOutlinesCopier : public CTreeCopier
 {
 public:
-  COptOutlinesCopier(CObjectTraverser* pOwner, unsigned nStrip)
-      : CTreeCopier(pOwner), m_stripper(nStrip), m_bStripStructure((nStrip & eStripStructure) != 0)
+  // With bStripStructure an item loses its link to the structure tree, "SE" (ISO 32000-1, 12.3.3), which
+  // would keep what it leads to in the file. Other entries go through the owner.
+  COptOutlinesCopier(CObjectTraverser* pOwner, bool bStripStructure)
+      : CTreeCopier(pOwner), m_bStripStructure(bStripStructure)
   {
   }
 
 protected:
   CObjectPtr CopyNodeEntry(const char* szKey, const CObjectPtr& value) override
   {
-    if (m_stripper.IsEntryDropped(szKey) || (m_bStripStructure && KeyEquals(szKey, "SE")))
+    if (m_bStripStructure && KeyEquals(szKey, "SE"))
       return {};
     return CTreeCopier::CopyNodeEntry(szKey, value);
   }
 
 private:
-  CFeatureStripper m_stripper;
   bool m_bStripStructure;
 };
 

@@ -7,7 +7,8 @@
 namespace PDF
 {
 
-// Copiers for parts of the document, whose own dictionaries lose their entries as all others do.
+// Copiers for parts of the document. Dictionaries that they copy themselves lose their entries as all others
+// do.
 class COptStructTreeCopier : public CStructTreeCopier
 {
 public:
@@ -33,12 +34,6 @@ public:
   CObjectPtr VisitEntry(const char* szKey, const CObjectPtr& value) override
   {
     return m_stripper.IsEntryDropped(szKey) ? CObjectPtr() : CListCopier::VisitEntry(szKey, value);
-  }
-
-protected:
-  CObjectPtr CopyBeadEntry(const char* szKey, const CObjectPtr& value) override
-  {
-    return m_stripper.IsEntryDropped(szKey) ? CObjectPtr() : CListCopier::CopyBeadEntry(szKey, value);
   }
 
 private:

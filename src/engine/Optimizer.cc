@@ -1,5 +1,6 @@
 #include "engine/Optimizer.h"
 
+#include "document/BTree.h"
 #include "engine/StreamRecompressor.h"
 #include "pdf/linearize/Linearizer.h"
 
@@ -225,10 +226,11 @@ CObjectPtr COptimizer::VisitIndirect(const CObjectPtr& object)
   const int nNumber = object.GetObjNumber();
   const int nCanonical = m_equal.GetCanonical(m_redundant.GetCanonical(nNumber));
   const CObjectPtr source = nCanonical == nNumber ? object : m_input.GetFile().GetObject(nCanonical, -1);
-  // What has a copy was let in, and need not be loaded again.
+  // What has a copy was let in, and pages are: they need not be loaded here.
   if (const CObjectPtr copy = GetCopy(source))
     return copy;
-  if (!m_stripper.WasDropped(object) && !m_stripper.IsDropped(source))
+  const bool bPage = m_pSourceTree && m_pSourceTree->IsTreeObject(nCanonical);
+  if (bPage || (!m_stripper.WasDropped(object) && !m_stripper.IsDropped(source)))
     return CDocumentCopierT<CObjectCopier>::VisitIndirect(source);
   source->Unload();
   return {};

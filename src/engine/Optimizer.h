@@ -65,6 +65,9 @@ public:
   CObjectPtr VisitDictionary(const CObjectPtr& object) override;
   CObjectPtr VisitArray(const CObjectPtr& object) override;
 
+  // Null for an entry that the strip flags take out of every dictionary.
+  CObjectPtr VisitEntry(const char* szKey, const CObjectPtr& value) override;
+
   // Annotations are chosen one by one; of a signature that cannot hold for the copy the widget is reported
   // and goes.
   bool CopyPage(int nPage) override;

@@ -48,13 +48,10 @@ void TraceUnflattened(const CObjectPtr& annotation)
 
 CObjectPtr COptimizer::VisitDictionary(const CObjectPtr& object)
 {
-  const CFeatureStripper stripper(m_options.m_nStrip);
   const CObjectPtr copy(new CDictionaryObject);
   for (int i = object.GetBegin(); i != object.GetEnd(); i = object.GetNext(i))
   {
     const char* szKey = object.GetKey(i);
-    if (stripper.IsEntryDropped(szKey))
-      continue;
     // It tells of signatures that the copy does not have any more.
     if (m_bFilterSignedFields && KeyEquals(szKey, "SigFlags"))
       continue;
@@ -65,6 +62,13 @@ CObjectPtr COptimizer::VisitDictionary(const CObjectPtr& object)
       copy.AddEntry(szKey, entry);
   }
   return copy;
+}
+
+CObjectPtr COptimizer::VisitEntry(const char* szKey, const CObjectPtr& value)
+{
+  if (CFeatureStripper(m_options.m_nStrip).IsEntryDropped(szKey))
+    return {};
+  return CDocumentCopierT<CObjectCopier>::VisitEntry(szKey, value);
 }
 
 CObjectPtr COptimizer::VisitArray(const CObjectPtr& object)
@@ -196,7 +200,7 @@ CObjectPtr COptimizer::CopyCatalogEntry(const char* szKey, const CObjectPtr& val
     return CopyForm(value);
   if (KeyEquals(szKey, "Outlines"))
   {
-    COptOutlinesCopier copier(this, m_options.m_nStrip);
+    COptOutlinesCopier copier(this, (m_options.m_nStrip & eStripStructure) != 0);
     return value.IsDictionary() ? CopyWith(copier, szKey, value) : CObjectPtr();
   }
   if (KeyEquals(szKey, "StructTreeRoot"))

@@ -221,6 +221,7 @@ TEST(ObjectStripper, PrivateKeysOfOutlinesAndThreads)
   builder.SetObject(nBead, "<< " + sPrivate + "/R [0 0 9 9] /N " + Ref(nBead) + " /V " + Ref(nBead) + " /T " +
                                Ref(nThread) + " /P " + Ref(nPage) + " >>");
   builder.SetCatalogEntries("/Outlines " + Ref(nOutlines) + " /Threads [" + Ref(nThread) + "]");
+  builder.SetTrailerEntries("/Info " + Ref(builder.AddObject("<< /Title (t) " + sPrivate + ">>")));
   for (const unsigned nStrip :
        {0U, unsigned{PDF::eStripMetadata | PDF::eStripAlternates | PDF::eStripStructure}})
   {
@@ -230,7 +231,8 @@ TEST(ObjectStripper, PrivateKeysOfOutlinesAndThreads)
     EXPECT_EQ(outlines["Count"].GetIntegerValue(), 1) << "the root is always open";
     EXPECT_TRUE(outlines["First"]["Title"].IsString());
     EXPECT_EQ(thread["F"]["T"], thread);
-    for (const CObjectPtr& object : {outlines, outlines["First"], thread, thread["F"]})
+    for (const CObjectPtr& object :
+         {outlines, outlines["First"], thread, thread["F"], saved.m_result.GetInfo()})
     {
       EXPECT_TRUE(object["CREO"].IsNull());
       EXPECT_TRUE(object["HDAG"].IsNull());
