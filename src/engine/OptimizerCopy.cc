@@ -68,6 +68,11 @@ CObjectPtr COptimizer::VisitEntry(const char* szKey, const CObjectPtr& value)
 {
   if (CFeatureStripper(m_options.m_nStrip).IsEntryDropped(szKey))
     return {};
+  // A structure destination (ISO 32000-2, 12.3.2.3) in this document, not one by name in another: without the
+  // tree, "D" beside it is what there is to go to.
+  const bool bStructure = (m_options.m_nStrip & eStripStructure) != 0;
+  if (bStructure && KeyEquals(szKey, "SD") && value.IsArray() && value[0].IsDictionary())
+    return {};
   return CDocumentCopierT<CObjectCopier>::VisitEntry(szKey, value);
 }
 

@@ -190,6 +190,7 @@ TEST(ObjectStripper, StrippedStructureIsNotReachedFromDestinations)
   TSaved saved(builder.Build(), PDF::eStripStructure);
   EXPECT_EQ(ListMarks(saved), TNames());
   EXPECT_EQ(saved.Catalog()["OpenAction"]["D"][0], saved.Page());
+  EXPECT_TRUE(saved.Catalog()["OpenAction"]["SD"].IsNull());
   TSaved plain(builder.Build());
   EXPECT_EQ(plain.Catalog()["OpenAction"]["SD"][0], plain.Catalog()["StructTreeRoot"]["K"]);
 }
