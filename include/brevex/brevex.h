@@ -387,6 +387,15 @@ BREVEX_API const TBrevexChar* BrevexGetInfoEntryW(TBrevexHandle* pHandle, const 
 BREVEX_API int BrevexSetVersionA(TBrevexHandle* pHandle, const char* szVersion);
 BREVEX_API int BrevexSetVersionW(TBrevexHandle* pHandle, const TBrevexChar* szVersion);
 
+/* An addition of this library: sets a lower bound for the PDF version of the output in place of a version, so
+ * that a document of a higher version keeps its own. A document that claims PDF/A keeps its version where the
+ * claim does not allow the bound: PDF/A-1 is never raised, PDF/A-2 and PDF/A-3 not above 1.7. The bound 1.0
+ * leaves every document its version. It replaces what was set with BrevexSetVersionA and what the setters of
+ * compression sets asked for, and takes effect at the next open. False, and nothing changes, unless nMajor is
+ * 1 or 2 and nMinor is 0 to 9.
+ */
+BREVEX_API int BrevexSetMinimumVersion(TBrevexHandle* pHandle, int nMajor, int nMinor);
+
 /* ---- Profile
  * ----------------------------------------------------------------------------------------------- */
 

@@ -76,3 +76,10 @@ int BrevexSetVersionW(TBrevexHandle* pHandle, const TBrevexChar* szVersion)
                      [&](API::COptimizerHandle&)
                      { return BrevexSetVersionA(pHandle, API::CLocaleArgument(szVersion).Get()); });
 }
+
+int BrevexSetMinimumVersion(TBrevexHandle* pHandle, int nMajor, int nMinor)
+{
+  return CallQuietly(pHandle, 0,
+                     [&](API::COptimizerHandle& handle) -> int
+                     { return handle.GetOptimizer().GetOptions().SetMinimumVersion(nMajor, nMinor); });
+}

@@ -56,8 +56,8 @@ protected:
   void BindFiles();
 
   // Metadata stream and information dictionary, with the set entries in both and in step with one another.
-  // The packet claims the output's conformance. A packet that cannot be read is reported and replaced by one
-  // made from the dictionary.
+  // The packet claims the output's conformance. A packet that cannot be read is replaced by one made from the
+  // dictionary, which is no matter for the caller.
   bool CopyDocumentMetadata();
 
   // The information dictionary alone, new in the output. Keys of the list, ended by null, are left out; the

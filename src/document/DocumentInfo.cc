@@ -62,8 +62,6 @@ bool CDocumentCopierBase::CopyDocumentMetadata()
     return false;
   const BSE::CObjectPtr<CXMP> pSource = m_input.GetXMP();
   pSource->SetPart(m_input.GetConformance().GetPart());
-  if (pSource->IsBroken())
-    BSE::ReportError(m_pErrorContext, XMP::g_nInvalidPacket);
   m_output.GetXMP()->CopyFrom(*pSource);
   for (int i = m_infoEntries.GetBegin(); i != m_infoEntries.GetEnd(); i = m_infoEntries.GetNext(i))
     m_output.SetInfoEntry(static_cast<const char16_t*>(m_infoEntries.GetKey(i)),

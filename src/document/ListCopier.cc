@@ -15,15 +15,25 @@ bool IsBead(const CObjectPtr& object)
   return object["N"].IsIndirect() && (object["V"].IsIndirect() || object["R"].IsArray());
 }
 
+bool IsThread(const CObjectPtr& object)
+{
+  return object["Type"].IsName("Thread") || IsBead(object["F"]);
+}
+
 }  // namespace
 
 CObjectPtr CListCopier::VisitIndirect(const CObjectPtr& object)
 {
+  if (const CObjectPtr copy = GetCopy(object))
+    return copy;
+  const bool bBead = IsBead(object);
+  if (m_pOwner && !bBead && !IsThread(object))
+    return m_pOwner->VisitIndirect(object);
   bool bCreated = false;
   const CObjectPtr target = GetOrCreateCopy(object, bCreated);
   if (!bCreated)
     return target;
-  if (!IsBead(object))
+  if (!bBead)
   {
     CopyIndirect(object, target);
     return target;

@@ -15,7 +15,7 @@ public:
   // Other values than the links go through the owner; a null owner leaves them to this copier.
   explicit CListCopier(CObjectTraverser* pOwner = nullptr) : m_pOwner(pOwner) {}
 
-  // A bead or a thread.
+  // A bead or a thread; another object is a value.
   CObjectPtr VisitIndirect(const CObjectPtr& object) override;
 
 private:

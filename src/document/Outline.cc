@@ -111,7 +111,7 @@ bool COutline::Save(CFile& file)
     std::int64_t nShown = pNode->GetItemCount();
     for (int nItem = 0; nItem < pNode->GetItemCount(); ++nItem)
       nShown += std::max<std::int64_t>(pNode->GetItem(nItem)->m_nCount, 0);
-    pNode->m_nCount = pNode->m_bOpen ? nShown : -nShown;
+    pNode->m_nCount = pNode->IsShown() ? nShown : -nShown;
     const CObjectPtr dictionary(new CDictionaryObject);
     pNode->SaveEntries(*dictionary);
     pNode->SaveLinks(dictionary);

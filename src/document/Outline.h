@@ -56,6 +56,9 @@ protected:
   // "Count" of an object.
   void LoadCount(const CObjectPtr& object);
 
+  // Whether the children are shown. Those of a root always are.
+  virtual bool IsShown() const { return true; }
+
   // Entries beside the links of the tree.
   virtual void SaveEntries(PDF::CObject&) const {}
 
@@ -103,6 +106,7 @@ public:
   COutline* GetParent() const { return m_pParent; }
 
 protected:
+  bool IsShown() const override { return IsOpen(); }
   void SaveEntries(PDF::CObject& dictionary) const override;
 
 private:

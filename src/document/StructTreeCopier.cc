@@ -16,14 +16,9 @@ bool IsContentItem(const CObjectPtr& kid)
   return type.IsName("MCR") || type.IsName("OBJR") || (!type.IsName("StructElem") && kid["S"].IsNull());
 }
 
-bool HasElements(const CObjectPtr& kids)
+bool IsElement(const CObjectPtr& kid)
 {
-  if (!kids.IsArray())
-    return kids.IsDictionary() && !IsContentItem(kids);
-  for (int i = 0; i < kids.GetSize(); ++i)
-    if (const CObjectPtr kid = kids[i]; kid.IsDictionary() && !IsContentItem(kid))
-      return true;
-  return false;
+  return kid.IsDictionary() && !IsContentItem(kid);
 }
 
 }  // namespace
@@ -47,6 +42,8 @@ CObjectPtr CStructTreeCopier::VisitIndirect(const CObjectPtr& object)
 {
   if (const CObjectPtr copy = GetCopy(object))
     return copy;
+  if (IsDropped(object))
+    return {};
   return BelongsToOwner(object) ? m_pOwner->VisitIndirect(object) : CObjectCopier::VisitIndirect(object);
 }
 
@@ -64,22 +61,66 @@ CObjectPtr CStructTreeCopier::VisitDictionary(const CObjectPtr& object)
   return copy;
 }
 
-bool CStructTreeCopier::IsKidKept(const CObjectPtr& kid, const CObjectPtr& page) const
+// What has a copy was let in, and need not be loaded again.
+bool CStructTreeCopier::IsDropped(const CObjectPtr& object) const
+{
+  return m_pFilter && object.IsIndirect() && !GetCopy(object) && m_pFilter->IsDropped(object);
+}
+
+bool CStructTreeCopier::HasElements(const CObjectPtr& kids)
+{
+  if (!kids.IsArray())
+    return IsElement(kids);
+  const int nNumber = kids.GetObjNumber();
+  if (m_arraysWithElements.Contains(nNumber) || m_arraysWithoutElements.Contains(nNumber))
+    return m_arraysWithElements.Contains(nNumber);
+  bool bFound = false;
+  for (int i = 0; i < kids.GetSize() && !bFound; ++i)
+    bFound = IsElement(kids[i]);
+  (bFound ? m_arraysWithElements : m_arraysWithoutElements).Add(nNumber);
+  return bFound;
+}
+
+bool CStructTreeCopier::IsKidKept(const CObjectPtr& kid, const CObjectPtr& page)
 {
   if (kid.IsInteger())
     return IsPagePresent(page);
+  if (m_omitted.Contains(kid.GetObjNumber()))
+    return false;
   if (GetCopy(kid) || !kid.IsDictionary())
     return true;
   const CObjectPtr ownPage = kid["Pg"];
   if (IsContentItem(kid))
-    return IsPagePresent(ownPage ? ownPage : page);
-  return IsPagePresent(ownPage) || HasElements(kid["K"]);
+    return !IsDropped(kid["Obj"]) && IsPagePresent(ownPage ? ownPage : page);
+  if (IsPagePresent(ownPage) || HasElements(kid["K"]))
+    return true;
+  m_omitted.Add(kid.GetObjNumber());
+  return false;
 }
 
+// An array that belongs to one element, as it should, becomes a direct one. Elements that share one share its
+// copy, so that the work stays in proportion to the file.
 CObjectPtr CStructTreeCopier::CopyKids(const CObjectPtr& kids, const CObjectPtr& page)
 {
   if (!kids.IsArray())
     return IsKidKept(kids, page) ? VisitEntry("K", kids) : CObjectPtr();
+  if (!kids.IsIndirect() || m_arrays.Add(kids.GetObjNumber()))
+  {
+    CObjectPtr copy = CopyKidArray(kids, page);
+    return copy.GetSize() > 0 || kids.GetSize() == 0 ? copy : CObjectPtr();
+  }
+  bool bCreated = false;
+  CObjectPtr target = GetOrCreateCopy(kids, bCreated);
+  if (bCreated)
+  {
+    target->SetValueObject(CopyKidArray(kids, page).Get());
+    FinishCopy(kids, target);
+  }
+  return target;
+}
+
+CObjectPtr CStructTreeCopier::CopyKidArray(const CObjectPtr& kids, const CObjectPtr& page)
+{
   CObjectPtr copy(new CArrayObject);
   for (int i = 0; i < kids.GetSize(); ++i)
   {

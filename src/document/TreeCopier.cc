@@ -166,6 +166,16 @@ void CTreeCopier::CopyChild(BSE::CScopedPtr<TLevel>& pLevel)
   pLevel = std::move(pBelow);
 }
 
+// The count of the source where it still holds. A root is always open, so that its count has no sign.
+std::int64_t CTreeCopier::GetCount(const TLevel& level)
+{
+  const std::int64_t nCount = level.m_source["Count"].GetIntegerValue();
+  const bool bRoot = level.m_nDepth == 0;
+  if (!level.m_bChanged && (!bRoot || nCount >= 0))
+    return nCount;
+  return bRoot || nCount > 0 ? level.m_nVisible : -level.m_nVisible;
+}
+
 void CTreeCopier::EndLevel(BSE::CScopedPtr<TLevel>& pLevel)
 {
   const CObjectPtr count = pLevel->m_source["Count"];
@@ -176,11 +186,7 @@ void CTreeCopier::EndLevel(BSE::CScopedPtr<TLevel>& pLevel)
     pLevel->m_target.AddEntry("First", pLevel->m_first);
     pLevel->m_target.AddEntry("Last", pLevel->m_last);
     if (count.IsInteger())
-    {
-      const std::int64_t nShown = bOpen ? pLevel->m_nVisible : -pLevel->m_nVisible;
-      const std::int64_t nCount = pLevel->m_bChanged ? nShown : count.GetIntegerValue();
-      pLevel->m_target.AddEntry("Count", new CIntegerObject(nCount));
-    }
+      pLevel->m_target.AddEntry("Count", new CIntegerObject(GetCount(*pLevel)));
   }
   BSE::CScopedPtr<TLevel> pAbove = std::move(pLevel->m_pAbove);
   if (pAbove)

@@ -38,6 +38,7 @@ private:
   void CopyNode(const CObjectPtr& source, const CObjectPtr& target);
   void CopyChildren(const CObjectPtr& root, const CObjectPtr& rootTarget);
   void CopyChild(BSE::CScopedPtr<TLevel>& pLevel);
+  static std::int64_t GetCount(const TLevel& level);
   void EndLevel(BSE::CScopedPtr<TLevel>& pLevel);
   CObjectPtr GetNodeCopy(const CObjectPtr& source);
 

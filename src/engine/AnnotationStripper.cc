@@ -1,8 +1,5 @@
 #include "engine/AnnotationStripper.h"
 
-#include "base/Limits.h"
-#include "base/Tracer.h"
-
 namespace PDF
 {
 
@@ -23,40 +20,6 @@ constexpr const char* g_subtypes[] = {
     "PolyLine", "Highlight", "Underline", "Squiggly", "StrikeOut", "Caret",      "Stamp",
     "Ink",      "Popup",     "Sound",     "Movie",    "Screen",    "Widget",     "PrinterMark",
     "TrapNet",  "Watermark", "3D",        "Redact",   "RichMedia", "Projection", "FileAttachment"};
-
-bool IsKnownSubtype(const CObjectPtr& subtype)
-{
-  for (const char* szSubtype : g_subtypes)
-    if (subtype.IsName(szSubtype))
-      return true;
-  return false;
-}
-
-// The value of a key in the field or the nearest of its ancestors. A chain of parents that comes back to
-// itself is found by comparing with an ancestor that moves up at powers of two.
-CObjectPtr FindInFields(const CObjectPtr& field, const char* szKey)
-{
-  CObjectPtr node = field;
-  CObjectPtr mark = field;
-  for (int nStep = 1, nPower = 1; node.IsDictionary() && nStep <= BSE::g_nMaxTreeDepth; ++nStep)
-  {
-    if (CObjectPtr value = node[szKey])
-      return value;
-    node = node["Parent"];
-    if (node && node == mark)
-    {
-      if (BSE::CTracer::IsOn())
-        BSE::CTracer::Trace("E", "PDF Annotation", "Loop in form field hierarchy detected.");
-      return {};
-    }
-    if (nStep == nPower)
-    {
-      mark = node;
-      nPower *= 2;
-    }
-  }
-  return {};
-}
 
 bool HasNormalAppearance(const CObjectPtr& annotation)
 {
@@ -84,22 +47,30 @@ bool ShowsNothing(const CObjectPtr& annotation, bool bLink)
 
 }  // namespace
 
-bool IsSignedField(const CObjectPtr& field)
+bool IsAnnotationSubtype(const CObjectPtr& subtype)
 {
-  return field["FT"].IsName("Sig") && field["V"].IsDictionary();
+  for (const char* szSubtype : g_subtypes)
+    if (subtype.IsName(szSubtype))
+      return true;
+  return false;
+}
+
+bool CAnnotationStripper::IsSignedField(const CObjectPtr& field)
+{
+  return field["V"].IsDictionary() && m_fields.Find(field).m_bSignature;
 }
 
 bool CAnnotationStripper::IsVisible(const CObjectPtr& annotation)
 {
   const std::int64_t nFlags = GetIntegerOr(annotation["F"], 0);
-  if ((nFlags & eInvisible) != 0 && !IsKnownSubtype(annotation["Subtype"]))
+  if ((nFlags & eInvisible) != 0 && !IsAnnotationSubtype(annotation["Subtype"]))
     return false;
   if ((nFlags & eHidden) != 0)
     return false;
   return (nFlags & eNoView) == 0 || (nFlags & eToggleNoView) != 0;
 }
 
-TAnnotationFate CAnnotationStripper::Decide(const CObjectPtr& annotation) const
+TAnnotationFate CAnnotationStripper::Decide(const CObjectPtr& annotation)
 {
   if (!annotation.IsDictionary())
     return TAnnotationFate::Drop;
@@ -117,15 +88,16 @@ TAnnotationFate CAnnotationStripper::Decide(const CObjectPtr& annotation) const
   return fate;
 }
 
-TAnnotationFate CAnnotationStripper::DecideWidget(const CObjectPtr& widget) const
+TAnnotationFate CAnnotationStripper::DecideWidget(const CObjectPtr& widget)
 {
-  if (!FindInFields(widget, "FT").IsName("Sig"))
+  const TSignatureField field = m_fields.Find(widget);
+  if (!field.m_bSignature)
     return Has(eStripForms) ? TAnnotationFate::Flatten : TAnnotationFate::Keep;
   if (m_options.m_bFlattenSignatureFields)
     return TAnnotationFate::Flatten;
   if (Has(eStripForms))
     return TAnnotationFate::Drop;
-  if (!FindInFields(widget, "V").IsDictionary())
+  if (!field.m_bValue)
     return TAnnotationFate::Keep;
   BSE::ReportError(widget.IsIndirect() ? widget.Get() : m_pErrorContext, g_nSignatureNotCopied);
   return TAnnotationFate::Drop;

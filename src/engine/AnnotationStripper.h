@@ -1,6 +1,7 @@
 #pragma once
 
 #include "engine/OptimizerOptions.h"
+#include "engine/SignatureFields.h"
 #include "pdf/Object.h"
 
 namespace PDF
@@ -29,20 +30,27 @@ public:
   }
 
   // Null and what is no dictionary is dropped. A signed signature field that is dropped is reported.
-  TAnnotationFate Decide(const CObjectPtr& annotation) const;
+  TAnnotationFate Decide(const CObjectPtr& annotation);
+
+  // True for a form field of the type signature, which an ancestor may tell, with a value of its own.
+  bool IsSignedField(const CObjectPtr& field);
+
+  // Forgets what is known of fields, which belongs to one document.
+  void Reset() { m_fields.RemoveAll(); }
 
   // As shown on a screen (ISO 32000-1, 12.5.3).
   static bool IsVisible(const CObjectPtr& annotation);
 
 private:
-  TAnnotationFate DecideWidget(const CObjectPtr& widget) const;
+  TAnnotationFate DecideWidget(const CObjectPtr& widget);
   bool Has(TStripFlag flag) const { return (m_options.m_nStrip & flag) != 0; }
 
   const TOptimizerOptions& m_options;
   BSE::IErrorContext* m_pErrorContext;
+  CSignatureFields m_fields;
 };
 
-// True for a form field of the type signature that has a value, without a look at its ancestors.
-bool IsSignedField(const CObjectPtr& field);
+// True for the name of a type of annotations that the standard knows.
+bool IsAnnotationSubtype(const CObjectPtr& subtype);
 
 }  // namespace PDF

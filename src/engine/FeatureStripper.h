@@ -1,7 +1,7 @@
 #pragma once
 
-#include "document/ObjectCopier.h"
 #include "engine/OptimizerOptions.h"
+#include "pdf/Object.h"
 
 namespace PDF
 {
@@ -29,26 +29,6 @@ private:
   bool Has(TStripFlag flag) const { return (m_nStrip & flag) != 0; }
 
   unsigned m_nStrip;
-};
-
-// A copier for a part of the document, whose own dictionaries lose their entries as all others do. T is a
-// CListCopier or a CStructTreeCopier.
-template <class T>
-class CStrippingCopierT : public T
-{
-public:
-  CStrippingCopierT(CObjectTraverser* pOwner, const CFeatureStripper& stripper)
-      : T(pOwner), m_stripper(stripper)
-  {
-  }
-
-  CObjectPtr VisitEntry(const char* szKey, const CObjectPtr& value) override
-  {
-    return m_stripper.IsEntryDropped(szKey) ? CObjectPtr() : T::VisitEntry(szKey, value);
-  }
-
-private:
-  CFeatureStripper m_stripper;
 };
 
 }  // namespace PDF

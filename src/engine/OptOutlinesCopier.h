@@ -10,7 +10,7 @@ class COptOutlinesCopier : public CTreeCopier
 {
 public:
   // With bStripStructure an item loses its link to the structure tree, "SE" (ISO 32000-1, 12.3.3), which
-  // would keep what it leads to in the file.
+  // would keep what it leads to in the file. Other entries go through the owner.
   COptOutlinesCopier(CObjectTraverser* pOwner, bool bStripStructure)
       : CTreeCopier(pOwner), m_bStripStructure(bStripStructure)
   {

@@ -1,5 +1,6 @@
 #include "engine/Optimizer.h"
 
+#include "document/BTree.h"
 #include "engine/StreamRecompressor.h"
 #include "pdf/linearize/Linearizer.h"
 
@@ -36,6 +37,14 @@ CConformance WithoutStructure(CConformance conformance)
   }
 }
 
+// ISO 19005-1, 6.1.1, rests on PDF 1.4, and parts 2 and 3 on PDF 1.7.
+bool IsVersionAllowed(CConformance claim, int nMajor, int nMinor)
+{
+  if (!claim.IsArchival())
+    return true;
+  return claim.GetPart() > 1 && nMajor == 1 && nMinor <= 7;
+}
+
 // Gives a file a deflater for a scope.
 class CDeflaterScope
 {
@@ -54,7 +63,8 @@ private:
 
 }  // namespace
 
-COptimizer::COptimizer(BSE::IErrorContext* pErrorContext) : CDocumentCopierT<CObjectCopier>(pErrorContext)
+COptimizer::COptimizer(BSE::IErrorContext* pErrorContext)
+    : CDocumentCopierT<CObjectCopier>(pErrorContext), m_stripper(m_options, pErrorContext)
 {
   m_bKeepFileId = true;
 }
@@ -85,12 +95,23 @@ bool COptimizer::Open(BSE::IByteStream* pStream, const CString* pPassword)
     m_input.Abandon();
     throw;
   }
+  ApplyVersion();
+  return true;
+}
+
+void COptimizer::ApplyVersion()
+{
+  if (!m_options.m_bVersionSet)
+    return;
   const int nMajor = ToVersionNumber(m_options.m_nVersionMajor);
   const int nMinor = ToVersionNumber(m_options.m_nVersionMinor);
-  if (m_options.m_bVersionSet &&
-      !(m_options.m_bVersionRaisedOnly && m_input.GetFile().IsVersionAtLeast(nMajor, nMinor)))
-    m_output.SetVersion(nMajor, nMinor);
-  return true;
+  const int nMajorNow = m_output.GetMajorVersion();
+  const bool bEnough = nMajorNow > nMajor || (nMajorNow == nMajor && m_output.GetMinorVersion() >= nMinor);
+  if (m_options.m_bVersionRaisedOnly && bEnough)
+    return;
+  if (m_options.m_bVersionWithinClaim && !IsVersionAllowed(m_input.GetConformance(), nMajor, nMinor))
+    return;
+  m_output.SetVersion(nMajor, nMinor);
 }
 
 bool COptimizer::Close()
@@ -143,7 +164,9 @@ bool COptimizer::RunSave(BSE::IByteStream* pStream, const TEncryption& encryptio
   m_bAutoLinearize = m_options.m_bAutoLinearize;
   m_pLinearizer = GetLinearizer();
   m_nOutputCipher = m_options.m_nOutputCipher;
+  m_stripper.Reset();
   m_annotArrays.RemoveAll();
+  m_emptyAnnotArrays.RemoveAll();
   return CopyDocument(pStream, encryption);
 }
 
@@ -198,11 +221,19 @@ void COptimizer::FindDuplicates()
 
 CObjectPtr COptimizer::VisitIndirect(const CObjectPtr& object)
 {
+  if (object.GetFile() != &m_input.GetFile())
+    return CDocumentCopierT<CObjectCopier>::VisitIndirect(object);
   const int nNumber = object.GetObjNumber();
   const int nCanonical = m_equal.GetCanonical(m_redundant.GetCanonical(nNumber));
-  if (nCanonical == nNumber || object.GetFile() != &m_input.GetFile())
-    return CDocumentCopierT<CObjectCopier>::VisitIndirect(object);
-  return CDocumentCopierT<CObjectCopier>::VisitIndirect(m_input.GetFile().GetObject(nCanonical, -1));
+  const CObjectPtr source = nCanonical == nNumber ? object : m_input.GetFile().GetObject(nCanonical, -1);
+  // What has a copy was let in, and pages are: they need not be loaded here.
+  if (const CObjectPtr copy = GetCopy(source))
+    return copy;
+  const bool bPage = m_pSourceTree && m_pSourceTree->IsTreeObject(nCanonical);
+  if (bPage || (!m_stripper.WasDropped(object) && !m_stripper.IsDropped(source)))
+    return CDocumentCopierT<CObjectCopier>::VisitIndirect(source);
+  source->Unload();
+  return {};
 }
 
 void COptimizer::DecideConformance()

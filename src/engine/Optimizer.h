@@ -3,6 +3,7 @@
 #include "document/DocumentCopier.h"
 #include "document/ObjectCopier.h"
 #include "engine/EqualObjectMerger.h"
+#include "engine/ObjectStripper.h"
 #include "engine/OptimizerOptions.h"
 #include "engine/RedundantObjectOptimizer.h"
 
@@ -56,12 +57,16 @@ public:
   // Back to the state before the analysis: nothing known, no claim lost, no conformance for the output.
   void ResetState();
 
-  // A duplicate is replaced by the object that stands for it.
+  // A duplicate is replaced by the object that stands for it; what is dropped gives null.
   CObjectPtr VisitIndirect(const CObjectPtr& object) override;
 
-  // What the strip flags keep. Inside the form, signed signature fields and "SigFlags" go.
+  // What the strip flags keep. Inside the form, signed signature fields and "SigFlags" go. A list of
+  // references closes up where an object is dropped.
   CObjectPtr VisitDictionary(const CObjectPtr& object) override;
   CObjectPtr VisitArray(const CObjectPtr& object) override;
+
+  // Null for an entry that the strip flags take out of every dictionary.
+  CObjectPtr VisitEntry(const char* szKey, const CObjectPtr& value) override;
 
   // Annotations are chosen one by one; of a signature that cannot hold for the copy the widget is reported
   // and goes.
@@ -74,6 +79,7 @@ public:
   bool CopyMetadata() override;
 
 private:
+  void ApplyVersion();
   bool RunSave(BSE::IByteStream* pStream, const TEncryption& encryption);
   bool CopyDocument(BSE::IByteStream* pStream, const TEncryption& encryption);
   void FindDuplicates();
@@ -86,7 +92,9 @@ private:
   CObjectPtr CopyAnnots(const CObjectPtr& annots);
   CObjectPtr CopyAnnotations(const CObjectPtr& annots);
   CObjectPtr CopyCatalogEntry(const char* szKey, const CObjectPtr& value);
+  bool HasOnlySignedFields(const CObjectPtr& form);
   CObjectPtr CopyForm(const CObjectPtr& form);
+  CObjectPtr CloseUp(const CObjectPtr& source, const CObjectPtr& copy) const;
   template <class T>
   CObjectPtr CopyWith(T& copier, const char* szKey, const CObjectPtr& value);
 
@@ -97,7 +105,9 @@ private:
   bool m_bConformanceLost = false;
   bool m_bFilterSignedFields = false;  // inside the form
   bool m_bInFieldsArray = false;       // the next array is the form's list of fields
-  CNumberSet m_annotArrays;            // met during this save
+  CObjectStripper m_stripper;
+  CNumberSet m_annotArrays;       // met during this save
+  CNumberSet m_emptyAnnotArrays;  // those of them of which nothing is kept
 };
 
 }  // namespace PDF

@@ -2,11 +2,9 @@
 
 #include "base/ScopedValue.h"
 #include "base/Tracer.h"
-#include "document/ListCopier.h"
-#include "document/StructTreeCopier.h"
-#include "engine/AnnotationStripper.h"
 #include "engine/FeatureStripper.h"
 #include "engine/OptOutlinesCopier.h"
+#include "engine/OptPartCopiers.h"
 #include "engine/Optimizer.h"
 #include "pdf/ArrayObject.h"
 #include "pdf/DictionaryObject.h"
@@ -36,18 +34,6 @@ bool IsOfOutput(const char* szKey)
   return false;
 }
 
-// True also for a form without fields.
-bool HasOnlySignedFields(const CObjectPtr& form)
-{
-  const CObjectPtr fields = form["Fields"];
-  if (!fields.IsArray())
-    return true;
-  for (int i = 0; i < fields.GetSize(); ++i)
-    if (!IsSignedField(fields[i]))
-      return false;
-  return true;
-}
-
 void TraceUnflattened(const CObjectPtr& annotation)
 {
   if (!BSE::CTracer::IsOn())
@@ -62,13 +48,10 @@ void TraceUnflattened(const CObjectPtr& annotation)
 
 CObjectPtr COptimizer::VisitDictionary(const CObjectPtr& object)
 {
-  const CFeatureStripper stripper(m_options.m_nStrip);
   const CObjectPtr copy(new CDictionaryObject);
   for (int i = object.GetBegin(); i != object.GetEnd(); i = object.GetNext(i))
   {
     const char* szKey = object.GetKey(i);
-    if (stripper.IsEntryDropped(szKey))
-      continue;
     // It tells of signatures that the copy does not have any more.
     if (m_bFilterSignedFields && KeyEquals(szKey, "SigFlags"))
       continue;
@@ -81,16 +64,50 @@ CObjectPtr COptimizer::VisitDictionary(const CObjectPtr& object)
   return copy;
 }
 
+CObjectPtr COptimizer::VisitEntry(const char* szKey, const CObjectPtr& value)
+{
+  if (CFeatureStripper(m_options.m_nStrip).IsEntryDropped(szKey))
+    return {};
+  // A structure destination (ISO 32000-2, 12.3.2.3) in this document, not one by name in another: without the
+  // tree, "D" beside it is what there is to go to.
+  const bool bStructure = (m_options.m_nStrip & eStripStructure) != 0;
+  if (bStructure && KeyEquals(szKey, "SD") && value.IsArray() && value[0].IsDictionary())
+    return {};
+  return CDocumentCopierT<CObjectCopier>::VisitEntry(szKey, value);
+}
+
 CObjectPtr COptimizer::VisitArray(const CObjectPtr& object)
 {
   if (!m_bInFieldsArray)
-    return CDocumentCopierT<CObjectCopier>::VisitArray(object);
+    return CloseUp(object, CDocumentCopierT<CObjectCopier>::VisitArray(object));
   const BSE::CScopedValue inFields(m_bInFieldsArray, false);
   const CObjectPtr copy(new CArrayObject);
   for (int i = 0; i < object.GetSize(); ++i)
-    if (const CObjectPtr field = object[i]; !IsSignedField(field))
-      copy.Add(VisitElement(i, field));
+    if (const CObjectPtr field = object[i]; !m_stripper.IsSignedField(field))
+      if (const CObjectPtr entry = VisitElement(i, field); entry || !m_stripper.WasDropped(field))
+        copy.Add(entry);
   return copy;
+}
+
+// Fields, kids and the like are lists, in which no place counts; where something else stands beside the
+// references, a null keeps its place.
+CObjectPtr COptimizer::CloseUp(const CObjectPtr& source, const CObjectPtr& copy) const
+{
+  bool bGone = false;
+  for (int i = 0; i < source.GetSize(); ++i)
+  {
+    const CObjectPtr element = source[i];
+    if (!element.IsIndirect())
+      return copy;
+    bGone = bGone || m_stripper.WasDropped(element);
+  }
+  if (!bGone)
+    return copy;
+  CObjectPtr closed(new CArrayObject);
+  for (int i = 0; i < source.GetSize(); ++i)
+    if (copy[i] || !m_stripper.WasDropped(source[i]))
+      closed.Add(copy[i]);
+  return closed;
 }
 
 bool COptimizer::CopyPage(int nPage)
@@ -123,11 +140,16 @@ CObjectPtr COptimizer::CopyAnnots(const CObjectPtr& annots)
 {
   if (!annots.IsArray())
     return {};
+  if (m_emptyAnnotArrays.Contains(annots.GetObjNumber()))
+    return {};
   const CGroupScope group(*this, g_nFormGroup);
   if (!annots.IsIndirect() || m_annotArrays.Add(annots.GetObjNumber()))
   {
     CObjectPtr copy = CopyAnnotations(annots);
-    return copy.GetSize() > 0 ? copy : CObjectPtr();
+    if (copy.GetSize() > 0)
+      return copy;
+    m_emptyAnnotArrays.Add(annots.GetObjNumber());
+    return {};
   }
   bool bCreated = false;
   CObjectPtr target = GetOrCreateCopy(annots, bCreated);
@@ -141,12 +163,11 @@ CObjectPtr COptimizer::CopyAnnots(const CObjectPtr& annots)
 
 CObjectPtr COptimizer::CopyAnnotations(const CObjectPtr& annots)
 {
-  const CAnnotationStripper stripper(m_options, m_pErrorContext);
   const CObjectPtr copy(new CArrayObject);
   for (int i = 0; i < annots.GetSize(); ++i)
   {
     const CObjectPtr annotation = annots[i];
-    const TAnnotationFate fate = stripper.Decide(annotation);
+    const TAnnotationFate fate = m_stripper.Decide(annotation);
     if (fate == TAnnotationFate::Drop)
     {
       if (annotation)
@@ -180,7 +201,6 @@ bool COptimizer::CopyCatalog()
 
 CObjectPtr COptimizer::CopyCatalogEntry(const char* szKey, const CObjectPtr& value)
 {
-  const CFeatureStripper stripper(m_options.m_nStrip);
   if (KeyEquals(szKey, "AcroForm"))
     return CopyForm(value);
   if (KeyEquals(szKey, "Outlines"))
@@ -190,13 +210,13 @@ CObjectPtr COptimizer::CopyCatalogEntry(const char* szKey, const CObjectPtr& val
   }
   if (KeyEquals(szKey, "StructTreeRoot"))
   {
-    CStrippingCopierT<CStructTreeCopier> copier(this, stripper);
+    COptStructTreeCopier copier(this, m_options.m_nStrip, &m_stripper);
     return value.IsDictionary() ? CopyWith(copier, szKey, value) : CObjectPtr();
   }
   if (KeyEquals(szKey, "Threads"))
   {
     // The array becomes a direct one: a copier visits the elements of what it is given.
-    CStrippingCopierT<CListCopier> copier(this, stripper);
+    COptListCopier copier(this, m_options.m_nStrip);
     return value.IsArray() ? CopyWith(copier, szKey, GetDirect(value)) : CObjectPtr();
   }
   return VisitEntry(szKey, value);
@@ -209,6 +229,18 @@ CObjectPtr COptimizer::CopyWith(T& copier, const char* szKey, const CObjectPtr& 
   CObjectPtr copy = copier.VisitEntry(szKey, value);
   copier.ReleaseCopied();
   return copy;
+}
+
+// True also for a form without fields.
+bool COptimizer::HasOnlySignedFields(const CObjectPtr& form)
+{
+  const CObjectPtr fields = form["Fields"];
+  if (!fields.IsArray())
+    return true;
+  for (int i = 0; i < fields.GetSize(); ++i)
+    if (!m_stripper.IsSignedField(fields[i]))
+      return false;
+  return true;
 }
 
 CObjectPtr COptimizer::CopyForm(const CObjectPtr& form)

@@ -166,6 +166,7 @@ void TOptimizerOptions::SetProfile(unsigned nProfile)
   reset.m_bEmbedFonts = m_bEmbedFonts;
   reset.m_bVersionSet = m_bVersionSet;
   reset.m_bVersionRaisedOnly = m_bVersionRaisedOnly;
+  reset.m_bVersionWithinClaim = m_bVersionWithinClaim;
   reset.m_nVersionMajor = m_nVersionMajor;
   reset.m_nVersionMinor = m_nVersionMinor;
   *this = reset;
@@ -280,8 +281,21 @@ bool TOptimizerOptions::SetVersion(const char* szVersion)
     return false;
   m_bVersionSet = true;
   m_bVersionRaisedOnly = false;
+  m_bVersionWithinClaim = false;
   m_nVersionMajor = nMajor;
   m_nVersionMinor = nMinor;
+  return true;
+}
+
+bool TOptimizerOptions::SetMinimumVersion(int nMajor, int nMinor)
+{
+  if (nMajor < 1 || nMajor > 2 || nMinor < 0 || nMinor > 9)
+    return false;
+  m_bVersionSet = true;
+  m_bVersionRaisedOnly = true;
+  m_bVersionWithinClaim = true;
+  m_nVersionMajor = static_cast<unsigned>(nMajor);
+  m_nVersionMinor = static_cast<unsigned>(nMinor);
   return true;
 }
 

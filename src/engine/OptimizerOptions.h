@@ -89,6 +89,10 @@ struct TOptimizerOptions
   // Blanks may stand before a number. False, and nothing changes, for any other text.
   bool SetVersion(const char* szVersion);
 
+  // A lower bound in its place, raised no further than an archival claim of the input allows. False, and
+  // nothing changes, for numbers that make no version of PDF.
+  bool SetMinimumVersion(int nMajor, int nMinor);
+
   // A TOutputCipher; other numbers are ignored.
   void SetOutputCipher(unsigned nCipher);
 
@@ -156,9 +160,11 @@ struct TOptimizerOptions
   bool m_bEmbedFonts = false;
 
   // The version of the output, used by the next open. Not set: that of the input. Raised only: an encoding
-  // asks for at least that version, and an input of a higher one keeps its own.
+  // asks for at least that version, and an input of a higher one keeps its own. Within the claim: an input
+  // that claims PDF/A is raised no further than its part allows.
   bool m_bVersionSet = false;
   bool m_bVersionRaisedOnly = false;
+  bool m_bVersionWithinClaim = false;
   unsigned m_nVersionMajor = 0;
   unsigned m_nVersionMinor = 0;
 };

@@ -24,6 +24,7 @@ struct TParse
   BSE::CBasicArray<int> m_namespaces;  // declared by each open element
   int m_nInScope = 0;
   int m_nElements = 0;
+  int m_nErrors = 0;
   bool m_bRefused = false;
 };
 
@@ -66,10 +67,21 @@ void OnEndElement(void* pContext, const xmlChar* pLocalName, const xmlChar* pPre
   xmlSAX2EndElementNs(pContext, pLocalName, pPrefix, pUri);
 }
 
+// The parser makes a text of up to 64,000 bytes for every error, and can find one at every byte. An error
+// that ends the document ends the parse, and so do many of another kind. The input is still in use here, so
+// that the parser is told to end by its state and not stopped.
 void OnError(void* pContext, xmlErrorPtr pError)
 {
-  if (pContext && pError && pError->code != XML_ERR_USER_STOP)
-    GetParse(pContext).m_errors.Report(*pError);
+  if (!pContext || !pError || pError->code == XML_ERR_USER_STOP)
+    return;
+  TParse& parse = GetParse(pContext);
+  parse.m_errors.Report(*pError);
+  if (pError->level < XML_ERR_FATAL && ++parse.m_nErrors <= CDocument::g_nMaxErrors)
+    return;
+  auto* pParser = static_cast<xmlParserCtxtPtr>(pContext);
+  parse.m_bRefused = true;
+  pParser->disableSAX = 1;
+  pParser->instate = XML_PARSER_EOF;
 }
 
 // Quoted values between a '<' and the end of its tag. A '<' always begins anew: it cannot stand in a value,

@@ -84,6 +84,7 @@ public:
   static constexpr int g_nMaxElements = 500000;
   static constexpr int g_nMaxAttributes = 1000;
   static constexpr int g_nMaxNamespaces = 1000;
+  static constexpr int g_nMaxErrors = 1000;  // of kinds that leave a document well-formed
 
   CDocument() = default;
   CDocument(const CDocument&) = delete;

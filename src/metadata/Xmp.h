@@ -52,9 +52,6 @@ public:
 
   bool HasPacket() const { return static_cast<bool>(m_pPacket); }
 
-  // True if there was a stream that could not be read.
-  bool IsBroken() const { return m_bBroken; }
-
   // Part of PDF/A that the document this was read from claims; 0 without a claim. From part 2 on there is no
   // information dictionary to read.
   void SetPart(int nPart) { m_nPart = nPart; }
@@ -99,7 +96,7 @@ private:
   BSE::CPtrArray<TEvent> m_events;
   BSE::CStr8 m_newInstanceId;  // for a document without one; the same for all its copies
   int m_nPart = 0;
-  bool m_bBroken = false;
+  bool m_bBroken = false;  // there was a stream that could not be read
 };
 
 }  // namespace PDF

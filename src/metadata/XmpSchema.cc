@@ -82,6 +82,7 @@ constexpr CSchemaDescription g_schemas[] = {
     {"stJob", "http://ns.adobe.com/xap/1.0/sType/Job#", "Job", {}},
     {"stDim", "http://ns.adobe.com/xap/1.0/sType/Dimensions#", "Dimensions", {}},
     {"xapGImg", "http://ns.adobe.com/xap/1.0/g/img/", "Thumbnail", {}},
+    {"ocr", "http://ns.norvane.com/ocr/1.0/", "Recognized Text Schema", {}},
 };
 
 bool IsInteger(const BSE::CStr8& text)

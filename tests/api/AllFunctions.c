@@ -40,6 +40,7 @@ static const TFunction g_functions[] = {
     NAME(BrevexGetInfoEntryW),
     NAME(BrevexSetVersionA),
     NAME(BrevexSetVersionW),
+    NAME(BrevexSetMinimumVersion),
     NAME(BrevexGetBitonalResolutionDPI),
     NAME(BrevexSetBitonalResolutionDPI),
     NAME(BrevexGetBitonalThresholdDPI),

@@ -61,6 +61,7 @@ TEST_F(CallFrame, NullHandleOfWideForms)
   EXPECT_EQ(BrevexGetInfoEntryW(nullptr, u"Title"), nullptr);
   EXPECT_FALSE(BrevexSetVersionA(nullptr, "1.7"));
   EXPECT_FALSE(BrevexSetVersionW(nullptr, u"1.7"));
+  EXPECT_FALSE(BrevexSetMinimumVersion(nullptr, 1, 7));
   EXPECT_EQ(m_folder.CountEntries(), 0);
   EXPECT_EQ(bytes.GetReleaseCount(), 0) << "a stream that was not taken is not released";
 }

@@ -7,50 +7,18 @@
 #include <set>
 #include <string>
 
-#include "base/ErrorHandler.h"
-#include "base/MemoryStream.h"
 #include "engine/AnnotationStripper.h"
-#include "engine/Optimizer.h"
+#include "tests/engine/SavedDocument.h"
 #include "tests/support/FeatureDocument.h"
 #include "tests/support/PdfBuilder.h"
 
 namespace
 {
 
+using Engine::Ref;
+using Engine::TSaved;
 using PDF::CObjectPtr;
 using TNames = std::set<std::string>;
-
-std::string Ref(int nNumber)
-{
-  return std::to_string(nNumber) + " 0 R";
-}
-
-// A document saved with options, and read back.
-struct TSaved
-{
-  explicit TSaved(const std::string& sPdf, unsigned nStrip = 0, bool bFlattenSignatures = false)
-      : m_result(&m_handler)
-  {
-    BSE::CErrorHandler handler;
-    PDF::COptimizer optimizer(&handler);
-    optimizer.GetOptions().m_nStrip = nStrip;
-    optimizer.GetOptions().m_bFlattenSignatureFields = bFlattenSignatures;
-    const BSE::CObjectPtr<BSE::IByteStream> pInput(
-        new BSE::CMemoryStream(sPdf.data(), static_cast<std::int64_t>(sPdf.size())));
-    const BSE::CObjectPtr<BSE::IByteStream> pOutput(new BSE::CMemoryStream);
-    EXPECT_TRUE(optimizer.Open(pInput.Get(), nullptr));
-    EXPECT_TRUE(optimizer.Save(pOutput.Get(), {}));
-    m_nCode = handler.GetLastCode();
-    EXPECT_TRUE(m_result.Open(pOutput.Get(), nullptr));
-  }
-
-  CObjectPtr Catalog() { return m_result.GetCatalog(); }
-  CObjectPtr Page(int nIndex = 0) { return m_result.GetPage(nIndex); }
-
-  BSE::CErrorHandler m_handler;
-  PDF::CDocument m_result;
-  unsigned m_nCode = 0;
-};
 
 void AddKeys(TNames& names, const std::string& sPrefix, const CObjectPtr& dictionary)
 {

@@ -147,6 +147,39 @@ TEST(Optimizer, VersionAgainstTheClaim)
   EXPECT_EQ(plain.nMajor, 2);
 }
 
+TEST(Optimizer, MinimumVersionWithinTheClaim)
+{
+  const std::string sPlain = MakeArchive('0', 'B', nullptr, "1.4");
+  const struct
+  {
+    std::string m_sPdf;
+    int m_nMajor;
+    int m_nMinor;
+    int m_nExpected;
+  } cases[] = {
+      {sPlain, 1, 5, 15},
+      {sPlain, 2, 0, 20},
+      {sPlain, 1, 0, 14},
+      {MakeArchive('0', 'B', nullptr, "1.7"), 1, 5, 17},
+      {MakeArchive('1', 'B', nullptr), 1, 5, 14},
+      {MakeArchive('2', 'B', nullptr), 1, 5, 17},
+      {MakeArchive('2', 'B', nullptr), 2, 0, 17},
+  };
+  for (const auto& [sPdf, nMajor, nMinor, nExpected] : cases)
+  {
+    const auto setBound = [nFirst = nMajor, nSecond = nMinor](TOptimizerOptions& o)
+    {
+      o.SetContinuousCompressions(0x100);
+      EXPECT_TRUE(o.SetMinimumVersion(nFirst, nSecond));
+      EXPECT_FALSE(o.SetMinimumVersion(3, 0));
+      EXPECT_FALSE(o.SetMinimumVersion(1, 10));
+    };
+    const TResult result = Save(sPdf, setBound, Nothing);
+    EXPECT_TRUE(result.bSaved);
+    EXPECT_EQ(10 * result.nMajor + result.nMinor, nExpected) << nMajor << '.' << nMinor;
+  }
+}
+
 TEST(Optimizer, AnalysisHoldsUntilClose)
 {
   BSE::CErrorHandler handler;

@@ -180,6 +180,9 @@ TEST(PacketTest, RefusesWhatIsNoPacket)
   for (int i = 0; i < 600; ++i)
     bound += "<n" + std::to_string(i) + ":p xmlns:n" + std::to_string(i) + "='http://n" + std::to_string(i) +
              "/'/>";
+  std::string unbound;
+  for (int i = 0; i < 1100; ++i)
+    unbound += "<unbound:p/>";
   const std::string cases[] = {
       "",
       "text",
@@ -195,6 +198,9 @@ TEST(PacketTest, RefusesWhatIsNoPacket)
       MakePacket(bound),
       "<RDF xmlns='http://www.w3.org/TR/WD-rdf-syntax#'/>",
       std::string("\xFE\xFF\xD8\x00\x00<", 6),
+      // A long message for every byte, and for every element.
+      "<!--" + std::string(1 << 22, '-'),
+      MakePacket(unbound),
   };
   for (const std::string& text : cases)
   {
@@ -219,6 +225,13 @@ TEST(PacketTest, TakesHugeValuesAndManyItems)
   EXPECT_EQ(dynamic_cast<XMP::CBag&>(*packet.Find(g_szOwn, "b")).GetSize(), 30000);
   XMP::CPacket again(nullptr);
   EXPECT_TRUE(again.Read(ToBytes(Write(packet))));
+}
+
+TEST(PacketTest, KnowsThePrefixOfRecognizedText)
+{
+  XMP::CPacket packet(nullptr);
+  ASSERT_TRUE(packet.Read(ToBytes(MakePacket("<z:p xmlns:z='http://ns.norvane.com/ocr/1.0/'>1</z:p>"))));
+  EXPECT_THAT(Write(packet), HasSubstr("ocr:p=\"1\""));
 }
 
 // More plain values than a tag may have attributes.

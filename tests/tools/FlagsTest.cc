@@ -7,6 +7,7 @@
 #include <set>
 #include <sstream>
 
+#include "tests/support/PdfBuilder.h"
 #include "tests/support/PdfDamager.h"
 #include "tests/support/Samples.h"
 #include "tests/tools/Command.h"
@@ -150,9 +151,10 @@ TEST(CommandFlags, EverySetterHasAFlag)
 {
   const CCommandFolder folder;
   const std::string sHelp = folder.Run({"optimize", "--help"}).sOut;
-  // Flags of another name: --merge-equal, --encryption.
-  const std::set<std::string> otherwise = {"Profile",    "VersionA",     "VersionW",         "InfoEntryA",
-                                           "InfoEntryW", "OutputCipher", "MergeEqualObjects"};
+  // Flags of another name: --merge-equal, --encryption, --pdf-version.
+  const std::set<std::string> otherwise = {"Profile",           "VersionA",      "VersionW",
+                                           "InfoEntryA",        "InfoEntryW",    "OutputCipher",
+                                           "MergeEqualObjects", "MinimumVersion"};
   const std::set<std::string> setters = ReadSetters();
   EXPECT_GT(setters.size(), 40U);
   for (const std::string& sSetter : setters)
@@ -252,9 +254,30 @@ TEST(CommandFlags, TargetVersion)
   folder.Write("in.pdf", Support::ReplaceText(CCommandFolder::MakeLarge(), "%PDF-1.4", "%PDF-1.6"));
   EXPECT_EQ(getVersion({}), "1.6");
   EXPECT_EQ(getVersion({"--profile", "none", "--bitonal-compressions", "jbig2"}), "1.6");
-  folder.Write("in.pdf",
-               Support::ReplaceText(CCommandFolder::MakeLarge(), "trailer", "%pdfaid:part='1'\ntrailer"));
-  EXPECT_EQ(getVersion({}), "1.4");
+}
+
+// What says the version or the claim may be compressed.
+TEST(CommandFlags, TargetVersionOfCompressedObjects)
+{
+  const CCommandFolder folder;
+  const auto getVersion = [&](const char* szHeader, const std::string& sCatalog, const std::string& sPart)
+  {
+    Support::CPdfBuilder builder;
+    builder.SetVersion(szHeader).SetXRefForm(Support::TXRefForm::Stream).SetObjectStreams(50);
+    const int nPacket = builder.AddFlateStream(
+        "<rdf:RDF xmlns:rdf=\"http://www.w3.org/1999/02/22-rdf-syntax-ns#\"><rdf:Description "
+        "rdf:about=\"\" xmlns:pdfaid=\"http://www.aiim.org/pdfa/ns/id/\" pdfaid:part=\"" +
+            sPart + "\" pdfaid:conformance=\"B\"/></rdf:RDF>",
+        "/Type /Metadata /Subtype /XML");
+    builder.SetCatalogEntries(sCatalog + " /Metadata " + std::to_string(nPacket) + " 0 R");
+    builder.AddPage("0 0 9 9 re f");
+    folder.Write("in.pdf", builder.Build());
+    EXPECT_EQ(folder.Run({"--allow-larger", "in.pdf", "out.pdf"}).nExitCode, 0);
+    return folder.Read("out.pdf").substr(5, 3);
+  };
+  EXPECT_EQ(getVersion("1.4", "", ""), "1.5");
+  EXPECT_EQ(getVersion("1.4", "/Version /1.6", ""), "1.6");
+  EXPECT_EQ(getVersion("1.4", "", "1"), "1.4") << "PDF/A-1 knows no object streams";
 }
 
 }  // namespace

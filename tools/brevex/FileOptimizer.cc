@@ -8,7 +8,6 @@
 #include "AtomicFile.h"
 #include "Handle.h"
 #include "Input.h"
-#include "TargetVersion.h"
 
 namespace Tool
 {
@@ -39,12 +38,20 @@ bool IsSameFile(const TTask& task)
   return task.sInput != "-" && std::filesystem::equivalent(task.sInput, task.sOutput, error);
 }
 
-void SetVersion(const CHandle& handle, const CInput& input, const TOptimizeOptions& options)
+// Object streams, cross-reference streams and JPEG 2000 need 1.5 (ISO 32000-1, 7.5.7, 7.5.8 and 7.4.9).
+void SetVersion(const CHandle& handle, const TOptimizeOptions& options)
 {
-  const std::string sVersion = ChooseTargetVersion(input, options);
-  if (!sVersion.empty())
+  if (options.sPdfVersion == "keep")
   {
-    BrevexSetVersionA(handle.Get(), sVersion.c_str());
+    BrevexSetMinimumVersion(handle.Get(), 1, 0);
+  }
+  else if (options.sPdfVersion != "auto")
+  {
+    BrevexSetVersionA(handle.Get(), options.sPdfVersion.c_str());
+  }
+  else if (options.nProfile != BREVEX_PROFILE_NONE || options.bSetsVersion)
+  {
+    BrevexSetMinimumVersion(handle.Get(), 1, 5);
   }
 }
 
@@ -131,7 +138,7 @@ void CFileOptimizer::Optimize(const TTask& task, TFileResult& result) const
     BrevexSetInfoEntryW(handle.Get(), ToUtf16(sKey).c_str(), ToUtf16(sValue).c_str());
   }
   result.losses = GetLosses(handle.Get());
-  SetVersion(handle, input, m_options);
+  SetVersion(handle, m_options);
 
   const bool bOpen = input.Open(handle, m_options.sPassword.value_or(""));
   AddReport(result, handle, "open");

@@ -97,18 +97,6 @@ bool CInput::Open(const CHandle& handle, const std::string& sPassword)
   return BrevexOpenStreamW(handle.Get(), &stream, ToUtf16(sPassword).c_str()) != 0;
 }
 
-std::string CInput::Read(std::int64_t nPosition, size_t nSize) const
-{
-  if (!m_pFile)
-  {
-    return nPosition < m_nSize ? m_sBytes.substr(static_cast<size_t>(nPosition), nSize) : std::string();
-  }
-  std::string sBytes(nSize, '\0');
-  const ssize_t nRead = pread(m_pFile->Get(), sBytes.data(), nSize, nPosition);
-  sBytes.resize(static_cast<size_t>(std::max<ssize_t>(nRead, 0)));
-  return sBytes;
-}
-
 bool CInput::CopyTo(CAtomicFile& file) const
 {
   return m_pFile ? file.ReplaceByFile(m_pFile->Get()) : file.ReplaceByBytes(m_sBytes);

@@ -23,8 +23,6 @@ public:
   bool Open(const CHandle& handle, const std::string& sPassword);
 
   std::int64_t GetSize() const { return m_nSize; }
-  // Up to nSize bytes from a position; fewer at the end and after a failure.
-  std::string Read(std::int64_t nPosition, size_t nSize) const;
   bool CopyTo(CAtomicFile& file) const;
   const std::string& GetError() const { return m_sError; }
 
