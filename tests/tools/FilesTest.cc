@@ -122,6 +122,19 @@ TEST(CommandFiles, InterruptionLeavesNothing)
   EXPECT_EQ(folder.CountEntries(), 3);
 }
 
+// As it waits for the reader, the file of a linearization that has not come to its end is put beside its own.
+TEST(CommandFiles, InterruptedLinearizationLeavesNothing)
+{
+  const CCommandFolder folder;
+  ASSERT_EQ(mkfifo(folder.GetPath("pipe").c_str(), 0600), 0);
+  const std::string sScript = "TMPDIR=. '" + std::string(BREVEX_PROGRAM) +
+                              "' large.pdf pipe & sleep 1; for file in brevex.*; do : > \"$file.tmp\"; done; "
+                              "kill -TERM $!; wait $!";
+  const TProcessResult result = Support::RunProgram({"sh", "-c", sScript}, {}, folder.GetPath(""));
+  EXPECT_EQ(result.nExitCode, 143) << result.sErr;
+  EXPECT_EQ(folder.CountEntries(), 3);
+}
+
 TEST(CommandFiles, LimitedFileSizeIsAFailedWrite)
 {
   const CCommandFolder folder;
