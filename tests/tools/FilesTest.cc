@@ -7,6 +7,7 @@
 
 #include <filesystem>
 
+#include "tests/support/PdfBuilder.h"
 #include "tests/tools/Command.h"
 
 namespace
@@ -82,6 +83,25 @@ TEST(CommandFiles, OutputOverInput)
   EXPECT_TRUE(std::filesystem::is_symlink(folder.GetPath("link.pdf")));
   EXPECT_LT(folder.Read("large.pdf").size(), CCommandFolder::MakeLarge().size());
   EXPECT_TRUE(IsPdf(folder.Read("large.pdf")));
+}
+
+// Saved in the order for a fast display this document is larger, and smaller without it.
+TEST(CommandFiles, OrderGivesWayToSize)
+{
+  const CCommandFolder folder;
+  Support::CPdfBuilder builder;
+  builder.AddPage(std::string(300, ' '));
+  const std::string sInput = builder.Build();
+  folder.Write("in.pdf", sInput);
+  EXPECT_EQ(folder.Run({"--profile", "web", "in.pdf", "out.pdf"}).nExitCode, 0);
+  EXPECT_LT(folder.Read("out.pdf").size(), sInput.size());
+  EXPECT_EQ(folder.Read("out.pdf").find("/Linearized"), std::string::npos);
+  EXPECT_EQ(folder.Run({"--profile", "web", "--auto-linearize", "in.pdf", "out.pdf"}).nExitCode, 0);
+  EXPECT_GT(folder.Read("out.pdf").size(), sInput.size());
+  EXPECT_NE(folder.Read("out.pdf").find("/Linearized"), std::string::npos);
+  EXPECT_EQ(folder.Run({"--profile", "web", "large.pdf", "out.pdf"}).nExitCode, 0);
+  EXPECT_EQ(folder.Run({"--profile", "web", "tiny.pdf", "out.pdf"}).nExitCode, 0);
+  EXPECT_EQ(folder.Read("out.pdf"), CCommandFolder::MakeTiny());
 }
 
 TEST(CommandFiles, FailureLeavesOldOutput)
