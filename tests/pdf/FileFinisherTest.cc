@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <string>
 
 namespace PDF
@@ -249,6 +250,44 @@ TEST(FileFinisher, ReplacesAFileOnlyByACompleteOne)
     EXPECT_FALSE(std::ifstream(path + ".tmp").good());
   }
   std::remove(path.c_str());
+}
+
+// What replaces a file is as private as the file was from its first byte on, and a link keeps pointing to it.
+TEST(FileFinisher, KeepsTheModeOfAFileAndItsLinks)
+{
+  const std::string path = testing::TempDir() + "brevex_finisher_mode" + std::to_string(getpid()) + ".pdf";
+  const std::string link = path + ".link";
+  std::filesystem::create_symlink(path, link);
+  struct CWatchingLinearizer : CFakeLinearizer
+  {
+    bool LinearizeFile(const char* szInput, const char* szOutput, CFile& file) override
+    {
+      const bool bResult = CFakeLinearizer::LinearizeFile(szInput, szOutput, file);
+      m_mode = std::filesystem::status(szOutput).permissions();
+      return bResult;
+    }
+    std::filesystem::perms m_mode = std::filesystem::perms::unknown;
+  };
+  for (const auto mode : {std::filesystem::perms(0600), std::filesystem::perms(0644)})
+  {
+    std::filesystem::remove(path);
+    std::ofstream(path + ".tmp") << "stale";
+    std::filesystem::permissions(path + ".tmp", std::filesystem::perms(0666));
+    CWatchingLinearizer linearizer;
+    CFile file(nullptr);
+    ASSERT_TRUE(file.Create(new BSE::CFileStream(link.c_str(), BSE::eFileWrite), CString(), false, false));
+    std::filesystem::permissions(path, mode);
+    AddPages(file, 1, 0);
+    file.SetLinearize(true, false, &linearizer);
+    EXPECT_TRUE(file.Close());
+    EXPECT_EQ(linearizer.m_mode, std::filesystem::perms(0600));
+    EXPECT_EQ(std::filesystem::status(path).permissions(), mode);
+    EXPECT_TRUE(std::filesystem::is_symlink(link));
+    EXPECT_EQ(std::filesystem::file_size(path), linearizer.m_text.size());
+    EXPECT_FALSE(std::filesystem::exists(path + ".tmp"));
+  }
+  std::filesystem::remove(link);
+  std::filesystem::remove(path);
 }
 
 // The automatic decision weighs what object streams saved, and the version.

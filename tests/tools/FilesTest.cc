@@ -7,6 +7,7 @@
 
 #include <filesystem>
 
+#include "tests/support/PdfBuilder.h"
 #include "tests/tools/Command.h"
 
 namespace
@@ -84,6 +85,25 @@ TEST(CommandFiles, OutputOverInput)
   EXPECT_TRUE(IsPdf(folder.Read("large.pdf")));
 }
 
+// Saved in the order for a fast display this document is larger, and smaller without it.
+TEST(CommandFiles, OrderGivesWayToSize)
+{
+  const CCommandFolder folder;
+  Support::CPdfBuilder builder;
+  builder.AddPage(std::string(300, ' '));
+  const std::string sInput = builder.Build();
+  folder.Write("in.pdf", sInput);
+  EXPECT_EQ(folder.Run({"--profile", "web", "in.pdf", "out.pdf"}).nExitCode, 0);
+  EXPECT_LT(folder.Read("out.pdf").size(), sInput.size());
+  EXPECT_EQ(folder.Read("out.pdf").find("/Linearized"), std::string::npos);
+  EXPECT_EQ(folder.Run({"--profile", "web", "--auto-linearize", "in.pdf", "out.pdf"}).nExitCode, 0);
+  EXPECT_GT(folder.Read("out.pdf").size(), sInput.size());
+  EXPECT_NE(folder.Read("out.pdf").find("/Linearized"), std::string::npos);
+  EXPECT_EQ(folder.Run({"--profile", "web", "large.pdf", "out.pdf"}).nExitCode, 0);
+  EXPECT_EQ(folder.Run({"--profile", "web", "tiny.pdf", "out.pdf"}).nExitCode, 0);
+  EXPECT_EQ(folder.Read("out.pdf"), CCommandFolder::MakeTiny());
+}
+
 TEST(CommandFiles, FailureLeavesOldOutput)
 {
   const CCommandFolder folder;
@@ -119,6 +139,19 @@ TEST(CommandFiles, InterruptionLeavesNothing)
   const TProcessResult result = Support::RunProgram(
       {"env", "TMPDIR=.", "timeout", "1", BREVEX_PROGRAM, "large.pdf", "pipe"}, {}, folder.GetPath(""));
   EXPECT_EQ(result.nExitCode, 124) << result.sErr;
+  EXPECT_EQ(folder.CountEntries(), 3);
+}
+
+// As it waits for the reader, the file of a linearization that has not come to its end is put beside its own.
+TEST(CommandFiles, InterruptedLinearizationLeavesNothing)
+{
+  const CCommandFolder folder;
+  ASSERT_EQ(mkfifo(folder.GetPath("pipe").c_str(), 0600), 0);
+  const std::string sScript = "TMPDIR=. '" + std::string(BREVEX_PROGRAM) +
+                              "' large.pdf pipe & sleep 1; for file in brevex.*; do : > \"$file.tmp\"; done; "
+                              "kill -TERM $!; wait $!";
+  const TProcessResult result = Support::RunProgram({"sh", "-c", sScript}, {}, folder.GetPath(""));
+  EXPECT_EQ(result.nExitCode, 143) << result.sErr;
   EXPECT_EQ(folder.CountEntries(), 3);
 }
 

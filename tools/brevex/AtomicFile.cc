@@ -183,6 +183,8 @@ void RemoveTemporaryFiles()
   for (const std::string& sName : g_temporaryFiles)
   {
     unlink(sName.c_str());
+    // The library linearizes into a file beside the one that it has written.
+    unlink((sName + ".tmp").c_str());
   }
   g_temporaryFiles.clear();
 }

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <exception>
 #include <filesystem>
+#include <fstream>
 #include <system_error>
 
 #include "AtomicFile.h"
@@ -84,6 +85,29 @@ bool Save(const CHandle& handle, const CAtomicFile& output, const TEncryptionOpt
   return BrevexSaveAsA(handle.Get(), szFile, nullptr, nullptr, BREVEX_PERMISSIONS_AS_INPUT) != 0;
 }
 
+bool IsLinearized(const CAtomicFile& output)
+{
+  // The mark stands in the first object (ISO 32000-1, F.3.3).
+  std::string sHead(1024, '\0');
+  std::ifstream file(output.GetTemporaryName(), std::ios::binary);
+  file.read(sHead.data(), static_cast<std::streamsize>(sHead.size()));
+  return sHead.find("/Linearized") != std::string::npos;
+}
+
+// The order for a fast display that a profile asks for must not cost the gain: then without it.
+bool SaveSmaller(const CHandle& handle, const CAtomicFile& output, const TOptimizeOptions& options,
+                 std::int64_t nInputBytes)
+{
+  const bool bSaved = Save(handle, output, options.encryption);
+  if (!bSaved || options.bAllowLarger || output.GetSize() < nInputBytes || !IsLinearized(output))
+  {
+    return bSaved;
+  }
+  BrevexSetLinearize(handle.Get(), 0);
+  BrevexSetAutoLinearize(handle.Get(), 0);
+  return Save(handle, output, options.encryption);
+}
+
 // The temporary file for the output, in a folder that is made where it is missing.
 bool CreateOutput(const TTask& task, bool bMakeFolder, CAtomicFile& output, TFileResult& result)
 {
@@ -153,7 +177,7 @@ void CFileOptimizer::Optimize(const TTask& task, TFileResult& result) const
   {
     return;
   }
-  const bool bSaved = Save(handle, output, m_options.encryption);
+  const bool bSaved = SaveSmaller(handle, output, m_options, result.nInputBytes);
   AddReport(result, handle, "save");
   if (!bSaved)
   {

@@ -3,10 +3,34 @@
 #include "base/FileStream.h"
 #include "pdf/linearize/LinearizerRun.h"
 
+#include <new>
+
 namespace PDF
 {
 
-bool CLinearizer::LinearizeFile(const char* szInput, const char* szOutput, CFile& file)
+namespace
+{
+
+template <class TRun>
+bool CatchExhaustion(CFile& file, TRun run)
+{
+  try
+  {
+    return run();
+  }
+  catch (BSE::CContextError* pError)
+  {
+    // The one shared error: nobody owns it, so that its code is reported anew.
+    BSE::ReportError(&file, pError->GetCode());
+  }
+  catch (const std::bad_alloc&)
+  {
+    BSE::ReportError(&file, BSE::g_nOutOfMemory);
+  }
+  return false;
+}
+
+bool Linearize(const char* szInput, const char* szOutput, CFile& file)
 {
   const BSE::CObjectPtr<BSE::IByteStream> pInput(new BSE::CFileStream(szInput, BSE::eFileRead, &file));
   CLinearizerRun run(file);
@@ -16,14 +40,18 @@ bool CLinearizer::LinearizeFile(const char* szInput, const char* szOutput, CFile
   return run.Write(pOutput.Get()) && pOutput->Close();
 }
 
+}  // namespace
+
+bool CLinearizer::LinearizeFile(const char* szInput, const char* szOutput, CFile& file)
+{
+  return CatchExhaustion(file, [&] { return Linearize(szInput, szOutput, file); });
+}
+
 bool CLinearizer::LinearizeStream(BSE::IByteStream* pInput, BSE::IByteStream* pOutput, CFile& file,
                                   std::int64_t& nWritten)
 {
-  nWritten = 0;
   CLinearizerRun run(file);
-  if (!run.Open(pInput))
-    return false;
-  const bool bWritten = run.Write(pOutput);
+  const bool bWritten = CatchExhaustion(file, [&] { return run.Open(pInput) && run.Write(pOutput); });
   nWritten = run.GetWritten();
   return bWritten;
 }

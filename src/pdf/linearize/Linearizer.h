@@ -10,6 +10,7 @@ namespace PDF
 // The security of the file stays: bytes are read and written with the handler that the finished file was
 // written with. What went wrong is traced; an input that cannot be opened (0x80410101), a handler that is
 // missing (0x80410112) and an output that cannot be created (0x80410102) are reported to the file as well.
+// Exhausted memory is a failure like any other here, since there is a file to keep instead; it is reported.
 class CLinearizer : public ILinearizer
 {
 public:

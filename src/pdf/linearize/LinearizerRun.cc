@@ -110,13 +110,11 @@ bool CLinearizerRun::Write(BSE::IByteStream* pOutput)
     BSE::ReportError(&m_file, g_nFileNotCreated);
     return false;
   }
-  PDLOutput output(m_input, m_pSecurity || m_input.IsEncrypted() ? m_pCryptor.Get() : nullptr,
-                   m_pDeflater.Get());
-  output.SetCompressMetadata(!m_bKeepMetadata);
-  output.SetSecurity(m_pSecurity);
-  const bool bWritten = output.Write(pOutput);
-  m_nWritten = output.GetWritten();
-  return bWritten;
+  m_pOutput.Reset(new PDLOutput(m_input, m_pSecurity || m_input.IsEncrypted() ? m_pCryptor.Get() : nullptr,
+                                m_pDeflater.Get()));
+  m_pOutput->SetCompressMetadata(!m_bKeepMetadata);
+  m_pOutput->SetSecurity(m_pSecurity);
+  return m_pOutput->Write(pOutput);
 }
 
 }  // namespace PDF

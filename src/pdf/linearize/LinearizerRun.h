@@ -31,8 +31,8 @@ public:
   // linearized.
   bool Write(BSE::IByteStream* pOutput);
 
-  // Bytes that the output may have taken.
-  std::int64_t GetWritten() const { return m_nWritten; }
+  // Bytes that the output may have taken, also when memory ran out.
+  std::int64_t GetWritten() const { return m_pOutput ? m_pOutput->GetWritten() : 0; }
 
 private:
   CFile& m_file;
@@ -41,7 +41,7 @@ private:
   const TPDSecurity* m_pSecurity = nullptr;
   PDLInput m_input;
   bool m_bKeepMetadata;
-  std::int64_t m_nWritten = 0;
+  BSE::CScopedPtr<PDLOutput> m_pOutput;
 };
 
 }  // namespace PDF

@@ -133,6 +133,7 @@ bool PDLClassifier::WalkCatalogue()
     return Fail("The catalogue cannot be read.");
   BSE::CBasicArray<TEntry> entries;
   BSE::CBasicArray<TPDEdge> edges;
+  int nPageMode = -1;
   const int nEnd = m_object.GetNext(0);
   for (int nKey = 1; nKey < nEnd; nKey = m_object.GetNext(nKey + 1))
   {
@@ -140,11 +141,16 @@ bool PDLClassifier::WalkCatalogue()
         std::find_if(std::begin(g_categoryKeys), std::end(g_categoryKeys),
                      [this, nKey](const TCategoryKey& key) { return m_object.IsName(nKey, key.m_szKey); });
     entries.Add({found != std::end(g_categoryKeys) ? found->m_nCategory : ePDCategoryOther, edges.GetSize()});
-    if (m_object.IsName(nKey, "PageMode") && m_object.IsName(nKey + 1, "UseOutlines"))
-      m_bOutlinesFirst = true;
+    if (m_object.IsName(nKey, "PageMode"))
+    {
+      m_bOutlinesFirst = m_object.IsName(nKey + 1, "UseOutlines");
+      nPageMode = m_file.FindObject(m_object.GetReference(nKey + 1));
+    }
     if (!m_object.IsName(nKey, "Pages"))
       m_reader.Read(m_object, nKey + 1, ePDInside, edges);
   }
+  if (m_file.ReadObject(nPageMode, m_object, stream))
+    m_bOutlinesFirst = m_object.IsName(0, "UseOutlines");
   for (int i = 0; i < entries.GetSize(); ++i)
   {
     const int nFirst = entries[i].m_nFirstEdge;

@@ -28,10 +28,8 @@ bool PDLOutput::Write(BSE::IByteStream* pOutput)
   AssignNumbers();
   if (!Measure() || !BuildHints() || !PlaceParts())
     return Fail(m_pWriter->GetMessage());
-  PDWriter output(pOutput);
-  const bool bWritten = WriteDocument(output) && output.Flush();
-  m_nWritten = output.GetWritten();
-  return bWritten || Fail("The output cannot be written.");
+  m_pOutput.Reset(new PDWriter(pOutput));
+  return (WriteDocument(*m_pOutput) && m_pOutput->Flush()) || Fail("The output cannot be written.");
 }
 
 // --- Numbering

@@ -46,8 +46,9 @@ public:
 
   bool Write(BSE::IByteStream* pOutput);
 
-  // Bytes that the output has been given; it may have refused the last ones.
-  std::int64_t GetWritten() const { return m_nWritten; }
+  // Bytes that the output has been given, also when memory ran out on the way; it may have refused the last
+  // ones.
+  std::int64_t GetWritten() const { return m_pOutput ? m_pOutput->GetWritten() : 0; }
 
 private:
   // Objects that stand together, in order.
@@ -124,5 +125,5 @@ private:
   std::int64_t m_nMainXRef = 0;
   std::int64_t m_nFileLength = 0;
 
-  std::int64_t m_nWritten = 0;
+  BSE::CScopedPtr<PDWriter> m_pOutput;
 };

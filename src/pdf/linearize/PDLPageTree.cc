@@ -52,8 +52,9 @@ bool PDLPageTree::Visit(PDFile& file, const TPending& item)
   if (!file.ReadObject(item.m_nObject, object, stream) || object.GetType(0) != ePDDictionary)
     return Fail("The page tree cannot be read.");
   const int nType = object.Find(0, "Type");
+  const TPDType nKids = object.GetType(object.Find(0, "Kids"));
   const bool bNode = object.IsName(nType, "Pages") ||
-                     (!object.IsName(nType, "Page") && object.GetType(object.Find(0, "Kids")) == ePDArray);
+                     (!object.IsName(nType, "Page") && (nKids == ePDArray || nKids == ePDReference));
   return bNode ? AddNode(file, item, object) : AddPage(file, item, object);
 }
 
@@ -75,15 +76,28 @@ bool PDLPageTree::AddNode(PDFile& file, const TPending& item, const PDObj& node)
   }
   const int nScope = m_scopes.Add(scope);
   const int nKids = node.Find(0, "Kids");
-  if (node.GetType(nKids) != ePDArray)
-    return true;
+  PDObj array;
+  TPDStream stream;
+  if (node.GetType(nKids) != ePDReference)
+    AddKids(file, node, nKids, item, nScope);
+  else if (file.ReadObject(file.FindObject(node.GetReference(nKids)), array, stream))
+    AddKids(file, array, 0, item, nScope);
+  else
+    return Fail("The page tree cannot be read.");
+  return true;
+}
+
+void PDLPageTree::AddKids(const PDFile& file, const PDObj& object, int nKids, const TPending& node,
+                          int nScope)
+{
+  if (object.GetType(nKids) != ePDArray)
+    return;
   const int nFirst = m_pending.GetSize();
-  const int nEnd = node.GetNext(nKids);
-  for (int nKid = nKids + 1; nKid < nEnd; nKid = node.GetNext(nKid))
-    m_pending.Add({file.FindObject(node.GetReference(nKid)), item.m_nObject, nScope, item.m_nDepth + 1});
+  const int nEnd = object.GetNext(nKids);
+  for (int nKid = nKids + 1; nKid < nEnd; nKid = object.GetNext(nKid))
+    m_pending.Add({file.FindObject(object.GetReference(nKid)), node.m_nObject, nScope, node.m_nDepth + 1});
   const std::span<TPending> kids = m_pending.GetSpan().subspan(static_cast<std::size_t>(nFirst));
   std::reverse(kids.begin(), kids.end());
-  return true;
 }
 
 bool PDLPageTree::AddPage(PDFile& file, const TPending& item, const PDObj& page)

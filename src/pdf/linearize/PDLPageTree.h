@@ -65,6 +65,7 @@ private:
 
   bool Visit(PDFile& file, const TPending& item);
   bool AddNode(PDFile& file, const TPending& item, const PDObj& node);
+  void AddKids(const PDFile& file, const PDObj& object, int nKids, const TPending& node, int nScope);
   bool AddPage(PDFile& file, const TPending& item, const PDObj& page);
 
   BSE::CBasicArray<TPDPage> m_pages;

@@ -259,6 +259,39 @@ TEST(Linearizer, CompletesPages)
     EXPECT_EQ(file.GetObject(file.FindObject("/Count 2")).find(szKey), std::string::npos) << szKey;
 }
 
+// Values that are objects of their own: the kids of the root and of a node, the kind of a node, and the mode
+// in which the document opens.
+TEST(Linearizer, FollowsReferencesInTheFrame)
+{
+  CPdfBuilder builder;
+  const int nRoot = builder.ReserveObject();
+  const int nNode = builder.ReserveObject();
+  const auto page = [&builder](const char* szMark, int nParent)
+  {
+    return Ref(
+        builder.AddObject(std::string("<</Type/Page/Mark ") + szMark + "/Parent " + Ref(nParent) + ">>"));
+  };
+  const std::string sFirst = page("1", nNode);
+  const std::string sSecond = page("2", nNode);
+  const std::string sThird = page("3", nRoot);
+  builder.SetObject(nNode, "<</Type " + Ref(builder.AddObject("/Pages")) + "/Count 2/Parent " + Ref(nRoot) +
+                               "/MediaBox[0 0 9 9]/Kids " +
+                               Ref(builder.AddObject("[" + sFirst + " " + sSecond + "]")) + ">>");
+  builder.SetObject(nRoot, "<</Type/Pages/Count 3/MediaBox[0 0 8 8]/Kids " +
+                               Ref(builder.AddObject("[" + Ref(nNode) + " " + sThird + "]")) + ">>");
+  const int nOutlines = builder.AddObject("<</Type/Outlines>>");
+  builder.SetObject(CPdfBuilder::g_nCatalog, "<</Type/Catalog/Pages " + Ref(nRoot) + "/Outlines " +
+                                                 Ref(nOutlines) + "/PageMode " +
+                                                 Ref(builder.AddObject("/UseOutlines")) + ">>");
+  const CLinearizedFile file(
+      MustLinearize(Support::ReplaceText(builder.Build(), "/Pages 2 0 R", "/Pages " + Ref(nRoot))));
+  ExpectFrame(file);
+  EXPECT_EQ(GetComplaints(file.GetBytes()), std::vector<std::string>());
+  EXPECT_EQ(file.m_nPages, 3);
+  EXPECT_EQ(file.FindObject("/Mark 1"), file.m_nFirstPage);
+  EXPECT_TRUE(file.IsInFront(file.FindObject("/Type/Outlines")));
+}
+
 TEST(Linearizer, CompressesPlainMetadataOfPages)
 {
   const std::string sLong(2000, 'm');
