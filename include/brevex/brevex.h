@@ -301,16 +301,16 @@ BREVEX_API int BrevexGetPageCount(TBrevexHandle* pHandle);
 /* ---- Saving
  * ------------------------------------------------------------------------------------------------ */
 
-/* Optimizes the open document into a file, which is created (mode 0664 under the umask) or truncated. The file
- * that the document is read from is refused, by whatever name, with BREVEX_STATUS_INVALID_OPERATION. After a failure the file stays as far as it was written. The file is
- * encrypted (128 bits) if a password is given or the permissions are other than BREVEX_PERMISSIONS_PLAIN and
- * BREVEX_PERMISSIONS_AS_INPUT. The user password opens the file, the owner password lifts the permissions.
- * Permissions are of TBrevexPermission; BREVEX_PERMISSIONS_AS_INPUT takes permissions and ciphers from the
- * input, but not its passwords, and leaves the output of a plain input plain. BrevexSetOutputCipher chooses
- * better ciphers.
- * A document may be saved again; it is analysed only once, so options that are set after the first save may
- * remain without effect until the document is opened again. Failures: BREVEX_STATUS_INVALID_OPERATION without
- * an open document, an errno value or BREVEX_STATUS_CREATE_FAILED for the target, BREVEX_STATUS_WRITE_FAILED,
+/* Optimizes the open document into a file, which is created (mode 0664 under the umask) or truncated. The
+ * file that the document is read from is refused, by whatever name, with BREVEX_STATUS_INVALID_OPERATION.
+ * After a failure the file stays as far as it was written. The file is encrypted (128 bits) if a password is
+ * given or the permissions are other than BREVEX_PERMISSIONS_PLAIN and BREVEX_PERMISSIONS_AS_INPUT. The user
+ * password opens the file, the owner password lifts the permissions. Permissions are of TBrevexPermission;
+ * BREVEX_PERMISSIONS_AS_INPUT takes permissions and ciphers from the input, but not its passwords, and leaves
+ * the output of a plain input plain. BrevexSetOutputCipher chooses better ciphers. A document may be saved
+ * again; it is analysed only once, so options that are set after the first save may remain without effect
+ * until the document is opened again. Failures: BREVEX_STATUS_INVALID_OPERATION without an open document, an
+ * errno value or BREVEX_STATUS_CREATE_FAILED for the target, BREVEX_STATUS_WRITE_FAILED,
  * BREVEX_STATUS_BAD_ENCRYPTION, BREVEX_STATUS_ENCRYPTED_ARCHIVE, BREVEX_STATUS_BAD_COMPLIANCE,
  * BREVEX_STATUS_OUT_OF_MEMORY, BREVEX_STATUS_FATAL.
  */
