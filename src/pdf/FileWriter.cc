@@ -400,6 +400,11 @@ bool CFile::WriteDirect(CIndirectObject& object)
   }
   m_pGenerator->SetEncryption(nullptr, 0, 0);
   m_pGenerator->EndObject();
+  if (bWritten && pSecurity && pSecurity->HasFailed())
+  {
+    BSE::ReportError(this, BSE::g_nStreamWriteFailed);
+    bWritten = false;
+  }
   if (!bWritten || m_pWriter->HasFailed())
     return Fail();
   m_xref.SetOffset(nObjNumber, nGenNumber, nOffset);

@@ -22,7 +22,12 @@ public:
   virtual bool IsExempt(PDF::CObject& object) = 0;
 
   virtual CString DecryptString(const CString& value, int nObjNumber, int nGenNumber) = 0;
+
+  // Empty if there are no random numbers, which HasFailed remembers.
   virtual CString EncryptString(const CString& value, int nObjNumber, int nGenNumber) = 0;
+
+  // True once a string could not be encrypted: the file that it belongs to is lost.
+  virtual bool HasFailed() const { return false; }
 
   // A reader of the decrypted bytes, and a writer that encrypts into the sink and is complete once closed.
   // The source or sink itself where streams are not encrypted.

@@ -41,7 +41,8 @@ int ReadKeyLength(const CObjectPtr& encrypt)
                     g_nKeyLengthAES128);
 }
 
-bool IsPublicKeyHandler(const CObjectPtr& encrypt)
+// The encodings of public-key handlers (ISO 32000-1, Table 23), which no password opens.
+bool HasPublicKeyForm(const CObjectPtr& encrypt)
 {
   const CObjectPtr name = encrypt["SubFilter"];
   return name.IsName("adbe.pkcs7.s3") || name.IsName("adbe.pkcs7.s4") || name.IsName("adbe.pkcs7.s5");
@@ -97,7 +98,9 @@ BSE::CObjectPtr<CStandardSecurityHandler> CStandardSecurityHandler::Open(const C
 unsigned CStandardSecurityHandler::ReadValues(const CObjectPtr& encrypt)
 {
   if (!encrypt["Filter"].IsName("Standard"))
-    return IsPublicKeyHandler(encrypt) ? g_nUnknownAlgorithm : g_nProprietaryHandler;
+    return g_nProprietaryHandler;
+  if (HasPublicKeyForm(encrypt))
+    return g_nUnknownAlgorithm;
   if (const unsigned nCode = ReadVersion(encrypt))
     return nCode;
   m_nEncryptNumber = encrypt.GetObjNumber();
@@ -328,6 +331,8 @@ bool CStandardSecurityHandler::TryPassword(const CTextString& password)
     if (GetPasswordBytes(password, m_values.m_nR, form, bytes) && FindKey(m_values, bytes.GetSpan(), m_key))
     {
       m_password = std::move(bytes);
+      if (!HasSoundPerms(m_values, m_key.GetSpan()) && BSE::CTracer::IsOn())
+        BSE::CTracer::Trace("W", "Encryption", "Permissions differ from their encrypted form.");
       return true;
     }
   }
@@ -380,7 +385,10 @@ CString CStandardSecurityHandler::EncryptString(const CString& value, int nObjNu
     return value;
   TByteArray bytes;
   if (!pAlgorithm->Encrypt(value.GetSpan(), bytes))
+  {
+    m_bFailed = true;
     return CString();
+  }
   return CString(bytes.GetData(), bytes.GetSize());
 }
 
@@ -396,6 +404,8 @@ BSE::CObjectPtr<BSE::IByteStream> CStandardSecurityHandler::CreateDecryptFilter(
 BSE::CObjectPtr<BSE::IByteStream> CStandardSecurityHandler::CreateEncryptFilter(
     BSE::IByteStream* pSink, int nObjNumber, int nGenNumber, BSE::IErrorContext* pErrorContext)
 {
+  if (m_bFailed)
+    return nullptr;
   const CCryptAlgorithm* pAlgorithm = GetObjectCrypt(m_stream, nObjNumber, nGenNumber);
   if (!pAlgorithm)
     return pSink;

@@ -55,6 +55,7 @@ public:
   bool IsExempt(PDF::CObject& object) override;
   CString DecryptString(const CString& value, int nObjNumber, int nGenNumber) override;
   CString EncryptString(const CString& value, int nObjNumber, int nGenNumber) override;
+  bool HasFailed() const override { return m_bFailed; }
   BSE::CObjectPtr<BSE::IByteStream> CreateDecryptFilter(BSE::IByteStream* pSource, int nObjNumber,
                                                         int nGenNumber,
                                                         BSE::IErrorContext* pErrorContext) override;
@@ -98,7 +99,8 @@ private:
   TCrypt m_stream;
   TCrypt m_string;
   TByteArray m_key;
-  TByteArray m_password;     // that opened the file, in the encoding that did
+  TByteArray m_password;  // that opened the file, in the encoding that did
+  bool m_bFailed = false;
   int m_nEncryptNumber = 0;  // of the Encrypt dictionary, 0 for a direct one
 };
 

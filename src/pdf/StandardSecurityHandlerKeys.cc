@@ -235,16 +235,23 @@ void MakeNewPassword(const TSecurityValues& values, TBytes password, std::span<u
   BSE::CAES(keyKey).EncryptChained(key, pEncryptedKey, vector);
 }
 
-// Algorithm 10. The last four bytes are random.
-void MakePerms(TSecurityValues& values, TBytes key)
+// What Perms hides, but for its last four bytes, which are random. Of the upper half of the permissions,
+// bytes 4 to 7, readers make nothing.
+void FillPerms(const TSecurityValues& values, unsigned char* pPerms)
 {
-  unsigned char* pPerms = values.m_Perms;
   BSE::StoreLittleEndian(static_cast<std::uint32_t>(values.m_nPermissions), pPerms);
   std::fill_n(pPerms + 4, 4, static_cast<unsigned char>(0xFF));
   pPerms[8] = values.m_bEncryptMetadata ? 'T' : 'F';
   pPerms[9] = 'a';
   pPerms[10] = 'd';
   pPerms[11] = 'b';
+}
+
+// Algorithm 10.
+void MakePerms(TSecurityValues& values, TBytes key)
+{
+  unsigned char* pPerms = values.m_Perms;
+  FillPerms(values, pPerms);
   BSE::CAES::TVector vector = {};
   BSE::CAES(key).EncryptChained(values.m_Perms, pPerms, vector);
 }
@@ -277,6 +284,18 @@ bool FindKey(const TSecurityValues& values, TBytes password, TByteArray& key)
            TryNewPassword(values, password, values.m_O, values.m_OE, values.m_U, key);
   const TPadded padded = Pad(password);
   return TryOldUser(values, padded, key) || TryOldOwner(values, padded, key);
+}
+
+bool HasSoundPerms(const TSecurityValues& values, TBytes key)
+{
+  if (values.m_nR < 5)
+    return true;
+  unsigned char expected[12];
+  FillPerms(values, expected);
+  unsigned char perms[sizeof(values.m_Perms)];
+  BSE::CAES::TVector vector = {};
+  BSE::CAES(key).DecryptChained(values.m_Perms, perms, vector);
+  return std::equal(perms, perms + 4, expected) && std::equal(perms + 8, perms + 12, expected + 8);
 }
 
 bool MoveKey(TSecurityValues& values, TBytes password, TBytes id1, TByteArray& key)

@@ -152,8 +152,11 @@ TEST(SecurityHandler, RefusesWhatItDoesNotKnow)
   const TKnownFile& aes = g_knownFiles[3];
   const TKnownFile& aes256 = g_knownFiles[5];
   expectRefusal(alter(old, "Filter", MakeName("Own")), 0x80410118);
+  // A handler of another name is not asked for its form; the standard one has none with public keys.
   expectRefusal(MakeDictionary({{"Filter", MakeName("Own")}, {"SubFilter", MakeName("adbe.pkcs7.s5")}}),
-                0x80410119);
+                0x80410118);
+  for (const char* szForm : {"adbe.pkcs7.s3", "adbe.pkcs7.s4", "adbe.pkcs7.s5"})
+    expectRefusal(alter(aes, "SubFilter", MakeName(szForm)), 0x80410119);
   for (const int nV : {-1, 0, 3, 6})
     expectRefusal(alter(old, "V", MakeInteger(nV)), 0x80410119);
   expectRefusal(alter(old, "R", MakeInteger(7)), 0x80410119);
