@@ -294,10 +294,10 @@ TEST(SecurityHandler, MovesToAnotherFileWithItsPasswords)
       const CObjectPtr first(new CDictionaryObject);
       CStandardSecurityHandler::Create(encryption, CString(g_szId), nullptr)->Write(*first);
       const auto pOpened = CStandardSecurityHandler::Open(first, CString(g_szId), nullptr);
-      EXPECT_FALSE(pOpened->CreateAlike(CString("other"), nullptr)) << "not authenticated";
+      EXPECT_FALSE(pOpened->CreateAlike(CString("other"), false, nullptr)) << "not authenticated";
       const CString password(szPassword);
       ASSERT_TRUE(pOpened->Authenticate(&password));
-      const auto pMoved = pOpened->CreateAlike(CString("other"), nullptr);
+      const auto pMoved = pOpened->CreateAlike(CString("other"), false, nullptr);
       ASSERT_TRUE(pMoved);
       const CString value = pMoved->EncryptString(CString("text"), 3, 0);
       const CObjectPtr second(new CDictionaryObject);
