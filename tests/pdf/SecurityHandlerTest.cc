@@ -200,10 +200,11 @@ struct TForm
 };
 
 const TForm g_forms[] = {
-    {40, nullptr, nullptr, 1, 2},     {56, nullptr, nullptr, 2, 3},   {128, nullptr, nullptr, 2, 3},
-    {128, "V2", nullptr, 4, 4},       {128, "AESV2", "AESV2", 4, 4},  {128, "AESV2", "V2", 4, 4},
-    {128, "Identity", "AESV2", 4, 4}, {128, "RC4", "Identity", 4, 4}, {256, nullptr, nullptr, 5, 6},
-    {256, "AESV3", "Identity", 5, 6},
+    {40, nullptr, nullptr, 1, 2},  {48, nullptr, nullptr, 2, 3},     {56, nullptr, nullptr, 2, 3},
+    {64, nullptr, nullptr, 2, 3},  {96, nullptr, nullptr, 2, 3},     {120, nullptr, nullptr, 2, 3},
+    {128, nullptr, nullptr, 2, 3}, {128, "V2", nullptr, 4, 4},       {128, "AESV2", "AESV2", 4, 4},
+    {128, "AESV2", "V2", 4, 4},    {128, "Identity", "AESV2", 4, 4}, {128, "RC4", "Identity", 4, 4},
+    {256, nullptr, nullptr, 5, 6}, {256, "AESV3", "Identity", 5, 6},
 };
 
 TEST(SecurityHandler, RefusesParametersThatDoNotFit)
