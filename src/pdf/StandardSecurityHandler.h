@@ -27,6 +27,14 @@ struct TEncryption
   bool m_bEncryptMetadata = true;
 };
 
+// CFM of what a file encrypts; "Identity" for what it does not, all null without crypt filters.
+struct TCiphers
+{
+  const char* m_szStream;
+  const char* m_szString;
+  const char* m_szEmbedded;
+};
+
 // The password handler of ISO 32000-1, 7.6.3 and ISO 32000-2, 7.6.4 in all its versions: V 1, 2, 4, 5 with
 // revisions 2 to 6.
 class CStandardSecurityHandler : public CSecurityHandler
@@ -68,10 +76,17 @@ public:
                                                         int nCrypt = g_nStreamCrypt) override;
   std::int64_t GetEncryptedLength(std::int64_t nLength, int nCrypt = g_nStreamCrypt) override;
 
-  int GetVersion() const { return m_values.m_nV; }
   int GetRevision() const { return m_values.m_nR; }
   int GetPermissions() const { return m_values.m_nPermissions; }
   int GetKeyLength() const { return m_values.m_nKeyLength * 8; }  // in bits
+
+  TCiphers GetCiphers() const
+  {
+    return {GetMethodName(m_stream), GetMethodName(m_string), GetMethodName(m_embedded)};
+  }
+
+  // True if the password that opened the file is the owner's, which it may be besides the user's.
+  bool IsOpenedByOwner() const { return IsValid() && IsOwnerPassword(m_values, m_password.GetSpan()); }
 
   // What a new file needs besides passwords and permissions to be encrypted alike. Nothing that is encrypted
   // becomes plain: streams that only crypt filters of their own encrypt make all streams be encrypted. If

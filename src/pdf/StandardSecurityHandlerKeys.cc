@@ -286,6 +286,14 @@ bool FindKey(const TSecurityValues& values, TBytes password, TByteArray& key)
   return TryOldUser(values, padded, key) || TryOldOwner(values, padded, key);
 }
 
+bool IsOwnerPassword(const TSecurityValues& values, TBytes password)
+{
+  password = CutPassword(values, password);
+  TByteArray key;
+  return values.m_nR >= 5 ? TryNewPassword(values, password, values.m_O, values.m_OE, values.m_U, key)
+                          : TryOldOwner(values, Pad(password), key);
+}
+
 bool HasSoundPerms(const TSecurityValues& values, TBytes key)
 {
   if (values.m_nR < 5)
