@@ -80,9 +80,12 @@ public:
   int GetPermissions() const { return m_values.m_nPermissions; }
   int GetKeyLength() const { return m_values.m_nKeyLength * 8; }  // in bits
 
+  bool IsMetadataEncrypted() const { return m_values.m_bEncryptMetadata; }
+  const char* GetStreamCryptName() const { return GetMethodName(m_stream); }
+  const char* GetStringCryptName() const { return GetMethodName(m_string); }
   TCiphers GetCiphers() const
   {
-    return {GetMethodName(m_stream), GetMethodName(m_string), GetMethodName(m_embedded)};
+    return {GetStreamCryptName(), GetStringCryptName(), GetMethodName(m_embedded)};
   }
 
   // True if the password that opened the file is the owner's, which it may be besides the user's.
