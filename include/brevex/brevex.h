@@ -197,6 +197,18 @@ enum TBrevexCipher
   BREVEX_CIPHER_AS_INPUT = 4     /* those of the input */
 };
 
+/* How an open document is encrypted, from BrevexGetInputEncryption. */
+typedef struct TBrevexEncryption
+{
+  int nRevision;       /* of the password handler, 2 to 6 */
+  int nKeyLength;      /* in bits */
+  int nStreamCipher;   /* each of TBrevexCipher: BREVEX_CIPHER_RC4_128 with any length of the key, */
+  int nStringCipher;   /* BREVEX_CIPHER_UNSPECIFIED for data that are not encrypted */
+  int nEmbeddedCipher; /* of embedded files */
+  int nPermissions;    /* a sum of TBrevexPermission, and bits without a meaning */
+  int bOwner;          /* the password of the open is the owner's; else it is the user's */
+} TBrevexEncryption;
+
 /* Status codes that callers meet most often. There are more; BrevexGetErrorMessageA gives their texts.
  * 1 to 32767 are errno values. Otherwise bit 31 marks an error, and bit 15 a warning where bit 31 is clear.
  */
@@ -297,6 +309,11 @@ BREVEX_API int BrevexClose(TBrevexHandle* pHandle);
 
 /* Number of pages of the open document, 0 without one. Leaves the error code alone. */
 BREVEX_API int BrevexGetPageCount(TBrevexHandle* pHandle);
+
+/* Tells how the open document is encrypted. False, and nothing changes, without a document, for one that is
+ * not encrypted and for a null pointer. Leaves the error code alone. An addition.
+ */
+BREVEX_API int BrevexGetInputEncryption(TBrevexHandle* pHandle, TBrevexEncryption* pEncryption);
 
 /* ---- Saving
  * ------------------------------------------------------------------------------------------------ */

@@ -2,6 +2,9 @@
 
 #include "api/CallFrame.h"
 #include "api/TextArgument.h"
+#include "pdf/StandardSecurityHandler.h"
+
+#include <cstring>
 
 using API::CallQuietly;
 
@@ -9,6 +12,35 @@ namespace
 {
 
 constexpr const char16_t* g_szNoText = nullptr;
+
+// Of the CFM of a crypt filter; null is RC4 without crypt filters.
+int GetCipher(const char* szMethod)
+{
+  if (szMethod == nullptr || std::strcmp(szMethod, "V2") == 0)
+    return BREVEX_CIPHER_RC4_128;
+  if (std::strcmp(szMethod, "AESV2") == 0)
+    return BREVEX_CIPHER_AES_128;
+  return std::strcmp(szMethod, "AESV3") == 0 ? BREVEX_CIPHER_AES_256 : BREVEX_CIPHER_UNSPECIFIED;
+}
+
+int DescribeEncryption(PDF::CDocument& input, TBrevexEncryption& encryption)
+{
+  if (!input.IsOpened())
+    return 0;
+  const auto* pSecurity =
+      dynamic_cast<const PDF::CStandardSecurityHandler*>(input.GetFile().GetSecurityHandler());
+  if (pSecurity == nullptr)
+    return 0;
+  const PDF::TCiphers ciphers = pSecurity->GetCiphers();
+  encryption.nRevision = pSecurity->GetRevision();
+  encryption.nKeyLength = pSecurity->GetKeyLength();
+  encryption.nStreamCipher = GetCipher(ciphers.m_szStream);
+  encryption.nStringCipher = GetCipher(ciphers.m_szString);
+  encryption.nEmbeddedCipher = GetCipher(ciphers.m_szEmbedded);
+  encryption.nPermissions = pSecurity->GetPermissions();
+  encryption.bOwner = pSecurity->IsOpenedByOwner();
+  return 1;
+}
 
 }  // namespace
 
@@ -61,6 +93,15 @@ const char* BrevexGetInfoEntryA(TBrevexHandle* pHandle, const char* szKey)
                        handle.GetInfoEntry(key.Get());
                        return handle.GetResultString().GetA();
                      });
+}
+
+int BrevexGetInputEncryption(TBrevexHandle* pHandle, TBrevexEncryption* pEncryption)
+{
+  if (pEncryption == nullptr)
+    return 0;
+  return CallQuietly(pHandle, 0,
+                     [&](API::COptimizerHandle& handle)
+                     { return DescribeEncryption(handle.GetOptimizer().GetInput(), *pEncryption); });
 }
 
 int BrevexSetVersionA(TBrevexHandle* pHandle, const char* szVersion)

@@ -33,17 +33,7 @@ bool IsSubstitute(int nPermissions)
   return nPermissions == g_nPermissionsPlain || nPermissions == g_nPermissionsAsInput;
 }
 
-void TakeCiphers(const CStandardSecurityHandler* pInput, TEncryption& encryption)
-{
-  if (!pInput)
-    return;
-  encryption.m_nKeyLength = pInput->GetKeyLength();
-  encryption.m_szStreamCrypt = pInput->GetStreamCryptName();
-  encryption.m_szStringCrypt = pInput->GetStringCryptName();
-  encryption.m_bEncryptMetadata = pInput->IsMetadataEncrypted();
-}
-
-void TakeEncryption(const CStandardSecurityHandler* pInput, TEncryption& encryption)
+void TakeEncryption(const CStandardSecurityHandler* pInput, bool bUniform, TEncryption& encryption)
 {
   encryption.m_nPermissions = g_nPermissionsPlain;
   if (!pInput)
@@ -51,7 +41,7 @@ void TakeEncryption(const CStandardSecurityHandler* pInput, TEncryption& encrypt
   // The two lowest bits have no meaning, but set they would look like no permissions at all.
   const int nPermissions = pInput->GetPermissions();
   encryption.m_nPermissions = IsSubstitute(nPermissions) ? nPermissions & ~3 : nPermissions;
-  TakeCiphers(pInput, encryption);
+  pInput->TakeCiphers(bUniform, encryption);
 }
 
 // The file's version becomes one that knows them (ISO 32000-2, 7.6.2, Table 20 and 7.6.4.2, Table 21).
@@ -63,7 +53,7 @@ void ChooseCiphers(unsigned nCipher, TEncryption& encryption, CFile& file)
   encryption.m_szStreamCrypt = nCipher == eCipherAES256   ? "AESV3"
                                : nCipher == eCipherAES128 ? "AESV2"
                                                           : nullptr;
-  encryption.m_szStringCrypt = encryption.m_szStreamCrypt;
+  encryption.m_szStringCrypt = encryption.m_szEmbeddedCrypt = encryption.m_szStreamCrypt;
   if (nCipher == eCipherAES256)
     file.SetVersion(2, 0);
   else
@@ -141,13 +131,13 @@ bool CDocumentCopierBase::SetUpOutput(BSE::IByteStream* pStream, TEncryption& en
   if (encryption.m_szStreamCrypt || encryption.m_szStringCrypt)
     m_output.SetConformance(CConformance(g_nCryptFilterVersion));
   const bool bAsInput = encryption.m_nPermissions == g_nPermissionsAsInput;
-  if (bAsInput)
-    TakeEncryption(GetInputHandler(), encryption);
-  const CString id = m_bKeepFileId ? m_input.GetFile().GetId1() : CString();
   const bool bLinearize = m_bLinearize || m_bAutoLinearize;
+  if (bAsInput)
+    TakeEncryption(GetInputHandler(), bLinearize, encryption);
+  const CString id = m_bKeepFileId ? m_input.GetFile().GetId1() : CString();
   if (!m_output.Create(pStream, id, !bLinearize, m_bUseObjectStreams))
     return false;
-  if (!SetUpEncryption(encryption, bAsInput))
+  if (!SetUpEncryption(encryption, bAsInput, bLinearize))
     return false;
   m_output.CreateTree();
   m_output.GetFile().SetLinearize(bLinearize, m_bAutoLinearize, m_pLinearizer);
@@ -155,14 +145,15 @@ bool CDocumentCopierBase::SetUpOutput(BSE::IByteStream* pStream, TEncryption& en
   return true;
 }
 
-bool CDocumentCopierBase::SetUpEncryption(TEncryption& encryption, bool bAsInput)
+// A file that is linearized has one cipher for all its streams.
+bool CDocumentCopierBase::SetUpEncryption(TEncryption& encryption, bool bAsInput, bool bUniform)
 {
   const bool bPasswords = !encryption.m_userPassword.IsEmpty() || !encryption.m_ownerPassword.IsEmpty();
   const CStandardSecurityHandler* pInput = GetInputHandler();
   CFile& file = m_output.GetFile();
   // An encrypted input cannot keep the promise of a claim that it makes, so that its copy breaks none.
   if (bAsInput && !bPasswords && pInput && m_nOutputCipher == eCipherInput)
-    return InstallHandler(pInput->CreateAlike(file.GetId1(), m_pErrorContext).Get());
+    return InstallHandler(pInput->CreateAlike(file.GetId1(), bUniform, m_pErrorContext).Get());
   const bool bAsked = !IsSubstitute(encryption.m_nPermissions);
   if (!bAsked && !bPasswords)
     return true;
@@ -173,9 +164,9 @@ bool CDocumentCopierBase::SetUpEncryption(TEncryption& encryption, bool bAsInput
     BSE::ReportError(m_pErrorContext, g_nArchivalNotEncrypted);
     return false;
   }
-  if (m_nOutputCipher == eCipherInput)
-    TakeCiphers(pInput, encryption);
-  else
+  if (m_nOutputCipher == eCipherInput && pInput)
+    pInput->TakeCiphers(bUniform, encryption);
+  else if (m_nOutputCipher != eCipherInput)
     ChooseCiphers(m_nOutputCipher, encryption, file);
   return InstallHandler(CStandardSecurityHandler::Create(encryption, file.GetId1(), m_pErrorContext).Get());
 }

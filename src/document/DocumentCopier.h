@@ -106,7 +106,7 @@ protected:
 
 private:
   bool SetUpOutput(BSE::IByteStream* pStream, TEncryption& encryption);
-  bool SetUpEncryption(TEncryption& encryption, bool bAsInput);
+  bool SetUpEncryption(TEncryption& encryption, bool bAsInput, bool bUniform);
   bool InstallHandler(CSecurityHandler* pHandler);
   const CStandardSecurityHandler* GetInputHandler();
 

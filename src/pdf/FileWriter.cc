@@ -377,9 +377,9 @@ bool CFile::FlushPendingHolder(int nStream)
 
 bool CFile::WriteDirect(CIndirectObject& object)
 {
-  CSecurityHandler* pSecurity = m_pSecurity.Get();
-  if (pSecurity && (&object == m_encrypt.Get() || pSecurity->IsExempt(object)))
-    pSecurity = nullptr;
+  const bool bSecure = m_pSecurity && &object != m_encrypt.Get();
+  CSecurityHandler* pStrings = bSecure && !m_pSecurity->HasPlainStrings(object) ? m_pSecurity.Get() : nullptr;
+  CSecurityHandler* pData = bSecure && !m_pSecurity->IsExempt(object) ? m_pSecurity.Get() : nullptr;
   // In front of everything that is written for the object: to read its filters may write others.
   if (m_pDeflater && object.IsStream())
     m_pDeflater->Recompress(object);
@@ -387,11 +387,11 @@ bool CFile::WriteDirect(CIndirectObject& object)
   const int nGenNumber = std::max(object.GetGenNumber(), 0);
   const std::int64_t nOffset = m_pWriter->Tell() - m_nHeaderOffset;
   m_pGenerator->BeginObject(nObjNumber, nGenNumber);
-  m_pGenerator->SetEncryption(pSecurity, nObjNumber, nGenNumber);
+  m_pGenerator->SetEncryption(pStrings, nObjNumber, nGenNumber);
   bool bWritten = true;
   if (object.IsStream())
   {
-    bWritten = WriteStreamData(object, pSecurity);
+    bWritten = WriteStreamData(object, pData);
   }
   else
   {
@@ -400,6 +400,11 @@ bool CFile::WriteDirect(CIndirectObject& object)
   }
   m_pGenerator->SetEncryption(nullptr, 0, 0);
   m_pGenerator->EndObject();
+  if (bWritten && pStrings && pStrings->HasFailed())
+  {
+    BSE::ReportError(this, BSE::g_nStreamWriteFailed);
+    bWritten = false;
+  }
   if (!bWritten || m_pWriter->HasFailed())
     return Fail();
   m_xref.SetOffset(nObjNumber, nGenNumber, nOffset);
@@ -441,16 +446,22 @@ bool CFile::WriteStreamData(CIndirectObject& object, CSecurityHandler* pSecurity
     pCopy->Rewind();
     pData = pCopy;
   }
+  const CObjectPtr dictionary = object.GetValueObject();
   if (pSecurity && IsPlainByFilter(&object))
     pSecurity = nullptr;
-  const CObjectPtr dictionary = object.GetValueObject();
+  else if (pSecurity && GetCryptFilterName(&object))
+    RemoveFirstFilter(*dictionary);
+  const int nCrypt =
+      pSecurity ? pSecurity->FindStreamCrypt(object, nullptr) : CSecurityHandler::g_nStreamCrypt;
+  if (const char* szCrypt = pSecurity ? pSecurity->GetCryptName(nCrypt) : nullptr)
+    InsertCryptFilter(*dictionary, szCrypt);
   m_pGenerator->WriteStreamDictionary(dictionary.Get(),
-                                      pSecurity ? pSecurity->GetEncryptedLength(nLength) : nLength);
+                                      pSecurity ? pSecurity->GetEncryptedLength(nLength, nCrypt) : nLength);
   m_pGenerator->BeginStream();
   BSE::CObjectPtr<BSE::IByteStream> pSink = m_pWriter;
   if (pSecurity)
     pSink = pSecurity->CreateEncryptFilter(m_pWriter.Get(), object.GetObjNumber(),
-                                           std::max(object.GetGenNumber(), 0), this);
+                                           std::max(object.GetGenNumber(), 0), this, nCrypt);
   if (!pSink || !pSink->CopyFrom(pData.Get(), nLength, true) || !CloseEncodeChain(pSink.Get()))
     return false;
   m_pGenerator->EndStream();

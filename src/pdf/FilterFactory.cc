@@ -16,6 +16,8 @@
 #include "images/filters/RunLengthDecodeFilter.h"
 #include "images/filters/RunLengthEncodeFilter.h"
 #include "pdf/ArrayObject.h"
+#include "pdf/DictionaryObject.h"
+#include "pdf/SimpleObjects.h"
 
 namespace PDF
 {
@@ -245,6 +247,53 @@ bool IsPlainByFilter(CObject* pStream)
     return false;
   const CObjectPtr name = GetFilterParameters(pStream, 0)["Name"];
   return !name.IsName() || name.IsName("Identity");
+}
+
+CObjectPtr GetCryptFilterName(CObject* pStream)
+{
+  if (!GetFilterName(pStream, 0).IsName("Crypt"))
+    return nullptr;
+  CObjectPtr name = GetFilterParameters(pStream, 0)["Name"];
+  return name.IsName() ? name : CObjectPtr();
+}
+
+void InsertCryptFilter(CObject& dictionary, const char* szName)
+{
+  const CObjectPtr cryptParameters = new CDictionaryObject;
+  cryptParameters->AddEntry("Name", new CNameObject(szName));
+  const CObjectPtr filters = new CArrayObject;
+  const CObjectPtr parameters = new CArrayObject;
+  filters->Add(new CNameObject("Crypt"));
+  parameters->Add(cryptParameters.Get());
+  const int nCount = GetFilterCount(&dictionary);
+  for (int i = 0; i < nCount; ++i)
+  {
+    filters->Add(GetFilterName(&dictionary, i).Get());
+    parameters->Add(GetFilterParameters(&dictionary, i).Get());
+  }
+  for (const char* szKey : {"F", "DP"})
+    if (nCount > 0)
+      dictionary.DeleteEntry(szKey);
+  dictionary.AddEntry("Filter", filters.Get());
+  dictionary.AddEntry("DecodeParms", parameters.Get());
+}
+
+void RemoveFirstFilter(CObject& dictionary)
+{
+  const bool bLast = GetFilterCount(&dictionary) <= 1;
+  for (const auto& [szKey, szShort] : {std::pair("Filter", "F"), std::pair("DecodeParms", "DP")})
+  {
+    const char* szFound = dictionary.GetEntry(szKey) ? szKey : szShort;
+    const CObjectPtr value = dictionary.GetEntry(szFound);
+    if (bLast)
+      dictionary.DeleteEntry(szFound);
+    if (bLast || !value.IsArray())
+      continue;
+    const CObjectPtr rest = new CArrayObject;
+    for (int i = 1; i < value.GetSize(); ++i)
+      rest->Add(value[i].Get());
+    dictionary.AddEntry(szFound, rest.Get());
+  }
 }
 
 }  // namespace PDF

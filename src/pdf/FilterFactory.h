@@ -38,4 +38,13 @@ CObjectPtr GetFilterParameters(CObject* pStream, int nIndex);
 // encrypted file (ISO 32000-1, 7.4.10).
 bool IsPlainByFilter(CObject* pStream);
 
+// The name that an explicit Crypt filter in the first place asks for; null if there is none.
+CObjectPtr GetCryptFilterName(CObject* pStream);
+
+// Puts a Crypt filter with that name in front of the filters of a stream's dictionary.
+void InsertCryptFilter(CObject& dictionary, const char* szName);
+
+// Removes the first filter from a stream's dictionary, with its parameters.
+void RemoveFirstFilter(CObject& dictionary);
+
 }  // namespace PDF

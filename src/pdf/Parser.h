@@ -7,6 +7,8 @@ namespace PDF
 {
 
 class CDictionaryObject;
+class CEncodedStreamObject;
+class CSecurityHandler;
 
 // Builds values from tokens (ISO 32000-1, 7.3) and reads the structures of a file: header, end of file,
 // indirect objects, cross-reference tables. Tolerant: what is malformed gives a shorter value. Every position
@@ -90,6 +92,8 @@ private:
   // True once objects that overlap have made the values parsed many times as long as the file.
   bool IsOverworked();
   bool ReadObjectHeader(CIndirectObject* pObject, std::int64_t nPos);
+  void ChooseCrypt(CSecurityHandler& security, CIndirectObject& object, CDictionaryObject& dictionary,
+                   CEncodedStreamObject& part);
   CObjectPtr ParseStreamData(CIndirectObject* pObject, CDictionaryObject& dictionary, bool& bKept);
   std::int64_t FindStreamLength(CDictionaryObject& dictionary, std::int64_t nData);
   void CheckEndOfObject();

@@ -59,7 +59,7 @@ bool CParser::ParseIndirectObject(CIndirectObject* pObject, std::int64_t nPos)
   if (!ReadObjectHeader(pObject, nPos))
     return false;
   CSecurityHandler* pSecurity = m_pFile->GetSecurityHandler();
-  m_bDecrypt = pSecurity && pObject && !pSecurity->IsExempt(*pObject);
+  m_bDecrypt = pSecurity && pObject && !pSecurity->HasPlainStrings(*pObject);
   m_nValueStart = m_scanner.Tell();
   m_scanner.ReadToken();
   CObjectPtr stream;
@@ -213,10 +213,22 @@ CObjectPtr CParser::ParseStreamData(CIndirectObject* pObject, CDictionaryObject&
   if (pSecurity && pObject)
   {
     pObject->SetParsed(&dictionary, nullptr);
-    if (pSecurity->IsExempt(*pObject) || IsPlainByFilter(pObject))
-      pPart->SetPlain();
+    ChooseCrypt(*pSecurity, *pObject, dictionary, *pPart);
   }
   return pPart.Get();
+}
+
+// A crypt filter that is named works where the data are read: it is gone from the other filters, and a copy
+// in a file that does not know the name needs none.
+void CParser::ChooseCrypt(CSecurityHandler& security, CIndirectObject& object, CDictionaryObject& dictionary,
+                          CEncodedStreamObject& part)
+{
+  const CObjectPtr name = GetCryptFilterName(&object);
+  if (IsPlainByFilter(&object) || security.HasPlainStrings(object) || (!name && security.IsExempt(object)))
+    return part.SetPlain();
+  part.SetCrypt(security.FindStreamCrypt(object, name.GetNameValue()));
+  if (name)
+    RemoveFirstFilter(dictionary);
 }
 
 void CParser::CheckEndOfObject()

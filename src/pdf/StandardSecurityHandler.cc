@@ -1,6 +1,7 @@
 #include "pdf/StandardSecurityHandler.h"
 
 #include "base/Checked.h"
+#include "base/MemoryStream.h"
 #include "base/Tracer.h"
 #include "pdf/CryptFilter.h"
 #include "pdf/DictionaryObject.h"
@@ -19,6 +20,9 @@ namespace
 
 constexpr unsigned g_nProprietaryHandler = 0x80410118U;
 constexpr unsigned g_nUnknownAlgorithm = 0x80410119U;
+
+// Crypt filters that streams can name: files have one or two.
+constexpr int g_nMaxNamedCrypts = 64;
 
 constexpr int g_nKeyLengthRC4 = 5;
 constexpr int g_nKeyLengthAES128 = 16;
@@ -41,7 +45,8 @@ int ReadKeyLength(const CObjectPtr& encrypt)
                     g_nKeyLengthAES128);
 }
 
-bool IsPublicKeyHandler(const CObjectPtr& encrypt)
+// The encodings of public-key handlers (ISO 32000-1, Table 23), which no password opens.
+bool HasPublicKeyForm(const CObjectPtr& encrypt)
 {
   const CObjectPtr name = encrypt["SubFilter"];
   return name.IsName("adbe.pkcs7.s3") || name.IsName("adbe.pkcs7.s4") || name.IsName("adbe.pkcs7.s5");
@@ -72,6 +77,11 @@ void AddCryptFilter(CObject& filters, const char* szName, const CCryptAlgorithm&
   filters.AddEntry(szName, filter.Get());
 }
 
+bool AreAlike(const CCryptAlgorithm* pOne, const CCryptAlgorithm* pOther)
+{
+  return pOne && pOther ? std::strcmp(pOne->GetCFM(), pOther->GetCFM()) == 0 : pOne == pOther;
+}
+
 }  // namespace
 
 BSE::CObjectPtr<CSecurityHandler> CreateSecurityHandler(CFile& file, const CObjectPtr& encrypt)
@@ -97,7 +107,9 @@ BSE::CObjectPtr<CStandardSecurityHandler> CStandardSecurityHandler::Open(const C
 unsigned CStandardSecurityHandler::ReadValues(const CObjectPtr& encrypt)
 {
   if (!encrypt["Filter"].IsName("Standard"))
-    return IsPublicKeyHandler(encrypt) ? g_nUnknownAlgorithm : g_nProprietaryHandler;
+    return g_nProprietaryHandler;
+  if (HasPublicKeyForm(encrypt))
+    return g_nUnknownAlgorithm;
   if (const unsigned nCode = ReadVersion(encrypt))
     return nCode;
   m_nEncryptNumber = encrypt.GetObjNumber();
@@ -114,11 +126,14 @@ unsigned CStandardSecurityHandler::ReadValues(const CObjectPtr& encrypt)
   {
     m_stream.m_pAlgorithm = CCryptAlgorithm::Create(nullptr);
     m_string.m_pAlgorithm = CCryptAlgorithm::Create(nullptr);
+    m_embedded.m_pAlgorithm = CCryptAlgorithm::Create(nullptr);
     return 0;
   }
-  return ReadCryptFilter(encrypt, "StmF", m_stream) && ReadCryptFilter(encrypt, "StrF", m_string)
-             ? 0
-             : g_nUnknownAlgorithm;
+  if (!ReadCryptFilter(encrypt, "StmF", m_stream) || !ReadCryptFilter(encrypt, "StrF", m_string))
+    return g_nUnknownAlgorithm;
+  ReadEmbeddedFilter(encrypt);
+  ReadNamedFilters(encrypt);
+  return 0;
 }
 
 unsigned CStandardSecurityHandler::ReadVersion(const CObjectPtr& encrypt)
@@ -157,14 +172,59 @@ bool CStandardSecurityHandler::ReadCryptFilter(const CObjectPtr& encrypt, const 
   const CObjectPtr name = encrypt[szKey];
   if (!name.IsName() || name.IsName("Identity"))
     return true;
-  const CObjectPtr filter = encrypt["CF"][name.GetNameValue()];
-  if (!filter.IsDictionary())
-    return false;
+  crypt.m_name = name.GetNameValue();
+  ReadMethod(encrypt["CF"][name.GetNameValue()], crypt);
+  return crypt.m_bKnown;
+}
+
+void CStandardSecurityHandler::ReadMethod(const CObjectPtr& filter, TCrypt& crypt) const
+{
   const CObjectPtr method = filter["CFM"];
   if (method.IsName("None"))
-    return true;
-  crypt.m_pAlgorithm = CCryptAlgorithm::Create(method.IsName() ? method.GetNameValue() : nullptr);
-  return IsAlgorithmAllowed(crypt.m_pAlgorithm.Get());
+    return;
+  if (filter.IsDictionary())
+    crypt.m_pAlgorithm = CCryptAlgorithm::Create(method.IsName() ? method.GetNameValue() : nullptr);
+  crypt.m_bKnown = IsAlgorithmAllowed(crypt.m_pAlgorithm.Get());
+  if (!crypt.m_bKnown)
+    crypt.m_pAlgorithm.Reset();
+}
+
+// Neither a name that is not defined nor an unknown cipher loses the file: the first is taken for an
+// oversight.
+void CStandardSecurityHandler::ReadEmbeddedFilter(const CObjectPtr& encrypt)
+{
+  const CObjectPtr name = encrypt["EFF"];
+  if (name.IsName("Identity"))
+    return;
+  const CObjectPtr filter = name.IsName() ? encrypt["CF"][name.GetNameValue()] : CObjectPtr();
+  if (filter.IsDictionary())
+  {
+    m_embedded.m_name = name.GetNameValue();
+    ReadMethod(filter, m_embedded);
+    return;
+  }
+  m_embedded.m_name = m_stream.m_name;
+  if (m_stream.m_pAlgorithm)
+    m_embedded.m_pAlgorithm.Reset(m_stream.m_pAlgorithm->Clone());
+}
+
+void CStandardSecurityHandler::ReadNamedFilters(const CObjectPtr& encrypt)
+{
+  const CObjectPtr filters = encrypt["CF"];
+  if (!filters.IsDictionary())
+    return;
+  for (int i = filters.GetBegin(); i != filters.GetEnd() && m_named.GetSize() < g_nMaxNamedCrypts;
+       i = filters.GetNext(i))
+  {
+    const BSE::CObjectPtr<TNamedCrypt> pNamed(new TNamedCrypt);
+    pNamed->m_crypt.m_name = filters.GetKey(i);
+    ReadMethod(filters.GetValue(i), pNamed->m_crypt);
+    pNamed->m_bUsed = true;
+    for (const char* szKey : {"StmF", "StrF", "EFF"})
+      if (encrypt[szKey].IsName(filters.GetKey(i)))
+        pNamed->m_bUsed = false;
+    m_named.Add(pNamed.Get());
+  }
 }
 
 // Version 5 has one cipher, which no other version has.
@@ -198,33 +258,49 @@ BSE::CObjectPtr<CStandardSecurityHandler> CStandardSecurityHandler::Create(const
 }
 
 BSE::CObjectPtr<CStandardSecurityHandler> CStandardSecurityHandler::CreateAlike(
-    const CString& id1, BSE::IErrorContext* pErrorContext) const
+    const CString& id1, bool bUniform, BSE::IErrorContext* pErrorContext) const
 {
   BSE::CObjectPtr<CStandardSecurityHandler> pHandler(new CStandardSecurityHandler);
   pHandler->m_values = m_values;
   pHandler->m_key = m_key;
+  TEncryption ciphers;
+  TakeCiphers(bUniform, ciphers);
   const bool bSameId = std::ranges::equal(m_values.m_id1.GetSpan(), id1.GetSpan());
   if (!IsValid() ||
-      (!bSameId && !MoveKey(pHandler->m_values, m_password.GetSpan(), id1.GetSpan(), pHandler->m_key)))
+      (!bSameId && !MoveKey(pHandler->m_values, m_password.GetSpan(), id1.GetSpan(), pHandler->m_key)) ||
+      !pHandler->ChooseAlgorithms(ciphers))
   {
     BSE::ReportError(pErrorContext, g_nInvalidEncryption);
     return nullptr;
   }
-  if (m_stream.m_pAlgorithm)
-    pHandler->m_stream.m_pAlgorithm = CCryptAlgorithm::Create(m_stream.m_pAlgorithm->GetCFM());
-  if (m_string.m_pAlgorithm)
-    pHandler->m_string.m_pAlgorithm = CCryptAlgorithm::Create(m_string.m_pAlgorithm->GetCFM());
   return pHandler;
+}
+
+void CStandardSecurityHandler::TakeCiphers(bool bUniform, TEncryption& encryption) const
+{
+  const TCrypt* pStream = &m_stream;
+  const auto encrypt = [&pStream](const TCrypt& crypt)
+  {
+    if (!pStream->m_pAlgorithm && crypt.m_pAlgorithm)
+      pStream = &crypt;
+  };
+  if (bUniform)
+    encrypt(m_embedded);
+  for (int i = 0; i < m_named.GetSize(); ++i)
+    if (m_named[i]->m_bUsed)
+      encrypt(m_named[i]->m_crypt);
+  encryption.m_nKeyLength = GetKeyLength();
+  encryption.m_szStreamCrypt = GetMethodName(*pStream);
+  encryption.m_szStringCrypt = GetMethodName(m_string);
+  encryption.m_szEmbeddedCrypt = GetMethodName(bUniform || !m_embedded.m_bKnown ? *pStream : m_embedded);
+  encryption.m_bEncryptMetadata = m_values.m_bEncryptMetadata;
 }
 
 bool CStandardSecurityHandler::ChooseVersion(const TEncryption& encryption)
 {
   const int nBits = encryption.m_nKeyLength;
-  const char* szStream = encryption.m_szStreamCrypt ? encryption.m_szStreamCrypt : encryption.m_szStringCrypt;
-  const char* szString = encryption.m_szStringCrypt ? encryption.m_szStringCrypt : encryption.m_szStreamCrypt;
-  const bool bFilters = szStream || nBits == g_nKeyLengthAES256 * 8;
-  if (!szStream && bFilters)
-    szStream = szString = "AESV3";
+  const bool bFilters = encryption.m_szStreamCrypt || encryption.m_szStringCrypt ||
+                        encryption.m_szEmbeddedCrypt || nBits == g_nKeyLengthAES256 * 8;
   m_values.m_nKeyLength = nBits / 8;
   if (bFilters)
   {
@@ -243,7 +319,38 @@ bool CStandardSecurityHandler::ChooseVersion(const TEncryption& encryption)
     m_values.m_nR = bShort ? 2 : 3;
     m_values.m_bEncryptMetadata = true;
   }
-  return ChooseAlgorithm(szStream, m_stream) && ChooseAlgorithm(szString, m_string);
+  return ChooseAlgorithms(encryption);
+}
+
+// A cipher that is not given is that of the other kind, in the end that of the version.
+bool CStandardSecurityHandler::ChooseAlgorithms(const TEncryption& encryption)
+{
+  const auto orElse = [](const char* szName, const char* szOther) { return szName ? szName : szOther; };
+  const char* szDefault = m_values.m_nV == 5 ? "AESV3" : nullptr;
+  const char* szStream = orElse(encryption.m_szStreamCrypt, orElse(encryption.m_szStringCrypt, szDefault));
+  if (!ChooseAlgorithm(szStream, m_stream) ||
+      !ChooseAlgorithm(orElse(encryption.m_szStringCrypt, szStream), m_string) ||
+      !ChooseAlgorithm(orElse(encryption.m_szEmbeddedCrypt, szStream), m_embedded))
+    return false;
+  NameCrypts();
+  return true;
+}
+
+// One cipher has one name.
+void CStandardSecurityHandler::NameCrypts()
+{
+  const CCryptAlgorithm* pStream = m_stream.m_pAlgorithm.Get();
+  const CCryptAlgorithm* pString = m_string.m_pAlgorithm.Get();
+  const CCryptAlgorithm* pEmbedded = m_embedded.m_pAlgorithm.Get();
+  const bool bBoth = pStream && pString && !AreAlike(pStream, pString);
+  m_stream.m_name = !pStream ? "Identity" : bBoth ? "StmCF" : "StdCF";
+  m_string.m_name = !pString ? "Identity" : bBoth ? "StrCF" : "StdCF";
+  if (AreAlike(pEmbedded, pStream))
+    m_embedded.m_name = m_stream.m_name;
+  else if (AreAlike(pEmbedded, pString))
+    m_embedded.m_name = m_string.m_name;
+  else
+    m_embedded.m_name = !pEmbedded ? "Identity" : pStream || pString ? "EmbeddedCF" : "StdCF";
 }
 
 bool CStandardSecurityHandler::ChooseAlgorithm(const char* szName, TCrypt& crypt) const
@@ -254,7 +361,7 @@ bool CStandardSecurityHandler::ChooseAlgorithm(const char* szName, TCrypt& crypt
   return IsAlgorithmAllowed(crypt.m_pAlgorithm.Get());
 }
 
-const char* CStandardSecurityHandler::GetCryptName(const TCrypt& crypt) const
+const char* CStandardSecurityHandler::GetMethodName(const TCrypt& crypt) const
 {
   if (m_values.m_nV < 4)
     return nullptr;
@@ -283,19 +390,15 @@ void CStandardSecurityHandler::Write(PDF::CObject& dictionary)
 
 void CStandardSecurityHandler::WriteCryptFilters(PDF::CObject& dictionary) const
 {
-  const CCryptAlgorithm* pStream = m_stream.m_pAlgorithm.Get();
-  const CCryptAlgorithm* pString = m_string.m_pAlgorithm.Get();
-  const bool bBoth = pStream && pString && std::strcmp(pStream->GetCFM(), pString->GetCFM()) != 0;
-  const char* szStream = bBoth ? "StmCF" : "StdCF";
-  const char* szString = bBoth ? "StrCF" : "StdCF";
   const CObjectPtr filters(new CDictionaryObject);
-  if (pStream)
-    AddCryptFilter(*filters, szStream, *pStream, m_values.m_nKeyLength);
-  if (pString)
-    AddCryptFilter(*filters, szString, *pString, m_values.m_nKeyLength);
+  for (const TCrypt* pCrypt : {&m_stream, &m_string, &m_embedded})
+    if (pCrypt->m_pAlgorithm)
+      AddCryptFilter(*filters, pCrypt->m_name.GetText(), *pCrypt->m_pAlgorithm, m_values.m_nKeyLength);
   dictionary.AddEntry("CF", filters.Get());
-  AddName(dictionary, "StmF", pStream ? szStream : "Identity");
-  AddName(dictionary, "StrF", pString ? szString : "Identity");
+  AddName(dictionary, "StmF", m_stream.m_name.GetText());
+  AddName(dictionary, "StrF", m_string.m_name.GetText());
+  if (!(m_embedded.m_name == m_stream.m_name))
+    AddName(dictionary, "EFF", m_embedded.m_name.GetText());
   if (!m_values.m_bEncryptMetadata)
     dictionary.AddEntry("EncryptMetadata", new CBooleanObject(false));
 }
@@ -328,6 +431,8 @@ bool CStandardSecurityHandler::TryPassword(const CTextString& password)
     if (GetPasswordBytes(password, m_values.m_nR, form, bytes) && FindKey(m_values, bytes.GetSpan(), m_key))
     {
       m_password = std::move(bytes);
+      if (!HasSoundPerms(m_values, m_key.GetSpan()) && BSE::CTracer::IsOn())
+        BSE::CTracer::Trace("W", "Encryption", "Permissions differ from their encrypted form.");
       return true;
     }
   }
@@ -349,6 +454,41 @@ bool CStandardSecurityHandler::IsExempt(PDF::CObject& object)
     return false;
   const CObjectPtr type = object.GetEntry("Type");
   return type.IsName("XRef") || (!m_values.m_bEncryptMetadata && type.IsName("Metadata"));
+}
+
+bool CStandardSecurityHandler::HasPlainStrings(PDF::CObject& object)
+{
+  return IsExempt(object) && !object.GetEntry("Type").IsName("Metadata");
+}
+
+int CStandardSecurityHandler::FindStreamCrypt(PDF::CObject& stream, const char* szName)
+{
+  if (!szName)
+    return stream.GetEntry("Type").IsName("EmbeddedFile") ? g_nEmbeddedCrypt : g_nStreamCrypt;
+  for (int i = 0; i < m_named.GetSize(); ++i)
+  {
+    if (!(m_named[i]->m_crypt.m_name == szName))
+      continue;
+    m_named[i]->m_bUsed = true;
+    return g_nFirstNamedCrypt + i;
+  }
+  return g_nUnknownCrypt;
+}
+
+const char* CStandardSecurityHandler::GetCryptName(int nCrypt)
+{
+  const bool bOther = nCrypt == g_nEmbeddedCrypt && !(m_embedded.m_name == m_stream.m_name);
+  return bOther ? m_embedded.m_name.GetText() : nullptr;
+}
+
+CStandardSecurityHandler::TCrypt& CStandardSecurityHandler::GetStreamCrypt(int nCrypt)
+{
+  if (nCrypt == g_nStreamCrypt)
+    return m_stream;
+  if (nCrypt == g_nEmbeddedCrypt)
+    return m_embedded;
+  TNamedCrypt* pNamed = m_named[nCrypt - g_nFirstNamedCrypt];
+  return pNamed ? pNamed->m_crypt : m_unknown;
 }
 
 CCryptAlgorithm* CStandardSecurityHandler::GetObjectCrypt(TCrypt& crypt, int nObjNumber, int nGenNumber)
@@ -380,31 +520,44 @@ CString CStandardSecurityHandler::EncryptString(const CString& value, int nObjNu
     return value;
   TByteArray bytes;
   if (!pAlgorithm->Encrypt(value.GetSpan(), bytes))
+  {
+    m_bFailed = true;
     return CString();
+  }
   return CString(bytes.GetData(), bytes.GetSize());
 }
 
 BSE::CObjectPtr<BSE::IByteStream> CStandardSecurityHandler::CreateDecryptFilter(
-    BSE::IByteStream* pSource, int nObjNumber, int nGenNumber, BSE::IErrorContext* pErrorContext)
+    BSE::IByteStream* pSource, int nObjNumber, int nGenNumber, BSE::IErrorContext* pErrorContext, int nCrypt)
 {
-  const CCryptAlgorithm* pAlgorithm = GetObjectCrypt(m_stream, nObjNumber, nGenNumber);
+  TCrypt& crypt = GetStreamCrypt(nCrypt);
+  if (!crypt.m_bKnown)
+  {
+    if (BSE::CTracer::IsOn())
+      BSE::CTracer::Trace("E", "PDF Filter", "Crypt filter not supported.");
+    return new BSE::CMemoryStream;
+  }
+  const CCryptAlgorithm* pAlgorithm = GetObjectCrypt(crypt, nObjNumber, nGenNumber);
   if (!pAlgorithm)
     return pSource;
   return new CDecryptFilter(pSource, BSE::CScopedPtr<CCryptAlgorithm>(pAlgorithm->Clone()), pErrorContext);
 }
 
 BSE::CObjectPtr<BSE::IByteStream> CStandardSecurityHandler::CreateEncryptFilter(
-    BSE::IByteStream* pSink, int nObjNumber, int nGenNumber, BSE::IErrorContext* pErrorContext)
+    BSE::IByteStream* pSink, int nObjNumber, int nGenNumber, BSE::IErrorContext* pErrorContext, int nCrypt)
 {
-  const CCryptAlgorithm* pAlgorithm = GetObjectCrypt(m_stream, nObjNumber, nGenNumber);
+  TCrypt& crypt = GetStreamCrypt(nCrypt);
+  if (m_bFailed || !crypt.m_bKnown)
+    return nullptr;
+  const CCryptAlgorithm* pAlgorithm = GetObjectCrypt(crypt, nObjNumber, nGenNumber);
   if (!pAlgorithm)
     return pSink;
   return new CEncryptFilter(pSink, BSE::CScopedPtr<CCryptAlgorithm>(pAlgorithm->Clone()), pErrorContext);
 }
 
-std::int64_t CStandardSecurityHandler::GetEncryptedLength(std::int64_t nLength)
+std::int64_t CStandardSecurityHandler::GetEncryptedLength(std::int64_t nLength, int nCrypt)
 {
-  const CCryptAlgorithm* pAlgorithm = m_stream.m_pAlgorithm.Get();
+  const CCryptAlgorithm* pAlgorithm = GetStreamCrypt(nCrypt).m_pAlgorithm.Get();
   return pAlgorithm ? pAlgorithm->GetEncryptedLength(nLength) : nLength;
 }
 

@@ -95,13 +95,14 @@ TPadded ComputeU(const TSecurityValues& values, TBytes key)
   return result;
 }
 
-// Algorithm 3, steps a) to d): the key that encrypts the user's password.
-TDigest ComputeOwnerDigest(const TSecurityValues& values, const TPadded& password)
+// Algorithm 3, steps a) to d): the key that encrypts the user's password. Of each round's result writers take
+// as many bytes as the key has, though the text can be read as if all of them were meant.
+TDigest ComputeOwnerDigest(const TSecurityValues& values, const TPadded& password, std::size_t nHashed)
 {
   TDigest digest = BSE::ComputeHash<BSE::CHashMD5>(password);
   if (values.m_nR >= 3)
     for (int i = 0; i < g_nHashRounds; ++i)
-      digest = BSE::ComputeHash<BSE::CHashMD5>(TBytes(digest).first(GetOldKeyLength(values)));
+      digest = BSE::ComputeHash<BSE::CHashMD5>(TBytes(digest).first(nHashed));
   return digest;
 }
 
@@ -115,9 +116,9 @@ bool TryOldUser(const TSecurityValues& values, const TPadded& password, TByteArr
 }
 
 // Algorithm 7: the user's password that the owner's hides.
-TPadded RevealUserPassword(const TSecurityValues& values, const TPadded& password)
+TPadded RevealUserPassword(const TSecurityValues& values, const TPadded& password, std::size_t nHashed)
 {
-  const TDigest digest = ComputeOwnerDigest(values, password);
+  const TDigest digest = ComputeOwnerDigest(values, password, nHashed);
   const TBytes ownerKey = TBytes(digest).first(GetOldKeyLength(values));
   TPadded user;
   std::copy_n(values.m_O, g_nOldLength, user.begin());
@@ -126,16 +127,25 @@ TPadded RevealUserPassword(const TSecurityValues& values, const TPadded& passwor
   return user;
 }
 
-bool TryOldOwner(const TSecurityValues& values, const TPadded& password, TByteArray& key)
+// With the key, the password becomes the user's.
+bool TryOldOwner(const TSecurityValues& values, TPadded& password, TByteArray& key)
 {
-  return TryOldUser(values, RevealUserPassword(values, password), key);
+  for (const std::size_t nHashed : {GetOldKeyLength(values), sizeof(TDigest)})
+  {
+    const TPadded user = RevealUserPassword(values, password, nHashed);
+    if (!TryOldUser(values, user, key))
+      continue;
+    password = user;
+    return true;
+  }
+  return false;
 }
 
 // Algorithms 3 to 5.
 void MakeOldKey(TSecurityValues& values, TBytes userPassword, TBytes ownerPassword, TByteArray& key)
 {
-  const TDigest digest =
-      ComputeOwnerDigest(values, Pad(ownerPassword.empty() ? userPassword : ownerPassword));
+  const TDigest digest = ComputeOwnerDigest(values, Pad(ownerPassword.empty() ? userPassword : ownerPassword),
+                                            GetOldKeyLength(values));
   const TBytes ownerKey = TBytes(digest).first(GetOldKeyLength(values));
   TPadded user = Pad(userPassword);
   const TPadded userPadded = user;
@@ -235,16 +245,23 @@ void MakeNewPassword(const TSecurityValues& values, TBytes password, std::span<u
   BSE::CAES(keyKey).EncryptChained(key, pEncryptedKey, vector);
 }
 
-// Algorithm 10. The last four bytes are random.
-void MakePerms(TSecurityValues& values, TBytes key)
+// What Perms hides, but for its last four bytes, which are random. Of the upper half of the permissions,
+// bytes 4 to 7, readers make nothing.
+void FillPerms(const TSecurityValues& values, unsigned char* pPerms)
 {
-  unsigned char* pPerms = values.m_Perms;
   BSE::StoreLittleEndian(static_cast<std::uint32_t>(values.m_nPermissions), pPerms);
   std::fill_n(pPerms + 4, 4, static_cast<unsigned char>(0xFF));
   pPerms[8] = values.m_bEncryptMetadata ? 'T' : 'F';
   pPerms[9] = 'a';
   pPerms[10] = 'd';
   pPerms[11] = 'b';
+}
+
+// Algorithm 10.
+void MakePerms(TSecurityValues& values, TBytes key)
+{
+  unsigned char* pPerms = values.m_Perms;
+  FillPerms(values, pPerms);
   BSE::CAES::TVector vector = {};
   BSE::CAES(key).EncryptChained(values.m_Perms, pPerms, vector);
 }
@@ -275,8 +292,30 @@ bool FindKey(const TSecurityValues& values, TBytes password, TByteArray& key)
   if (values.m_nR >= 5)
     return TryNewPassword(values, password, values.m_U, values.m_UE, {}, key) ||
            TryNewPassword(values, password, values.m_O, values.m_OE, values.m_U, key);
-  const TPadded padded = Pad(password);
+  TPadded padded = Pad(password);
   return TryOldUser(values, padded, key) || TryOldOwner(values, padded, key);
+}
+
+bool IsOwnerPassword(const TSecurityValues& values, TBytes password)
+{
+  password = CutPassword(values, password);
+  TByteArray key;
+  if (values.m_nR >= 5)
+    return TryNewPassword(values, password, values.m_O, values.m_OE, values.m_U, key);
+  TPadded padded = Pad(password);
+  return TryOldOwner(values, padded, key);
+}
+
+bool HasSoundPerms(const TSecurityValues& values, TBytes key)
+{
+  if (values.m_nR < 5)
+    return true;
+  unsigned char expected[12];
+  FillPerms(values, expected);
+  unsigned char perms[sizeof(values.m_Perms)];
+  BSE::CAES::TVector vector = {};
+  BSE::CAES(key).DecryptChained(values.m_Perms, perms, vector);
+  return std::equal(perms, perms + 4, expected) && std::equal(perms + 8, perms + 12, expected + 8);
 }
 
 bool MoveKey(TSecurityValues& values, TBytes password, TBytes id1, TByteArray& key)
@@ -292,12 +331,8 @@ bool MoveKey(TSecurityValues& values, TBytes password, TBytes id1, TByteArray& k
     return true;
   }
   TPadded user = Pad(password);
-  if (!TryOldUser(values, user, key))
-  {
-    user = RevealUserPassword(values, user);
-    if (!TryOldUser(values, user, key))
-      return false;
-  }
+  if (!TryOldUser(values, user, key) && !TryOldOwner(values, user, key))
+    return false;
   setId();
   ComputeKey(values, user, key);
   std::ranges::copy(ComputeU(values, key.GetSpan()), values.m_U);

@@ -38,6 +38,13 @@ struct TSecurityValues
 // True, with the file key, if the password is the user's or the owner's.
 bool FindKey(const TSecurityValues& values, TBytes password, TByteArray& key);
 
+// True if the password, which need not be the only one that FindKey knows, is the owner's.
+bool IsOwnerPassword(const TSecurityValues& values, TBytes password);
+
+// Algorithm 13: false if P or EncryptMetadata are others than those that were encrypted with the file key.
+// True below revision 5, which knows only the plain ones.
+bool HasSoundPerms(const TSecurityValues& values, TBytes key);
+
 // For a file with another first part of its ID that opens with the same passwords: replaces the identifier,
 // and the values and the key that depend on it, which is none of them from revision 5. The password is one
 // that FindKey knows; false if it is not.

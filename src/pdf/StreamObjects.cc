@@ -25,7 +25,8 @@ CEncodedStreamObject::CEncodedStreamObject(CFile* pFile, std::int64_t nOffset, s
       m_nOffset(nOffset),
       m_nLength(nLength),
       m_nObjNumber(nObjNumber),
-      m_nGenNumber(nGenNumber)
+      m_nGenNumber(nGenNumber),
+      m_nCrypt(CSecurityHandler::g_nStreamCrypt)
 {
 }
 
@@ -35,6 +36,7 @@ CObject* CEncodedStreamObject::Clone()
 {
   BSE::CScopedPtr<CEncodedStreamObject> pCopy(
       new CEncodedStreamObject(m_pFile, m_nOffset, m_nLength, m_nObjNumber, m_nGenNumber));
+  pCopy->m_nCrypt = m_nCrypt;
   pCopy->m_bPlain = m_bPlain;
   return pCopy.Detach();
 }
@@ -55,7 +57,8 @@ BSE::CObjectPtr<BSE::IByteStream> CEncodedStreamObject::GetStream()
   BSE::CObjectPtr<BSE::IByteStream> pRaw = GetRawStream();
   if (!pRaw || !IsEncrypted())
     return pRaw;
-  return m_pFile->GetSecurityHandler()->CreateDecryptFilter(pRaw.Get(), m_nObjNumber, m_nGenNumber, m_pFile);
+  return m_pFile->GetSecurityHandler()->CreateDecryptFilter(pRaw.Get(), m_nObjNumber, m_nGenNumber, m_pFile,
+                                                            m_nCrypt);
 }
 
 BSE::CObjectPtr<BSE::IByteStream> CEmbeddedStreamObject::GetStream()

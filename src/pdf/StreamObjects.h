@@ -57,6 +57,9 @@ public:
 
   // Set when the file's security handler must leave the bytes alone.
   void SetPlain() { m_bPlain = true; }
+
+  // The crypt filter that the handler has found for the stream.
+  void SetCrypt(int nCrypt) { m_nCrypt = nCrypt; }
   bool IsEncrypted() const;
 
 private:
@@ -65,6 +68,7 @@ private:
   std::int64_t m_nLength;
   int m_nObjNumber;
   int m_nGenNumber;
+  int m_nCrypt;
   bool m_bPlain = false;
 };
 

@@ -27,6 +27,7 @@ static const TFunction g_functions[] = {
     NAME(BrevexOpenStreamW),
     NAME(BrevexClose),
     NAME(BrevexGetPageCount),
+    NAME(BrevexGetInputEncryption),
     NAME(BrevexSaveAsW),
     NAME(BrevexSaveAsStreamA),
     NAME(BrevexSaveAsStreamW),

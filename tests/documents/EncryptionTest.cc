@@ -189,4 +189,30 @@ TEST_F(Encryption, StaysClosedWithoutItsPassword)
   }
 }
 
+// What cannot be read fails the save: neither ciphertext nor half a stream goes into the output.
+TEST_F(Encryption, ReadsThatFail)
+{
+  for (const TEncryption& encryption : g_encryptions)
+  {
+    SCOPED_TRACE(encryption.szName);
+    const std::string sPdf = Encrypt("user", "owner", encryption);
+    const auto nSize = static_cast<std::int64_t>(sPdf.size());
+    for (std::int64_t nBytes = 0; nBytes < 3 * nSize; nBytes += nSize / 30 + 1)
+    {
+      Support::CByteStream input(sPdf);
+      input.FailAfter(nBytes);
+      TBrevexStreamDescriptor descriptor = input.GetDescriptor();
+      CSaver saver;
+      if (BrevexOpenStreamA(saver.Get(), &descriptor, "user") == 0)
+      {
+        EXPECT_TRUE(BREVEX_STATUS_IS_ERROR(saver.GetCode())) << nBytes;
+        continue;
+      }
+      const auto sOut = saver.Save();
+      EXPECT_TRUE(!sOut || Documents::HasTextOfPages(*sOut, 3)) << nBytes;
+      BrevexClose(saver.Get());
+    }
+  }
+}
+
 }  // namespace

@@ -188,17 +188,17 @@ public:
     return CString(text.data(), static_cast<int>(text.size()));
   }
   BSE::CObjectPtr<BSE::IByteStream> CreateDecryptFilter(BSE::IByteStream* pSource, int, int,
-                                                        BSE::IErrorContext*) override
+                                                        BSE::IErrorContext*, int) override
   {
     return pSource;
   }
   BSE::CObjectPtr<BSE::IByteStream> CreateEncryptFilter(BSE::IByteStream* pSink, int, int,
-                                                        BSE::IErrorContext*) override
+                                                        BSE::IErrorContext*, int) override
   {
     CObjectPtr parameters;
     return CreateEncodeFilter(pSink, "ASCIIHexDecode", nullptr, parameters);
   }
-  std::int64_t GetEncryptedLength(std::int64_t nLength) override { return 2 * nLength + 1; }
+  std::int64_t GetEncryptedLength(std::int64_t nLength, int) override { return 2 * nLength + 1; }
 };
 
 TEST_F(FileWriter, EncryptsWhatIsNotExempt)

@@ -1,6 +1,8 @@
 #include "pdf/StandardSecurityHandler.h"
 
+#include "base/Cipher.h"
 #include "base/ErrorHandler.h"
+#include "base/Hash.h"
 #include "pdf/CryptFilter.h"
 #include "pdf/StringPreparation.h"
 #include "tests/pdf/WriterSupport.h"
@@ -8,6 +10,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -152,8 +156,11 @@ TEST(SecurityHandler, RefusesWhatItDoesNotKnow)
   const TKnownFile& aes = g_knownFiles[3];
   const TKnownFile& aes256 = g_knownFiles[5];
   expectRefusal(alter(old, "Filter", MakeName("Own")), 0x80410118);
+  // A handler of another name is not asked for its form; the standard one has none with public keys.
   expectRefusal(MakeDictionary({{"Filter", MakeName("Own")}, {"SubFilter", MakeName("adbe.pkcs7.s5")}}),
-                0x80410119);
+                0x80410118);
+  for (const char* szForm : {"adbe.pkcs7.s3", "adbe.pkcs7.s4", "adbe.pkcs7.s5"})
+    expectRefusal(alter(aes, "SubFilter", MakeName(szForm)), 0x80410119);
   for (const int nV : {-1, 0, 3, 6})
     expectRefusal(alter(old, "V", MakeInteger(nV)), 0x80410119);
   expectRefusal(alter(old, "R", MakeInteger(7)), 0x80410119);
@@ -187,6 +194,34 @@ TEST(SecurityHandler, SurvivesDamagedValues)
   EXPECT_FALSE(pHandler->DecryptString(whole, 2, 0) == CString("hello \xA9"));
 }
 
+// Algorithms 2 and 5 of ISO 32000-1, 7.6.3 for keys of less than 128 bits: the key, and the value U.
+void FillUserValue(TSecurityValues& values, TBytes padded, TByteArray& key)
+{
+  const auto nKey = static_cast<std::size_t>(values.m_nKeyLength);
+  BSE::CHashMD5 hash;
+  hash.Update(padded);
+  hash.Update(TBytes(values.m_O).first(32));
+  constexpr unsigned char permissions[] = {0xFC, 0xFF, 0xFF, 0xFF};
+  hash.Update(permissions);
+  hash.Update(values.m_id1.GetSpan());
+  std::array<unsigned char, 16> digest;
+  hash.Final(digest);
+  for (int i = 0; i < 50; ++i)
+    digest = BSE::ComputeHash<BSE::CHashMD5>(TBytes(digest).first(nKey));
+  key.Append(TBytes(digest).first(nKey));
+  BSE::CHashMD5 check;
+  check.Update(FromHex("28bf4e5e4e758a4164004e56fffa01082e2e00b6d0683e802f0ca9fe6453697a").GetSpan());
+  check.Update(values.m_id1.GetSpan());
+  check.Final(std::span(values.m_U).first<16>());
+  for (int nRound = 0; nRound < 20; ++nRound)
+  {
+    TByteArray roundKey;
+    for (const unsigned char nByte : key.GetSpan())
+      roundKey.Add(static_cast<unsigned char>(nByte ^ nRound));
+    BSE::CRC4(roundKey.GetSpan()).Process(TBytes(values.m_U).first(16), values.m_U);
+  }
+}
+
 struct TForm
 {
   int m_nKeyLength;
@@ -197,10 +232,11 @@ struct TForm
 };
 
 const TForm g_forms[] = {
-    {40, nullptr, nullptr, 1, 2},     {56, nullptr, nullptr, 2, 3},   {128, nullptr, nullptr, 2, 3},
-    {128, "V2", nullptr, 4, 4},       {128, "AESV2", "AESV2", 4, 4},  {128, "AESV2", "V2", 4, 4},
-    {128, "Identity", "AESV2", 4, 4}, {128, "RC4", "Identity", 4, 4}, {256, nullptr, nullptr, 5, 6},
-    {256, "AESV3", "Identity", 5, 6},
+    {40, nullptr, nullptr, 1, 2},  {48, nullptr, nullptr, 2, 3},     {56, nullptr, nullptr, 2, 3},
+    {64, nullptr, nullptr, 2, 3},  {96, nullptr, nullptr, 2, 3},     {120, nullptr, nullptr, 2, 3},
+    {128, nullptr, nullptr, 2, 3}, {128, "V2", nullptr, 4, 4},       {128, "AESV2", "AESV2", 4, 4},
+    {128, "AESV2", "V2", 4, 4},    {128, "Identity", "AESV2", 4, 4}, {128, "RC4", "Identity", 4, 4},
+    {256, nullptr, nullptr, 5, 6}, {256, "AESV3", "Identity", 5, 6},
 };
 
 TEST(SecurityHandler, RefusesParametersThatDoNotFit)
@@ -291,10 +327,10 @@ TEST(SecurityHandler, MovesToAnotherFileWithItsPasswords)
       const CObjectPtr first(new CDictionaryObject);
       CStandardSecurityHandler::Create(encryption, CString(g_szId), nullptr)->Write(*first);
       const auto pOpened = CStandardSecurityHandler::Open(first, CString(g_szId), nullptr);
-      EXPECT_FALSE(pOpened->CreateAlike(CString("other"), nullptr)) << "not authenticated";
+      EXPECT_FALSE(pOpened->CreateAlike(CString("other"), false, nullptr)) << "not authenticated";
       const CString password(szPassword);
       ASSERT_TRUE(pOpened->Authenticate(&password));
-      const auto pMoved = pOpened->CreateAlike(CString("other"), nullptr);
+      const auto pMoved = pOpened->CreateAlike(CString("other"), false, nullptr);
       ASSERT_TRUE(pMoved);
       const CString value = pMoved->EncryptString(CString("text"), 3, 0);
       const CObjectPtr second(new CDictionaryObject);
@@ -396,6 +432,54 @@ TEST(SecurityHandler, WritesWhatItAndOthersRead)
       EXPECT_FALSE(file.Authenticate(&wrong));
       EXPECT_EQ(errors.GetLastCode(), 0x80410112U);
     }
+}
+
+// Between 40 and 128 bits some writers hash whole digests for the owner's key, and not as much as the key
+// has.
+TEST(SecurityHandler, FindsTheOwnerOfEitherReading)
+{
+  // Its O hides "user" from "owner", and its U is that of "user", for the identifier g_szId and 64 bits.
+  constexpr std::size_t nKey = 8;
+  const auto pad = [](const char* szPassword)
+  {
+    const CString padding = FromHex("28bf4e5e4e758a4164004e56fffa01082e2e00b6d0683e802f0ca9fe6453697a");
+    std::string text = szPassword;
+    text.append(reinterpret_cast<const char*>(padding.GetData()), 32 - text.size());
+    return text;
+  };
+  const auto toBytes = [](const std::string& text)
+  { return TBytes(reinterpret_cast<const unsigned char*>(text.data()), text.size()); };
+  for (const std::size_t nHashed : {nKey, std::size_t{16}})
+  {
+    TSecurityValues values;
+    values.m_nV = 2;
+    values.m_nR = 3;
+    values.m_nKeyLength = nKey;
+    values.m_nPermissions = -4;
+    values.m_id1.Append(toBytes(g_szId));
+    std::array<unsigned char, 16> digest = BSE::ComputeHash<BSE::CHashMD5>(toBytes(pad("owner")));
+    for (int i = 0; i < 50; ++i)
+      digest = BSE::ComputeHash<BSE::CHashMD5>(TBytes(digest).first(nHashed));
+    const std::string user = pad("user");
+    std::ranges::copy(toBytes(user), values.m_O);
+    for (int nRound = 0; nRound < 20; ++nRound)
+    {
+      unsigned char key[nKey];
+      for (std::size_t i = 0; i < nKey; ++i)
+        key[i] = static_cast<unsigned char>(digest[i] ^ nRound);
+      BSE::CRC4(key).Process(TBytes(values.m_O).first(32), values.m_O);
+    }
+    TByteArray expected;
+    FillUserValue(values, toBytes(user), expected);
+    TByteArray key;
+    EXPECT_TRUE(FindKey(values, toBytes("owner"), key)) << nHashed;
+    EXPECT_TRUE(std::ranges::equal(key.GetSpan(), expected.GetSpan()));
+    EXPECT_TRUE(IsOwnerPassword(values, toBytes("owner")));
+    EXPECT_FALSE(IsOwnerPassword(values, toBytes("user")));
+    EXPECT_FALSE(FindKey(values, toBytes("Owner"), key));
+    ASSERT_TRUE(MoveKey(values, toBytes("owner"), toBytes("other"), key));
+    EXPECT_TRUE(FindKey(values, toBytes("user"), key));
+  }
 }
 
 TEST(SecurityHandler, TakesUnicodeAndLongPasswords)

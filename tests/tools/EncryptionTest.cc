@@ -92,6 +92,22 @@ TEST_F(CommandEncryption, StaysUnlessItIsRemoved)
   EXPECT_THAT(Show("new.pdf", "other"), HasSubstr("AESv2"));
 }
 
+TEST_F(CommandEncryption, IsToldOfTheInput)
+{
+  Run({"--encryption", "aes-256", "--user-password", "secret", "--owner-password", "secret2", "--permissions",
+       "print-low,fill-forms", "large.pdf", "locked.pdf"});
+  const std::string sTold = m_folder.Run({"info", "--password", "secret", "locked.pdf"}).sOut;
+  EXPECT_THAT(sTold, HasSubstr("Encryption:    aes-256, key of 256 bits, revision 6\n"));
+  EXPECT_THAT(sTold, HasSubstr("Permissions:   print-low, fill-forms\n"));
+  EXPECT_THAT(sTold, HasSubstr("Opened by:     user password\n"));
+  EXPECT_THAT(m_folder.Run({"info", "--json", "--password", "secret2", "locked.pdf"}).sOut,
+              HasSubstr("\"key_length\":256,\"revision\":6,\"permissions\":[\"print-low\",\"fill-forms\"],"
+                        "\"password\":\"owner\"}"));
+  Run({"--encryption", "rc4-128", "--owner-password", "secret", "large.pdf", "locked.pdf"});
+  EXPECT_THAT(m_folder.Run({"info", "locked.pdf"}).sOut, HasSubstr("rc4-128, key of 128 bits, revision 3"));
+  EXPECT_THAT(m_folder.Run({"info", "large.pdf"}).sOut, Not(HasSubstr("Encryption:")));
+}
+
 TEST_F(CommandEncryption, PasswordsFromFilesAndTheEnvironment)
 {
   m_folder.Write("password.txt", "secret\r\nmore\n");

@@ -1,11 +1,13 @@
 #include "InfoCommand.h"
 
 #include <cstdio>
+#include <optional>
 
 #include "ExitCode.h"
 #include "Handle.h"
 #include "Input.h"
 #include "JsonObject.h"
+#include "Names.h"
 #include "Reporter.h"
 #include "Text.h"
 
@@ -24,6 +26,7 @@ struct TDocumentInfo
   std::int64_t nBytes = 0;
   int nPages = 0;
   std::vector<std::pair<std::string, std::string>> entries;
+  std::optional<TBrevexEncryption> encryption;
   std::uint32_t nCode = 0;
   std::string sMessage;
 };
@@ -36,6 +39,11 @@ TDocumentInfo ReadInfo(const CHandle& handle, const CInput& input, const std::st
   info.nPages = BrevexGetPageCount(handle.Get());
   info.nCode = BrevexGetErrorCode(handle.Get());
   info.sMessage = info.nCode != 0 ? handle.GetMessage() : "";
+  TBrevexEncryption encryption = {};
+  if (BrevexGetInputEncryption(handle.Get(), &encryption))
+  {
+    info.encryption = encryption;
+  }
   for (const char* szKey : g_szKeys)
   {
     const std::string sValue = ToUtf8(BrevexGetInfoEntryW(handle.Get(), ToUtf16(szKey).c_str()));
@@ -45,6 +53,78 @@ TDocumentInfo ReadInfo(const CHandle& handle, const CInput& input, const std::st
     }
   }
   return info;
+}
+
+// "none", or a cipher as the flags have it, but RC4 with the length of the key.
+std::string GetCipherText(int nCipher, int nKeyLength)
+{
+  if (nCipher == BREVEX_CIPHER_RC4_128)
+  {
+    return "rc4-" + std::to_string(nKeyLength);
+  }
+  for (const TName& name : GetCipherNames())
+  {
+    if (name.nValue == static_cast<unsigned>(nCipher))
+    {
+      return name.szName;
+    }
+  }
+  return "none";
+}
+
+// The names of which everything is allowed, but none that another one includes.
+std::vector<std::string> GetPermissionTexts(const TBrevexEncryption& encryption)
+{
+  std::vector<std::string> found;
+  unsigned nTold = 0;
+  for (const TName& name : GetPermissionNames())
+  {
+    const bool bAllowed = (static_cast<unsigned>(encryption.nPermissions) & name.nValue) == name.nValue;
+    if (bAllowed && (nTold & name.nValue) != name.nValue)
+    {
+      found.emplace_back(name.szName);
+      nTold |= name.nValue;
+    }
+  }
+  return found;
+}
+
+CJsonObject MakeEncryptionJson(const TBrevexEncryption& encryption)
+{
+  CJsonObject object;
+  object.AddText("cipher", GetCipherText(encryption.nStreamCipher, encryption.nKeyLength));
+  object.AddText("strings", GetCipherText(encryption.nStringCipher, encryption.nKeyLength));
+  object.AddText("embedded_files", GetCipherText(encryption.nEmbeddedCipher, encryption.nKeyLength));
+  object.AddNumber("key_length", encryption.nKeyLength);
+  object.AddNumber("revision", encryption.nRevision);
+  object.AddTexts("permissions", GetPermissionTexts(encryption));
+  object.AddText("password", encryption.bOwner != 0 ? "owner" : "user");
+  return object;
+}
+
+void WriteEncryptionLines(const TBrevexEncryption& encryption)
+{
+  const std::string sCipher = GetCipherText(encryption.nStreamCipher, encryption.nKeyLength);
+  const std::string sStrings = GetCipherText(encryption.nStringCipher, encryption.nKeyLength);
+  const std::string sEmbedded = GetCipherText(encryption.nEmbeddedCipher, encryption.nKeyLength);
+  std::string sDetails;
+  if (sStrings != sCipher)
+  {
+    sDetails += ", strings " + sStrings;
+  }
+  if (sEmbedded != sCipher)
+  {
+    sDetails += ", embedded files " + sEmbedded;
+  }
+  std::printf("Encryption:    %s%s, key of %d bits, revision %d\n", sCipher.c_str(), sDetails.c_str(),
+              encryption.nKeyLength, encryption.nRevision);
+  std::string sPermissions;
+  for (const std::string& sName : GetPermissionTexts(encryption))
+  {
+    sPermissions += (sPermissions.empty() ? "" : ", ") + sName;
+  }
+  std::printf("Permissions:   %s\n", sPermissions.empty() ? "none" : sPermissions.c_str());
+  std::printf("Opened by:     %s password\n", encryption.bOwner != 0 ? "owner" : "user");
 }
 
 void WriteJson(const TDocumentInfo& info)
@@ -59,6 +139,10 @@ void WriteJson(const TDocumentInfo& info)
     entries.AddText(sKey, sValue);
   }
   object.AddObject("info", entries);
+  if (info.encryption)
+  {
+    object.AddObject("encryption", MakeEncryptionJson(*info.encryption));
+  }
   object.AddFlag("damaged", info.nCode != 0);
   if (info.nCode != 0)
   {
@@ -75,6 +159,10 @@ void WriteLines(const TDocumentInfo& info)
   for (const auto& [sKey, sValue] : info.entries)
   {
     std::printf("%-14s %s\n", (sKey + ":").c_str(), sValue.c_str());
+  }
+  if (info.encryption)
+  {
+    WriteEncryptionLines(*info.encryption);
   }
   if (info.nCode != 0)
   {
