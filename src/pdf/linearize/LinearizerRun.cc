@@ -45,6 +45,7 @@ public:
     auto* pEncoder = dynamic_cast<BSE::CEncodeFilter*>(pFilter);
     return !pEncoder || pEncoder->Close(false);
   }
+  bool HasFailed() const override { return m_output.HasFailed(); }
 
 private:
   static void Assign(BSE::CBasicArray<unsigned char>& bytes, const CString& value)

@@ -25,4 +25,7 @@ public:
 
   // Ends what CreateEncryptFilter made; false if bytes were lost.
   virtual bool Close(BSE::IByteStream* pFilter) = 0;
+
+  // Whether a string could not be encrypted since the start.
+  virtual bool HasFailed() const = 0;
 };

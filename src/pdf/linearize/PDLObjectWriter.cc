@@ -41,6 +41,8 @@ bool PDLObjectWriter::WriteObject(int nObject, PDWriter& output)
   else
     WriteNode(m_object, 0, output);
   output.Put("\nendobj\n");
+  if (m_pCryptor && m_pCryptor->HasFailed())
+    return Fail("A string cannot be encrypted.");
   return bWritten;
 }
 
@@ -55,9 +57,12 @@ void PDLObjectWriter::BeginObject(int nObject, PDWriter& output)
 {
   m_nNewNumber = m_numbers[nObject];
   const bool bMetadata = m_object.IsName(m_object.Find(0, "Type"), "Metadata");
-  m_bSourceEncrypted = m_pCryptor && m_file.IsEncrypted() && nObject != m_file.GetEncrypt() &&
-                       !(bMetadata && m_file.HasPlainMetadata());
-  m_bEncrypted = m_bNewKeys ? !(bMetadata && m_bNewPlainMetadata) : m_bSourceEncrypted;
+  const bool bNewPlain = m_bNewKeys ? m_bNewPlainMetadata : m_file.HasPlainMetadata();
+  m_bSourceSecure = m_pCryptor && m_file.IsEncrypted() && nObject != m_file.GetEncrypt();
+  m_bSecure = m_bNewKeys || m_bSourceSecure;
+  // Plain metadata has plain data, not plain strings beside them.
+  m_bSourceEncrypted = m_bSourceSecure && !(bMetadata && m_file.HasPlainMetadata());
+  m_bEncrypted = m_bSecure && !(bMetadata && bNewPlain);
   SetSource(nObject);
   output.PutNumber(m_nNewNumber);
   output.Put(" 0 obj\n");
@@ -70,8 +75,8 @@ void PDLObjectWriter::SetSource(int nObject)
   m_nOldNumber = entry.m_nNumber;
   m_nOldGeneration = entry.m_nGeneration;
   const bool bNewKey = m_bNewKeys || m_file.HasObjectKeys();
-  m_bDecryptStrings = m_bSourceEncrypted && !entry.m_bStored && bNewKey;
-  m_bEncryptStrings = m_bEncrypted && (entry.m_bStored || bNewKey);
+  m_bDecryptStrings = m_bSourceSecure && !entry.m_bStored && bNewKey;
+  m_bEncryptStrings = m_bSecure && (entry.m_bStored || bNewKey);
 }
 
 // --- Values

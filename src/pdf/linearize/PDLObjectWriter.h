@@ -85,8 +85,10 @@ private:
   BSE::CBasicArray<unsigned char> m_bytes;
 
   // Of the object that is written.
-  bool m_bSourceEncrypted = false;  // bytes outside of object streams
-  bool m_bEncrypted = false;
+  bool m_bSourceSecure = false;     // strings outside of object streams
+  bool m_bSecure = false;           // strings
+  bool m_bSourceEncrypted = false;  // stream data
+  bool m_bEncrypted = false;        // stream data
   bool m_bDecryptStrings = false;
   bool m_bEncryptStrings = false;
   int m_nOldNumber = 0;

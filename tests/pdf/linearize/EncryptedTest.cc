@@ -170,6 +170,34 @@ TEST_F(LinearizerEncrypted, TakesNewPasswords)
   }
 }
 
+// Metadata in clear is data in clear: strings beside them are encrypted as all others (ISO 32000-1, 7.6.1).
+TEST_F(LinearizerEncrypted, StringsOfPlainMetadataAreNotPlain)
+{
+  Support::CPdfBuilder builder;
+  builder.AddPage("q Q");
+  const int nMetadata =
+      builder.AddStream(std::string(500, 'd'), "/Type/Metadata/Subtype/XML/X(of the secret file)");
+  builder.SetCatalogEntries("/Metadata " + std::to_string(nMetadata) + " 0 R");
+  const std::string sPath = m_folder / "file.pdf";
+  for (const char* szCrypt : {"AESV2", "AESV3"})
+  {
+    SCOPED_TRACE(szCrypt);
+    Support::WriteFile(sPath, builder.Build());
+    const TEncryption encryption = MakeEncryption(szCrypt[4] == '2' ? 128 : 256, szCrypt, false);
+    BSE::CErrorHandler errors;
+    // With a key of its own, and once more with the one that it has.
+    for (const TEncryption* pEncryption : {&encryption, static_cast<const TEncryption*>(nullptr)})
+    {
+      ASSERT_TRUE(LinearizeDocument(sPath.c_str(), CTextString("new"), sPath.c_str(), pEncryption, &errors));
+      const std::string sBytes = Support::ReadFile(sPath);
+      EXPECT_EQ(sBytes.find("secret"), std::string::npos);
+      EXPECT_NE(sBytes.find("dddddd"), std::string::npos);
+      const std::string sText = RunTool({"--password=new", "--decrypt", "--qdf", sPath, "-"});
+      EXPECT_NE(sText.find("(of the secret file)"), std::string::npos);
+    }
+  }
+}
+
 TEST_F(LinearizerEncrypted, LeavesTheSecurityThatNobodyChanges)
 {
   const TEncryption unset;
