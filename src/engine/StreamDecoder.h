@@ -17,7 +17,8 @@ public:
   enum class TResult
   {
     Decoded,
-    Foreign,  // a filter that is none of the lossless byte filters, or data outside the file
+    Foreign,  // a filter that is none of the lossless byte filters, one that readers understand differently,
+              // or data outside the file
     Damaged,
     TooLarge  // beyond BSE::g_nMaxRecodedSize, encoded or decoded
   };
