@@ -30,6 +30,9 @@ constexpr auto g_nMaxSize = static_cast<std::size_t>(BSE::g_nMaxRecodedSize);
 constexpr std::size_t g_nUsualRatio = 4;
 constexpr std::size_t g_nMinRoom = 1 << 16;
 
+// No deflated data are shorter (RFC 1951: a match of 258 bytes takes two bits at least).
+constexpr std::size_t g_nMaxRatio = 1032;
+
 // What a filter delivers at a time.
 constexpr std::size_t g_nPiece = 1 << 16;
 
@@ -82,7 +85,13 @@ bool CStreamDecoder::Read(CObject& stream)
   m_encoded.Provide(static_cast<std::size_t>(nLength));
   nLength = pData->ReadAll(m_encoded.GetRoom().data(), nLength);
   m_encoded.SetSize(static_cast<std::size_t>(std::max<std::int64_t>(nLength, 0)));
+  m_nRead += std::max<std::int64_t>(nLength, 0);
   return nLength >= 0;
+}
+
+bool CStreamDecoder::HasBudget() const
+{
+  return (m_nDecoded - BSE::g_nFreeRecodedSize) / BSE::g_nMaxRecodedRatio <= m_nRead;
 }
 
 CStreamDecoder::TResult CStreamDecoder::Decode(CObject& stream)
@@ -97,6 +106,8 @@ CStreamDecoder::TResult CStreamDecoder::Decode(CObject& stream)
   const int nFilters = bEncoded ? GetFilterCount(&stream) : 0;
   if (nFilters > BSE::g_nMaxFilters || (bEncoded && !AreFiltersClear(stream)))
     return TResult::Foreign;
+  if (nFilters > 0 && !HasBudget())
+    return TResult::TooLarge;
   const TResult nResult = DecodeChain(stream, nFilters);
   m_bData = nResult == TResult::Decoded && (!m_bPredictor || UndoPrediction());
   return nResult;
@@ -189,6 +200,10 @@ CStreamDecoder::TResult CStreamDecoder::Inflate()
     const libdeflate_result nResult =
         libdeflate_zlib_decompress_ex(m_pDecompressor, encoded.data(), encoded.size(),
                                       m_next.GetRoom().data(), m_next.GetCapacity(), &nRead, &nWritten);
+    // A failure does not tell how far it came.
+    if (nResult != LIBDEFLATE_SUCCESS)
+      nWritten = std::min(m_next.GetCapacity(), g_nMaxRatio * encoded.size());
+    m_nDecoded += static_cast<std::int64_t>(nWritten);
     m_next.SetSize(nResult == LIBDEFLATE_SUCCESS ? nWritten : 0);
     if (nResult == LIBDEFLATE_SUCCESS)
       return TResult::Decoded;
@@ -215,6 +230,7 @@ CStreamDecoder::TResult CStreamDecoder::RunFilter(BSE::IByteStream* pFilter)
     if (result.GetSize() + nRead > BSE::g_nMaxRecodedSize)
       return TResult::TooLarge;
     result.Append({piece, static_cast<std::size_t>(nRead)});
+    m_nDecoded += nRead;
   }
   const std::span<const unsigned char> bytes = result.GetSpan();
   m_next.Provide(bytes.size());
