@@ -99,7 +99,8 @@ bool IsLinkedByShortKeys(const CObjectPtr& value)
     return true;
   if (has("D") && !has("S") && IsSmall(value) && !value["Type"].IsName("ExtGState"))
     return true;
-  return value["T"].IsString();
+  // Fields and outline items; groups and configurations of layers.
+  return value["T"].IsString() || value["Title"].IsString() || value["Name"].IsString();
 }
 
 bool HasLinkKey(const CObjectPtr& value)

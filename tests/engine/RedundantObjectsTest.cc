@@ -215,6 +215,10 @@ TEST(RedundantObjects, IdentityIsNeverMerged)
       {"<</Type/Sig/Contents<00>>>", false},
       {"<</StructParent 3>>", false},
       {"<</Type/OCMD>>", false},
+      {"<</Name(Layer)>>", false},
+      {"<</Title(Chapter)/Dest(a)>>", false},
+      {"[]", false},
+      {"[2 0 R]", false},
       {"<</Type/Filespec/F(a.txt)>>", false},
       {"<</N 1 0 R/V 1 0 R/R[0 0 1 1]>>", false},
       {"<</Type/ExtGState/D[[3]0]>>", true},
@@ -230,6 +234,31 @@ TEST(RedundantObjects, IdentityIsNeverMerged)
     input.RunAll();
     EXPECT_EQ(input.AreOne(nA, nB), c.bOne) << c.szBody;
   }
+}
+
+// A viewer that changes the text of one field may do so in its appearance; it switches between states.
+TEST(RedundantObjects, AppearancesThatAreWrittenAnewStayApart)
+{
+  CPdfBuilder builder;
+  std::vector<int> texts;
+  std::vector<int> appearances;
+  std::vector<int> states;
+  std::string sAnnots;
+  for (int i = 0; i < 2; ++i)
+  {
+    texts.push_back(builder.AddStream("/Tx BMC EMC", "/Subtype/Form/BBox[0 0 9 9]"));
+    appearances.push_back(builder.AddObject("<</N " + Ref(texts.back()) + ">>"));
+    states.push_back(builder.AddStream("0 0 9 9 re f", "/Subtype/Form/BBox[0 0 9 9]"));
+    for (const std::string& sEntries :
+         {"/FT/Tx/AP " + Ref(appearances.back()), "/FT/Btn/AP<</N<</On " + Ref(states.back()) + ">>>>"})
+      sAnnots += Ref(builder.AddObject("<</Subtype/Widget/Rect[0 0 9 9]" + sEntries + ">>")) + " ";
+  }
+  builder.AddPage("q", "/Annots[" + sAnnots + "]");
+  CInput input(builder.Build());
+  input.RunAll();
+  EXPECT_FALSE(input.AreOne(texts[0], texts[1]));
+  EXPECT_FALSE(input.AreOne(appearances[0], appearances[1]));
+  EXPECT_TRUE(input.AreOne(states[0], states[1]));
 }
 
 TEST(RedundantObjects, EqualFontsMergeWithAllThatBelongsToThem)
