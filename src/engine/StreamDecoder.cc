@@ -64,6 +64,13 @@ bool IsKnownPrediction(const BSE::CPredictionParameters& prediction)
   return BSE::GetPredictionLayout(prediction).m_nRowSize > 0;
 }
 
+// Readers fill the bits behind the last sample of a TIFF row each in its own way.
+bool HasFillBits(const BSE::CPredictionParameters& prediction)
+{
+  return prediction.Predictor == BSE::g_nPredictorTIFF &&
+         std::int64_t{prediction.Colors} * prediction.BitsPerComponent % 8 * prediction.Columns % 8 != 0;
+}
+
 }  // namespace
 
 CStreamDecoder::~CStreamDecoder()
@@ -246,7 +253,8 @@ bool CStreamDecoder::UndoPrediction()
   const auto nRow = static_cast<std::size_t>(layout.m_nRowSize);
   const std::size_t nStep = nRow + (layout.m_bPNG ? 1 : 0);
   const std::span<const unsigned char> source = m_predicted.GetSpan();
-  if (nRow == 0 || source.size() % nStep != 0 || !BSE::CheckPredictor(m_prediction))
+  if (nRow == 0 || source.size() % nStep != 0 || !BSE::CheckPredictor(m_prediction) ||
+      HasFillBits(m_prediction))
     return false;
   m_data.Provide(source.size() / nStep * nRow);
   BSE::CBasicArray<unsigned char> zeros;

@@ -88,6 +88,7 @@ TEST(RedundantObjects, ResourcesOfOneValue)
        1, true},
       {"near reals", "ExtGState", "<</LW 1.00001>>", "<</LW 1.00002>>", 127, false},
       {"integer and real", "ExtGState", "<</LW 1>>", "<</LW 1.0>>", 127, true},
+      {"one digest", "ExtGState", "<</X[/a/bnamec]>>", "<</X[/anameb/c]>>", 127, false},
       {"strings and names", "ExtGState", "<</X(a)>>", "<</X/a>>", 127, false},
   };
   for (const TCase& c : cases)

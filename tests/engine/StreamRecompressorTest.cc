@@ -135,6 +135,11 @@ TEST(StreamRecompressor, PredictorIsKeptOrDropped)
   const TStream dropped = Recompress(Support::Deflate(sTags), sParms);
   EXPECT_EQ(dropped.nPredictor, 0);
   EXPECT_EQ(dropped.sDecoded, std::string(300 * 64, '\0'));
+  // Rows whose last byte has bits to spare, which readers fill differently.
+  const TStream spare = Recompress(Support::Deflate(std::string(500, '\1')) + "x",
+                                   "/Filter /FlateDecode /DecodeParms << /Predictor 2 /BitsPerComponent 1 "
+                                   "/Colors 3 /Columns 1 >>");
+  EXPECT_EQ(spare.nPredictor, 2);
 }
 
 TEST(StreamRecompressor, HandsOff)
