@@ -53,6 +53,8 @@ protected:
       return true;
     m_exempt.Add(object.GetObjNumber());
     ExemptAppearances(object["AP"]);
+    for (const char* szKey : {"MK", "BS", "BE"})
+      Exempt(object[szKey]);
     return true;
   }
 
@@ -78,8 +80,8 @@ protected:
   }
 
 private:
-  // What a viewer writes anew, perhaps in place, when the value of a field or an annotation is changed: its
-  // appearances but those that stand for a state.
+  // A viewer may write them anew in place when the value of a field or an annotation is changed; it only
+  // switches between those that stand for a state.
   void ExemptAppearances(const CObjectPtr& appearances)
   {
     Exempt(appearances);

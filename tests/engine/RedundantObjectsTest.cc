@@ -218,6 +218,9 @@ TEST(RedundantObjects, IdentityIsNeverMerged)
       {"<</Type/OCMD>>", false},
       {"<</Name(Layer)>>", false},
       {"<</Title(Chapter)/Dest(a)>>", false},
+      {"<</Filter/Adobe.PPKLite/SubFilter/ETSI.CAdES.detached>>", false},
+      {"<</Subtype/Type3/CharProcs<<>>>>", false},
+      {"<</Subtype/Type3/CharProcs<<>>/Resources<<>>>>", true},
       {"[]", false},
       {"[2 0 R]", false},
       {"<</Type/Filespec/F(a.txt)>>", false},
@@ -244,14 +247,16 @@ TEST(RedundantObjects, AppearancesThatAreWrittenAnewStayApart)
   std::vector<int> texts;
   std::vector<int> appearances;
   std::vector<int> states;
+  std::vector<int> borders;
   std::string sAnnots;
   for (int i = 0; i < 2; ++i)
   {
     texts.push_back(builder.AddStream("/Tx BMC EMC", "/Subtype/Form/BBox[0 0 9 9]"));
     appearances.push_back(builder.AddObject("<</N " + Ref(texts.back()) + ">>"));
     states.push_back(builder.AddStream("0 0 9 9 re f", "/Subtype/Form/BBox[0 0 9 9]"));
-    for (const std::string& sEntries :
-         {"/FT/Tx/AP " + Ref(appearances.back()), "/FT/Btn/AP<</N<</On " + Ref(states.back()) + ">>>>"})
+    borders.push_back(builder.AddObject("<</W 2>>"));
+    for (const std::string& sEntries : {"/FT/Tx/AP " + Ref(appearances.back()) + "/BS " + Ref(borders.back()),
+                                        "/FT/Btn/AP<</N<</On " + Ref(states.back()) + ">>>>"})
       sAnnots += Ref(builder.AddObject("<</Subtype/Widget/Rect[0 0 9 9]" + sEntries + ">>")) + " ";
   }
   builder.AddPage("q", "/Annots[" + sAnnots + "]");
@@ -259,6 +264,7 @@ TEST(RedundantObjects, AppearancesThatAreWrittenAnewStayApart)
   input.RunAll();
   EXPECT_FALSE(input.AreOne(texts[0], texts[1]));
   EXPECT_FALSE(input.AreOne(appearances[0], appearances[1]));
+  EXPECT_FALSE(input.AreOne(borders[0], borders[1]));
   EXPECT_TRUE(input.AreOne(states[0], states[1]));
 }
 
