@@ -104,11 +104,12 @@ bool IsLinkedByShortKeys(const CObjectPtr& value)
   return value["T"].IsString() || value["Title"].IsString() || value["Name"].IsString();
 }
 
-// A font whose glyphs take their resources from the page that shows them (ISO 32000-1, Table 112). Readers
-// keep what they have drawn for one page, and would show it on another.
+// A font whose glyphs, or a pattern whose cell take their resources from the page that shows them (ISO
+// 32000-1, Table 112). Readers keep what they have drawn for one page, and would show it on another.
 bool DependsOnPage(const CObjectPtr& value)
 {
-  return value["Subtype"].IsName("Type3") && value.GetIndex("Resources") < 0;
+  return (value["Subtype"].IsName("Type3") || value["PatternType"].GetIntegerValue() == 1) &&
+         value.GetIndex("Resources") < 0;
 }
 
 bool HasLinkKey(const CObjectPtr& value)

@@ -221,6 +221,8 @@ TEST(RedundantObjects, IdentityIsNeverMerged)
       {"<</Filter/Adobe.PPKLite/SubFilter/ETSI.CAdES.detached>>", false},
       {"<</Subtype/Type3/CharProcs<<>>>>", false},
       {"<</Subtype/Type3/CharProcs<<>>/Resources<<>>>>", true},
+      {"<</PatternType 1/TilingType 1>>", false},
+      {"<</PatternType 2/Shading 1 0 R>>", true},
       {"[]", false},
       {"[2 0 R]", false},
       {"<</Type/Filespec/F(a.txt)>>", false},
