@@ -43,6 +43,7 @@ public:
     return m_redundant.GetCanonical(nA) == m_redundant.GetCanonical(nB);
   }
   bool AreOne(int nA, int nB) const { return m_equal.GetCanonical(nA) == m_equal.GetCanonical(nB); }
+  PDF::CObjectPtr GetObject(int nNumber) { return m_document.GetFile().GetObject(nNumber, -1); }
   const PDF::CRedundantObjectOptimizer& GetResources() const { return m_redundant; }
 
 private:
@@ -154,6 +155,28 @@ TEST(RedundantObjects, CyclesAndDepthEnd)
   input.RunAll();
   EXPECT_FALSE(input.AreOne(patterns[0], patterns[1]));
   EXPECT_TRUE(input.AreOne(chains[0], chains[1]));
+}
+
+// Of a large file, only what is being looked at is in memory, whatever the mask leaves out.
+TEST(RedundantObjects, NothingStaysLoaded)
+{
+  CPdfBuilder builder;
+  const int nForm = builder.AddStream("q Q", "/Subtype/Form/BBox[0 0 9 9]");
+  const int nPattern = builder.AddObject("<</PatternType 2/Shading<<>>>>");
+  const int nFont = builder.AddObject("<</Type/Font/Subtype/Type1>>");
+  builder.AddPage("q", "/Resources<</XObject<</X " + Ref(nForm) + ">>/Pattern<</P " + Ref(nPattern) +
+                           ">>/Font<</F " + Ref(nFont) + ">>>>");
+  CInput input(builder.Build());
+  for (const unsigned nMask : {127U, 32U})
+  {
+    // As a page with many of them holds them.
+    const PDF::CObjectPtr objects[] = {input.GetObject(nForm), input.GetObject(nPattern),
+                                       input.GetObject(nFont)};
+    input.RunResources(nMask);
+    for (const PDF::CObjectPtr& object : objects)
+      EXPECT_FALSE(static_cast<PDF::CIndirectObject*>(object.Get())->IsLoaded())
+          << nMask << ", " << object.GetObjNumber();
+  }
 }
 
 TEST(RedundantObjects, ChainNamesEveryDuplicateOnce)
