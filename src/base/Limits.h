@@ -32,6 +32,11 @@ inline constexpr std::int64_t g_nFreeDecodedSize = std::int64_t{64} << 20;
 // larger ones stay as they are.
 inline constexpr std::int64_t g_nMaxRecodedSize = std::int64_t{64} << 20;
 
+// What the streams that one decoder is given may decode to in all: so many times their encoded size, beyond a
+// free amount. Bombs in bombs need a few hundred bytes each; what is beyond stays as it is.
+inline constexpr std::int64_t g_nMaxRecodedRatio = 100;
+inline constexpr std::int64_t g_nFreeRecodedSize = std::int64_t{1} << 30;
+
 // Decoded object streams that a file keeps in memory: no more than a few while the objects are read in the
 // order of the file, and more once streams had to be decoded again and again.
 inline constexpr std::int64_t g_nMaxCachedStreams = std::int64_t{64} << 20;
@@ -42,7 +47,7 @@ inline constexpr std::int64_t g_nMaxRereadStreams = std::int64_t{1} << 30;
 
 // Work on bytes that objects share where each should have its own: so many times the file, beyond a free
 // amount. Parsed for values, which are seldom parsed twice; copied as stream data, each stream once in a
-// save.
+// save, and read to be compared, each a few times.
 inline constexpr std::int64_t g_nMaxSharedRatio = 16;
 inline constexpr std::int64_t g_nFreeParsedSize = std::int64_t{256} << 20;
 inline constexpr std::int64_t g_nFreeCopiedSize = std::int64_t{64} << 20;

@@ -81,8 +81,9 @@ bool IsDestination(const CObjectPtr& array)
 // Keys that link an object to others of its kind, name its place, or make it what it is.
 bool IsLinkKey(const char* szKey)
 {
-  return IsOneOf(szKey, {"Parent", "Prev", "Kids", "First", "Last", "FT", "Fields", "ByteRange", "Names",
-                         "Nums", "Limits", "StructParent", "StructParents", "TransformMethod"});
+  return IsOneOf(szKey,
+                 {"Parent", "Prev", "Kids", "First", "Last", "FT", "Fields", "ByteRange", "Names", "Nums",
+                  "Limits", "StructParent", "StructParents", "TransformMethod", "SubFilter", "EF"});
 }
 
 // Short keys are also names of glyphs and resources, and of entries of graphics states; what else there is
@@ -99,7 +100,16 @@ bool IsLinkedByShortKeys(const CObjectPtr& value)
     return true;
   if (has("D") && !has("S") && IsSmall(value) && !value["Type"].IsName("ExtGState"))
     return true;
-  return value["T"].IsString();
+  // Fields and outline items; groups and configurations of layers.
+  return value["T"].IsString() || value["Title"].IsString() || value["Name"].IsString();
+}
+
+// A font whose glyphs, or a pattern whose cell take their resources from the page that shows them (ISO
+// 32000-1, Table 112). Readers keep what they have drawn for one page, and would show it on another.
+bool DependsOnPage(const CObjectPtr& value)
+{
+  return (value["Subtype"].IsName("Type3") || value["PatternType"].GetIntegerValue() == 1) &&
+         value.GetIndex("Resources") < 0;
 }
 
 bool HasLinkKey(const CObjectPtr& value)
@@ -119,7 +129,8 @@ bool HasIdentity(const CObjectPtr& object)
   if (!object.IsDictionary())
     return false;
   const CObjectPtr value = object.GetValueObject() ? object.GetValueObject() : object;
-  return IsNamed(value["Type"], g_types) || HasLinkKey(value) || IsLinkedByShortKeys(value);
+  return IsNamed(value["Type"], g_types) || HasLinkKey(value) || IsLinkedByShortKeys(value) ||
+         DependsOnPage(value);
 }
 
 }  // namespace PDF

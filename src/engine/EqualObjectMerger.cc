@@ -49,8 +49,12 @@ public:
 protected:
   bool Enter(const CObjectPtr& object) override
   {
-    if (HasIdentity(object))
-      m_exempt.Add(object.GetObjNumber());
+    if (!HasIdentity(object))
+      return true;
+    m_exempt.Add(object.GetObjNumber());
+    ExemptAppearances(object["AP"]);
+    for (const char* szKey : {"MK", "BS", "BE"})
+      Exempt(object[szKey]);
     return true;
   }
 
@@ -58,7 +62,7 @@ protected:
   {
     const int nNumber = object.GetObjNumber();
     const CObjectPtr value = object.GetValueObject();
-    if (m_exempt.Contains(nNumber) || !value || m_canonical[nNumber] > 0)
+    if (m_exempt.Contains(nNumber) || !value || m_canonical[nNumber] > 0 || IsMembership(object))
       return;
     m_hasher.Reset();
     if (object.IsStream())
@@ -76,6 +80,29 @@ protected:
   }
 
 private:
+  // A viewer may write them anew in place when the value of a field or an annotation is changed; it only
+  // switches between those that stand for a state.
+  void ExemptAppearances(const CObjectPtr& appearances)
+  {
+    Exempt(appearances);
+    for (int i = appearances.GetBegin(); i != appearances.GetEnd(); i = appearances.GetNext(i))
+      if (const CObjectPtr appearance = appearances.GetValue(i); appearance.IsStream())
+        Exempt(appearance);
+  }
+
+  // An array that lists members, like the fields of a form or the annotations of a page, or may come to: two
+  // of them can have the same members and must not get new ones together. Members were entered before.
+  bool IsMembership(const CObjectPtr& object) const
+  {
+    if (!object.IsArray())
+      return false;
+    const CObjectPtr array = object.GetValueObject();
+    for (int i = 0; i < array.GetSize(); ++i)
+      if (const CObjectPtr member = array[i]; member.IsIndirect() && m_exempt.Contains(member.GetObjNumber()))
+        return true;
+    return array.GetSize() == 0;
+  }
+
   BSE::CBasicArray<int>& m_canonical;
   CRedirectingHasher m_hasher;
   CStreamDigester m_streams;

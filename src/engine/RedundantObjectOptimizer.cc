@@ -230,6 +230,8 @@ void CRedundantObjectOptimizer::VisitSection(const CObjectPtr& resources, const 
       VisitInner(value);
     if ((m_nMask & nKinds) != 0)
       m_pComputer->Visit(value);
+    else if (value)
+      value->Unload();
   }
 }
 
@@ -247,6 +249,8 @@ void CRedundantObjectOptimizer::VisitXObjects(const CObjectPtr& xobjects)
     if ((m_nMask & nBoth) == nBoth || ((m_nMask & eResourceImage) != 0 && value["Subtype"].IsName("Image")) ||
         ((m_nMask & eResourceForm) != 0 && value["Subtype"].IsName("Form")))
       m_pComputer->Visit(value);
+    else if (value)
+      value->Unload();
   }
 }
 

@@ -4,6 +4,7 @@
 #include "base/ErrorHandler.h"
 #include "base/Limits.h"
 #include "base/MemoryStream.h"
+#include "engine/EncodingRules.h"
 #include "images/filters/ASCII85DecodeFilter.h"
 #include "images/filters/ASCIIHexDecodeFilter.h"
 #include "images/filters/LZWDecodeFilter.h"
@@ -29,8 +30,46 @@ constexpr auto g_nMaxSize = static_cast<std::size_t>(BSE::g_nMaxRecodedSize);
 constexpr std::size_t g_nUsualRatio = 4;
 constexpr std::size_t g_nMinRoom = 1 << 16;
 
+// No deflated data are shorter (RFC 1951: a match of 258 bytes takes two bits at least).
+constexpr std::size_t g_nMaxRatio = 1032;
+
 // What a filter delivers at a time.
 constexpr std::size_t g_nPiece = 1 << 16;
+
+bool IsNothing(const CObjectPtr& value)
+{
+  return value.IsNull() || (value.IsIndirect() && value.GetValueObject().IsNull());
+}
+
+// Filters and parameters that mean the same to every reader: one filter with one dictionary, or an array of
+// each, and not by the names that they have in inline images.
+bool AreFiltersClear(CObject& stream)
+{
+  const CObjectPtr filter = stream.GetEntry("Filter");
+  const CObjectPtr parameters = stream.GetEntry("DecodeParms");
+  if (stream.GetIndex("DP") >= 0)
+    return false;
+  if (filter.IsArray())
+    return IsNothing(parameters) || parameters.IsArray();
+  return (IsNothing(filter) || filter.IsName()) && (IsNothing(parameters) || parameters.IsDictionary());
+}
+
+// Whether it can be told what the rows are, however the last one ends.
+bool IsKnownPrediction(const BSE::CPredictionParameters& prediction)
+{
+  const int nPredictor = prediction.Predictor;
+  if (nPredictor != BSE::g_nPredictorTIFF &&
+      (nPredictor < BSE::g_nPredictorPNGFirst || nPredictor > BSE::g_nPredictorPNGOptimum))
+    return false;
+  return BSE::GetPredictionLayout(prediction).m_nRowSize > 0;
+}
+
+// Readers fill the bits behind the last sample of a TIFF row each in its own way.
+bool HasFillBits(const BSE::CPredictionParameters& prediction)
+{
+  return prediction.Predictor == BSE::g_nPredictorTIFF &&
+         std::int64_t{prediction.Colors} * prediction.BitsPerComponent % 8 * prediction.Columns % 8 != 0;
+}
 
 }  // namespace
 
@@ -53,7 +92,13 @@ bool CStreamDecoder::Read(CObject& stream)
   m_encoded.Provide(static_cast<std::size_t>(nLength));
   nLength = pData->ReadAll(m_encoded.GetRoom().data(), nLength);
   m_encoded.SetSize(static_cast<std::size_t>(std::max<std::int64_t>(nLength, 0)));
+  m_nRead += std::max<std::int64_t>(nLength, 0);
   return nLength >= 0;
+}
+
+bool CStreamDecoder::HasBudget() const
+{
+  return (m_nDecoded - BSE::g_nFreeRecodedSize) / BSE::g_nMaxRecodedRatio <= m_nRead;
 }
 
 CStreamDecoder::TResult CStreamDecoder::Decode(CObject& stream)
@@ -66,8 +111,10 @@ CStreamDecoder::TResult CStreamDecoder::Decode(CObject& stream)
     return TResult::TooLarge;
   const bool bEncoded = static_cast<CStreamPart*>(stream.GetStreamObject().Get())->IsEncoded();
   const int nFilters = bEncoded ? GetFilterCount(&stream) : 0;
-  if (nFilters > BSE::g_nMaxFilters)
+  if (nFilters > BSE::g_nMaxFilters || (bEncoded && !AreFiltersClear(stream)))
     return TResult::Foreign;
+  if (nFilters > 0 && !HasBudget())
+    return TResult::TooLarge;
   const TResult nResult = DecodeChain(stream, nFilters);
   m_bData = nResult == TResult::Decoded && (!m_bPredictor || UndoPrediction());
   return nResult;
@@ -110,33 +157,38 @@ CStreamDecoder::TResult CStreamDecoder::DecodeFilter(const char* szName, const C
   const auto is = [&](const char* szLong, const char* szShort)
   { return KeyEquals(szName, szLong) || KeyEquals(szName, szShort); };
   const bool bFlate = is("FlateDecode", "Fl");
+  const bool bLZW = is("LZWDecode", "LZW");
+  const std::span<const unsigned char> encoded = m_data.GetSpan();
   BSE::CObjectPtr<BSE::IByteStream> pSource;
   if (!bFlate)
-    pSource = new BSE::CMemoryStream(m_data.GetSpan().data(), static_cast<std::int64_t>(m_data.GetSize()));
+    pSource = new BSE::CMemoryStream(encoded.data(), static_cast<std::int64_t>(encoded.size()));
   BSE::CErrorHandler errors;
   BSE::CObjectPtr<BSE::IByteStream> pFilter;
-  if (is("ASCII85Decode", "A85"))
+  if (is("ASCII85Decode", "A85") && IsStrictASCII85(encoded))
     pFilter = new BSE::CASCII85DecodeFilter(pSource.Get(), &errors);
-  else if (is("ASCIIHexDecode", "AHx"))
+  else if (is("ASCIIHexDecode", "AHx") && IsStrictASCIIHex(encoded))
     pFilter = new BSE::CASCIIHexDecodeFilter(pSource.Get(), &errors);
-  else if (is("RunLengthDecode", "RL"))
+  else if (is("RunLengthDecode", "RL") && IsStrictRunLength(encoded))
     pFilter = new BSE::CRunLengthDecodeFilter(pSource.Get(), &errors);
-  else if (is("LZWDecode", "LZW"))
+  else if (bLZW && IsStrictLZW(encoded))
     pFilter = new BSE::CLZWDecodeFilter(pSource.Get(), {.EarlyChange = parameter("EarlyChange", 1)}, &errors);
+  if (!bFlate && !pFilter)
+    return TResult::Damaged;
   const TResult nResult = pFilter ? RunFilter(pFilter.Get()) : Inflate();
   if (nResult != TResult::Decoded || errors.GetLastCode() != 0)
     return nResult == TResult::Decoded ? TResult::Damaged : nResult;
   m_data.Swap(m_next);
-  if (!bFlate && !is("LZWDecode", "LZW"))
+  if (!bFlate && !bLZW)
     return TResult::Decoded;
   m_prediction = {.Predictor = parameter("Predictor", 1),
                   .Colors = parameter("Colors", 1),
                   .Columns = parameter("Columns", 1),
                   .BitsPerComponent = parameter("BitsPerComponent", 8)};
   m_bPredictor = m_prediction.Predictor > BSE::g_nPredictorNone;
-  if (m_bPredictor)
-    m_predicted.Swap(m_data);
-  return TResult::Decoded;
+  if (!m_bPredictor)
+    return TResult::Decoded;
+  m_predicted.Swap(m_data);
+  return IsKnownPrediction(m_prediction) ? TResult::Decoded : TResult::Damaged;
 }
 
 CStreamDecoder::TResult CStreamDecoder::Inflate()
@@ -155,6 +207,10 @@ CStreamDecoder::TResult CStreamDecoder::Inflate()
     const libdeflate_result nResult =
         libdeflate_zlib_decompress_ex(m_pDecompressor, encoded.data(), encoded.size(),
                                       m_next.GetRoom().data(), m_next.GetCapacity(), &nRead, &nWritten);
+    // A failure does not tell how far it came.
+    if (nResult != LIBDEFLATE_SUCCESS)
+      nWritten = std::min(m_next.GetCapacity(), g_nMaxRatio * encoded.size());
+    m_nDecoded += static_cast<std::int64_t>(nWritten);
     m_next.SetSize(nResult == LIBDEFLATE_SUCCESS ? nWritten : 0);
     if (nResult == LIBDEFLATE_SUCCESS)
       return TResult::Decoded;
@@ -181,6 +237,7 @@ CStreamDecoder::TResult CStreamDecoder::RunFilter(BSE::IByteStream* pFilter)
     if (result.GetSize() + nRead > BSE::g_nMaxRecodedSize)
       return TResult::TooLarge;
     result.Append({piece, static_cast<std::size_t>(nRead)});
+    m_nDecoded += nRead;
   }
   const std::span<const unsigned char> bytes = result.GetSpan();
   m_next.Provide(bytes.size());
@@ -196,7 +253,8 @@ bool CStreamDecoder::UndoPrediction()
   const auto nRow = static_cast<std::size_t>(layout.m_nRowSize);
   const std::size_t nStep = nRow + (layout.m_bPNG ? 1 : 0);
   const std::span<const unsigned char> source = m_predicted.GetSpan();
-  if (nRow == 0 || source.size() % nStep != 0 || !BSE::CheckPredictor(m_prediction))
+  if (nRow == 0 || source.size() % nStep != 0 || !BSE::CheckPredictor(m_prediction) ||
+      HasFillBits(m_prediction))
     return false;
   m_data.Provide(source.size() / nStep * nRow);
   BSE::CBasicArray<unsigned char> zeros;

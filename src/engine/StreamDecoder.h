@@ -17,9 +17,11 @@ public:
   enum class TResult
   {
     Decoded,
-    Foreign,  // a filter that is none of the lossless byte filters, or data outside the file
+    Foreign,  // a filter that is none of the lossless byte filters, one that readers understand differently,
+              // or data outside the file
     Damaged,
-    TooLarge  // beyond BSE::g_nMaxRecodedSize, encoded or decoded
+    TooLarge  // beyond BSE::g_nMaxRecodedSize, encoded or decoded, or beyond what all streams of this decoder
+              // may decode to
   };
 
   CStreamDecoder() = default;
@@ -58,6 +60,9 @@ private:
   // From m_predicted to m_data; false where the result is in doubt.
   bool UndoPrediction();
 
+  // Whether what was decoded so far is in proportion.
+  bool HasBudget() const;
+
   libdeflate_decompressor* m_pDecompressor = nullptr;
   CByteBuffer m_encoded;
   CByteBuffer m_data;
@@ -66,6 +71,8 @@ private:
   BSE::CPredictionParameters m_prediction;
   bool m_bPredictor = false;
   bool m_bData = false;
+  std::int64_t m_nRead = 0;     // encoded bytes of all streams
+  std::int64_t m_nDecoded = 0;  // what their filters gave, or tried to
 };
 
 }  // namespace PDF

@@ -1,7 +1,12 @@
 #include "engine/StreamDigester.h"
 
 #include "base/Hash.h"
+#include "base/Limits.h"
+#include "pdf/File.h"
 #include "pdf/StreamObjects.h"
+
+#include <algorithm>
+#include <cstring>
 
 namespace PDF
 {
@@ -18,10 +23,34 @@ TObjectDigest Finish(BSE::CHashFunction& hash)
   return digest;
 }
 
+// Nothing hashes to so many zeros.
+TObjectDigest GetOwnDigest(const CObjectPtr& stream)
+{
+  TObjectDigest digest{};
+  const int nNumber = stream.GetObjNumber();
+  std::memcpy(digest.data(), &nNumber, sizeof nNumber);
+  return digest;
+}
+
 }  // namespace
+
+bool CStreamDigester::Admit(const CObjectPtr& stream)
+{
+  const CObjectPtr part = stream.GetStreamObject();
+  BSE::IByteStream* pInput = stream.GetFile() ? stream.GetFile()->GetInput() : nullptr;
+  const std::int64_t nLength = part ? static_cast<CStreamPart*>(part.Get())->GetDataLength() : 0;
+  const std::int64_t nTotal = m_nAdmitted + std::max<std::int64_t>(nLength, 0);
+  const std::int64_t nFile = pInput ? pInput->GetLength() : 0;
+  if ((nTotal - BSE::g_nFreeCopiedSize) / BSE::g_nMaxSharedRatio > nFile)
+    return false;
+  m_nAdmitted = nTotal;
+  return true;
+}
 
 CStreamDigester::TResult CStreamDigester::Digest(const CObjectPtr& stream)
 {
+  if (!Admit(stream))
+    return {GetOwnDigest(stream), false};
   if (!m_decoder.Read(*stream))
     return {DigestLarge(stream), false};
   BSE::CHashSHA256 hash;

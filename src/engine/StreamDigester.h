@@ -21,13 +21,16 @@ public:
     bool m_bDecoded;  // filters and their parameters do not count
   };
 
-  // Of an indirect stream object.
+  // Of an indirect stream object. Streams that share bytes of their file are read as far as
+  // BSE::g_nMaxSharedRatio allows; each one beyond gets a digest that no other one has.
   TResult Digest(const CObjectPtr& stream);
 
 private:
+  bool Admit(const CObjectPtr& stream);
   TObjectDigest DigestLarge(const CObjectPtr& stream);
 
   bool m_bDecode;
+  std::int64_t m_nAdmitted = 0;
   CStreamDecoder m_decoder;
   CObjectHasher m_hasher;
   CDigestTable m_known;  // encoded bytes with their filters to an index below

@@ -34,7 +34,6 @@ private:
   CStreamDecoder m_decoder;
   CByteBuffer m_candidate;
   CByteBuffer m_best;
-  std::size_t m_nLimit = 0;  // of the data, so that the whole gets smaller
   std::size_t m_nBestCost = 0;
   bool m_bFound = false;
   bool m_bBestPredicted = false;

@@ -43,6 +43,7 @@ public:
     return m_redundant.GetCanonical(nA) == m_redundant.GetCanonical(nB);
   }
   bool AreOne(int nA, int nB) const { return m_equal.GetCanonical(nA) == m_equal.GetCanonical(nB); }
+  PDF::CObjectPtr GetObject(int nNumber) { return m_document.GetFile().GetObject(nNumber, -1); }
   const PDF::CRedundantObjectOptimizer& GetResources() const { return m_redundant; }
 
 private:
@@ -88,6 +89,7 @@ TEST(RedundantObjects, ResourcesOfOneValue)
        1, true},
       {"near reals", "ExtGState", "<</LW 1.00001>>", "<</LW 1.00002>>", 127, false},
       {"integer and real", "ExtGState", "<</LW 1>>", "<</LW 1.0>>", 127, true},
+      {"one digest", "ExtGState", "<</X[/a/bnamec]>>", "<</X[/anameb/c]>>", 127, false},
       {"strings and names", "ExtGState", "<</X(a)>>", "<</X/a>>", 127, false},
   };
   for (const TCase& c : cases)
@@ -155,6 +157,28 @@ TEST(RedundantObjects, CyclesAndDepthEnd)
   EXPECT_TRUE(input.AreOne(chains[0], chains[1]));
 }
 
+// Of a large file, only what is being looked at is in memory, whatever the mask leaves out.
+TEST(RedundantObjects, NothingStaysLoaded)
+{
+  CPdfBuilder builder;
+  const int nForm = builder.AddStream("q Q", "/Subtype/Form/BBox[0 0 9 9]");
+  const int nPattern = builder.AddObject("<</PatternType 2/Shading<<>>>>");
+  const int nFont = builder.AddObject("<</Type/Font/Subtype/Type1>>");
+  builder.AddPage("q", "/Resources<</XObject<</X " + Ref(nForm) + ">>/Pattern<</P " + Ref(nPattern) +
+                           ">>/Font<</F " + Ref(nFont) + ">>>>");
+  CInput input(builder.Build());
+  for (const unsigned nMask : {127U, 32U})
+  {
+    // As a page with many of them holds them.
+    const PDF::CObjectPtr objects[] = {input.GetObject(nForm), input.GetObject(nPattern),
+                                       input.GetObject(nFont)};
+    input.RunResources(nMask);
+    for (const PDF::CObjectPtr& object : objects)
+      EXPECT_FALSE(static_cast<PDF::CIndirectObject*>(object.Get())->IsLoaded())
+          << nMask << ", " << object.GetObjNumber();
+  }
+}
+
 TEST(RedundantObjects, ChainNamesEveryDuplicateOnce)
 {
   CPdfBuilder builder;
@@ -215,6 +239,15 @@ TEST(RedundantObjects, IdentityIsNeverMerged)
       {"<</Type/Sig/Contents<00>>>", false},
       {"<</StructParent 3>>", false},
       {"<</Type/OCMD>>", false},
+      {"<</Name(Layer)>>", false},
+      {"<</Title(Chapter)/Dest(a)>>", false},
+      {"<</Filter/Adobe.PPKLite/SubFilter/ETSI.CAdES.detached>>", false},
+      {"<</Subtype/Type3/CharProcs<<>>>>", false},
+      {"<</Subtype/Type3/CharProcs<<>>/Resources<<>>>>", true},
+      {"<</PatternType 1/TilingType 1>>", false},
+      {"<</PatternType 2/Shading 1 0 R>>", true},
+      {"[]", false},
+      {"[2 0 R]", false},
       {"<</Type/Filespec/F(a.txt)>>", false},
       {"<</N 1 0 R/V 1 0 R/R[0 0 1 1]>>", false},
       {"<</Type/ExtGState/D[[3]0]>>", true},
@@ -230,6 +263,34 @@ TEST(RedundantObjects, IdentityIsNeverMerged)
     input.RunAll();
     EXPECT_EQ(input.AreOne(nA, nB), c.bOne) << c.szBody;
   }
+}
+
+// A viewer that changes the text of one field may do so in its appearance; it switches between states.
+TEST(RedundantObjects, AppearancesThatAreWrittenAnewStayApart)
+{
+  CPdfBuilder builder;
+  std::vector<int> texts;
+  std::vector<int> appearances;
+  std::vector<int> states;
+  std::vector<int> borders;
+  std::string sAnnots;
+  for (int i = 0; i < 2; ++i)
+  {
+    texts.push_back(builder.AddStream("/Tx BMC EMC", "/Subtype/Form/BBox[0 0 9 9]"));
+    appearances.push_back(builder.AddObject("<</N " + Ref(texts.back()) + ">>"));
+    states.push_back(builder.AddStream("0 0 9 9 re f", "/Subtype/Form/BBox[0 0 9 9]"));
+    borders.push_back(builder.AddObject("<</W 2>>"));
+    for (const std::string& sEntries : {"/FT/Tx/AP " + Ref(appearances.back()) + "/BS " + Ref(borders.back()),
+                                        "/FT/Btn/AP<</N<</On " + Ref(states.back()) + ">>>>"})
+      sAnnots += Ref(builder.AddObject("<</Subtype/Widget/Rect[0 0 9 9]" + sEntries + ">>")) + " ";
+  }
+  builder.AddPage("q", "/Annots[" + sAnnots + "]");
+  CInput input(builder.Build());
+  input.RunAll();
+  EXPECT_FALSE(input.AreOne(texts[0], texts[1]));
+  EXPECT_FALSE(input.AreOne(appearances[0], appearances[1]));
+  EXPECT_FALSE(input.AreOne(borders[0], borders[1]));
+  EXPECT_TRUE(input.AreOne(states[0], states[1]));
 }
 
 TEST(RedundantObjects, EqualFontsMergeWithAllThatBelongsToThem)

@@ -135,6 +135,11 @@ TEST(StreamRecompressor, PredictorIsKeptOrDropped)
   const TStream dropped = Recompress(Support::Deflate(sTags), sParms);
   EXPECT_EQ(dropped.nPredictor, 0);
   EXPECT_EQ(dropped.sDecoded, std::string(300 * 64, '\0'));
+  // Rows whose last byte has bits to spare, which readers fill differently.
+  const TStream spare = Recompress(Support::Deflate(std::string(500, '\1')) + "x",
+                                   "/Filter /FlateDecode /DecodeParms << /Predictor 2 /BitsPerComponent 1 "
+                                   "/Colors 3 /Columns 1 >>");
+  EXPECT_EQ(spare.nPredictor, 2);
 }
 
 TEST(StreamRecompressor, HandsOff)
@@ -142,6 +147,8 @@ TEST(StreamRecompressor, HandsOff)
   const std::string sFlate = Support::Deflate(MakeText());
   std::string sWrongSum = sFlate;
   sWrongSum.back() = static_cast<char>(sWrongSum.back() ^ 1);
+  // Whatever is done to them makes them shorter.
+  const std::string sRows = Support::Deflate(MakeRows(true)) + std::string(500, 'x');
   const struct
   {
     const char* szName;
@@ -150,6 +157,17 @@ TEST(StreamRecompressor, HandsOff)
   } cases[] = {
       {"cut off", sFlate.substr(0, sFlate.size() / 2), "/Filter /FlateDecode"},
       {"wrong checksum", sWrongSum, "/Filter /FlateDecode"},
+      {"run cut off", std::string(200, '\x7f'), "/Filter /RunLengthDecode"},
+      {"control character", std::string("6162\x01") + ToHex(MakeText()), "/Filter /ASCIIHexDecode"},
+      {"no end mark", std::string(500, '6'), "/Filter /ASCIIHexDecode"},
+      {"no clear code", std::string(2, '\0') + std::string("\1\2\3\4"), "/Filter /LZWDecode"},
+      {"parameters of an inline image", sRows, "/Filter /FlateDecode /DP << /Predictor 12 /Columns 64 >>"},
+      {"a dictionary for a list", sRows,
+       "/Filter [/FlateDecode] /DecodeParms << /Predictor 12 /Columns 64 >>"},
+      {"a list for a filter", sRows, "/Filter /FlateDecode /DecodeParms [<< /Predictor 12 /Columns 64 >>]"},
+      {"no filter's name", MakeText(), "/Filter (FlateDecode)"},
+      {"no predictor", sRows, "/Filter /FlateDecode /DecodeParms << /Predictor 7 /Columns 64 >>"},
+      {"wild rows", sRows, "/Filter /FlateDecode /DecodeParms << /Predictor 12 /Columns 9999999999 >>"},
       {"image codec", MakeText(), "/Filter /DCTDecode"},
       {"image codec below", ToHex(MakeText()), "/Filter [/ASCIIHexDecode /CCITTFaxDecode]"},
       {"data elsewhere", MakeText(), "/F (file.txt)"},
