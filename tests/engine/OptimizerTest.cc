@@ -276,4 +276,39 @@ TEST(Optimizer, StrippedMetadata)
   EXPECT_EQ(info["CreationDate"].GetStringValue(), PDF::CString("D:2019"));
 }
 
+// The structure tree is copied apart from the rest, and its attributes are most of what tagged files repeat.
+TEST(Optimizer, DuplicatesInTheStructureTree)
+{
+  Support::CPdfBuilder builder;
+  const auto ref = [](int nNumber) { return std::to_string(nNumber) + " 0 R"; };
+  const int nRoot = builder.ReserveObject();
+  const int nPage = builder.AddPage("");
+  std::string sElements;
+  for (int i = 0; i < 3; ++i)
+  {
+    const int nAttributes = builder.AddObject("<< /O /Layout /TextAlign /Justify >>");
+    sElements += ref(builder.AddObject("<< /Type /StructElem /S /P /P " + ref(nRoot) + " /Pg " + ref(nPage) +
+                                       " /K 0 /A " + ref(nAttributes) + " >>")) +
+                 " ";
+  }
+  builder.SetObject(nRoot, "<< /Type /StructTreeRoot /K [" + sElements + "] >>");
+  builder.SetCatalogEntries("/StructTreeRoot " + ref(nRoot));
+  BSE::CErrorHandler handler;
+  COptimizer optimizer(&handler);
+  optimizer.GetOptions().m_bMergeEqualObjects = true;
+  const BSE::CObjectPtr<BSE::IByteStream> pOutput(new BSE::CMemoryStream);
+  ASSERT_TRUE(optimizer.Open(MakeStream(builder.Build()).Get(), nullptr));
+  ASSERT_TRUE(optimizer.Save(pOutput.Get(), {}));
+  PDF::CDocument result(&handler);
+  ASSERT_TRUE(result.Open(pOutput.Get(), nullptr));
+  const PDF::CObjectPtr elements = result.GetCatalog()["StructTreeRoot"]["K"];
+  ASSERT_EQ(elements.GetSize(), 3);
+  EXPECT_TRUE(elements[0]["A"]["TextAlign"].IsName("Justify"));
+  for (int i = 1; i < 3; ++i)
+  {
+    EXPECT_NE(elements[i].GetObjNumber(), elements[0].GetObjNumber());
+    EXPECT_EQ(elements[i]["A"].GetObjNumber(), elements[0]["A"].GetObjNumber());
+  }
+}
+
 }  // namespace
