@@ -147,6 +147,27 @@ TEST(Optimizer, VersionAgainstTheClaim)
   EXPECT_EQ(plain.nMajor, 2);
 }
 
+// A higher version by itself breaks no claim, but what it brings along does.
+TEST(Optimizer, FirstPartHasNoObjectStreams)
+{
+  for (const char nPart : {'1', '2'})
+  {
+    BSE::CErrorHandler handler;
+    COptimizer optimizer(&handler);
+    optimizer.GetOptions().SetVersion("1.7");
+    const BSE::CObjectPtr<BSE::IByteStream> pOutput(new BSE::CMemoryStream);
+    ASSERT_TRUE(optimizer.Open(MakeStream(MakeArchive(nPart, 'B', "RGB ")).Get(), nullptr));
+    ASSERT_TRUE(optimizer.Save(pOutput.Get(), {}));
+    pOutput->Rewind();
+    BSE::CBasicArray<unsigned char> bytes;
+    ASSERT_TRUE(pOutput->ReadToArray(bytes, 1 << 20));
+    const std::string sPdf(bytes.GetSpan().begin(), bytes.GetSpan().end());
+    EXPECT_EQ(sPdf.rfind("%PDF-1.7", 0), 0U);
+    EXPECT_EQ(sPdf.find("/ObjStm") != std::string::npos, nPart != '1');
+    EXPECT_EQ(sPdf.find("/XRef") != std::string::npos, nPart != '1');
+  }
+}
+
 TEST(Optimizer, MinimumVersionWithinTheClaim)
 {
   const std::string sPlain = MakeArchive('0', 'B', nullptr, "1.4");
