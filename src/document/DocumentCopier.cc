@@ -135,7 +135,9 @@ bool CDocumentCopierBase::SetUpOutput(BSE::IByteStream* pStream, TEncryption& en
   if (bAsInput)
     TakeEncryption(GetInputHandler(), bLinearize, encryption);
   const CString id = m_bKeepFileId ? m_input.GetFile().GetId1() : CString();
-  if (!m_output.Create(pStream, id, !bLinearize, m_bUseObjectStreams))
+  // The first part of PDF/A rests on PDF 1.4, whatever version is asked for (ISO 19005-1, 6.1.4).
+  const bool bObjectStreams = m_bUseObjectStreams && m_output.GetConformance().GetPart() != 1;
+  if (!m_output.Create(pStream, id, !bLinearize, bObjectStreams))
     return false;
   if (!SetUpEncryption(encryption, bAsInput, bLinearize))
     return false;

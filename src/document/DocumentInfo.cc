@@ -60,6 +60,7 @@ bool CDocumentCopierBase::CopyDocumentMetadata()
   const CObjectPtr info = CopyInfo(nullptr);
   if (!info)
     return false;
+  const bool bNew = info.GetBegin() == info.GetEnd() && m_infoEntries.GetBegin() == m_infoEntries.GetEnd();
   const BSE::CObjectPtr<CXMP> pSource = m_input.GetXMP();
   pSource->SetPart(m_input.GetConformance().GetPart());
   m_output.GetXMP()->CopyFrom(*pSource);
@@ -71,8 +72,13 @@ bool CDocumentCopierBase::CopyDocumentMetadata()
   const CObjectPtr metadata = m_input.GetCatalog()["Metadata"];
   const CObjectPtr target = metadata.IsStream() ? m_copier.GetOrCreateCopy(metadata, bCreated) : CObjectPtr();
   m_output.UpdateMetadata(m_producer.GetText(), bCreated ? target : CObjectPtr());
-  if (info.GetBegin() == info.GetEnd())
+  // From PDF 2.0 on the packet tells it all, and ISO 19005-4 wants no dictionary beside it.
+  if (info.GetBegin() == info.GetEnd() || (bNew && m_output.GetMajorVersion() > 1))
+  {
     m_output.GetFile().SetInfo(nullptr);
+    info->SetValueObject(nullptr);
+    info->SetDirty(false);
+  }
   return true;
 }
 

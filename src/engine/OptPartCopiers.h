@@ -3,18 +3,24 @@
 #include "document/ListCopier.h"
 #include "document/StructTreeCopier.h"
 #include "engine/FeatureStripper.h"
+#include "engine/Optimizer.h"
 
 namespace PDF
 {
 
 // Copiers for parts of the document. Dictionaries that they copy themselves lose their entries as all others
-// do.
+// do, and duplicates that they reach are replaced.
 class COptStructTreeCopier : public CStructTreeCopier
 {
 public:
-  COptStructTreeCopier(CObjectTraverser* pOwner, unsigned nStrip, IObjectFilter* pFilter)
-      : CStructTreeCopier(pOwner, pFilter), m_stripper(nStrip)
+  COptStructTreeCopier(COptimizer& owner, IObjectFilter* pFilter)
+      : CStructTreeCopier(&owner, pFilter), m_owner(owner), m_stripper(owner.GetOptions().m_nStrip)
   {
+  }
+
+  CObjectPtr VisitIndirect(const CObjectPtr& object) override
+  {
+    return CStructTreeCopier::VisitIndirect(m_owner.GetStandIn(object));
   }
 
   CObjectPtr VisitEntry(const char* szKey, const CObjectPtr& value) override
@@ -23,6 +29,7 @@ public:
   }
 
 private:
+  COptimizer& m_owner;
   CFeatureStripper m_stripper;
 };
 

@@ -219,17 +219,24 @@ void COptimizer::FindDuplicates()
     m_equal.Run(m_input.GetFile(), m_redundant.GetTable(), m_options.m_bRecompressStreams);
 }
 
+CObjectPtr COptimizer::GetStandIn(const CObjectPtr& object)
+{
+  if (object.GetFile() != &m_input.GetFile())
+    return object;
+  const int nNumber = object.GetObjNumber();
+  const int nCanonical = m_equal.GetCanonical(m_redundant.GetCanonical(nNumber));
+  return nCanonical == nNumber ? object : m_input.GetFile().GetObject(nCanonical, -1);
+}
+
 CObjectPtr COptimizer::VisitIndirect(const CObjectPtr& object)
 {
   if (object.GetFile() != &m_input.GetFile())
     return CDocumentCopierT<CObjectCopier>::VisitIndirect(object);
-  const int nNumber = object.GetObjNumber();
-  const int nCanonical = m_equal.GetCanonical(m_redundant.GetCanonical(nNumber));
-  const CObjectPtr source = nCanonical == nNumber ? object : m_input.GetFile().GetObject(nCanonical, -1);
+  const CObjectPtr source = GetStandIn(object);
   // What has a copy was let in, and pages are: they need not be loaded here.
   if (const CObjectPtr copy = GetCopy(source))
     return copy;
-  const bool bPage = m_pSourceTree && m_pSourceTree->IsTreeObject(nCanonical);
+  const bool bPage = m_pSourceTree && m_pSourceTree->IsTreeObject(source.GetObjNumber());
   if (bPage || (!m_stripper.WasDropped(object) && !m_stripper.IsDropped(source)))
     return CDocumentCopierT<CObjectCopier>::VisitIndirect(source);
   source->Unload();

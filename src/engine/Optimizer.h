@@ -57,6 +57,10 @@ public:
   // Back to the state before the analysis: nothing known, no claim lost, no conformance for the output.
   void ResetState();
 
+  // The object of the input that stands for this one and all its duplicates; itself for most, and for an
+  // object of another file.
+  CObjectPtr GetStandIn(const CObjectPtr& object);
+
   // A duplicate is replaced by the object that stands for it; what is dropped gives null.
   CObjectPtr VisitIndirect(const CObjectPtr& object) override;
 

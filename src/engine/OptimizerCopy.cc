@@ -210,7 +210,7 @@ CObjectPtr COptimizer::CopyCatalogEntry(const char* szKey, const CObjectPtr& val
   }
   if (KeyEquals(szKey, "StructTreeRoot"))
   {
-    COptStructTreeCopier copier(this, m_options.m_nStrip, &m_stripper);
+    COptStructTreeCopier copier(*this, &m_stripper);
     return value.IsDictionary() ? CopyWith(copier, szKey, value) : CObjectPtr();
   }
   if (KeyEquals(szKey, "Threads"))

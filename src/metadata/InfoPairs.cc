@@ -1,6 +1,7 @@
 #include "metadata/InfoPairs.h"
 
 #include "base/Unicode.h"
+#include "metadata/XmlWriter.h"
 #include "metadata/XmpSchema.h"
 
 namespace PDF
@@ -125,6 +126,19 @@ bool WriteDate(XMP::CPacket& packet, const TInfoPair& pair, const BSE::CStr8& te
   return true;
 }
 
+// Zeros, other control characters, and the marks around language codes (ISO 32000-1, 7.9.2.2).
+bool HasForeignCharacter(std::span<const char> text)
+{
+  while (!text.empty())
+  {
+    int nUnits = 1;
+    if (!XML::IsXmlCharacter(BSE::DecodeCharacter(text, nUnits)))
+      return true;
+    text = text.subspan(static_cast<std::size_t>(nUnits));
+  }
+  return false;
+}
+
 }  // namespace
 
 std::span<const TInfoPair> GetInfoPairs()
@@ -162,6 +176,9 @@ bool WriteInfoPair(XMP::CPacket& packet, const TInfoPair& pair, const BSE::CStr1
   }
   BSE::CStr8 value;
   BSE::ConvertText(text.GetSpan(), value, BSE::TInvalidText::Replace);
+  // A packet's value wins over the entry, so that none is better than one with characters replaced.
+  if (HasForeignCharacter(value.GetSpan()))
+    return false;
   switch (pair.m_kind)
   {
   case TInfoKind::LanguageText:

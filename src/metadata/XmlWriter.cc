@@ -8,14 +8,6 @@ namespace XML
 namespace
 {
 
-// The production Char of XML 1.0, section 2.2.
-bool IsXmlCharacter(char32_t n)
-{
-  if (n < 0x20)
-    return n == '\t' || n == '\n' || n == '\r';
-  return n <= 0xD7FF || (n >= 0xE000 && n <= 0xFFFD) || (n >= 0x10000 && n <= 0x10FFFF);
-}
-
 const char* GetReference(char32_t n, bool bAttribute)
 {
   switch (n)
@@ -40,6 +32,14 @@ const char* GetReference(char32_t n, bool bAttribute)
 }
 
 }  // namespace
+
+// The production Char of XML 1.0, section 2.2.
+bool IsXmlCharacter(char32_t n)
+{
+  if (n < 0x20)
+    return n == '\t' || n == '\n' || n == '\r';
+  return n <= 0xD7FF || (n >= 0xE000 && n <= 0xFFFD) || (n >= 0x10000 && n <= 0x10FFFF);
+}
 
 void CWriter::CloseTag()
 {

@@ -5,6 +5,9 @@
 namespace XML
 {
 
+// True for what XML 1.0 can hold.
+bool IsXmlCharacter(char32_t n);
+
 // Writes well-formed XML 1.0 in UTF-8 into a text. Characters that XML cannot hold become U+FFFD. The caller
 // closes what it opens; names are written as given.
 class CWriter

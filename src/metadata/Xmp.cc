@@ -189,6 +189,16 @@ void CXMP::EnsureDate(const char* szKey, const XMP::TDate& now, IInfoDictionary&
   SetInfoEntry(szKey, ToUtf16(szDate), info);
 }
 
+// There is a place for the date, but nothing in it. What the dictionary has stays, even if it is no date or
+// not to be read for the part of PDF/A: it tells more than the present time would.
+bool CXMP::LacksCreationDate(IInfoDictionary& info) const
+{
+  BSE::CStr16 value;
+  if (info.GetText("CreationDate", value))
+    return value.IsEmpty();
+  return m_pPacket && m_pPacket->Find(XMP::g_szXmp, "CreateDate");
+}
+
 void CXMP::EnsureKeywords()
 {
   if (m_pPacket->Find(XMP::g_szDc, "subject"))
@@ -218,10 +228,9 @@ void CXMP::UpdateMetadata(const TMetadataUpdate& update, IInfoDictionary& info)
     for (const TInfoPair& pair : GetInfoPairs())
       Synchronize(pair, bComplete || pair.m_kind == TInfoKind::Date, info);
   EnsureDate("ModDate", update.m_now, info);
-  BSE::CStr16 value;
-  const bool bHasCreation = m_pPacket && m_pPacket->Find(XMP::g_szXmp, "CreateDate");
-  if (bHasCreation || info.GetText("CreationDate", value))
+  if (LacksCreationDate(info))
     EnsureDate("CreationDate", update.m_now, info);
+  BSE::CStr16 value;
   if (!GetInfoEntry("Producer", info, value) && *update.m_szProducer)
     SetInfoEntry("Producer", BSE::CStr16(update.m_szProducer), info);
   if (!m_pPacket)

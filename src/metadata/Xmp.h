@@ -86,6 +86,7 @@ private:
   bool CanReadInfo() const { return m_nPart < 2; }
   void Synchronize(const TInfoPair& pair, bool bComplete, IInfoDictionary& info);
   void EnsureDate(const char* szKey, const XMP::TDate& now, IInfoDictionary& info);
+  bool LacksCreationDate(IInfoDictionary& info) const;
   void EnsureKeywords();
   void WriteHistory(const TMetadataUpdate& update, const char* szNow);
   void EnsureInstanceId();

@@ -2,6 +2,7 @@
 
 #include "base/Unicode.h"
 
+#include <algorithm>
 #include <initializer_list>
 
 namespace XMP
@@ -94,10 +95,28 @@ bool IsBlank(char c)
   return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == 0;
 }
 
+template <class TUnit>
+std::span<const TUnit> SkipTo(std::span<const TUnit> text, std::span<const char> wanted)
+{
+  const auto found = std::search(text.begin(), text.end(), wanted.begin(), wanted.end());
+  return text.subspan(static_cast<std::size_t>(found - text.begin()));
+}
+
+// Up to the end of the processing instruction that closes the packet, where there is one: it cannot stand
+// inside.
+template <class TUnit>
+std::span<const TUnit> CutOff(std::span<const TUnit> text)
+{
+  constexpr char last[] = {'<', '?', 'x', 'p', 'a', 'c', 'k', 'e', 't', ' ', 'e', 'n', 'd'};
+  constexpr char close[] = {'?', '>'};
+  const std::span<const TUnit> rest = SkipTo<TUnit>(SkipTo<TUnit>(text, last), close);
+  return rest.empty() ? text : text.first(text.size() - rest.size() + sizeof close);
+}
+
 // Drops what may stand around the packet but not around an XML document.
 void Trim(BSE::CStr8& text)
 {
-  std::span<const char> rest = text.GetSpan();
+  std::span<const char> rest = CutOff<char>(text.GetSpan());
   constexpr char mark[] = {'\xEF', '\xBB', '\xBF'};
   for (bool bMore = true; bMore;)
   {
@@ -122,6 +141,9 @@ bool DecodePacket(std::span<const unsigned char> bytes, BSE::CStr8& text, TPacke
 {
   const TForm form = FindForm(bytes);
   encoding = form.m_encoding;
+  // Other data behind the packet says nothing about its encoding.
+  if (form.m_nUnit == 1)
+    bytes = CutOff(bytes);
   bool bDone = true;
   if (form.m_nUnit == 4)
     bDone = DecodeUnits<char32_t>(bytes, form, text);

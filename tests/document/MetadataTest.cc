@@ -81,6 +81,23 @@ TEST(MetadataTest, ClaimsWhatTheOutputKeeps)
   }
 }
 
+// PDF/A-4 allows no dictionary, so that a document without one keeps its claim.
+TEST(MetadataTest, MakesNoDictionaryFromVersionTwoOn)
+{
+  for (const int nMajor : {1, 2})
+    for (const std::string info : {"", "/Own(x)"})
+    {
+      CTestCopier copier;
+      ASSERT_TRUE(copier.Open(MakeStream(MakeDocument(MakePacket("p:part='4'"), info)).Get(), nullptr));
+      copier.GetOutput().SetVersion(nMajor, 0);
+      TOpenDocument output(copier.SaveAgain());
+      EXPECT_EQ(output->GetInfo().IsNull(), nMajor == 2 && info.empty());
+      EXPECT_THAT(GetPacket(output.m_document), HasSubstr("ModifyDate"));
+      for (int i = 1; i < output->GetFile().GetObjectCount() && output->GetInfo().IsNull(); ++i)
+        EXPECT_TRUE(output->GetFile().GetObject(i, -1)["ModDate"].IsNull()) << "left over as object " << i;
+    }
+}
+
 TEST(MetadataTest, IsOneObjectForAllWhoReferToIt)
 {
   CTestCopier copier;

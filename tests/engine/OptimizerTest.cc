@@ -147,6 +147,27 @@ TEST(Optimizer, VersionAgainstTheClaim)
   EXPECT_EQ(plain.nMajor, 2);
 }
 
+// A higher version by itself breaks no claim, but what it brings along does.
+TEST(Optimizer, FirstPartHasNoObjectStreams)
+{
+  for (const char nPart : {'1', '2'})
+  {
+    BSE::CErrorHandler handler;
+    COptimizer optimizer(&handler);
+    optimizer.GetOptions().SetVersion("1.7");
+    const BSE::CObjectPtr<BSE::IByteStream> pOutput(new BSE::CMemoryStream);
+    ASSERT_TRUE(optimizer.Open(MakeStream(MakeArchive(nPart, 'B', "RGB ")).Get(), nullptr));
+    ASSERT_TRUE(optimizer.Save(pOutput.Get(), {}));
+    pOutput->Rewind();
+    BSE::CBasicArray<unsigned char> bytes;
+    ASSERT_TRUE(pOutput->ReadToArray(bytes, 1 << 20));
+    const std::string sPdf(bytes.GetSpan().begin(), bytes.GetSpan().end());
+    EXPECT_EQ(sPdf.rfind("%PDF-1.7", 0), 0U);
+    EXPECT_EQ(sPdf.find("/ObjStm") != std::string::npos, nPart != '1');
+    EXPECT_EQ(sPdf.find("/XRef") != std::string::npos, nPart != '1');
+  }
+}
+
 TEST(Optimizer, MinimumVersionWithinTheClaim)
 {
   const std::string sPlain = MakeArchive('0', 'B', nullptr, "1.4");
@@ -274,6 +295,41 @@ TEST(Optimizer, StrippedMetadata)
   EXPECT_EQ(info["Title"].GetStringValue(), PDF::CString("New"));
   EXPECT_EQ(info["Author"].GetStringValue(), PDF::CString("Nobody"));
   EXPECT_EQ(info["CreationDate"].GetStringValue(), PDF::CString("D:2019"));
+}
+
+// The structure tree is copied apart from the rest, and its attributes are most of what tagged files repeat.
+TEST(Optimizer, DuplicatesInTheStructureTree)
+{
+  Support::CPdfBuilder builder;
+  const auto ref = [](int nNumber) { return std::to_string(nNumber) + " 0 R"; };
+  const int nRoot = builder.ReserveObject();
+  const int nPage = builder.AddPage("");
+  std::string sElements;
+  for (int i = 0; i < 3; ++i)
+  {
+    const int nAttributes = builder.AddObject("<< /O /Layout /TextAlign /Justify >>");
+    sElements += ref(builder.AddObject("<< /Type /StructElem /S /P /P " + ref(nRoot) + " /Pg " + ref(nPage) +
+                                       " /K 0 /A " + ref(nAttributes) + " >>")) +
+                 " ";
+  }
+  builder.SetObject(nRoot, "<< /Type /StructTreeRoot /K [" + sElements + "] >>");
+  builder.SetCatalogEntries("/StructTreeRoot " + ref(nRoot));
+  BSE::CErrorHandler handler;
+  COptimizer optimizer(&handler);
+  optimizer.GetOptions().m_bMergeEqualObjects = true;
+  const BSE::CObjectPtr<BSE::IByteStream> pOutput(new BSE::CMemoryStream);
+  ASSERT_TRUE(optimizer.Open(MakeStream(builder.Build()).Get(), nullptr));
+  ASSERT_TRUE(optimizer.Save(pOutput.Get(), {}));
+  PDF::CDocument result(&handler);
+  ASSERT_TRUE(result.Open(pOutput.Get(), nullptr));
+  const PDF::CObjectPtr elements = result.GetCatalog()["StructTreeRoot"]["K"];
+  ASSERT_EQ(elements.GetSize(), 3);
+  EXPECT_TRUE(elements[0]["A"]["TextAlign"].IsName("Justify"));
+  for (int i = 1; i < 3; ++i)
+  {
+    EXPECT_NE(elements[i].GetObjNumber(), elements[0].GetObjNumber());
+    EXPECT_EQ(elements[i]["A"].GetObjNumber(), elements[0]["A"].GetObjNumber());
+  }
 }
 
 }  // namespace

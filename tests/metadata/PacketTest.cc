@@ -139,6 +139,8 @@ TEST(PacketTest, ReadsEveryEncoding)
       "\xEF\xBB\xBF" + utf8,
       " \r\n" + utf8 + "  " + std::string(3, '\0'),
       "<?xml version='1.0' encoding='ISO-8859-1'?>" + utf8,
+      utf8 + "\nendstream\n" + utf8,
+      utf8 + "<\xFF\xFE",
       Widen(utf16, 2, true),
       Widen(u'\uFEFF' + utf16, 2, true),
       Widen(utf16, 2, false),

@@ -147,6 +147,50 @@ TEST_F(UpdateTest, RepairsInvalidValues)
   EXPECT_EQ(m_info.m_entries["Trapped"], u"Unknown");
 }
 
+// The present time is no answer to when a document was made.
+TEST_F(UpdateTest, KeepsCreationDatesItCannotRead)
+{
+  const struct
+  {
+    const char* m_szPacket;
+    int m_nPart;
+    const char16_t* m_szInfo;
+  } cases[] = {{nullptr, 0, u"Monday, May 3, 2004"},
+               {"", 0, u"Monday, May 3, 2004"},
+               {"xmp:CreateDate='soon'", 0, u"Monday, May 3, 2004"},
+               {"pdfaid:part='2' pdfaid:conformance='B'", 2, u"D:20040503"}};
+  for (const auto& c : cases)
+  {
+    PDF::CXMP xmp;
+    if (c.m_szPacket)
+    {
+      ASSERT_TRUE(Load(xmp, MakePacket("", c.m_szPacket)));
+    }
+    xmp.SetPart(c.m_nPart);
+    m_info.m_entries = {{"CreationDate", c.m_szInfo}, {"ModDate", u"Tuesday"}};
+    Update(xmp);
+    EXPECT_EQ(m_info.m_entries["CreationDate"], c.m_szInfo);
+    EXPECT_EQ(m_info.m_entries["ModDate"], u"D:20260102030405Z");
+  }
+}
+
+// A packet cannot hold every text of the dictionary, and would win over it in the next save.
+TEST_F(UpdateTest, LeavesTextsToTheDictionaryThatXmlCannotHold)
+{
+  const TEntries entries = {{"Title", u"\u001Bde\u001BTitel"}, {"Keywords", u"a\vb"}, {"Author", u"A\nB"}};
+  m_info.m_entries = entries;
+  for (int i = 0; i < 2; ++i)
+  {
+    PDF::CXMP xmp;
+    ASSERT_TRUE(Load(xmp, i == 0 ? MakePacket("", "") : m_written));
+    Update(xmp);
+    for (const auto& [sKey, sValue] : entries)
+      EXPECT_EQ(m_info.m_entries[sKey], sValue) << sKey;
+    EXPECT_THAT(m_written, Not(HasSubstr("\xEF\xBF\xBD")));
+  }
+  EXPECT_THAT(m_written, HasSubstr("<rdf:li>A\nB</rdf:li>"));
+}
+
 TEST_F(UpdateTest, MakesAPacketOnlyWhereOneIsWanted)
 {
   const struct
