@@ -55,6 +55,12 @@ bool MakeForm(const CTextString& password, int nR, TPasswordForm form, TByteArra
   return false;
 }
 
+// True for bytes without a mark of Unicode, which the caller chose: each is one character of the text.
+bool IsUnmarked(const CTextString& password)
+{
+  return password.GetSpan().size() == password.GetText().GetSpan().size();
+}
+
 }  // namespace
 
 bool GetPasswordBytes(const CTextString& password, int nR, TPasswordForm form, TByteArray& bytes)
@@ -79,7 +85,7 @@ TByteArray PreparePassword(const CTextString& password, int nR)
     return bytes;
   if (nR < 5 && BSE::CTracer::IsOn())
     BSE::CTracer::Trace("D", "Encryption", "Encrypt using Unicode password and handler revision %d.", nR);
-  if (nR < 5 || !MakeForm(password, nR, TPasswordForm::Utf8, bytes))
+  if (IsUnmarked(password) || !MakeForm(password, nR, TPasswordForm::Utf8, bytes))
     MakeForm(password, nR, TPasswordForm::Raw, bytes);
   return bytes;
 }

@@ -19,8 +19,9 @@ inline constexpr TPasswordForm g_passwordForms[] = {TPasswordForm::Prepared, TPa
 // Bytes of a password in a form; false if it has none there, or the bytes of an earlier form.
 bool GetPasswordBytes(const CTextString& password, int nR, TPasswordForm form, TByteArray& bytes);
 
-// Bytes of a password for a new file. A text that PDFDocEncoding cannot hold is traced up to revision 4, and
-// keeps its form as a text string.
+// Bytes of a password for a new file. Up to revision 4 a text that PDFDocEncoding cannot hold is traced, and
+// becomes UTF-8, which is what readers make of it that take passwords as they are typed; bytes that are no
+// PDFDocEncoding, but have no mark of Unicode either, stay as they are.
 TByteArray PreparePassword(const CTextString& password, int nR);
 
 }  // namespace PDF

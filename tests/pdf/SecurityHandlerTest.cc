@@ -516,6 +516,31 @@ TEST(SecurityHandler, TakesUnicodeAndLongPasswords)
     }
 }
 
+// However it is spelled, a password opens what it closed; bytes that are no text are taken as they are.
+TEST(SecurityHandler, TakesEverySpellingOfAPassword)
+{
+  const CTextString spellings[] = {CTextString(u"\u0416\u00E4"), CTextString("\xEF\xBB\xBF\xD0\x96\xC3\xA4"),
+                                   CTextString(CString("\xFE\xFF\x04\x16\x00\xE4", 6))};
+  const CTextString bytes("\xD0\x96\xC3\x9F");
+  for (const int nKeyLength : {40, 128, 256})
+  {
+    const auto opens = [nKeyLength](const CTextString& written, const CTextString& typed)
+    {
+      TEncryption encryption;
+      encryption.m_userPassword = written;
+      encryption.m_nKeyLength = nKeyLength;
+      const CObjectPtr encrypt(MakeDictionary({}));
+      CStandardSecurityHandler::Create(encryption, CString(g_szId), nullptr)->Write(*encrypt);
+      return CStandardSecurityHandler::Open(encrypt, CString(g_szId), nullptr)->Authenticate(&typed);
+    };
+    for (const CTextString& written : spellings)
+      for (const CTextString& typed : spellings)
+        EXPECT_TRUE(opens(written, typed)) << nKeyLength;
+    EXPECT_TRUE(opens(bytes, bytes)) << nKeyLength;
+    EXPECT_TRUE(opens(spellings[0], CTextString("\xD0\x96\xC3\xA4"))) << "UTF-8 without its mark";
+  }
+}
+
 TEST(SecurityHandler, KeepsInvalidPadding)
 {
   const auto pHandler =
