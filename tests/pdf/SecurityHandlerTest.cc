@@ -538,6 +538,8 @@ TEST(SecurityHandler, TakesEverySpellingOfAPassword)
         EXPECT_TRUE(opens(written, typed)) << nKeyLength;
     EXPECT_TRUE(opens(bytes, bytes)) << nKeyLength;
     EXPECT_TRUE(opens(spellings[0], CTextString("\xD0\x96\xC3\xA4"))) << "UTF-8 without its mark";
+    EXPECT_TRUE(opens(CTextString(u"\u00E4"), CTextString("\xC3\xA4"))) << nKeyLength;
+    EXPECT_FALSE(opens(CTextString(u"\u00E4"), CTextString("\xC3\xA5"))) << nKeyLength;
   }
 }
 
