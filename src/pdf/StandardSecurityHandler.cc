@@ -495,6 +495,12 @@ CStandardSecurityHandler::TCrypt& CStandardSecurityHandler::GetStreamCrypt(int n
   return pNamed ? pNamed->m_crypt : m_unknown;
 }
 
+// With one cipher for both, an object's strings have the key that its data have.
+CStandardSecurityHandler::TCrypt& CStandardSecurityHandler::GetStringCrypt()
+{
+  return AreAlike(m_string.m_pAlgorithm.Get(), m_stream.m_pAlgorithm.Get()) ? m_stream : m_string;
+}
+
 CCryptAlgorithm* CStandardSecurityHandler::GetObjectCrypt(TCrypt& crypt, int nObjNumber, int nGenNumber)
 {
   CCryptAlgorithm* pAlgorithm = crypt.m_pAlgorithm.Get();
@@ -509,7 +515,7 @@ CCryptAlgorithm* CStandardSecurityHandler::GetObjectCrypt(TCrypt& crypt, int nOb
 
 CString CStandardSecurityHandler::DecryptString(const CString& value, int nObjNumber, int nGenNumber)
 {
-  CCryptAlgorithm* pAlgorithm = GetObjectCrypt(m_string, nObjNumber, nGenNumber);
+  CCryptAlgorithm* pAlgorithm = GetObjectCrypt(GetStringCrypt(), nObjNumber, nGenNumber);
   if (!pAlgorithm)
     return value;
   TByteArray bytes;
@@ -519,7 +525,7 @@ CString CStandardSecurityHandler::DecryptString(const CString& value, int nObjNu
 
 CString CStandardSecurityHandler::EncryptString(const CString& value, int nObjNumber, int nGenNumber)
 {
-  CCryptAlgorithm* pAlgorithm = GetObjectCrypt(m_string, nObjNumber, nGenNumber);
+  CCryptAlgorithm* pAlgorithm = GetObjectCrypt(GetStringCrypt(), nObjNumber, nGenNumber);
   if (!pAlgorithm)
     return value;
   TByteArray bytes;

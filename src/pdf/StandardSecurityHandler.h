@@ -130,6 +130,7 @@ private:
   bool ChooseAlgorithm(const char* szName, TCrypt& crypt) const;
   const char* GetMethodName(const TCrypt& crypt) const;
   TCrypt& GetStreamCrypt(int nCrypt);
+  TCrypt& GetStringCrypt();
   CCryptAlgorithm* GetObjectCrypt(TCrypt& crypt, int nObjNumber, int nGenNumber);
   void WriteCryptFilters(PDF::CObject& dictionary) const;
 
