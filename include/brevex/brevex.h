@@ -24,8 +24,12 @@
  * Text. A function whose name ends in A takes and returns bytes ended by a 0 byte, in the multibyte encoding
  * of the process's locale (setlocale); a text that the locale cannot express becomes empty. A function whose
  * name ends in W takes and returns UTF-16 in the byte order of the host, ended by a 0 unit. File names reach
- * the system as bytes: the A form passes them unchanged, the W form converts them to the locale. A null
- * password is an empty one.
+ * the system as bytes: the A form passes them unchanged, the W form converts them to the locale.
+ *
+ * Passwords. The A form takes PDFDocEncoding (ISO 32000-1, Annex D.2), which is Latin-1 but for a few places,
+ * or UTF-8 behind the bytes EF BB BF, whatever the locale; to open a document, UTF-8 without them will do. A
+ * null password is an empty one. Ciphers of up to 128 bits use the first 32 bytes of a password, AES-256 the
+ * first 127 of its UTF-8, which is normalized first (RFC 4013).
  *
  * Text results belong to the library: all functions that return text of a handle share one buffer of that
  * handle, so a result holds until the next such call on the handle, or until the handle is destroyed. Never

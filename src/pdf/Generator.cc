@@ -106,6 +106,12 @@ void CGenerator::WriteReal(double dValue, int nSignificant, int nDecimals)
 
 void CGenerator::WriteString(const CString& value)
 {
+  if (m_bSignature)
+  {
+    m_bSignature = false;
+    WriteHex(value.GetSpan());
+    return;
+  }
   if (m_pSecurity)
   {
     WriteHex(m_pSecurity->EncryptString(value, m_nObjNumber, m_nGenNumber).GetSpan());
@@ -281,7 +287,10 @@ bool CGenerator::NextEntry(TFrame& frame, CObject*& pNext)
     return false;
   }
   pNext = pDictionary->PeekValue(frame.m_nPos);
-  WriteKey(pDictionary->CDictionaryObject::GetKey(frame.m_nPos), frame.m_bFirst, pNext);
+  const char* szKey = pDictionary->CDictionaryObject::GetKey(frame.m_nPos);
+  WriteKey(szKey, frame.m_bFirst, pNext);
+  m_bSignature = m_pSecurity && pNext && pNext->GetType() == eString && !pNext->IsPlaceholder() &&
+                 KeyEquals(szKey, "Contents") && pDictionary->CDictionaryObject::GetIndex("ByteRange") >= 0;
   frame.m_nPos = pDictionary->CDictionaryObject::GetNext(frame.m_nPos);
   frame.m_bFirst = false;
   return true;

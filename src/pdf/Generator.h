@@ -38,8 +38,8 @@ public:
   std::int64_t Tell() { return m_pOutput->Tell(); }
   bool Flush() { return m_pOutput->Flush(); }
 
-  // From here on strings are encrypted for that object and written in hexadecimal form; a null handler ends
-  // it. Borrowed.
+  // From here on strings, but not signatures, are encrypted for that object and written in hexadecimal form;
+  // a null handler ends it. Borrowed.
   void SetEncryption(CSecurityHandler* pHandler, int nObjNumber, int nGenNumber);
 
   // --- Pieces
@@ -103,6 +103,7 @@ private:
 
   BSE::CObjectPtr<BSE::CBufferedOutputStream> m_pOutput;
   CSecurityHandler* m_pSecurity = nullptr;
+  bool m_bSignature = false;  // the string that follows is one, which is never encrypted
   BSE::CBasicArray<TFrame> m_frames;
   int m_nObjNumber = 0;
   int m_nGenNumber = 0;

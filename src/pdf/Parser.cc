@@ -190,6 +190,7 @@ CObjectPtr CParser::ParseArray()
 CObjectPtr CParser::ParseDictionary()
 {
   BSE::CObjectPtr<CDictionaryObject> pDictionary(new CDictionaryObject);
+  CString contents;
   int nEntries = 0;
   m_scanner.ReadToken();
   while (m_scanner.GetToken() == eTokenName && !m_bTooDeep)
@@ -198,12 +199,18 @@ CObjectPtr CParser::ParseDictionary()
     if (m_scanner.IsStrict() && m_pFile->GetConformance().GetPart() >= 2 &&
         !IsUtf8(key.GetText(), key.GetLength()))
       Report(g_nNotUtf8);
-    const CObjectPtr value = ParseValue();
+    m_scanner.ReadToken();
+    if (m_bDecrypt && m_scanner.GetToken() == eTokenString && key == "Contents")
+      contents = CString(m_scanner.GetText(), m_scanner.GetTextLength());
+    const CObjectPtr value = ParseObject();
     if (!value)
       continue;
     pDictionary->AddEntry(key.GetText(), value.Get());
     ++nEntries;
   }
+  // A signature is put into the finished file, and so it is plain (ISO 32000-2, 7.6.2).
+  if (!contents.IsEmpty() && pDictionary->GetIndex("ByteRange") >= 0)
+    pDictionary->AddEntry("Contents", new CStringObject(contents));
   if (m_scanner.GetToken() == eTokenDictionaryEnd)
     m_scanner.ReadToken();
   if (m_scanner.IsStrict() && nEntries >= g_nStrictDictionarySize &&

@@ -34,20 +34,41 @@ bool AppendPdfDoc(const BSE::CStr16& text, TByteArray& bytes)
   return true;
 }
 
+bool AppendPrepared(const BSE::CStr16& text, int nR, TByteArray& bytes)
+{
+  if (nR < 5)
+    return AppendPdfDoc(text, bytes);
+  BSE::CStr16 prepared;
+  return PrepareString(text, prepared) && AppendUtf8(prepared, bytes);
+}
+
+// True for bytes without a mark of Unicode, which the caller chose: each is one character of the text.
+bool IsUnmarked(const CTextString& password)
+{
+  return password.GetSpan().size() == password.GetText().GetSpan().size();
+}
+
+bool ReadUtf8(const CTextString& password, BSE::CStr16& text)
+{
+  const TBytes bytes = password.GetSpan();
+  const std::span<const char> utf8(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+  return IsUnmarked(password) && BSE::ConvertText(utf8, text);
+}
+
 bool MakeForm(const CTextString& password, int nR, TPasswordForm form, TByteArray& bytes)
 {
   bytes.RemoveAll();
   switch (form)
   {
   case TPasswordForm::Prepared:
-  {
-    if (nR < 5)
-      return AppendPdfDoc(password.GetText(), bytes);
-    BSE::CStr16 prepared;
-    return PrepareString(password.GetText(), prepared) && AppendUtf8(prepared, bytes);
-  }
+    return AppendPrepared(password.GetText(), nR, bytes);
   case TPasswordForm::Utf8:
     return AppendUtf8(password.GetText(), bytes);
+  case TPasswordForm::ReadAsUtf8:
+  {
+    BSE::CStr16 text;
+    return ReadUtf8(password, text) && AppendPrepared(text, nR, bytes);
+  }
   case TPasswordForm::Raw:
     bytes.Append(password.GetSpan());
     return true;
@@ -79,7 +100,7 @@ TByteArray PreparePassword(const CTextString& password, int nR)
     return bytes;
   if (nR < 5 && BSE::CTracer::IsOn())
     BSE::CTracer::Trace("D", "Encryption", "Encrypt using Unicode password and handler revision %d.", nR);
-  if (nR < 5 || !MakeForm(password, nR, TPasswordForm::Utf8, bytes))
+  if (IsUnmarked(password) || !MakeForm(password, nR, TPasswordForm::Utf8, bytes))
     MakeForm(password, nR, TPasswordForm::Raw, bytes);
   return bytes;
 }

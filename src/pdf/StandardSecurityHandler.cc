@@ -37,10 +37,10 @@ void CopyString(const CObjectPtr& value, unsigned char (&bytes)[nSize])
   std::copy_n(text.begin(), std::min(text.size(), nSize), bytes);
 }
 
-// Bytes of a key from Length, which is in bits, and which some writers give in bytes.
-int ReadKeyLength(const CObjectPtr& encrypt)
+// Bytes of a key from Length, which is in bits, but in crypt filters and by some writers in bytes.
+int ReadKeyLength(const CObjectPtr& dictionary)
 {
-  const int nLength = BSE::ClampTo<int>(GetIntegerOr(encrypt["Length"], g_nKeyLengthRC4 * 8));
+  const int nLength = BSE::ClampTo<int>(GetIntegerOr(dictionary["Length"], g_nKeyLengthRC4 * 8));
   return std::clamp(nLength < g_nKeyLengthRC4 * 8 ? nLength : nLength / 8, g_nKeyLengthRC4,
                     g_nKeyLengthAES128);
 }
@@ -131,6 +131,8 @@ unsigned CStandardSecurityHandler::ReadValues(const CObjectPtr& encrypt)
   }
   if (!ReadCryptFilter(encrypt, "StmF", m_stream) || !ReadCryptFilter(encrypt, "StrF", m_string))
     return g_nUnknownAlgorithm;
+  const CName& name = m_stream.m_pAlgorithm ? m_stream.m_name : m_string.m_name;
+  m_nStatedKeyLength = ReadKeyLength(encrypt["CF"][name.GetText()]);
   ReadEmbeddedFilter(encrypt);
   ReadNamedFilters(encrypt);
   return 0;
@@ -161,6 +163,7 @@ unsigned CStandardSecurityHandler::ReadVersion(const CObjectPtr& encrypt)
   }
   m_values.m_nV = nV;
   m_values.m_nR = nR;
+  m_nStatedKeyLength = ReadKeyLength(encrypt);
   const bool bKnown = nV == 5 ? nR == 5 || nR == 6 : nR >= 2 && nR <= 4;
   return bKnown ? 0 : g_nUnknownAlgorithm;
 }
@@ -289,7 +292,8 @@ void CStandardSecurityHandler::TakeCiphers(bool bUniform, TEncryption& encryptio
   for (int i = 0; i < m_named.GetSize(); ++i)
     if (m_named[i]->m_bUsed)
       encrypt(m_named[i]->m_crypt);
-  encryption.m_nKeyLength = GetKeyLength();
+  // Shorter keys of version 4 are read, but not made.
+  encryption.m_nKeyLength = m_values.m_nV == 4 ? g_nKeyLengthAES128 * 8 : GetKeyLength();
   encryption.m_szStreamCrypt = GetMethodName(*pStream);
   encryption.m_szStringCrypt = GetMethodName(m_string);
   encryption.m_szEmbeddedCrypt = GetMethodName(bUniform || !m_embedded.m_bKnown ? *pStream : m_embedded);
@@ -409,10 +413,10 @@ bool CStandardSecurityHandler::Authenticate(const CString* pPassword)
   const int nKeyLength = m_values.m_nKeyLength;
   if (TryPassword(password))
     return true;
-  // A missing or damaged Length of version 2 shows in that no password fits.
-  for (const int nOther : {g_nKeyLengthAES128, g_nKeyLengthRC4})
+  // A Length that is missing, damaged or not what the version expects shows in that no password fits.
+  for (const int nOther : {m_nStatedKeyLength, g_nKeyLengthAES128, g_nKeyLengthRC4})
   {
-    if (m_values.m_nV != 2 || nOther == nKeyLength)
+    if (m_values.m_nV >= 5 || nOther == nKeyLength)
       continue;
     m_values.m_nKeyLength = nOther;
     if (TryPassword(password))
@@ -491,6 +495,12 @@ CStandardSecurityHandler::TCrypt& CStandardSecurityHandler::GetStreamCrypt(int n
   return pNamed ? pNamed->m_crypt : m_unknown;
 }
 
+// With one cipher for both, an object's strings have the key that its data have.
+CStandardSecurityHandler::TCrypt& CStandardSecurityHandler::GetStringCrypt()
+{
+  return AreAlike(m_string.m_pAlgorithm.Get(), m_stream.m_pAlgorithm.Get()) ? m_stream : m_string;
+}
+
 CCryptAlgorithm* CStandardSecurityHandler::GetObjectCrypt(TCrypt& crypt, int nObjNumber, int nGenNumber)
 {
   CCryptAlgorithm* pAlgorithm = crypt.m_pAlgorithm.Get();
@@ -505,7 +515,7 @@ CCryptAlgorithm* CStandardSecurityHandler::GetObjectCrypt(TCrypt& crypt, int nOb
 
 CString CStandardSecurityHandler::DecryptString(const CString& value, int nObjNumber, int nGenNumber)
 {
-  CCryptAlgorithm* pAlgorithm = GetObjectCrypt(m_string, nObjNumber, nGenNumber);
+  CCryptAlgorithm* pAlgorithm = GetObjectCrypt(GetStringCrypt(), nObjNumber, nGenNumber);
   if (!pAlgorithm)
     return value;
   TByteArray bytes;
@@ -515,7 +525,7 @@ CString CStandardSecurityHandler::DecryptString(const CString& value, int nObjNu
 
 CString CStandardSecurityHandler::EncryptString(const CString& value, int nObjNumber, int nGenNumber)
 {
-  CCryptAlgorithm* pAlgorithm = GetObjectCrypt(m_string, nObjNumber, nGenNumber);
+  CCryptAlgorithm* pAlgorithm = GetObjectCrypt(GetStringCrypt(), nObjNumber, nGenNumber);
   if (!pAlgorithm)
     return value;
   TByteArray bytes;

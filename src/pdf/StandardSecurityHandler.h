@@ -130,6 +130,7 @@ private:
   bool ChooseAlgorithm(const char* szName, TCrypt& crypt) const;
   const char* GetMethodName(const TCrypt& crypt) const;
   TCrypt& GetStreamCrypt(int nCrypt);
+  TCrypt& GetStringCrypt();
   CCryptAlgorithm* GetObjectCrypt(TCrypt& crypt, int nObjNumber, int nGenNumber);
   void WriteCryptFilters(PDF::CObject& dictionary) const;
 
@@ -142,7 +143,8 @@ private:
   TByteArray m_key;
   TByteArray m_password;  // that opened the file, in the encoding that did
   bool m_bFailed = false;
-  int m_nEncryptNumber = 0;  // of the Encrypt dictionary, 0 for a direct one
+  int m_nStatedKeyLength = 0;  // in bytes; the version may have another
+  int m_nEncryptNumber = 0;    // of the Encrypt dictionary, 0 for a direct one
 };
 
 }  // namespace PDF

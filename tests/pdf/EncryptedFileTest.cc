@@ -202,5 +202,39 @@ TEST(EncryptedFile, EncryptsTheStringsOfPlainMetadata)
   ExpectDecrypts(bytes, {"(Secret)", "<Embedded/>"});
 }
 
+// What a signature holds is put into a file that is already encrypted.
+TEST(EncryptedFile, LeavesSignaturesPlain)
+{
+  const BSE::CObjectPtr<BSE::CMemoryStream> pOutput(new BSE::CMemoryStream);
+  {
+    CFile file(nullptr);
+    file.InitVersion(1, 7);
+    ASSERT_TRUE(file.Create(pOutput.Get(), CString(g_szId), true, false));
+    const TEncryption encryption = MakeEncryption(128, "AESV2", "AESV2", nullptr);
+    file.SetSecurityHandler(CStandardSecurityHandler::Create(encryption, file.GetId1(), nullptr).Get());
+    AddPages(file, 1, 0);
+    file.GetRoot()->AddEntry("Signature",
+                             MakeDictionary({{"Type", MakeName("Sig")},
+                                             {"Contents", MakeString("Signed")},
+                                             {"ByteRange", MakeArray({MakeInteger(0), MakeInteger(0)})},
+                                             {"Reason", MakeString("Secret")}})
+                                 .Get());
+    file.GetRoot()->AddEntry("Note", MakeDictionary({{"Contents", MakeString("Signed")}}).Get());
+    ASSERT_TRUE(file.Close());
+  }
+  const std::string bytes = GetBytes(*pOutput);
+  const std::size_t nPlain = bytes.find("<5369676E6564>");
+  ASSERT_NE(nPlain, std::string::npos);
+  EXPECT_EQ(bytes.find("<5369676E6564>", nPlain + 1), std::string::npos);
+  CFile file(nullptr);
+  ASSERT_TRUE(file.Open(MakeStream(bytes).Get()));
+  const CString password("user");
+  ASSERT_TRUE(file.Authenticate(&password));
+  for (const char* szKey : {"Signature", "Note"})
+    EXPECT_TRUE(file.GetRoot()[szKey]["Contents"].GetStringValue() == CString("Signed")) << szKey;
+  EXPECT_TRUE(file.GetRoot()["Signature"]["Reason"].GetStringValue() == CString("Secret"));
+  ExpectDecrypts(bytes, {"(Secret)", "/Contents <5369676e6564>", "/Contents (Signed)"});
+}
+
 }  // namespace
 }  // namespace PDF

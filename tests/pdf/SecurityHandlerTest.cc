@@ -4,7 +4,6 @@
 #include "base/ErrorHandler.h"
 #include "base/Hash.h"
 #include "pdf/CryptFilter.h"
-#include "pdf/StringPreparation.h"
 #include "tests/pdf/WriterSupport.h"
 
 #include <gtest/gtest.h>
@@ -482,38 +481,49 @@ TEST(SecurityHandler, FindsTheOwnerOfEitherReading)
   }
 }
 
-TEST(SecurityHandler, TakesUnicodeAndLongPasswords)
+// Keys that are shorter or longer than those of their version: what opens them tells.
+TEST(SecurityHandler, FindsTheLengthOfTheKey)
 {
-  const std::u16string longText(200, u'p');
   const struct
   {
-    const char16_t* m_szWritten;
-    const char16_t* m_szTyped;
-    bool m_bOpensOld;
-    bool m_bOpensNew;
-  } cases[] = {{u"\u00fc\u20ac", u"\u00fc\u20ac", true, true},
-               {u"\u0416\U0001F600", u"\u0416\U0001F600", true, true},
-               {u"e\u0301\ufb01", u"\u00e9fi", false, true},
-               {longText.c_str(), longText.c_str(), true, true},
-               {u"", u"", true, true},
-               {u"\u0416", u"\u0417", false, false}};
+    int m_nV;
+    int m_nR;
+    int m_nKey;
+    int m_nLength;        // of the dictionary, in bits
+    int m_nFilterLength;  // in bytes
+  } cases[] = {{4, 4, 5, 128, 5},    {4, 4, 10, 80, 10},  {4, 4, 10, 128, 80}, {4, 4, 5, 40, 16},
+               {1, 3, 16, 128, 128}, {1, 3, 16, 40, 128}, {2, 3, 16, 40, 128}};
   for (const auto& c : cases)
-    for (const bool bNew : {false, true})
-    {
-      TEncryption encryption;
-      encryption.m_userPassword = CTextString(c.m_szWritten);
-      encryption.m_nKeyLength = bNew ? 256 : 128;
-      const auto pWriter = CStandardSecurityHandler::Create(encryption, CString(g_szId), nullptr);
-      ASSERT_TRUE(pWriter);
-      const CObjectPtr encrypt(MakeDictionary({}));
-      pWriter->Write(*encrypt);
-      const auto pReader = CStandardSecurityHandler::Open(encrypt, CString(g_szId), nullptr);
-      ASSERT_TRUE(pReader);
-      const CTextString typed(c.m_szTyped);
-      EXPECT_EQ(pReader->Authenticate(&typed), bNew ? c.m_bOpensNew : c.m_bOpensOld);
-      EXPECT_EQ(pReader->GetPermissions(), -1);
-      EXPECT_EQ(pReader->GetKeyLength(), encryption.m_nKeyLength);
-    }
+  {
+    SCOPED_TRACE(std::to_string(c.m_nV) + " " + std::to_string(c.m_nKey) + " " + std::to_string(c.m_nLength));
+    TSecurityValues values;
+    values.m_nR = c.m_nR;
+    values.m_nKeyLength = c.m_nKey;
+    values.m_id1.Append(CString(g_szId).GetSpan());
+    TByteArray key;
+    FillUserValue(values,
+                  FromHex("28bf4e5e4e758a4164004e56fffa01082e2e00b6d0683e802f0ca9fe6453697a").GetSpan(), key);
+    const TKnownFile known = {c.m_nV, c.m_nR, c.m_nLength, "V2", true, "", "", "", "", ""};
+    const CObjectPtr encrypt = MakeEncrypt(known);
+    encrypt->AddEntry("U", new CStringObject(CString(values.m_U, 32)));
+    encrypt->AddEntry("O", new CStringObject(CString(values.m_O, 32)));
+    encrypt["CF"]["StdCF"]->AddEntry("Length", MakeInteger(c.m_nFilterLength).Get());
+    const auto pHandler = CStandardSecurityHandler::Open(encrypt, CString(g_szId), nullptr);
+    ASSERT_TRUE(pHandler);
+    const CString wrong("wrong");
+    EXPECT_FALSE(pHandler->Authenticate(&wrong));
+    ASSERT_TRUE(pHandler->Authenticate(nullptr));
+    EXPECT_EQ(pHandler->GetKeyLength(), c.m_nKey * 8);
+    CRC4CryptAlgorithm expected;
+    TByteArray text;
+    expected.SetKey(key.GetSpan(), 3, 0);
+    expected.Encrypt(CString("text").GetSpan(), text);
+    EXPECT_EQ(ToText(pHandler->DecryptString(CString(text.GetData(), text.GetSize()), 3, 0)), "text");
+    TEncryption alike;
+    pHandler->TakeCiphers(false, alike);
+    EXPECT_TRUE(CStandardSecurityHandler::Create(alike, CString(g_szId), nullptr));
+    EXPECT_TRUE(pHandler->CreateAlike(CString("other"), false, nullptr));
+  }
 }
 
 TEST(SecurityHandler, KeepsInvalidPadding)
@@ -544,34 +554,6 @@ TEST(SecurityHandler, KeepsInvalidPadding)
   EXPECT_EQ(decrypt(block + '\1' + block + '\1', 47), block + '\1');  // the second block is incomplete
   EXPECT_EQ(decrypt(block + '\1', 16), "");
   EXPECT_EQ(decrypt(block + '\1', 7), "");
-}
-
-// The examples of RFC 4013, and one for each step of the normalization.
-TEST(StringPreparation, MapsAndNormalizes)
-{
-  const std::pair<const char16_t*, const char16_t*> cases[] = {
-      {u"I\u00ADX", u"IX"},
-      {u"user", u"user"},
-      {u"USER", u"USER"},
-      {u"\u00AA", u"a"},
-      {u"\u2168", u"IX"},
-      {u"a\u3000b\u00A0", u"a b "},
-      {u"a\u0302\u0323", u"\u1EAD"},
-      {u"\u1112\u1161\u11AB\uD55C", u"\uD55C\uD55C"},
-      {u"\uAC00\u11A7\u11A8", u"\uAC00\u11A7\u11A8"},
-      {u"\u0958", u"\u0915\u093C"},
-      {u"\u0344", u"\u0308\u0301"},
-      {u"\U0001D400\U0002F800", u"A\u4E3D"},
-      {u"\uFB01\uFF21\u2460", u"fiA1"},
-  };
-  for (const auto& [szText, szExpected] : cases)
-  {
-    BSE::CStr16 result;
-    EXPECT_TRUE(PrepareString(BSE::CStr16(szText), result));
-    EXPECT_EQ(std::u16string(result.GetText()), szExpected);
-  }
-  BSE::CStr16 result;
-  EXPECT_FALSE(PrepareString(BSE::CStr16(u"\xD800", 1), result));
 }
 
 }  // namespace

@@ -80,6 +80,21 @@ TEST_F(CommandEncryption, CiphersAndPermissions)
   EXPECT_THAT(m_folder.Read("out.pdf"), HasSubstr("/Linearized"));
 }
 
+// Those too that the older ciphers have no encoding for.
+TEST_F(CommandEncryption, TakesPasswordsAsTheyAreTyped)
+{
+  for (const char* szCipher : {"rc4-128", "aes-128", "aes-256"})
+  {
+    for (const std::string sText : {"\xC3\x9F\xE2\x82\xAC", "\xD0\x96\xF0\x9F\x98\x80"})
+    {
+      SCOPED_TRACE(szCipher + sText);
+      Run({"--encryption", szCipher, "--user-password", "secret" + sText, "large.pdf", "locked.pdf"});
+      Show("locked.pdf", "secret" + sText);
+      Run({"info", "--password", "secret" + sText, "locked.pdf"});
+    }
+  }
+}
+
 TEST_F(CommandEncryption, StaysUnlessItIsRemoved)
 {
   Run({"--user-password", "secret", "--owner-password", "secret2", "large.pdf", "locked.pdf"});
