@@ -8,6 +8,20 @@
 #include <cstring>
 #include <iterator>
 
+namespace
+{
+
+// The string of a signature, which is plain in every file (ISO 32000-2, 7.6.2); -1 for none.
+int FindSignature(const PDObj& object, int nNode)
+{
+  if (object.GetType(nNode) != ePDDictionary || object.Find(nNode, "ByteRange") < 0)
+    return -1;
+  const int nContents = object.Find(nNode, "Contents");
+  return object.GetType(nContents) == ePDString ? nContents : -1;
+}
+
+}  // namespace
+
 PDLObjectWriter::PDLObjectWriter(PDFile& file, const PDLPageTree& tree, const PDLClassifier& classifier,
                                  PDCryptor* pCryptor)
     : m_file(file), m_tree(tree), m_classifier(classifier), m_pCryptor(pCryptor)
@@ -90,13 +104,19 @@ bool PDLObjectWriter::IsCarried(const TPDNode& node) const
 void PDLObjectWriter::WriteNode(const PDObj& object, int nNode, PDWriter& output)
 {
   int ends[BSE::g_nMaxNesting];
+  int signatures[BSE::g_nMaxNesting];
   TPDType types[BSE::g_nMaxNesting];
   int nDepth = 0;
   const int nStop = object.GetNext(nNode);
   for (int i = nNode; i < nStop;)
   {
     const TPDNode& node = object.GetNode(i);
-    if (node.m_nType < ePDArray || IsCarried(node))
+    if (nDepth > 0 && i == signatures[nDepth - 1])
+    {
+      WriteText(object.GetText(i), output);
+      i = object.GetNext(i);
+    }
+    else if (node.m_nType < ePDArray || IsCarried(node))
     {
       WriteLeaf(object, i, output);
       i = object.GetNext(i);
@@ -105,6 +125,7 @@ void PDLObjectWriter::WriteNode(const PDObj& object, int nNode, PDWriter& output
     {
       WriteText(node.m_nType == ePDArray ? "[" : "<<", output);
       ends[nDepth] = object.GetNext(i);
+      signatures[nDepth] = FindSignature(object, i);
       types[nDepth++] = node.m_nType;
       ++i;
     }

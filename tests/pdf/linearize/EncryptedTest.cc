@@ -171,13 +171,15 @@ TEST_F(LinearizerEncrypted, TakesNewPasswords)
 }
 
 // Metadata in clear is data in clear: strings beside them are encrypted as all others (ISO 32000-1, 7.6.1).
-TEST_F(LinearizerEncrypted, StringsOfPlainMetadataAreNotPlain)
+// Signatures never are, but what stands beside them is (ISO 32000-2, 7.6.2).
+TEST_F(LinearizerEncrypted, StringsThatEncryptionTreatsInTheirOwnWay)
 {
   Support::CPdfBuilder builder;
   builder.AddPage("q Q");
   const int nMetadata =
       builder.AddStream(std::string(500, 'd'), "/Type/Metadata/Subtype/XML/X(of the secret file)");
-  builder.SetCatalogEntries("/Metadata " + std::to_string(nMetadata) + " 0 R");
+  builder.SetCatalogEntries("/Metadata " + std::to_string(nMetadata) +
+                            " 0 R/S<</ByteRange[0 0]/Contents(signature)/Reason(a secret reason)>>");
   const std::string sPath = m_folder / "file.pdf";
   for (const char* szCrypt : {"AESV2", "AESV3"})
   {
@@ -192,8 +194,10 @@ TEST_F(LinearizerEncrypted, StringsOfPlainMetadataAreNotPlain)
       const std::string sBytes = Support::ReadFile(sPath);
       EXPECT_EQ(sBytes.find("secret"), std::string::npos);
       EXPECT_NE(sBytes.find("dddddd"), std::string::npos);
+      EXPECT_NE(sBytes.find("(signature)"), std::string::npos);
       const std::string sText = RunTool({"--password=new", "--decrypt", "--qdf", sPath, "-"});
       EXPECT_NE(sText.find("(of the secret file)"), std::string::npos);
+      EXPECT_NE(sText.find("(a secret reason)"), std::string::npos);
     }
   }
 }
