@@ -55,6 +55,8 @@ protected:
     ExemptAppearances(object["AP"]);
     for (const char* szKey : {"MK", "BS", "BE"})
       Exempt(object[szKey]);
+    for (const char* szKey : {"Kids", "Annots", "Fields"})
+      ExemptMembers(object[szKey]);
     return true;
   }
 
@@ -88,6 +90,14 @@ private:
     for (int i = appearances.GetBegin(); i != appearances.GetEnd(); i = appearances.GetNext(i))
       if (const CObjectPtr appearance = appearances.GetValue(i); appearance.IsStream())
         Exempt(appearance);
+  }
+
+  // What a list makes a page, a field or an annotation, whatever it looks like.
+  void ExemptMembers(const CObjectPtr& list)
+  {
+    if (list.IsArray())
+      for (int i = 0; i < list.GetSize(); ++i)
+        Exempt(list[i]);
   }
 
   // An array that lists members, like the fields of a form or the annotations of a page, or may come to: two

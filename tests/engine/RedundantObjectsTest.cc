@@ -293,6 +293,21 @@ TEST(RedundantObjects, AppearancesThatAreWrittenAnewStayApart)
   EXPECT_TRUE(input.AreOne(states[0], states[1]));
 }
 
+// A stream that stands in the place of a page becomes one, and must not take the others with it.
+TEST(RedundantObjects, WhatAListMakesAPageStaysApart)
+{
+  CPdfBuilder builder;
+  const int nA = builder.AddStream("the same content");
+  const int nB = builder.AddStream("the same content");
+  const int nC = builder.AddStream("the same content");
+  const int nNode = builder.AddObject("<</Kids[" + Ref(nA) + "]/Others[" + Ref(nB) + " " + Ref(nC) + "]>>");
+  builder.AddPage("q", "/PieceInfo<</A<</Private " + Ref(nNode) + ">>>>");
+  CInput input(builder.Build());
+  input.RunAll();
+  EXPECT_FALSE(input.AreOne(nA, nB) || input.AreOne(nA, nC));
+  EXPECT_TRUE(input.AreOne(nB, nC));
+}
+
 TEST(RedundantObjects, EqualFontsMergeWithAllThatBelongsToThem)
 {
   CPdfBuilder builder;
