@@ -238,7 +238,9 @@ void CBTree::AddFoundPage(const CObjectPtr& page)
 {
   if (page.IsIndirect())
   {
-    m_treeObjects.Add(page.GetObjNumber());
+    // A stream in the place of a page may be needed as what it is, too.
+    if (!page.IsStream())
+      m_treeObjects.Add(page.GetObjNumber());
     m_pageNumbers.Add(page.GetObjNumber());
     return;
   }

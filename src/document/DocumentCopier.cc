@@ -220,6 +220,8 @@ void CDocumentCopierBase::CopyPageEntries(const CPage& source, const CObjectPtr&
 CObjectPtr CDocumentCopierBase::CreatePageCopy(const CPage& source)
 {
   CBTree& tree = m_output.GetPageTree();
+  if (source.IsStream())
+    return tree.NewPage(m_copier.GetGroup());
   bool bCreated = false;
   CObjectPtr target = m_copier.GetOrCreateCopy(source, bCreated);
   // A page that stands in the tree a second time becomes a page of its own.
