@@ -127,7 +127,8 @@ CObjectPtr CBTree::Walk(int nSearch)
   {
     if (m_pRoot.IsDictionary() && !m_pRoot["Type"].IsName("Pages"))
       Report(m_pRoot, g_nPageTypeInvalid);
-    m_treeObjects.Add(m_pRoot.GetObjNumber());
+    if (!m_pRoot.IsStream())
+      m_treeObjects.Add(m_pRoot.GetObjNumber());
     EnterNode(m_pRoot);
   }
   while (!found && !m_walk.IsEmpty())
@@ -238,7 +239,7 @@ void CBTree::AddFoundPage(const CObjectPtr& page)
 {
   if (page.IsIndirect())
   {
-    // A stream in the place of a page may be needed as what it is, too.
+    // A stream in the place of a page, or of the root, may be needed as what it is, too.
     if (!page.IsStream())
       m_treeObjects.Add(page.GetObjNumber());
     m_pageNumbers.Add(page.GetObjNumber());
