@@ -2,6 +2,8 @@
 
 #include "base/Error.h"
 
+#include <new>
+
 namespace BSE
 {
 
@@ -50,6 +52,26 @@ void ReportError(IErrorContext* pContext, CScopedPtr<IError> pError);
 
 // The same for a plain code without properties.
 void ReportError(IErrorContext* pContext, unsigned nCode);
+
+// The result of a run; false where memory ran out in it, which is reported.
+template <class TRun>
+bool CatchExhaustion(IErrorContext* pContext, TRun run)
+{
+  try
+  {
+    return run();
+  }
+  catch (CContextError* pError)
+  {
+    // The one shared error: nobody owns it, so that its code is reported anew.
+    ReportError(pContext, pError->GetCode());
+  }
+  catch (const std::bad_alloc&)
+  {
+    ReportError(pContext, g_nOutOfMemory);
+  }
+  return false;
+}
 
 // Builds an error in place: ReportError(pContext, MakeError(nCode, "n1", 3, "n2", 5)).
 inline void SetErrorProperties(CContextError&) {}

@@ -52,6 +52,13 @@ inline constexpr std::int64_t g_nMaxSharedRatio = 16;
 inline constexpr std::int64_t g_nFreeParsedSize = std::int64_t{256} << 20;
 inline constexpr std::int64_t g_nFreeCopiedSize = std::int64_t{64} << 20;
 
+// Whether work is more than so many times its cause, beyond a free amount.
+constexpr bool IsOutOfProportion(std::int64_t nWork, std::int64_t nFree, std::int64_t nRatio,
+                                 std::int64_t nCause)
+{
+  return nWork > nFree && (nWork - nFree) / nRatio > nCause;
+}
+
 // Samples of one image.
 inline constexpr std::int64_t g_nMaxImagePixels = std::int64_t{1} << 31;
 

@@ -8,24 +8,27 @@
 namespace PDF
 {
 
-// Copiers for parts of the document. Dictionaries that they copy themselves lose their entries as all others
-// do, and duplicates that they reach are replaced.
-class COptStructTreeCopier : public CStructTreeCopier
+// A copier for a part of the document. Dictionaries that it copies itself lose their entries as all others
+// do, and duplicates that it reaches are replaced.
+template <class TCopier>
+class COptPartCopierT : public TCopier
 {
 public:
-  COptStructTreeCopier(COptimizer& owner, IObjectFilter* pFilter)
-      : CStructTreeCopier(&owner, pFilter), m_owner(owner), m_stripper(owner.GetOptions().m_nStrip)
+  // Further arguments are those of the copier behind its owner.
+  template <class... TArguments>
+  explicit COptPartCopierT(COptimizer& owner, TArguments... arguments)
+      : TCopier(&owner, arguments...), m_owner(owner), m_stripper(owner.GetOptions().m_nStrip)
   {
   }
 
   CObjectPtr VisitIndirect(const CObjectPtr& object) override
   {
-    return CStructTreeCopier::VisitIndirect(m_owner.GetStandIn(object));
+    return TCopier::VisitIndirect(m_owner.GetStandIn(object));
   }
 
   CObjectPtr VisitEntry(const char* szKey, const CObjectPtr& value) override
   {
-    return m_stripper.IsEntryDropped(szKey) ? CObjectPtr() : CStructTreeCopier::VisitEntry(szKey, value);
+    return m_stripper.IsEntryDropped(szKey) ? CObjectPtr() : TCopier::VisitEntry(szKey, value);
   }
 
 private:
@@ -33,18 +36,7 @@ private:
   CFeatureStripper m_stripper;
 };
 
-class COptListCopier : public CListCopier
-{
-public:
-  COptListCopier(CObjectTraverser* pOwner, unsigned nStrip) : CListCopier(pOwner), m_stripper(nStrip) {}
-
-  CObjectPtr VisitEntry(const char* szKey, const CObjectPtr& value) override
-  {
-    return m_stripper.IsEntryDropped(szKey) ? CObjectPtr() : CListCopier::VisitEntry(szKey, value);
-  }
-
-private:
-  CFeatureStripper m_stripper;
-};
+using COptStructTreeCopier = COptPartCopierT<CStructTreeCopier>;
+using COptListCopier = COptPartCopierT<CListCopier>;
 
 }  // namespace PDF

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <limits>
-#include <new>
 
 namespace PDF
 {
@@ -132,26 +131,25 @@ void COptimizer::ResetState()
 
 bool COptimizer::Save(BSE::IByteStream* pStream, const TEncryption& encryption)
 {
+  bool bEnded = false;
+  bool bSaved = false;
   try
   {
-    return RunSave(pStream, encryption);
-  }
-  catch (BSE::CContextError* pError)
-  {
-    // The one shared error: nobody owns it, so that its code is reported anew.
-    BSE::ReportError(m_pErrorContext, pError->GetCode());
-  }
-  catch (const std::bad_alloc&)
-  {
-    BSE::ReportError(m_pErrorContext, BSE::g_nOutOfMemory);
+    bEnded = BSE::CatchExhaustion(m_pErrorContext,
+                                  [&]
+                                  {
+                                    bSaved = RunSave(pStream, encryption);
+                                    return true;
+                                  });
   }
   catch (...)
   {
     m_output.GetFile().SetLinearize(false, false, nullptr);
     BSE::ReportError(m_pErrorContext, BSE::g_nUnknownFatalError);
   }
-  AbandonOutput();
-  return false;
+  if (!bEnded)
+    AbandonOutput();
+  return bSaved;
 }
 
 bool COptimizer::RunSave(BSE::IByteStream* pStream, const TEncryption& encryption)

@@ -216,7 +216,7 @@ CObjectPtr COptimizer::CopyCatalogEntry(const char* szKey, const CObjectPtr& val
   if (KeyEquals(szKey, "Threads"))
   {
     // The array becomes a direct one: a copier visits the elements of what it is given.
-    COptListCopier copier(this, m_options.m_nStrip);
+    COptListCopier copier(*this);
     return value.IsArray() ? CopyWith(copier, szKey, GetDirect(value)) : CObjectPtr();
   }
   return VisitEntry(szKey, value);

@@ -98,7 +98,7 @@ bool CStreamDecoder::Read(CObject& stream)
 
 bool CStreamDecoder::HasBudget() const
 {
-  return (m_nDecoded - BSE::g_nFreeRecodedSize) / BSE::g_nMaxRecodedRatio <= m_nRead;
+  return !BSE::IsOutOfProportion(m_nDecoded, BSE::g_nFreeRecodedSize, BSE::g_nMaxRecodedRatio, m_nRead);
 }
 
 CStreamDecoder::TResult CStreamDecoder::Decode(CObject& stream)

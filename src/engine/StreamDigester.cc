@@ -41,7 +41,7 @@ bool CStreamDigester::Admit(const CObjectPtr& stream)
   const std::int64_t nLength = part ? static_cast<CStreamPart*>(part.Get())->GetDataLength() : 0;
   const std::int64_t nTotal = m_nAdmitted + std::max<std::int64_t>(nLength, 0);
   const std::int64_t nFile = pInput ? pInput->GetLength() : 0;
-  if ((nTotal - BSE::g_nFreeCopiedSize) / BSE::g_nMaxSharedRatio > nFile)
+  if (BSE::IsOutOfProportion(nTotal, BSE::g_nFreeCopiedSize, BSE::g_nMaxSharedRatio, nFile))
     return false;
   m_nAdmitted = nTotal;
   return true;

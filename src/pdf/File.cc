@@ -343,8 +343,8 @@ void CFile::UnloadOldestObjectStream()
 bool CFile::AdmitStream(const CFile& source, std::int64_t nLength)
 {
   const std::int64_t nSource = source.m_pInput ? source.m_pInput->GetLength() : 0;
-  if (m_nAdmittedBytes + nLength > BSE::g_nFreeCopiedSize &&
-      (m_nAdmittedBytes + nLength - BSE::g_nFreeCopiedSize) / BSE::g_nMaxSharedRatio > nSource)
+  if (BSE::IsOutOfProportion(m_nAdmittedBytes + nLength, BSE::g_nFreeCopiedSize, BSE::g_nMaxSharedRatio,
+                             nSource))
   {
     BSE::ReportError(this, g_nWrongLength);
     return false;

@@ -76,7 +76,8 @@ bool CParser::ParseIndirectObject(CIndirectObject* pObject, std::int64_t nPos)
 bool CParser::IsOverworked()
 {
   return m_nParsed > BSE::g_nFreeParsedSize &&
-         (m_nParsed - BSE::g_nFreeParsedSize) / BSE::g_nMaxSharedRatio > m_scanner.GetStream().GetLength();
+         BSE::IsOutOfProportion(m_nParsed, BSE::g_nFreeParsedSize, BSE::g_nMaxSharedRatio,
+                                m_scanner.GetStream().GetLength());
 }
 
 bool CParser::ReadObjectHeader(CIndirectObject* pObject, std::int64_t nPos)

@@ -5,33 +5,17 @@
 #include <cstdio>
 #include <string>
 
-#include "base/ErrorHandler.h"
 #include "base/MemoryStream.h"
-#include "document/Document.h"
 #include "engine/EqualObjectMerger.h"
 #include "engine/StreamDecoder.h"
+#include "tests/engine/SavedDocument.h"
 #include "tests/support/Deflate.h"
 #include "tests/support/PdfBuilder.h"
 
 namespace
 {
 
-class CInput
-{
-public:
-  explicit CInput(const std::string& sPdf) : m_document(&m_errors)
-  {
-    const BSE::CObjectPtr<BSE::IByteStream> pStream(
-        new BSE::CMemoryStream(sPdf.data(), static_cast<std::int64_t>(sPdf.size())));
-    EXPECT_TRUE(m_document.Open(pStream.Get(), nullptr));
-  }
-
-  PDF::CFile& GetFile() { return m_document.GetFile(); }
-
-private:
-  BSE::CErrorHandler m_errors;
-  PDF::CDocument m_document;
-};
+using Engine::CInput;
 
 std::string Format(const char* szFormat, std::size_t n)
 {

@@ -8,32 +8,22 @@
 #include <string>
 #include <vector>
 
-#include "base/ErrorHandler.h"
-#include "base/MemoryStream.h"
 #include "engine/EqualObjectMerger.h"
 #include "engine/RedundantObjectOptimizer.h"
+#include "tests/engine/SavedDocument.h"
 #include "tests/support/PdfBuilder.h"
 
 namespace
 {
 
+using Engine::Ref;
 using Support::CPdfBuilder;
 
-std::string Ref(int nNumber)
-{
-  return std::to_string(nNumber) + " 0 R";
-}
-
 // An input, and both passes over it.
-class CInput
+class CInput : public Engine::CInput
 {
 public:
-  explicit CInput(const std::string& sPdf) : m_document(&m_errors)
-  {
-    const BSE::CObjectPtr<BSE::IByteStream> pStream(
-        new BSE::CMemoryStream(sPdf.data(), static_cast<std::int64_t>(sPdf.size())));
-    EXPECT_TRUE(m_document.Open(pStream.Get(), nullptr));
-  }
+  using Engine::CInput::CInput;
 
   void RunResources(unsigned nMask) { m_redundant.Run(m_document, nMask); }
   void RunAll(bool bDecode = false) { m_equal.Run(m_document.GetFile(), {}, bDecode); }
@@ -47,8 +37,6 @@ public:
   const PDF::CRedundantObjectOptimizer& GetResources() const { return m_redundant; }
 
 private:
-  BSE::CErrorHandler m_errors;
-  PDF::CDocument m_document;
   PDF::CRedundantObjectOptimizer m_redundant;
   PDF::CEqualObjectMerger m_equal;
 };

@@ -16,6 +16,24 @@ inline std::string Ref(int nNumber)
   return std::to_string(nNumber) + " 0 R";
 }
 
+// An open document.
+class CInput
+{
+public:
+  explicit CInput(const std::string& sPdf) : m_document(&m_errors)
+  {
+    const BSE::CObjectPtr<BSE::IByteStream> pStream(
+        new BSE::CMemoryStream(sPdf.data(), static_cast<std::int64_t>(sPdf.size())));
+    EXPECT_TRUE(m_document.Open(pStream.Get(), nullptr));
+  }
+
+  PDF::CFile& GetFile() { return m_document.GetFile(); }
+
+protected:
+  BSE::CErrorHandler m_errors;
+  PDF::CDocument m_document;
+};
+
 // A document saved with strip flags, and read back.
 struct TSaved
 {

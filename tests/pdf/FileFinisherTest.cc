@@ -54,20 +54,6 @@ std::string GetContents(BSE::CMemoryStream& stream)
   return bytes;
 }
 
-// Takes so many bytes and then refuses.
-class CLimitedStream : public BSE::CMemoryStream
-{
-public:
-  explicit CLimitedStream(std::int64_t nLimit) : m_nLimit(nLimit) {}
-  std::int64_t Write(const unsigned char* pBuffer, std::int64_t n) override
-  {
-    return Tell() + n > m_nLimit ? 0 : BSE::CMemoryStream::Write(pBuffer, n);
-  }
-
-private:
-  std::int64_t m_nLimit;
-};
-
 bool EndsInMarker(const std::string& bytes)
 {
   return bytes.size() > 6 && bytes.substr(bytes.size() - 6) == "%%EOF\n";

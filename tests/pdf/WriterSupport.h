@@ -38,6 +38,20 @@ inline BSE::CObjectPtr<BSE::CMemoryStream> MakeStream(const std::string& bytes)
   return new BSE::CMemoryStream(bytes.data(), static_cast<std::int64_t>(bytes.size()));
 }
 
+// Takes so many bytes and then refuses.
+class CLimitedStream : public BSE::CMemoryStream
+{
+public:
+  explicit CLimitedStream(std::int64_t nLimit) : m_nLimit(nLimit) {}
+  std::int64_t Write(const unsigned char* pBuffer, std::int64_t n) override
+  {
+    return Tell() + n > m_nLimit ? 0 : BSE::CMemoryStream::Write(pBuffer, n);
+  }
+
+private:
+  std::int64_t m_nLimit;
+};
+
 inline CObjectPtr MakeDictionary(std::initializer_list<std::pair<const char*, CObjectPtr>> entries)
 {
   CObjectPtr dictionary = new CDictionaryObject;

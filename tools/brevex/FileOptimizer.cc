@@ -3,7 +3,6 @@
 #include <chrono>
 #include <exception>
 #include <filesystem>
-#include <fstream>
 #include <system_error>
 
 #include "AtomicFile.h"
@@ -85,21 +84,13 @@ bool Save(const CHandle& handle, const CAtomicFile& output, const TEncryptionOpt
   return BrevexSaveAsA(handle.Get(), szFile, nullptr, nullptr, BREVEX_PERMISSIONS_AS_INPUT) != 0;
 }
 
-bool IsLinearized(const CAtomicFile& output)
-{
-  // The mark stands in the first object (ISO 32000-1, F.3.3).
-  std::string sHead(1024, '\0');
-  std::ifstream file(output.GetTemporaryName(), std::ios::binary);
-  file.read(sHead.data(), static_cast<std::streamsize>(sHead.size()));
-  return sHead.find("/Linearized") != std::string::npos;
-}
-
 // The order for a fast display that a profile asks for must not cost the gain: then without it.
 bool SaveSmaller(const CHandle& handle, const CAtomicFile& output, const TOptimizeOptions& options,
                  std::int64_t nInputBytes)
 {
   const bool bSaved = Save(handle, output, options.encryption);
-  if (!bSaved || options.bAllowLarger || output.GetSize() < nInputBytes || !IsLinearized(output))
+  const bool bLinearizes = BrevexGetLinearize(handle.Get()) != 0 || BrevexGetAutoLinearize(handle.Get()) != 0;
+  if (!bSaved || !bLinearizes || options.bAllowLarger || output.GetSize() < nInputBytes)
   {
     return bSaved;
   }

@@ -3,32 +3,11 @@
 #include "base/FileStream.h"
 #include "pdf/linearize/LinearizerRun.h"
 
-#include <new>
-
 namespace PDF
 {
 
 namespace
 {
-
-template <class TRun>
-bool CatchExhaustion(CFile& file, TRun run)
-{
-  try
-  {
-    return run();
-  }
-  catch (BSE::CContextError* pError)
-  {
-    // The one shared error: nobody owns it, so that its code is reported anew.
-    BSE::ReportError(&file, pError->GetCode());
-  }
-  catch (const std::bad_alloc&)
-  {
-    BSE::ReportError(&file, BSE::g_nOutOfMemory);
-  }
-  return false;
-}
 
 bool Linearize(const char* szInput, const char* szOutput, CFile& file)
 {
@@ -44,14 +23,14 @@ bool Linearize(const char* szInput, const char* szOutput, CFile& file)
 
 bool CLinearizer::LinearizeFile(const char* szInput, const char* szOutput, CFile& file)
 {
-  return CatchExhaustion(file, [&] { return Linearize(szInput, szOutput, file); });
+  return BSE::CatchExhaustion(&file, [&] { return Linearize(szInput, szOutput, file); });
 }
 
 bool CLinearizer::LinearizeStream(BSE::IByteStream* pInput, BSE::IByteStream* pOutput, CFile& file,
                                   std::int64_t& nWritten)
 {
   CLinearizerRun run(file);
-  const bool bWritten = CatchExhaustion(file, [&] { return run.Open(pInput) && run.Write(pOutput); });
+  const bool bWritten = BSE::CatchExhaustion(&file, [&] { return run.Open(pInput) && run.Write(pOutput); });
   nWritten = run.GetWritten();
   return bWritten;
 }

@@ -1,5 +1,6 @@
 // Inputs that are damaged or made to harm, and outputs that fail. Whatever comes out has to be sound.
 
+#include "tests/pdf/WriterSupport.h"
 #include "tests/pdf/linearize/LinearizeSupport.h"
 #include "tests/support/PdfDamager.h"
 #include "tests/support/Samples.h"
@@ -155,20 +156,6 @@ TEST(LinearizerHostile, MakesUpForWrongLengths)
   }
 }
 
-// Takes so many bytes and then refuses.
-class CLimitedStream : public BSE::CMemoryStream
-{
-public:
-  explicit CLimitedStream(std::int64_t nLimit) : m_nLimit(nLimit) {}
-  std::int64_t Write(const unsigned char* pBuffer, std::int64_t n) override
-  {
-    return Tell() + n > m_nLimit ? 0 : BSE::CMemoryStream::Write(pBuffer, n);
-  }
-
-private:
-  std::int64_t m_nLimit;
-};
-
 TEST(LinearizerHostile, ReportsFailedOutputs)
 {
   CPdfBuilder builder;
@@ -182,7 +169,7 @@ TEST(LinearizerHostile, ReportsFailedOutputs)
   for (const std::int64_t nLimit :
        {std::int64_t{0}, std::int64_t{100}, std::int64_t{70000}, nFull - 1, nFull})
   {
-    const BSE::CObjectPtr<BSE::IByteStream> pOutput(new CLimitedStream(nLimit));
+    const BSE::CObjectPtr<BSE::IByteStream> pOutput(new PDF::CLimitedStream(nLimit));
     std::int64_t nWritten = -1;
     EXPECT_EQ(PDF::GetLinearizer()->LinearizeStream(pInput.Get(), pOutput.Get(), file, nWritten),
               nLimit == nFull)
