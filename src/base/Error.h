@@ -26,6 +26,14 @@ inline constexpr bool IsErrnoCode(unsigned nCode)
 // 2 error, 1 warning, 0 information; from the code alone.
 int GetCodeSeverity(unsigned nCode);
 
+// What a report means for the result of the operation that it is made in.
+enum TConsequence
+{
+  eNoConsequence,  // everything is there: damage that was found again whole, remarks on form
+  eContentLost,    // something of the input is missing in the result
+  eOperationEnded  // the reason for which the operation gives up
+};
+
 // One failure or note. Passed along by CScopedPtr: whoever holds it last deletes it.
 class IError
 {
@@ -44,6 +52,10 @@ public:
 
   unsigned GetCode() const { return m_nCode; }
 
+  // Decided by whoever reports, since the same code stands for damage with and without a loss.
+  TConsequence GetConsequence() const { return m_consequence; }
+  void SetConsequence(TConsequence consequence) { m_consequence = consequence; }
+
   // Properties, or null for a class without.
   virtual CErrorProperties* GetProperties() { return nullptr; }
 
@@ -52,6 +64,7 @@ protected:
   IError(const IError&) = default;
 
   unsigned m_nCode;
+  TConsequence m_consequence = eNoConsequence;
 };
 
 // An error with named properties.

@@ -58,4 +58,28 @@ void ReportError(IErrorContext* pContext, unsigned nCode)
   ReportError(pContext, MakeError(nCode));
 }
 
+void ReportLoss(IErrorContext* pContext, CScopedPtr<IError> pError)
+{
+  if (pError)
+    pError->SetConsequence(eContentLost);
+  ReportError(pContext, std::move(pError));
+}
+
+void ReportLoss(IErrorContext* pContext, unsigned nCode)
+{
+  ReportLoss(pContext, MakeError(nCode));
+}
+
+void ReportEnd(IErrorContext* pContext, CScopedPtr<IError> pError)
+{
+  if (pError)
+    pError->SetConsequence(eOperationEnded);
+  ReportError(pContext, std::move(pError));
+}
+
+void ReportEnd(IErrorContext* pContext, unsigned nCode)
+{
+  ReportEnd(pContext, MakeError(nCode));
+}
+
 }  // namespace BSE

@@ -53,7 +53,17 @@ void ReportError(IErrorContext* pContext, CScopedPtr<IError> pError);
 // The same for a plain code without properties.
 void ReportError(IErrorContext* pContext, unsigned nCode);
 
-// The result of a run; false where memory ran out in it, which is reported.
+// Reports that something of the input will be missing in the result. To be called once for each thing that
+// is lost, where it is known to be lost.
+void ReportLoss(IErrorContext* pContext, CScopedPtr<IError> pError);
+void ReportLoss(IErrorContext* pContext, unsigned nCode);
+
+// Reports what ends the operation. Its code is the one that the caller is left with, whatever is reported
+// after it.
+void ReportEnd(IErrorContext* pContext, CScopedPtr<IError> pError);
+void ReportEnd(IErrorContext* pContext, unsigned nCode);
+
+// The result of a run; false where memory ran out in it, which is reported as its end.
 template <class TRun>
 bool CatchExhaustion(IErrorContext* pContext, TRun run)
 {
@@ -64,11 +74,11 @@ bool CatchExhaustion(IErrorContext* pContext, TRun run)
   catch (CContextError* pError)
   {
     // The one shared error: nobody owns it, so that its code is reported anew.
-    ReportError(pContext, pError->GetCode());
+    ReportEnd(pContext, pError->GetCode());
   }
   catch (const std::bad_alloc&)
   {
-    ReportError(pContext, g_nOutOfMemory);
+    ReportEnd(pContext, g_nOutOfMemory);
   }
   return false;
 }

@@ -27,9 +27,16 @@ void CErrorHandler::OnReportError(CScopedPtr<IError> pError)
   const unsigned nCode = pError->GetCode();
   m_nLastCode = nCode;
   m_nAccumulated |= IsErrnoCode(nCode) ? g_nErrorBit : nCode;
-  if (!Passes(nCode))
+  if (pError->GetConsequence() == eOperationEnded && m_nEndCode == 0)
+    m_nEndCode = nCode;
+  const bool bPasses = Passes(nCode);
+  if (!bPasses && m_nSuppressors > 0)
     return;
   OnAddContextInfo(*pError);
+  if (m_nSuppressors == 0)
+    OnNoteError(*pError);
+  if (!bPasses)
+    return;
   if (m_pObserver)
     m_pObserver->OnError(std::move(pError));
   else
@@ -44,6 +51,8 @@ void CErrorHandler::OnAddContextInfo(IError& error)
     m_contexts[i]->OnAddContextInfo(error);
 }
 
+void CErrorHandler::OnNoteError(IError&) {}
+
 void CErrorHandler::OnHandleError(CScopedPtr<IError>&) {}
 
 CErrorSuppressor::CErrorSuppressor(CErrorHandler* pHandler) : m_pHandler(pHandler)
@@ -53,6 +62,8 @@ CErrorSuppressor::CErrorSuppressor(CErrorHandler* pHandler) : m_pHandler(pHandle
   m_pFormer = m_pHandler->GetObserver();
   m_nLastCode = m_pHandler->m_nLastCode;
   m_nAccumulated = m_pHandler->m_nAccumulated;
+  m_nEndCode = m_pHandler->m_nEndCode;
+  ++m_pHandler->m_nSuppressors;
   m_pHandler->SetObserver(this);
 }
 
@@ -61,8 +72,10 @@ CErrorSuppressor::~CErrorSuppressor()
   if (!m_pHandler)
     return;
   m_pHandler->SetObserver(m_pFormer);
+  --m_pHandler->m_nSuppressors;
   m_pHandler->m_nLastCode = m_nLastCode;
   m_pHandler->m_nAccumulated = m_nAccumulated;
+  m_pHandler->m_nEndCode = m_nEndCode;
 }
 
 CDynamicContextGuard::CDynamicContextGuard(CErrorHandler* pHandler, IErrorContext* pContext)

@@ -30,6 +30,10 @@ public:
   // Walks the dynamic contexts from the last pushed to the first.
   void OnAddContextInfo(IError& error) override;
 
+  // Hears every error that no suppressor hides, whether it passes the threshold or not, with the properties
+  // of all contexts. The default does nothing.
+  virtual void OnNoteError(IError& error);
+
   // What becomes of an error without an observer: an override that keeps it moves it out of the pointer.
   // The default leaves it, and the error is deleted.
   virtual void OnHandleError(CScopedPtr<IError>& pError);
@@ -39,7 +43,10 @@ public:
 
   // OR of all reported codes since the last clear; an errno code counts as 0x80000000.
   unsigned GetAccumulated() const { return m_nAccumulated; }
-  void Clear() { m_nLastCode = m_nAccumulated = 0; }
+  void Clear() { m_nLastCode = m_nAccumulated = m_nEndCode = 0; }
+
+  // Code of the first report since the last clear that ended an operation; 0 if none did.
+  unsigned GetEndCode() const { return m_nEndCode; }
 
   // Lowest severity mask that is acted upon: 0x80000000 errors (the start), 0x8000 warnings too, 0
   // everything, 0xF0000000 and above nothing.
@@ -60,17 +67,21 @@ protected:
   unsigned m_nLastCode = 0;
   unsigned m_nThreshold = 0x80000000U;
   unsigned m_nAccumulated = 0;
+  unsigned m_nEndCode = 0;
+  int m_nSuppressors = 0;
   IErrorObserver* m_pObserver = nullptr;
   CPtrArray<IErrorContext> m_contexts;
 };
 
 // Deletes every error of a handler while it lives, then puts the former observer back. A null handler is
-// fine. The handler's last code and accumulated codes are put back as well: a suppressed error leaves no
-// trace.
+// fine. The handler's codes are put back as well: a suppressed error leaves no trace. What is lost under a
+// suppressor must therefore be kept by whoever finds it, and reported when the result is made.
 class CErrorSuppressor : public IErrorObserver
 {
 public:
   explicit CErrorSuppressor(CErrorHandler* pHandler);
+  CErrorSuppressor(const CErrorSuppressor&) = delete;
+  CErrorSuppressor& operator=(const CErrorSuppressor&) = delete;
   ~CErrorSuppressor() override;
   void OnError(CScopedPtr<IError>) override {}
 
@@ -79,6 +90,7 @@ private:
   IErrorObserver* m_pFormer = nullptr;
   unsigned m_nLastCode = 0;
   unsigned m_nAccumulated = 0;
+  unsigned m_nEndCode = 0;
 };
 
 // Adds one context to a handler for a scope. A null handler is fine.

@@ -178,6 +178,12 @@ CObjectPtr CFile::GetObject(int nObjNumber, int nGenNumber)
   return m_xref.GetObject(nObjNumber, nGenNumber);
 }
 
+void CFile::NoteDamage(int nObjNumber, unsigned nCode)
+{
+  if (nObjNumber > 0 && nObjNumber <= BSE::g_nMaxObjNumber && GetDamage(nObjNumber) == 0)
+    m_damage.SetAt(nObjNumber, static_cast<int>(nCode));
+}
+
 std::int64_t CFile::GetTableOffset(int nObjNumber) const
 {
   const TXRefEntry& entry = m_xref.GetEntry(nObjNumber);
@@ -428,6 +434,7 @@ void CFile::ReleaseAll()
     pPending.Reset();
   m_xref.RemoveAll();
   m_scanned.RemoveAll();
+  m_damage.RemoveAll();
   m_pParser.Reset();
   m_pGenerator.Reset();
   m_pWriter = nullptr;

@@ -98,6 +98,15 @@ public:
   // Called when only the table holds an object: unloads it, and what that sets free, without recursion.
   void UnloadUnused(CIndirectObject& object);
 
+  // --- Damage
+  // What an object lacks is noted where it is found, and reported as a loss where a copy meets it: an object
+  // may be read long before, by a query whose reports nobody hears, or never be wanted. Kept until the file
+  // is closed, through unloading and repeated loads; the first code of an object counts.
+  void NoteDamage(int nObjNumber, unsigned nCode);
+
+  // The code with which a part of the object, or all of it, could not be read; 0 for a whole object.
+  unsigned GetDamage(int nObjNumber) const { return static_cast<unsigned>(m_damage.GetAt(nObjNumber)); }
+
   // File position of an entry in use, else 0.
   std::int64_t GetTableOffset(int nObjNumber) const;
 
@@ -251,6 +260,7 @@ private:
   std::int64_t m_nStartXRef = -1;
   CXRefTable m_xref{this};
   CXRefTable m_scanned{this};
+  CObjectMap m_damage{this};                      // status codes of objects that are not whole
   BSE::CBasicArray<int> m_objStmCache;            // object streams that stay decoded, the most recent first
   BSE::CPtrArray<CObjectStream> m_objectStreams;  // by object number
   BSE::CBasicArray<int> m_recoveredHolders;       // wait for the password

@@ -5,10 +5,11 @@
 namespace PDF
 {
 
-CObjectMap::~CObjectMap()
+void CObjectMap::RemoveAll()
 {
   for (int* pPage : m_pages.GetSpan())
     BSE::Free(pPage);
+  m_pages.RemoveAll();
 }
 
 int CObjectMap::GetAt(int nSource) const
