@@ -213,6 +213,43 @@ typedef struct TBrevexEncryption
   int bOwner;          /* the password of the open is the owner's; else it is the user's */
 } TBrevexEncryption;
 
+/* When a report was made. */
+enum TBrevexStep
+{
+  BREVEX_STEP_OPEN = 1,
+  BREVEX_STEP_SAVE = 2
+};
+
+/* How grave a status code is, whatever it meant for the result. */
+enum TBrevexSeverity
+{
+  BREVEX_SEVERITY_INFORMATION = 0,
+  BREVEX_SEVERITY_WARNING = 1,
+  BREVEX_SEVERITY_ERROR = 2
+};
+
+/* What a report means for the result. */
+enum TBrevexConsequence
+{
+  BREVEX_CONSEQUENCE_NONE = 0, /* nothing is missing: damage that was found again whole, a remark */
+  BREVEX_CONSEQUENCE_LOSS = 1, /* something of the input that could not be read is missing in the output */
+  BREVEX_CONSEQUENCE_END = 2   /* the reason for which an operation, or an optional part of it, gave up */
+};
+
+/* One report of the last open or save, from BrevexGetReport. Later versions may add members at the end. */
+typedef struct TBrevexReport
+{
+  uint32_t nSize;    /* bytes of the record: set by the caller to sizeof(TBrevexReport), then by the library
+                        to the bytes that it has filled */
+  uint32_t nCode;    /* status code */
+  int32_t nStep;     /* of TBrevexStep */
+  int32_t nSeverity; /* of TBrevexSeverity */
+  int32_t nConsequence; /* of TBrevexConsequence */
+  int32_t nObject;      /* number of the object in the input, 0 for none */
+  int32_t nPage;        /* page of the input, from 1; 0 for none */
+  uint32_t nCount;      /* how often it was reported, from 1 */
+} TBrevexReport;
+
 /* Status codes that callers meet most often. There are more; BrevexGetErrorMessageA gives their texts.
  * 1 to 32767 are errno values. Otherwise bit 31 marks an error, and bit 15 a warning where bit 31 is clear.
  */
@@ -374,8 +411,9 @@ BREVEX_API const TByteBuffer* BrevexGetPdf(TBrevexHandle* pHandle);
 /* ---- Errors
  * ------------------------------------------------------------------------------------------------ */
 
-/* The status code of the last report, a warning after an error included; cleared by every open, save and
- * close and by BrevexGetPdf. A null handle answers BREVEX_STATUS_FATAL.
+/* The status code of the last report, a warning after an error included; after a failed open or save, the
+ * code of what ended it. Cleared by every open, save and close and by BrevexGetPdf. A null handle answers
+ * BREVEX_STATUS_FATAL.
  */
 BREVEX_API uint32_t BrevexGetErrorCode(TBrevexHandle* pHandle);
 
@@ -383,6 +421,36 @@ BREVEX_API uint32_t BrevexGetErrorCode(TBrevexHandle* pHandle);
  */
 BREVEX_API const char* BrevexGetErrorMessageA(TBrevexHandle* pHandle);
 BREVEX_API const TBrevexChar* BrevexGetErrorMessageW(TBrevexHandle* pHandle);
+
+/* ---- Reports
+ * ---------------------------------------------------------------------------------------------- */
+
+/* The status code of the last report cannot tell what has become of a document: later reports hide earlier
+ * ones, and the same code stands for damage with and without a loss. So the reports of the last open and of
+ * the last save after it are kept, in the order in which they were met, equal ones as one with a count. At
+ * most 1,000 are kept; losses find room before remarks do. They can be read until the next open, those of a
+ * save until the next save, also after BrevexClose. No query adds any, and none of these calls changes the
+ * error code.
+ */
+
+/* Number of reports that are kept. */
+BREVEX_API int BrevexGetReportCount(TBrevexHandle* pHandle);
+
+/* Fills the record with a report, from 0. False for an index out of range, for a null record, and for one
+ * whose nSize leaves no room.
+ */
+BREVEX_API int BrevexGetReport(TBrevexHandle* pHandle, int nIndex, TBrevexReport* pReport);
+
+/* The English text of a report, with its details filled in. Null for an index out of range, and for a code
+ * without a text.
+ */
+BREVEX_API const char* BrevexGetReportTextA(TBrevexHandle* pHandle, int nIndex);
+BREVEX_API const TBrevexChar* BrevexGetReportTextW(TBrevexHandle* pHandle, int nIndex);
+
+/* How many losses the last open and the last save met, those included that found no room among the reports. 0
+ * after a successful save: all that the options keep is in the output.
+ */
+BREVEX_API uint64_t BrevexGetLossCount(TBrevexHandle* pHandle);
 
 /* ---- Document information
  * ---------------------------------------------------------------------------------- */

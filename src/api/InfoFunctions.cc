@@ -1,4 +1,4 @@
-// Errors, document information, and the version of the output.
+// Errors, reports, document information, and the version of the output.
 
 #include "api/CallFrame.h"
 #include "api/TextArgument.h"
@@ -58,6 +58,38 @@ const TBrevexChar* BrevexGetErrorMessageW(TBrevexHandle* pHandle)
 const char* BrevexGetErrorMessageA(TBrevexHandle* pHandle)
 {
   return BrevexGetErrorMessageW(pHandle) != nullptr ? pHandle->GetResultString().GetA() : nullptr;
+}
+
+int BrevexGetReportCount(TBrevexHandle* pHandle)
+{
+  return CallQuietly(pHandle, 0,
+                     [](API::COptimizerHandle& handle) { return handle.GetReports().GetCount(); });
+}
+
+int BrevexGetReport(TBrevexHandle* pHandle, int nIndex, TBrevexReport* pReport)
+{
+  if (pReport == nullptr)
+    return 0;
+  return CallQuietly(pHandle, 0,
+                     [&](API::COptimizerHandle& handle) -> int
+                     { return handle.GetReports().GetReport(nIndex, *pReport); });
+}
+
+const TBrevexChar* BrevexGetReportTextW(TBrevexHandle* pHandle, int nIndex)
+{
+  return CallQuietly(pHandle, g_szNoText,
+                     [&](API::COptimizerHandle& handle) { return handle.GetReportText(nIndex); });
+}
+
+const char* BrevexGetReportTextA(TBrevexHandle* pHandle, int nIndex)
+{
+  return BrevexGetReportTextW(pHandle, nIndex) != nullptr ? pHandle->GetResultString().GetA() : nullptr;
+}
+
+uint64_t BrevexGetLossCount(TBrevexHandle* pHandle)
+{
+  return CallQuietly(pHandle, std::uint64_t{0},
+                     [](API::COptimizerHandle& handle) { return handle.GetReports().GetLossCount(); });
 }
 
 int BrevexSetInfoEntryW(TBrevexHandle* pHandle, const TBrevexChar* szKey, const TBrevexChar* szValue)

@@ -47,12 +47,19 @@ void COptimizerHandle::Fail(unsigned nCode)
 {
   m_nLastCode = nCode;
   m_nAccumulated |= BSE::IsErrnoCode(nCode) ? BSE::g_nErrorBit : nCode;
+  if (m_nEndCode == 0)
+    m_nEndCode = nCode;
+  m_reports.NoteEnd(nCode);
 }
 
 bool COptimizerHandle::Conclude(bool bResult)
 {
   if (!bResult && GetLastCode() == 0)
     Fail(BSE::g_nUnknownFatalError);
+  // What was reported while the operation was wound up does not hide why it ended.
+  if (!bResult && GetEndCode() != 0)
+    m_nLastCode = GetEndCode();
+  m_reports.End();
   return bResult;
 }
 
@@ -62,7 +69,7 @@ bool COptimizerHandle::CheckFileName(const char* szFileName)
   if (szFileName != nullptr && *szFileName != 0)
     return true;
   Fail(ENOENT);
-  return false;
+  return Conclude(false);
 }
 
 // A directory is told to the thread alone.
@@ -73,9 +80,23 @@ bool COptimizerHandle::FailFile()
   return Conclude(false);
 }
 
+void COptimizerHandle::BeginOpen()
+{
+  m_reports.End();
+  CloseDocument();
+  m_reports.BeginOpen();
+}
+
+void COptimizerHandle::BeginSave()
+{
+  Clear();
+  m_pOutputStream.Reset();
+  m_reports.BeginSave();
+}
+
 bool COptimizerHandle::OpenFile(const char* szFileName, const PDF::CString& password)
 {
-  CloseDocument();
+  BeginOpen();
   if (!CheckFileName(szFileName))
     return false;
   m_pInputFile = new BSE::CFileStream(szFileName, BSE::eFileRead, this);
@@ -84,11 +105,11 @@ bool COptimizerHandle::OpenFile(const char* szFileName, const PDF::CString& pass
 
 bool COptimizerHandle::OpenMemory(const void* pBytes, std::uint64_t nLength, const PDF::CString& password)
 {
-  CloseDocument();
+  BeginOpen();
   if (nLength > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()))
   {
     Fail(BSE::g_nOutOfMemory);
-    return false;
+    return Conclude(false);
   }
   const std::int64_t nBytes = pBytes != nullptr ? static_cast<std::int64_t>(nLength) : 0;
   const BSE::CObjectPtr<BSE::IByteStream> pStream(new BSE::CMemoryStream(pBytes, nBytes));
@@ -97,7 +118,7 @@ bool COptimizerHandle::OpenMemory(const void* pBytes, std::uint64_t nLength, con
 
 bool COptimizerHandle::OpenStream(const TBrevexStreamDescriptor* pDescriptor, const PDF::CString& password)
 {
-  CloseDocument();
+  BeginOpen();
   m_pOutputStream.Reset();
   const BSE::CObjectPtr<BSE::IByteStream> pAdapter(new BSE::CCAPIStreamAdapter(pDescriptor, this));
   const BSE::CObjectPtr<BSE::IByteStream> pStream(new PDF::CCachingReader(pAdapter.Get()));
@@ -111,14 +132,13 @@ bool COptimizerHandle::OpenWith(BSE::IByteStream* pStream, const PDF::CString& p
 
 bool COptimizerHandle::SaveFile(const char* szFileName, const PDF::TEncryption& encryption)
 {
-  Clear();
-  m_pOutputStream.Reset();
+  BeginSave();
   if (!CheckFileName(szFileName))
     return false;
   if (m_pInputFile && m_pInputFile->IsOpenOn(szFileName))
   {
     // Creating it would empty what is still to be read.
-    BSE::ReportError(this, BSE::g_nInvalidOperation);
+    BSE::ReportEnd(this, BSE::g_nInvalidOperation);
     return Conclude(false);
   }
   const BSE::CObjectPtr<BSE::IByteStream> pStream(new BSE::CFileStream(szFileName, BSE::eFileWrite, this));
@@ -128,15 +148,14 @@ bool COptimizerHandle::SaveFile(const char* szFileName, const PDF::TEncryption& 
 bool COptimizerHandle::SaveStream(const TBrevexStreamDescriptor* pDescriptor,
                                   const PDF::TEncryption& encryption)
 {
-  Clear();
-  m_pOutputStream.Reset();
+  BeginSave();
   const BSE::CObjectPtr<BSE::IByteStream> pStream(new BSE::CCAPIStreamAdapter(pDescriptor, this));
   return SaveWith(pStream.Get(), encryption);
 }
 
 bool COptimizerHandle::SaveMemory()
 {
-  Clear();
+  BeginSave();
   m_pOutputStream = new BSE::CMemoryStream(0, g_nResultBlockSize);
   return SaveWith(m_pOutputStream.Get(), PDF::TEncryption());
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "api/ApiString.h"
+#include "api/ReportLog.h"
 #include "base/APIErrorHandler.h"
 #include "base/FileStream.h"
 #include "base/MemoryStream.h"
@@ -42,6 +43,15 @@ public:
   // Number of pages of the open document, 0 without one. Leaves the error code alone.
   int GetPageCount();
 
+  // What the last open and the last save reported.
+  const CReportLog& GetReports() const { return m_reports; }
+
+  // Text of a report; null for none.
+  const char16_t* GetReportText(int nIndex) { return Render(m_reports.GetText(nIndex)); }
+
+  // Keeps every error that no suppressor hides.
+  void OnNoteError(BSE::IError& error) override { m_reports.Note(error); }
+
   // Text of the last error; null for none, and for one whose placeholders could not be filled.
   const char16_t* GetErrorText();
 
@@ -53,10 +63,13 @@ public:
 
   PDF::COptimizer& GetOptimizer() { return m_optimizer; }
 
-  // Notes a code without an error object, for failures that leave no memory for one.
+  // Notes a code without an error object as what ended a call, for failures that leave no memory for one.
   void Fail(unsigned nCode);
 
 private:
+  // Closes what is open; clears what the call before has left behind.
+  void BeginOpen();
+  void BeginSave();
   bool OpenWith(BSE::IByteStream* pStream, const PDF::CString& password);
   bool SaveWith(BSE::IByteStream* pStream, const PDF::TEncryption& encryption);
   bool CheckFileName(const char* szFileName);
@@ -67,6 +80,7 @@ private:
   bool ResizeResult(std::uint64_t nSize);
   void FreeResult();
 
+  CReportLog m_reports;  // outlives what reports to it
   PDF::COptimizer m_optimizer;
   BSE::CObjectPtr<BSE::CFileStream> m_pInputFile;  // of a document that was opened from a file
   CApiString m_resultString;

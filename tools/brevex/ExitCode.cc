@@ -5,16 +5,6 @@
 namespace Tool
 {
 
-TExitCode GetReportExitCode(std::uint32_t nStatus)
-{
-  constexpr std::uint32_t nError = 0x80000000U;
-  // Header, cross-reference data, trailer, and the frame of objects: what a repair finds again whole.
-  constexpr std::uint32_t nFirstStructure = 0x80410101U;
-  constexpr std::uint32_t nLastStructure = 0x80410308U;
-  const bool bRepaired = nStatus >= nFirstStructure && nStatus <= nLastStructure;
-  return (nStatus & nError) == 0 || bRepaired ? TExitCode::Done : TExitCode::Warnings;
-}
-
 TExitCode GetSaveExitCode(std::uint32_t nStatus)
 {
   switch (nStatus)

@@ -10,7 +10,7 @@ namespace Tool
 enum class TExitCode
 {
   Done = 0,
-  Warnings = 1,  // done, but part of the input could not be read
+  Warnings = 1,  // done, but something of the input is missing in the output
   Usage = 2,
   Input = 3,   // the input cannot be opened, is no PDF file, or is encrypted with an unknown password
   Output = 4,  // the output cannot be written
@@ -21,10 +21,6 @@ inline TExitCode GetWorse(TExitCode first, TExitCode second)
 {
   return std::max(first, second);
 }
-
-// The exit code for the status code that a successful call left. Structure that was repaired, and remarks on
-// the form of a file, cost nothing of its content and are told, but are no reason for a script to stop.
-TExitCode GetReportExitCode(std::uint32_t nStatus);
 
 // The exit code for the status code that a failed save left.
 TExitCode GetSaveExitCode(std::uint32_t nStatus);

@@ -21,14 +21,23 @@ void Fail(TFileResult& result, TExitCode exitCode, std::string sError)
   result.sError = std::move(sError);
 }
 
-// Notes the code that a successful call left, if any.
-void AddReport(TFileResult& result, const CHandle& handle, const char* szStep)
+// Takes over what the library reported. A loss is the only report that a caller has to act on.
+void TakeReports(TFileResult& result, const CHandle& handle)
 {
-  const std::uint32_t nCode = BrevexGetErrorCode(handle.Get());
-  if (nCode != BREVEX_STATUS_SUCCESS)
+  result.reports.clear();
+  for (int i = 0; i < BrevexGetReportCount(handle.Get()); ++i)
   {
-    result.reports.push_back({szStep, nCode, handle.GetMessage()});
-    result.exitCode = GetWorse(result.exitCode, GetReportExitCode(nCode));
+    TBrevexReport report = {};
+    report.nSize = sizeof report;
+    if (BrevexGetReport(handle.Get(), i, &report) != 0)
+    {
+      result.reports.push_back({report, ToUtf8(BrevexGetReportTextW(handle.Get(), i))});
+    }
+  }
+  result.nLosses = BrevexGetLossCount(handle.Get());
+  if (result.nLosses > 0)
+  {
+    result.exitCode = GetWorse(result.exitCode, TExitCode::Warnings);
   }
 }
 
@@ -156,9 +165,9 @@ void CFileOptimizer::Optimize(const TTask& task, TFileResult& result) const
   SetVersion(handle, m_options);
 
   const bool bOpen = input.Open(handle, m_options.sPassword.value_or(""));
-  AddReport(result, handle, "open");
   if (!bOpen)
   {
+    TakeReports(result, handle);
     return Fail(result, TExitCode::Input, "cannot be opened");
   }
   result.nPages = BrevexGetPageCount(handle.Get());
@@ -169,7 +178,7 @@ void CFileOptimizer::Optimize(const TTask& task, TFileResult& result) const
     return;
   }
   const bool bSaved = SaveSmaller(handle, output, m_options, result.nInputBytes);
-  AddReport(result, handle, "save");
+  TakeReports(result, handle);
   if (!bSaved)
   {
     return Fail(result, GetSaveExitCode(BrevexGetErrorCode(handle.Get())), "cannot be saved");

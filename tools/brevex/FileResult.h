@@ -1,5 +1,7 @@
 #pragma once
 
+#include <brevex/brevex.h>
+
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -17,12 +19,11 @@ enum class TOutcome
   Failed
 };
 
-// A status code that the library left behind.
+// What the library reported while it opened or saved the document.
 struct TReport
 {
-  const char* szStep;  // "open" or "save"
-  std::uint32_t nCode;
-  std::string sMessage;
+  TBrevexReport report;
+  std::string sMessage;  // UTF-8; empty for a code without a text
 };
 
 // What became of one input.
@@ -38,7 +39,8 @@ struct TFileResult
   double dSeconds = 0;
   std::vector<std::string> losses;  // names of GetLosses
   std::vector<TReport> reports;
-  std::string sError;  // for a failure outside the library
+  std::uint64_t nLosses = 0;  // things of the input that are missing in the output
+  std::string sError;         // for a failure outside the library
 };
 
 }  // namespace Tool

@@ -186,7 +186,7 @@ TExitCode ShowFile(const std::string& sFile, const TInfoOptions& options)
   }
   const TDocumentInfo info = ReadInfo(handle, input, sFile);
   options.bJson ? WriteJson(info) : WriteLines(info);
-  return GetReportExitCode(info.nCode);
+  return BrevexGetLossCount(handle.Get()) > 0 ? TExitCode::Warnings : TExitCode::Done;
 }
 
 }  // namespace

@@ -45,9 +45,38 @@ std::string FormatChange(std::int64_t nInput, std::int64_t nOutput)
          GroupDigits(static_cast<unsigned long long>(nOutput)) + " bytes" + szPercent;
 }
 
-std::string FormatReport(const TReport& report)
+std::string FormatReport(const TReport& entry)
 {
-  return FormatCode(report.nCode) + (report.sMessage.empty() ? "" : " " + report.sMessage);
+  const TBrevexReport& report = entry.report;
+  std::string sText = report.nConsequence == BREVEX_CONSEQUENCE_LOSS ? "lost: " : "";
+  sText += FormatCode(report.nCode) + (entry.sMessage.empty() ? "" : " " + entry.sMessage);
+  std::string sPlace = report.nObject > 0 ? "object " + std::to_string(report.nObject) : "";
+  if (report.nPage > 0)
+  {
+    sPlace += (sPlace.empty() ? "page " : ", page ") + std::to_string(report.nPage);
+  }
+  sText += sPlace.empty() ? "" : " (" + sPlace + ")";
+  return sText + (report.nCount > 1 ? " x " + std::to_string(report.nCount) : "");
+}
+
+// The reason of a failure, then what is lost, then the rest, each in the order of the library; no more than
+// fit a screen.
+std::string FormatReports(const TFileResult& result)
+{
+  constexpr int nMaxShown = 10;
+  std::string sText;
+  int nShown = 0;
+  for (const int nConsequence : {BREVEX_CONSEQUENCE_END, BREVEX_CONSEQUENCE_LOSS, BREVEX_CONSEQUENCE_NONE})
+  {
+    for (const TReport& entry : result.reports)
+    {
+      if (entry.report.nConsequence == nConsequence && nShown++ < nMaxShown)
+      {
+        sText += "; " + FormatReport(entry);
+      }
+    }
+  }
+  return sText + (nShown > nMaxShown ? "; and " + std::to_string(nShown - nMaxShown) + " more" : "");
 }
 
 std::string FormatLine(const TFileResult& result)
@@ -64,11 +93,30 @@ std::string FormatLine(const TFileResult& result)
                  : FormatChange(result.nInputBytes, result.nOutputBytes);
     sLine += ", " + std::to_string(result.nPages) + (result.nPages == 1 ? " page" : " pages");
   }
-  for (const TReport& report : result.reports)
+  return sLine + FormatReports(result);
+}
+
+CJsonObject MakeReportJson(const TReport& entry)
+{
+  constexpr const char* szSeverities[] = {"information", "warning", "error"};
+  constexpr const char* szConsequences[] = {"none", "loss", "end"};
+  const TBrevexReport& report = entry.report;
+  CJsonObject object;
+  object.AddText("step", report.nStep == BREVEX_STEP_OPEN ? "open" : "save");
+  object.AddText("code", FormatCode(report.nCode));
+  object.AddText("severity", szSeverities[report.nSeverity]);
+  object.AddText("consequence", szConsequences[report.nConsequence]);
+  if (report.nObject > 0)
   {
-    sLine += "; " + FormatReport(report);
+    object.AddNumber("object", report.nObject);
   }
-  return sLine;
+  if (report.nPage > 0)
+  {
+    object.AddNumber("page", report.nPage);
+  }
+  object.AddNumber("count", report.nCount);
+  object.AddText("message", entry.sMessage);
+  return object;
 }
 
 std::string FormatJson(const TFileResult& result)
@@ -89,11 +137,9 @@ std::string FormatJson(const TFileResult& result)
   std::vector<CJsonObject> reports;
   for (const TReport& report : result.reports)
   {
-    CJsonObject& entry = reports.emplace_back();
-    entry.AddText("step", report.szStep);
-    entry.AddText("code", FormatCode(report.nCode));
-    entry.AddText("message", report.sMessage);
+    reports.push_back(MakeReportJson(report));
   }
+  object.AddNumber("losses", static_cast<long long>(result.nLosses));
   object.AddObjects("reports", reports);
   if (!result.sError.empty())
   {
