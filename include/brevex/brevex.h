@@ -345,6 +345,12 @@ BREVEX_API int BrevexOpenStreamA(TBrevexHandle* pHandle, const TBrevexStreamDesc
 BREVEX_API int BrevexOpenStreamW(TBrevexHandle* pHandle, const TBrevexStreamDescriptor* pStream,
                                  const TBrevexChar* szPassword);
 
+/* Whether the next open also takes files that have no header, no trailer, or no catalogue in their trailer,
+ * if a catalogue or pages are found in them. Off at the start; profiles leave it alone.
+ */
+BREVEX_API int BrevexGetLenientOpening(TBrevexHandle* pHandle);
+BREVEX_API void BrevexSetLenientOpening(TBrevexHandle* pHandle, int bValue);
+
 /* Closes the open document; true also when none is open. A result of BrevexSaveInMemory stays. */
 BREVEX_API int BrevexClose(TBrevexHandle* pHandle);
 

@@ -258,6 +258,16 @@ void BrevexSetAutoLinearize(TBrevexHandle* pHandle, int bValue)
   SetFlag(pHandle, &TOptimizerOptions::m_bAutoLinearize, bValue);
 }
 
+int BrevexGetLenientOpening(TBrevexHandle* pHandle)
+{
+  return GetFlag(pHandle, &TOptimizerOptions::m_bLenientOpening);
+}
+
+void BrevexSetLenientOpening(TBrevexHandle* pHandle, int bValue)
+{
+  SetFlag(pHandle, &TOptimizerOptions::m_bLenientOpening, bValue);
+}
+
 int BrevexGetOutputCipher(TBrevexHandle* pHandle)
 {
   return static_cast<int>(GetNumber(pHandle, &TOptimizerOptions::m_nOutputCipher));

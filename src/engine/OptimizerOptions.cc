@@ -158,6 +158,7 @@ void TOptimizerOptions::SetProfile(unsigned nProfile)
 {
   TOptimizerOptions reset;
   reset.m_nOutputCipher = m_nOutputCipher;
+  reset.m_bLenientOpening = m_bLenientOpening;
   reset.m_bExtractImages = m_bExtractImages;
   reset.m_bExtractFonts = m_bExtractFonts;
   reset.m_nFallbackCompression = m_nFallbackCompression;

@@ -148,6 +148,10 @@ struct TOptimizerOptions
 
   unsigned m_nOutputCipher = eCipherUnspecified;  // TOutputCipher
 
+  // Of the next open: also files without a header, without a trailer, or whose trailer names no catalogue, where
+  // a catalogue or pages are found.
+  bool m_bLenientOpening = false;
+
   bool m_bExtractImages = false;
   bool m_bExtractFonts = false;
 

@@ -133,6 +133,8 @@ static const TFunction g_functions[] = {
     NAME(BrevexSetLinearize),
     NAME(BrevexGetAutoLinearize),
     NAME(BrevexSetAutoLinearize),
+    NAME(BrevexGetLenientOpening),
+    NAME(BrevexSetLenientOpening),
     NAME(BrevexGetOutputCipher),
     NAME(BrevexSetOutputCipher),
     NAME(BrevexGetExtractImages),

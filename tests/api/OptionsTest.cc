@@ -84,6 +84,7 @@ const std::vector<TOption>& GetOptions()
       OPTION(ConvertToCFF, 0, 1),
       OPTION(Linearize, 0, 1),
       OPTION(AutoLinearize, 0, 1),
+      OPTION(LenientOpening, 0, 1),
       OPTION(OutputCipher, BREVEX_CIPHER_UNSPECIFIED, BREVEX_CIPHER_AES_256),
   };
   return g_options;
@@ -136,7 +137,7 @@ TEST(Options, EachHasAFieldOfItsOwn)
     }
     BrevexSetProfile(saver.Get(), 99);
     const std::string sName = changed.szName;
-    const bool bKept = sName.rfind("Extract", 0) == 0 || sName == "OutputCipher";
+    const bool bKept = sName.rfind("Extract", 0) == 0 || sName == "OutputCipher" || sName == "LenientOpening";
     EXPECT_EQ(changed.fnGet(saver.Get()), bKept ? changed.dStored : changed.dDefault) << changed.szName;
   }
 }

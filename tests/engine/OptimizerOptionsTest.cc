@@ -59,6 +59,7 @@ std::map<std::string, double> Fields(const TOptimizerOptions& options)
   FIELD(m_bRecompressStreams);
   FIELD(m_nEffort);
   FIELD(m_nOutputCipher);
+  FIELD(m_bLenientOpening);
   FIELD(m_bExtractImages);
   FIELD(m_bExtractFonts);
   FIELD(m_nFallbackCompression);
@@ -72,9 +73,10 @@ std::map<std::string, double> Fields(const TOptimizerOptions& options)
   return fields;
 }
 
-const std::set<std::string> g_kept = {
-    "m_nOutputCipher", "m_bExtractImages", "m_bExtractFonts", "m_nFallbackCompression", "m_bRenameFonts",
-    "m_bUnembedFonts", "m_bEmbedFonts",    "m_bVersionSet",   "m_nVersionMajor",        "m_nVersionMinor"};
+const std::set<std::string> g_kept = {"m_nOutputCipher", "m_bLenientOpening",      "m_bExtractImages",
+                                      "m_bExtractFonts", "m_nFallbackCompression", "m_bRenameFonts",
+                                      "m_bUnembedFonts", "m_bEmbedFonts",          "m_bVersionSet",
+                                      "m_nVersionMajor", "m_nVersionMinor"};
 
 // No field has the value of any profile.
 TOptimizerOptions Disturbed()
@@ -115,6 +117,7 @@ TOptimizerOptions Disturbed()
                                           &TOptimizerOptions::m_bAutoLinearize,
                                           &TOptimizerOptions::m_bMergeEqualObjects,
                                           &TOptimizerOptions::m_bRecompressStreams,
+                                          &TOptimizerOptions::m_bLenientOpening,
                                           &TOptimizerOptions::m_bExtractImages,
                                           &TOptimizerOptions::m_bExtractFonts,
                                           &TOptimizerOptions::m_bRenameFonts,

@@ -179,6 +179,7 @@ TExitCode ShowFile(const std::string& sFile, const TInfoOptions& options)
     return TExitCode::Input;
   }
   const CHandle handle;
+  BrevexSetLenientOpening(handle.Get(), 1);
   if (!input.Open(handle, options.sPassword.value_or("")))
   {
     WriteError(sFile + ": cannot be opened: " + handle.GetMessage());

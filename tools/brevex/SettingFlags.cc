@@ -112,6 +112,9 @@ const TSettingFlag g_flags[] = {
     {"convert-to-cff", g_szFonts, "Convert Type 1 font programs to the compact font format", TEffect::None,
      TBoolSetting{BrevexSetConvertToCFF}},
 
+    {"lenient-opening", g_szStructure,
+     "Open files without a header, trailer or catalogue where pages are found (the default)", TEffect::None,
+     TBoolSetting{BrevexSetLenientOpening}},
     {"remove-redundant-objects", g_szStructure, "Merge equal objects", TEffect::None,
      TBoolSetting{BrevexSetRemoveRedundantObjects}},
     {"merge-equal", g_szStructure, "Merge equal objects of every kind that a reader cannot tell apart",

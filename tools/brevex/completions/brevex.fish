@@ -64,6 +64,8 @@ complete -c brevex -l merge-embedded-fonts -d 'Merge embedded programs of the sa
 complete -c brevex -l no-merge-embedded-fonts -d 'Merge embedded programs of the same font'
 complete -c brevex -l convert-to-cff -d 'Convert Type 1 font programs to the compact font format'
 complete -c brevex -l no-convert-to-cff -d 'Convert Type 1 font programs to the compact font format'
+complete -c brevex -l lenient-opening -d 'Open files without a header, trailer or catalogue where pages are found (the default)'
+complete -c brevex -l no-lenient-opening -d 'Open files without a header, trailer or catalogue where pages are found (the default)'
 complete -c brevex -l remove-redundant-objects -d 'Merge equal objects'
 complete -c brevex -l no-remove-redundant-objects -d 'Merge equal objects'
 complete -c brevex -l merge-equal -d 'Merge equal objects of every kind that a reader cannot tell apart'
