@@ -37,9 +37,6 @@ class ILinearizer
 public:
   virtual ~ILinearizer() = default;
 
-  // From a path to a path; false on failure, with the target in any state.
-  virtual bool LinearizeFile(const char* szInput, const char* szOutput, CFile& file) = 0;
-
   // From a seekable stream to another one, from its position on. nWritten: bytes that the output may have
   // taken, on failure as well.
   virtual bool LinearizeStream(BSE::IByteStream* pInput, BSE::IByteStream* pOutput, CFile& file,
@@ -236,6 +233,7 @@ private:
   bool WantsLinearization();
   bool LinearizeOutput();
   bool LinearizeOutputFile();
+  bool ReplaceOutputFile();
   bool LinearizeOutputMemory();
   bool RewindTarget();
   bool DeliverToTarget();

@@ -17,13 +17,6 @@ namespace
 class CFakeLinearizer : public ILinearizer
 {
 public:
-  bool LinearizeFile(const char* szInput, const char* szOutput, CFile&) override
-  {
-    std::ifstream input(szInput, std::ios::binary);
-    m_input.assign((std::istreambuf_iterator<char>(input)), std::istreambuf_iterator<char>());
-    std::ofstream(szOutput, std::ios::binary) << "linearized";
-    return m_bResult;
-  }
   bool LinearizeStream(BSE::IByteStream* pInput, BSE::IByteStream* pOutput, CFile&,
                        std::int64_t& nWritten) override
   {
@@ -246,19 +239,17 @@ TEST(FileFinisher, KeepsTheModeOfAFileAndItsLinks)
   std::filesystem::create_symlink(path, link);
   struct CWatchingLinearizer : CFakeLinearizer
   {
-    bool LinearizeFile(const char* szInput, const char* szOutput, CFile& file) override
+    bool LinearizeStream(BSE::IByteStream* pInput, BSE::IByteStream* pOutput, CFile& file,
+                         std::int64_t& nWritten) override
     {
-      const bool bResult = CFakeLinearizer::LinearizeFile(szInput, szOutput, file);
-      m_mode = std::filesystem::status(szOutput).permissions();
-      return bResult;
+      m_mode = std::filesystem::status(pOutput->GetFileName()).permissions();
+      return CFakeLinearizer::LinearizeStream(pInput, pOutput, file, nWritten);
     }
     std::filesystem::perms m_mode = std::filesystem::perms::unknown;
   };
   for (const auto mode : {std::filesystem::perms(0600), std::filesystem::perms(0644)})
   {
     std::filesystem::remove(path);
-    std::ofstream(path + ".tmp") << "stale";
-    std::filesystem::permissions(path + ".tmp", std::filesystem::perms(0666));
     CWatchingLinearizer linearizer;
     CFile file(nullptr);
     ASSERT_TRUE(file.Create(new BSE::CFileStream(link.c_str(), BSE::eFileWrite), CString(), false, false));
@@ -274,6 +265,34 @@ TEST(FileFinisher, KeepsTheModeOfAFileAndItsLinks)
   }
   std::filesystem::remove(link);
   std::filesystem::remove(path);
+}
+
+// Whatever has the temporary name already is left alone, and so is a file that took the output's name.
+TEST(FileFinisher, WritesThroughNoPlantedName)
+{
+  const std::string path = testing::TempDir() + "brevex_finisher_plant" + std::to_string(getpid()) + ".pdf";
+  const std::string other = path + ".other";
+  for (const bool bLink : {true, false})
+  {
+    std::ofstream(other) << "other";
+    CFakeLinearizer linearizer;
+    BSE::CErrorHandler errors;
+    CFile file(&errors);
+    ASSERT_TRUE(file.Create(new BSE::CFileStream(path.c_str(), BSE::eFileWrite), CString(), false, false));
+    AddPages(file, 1, 0);
+    file.SetLinearize(true, false, &linearizer);
+    if (bLink)
+      std::filesystem::create_symlink(other, path + ".tmp");
+    else
+      std::filesystem::rename(other, path);
+    EXPECT_TRUE(file.Close());
+    EXPECT_EQ(errors.GetLastCode(), 0x83410544U);
+    EXPECT_EQ(std::filesystem::file_size(bLink ? other : path), 5U);
+    EXPECT_EQ(std::filesystem::exists(std::filesystem::symlink_status(path + ".tmp")), bLink);
+    std::filesystem::remove(path + ".tmp");
+    std::filesystem::remove(path);
+  }
+  std::filesystem::remove(other);
 }
 
 // The automatic decision weighs what object streams saved, and the version.
