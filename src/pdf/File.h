@@ -220,7 +220,11 @@ private:
 
   // Puts the parser on the input.
   void CreateParser();
-  bool Fail();
+
+  // Gives the file up for the reason of that code, which is the end of whatever writes it; 0 for one that has
+  // been reported. Always false.
+  bool Fail(unsigned nCode);
+  bool FailWriting();
   bool UsesObjectStreams() const;
   bool WriteHeader();
   bool PrepareToWrite();

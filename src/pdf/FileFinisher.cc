@@ -67,7 +67,7 @@ bool CFile::FlushObjects()
   {
     const BSE::CScopedPtr<CPendingObjectStream> pComplete = std::move(pPending);
     if (pComplete && !pComplete->Flush())
-      return false;
+      return Fail(BSE::g_nOutOfMemory);
   }
   return true;
 }
@@ -99,15 +99,12 @@ bool CFile::FinishRevision()
   if (!m_bDirty)
     return true;
   if (!m_root)
-  {
-    BSE::ReportError(this, g_nFileNotCreated);
-    return Fail();
-  }
+    return Fail(g_nFileNotCreated);
   if (!PrepareToWrite() || !FlushObjects())
-    return Fail();
+    return FailWriting();
   m_nFileSize = m_pGenerator->Tell();
   if (!WriteSection() || !m_pWriter->Flush())
-    return Fail();
+    return FailWriting();
   m_bDirty = false;
   m_nRevisionStart = m_pGenerator->Tell() - m_nHeaderOffset;
   m_nFlushedStreams = 0;
@@ -231,8 +228,10 @@ bool CFile::LinearizeOutputMemory()
     return true;
   if (BSE::CTracer::IsOn())
     BSE::CTracer::Trace("E", "PDF File", "Linearization of output file failed.");
+  // The plain file in its place is whole, and told from the linearized one by this code alone.
+  if (DeliverInstead(nWritten))
+    return Fail(g_nLinearizationFailed);
   BSE::ReportError(this, g_nLinearizationFailed);
-  DeliverInstead(nWritten);
   return false;
 }
 
@@ -245,23 +244,23 @@ bool CFile::RewindTarget()
 bool CFile::DeliverInstead(std::int64_t nWritten)
 {
   if (nWritten > 0 && (!m_pTarget->IsSeekable() || !m_pTarget->Rewind()))
-  {
-    BSE::ReportError(this, g_nFileNotCreated);
-    return false;
-  }
+    return Fail(g_nFileNotCreated);
   if (!DeliverToTarget())
     return false;
   const std::int64_t nLength = m_pTarget->GetLength();
   const std::int64_t nTaken = nLength >= 0 ? std::min(nWritten, nLength) : nWritten;
-  return CoverRest(*m_pTarget, nTaken - m_pOutput->GetLength(), m_nXRefPosition);
+  return CoverRest(*m_pTarget, nTaken - m_pOutput->GetLength(), m_nXRefPosition) ||
+         Fail(BSE::GetWriteFailure(m_pTarget.Get()));
 }
 
 bool CFile::DeliverToTarget()
 {
   if (m_pWriter && !m_pWriter->Flush())
-    return false;
+    return FailWriting();
+  BSE::CTLSError::SetSuccess();
   if (m_pOutput->Rewind() && m_pTarget->CopyFrom(m_pOutput.Get(), -1, false))
     return true;
+  Fail(BSE::GetWriteFailure(m_pTarget.Get()));
   BSE::ReportError(this, g_nFileNotCreated);
   return false;
 }

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <string>
 
@@ -131,13 +132,27 @@ TEST(FileFinisher, ReportsAFailingOutput)
   {
     for (const bool bDirect : {true, false})
     {
-      CFile file(nullptr);
+      BSE::CErrorHandler errors;
+      CFile file(&errors);
       BSE::CObjectPtr<CLimitedStream> pOutput(new CLimitedStream(nLimit));
       ASSERT_TRUE(file.Create(pOutput.Get(), CString(), bDirect, nLimit > 100));
       AddPages(file, nLimit > 1000 ? 1000 : 1, 0);
       file.SetLinearize(!bDirect, false, nullptr);
       EXPECT_FALSE(file.Close()) << nLimit;
+      EXPECT_EQ(errors.GetEndCode(), BSE::g_nOutOfMemory) << "memory that takes no more";
     }
+  }
+  for (const bool bDirect : {true, false})
+  {
+    BSE::CErrorHandler errors;
+    CFile file(&errors);
+    const BSE::CObjectPtr<BSE::CFileStream> pFull(
+        new BSE::CFileStream("/dev/full", BSE::eFileWrite, &errors));
+    ASSERT_TRUE(file.Create(pFull.Get(), CString(), bDirect, true));
+    AddPages(file, 1, 0);
+    EXPECT_FALSE(file.Close());
+    BSE::ReportError(&file, 0x80410112U);
+    EXPECT_EQ(errors.GetEndCode(), static_cast<unsigned>(ENOSPC)) << "whatever is reported after it";
   }
   // Without a catalogue there is no file.
   CFile file(nullptr);
@@ -197,7 +212,7 @@ TEST(FileFinisher, NeverDeliversBehindABrokenPart)
       AddPages(file, 9, 0);
       file.SetLinearize(true, false, &linearizer);
       EXPECT_FALSE(file.Close());
-      EXPECT_EQ(errors.GetLastCode(), bPipe && nPart > 0 ? 0x80410102U : 0x83410544U);
+      EXPECT_EQ(errors.GetEndCode(), bPipe && nPart > 0 ? 0x80410102U : 0x83410544U);
       const std::string bytes = GetContents(*pTarget);
       if (bPipe && nPart > 0)
       {
