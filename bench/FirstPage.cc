@@ -10,7 +10,7 @@
 // whole, and what each reader says. Ends with 1 if a picture differs.
 
 #include "base/ErrorHandler.h"
-#include "pdf/linearize/Linearizer.h"
+#include "pdf/linearize/DocumentLinearizer.h"
 #include "tests/support/Process.h"
 #include "tests/support/TempFolder.h"
 
@@ -137,9 +137,8 @@ bool ShowFile(const std::string& sPath)
   if (Support::ReadFile(sPath).substr(0, 1024).find("/Linearized") == std::string::npos)
   {
     BSE::CErrorHandler errors;
-    PDF::CFile file(&errors);
     sWhole = folder / "whole.pdf";
-    if (!PDF::GetLinearizer()->LinearizeFile(sPath.c_str(), sWhole.c_str(), file))
+    if (!PDF::LinearizeDocument(sPath.c_str(), PDF::CTextString(), sWhole.c_str(), nullptr, &errors))
       throw std::runtime_error("cannot be linearized");
   }
   const std::string sPdf = Support::ReadFile(sWhole);

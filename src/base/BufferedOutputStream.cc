@@ -1,7 +1,9 @@
 #include "base/BufferedOutputStream.h"
 
 #include "base/Checked.h"
+#include "base/Error.h"
 #include "base/Memory.h"
+#include "base/MemoryStream.h"
 #include "base/Tracer.h"
 
 #include <algorithm>
@@ -9,6 +11,14 @@
 
 namespace BSE
 {
+
+unsigned GetWriteFailure(IByteStream* pTarget)
+{
+  if (dynamic_cast<CMemoryStream*>(pTarget))
+    return g_nOutOfMemory;
+  const IError* pError = CTLSError::Get();
+  return pError && pError->GetCode() != 0 ? pError->GetCode() : g_nStreamWriteFailed;
+}
 
 CBufferedOutputStream::CBufferedOutputStream(IByteStream* pTarget, int nCapacity) : CFilter(pTarget)
 {
@@ -53,7 +63,7 @@ std::int64_t CBufferedOutputStream::GetLength()
 bool CBufferedOutputStream::Fail()
 {
   // No room is left from here on, so that PutByte always comes to Flush and is refused there.
-  m_bFailed = true;
+  m_nFailure = GetWriteFailure(m_pSource.Get());
   m_pLimit = m_pCurrent;
   return false;
 }
@@ -61,6 +71,9 @@ bool CBufferedOutputStream::Fail()
 bool CBufferedOutputStream::WriteToTarget(const unsigned char* pData, std::int64_t n)
 {
   const std::int64_t nStart = GetStart();
+  // A target in memory leaves the slot alone, which may tell what has failed to be read.
+  if (!dynamic_cast<CMemoryStream*>(m_pSource.Get()))
+    CTLSError::SetSuccess();
   if (!m_pSource || (m_pSource->IsSeekable() && !m_pSource->Seek(nStart)))
     return Fail();
   return m_pSource->WriteAll(pData, n) || Fail();
@@ -68,7 +81,7 @@ bool CBufferedOutputStream::WriteToTarget(const unsigned char* pData, std::int64
 
 bool CBufferedOutputStream::Flush()
 {
-  if (m_bFailed)
+  if (HasFailed())
     return false;
   m_nFill = std::max<std::int64_t>(m_nFill, m_pCurrent - m_pBuffer);
   if (m_nFill == 0)
@@ -84,7 +97,7 @@ bool CBufferedOutputStream::Flush()
 
 std::int64_t CBufferedOutputStream::Write(const unsigned char* pBuffer, std::int64_t n)
 {
-  if (!pBuffer || n <= 0 || m_bFailed)
+  if (!pBuffer || n <= 0 || HasFailed())
     return 0;
   std::int64_t nLeft = n;
   while (nLeft > 0)
@@ -124,7 +137,7 @@ bool CBufferedOutputStream::Skip(std::int64_t n)
 
 bool CBufferedOutputStream::Seek(std::int64_t nPos)
 {
-  if (m_bFailed)
+  if (HasFailed())
     return false;
   if (nPos < 0)
     nPos += GetLength() + 1;

@@ -5,6 +5,11 @@
 namespace BSE
 {
 
+// The code of a failure to write to a target or to position it, to be asked for at once: what the target has
+// left in the thread's error slot; exhausted memory for one in memory; else 0x80300061. The slot tells the
+// truth if it held success before.
+unsigned GetWriteFailure(IByteStream* pTarget);
+
 // Write-behind buffer on a target. Flush reports failure; the destructor flushes too, but swallows failures.
 class CBufferedOutputStream : public CFilter
 {
@@ -38,7 +43,10 @@ public:
   bool Flush();
 
   // True once a flush has failed; from then on nothing is written.
-  bool HasFailed() const { return m_bFailed; }
+  bool HasFailed() const { return m_nFailure != 0; }
+
+  // The code of that failure, as GetWriteFailure has it; 0 for none.
+  unsigned GetFailure() const { return m_nFailure; }
 
 private:
   // Makes m_nPos known and returns it.
@@ -51,7 +59,7 @@ private:
   unsigned char* m_pCurrent;
   unsigned char* m_pLimit;
   std::int64_t m_nFill = 0;  // high-water mark of the buffer
-  bool m_bFailed = false;    // m_nPos: position of the buffer's start in the target, -1 until known
+  unsigned m_nFailure = 0;   // m_nPos: position of the buffer's start in the target, -1 until known
 };
 
 }  // namespace BSE

@@ -147,7 +147,7 @@ bool CFile::MakeFolder() const
   return MakeOneFolder(GetPath());
 }
 
-bool CFile::CreateUnique(const char* szFolder, const char* szPrefix)
+int CFile::OpenUnique(const char* szFolder, const char* szPrefix)
 {
   CStr8 name(szPrefix);
   name.Append("XXXXXX");
@@ -156,19 +156,32 @@ bool CFile::CreateUnique(const char* szFolder, const char* szPrefix)
   path.Append({pattern.GetPath(), static_cast<std::size_t>(pattern.m_path.GetLength()) + 1});
   const int fd = mkostemp(path.GetData(), O_CLOEXEC);
   if (fd < 0)
-    return false;
-  close(fd);
-  m_path = CStr8(path.GetData());
-  return true;
+    return -errno;
+  try
+  {
+    m_path = CStr8(path.GetData());
+  }
+  catch (...)
+  {
+    unlink(path.GetData());
+    close(fd);
+    throw;
+  }
+  return fd;
 }
 
-bool CFile::CreateTemporary(const char* szPrefix)
+bool CFile::CreateUnique(const char* szFolder, const char* szPrefix)
+{
+  const int fd = OpenUnique(szFolder, szPrefix);
+  if (fd < 0)
+    errno = -fd;
+  return fd >= 0 && close(fd) == 0;
+}
+
+int CFile::OpenTemporary(const char* szPrefix)
 {
   const char* szFolder = GetTemporaryFolder();
-  if (std::strlen(szFolder) < g_nMaxTemporaryFolder)
-    return CreateUnique(szFolder, szPrefix);
-  errno = ENAMETOOLONG;
-  return false;
+  return std::strlen(szFolder) < g_nMaxTemporaryFolder ? OpenUnique(szFolder, szPrefix) : -ENAMETOOLONG;
 }
 
 bool CFile::GetCurrentFolder(CFile& folder)

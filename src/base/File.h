@@ -53,9 +53,13 @@ public:
   // characters of the system's choice.
   bool CreateUnique(const char* szFolder, const char* szPrefix);
 
+  // The same, open for reading and writing; the caller closes the descriptor. The negated error number on
+  // failure.
+  int OpenUnique(const char* szFolder, const char* szPrefix);
+
   // The same in the folder for temporary files (PDFTMPDIR, else TMP, else /tmp), whose path has 399 bytes at
   // most.
-  bool CreateTemporary(const char* szPrefix);
+  int OpenTemporary(const char* szPrefix);
 
   static bool GetCurrentFolder(CFile& folder);
 

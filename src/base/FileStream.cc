@@ -119,6 +119,25 @@ CFileStream::CFileStream(const char* szPath, TFileMode nMode, IErrorContext* pEr
   CheckDescriptor();
 }
 
+CFileStream::CFileStream(IErrorContext* pErrorContext) : m_nMode(eFileUpdate), m_pErrorContext(pErrorContext)
+{
+}
+
+bool CFileStream::Attach(int fd, const CFile& file)
+{
+  // Owned before there is anything that memory could run out for.
+  m_bOwnsDescriptor = fd >= 0;
+  m_fd = m_bOwnsDescriptor ? fd : -1;
+  m_file = file;
+  if (fd < 0)
+  {
+    TraceOpenFailure(-fd, GetDisplayName());
+    return Fail(-fd);
+  }
+  CheckDescriptor();
+  return IsValid();
+}
+
 CFileStream::CFileStream(const CFileStream& first, std::int64_t nPos)
     : m_file(first.m_file),
       m_fd(first.m_fd >= 0 ? first.m_fd : first.m_fdLeft),
@@ -226,6 +245,27 @@ bool CFileStream::IsOpenOn(const char* szPath) const
   struct stat other = {};
   return m_fd >= 0 && szPath && fstat(m_fd, &own) == 0 && stat(szPath, &other) == 0 &&
          own.st_dev == other.st_dev && own.st_ino == other.st_ino;
+}
+
+bool CFileStream::GetStatus(struct stat& status) const
+{
+  return m_fd >= 0 && fstat(m_fd, &status) == 0;
+}
+
+bool CFileStream::TakeAttributes(const struct stat& status)
+{
+  struct stat own = {};
+  if (!GetStatus(own))
+    return false;
+  mode_t nMode = status.st_mode & 07777;
+  if ((own.st_uid != status.st_uid || own.st_gid != status.st_gid) &&
+      fchown(m_fd, status.st_uid, status.st_gid) != 0)
+  {
+    // For root only. Nobody may act as the owner that the file has got instead.
+    nMode &= 0777;
+    static_cast<void>(fchown(m_fd, static_cast<uid_t>(-1), status.st_gid) == 0);
+  }
+  return fchmod(m_fd, nMode) == 0 || errno == EPERM || errno == EOPNOTSUPP;
 }
 
 std::int64_t CFileStream::GetLength()

@@ -5,6 +5,8 @@
 #include "base/ObjectPtr.h"
 #include "base/Stream.h"
 
+struct stat;
+
 namespace BSE
 {
 
@@ -29,6 +31,13 @@ class CFileStream : public CObject, public IByteStream
 public:
   CFileStream(const char* szPath, TFileMode nMode, IErrorContext* pErrorContext = nullptr);
 
+  // For a file that others open: not valid before Attach.
+  explicit CFileStream(IErrorContext* pErrorContext);
+
+  // Takes over a descriptor for reading and writing, or reports the negated error number of a failure to get
+  // one. The path is for reports and GetFileName. True if the stream is valid then.
+  bool Attach(int fd, const CFile& file);
+
   // Closes what the constructor opened; a standard descriptor stays open.
   ~CFileStream() override;
 
@@ -52,6 +61,13 @@ public:
   // Whether a path leads to the file that is open here, by whatever name. Follows links; false where nobody
   // can tell.
   bool IsOpenOn(const char* szPath) const;
+
+  // What the system knows of the open file; false if nothing is open.
+  bool GetStatus(struct stat& status) const;
+
+  // Gives the open file the permissions of another one and, where that is allowed, its owner. False, with
+  // errno, only if nobody has been kept out who was before: a file system without modes refuses to set them.
+  bool TakeAttributes(const struct stat& status);
 
   // Shares the descriptor; from the first duplicate on, each keeps a position of its own. Starts at the same
   // position. Null for a stream that is not seekable.

@@ -3,34 +3,21 @@
 #include "base/FileStream.h"
 #include "base/Tracer.h"
 
-#include <cerrno>
-
 namespace BSE
 {
 
 CTempFileStream::CTempFileStream(IErrorContext* pErrorContext) : CDelegateFilter(nullptr, pErrorContext)
 {
-  bool bOpen = false;
-  if (!m_file.CreateTemporary("ptc"))
-  {
-    CScopedPtr<IError> pError(new CFileError(errno, m_file.GetPath()));
-    if (pErrorContext)
-      pErrorContext->OnReportError(CScopedPtr<IError>(pError->Clone()));
-    CTLSError::Set(std::move(pError));
-  }
-  else
-  {
-    SetSource(new CFileStream(m_file.GetPath(), eFileTemporary, pErrorContext));
-    bOpen = IsValid();
-  }
-  if (!bOpen && CTracer::IsOn())
+  // Made first: there is nothing to be lost then when memory runs out.
+  const CObjectPtr<CFileStream> pStream(new CFileStream(pErrorContext));
+  CFile file;
+  const int fd = file.OpenTemporary("ptc");
+  if (fd >= 0)
+    file.Remove();
+  if (pStream->Attach(fd, file))
+    SetSource(pStream.Get());
+  else if (CTracer::IsOn())
     CTracer::Trace("E", "File Stream", "Failed to create temporary file.");
-}
-
-CTempFileStream::~CTempFileStream()
-{
-  if (!m_file.IsEmpty())
-    m_file.Remove();
 }
 
 }  // namespace BSE

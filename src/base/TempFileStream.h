@@ -6,16 +6,13 @@
 namespace BSE
 {
 
-// A new temporary file, readable and writable, removed at the end; see CFile::CreateTemporary for its place.
-// Not valid if it could not be created, which is reported. Duplicates stay usable after the end.
+// A new temporary file, readable and writable, in the folder of CFile::OpenTemporary. Its name is gone as
+// soon as it is open, and the system frees it at the end, however the process comes to it. Not valid if it
+// could not be created, which is reported.
 class CTempFileStream : public CDelegateFilter
 {
 public:
   explicit CTempFileStream(IErrorContext* pErrorContext = nullptr);
-  ~CTempFileStream() override;
-
-private:
-  CFile m_file;
 };
 
 }  // namespace BSE

@@ -37,9 +37,6 @@ class ILinearizer
 public:
   virtual ~ILinearizer() = default;
 
-  // From a path to a path; false on failure, with the target in any state.
-  virtual bool LinearizeFile(const char* szInput, const char* szOutput, CFile& file) = 0;
-
   // From a seekable stream to another one, from its position on. nWritten: bytes that the output may have
   // taken, on failure as well.
   virtual bool LinearizeStream(BSE::IByteStream* pInput, BSE::IByteStream* pOutput, CFile& file,
@@ -223,7 +220,11 @@ private:
 
   // Puts the parser on the input.
   void CreateParser();
-  bool Fail();
+
+  // Gives the file up for the reason of that code, which is the end of whatever writes it; 0 for one that has
+  // been reported. Always false.
+  bool Fail(unsigned nCode);
+  bool FailWriting();
   bool UsesObjectStreams() const;
   bool WriteHeader();
   bool PrepareToWrite();
@@ -236,6 +237,7 @@ private:
   bool WantsLinearization();
   bool LinearizeOutput();
   bool LinearizeOutputFile();
+  bool ReplaceOutputFile();
   bool LinearizeOutputMemory();
   bool RewindTarget();
   bool DeliverToTarget();

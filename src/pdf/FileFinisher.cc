@@ -1,18 +1,13 @@
+#include "base/ReplacementFile.h"
 #include "base/Tracer.h"
 #include "pdf/File.h"
 #include "pdf/Generator.h"
 #include "pdf/PendingObjectStream.h"
 #include "pdf/RevisionWriter.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
-#include <climits>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 
 // The end of a written file: its revisions, linearization, and the way to the target.
@@ -58,26 +53,6 @@ bool CoverRest(BSE::IByteStream& target, std::int64_t nLeft, std::int64_t nStart
   return !bRepeat || target.WriteAll(reinterpret_cast<const unsigned char*>(szEnd), nEnd);
 }
 
-// The file that links lead to: it is what has been written, and what is to be replaced.
-BSE::CStr8 ResolveLinks(const char* szFile)
-{
-  char szResolved[PATH_MAX];
-  return BSE::CStr8(realpath(szFile, szResolved) ? szResolved : szFile);
-}
-
-// An empty file that nobody but the owner of the other one can open. Without it the linearizer makes its own.
-void CreatePrivate(const char* szTemporary, const struct stat& status)
-{
-  unlink(szTemporary);
-  const int nFile = open(szTemporary, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
-  if (nFile < 0)
-    return;
-  // For root only; everybody else writes files of his own.
-  if (fchown(nFile, status.st_uid, status.st_gid) != 0)
-    errno = 0;
-  close(nFile);
-}
-
 }  // namespace
 
 bool CFile::FlushObjects()
@@ -92,7 +67,7 @@ bool CFile::FlushObjects()
   {
     const BSE::CScopedPtr<CPendingObjectStream> pComplete = std::move(pPending);
     if (pComplete && !pComplete->Flush())
-      return false;
+      return Fail(BSE::g_nOutOfMemory);
   }
   return true;
 }
@@ -124,15 +99,12 @@ bool CFile::FinishRevision()
   if (!m_bDirty)
     return true;
   if (!m_root)
-  {
-    BSE::ReportError(this, g_nFileNotCreated);
-    return Fail();
-  }
+    return Fail(g_nFileNotCreated);
   if (!PrepareToWrite() || !FlushObjects())
-    return Fail();
+    return FailWriting();
   m_nFileSize = m_pGenerator->Tell();
   if (!WriteSection() || !m_pWriter->Flush())
-    return Fail();
+    return FailWriting();
   m_bDirty = false;
   m_nRevisionStart = m_pGenerator->Tell() - m_nHeaderOffset;
   m_nFlushedStreams = 0;
@@ -211,44 +183,36 @@ bool CFile::LinearizeOutput()
   return m_pTarget ? LinearizeOutputMemory() : LinearizeOutputFile();
 }
 
-// The linearized file replaces the plain one only once it is complete.
+// The plain file stays where linearizing fails, which is no failure of the save then.
 bool CFile::LinearizeOutputFile()
 {
-  const char* szFile = m_pOutput->GetFileName();
-  if (!szFile || !*szFile)
+  if (!ReplaceOutputFile())
   {
     if (BSE::CTracer::IsOn())
       BSE::CTracer::Trace("E", "PDF File", "Linearization of output file failed.");
     BSE::ReportError(this, g_nLinearizationFailed);
-    return true;
   }
-  const BSE::CStr8 path = ResolveLinks(szFile);
-  szFile = path.GetText();
-  BSE::CStr8 temporary(szFile);
-  temporary.Append(".tmp");
-  const char* szTemporary = temporary.GetText();
-  struct stat status = {};
-  const bool bKnown = stat(szFile, &status) == 0;
-  if (bKnown)
-    CreatePrivate(szTemporary, status);
-  const bool bLinearized = m_pLinearizer->LinearizeFile(szFile, szTemporary, *this);
-  // A file system without modes refuses to set them.
-  if (bLinearized && bKnown)
-    static_cast<void>(chmod(szTemporary, status.st_mode & 07777));
-  if (bLinearized && std::rename(szTemporary, szFile) == 0)
+  return true;
+}
+
+// The linearized file replaces the plain one only once it is complete.
+bool CFile::ReplaceOutputFile()
+{
+  const auto* pFile = dynamic_cast<BSE::CFileStream*>(m_pOutput.Get());
+  BSE::CReplacementFile replacement;
+  std::int64_t nWritten = 0;
+  if (!pFile || !BSE::CatchExhaustion(this, [&] { return replacement.Create(pFile->GetFileName(), this); }))
+    return false;
+  // A name that leads to another file by now is not the one to be replaced.
+  if (!replacement.Replaces(*pFile) ||
+      !m_pLinearizer->LinearizeStream(m_pOutput.Get(), replacement.GetStream(), *this, nWritten))
+    return false;
+  if (replacement.Commit())
     return true;
   if (BSE::CTracer::IsOn())
-  {
-    if (bLinearized)
-      BSE::CTracer::Trace("E", "PDF File", "Error %d renaming file %s to file %s.", errno, szTemporary,
-                          szFile);
-    else
-      BSE::CTracer::Trace("E", "PDF File", "Linearization of output file failed.");
-  }
-  if (unlink(szTemporary) != 0 && errno != ENOENT && BSE::CTracer::IsOn())
-    BSE::CTracer::Trace("E", "PDF File", "Error %d removing temp file %s.", errno, szTemporary);
-  BSE::ReportError(this, g_nLinearizationFailed);
-  return true;
+    BSE::CTracer::Trace("E", "PDF File", "Error %d renaming file %s to file %s.", errno,
+                        replacement.GetStream()->GetFileName(), pFile->GetFileName());
+  return false;
 }
 
 bool CFile::LinearizeOutputMemory()
@@ -264,8 +228,10 @@ bool CFile::LinearizeOutputMemory()
     return true;
   if (BSE::CTracer::IsOn())
     BSE::CTracer::Trace("E", "PDF File", "Linearization of output file failed.");
+  // The plain file in its place is whole, and told from the linearized one by this code alone.
+  if (DeliverInstead(nWritten))
+    return Fail(g_nLinearizationFailed);
   BSE::ReportError(this, g_nLinearizationFailed);
-  DeliverInstead(nWritten);
   return false;
 }
 
@@ -278,23 +244,23 @@ bool CFile::RewindTarget()
 bool CFile::DeliverInstead(std::int64_t nWritten)
 {
   if (nWritten > 0 && (!m_pTarget->IsSeekable() || !m_pTarget->Rewind()))
-  {
-    BSE::ReportError(this, g_nFileNotCreated);
-    return false;
-  }
+    return Fail(g_nFileNotCreated);
   if (!DeliverToTarget())
     return false;
   const std::int64_t nLength = m_pTarget->GetLength();
   const std::int64_t nTaken = nLength >= 0 ? std::min(nWritten, nLength) : nWritten;
-  return CoverRest(*m_pTarget, nTaken - m_pOutput->GetLength(), m_nXRefPosition);
+  return CoverRest(*m_pTarget, nTaken - m_pOutput->GetLength(), m_nXRefPosition) ||
+         Fail(BSE::GetWriteFailure(m_pTarget.Get()));
 }
 
 bool CFile::DeliverToTarget()
 {
   if (m_pWriter && !m_pWriter->Flush())
-    return false;
+    return FailWriting();
+  BSE::CTLSError::SetSuccess();
   if (m_pOutput->Rewind() && m_pTarget->CopyFrom(m_pOutput.Get(), -1, false))
     return true;
+  Fail(BSE::GetWriteFailure(m_pTarget.Get()));
   BSE::ReportError(this, g_nFileNotCreated);
   return false;
 }

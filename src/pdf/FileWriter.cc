@@ -28,6 +28,8 @@ constexpr int g_nWriteBufferSize = 1 << 16;
 
 constexpr int g_nIdLength = 16;
 
+constexpr unsigned g_nFileNotCreated = 0x80410102U;
+
 // Identifiers need to differ, not to be secret.
 unsigned CreateSeed()
 {
@@ -96,9 +98,11 @@ bool CFile::Create(BSE::IByteStream* pStream, const CString& id, bool bDirectOut
 {
   if (!BSE::IsObjectAddress(pStream) || !pStream->IsValid())
   {
-    BSE::ReportError(this, 0x80410102U);
+    BSE::ReportEnd(this, g_nFileNotCreated);
     return false;
   }
+  // What the thread has met before is not what will end this file.
+  BSE::CTLSError::SetSuccess();
   m_pTarget = nullptr;
   m_pOutput = pStream;
   if (!bDirectOutput && !pStream->IsFile())
@@ -169,8 +173,7 @@ CObjectPtr CFile::NewObject(int nObjNumber, int nGenNumber, int nGroup)
     nObjNumber = std::max(m_xref.GetSize(), 1);
   if (nObjNumber < 1 || nObjNumber > BSE::g_nMaxObjNumber)
   {
-    BSE::ReportError(this, 0x80410102U);
-    m_bFailed = true;
+    Fail(g_nFileNotCreated);
     return nullptr;
   }
   auto* pObject = new CIndirectObject(this, nObjNumber, nGenNumber, -1);
@@ -235,7 +238,7 @@ bool CFile::WriteHeader()
   if (m_bAppending)
   {
     if (!m_pWriter->Seek(-1))
-      return Fail();
+      return FailWriting();
     m_nRevisionStart = m_pWriter->Tell() - m_nHeaderOffset;
     m_pGenerator->WriteByte('\n');
   }
@@ -250,13 +253,24 @@ bool CFile::WriteHeader()
     m_pGenerator->WriteText("\n%\xE2\xE3\xCF\xD3\n");
   }
   m_bHeaderWritten = true;
-  return !m_pWriter->HasFailed() || Fail();
+  return !m_pWriter->HasFailed() || FailWriting();
 }
 
-bool CFile::Fail()
+bool CFile::Fail(unsigned nCode)
 {
+  if (!m_bFailed && nCode != 0)
+    BSE::ReportEnd(this, nCode);
   m_bFailed = true;
   return false;
+}
+
+// Whatever was to be written came from the input, or from memory, if it was not the output that refused it.
+bool CFile::FailWriting()
+{
+  if (m_pWriter && m_pWriter->HasFailed())
+    return Fail(m_pWriter->GetFailure());
+  const BSE::IError* pError = BSE::CTLSError::Get();
+  return Fail(pError ? pError->GetCode() : 0);
 }
 
 void CFile::SyncOutput()
@@ -356,11 +370,11 @@ bool CFile::WriteCompressed(CIndirectObject& object, int nGroup)
   if (!pPending)
     pPending.Reset(new CPendingObjectStream(*this));
   if (!pPending->Add(object))
-    return Fail();
+    return Fail(BSE::g_nOutOfMemory);
   if (!pPending->IsFull())
     return true;
   const BSE::CScopedPtr<CPendingObjectStream> pFull = std::move(pPending);
-  return pFull->Flush() || Fail();
+  return pFull->Flush() || Fail(BSE::g_nOutOfMemory);
 }
 
 bool CFile::FlushPendingHolder(int nStream)
@@ -370,7 +384,7 @@ bool CFile::FlushPendingHolder(int nStream)
     if (!pPending || pPending->GetObjNumber() != nStream)
       continue;
     const BSE::CScopedPtr<CPendingObjectStream> pComplete = std::move(pPending);
-    return pComplete->Flush() || Fail();
+    return pComplete->Flush() || Fail(BSE::g_nOutOfMemory);
   }
   return true;
 }
@@ -401,12 +415,9 @@ bool CFile::WriteDirect(CIndirectObject& object)
   m_pGenerator->SetEncryption(nullptr, 0, 0);
   m_pGenerator->EndObject();
   if (bWritten && pStrings && pStrings->HasFailed())
-  {
-    BSE::ReportError(this, BSE::g_nStreamWriteFailed);
-    bWritten = false;
-  }
+    return Fail(BSE::g_nStreamWriteFailed);
   if (!bWritten || m_pWriter->HasFailed())
-    return Fail();
+    return FailWriting();
   m_xref.SetOffset(nObjNumber, nGenNumber, nOffset);
   return true;
 }
@@ -462,7 +473,9 @@ bool CFile::WriteStreamData(CIndirectObject& object, CSecurityHandler* pSecurity
   if (pSecurity)
     pSink = pSecurity->CreateEncryptFilter(m_pWriter.Get(), object.GetObjNumber(),
                                            std::max(object.GetGenNumber(), 0), this, nCrypt);
-  if (!pSink || !pSink->CopyFrom(pData.Get(), nLength, true) || !CloseEncodeChain(pSink.Get()))
+  if (!pSink)
+    return Fail(BSE::g_nStreamWriteFailed);
+  if (!pSink->CopyFrom(pData.Get(), nLength, true) || !CloseEncodeChain(pSink.Get()))
     return false;
   m_pGenerator->EndStream();
   return true;

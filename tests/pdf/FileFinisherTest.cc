@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <string>
 
@@ -17,13 +18,6 @@ namespace
 class CFakeLinearizer : public ILinearizer
 {
 public:
-  bool LinearizeFile(const char* szInput, const char* szOutput, CFile&) override
-  {
-    std::ifstream input(szInput, std::ios::binary);
-    m_input.assign((std::istreambuf_iterator<char>(input)), std::istreambuf_iterator<char>());
-    std::ofstream(szOutput, std::ios::binary) << "linearized";
-    return m_bResult;
-  }
   bool LinearizeStream(BSE::IByteStream* pInput, BSE::IByteStream* pOutput, CFile&,
                        std::int64_t& nWritten) override
   {
@@ -138,13 +132,27 @@ TEST(FileFinisher, ReportsAFailingOutput)
   {
     for (const bool bDirect : {true, false})
     {
-      CFile file(nullptr);
+      BSE::CErrorHandler errors;
+      CFile file(&errors);
       BSE::CObjectPtr<CLimitedStream> pOutput(new CLimitedStream(nLimit));
       ASSERT_TRUE(file.Create(pOutput.Get(), CString(), bDirect, nLimit > 100));
       AddPages(file, nLimit > 1000 ? 1000 : 1, 0);
       file.SetLinearize(!bDirect, false, nullptr);
       EXPECT_FALSE(file.Close()) << nLimit;
+      EXPECT_EQ(errors.GetEndCode(), BSE::g_nOutOfMemory) << "memory that takes no more";
     }
+  }
+  for (const bool bDirect : {true, false})
+  {
+    BSE::CErrorHandler errors;
+    CFile file(&errors);
+    const BSE::CObjectPtr<BSE::CFileStream> pFull(
+        new BSE::CFileStream("/dev/full", BSE::eFileWrite, &errors));
+    ASSERT_TRUE(file.Create(pFull.Get(), CString(), bDirect, true));
+    AddPages(file, 1, 0);
+    EXPECT_FALSE(file.Close());
+    BSE::ReportError(&file, 0x80410112U);
+    EXPECT_EQ(errors.GetEndCode(), static_cast<unsigned>(ENOSPC)) << "whatever is reported after it";
   }
   // Without a catalogue there is no file.
   CFile file(nullptr);
@@ -204,7 +212,7 @@ TEST(FileFinisher, NeverDeliversBehindABrokenPart)
       AddPages(file, 9, 0);
       file.SetLinearize(true, false, &linearizer);
       EXPECT_FALSE(file.Close());
-      EXPECT_EQ(errors.GetLastCode(), bPipe && nPart > 0 ? 0x80410102U : 0x83410544U);
+      EXPECT_EQ(errors.GetEndCode(), bPipe && nPart > 0 ? 0x80410102U : 0x83410544U);
       const std::string bytes = GetContents(*pTarget);
       if (bPipe && nPart > 0)
       {
@@ -246,19 +254,17 @@ TEST(FileFinisher, KeepsTheModeOfAFileAndItsLinks)
   std::filesystem::create_symlink(path, link);
   struct CWatchingLinearizer : CFakeLinearizer
   {
-    bool LinearizeFile(const char* szInput, const char* szOutput, CFile& file) override
+    bool LinearizeStream(BSE::IByteStream* pInput, BSE::IByteStream* pOutput, CFile& file,
+                         std::int64_t& nWritten) override
     {
-      const bool bResult = CFakeLinearizer::LinearizeFile(szInput, szOutput, file);
-      m_mode = std::filesystem::status(szOutput).permissions();
-      return bResult;
+      m_mode = std::filesystem::status(pOutput->GetFileName()).permissions();
+      return CFakeLinearizer::LinearizeStream(pInput, pOutput, file, nWritten);
     }
     std::filesystem::perms m_mode = std::filesystem::perms::unknown;
   };
   for (const auto mode : {std::filesystem::perms(0600), std::filesystem::perms(0644)})
   {
     std::filesystem::remove(path);
-    std::ofstream(path + ".tmp") << "stale";
-    std::filesystem::permissions(path + ".tmp", std::filesystem::perms(0666));
     CWatchingLinearizer linearizer;
     CFile file(nullptr);
     ASSERT_TRUE(file.Create(new BSE::CFileStream(link.c_str(), BSE::eFileWrite), CString(), false, false));
@@ -274,6 +280,34 @@ TEST(FileFinisher, KeepsTheModeOfAFileAndItsLinks)
   }
   std::filesystem::remove(link);
   std::filesystem::remove(path);
+}
+
+// Whatever has the temporary name already is left alone, and so is a file that took the output's name.
+TEST(FileFinisher, WritesThroughNoPlantedName)
+{
+  const std::string path = testing::TempDir() + "brevex_finisher_plant" + std::to_string(getpid()) + ".pdf";
+  const std::string other = path + ".other";
+  for (const bool bLink : {true, false})
+  {
+    std::ofstream(other) << "other";
+    CFakeLinearizer linearizer;
+    BSE::CErrorHandler errors;
+    CFile file(&errors);
+    ASSERT_TRUE(file.Create(new BSE::CFileStream(path.c_str(), BSE::eFileWrite), CString(), false, false));
+    AddPages(file, 1, 0);
+    file.SetLinearize(true, false, &linearizer);
+    if (bLink)
+      std::filesystem::create_symlink(other, path + ".tmp");
+    else
+      std::filesystem::rename(other, path);
+    EXPECT_TRUE(file.Close());
+    EXPECT_EQ(errors.GetLastCode(), 0x83410544U);
+    EXPECT_EQ(std::filesystem::file_size(bLink ? other : path), 5U);
+    EXPECT_EQ(std::filesystem::exists(std::filesystem::symlink_status(path + ".tmp")), bLink);
+    std::filesystem::remove(path + ".tmp");
+    std::filesystem::remove(path);
+  }
+  std::filesystem::remove(other);
 }
 
 // The automatic decision weighs what object streams saved, and the version.

@@ -100,6 +100,10 @@ TEST(CommandFiles, OrderGivesWayToSize)
   EXPECT_GT(folder.Read("out.pdf").size(), sInput.size());
   EXPECT_NE(folder.Read("out.pdf").find("/Linearized"), std::string::npos);
   EXPECT_EQ(folder.Run({"--profile", "web", "large.pdf", "out.pdf"}).nExitCode, 0);
+  const std::vector<std::string> asked = {"--profile", "web",    "--linearize", "--pdf-version",
+                                          "2.0",       "in.pdf", "out.pdf"};
+  EXPECT_EQ(folder.Run(asked).nExitCode, 0);
+  EXPECT_NE(folder.Read("out.pdf").find("/Linearized"), std::string::npos) << "asked for, not a profile's";
   EXPECT_EQ(folder.Run({"--profile", "web", "tiny.pdf", "out.pdf"}).nExitCode, 0);
   EXPECT_EQ(folder.Read("out.pdf"), CCommandFolder::MakeTiny());
 }
@@ -142,19 +146,6 @@ TEST(CommandFiles, InterruptionLeavesNothing)
   EXPECT_EQ(folder.CountEntries(), 3);
 }
 
-// As it waits for the reader, the file of a linearization that has not come to its end is put beside its own.
-TEST(CommandFiles, InterruptedLinearizationLeavesNothing)
-{
-  const CCommandFolder folder;
-  ASSERT_EQ(mkfifo(folder.GetPath("pipe").c_str(), 0600), 0);
-  const std::string sScript = "TMPDIR=. '" + std::string(BREVEX_PROGRAM) +
-                              "' large.pdf pipe & sleep 1; for file in brevex.*; do : > \"$file.tmp\"; done; "
-                              "kill -TERM $!; wait $!";
-  const TProcessResult result = Support::RunProgram({"sh", "-c", sScript}, {}, folder.GetPath(""));
-  EXPECT_EQ(result.nExitCode, 143) << result.sErr;
-  EXPECT_EQ(folder.CountEntries(), 3);
-}
-
 TEST(CommandFiles, LimitedFileSizeIsAFailedWrite)
 {
   const CCommandFolder folder;
@@ -192,6 +183,38 @@ TEST(CommandFiles, FoldersAndJobs)
   }
   EXPECT_FALSE(folder.Exists("out/deep/er/note.txt"));
   EXPECT_NE(result.sErr.find("4 files"), std::string::npos) << result.sErr;
+}
+
+TEST(CommandFiles, FoldersThatCannotBeReadAreTold)
+{
+  if (geteuid() == 0)
+  {
+    GTEST_SKIP() << "root reads every folder";
+  }
+  const CCommandFolder folder;
+  std::filesystem::create_directories(folder.GetPath("in/closed"));
+  folder.Write("in/a.pdf", CCommandFolder::MakeLarge());
+  ASSERT_EQ(chmod(folder.GetPath("in/closed").c_str(), 0), 0);
+  const TProcessResult result = folder.Run({"-r", "-o", "out", "in"});
+  EXPECT_EQ(chmod(folder.GetPath("in/closed").c_str(), 0700), 0);
+  EXPECT_EQ(result.nExitCode, 3);
+  EXPECT_NE(result.sErr.find("in/closed"), std::string::npos) << result.sErr;
+  EXPECT_TRUE(folder.Exists("out/a.pdf"));
+}
+
+// There is room for a stack or two: the threads that could be started do the work.
+TEST(CommandFiles, FewerThreadsThanAskedFor)
+{
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "a sanitizer takes more than the limit";
+#endif
+  const CCommandFolder folder;
+  const std::string sScript =
+      "ulimit -s 4000000; ulimit -v 10000000; '" + std::string(BREVEX_PROGRAM) +
+      "' -j 99 -o out $(for i in $(seq 99); do cp tiny.pdf $i.pdf; echo $i.pdf; done)";
+  const TProcessResult result = Support::RunProgram({"sh", "-c", sScript}, {}, folder.GetPath("").string());
+  EXPECT_EQ(result.nExitCode, 0) << result.sErr;
+  EXPECT_EQ(folder.Read("out/99.pdf"), CCommandFolder::MakeTiny());
 }
 
 TEST(CommandFiles, WorstExitCodeOfMany)

@@ -1,26 +1,28 @@
 #include "AtomicFile.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <mutex>
+#include <random>
 #include <set>
 #include <system_error>
-
-#include "FileBytes.h"
+#include <utility>
 
 namespace Tool
 {
 namespace
 {
 
+constexpr int g_nMaxAttempts = 100;
+
+// Of names that are taken for the temporary one: the system allows 255 bytes.
+constexpr size_t g_nMaxNamePart = 200;
+
 std::mutex g_temporaryLock;
-std::set<std::string> g_temporaryFiles;
+std::set<std::pair<int, std::string>> g_temporaryFiles;  // a folder's descriptor and a name in it
 
 // The mask can only be read by setting it, so it is read before there is a second thread.
 mode_t ReadMask()
@@ -38,6 +40,23 @@ std::string GetTemporaryFolder()
   return error ? "/tmp" : path.string();
 }
 
+std::string MakeSuffix()
+{
+  constexpr char szLetters[] = "abcdefghijklmnopqrstuvwxyz0123456789";
+  std::random_device random;
+  std::string sSuffix = ".";
+  for (int i = 0; i < 8; ++i)
+  {
+    sSuffix += szLetters[random() % (sizeof szLetters - 1)];
+  }
+  return sSuffix;
+}
+
+bool IsSame(const struct stat& one, const struct stat& other)
+{
+  return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
+}
+
 }  // namespace
 
 CAtomicFile::~CAtomicFile()
@@ -45,9 +64,16 @@ CAtomicFile::~CAtomicFile()
   if (!m_sTemporary.empty())
   {
     const std::lock_guard lock(g_temporaryLock);
-    unlink(m_sTemporary.c_str());
-    g_temporaryFiles.erase(m_sTemporary);
+    RemoveTemporary();
   }
+}
+
+// Under the lock.
+void CAtomicFile::RemoveTemporary()
+{
+  unlinkat(m_pFolder->Get(), m_sTemporary.c_str(), 0);
+  g_temporaryFiles.erase({m_pFolder->Get(), m_sTemporary});
+  m_sTemporary.clear();
 }
 
 bool CAtomicFile::Fail(const char* szDoing)
@@ -57,11 +83,11 @@ bool CAtomicFile::Fail(const char* szDoing)
   return false;
 }
 
-bool CAtomicFile::Create(const std::string& sTarget)
+bool CAtomicFile::Create(const std::string& sTarget, int nInput)
 {
   if (sTarget == "-")
   {
-    return OpenTemporary(GetTemporaryFolder(), "brevex");
+    return OpenNameless();
   }
   m_sTarget = sTarget;
   std::error_code error;
@@ -70,42 +96,107 @@ bool CAtomicFile::Create(const std::string& sTarget)
   {
     m_sTarget = resolved.string();
   }
-  struct stat status
-  {
-  };
-  const bool bExists = stat(m_sTarget.c_str(), &status) == 0;
-  if (bExists && S_ISDIR(status.st_mode))
-  {
-    errno = EISDIR;
-    return Fail("write");
-  }
-  if (bExists && access(m_sTarget.c_str(), W_OK) != 0)
-  {
-    return Fail("write");
-  }
-  m_bRename = !bExists || S_ISREG(status.st_mode);
-  if (!m_bRename)
-  {
-    return OpenTemporary(GetTemporaryFolder(), "brevex");
-  }
   const std::filesystem::path path(m_sTarget);
   const std::string sFolder = path.has_parent_path() ? path.parent_path().string() : ".";
-  return OpenTemporary(sFolder, "." + path.filename().string().substr(0, 200));
+  m_sName = path.filename().string();
+  m_pFolder = std::make_unique<CFileDescriptor>(open(sFolder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+  if (!m_pFolder->IsOpen())
+  {
+    return Fail("create");
+  }
+  if (!CheckTarget(nInput))
+  {
+    return Fail("write");
+  }
+  return m_bRename ? OpenTemporary(sFolder, "." + m_sName.substr(0, g_nMaxNamePart)) : OpenNameless();
+}
+
+bool CAtomicFile::CheckTarget(int nInput)
+{
+  m_bExists = fstatat(m_pFolder->Get(), m_sName.c_str(), &m_status, AT_SYMLINK_NOFOLLOW) == 0;
+  if (m_bExists && S_ISDIR(m_status.st_mode))
+  {
+    errno = EISDIR;
+    return false;
+  }
+  // A link that leads nowhere is replaced as if there were nothing.
+  m_bExists = m_bExists && !S_ISLNK(m_status.st_mode);
+  if (m_bExists && faccessat(m_pFolder->Get(), m_sName.c_str(), W_OK, 0) != 0)
+  {
+    return false;
+  }
+  m_bRename = !m_bExists || S_ISREG(m_status.st_mode);
+  struct stat input
+  {
+  };
+  m_bIsInput = m_bExists && nInput >= 0 && fstat(nInput, &input) == 0 && IsSame(input, m_status);
+  return true;
 }
 
 bool CAtomicFile::OpenTemporary(const std::string& sFolder, const std::string& sName)
 {
-  std::string sTemplate = sFolder + "/" + sName + ".XXXXXX";
+  // Held across the call, so that an interruption finds every file that was made.
   const std::lock_guard lock(g_temporaryLock);
-  const int nFile = mkostemp(sTemplate.data(), O_CLOEXEC);
-  if (nFile < 0)
+  if (!m_pFolder)
   {
-    return Fail("create");
+    m_pFolder = std::make_unique<CFileDescriptor>(open(sFolder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
   }
-  m_sTemporary = sTemplate;
-  g_temporaryFiles.insert(m_sTemporary);
-  close(nFile);
+  for (int i = 0; i < g_nMaxAttempts; ++i)
+  {
+    const std::string sTemporary = sName + MakeSuffix();
+    const int nFile = openat(m_pFolder->Get(), sTemporary.c_str(),
+                             O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    if (nFile >= 0)
+    {
+      m_pFile = std::make_unique<CFileDescriptor>(nFile);
+      m_sTemporary = sTemporary;
+      g_temporaryFiles.emplace(m_pFolder->Get(), m_sTemporary);
+      return true;
+    }
+    if (errno != EEXIST)
+    {
+      break;
+    }
+  }
+  return Fail("create");
+}
+
+bool CAtomicFile::OpenNameless()
+{
+  m_pFolder.reset();
+  if (!OpenTemporary(GetTemporaryFolder(), "brevex"))
+  {
+    return false;
+  }
+  const std::lock_guard lock(g_temporaryLock);
+  RemoveTemporary();
   return true;
+}
+
+bool CAtomicFile::Empty()
+{
+  return ftruncate(m_pFile->Get(), 0) == 0 && lseek(m_pFile->Get(), 0, SEEK_SET) == 0;
+}
+
+bool CAtomicFile::Restart(TBrevexStreamDescriptor& callbacks)
+{
+  if (!Empty())
+  {
+    return Fail("write");
+  }
+  m_stream.Attach(m_pFile->Get());
+  callbacks = m_stream.GetCallbacks();
+  return true;
+}
+
+bool CAtomicFile::HasFailedToWrite()
+{
+  if (m_stream.GetError() == 0)
+  {
+    return false;
+  }
+  errno = m_stream.GetError();
+  return !Fail("write");
 }
 
 std::int64_t CAtomicFile::GetSize() const
@@ -113,20 +204,17 @@ std::int64_t CAtomicFile::GetSize() const
   struct stat status
   {
   };
-  return stat(m_sTemporary.c_str(), &status) == 0 ? status.st_size : -1;
+  return fstat(m_pFile->Get(), &status) == 0 ? status.st_size : -1;
 }
 
 bool CAtomicFile::ReplaceByFile(int nInput)
 {
-  const CFileDescriptor output(open(m_sTemporary.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC));
-  return (output.IsOpen() && lseek(nInput, 0, SEEK_SET) == 0 && CopyBytes(nInput, output.Get())) ||
-         Fail("write");
+  return (Empty() && lseek(nInput, 0, SEEK_SET) == 0 && CopyBytes(nInput, m_pFile->Get())) || Fail("write");
 }
 
 bool CAtomicFile::ReplaceByBytes(const std::string& sBytes)
 {
-  const CFileDescriptor output(open(m_sTemporary.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC));
-  return (output.IsOpen() && WriteBytes(output.Get(), sBytes.data(), sBytes.size())) || Fail("write");
+  return (Empty() && WriteBytes(m_pFile->Get(), sBytes.data(), sBytes.size())) || Fail("write");
 }
 
 bool CAtomicFile::Commit()
@@ -136,55 +224,85 @@ bool CAtomicFile::Commit()
 
 bool CAtomicFile::CopyToTarget()
 {
-  const CFileDescriptor input(open(m_sTemporary.c_str(), O_RDONLY | O_CLOEXEC));
-  const CFileDescriptor output(m_sTarget.empty() ? dup(STDOUT_FILENO)
-                                                 : open(m_sTarget.c_str(), O_WRONLY | O_CLOEXEC));
-  return (input.IsOpen() && output.IsOpen() && CopyBytes(input.Get(), output.Get())) || Fail("write");
+  CFileDescriptor output(m_sTarget.empty() ? dup(STDOUT_FILENO)
+                                           : open(m_sTarget.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC));
+  struct stat status
+  {
+  };
+  if (!output.IsOpen() || fstat(output.Get(), &status) != 0 || lseek(m_pFile->Get(), 0, SEEK_SET) != 0)
+  {
+    return Fail("write");
+  }
+  if (!m_sTarget.empty() && S_ISREG(status.st_mode))
+  {
+    // It was no regular file when it was looked at.
+    errno = EEXIST;
+    return Fail("write");
+  }
+  return (CopyBytes(m_pFile->Get(), output.Get()) && output.Close()) || Fail("write");
 }
 
-bool CAtomicFile::KeepAttributes() const
+// What somebody else has written meanwhile is not the file that was read.
+bool CAtomicFile::HasInputChanged() const
 {
   struct stat status
   {
   };
-  if (stat(m_sTarget.c_str(), &status) != 0)
+  return fstatat(m_pFolder->Get(), m_sName.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 ||
+         !IsSame(status, m_status) || status.st_size != m_status.st_size ||
+         status.st_mtim.tv_sec != m_status.st_mtim.tv_sec ||
+         status.st_mtim.tv_nsec != m_status.st_mtim.tv_nsec;
+}
+
+bool CAtomicFile::KeepAttributes() const
+{
+  const int nFile = m_pFile->Get();
+  if (!m_bExists)
   {
-    return chmod(m_sTemporary.c_str(), 0666 & ~g_nMask) == 0;
+    return fchmod(nFile, 0666 & ~g_nMask) == 0;
   }
-  // Changing the owner clears bits of the mode, so it comes first; it is for root only and may fail.
-  if (chown(m_sTemporary.c_str(), status.st_uid, status.st_gid) != 0 &&
-      chown(m_sTemporary.c_str(), static_cast<uid_t>(-1), status.st_gid) != 0)
+  // Changing the owner clears bits of the mode, so it comes first; it is for root only and may fail. Whom
+  // the file does not belong to afterwards must not act through it.
+  mode_t nMode = m_status.st_mode & 07777;
+  if (fchown(nFile, m_status.st_uid, m_status.st_gid) != 0)
   {
-    errno = 0;
+    nMode &= 01777;
+    if (fchown(nFile, static_cast<uid_t>(-1), m_status.st_gid) != 0)
+    {
+      errno = 0;
+    }
   }
-  return chmod(m_sTemporary.c_str(), status.st_mode & 07777) == 0;
+  return fchmod(nFile, nMode) == 0;
 }
 
 bool CAtomicFile::Rename()
 {
-  const CFileDescriptor output(open(m_sTemporary.c_str(), O_WRONLY | O_CLOEXEC));
-  if (!output.IsOpen() || !KeepAttributes() || fsync(output.Get()) != 0)
+  if (!KeepAttributes() || fsync(m_pFile->Get()) != 0 || !m_pFile->Close())
   {
     return Fail("write");
   }
   const std::lock_guard lock(g_temporaryLock);
-  if (rename(m_sTemporary.c_str(), m_sTarget.c_str()) != 0)
+  if (m_bIsInput && HasInputChanged())
+  {
+    m_sError = "cannot replace " + m_sTarget + ": it was changed meanwhile";
+    return false;
+  }
+  if (renameat(m_pFolder->Get(), m_sTemporary.c_str(), m_pFolder->Get(), m_sName.c_str()) != 0)
   {
     return Fail("write");
   }
-  g_temporaryFiles.erase(m_sTemporary);
+  g_temporaryFiles.erase({m_pFolder->Get(), m_sTemporary});
   m_sTemporary.clear();
   return true;
 }
 
 void RemoveTemporaryFiles()
 {
-  const std::lock_guard lock(g_temporaryLock);
-  for (const std::string& sName : g_temporaryFiles)
+  // Never released: nothing is made or renamed from here on.
+  g_temporaryLock.lock();
+  for (const auto& [nFolder, sName] : g_temporaryFiles)
   {
-    unlink(sName.c_str());
-    // The library linearizes into a file beside the one that it has written.
-    unlink((sName + ".tmp").c_str());
+    unlinkat(nFolder, sName.c_str(), 0);
   }
   g_temporaryFiles.clear();
 }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <utility>
 #include <vector>
 
 namespace Tool
@@ -28,10 +29,14 @@ ssize_t ReadBlock(int nInput, char* pBytes, size_t nSize)
 
 CFileDescriptor::~CFileDescriptor()
 {
-  if (m_nFile >= 0)
-  {
-    close(m_nFile);
-  }
+  Close();
+}
+
+bool CFileDescriptor::Close()
+{
+  const int nFile = std::exchange(m_nFile, -1);
+  // Not repeated after a signal: the descriptor is gone then.
+  return nFile < 0 || close(nFile) == 0 || errno == EINTR;
 }
 
 bool WriteBytes(int nFile, const char* pBytes, size_t nSize)

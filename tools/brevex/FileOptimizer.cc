@@ -1,8 +1,10 @@
 #include "FileOptimizer.h"
 
+#include <algorithm>
 #include <chrono>
 #include <exception>
 #include <filesystem>
+#include <iterator>
 #include <system_error>
 
 #include "AtomicFile.h"
@@ -72,44 +74,64 @@ std::string MarkPassword(const std::optional<std::string>& sPassword)
   return IsAscii(sText) ? sText : "\xEF\xBB\xBF" + ToUtf8(ToUtf16(sText).c_str());
 }
 
-bool Save(const CHandle& handle, const CAtomicFile& output, const TEncryptionOptions& options)
+bool Save(const CHandle& handle, CAtomicFile& output, const TEncryptionOptions& options)
 {
+  TBrevexStreamDescriptor stream;
+  if (!output.Restart(stream))
+  {
+    return false;
+  }
   // Bits without a meaning are set (ISO 32000-2, 7.6.4.2, Table 22).
   constexpr unsigned nReserved = 0xFFFFF0C0U;
-  const char* const szFile = output.GetTemporaryName().c_str();
   switch (options.protection)
   {
   case TProtection::Remove:
-    return BrevexSaveAsA(handle.Get(), szFile, nullptr, nullptr, BREVEX_PERMISSIONS_PLAIN) != 0;
+    return BrevexSaveAsStreamA(handle.Get(), &stream, nullptr, nullptr, BREVEX_PERMISSIONS_PLAIN) != 0;
   case TProtection::Encrypt:
     BrevexSetOutputCipher(handle.Get(), options.nCipher);
-    return BrevexSaveAsA(handle.Get(), szFile, MarkPassword(options.sUserPassword).c_str(),
-                         MarkPassword(options.sOwnerPassword).c_str(),
-                         static_cast<int>(nReserved | options.nPermissions.value_or(BREVEX_PERMIT_ALL))) != 0;
+    return BrevexSaveAsStreamA(
+               handle.Get(), &stream, MarkPassword(options.sUserPassword).c_str(),
+               MarkPassword(options.sOwnerPassword).c_str(),
+               static_cast<int>(nReserved | options.nPermissions.value_or(BREVEX_PERMIT_ALL))) != 0;
   case TProtection::Keep:
     break;
   }
   BrevexSetOutputCipher(handle.Get(), BREVEX_CIPHER_AS_INPUT);
-  return BrevexSaveAsA(handle.Get(), szFile, nullptr, nullptr, BREVEX_PERMISSIONS_AS_INPUT) != 0;
+  return BrevexSaveAsStreamA(handle.Get(), &stream, nullptr, nullptr, BREVEX_PERMISSIONS_AS_INPUT) != 0;
 }
 
-// The order for a fast display that a profile asks for must not cost the gain: then without it.
-bool SaveSmaller(const CHandle& handle, const CAtomicFile& output, const TOptimizeOptions& options,
-                 std::int64_t nInputBytes)
+bool SaveWithoutOrder(const CHandle& handle, CAtomicFile& output, const TOptimizeOptions& options)
 {
-  const bool bSaved = Save(handle, output, options.encryption);
-  const bool bLinearizes = BrevexGetLinearize(handle.Get()) != 0 || BrevexGetAutoLinearize(handle.Get()) != 0;
-  if (!bSaved || !bLinearizes || options.bAllowLarger || output.GetSize() < nInputBytes)
-  {
-    return bSaved;
-  }
   BrevexSetLinearize(handle.Get(), 0);
   BrevexSetAutoLinearize(handle.Get(), 0);
   return Save(handle, output, options.encryption);
 }
 
+// The order for a fast display that a profile asks for must not cost the gain: then without it. The same for
+// a document that cannot be brought into that order, of which the reports are kept.
+bool SaveSmaller(const CHandle& handle, CAtomicFile& output, const TOptimizeOptions& options,
+                 TFileResult& result, std::vector<TReport>& refusals)
+{
+  const bool bLinearizes = BrevexGetLinearize(handle.Get()) != 0 || BrevexGetAutoLinearize(handle.Get()) != 0;
+  const bool bSaved = Save(handle, output, options.encryption);
+  if (!bSaved && bLinearizes && BrevexGetErrorCode(handle.Get()) == BREVEX_STATUS_LINEARIZE_FAILED)
+  {
+    TakeReports(result, handle);
+    const auto isRefusal = [](const TReport& report)
+    { return report.report.nCode == BREVEX_STATUS_LINEARIZE_FAILED; };
+    std::copy_if(result.reports.begin(), result.reports.end(), std::back_inserter(refusals), isRefusal);
+    return SaveWithoutOrder(handle, output, options);
+  }
+  if (!bSaved || !bLinearizes || options.bAllowLarger || output.GetSize() < result.nInputBytes)
+  {
+    return bSaved;
+  }
+  return SaveWithoutOrder(handle, output, options);
+}
+
 // The temporary file for the output, in a folder that is made where it is missing.
-bool CreateOutput(const TTask& task, bool bMakeFolder, CAtomicFile& output, TFileResult& result)
+bool CreateOutput(const TTask& task, const CInput& input, bool bMakeFolder, CAtomicFile& output,
+                  TFileResult& result)
 {
   const std::filesystem::path folder = std::filesystem::path(task.sOutput).parent_path();
   std::error_code error;
@@ -118,7 +140,7 @@ bool CreateOutput(const TTask& task, bool bMakeFolder, CAtomicFile& output, TFil
     Fail(result, TExitCode::Output, "cannot create " + folder.string() + ": " + error.message());
     return false;
   }
-  if (!output.Create(task.sOutput))
+  if (!output.Create(task.sOutput, input.GetDescriptor()))
   {
     Fail(result, TExitCode::Output, output.GetError());
     return false;
@@ -173,15 +195,19 @@ void CFileOptimizer::Optimize(const TTask& task, TFileResult& result) const
   result.nPages = BrevexGetPageCount(handle.Get());
 
   CAtomicFile output;
-  if (!CreateOutput(task, !m_options.sOutputFolder.empty(), output, result))
+  if (!CreateOutput(task, input, !m_options.sOutputFolder.empty(), output, result))
   {
     return;
   }
-  const bool bSaved = SaveSmaller(handle, output, m_options, result.nInputBytes);
+  std::vector<TReport> refusals;
+  const bool bSaved = SaveSmaller(handle, output, m_options, result, refusals);
   TakeReports(result, handle);
+  result.reports.insert(result.reports.end(), refusals.begin(), refusals.end());
   if (!bSaved)
   {
-    return Fail(result, GetSaveExitCode(BrevexGetErrorCode(handle.Get())), "cannot be saved");
+    return output.HasFailedToWrite()
+               ? Fail(result, TExitCode::Output, output.GetError())
+               : Fail(result, GetSaveExitCode(BrevexGetErrorCode(handle.Get())), "cannot be saved");
   }
   BrevexClose(handle.Get());
 

@@ -11,7 +11,7 @@
 namespace Tool
 {
 
-// The input as a stream of the library.
+// Standard input as a stream of the library, from memory.
 struct TInputCallbacks
 {
   static CInput& Get(void* handle) { return *static_cast<CInput*>(handle); }
@@ -33,18 +33,12 @@ struct TInputCallbacks
   static std::int64_t Read(void* handle, void* pBuffer, size_t nSize)
   {
     CInput& input = Get(handle);
-    if (!input.m_pFile)
-    {
-      const std::int64_t nLeft = std::max<std::int64_t>(input.m_nSize - input.m_nPosition, 0);
-      const size_t nTaken = std::min(nSize, static_cast<size_t>(nLeft));
-      const char* pFrom = input.m_sBytes.data() + (nTaken > 0 ? input.m_nPosition : 0);
-      std::copy_n(pFrom, nTaken, static_cast<char*>(pBuffer));
-      input.m_nPosition += static_cast<std::int64_t>(nTaken);
-      return static_cast<std::int64_t>(nTaken);
-    }
-    const ssize_t nRead = pread(input.m_pFile->Get(), pBuffer, nSize, input.m_nPosition);
-    input.m_nPosition += std::max<ssize_t>(nRead, 0);
-    return nRead;
+    const std::int64_t nLeft = std::max<std::int64_t>(input.m_nSize - input.m_nPosition, 0);
+    const size_t nTaken = std::min(nSize, static_cast<size_t>(nLeft));
+    const char* pFrom = input.m_sBytes.data() + (nTaken > 0 ? input.m_nPosition : 0);
+    std::copy_n(pFrom, nTaken, static_cast<char*>(pBuffer));
+    input.m_nPosition += static_cast<std::int64_t>(nTaken);
+    return static_cast<std::int64_t>(nTaken);
   }
 };
 
@@ -56,14 +50,14 @@ bool CInput::Fail()
 
 bool CInput::Load(const std::string& sName)
 {
-  m_sName = sName;
   if (sName == "-")
   {
     const bool bRead = ReadBytes(STDIN_FILENO, m_sBytes);
     m_nSize = static_cast<std::int64_t>(m_sBytes.size());
     return bRead || Fail();
   }
-  m_pFile = std::make_unique<CFileDescriptor>(open(sName.c_str(), O_RDONLY | O_CLOEXEC));
+  // A pipe is told from a file once it is open, for which it must not wait for a writer.
+  m_pFile = std::make_unique<CFileDescriptor>(open(sName.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
   struct stat status
   {
   };
@@ -80,21 +74,27 @@ bool CInput::Load(const std::string& sName)
   return true;
 }
 
+TBrevexStreamDescriptor CInput::GetCallbacks()
+{
+  if (m_pFile)
+  {
+    m_stream.Attach(m_pFile->Get());
+    return m_stream.GetCallbacks();
+  }
+  TBrevexStreamDescriptor callbacks{};
+  callbacks.pfGetLength = TInputCallbacks::GetLength;
+  callbacks.pfSeek = TInputCallbacks::Seek;
+  callbacks.pfTell = TInputCallbacks::Tell;
+  callbacks.pfRead = TInputCallbacks::Read;
+  callbacks.handle = this;
+  m_nPosition = 0;
+  return callbacks;
+}
+
 bool CInput::Open(const CHandle& handle, const std::string& sPassword)
 {
-  // Passwords are Unicode on the command line, and the wide functions take file names through the locale.
-  if (m_pFile && IsAscii(sPassword))
-  {
-    return BrevexOpenA(handle.Get(), m_sName.c_str(), sPassword.c_str()) != 0;
-  }
-  TBrevexStreamDescriptor stream{};
-  stream.pfGetLength = TInputCallbacks::GetLength;
-  stream.pfSeek = TInputCallbacks::Seek;
-  stream.pfTell = TInputCallbacks::Tell;
-  stream.pfRead = TInputCallbacks::Read;
-  stream.handle = this;
-  m_nPosition = 0;
-  return BrevexOpenStreamW(handle.Get(), &stream, ToUtf16(sPassword).c_str()) != 0;
+  const TBrevexStreamDescriptor callbacks = GetCallbacks();
+  return BrevexOpenStreamW(handle.Get(), &callbacks, ToUtf16(sPassword).c_str()) != 0;
 }
 
 bool CInput::CopyTo(CAtomicFile& file) const

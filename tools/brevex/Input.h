@@ -24,16 +24,20 @@ public:
 
   std::int64_t GetSize() const { return m_nSize; }
   bool CopyTo(CAtomicFile& file) const;
+
+  // Of a file; -1 for standard input.
+  int GetDescriptor() const { return m_pFile ? m_pFile->Get() : -1; }
   const std::string& GetError() const { return m_sError; }
 
 private:
   bool Fail();
+  TBrevexStreamDescriptor GetCallbacks();
 
-  std::string m_sName;
   std::string m_sBytes;  // of standard input
   std::unique_ptr<CFileDescriptor> m_pFile;
   std::int64_t m_nSize = 0;
-  std::int64_t m_nPosition = 0;  // of the library's stream
+  std::int64_t m_nPosition = 0;  // in standard input
+  CDescriptorStream m_stream;
   std::string m_sError;
 
   friend struct TInputCallbacks;

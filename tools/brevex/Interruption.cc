@@ -4,6 +4,7 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <system_error>
 #include <thread>
 
 #include "AtomicFile.h"
@@ -31,15 +32,23 @@ void HandleInterruption()
     }
   }
   pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-  std::thread(
-      [signals]
-      {
-        int nSignal = 0;
-        sigwait(&signals, &nSignal);
-        RemoveTemporaryFiles();
-        _exit(128 + nSignal);
-      })
-      .detach();
+  try
+  {
+    std::thread(
+        [signals]
+        {
+          int nSignal = 0;
+          sigwait(&signals, &nSignal);
+          RemoveTemporaryFiles();
+          _exit(128 + nSignal);
+        })
+        .detach();
+  }
+  catch (const std::system_error&)
+  {
+    // There is no thread to be had: the signals end the program as they do without it.
+    pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
+  }
 }
 
 }  // namespace Tool

@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdio>
+#include <exception>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -21,6 +24,23 @@ size_t CountThreads(const TOptimizeOptions& options, size_t nTasks)
   return std::min(nWanted, nTasks);
 }
 
+// What ends here is a report that there was no memory for: the other files are still done.
+TExitCode RunTask(const CFileOptimizer& optimizer, const TTask& task, CReporter& reporter)
+{
+  try
+  {
+    reporter.OnStart(task.sInput);
+    const TFileResult result = optimizer.Run(task);
+    reporter.OnDone(result);
+    return result.exitCode;
+  }
+  catch (const std::exception& exception)
+  {
+    std::fprintf(stderr, "brevex: %s: %s\n", task.sInput.c_str(), exception.what());
+    return TExitCode::Internal;
+  }
+}
+
 }  // namespace
 
 TExitCode RunOptimize(const TOptimizeOptions& options)
@@ -31,6 +51,10 @@ TExitCode RunOptimize(const TOptimizeOptions& options)
     WriteError(list.sError);
     return TExitCode::Usage;
   }
+  for (const std::string& sError : list.unread)
+  {
+    WriteError(sError);
+  }
   if (!options.sColorEngine.empty())
   {
     BrevexSetCMSEngineA(options.sColorEngine.c_str());
@@ -38,22 +62,27 @@ TExitCode RunOptimize(const TOptimizeOptions& options)
 
   CReporter reporter(options, list.tasks.size());
   const CFileOptimizer optimizer(options);
-  std::vector<TExitCode> codes(list.tasks.size(), TExitCode::Done);
+  std::vector<TExitCode> codes(list.tasks.size(), TExitCode::Internal);
   std::atomic<size_t> nNext{0};
   const auto work = [&]
   {
     for (size_t i = nNext++; i < list.tasks.size(); i = nNext++)
     {
-      reporter.OnStart(list.tasks[i].sInput);
-      const TFileResult result = optimizer.Run(list.tasks[i]);
-      codes[i] = result.exitCode;
-      reporter.OnDone(result);
+      codes[i] = RunTask(optimizer, list.tasks[i], reporter);
     }
   };
   std::vector<std::thread> threads;
-  for (size_t i = 1; i < CountThreads(options, list.tasks.size()); ++i)
+  threads.reserve(CountThreads(options, list.tasks.size()));
+  try
   {
-    threads.emplace_back(work);
+    while (threads.size() + 1 < CountThreads(options, list.tasks.size()))
+    {
+      threads.emplace_back(work);
+    }
+  }
+  catch (const std::system_error&)
+  {
+    // Those that could be started do the work, and this one.
   }
   work();
   for (std::thread& thread : threads)
@@ -61,7 +90,8 @@ TExitCode RunOptimize(const TOptimizeOptions& options)
     thread.join();
   }
   reporter.OnEnd();
-  return codes.empty() ? TExitCode::Done : *std::max_element(codes.begin(), codes.end());
+  codes.push_back(list.unread.empty() ? TExitCode::Done : TExitCode::Input);
+  return *std::max_element(codes.begin(), codes.end());
 }
 
 }  // namespace Tool

@@ -32,6 +32,16 @@ constexpr unsigned g_nLayerNumbers = Bit(BREVEX_COMPRESSION_RAW) | Bit(BREVEX_CO
                                      Bit(BREVEX_COMPRESSION_FLATE) | Bit(BREVEX_COMPRESSION_LZW) |
                                      Bit(BREVEX_COMPRESSION_JPEG2000);
 
+// Who asks for it wants it, whatever a profile would decide.
+void SetLinearize(TBrevexHandle* pHandle, int bLinearize)
+{
+  BrevexSetLinearize(pHandle, bLinearize);
+  if (bLinearize != 0)
+  {
+    BrevexSetAutoLinearize(pHandle, 0);
+  }
+}
+
 const TSettingFlag g_flags[] = {
     {"resolution", g_szResolution, "Resolution of all kinds of images after downsampling", TEffect::None,
      TDpiSetting{BrevexSetResolutionDPI, false}},
@@ -125,10 +135,10 @@ const TSettingFlag g_flags[] = {
      TEffect::None, TRangeSetting{BrevexSetEffort, 1, 9}},
     {"optimize-resources", g_szStructure, "Drop resources that pages do not use", TEffect::None,
      TBoolSetting{BrevexSetOptimizeResources}},
-    {"linearize", g_szStructure, "Order the file for fast first display over a network", TEffect::Content,
-     TBoolSetting{BrevexSetLinearize}},
-    {"auto-linearize", g_szStructure, "The same unless it would enlarge the file much", TEffect::Content,
-     TBoolSetting{BrevexSetAutoLinearize}},
+    {"auto-linearize", g_szStructure,
+     "Order the file for fast first display over a network unless that would enlarge it much",
+     TEffect::Content, TBoolSetting{BrevexSetAutoLinearize}},
+    {"linearize", g_szStructure, "The same in any case", TEffect::Content, TBoolSetting{SetLinearize}},
     {"extract-images", g_szStructure, "Also write the images to files in the working folder", TEffect::None,
      TBoolSetting{BrevexSetExtractImages}},
     {"extract-fonts", g_szStructure, "Also write the embedded fonts to files in the working folder",

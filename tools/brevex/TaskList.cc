@@ -26,31 +26,45 @@ std::string GetOutput(const TOptimizeOptions& options, const fs::path& input, co
   return options.bInPlace ? input.string() : (fs::path(options.sOutputFolder) / below).string();
 }
 
-// False with a text for a folder that cannot be read to its end.
-bool AddFolder(const TOptimizeOptions& options, const fs::path& folder, TTaskList& list)
+// Adds what a folder has, files to the one list and folders to the other. What cannot be read is told.
+void ReadFolder(const fs::path& folder, std::vector<fs::path>& files, std::vector<fs::path>& folders,
+                TTaskList& list)
 {
-  std::vector<fs::path> found;
   std::error_code error;
-  fs::recursive_directory_iterator it(folder, fs::directory_options::skip_permission_denied, error);
-  for (; !error && it != fs::recursive_directory_iterator(); it.increment(error))
+  fs::directory_iterator it(folder, error);
+  for (; !error && it != fs::directory_iterator(); it.increment(error))
   {
     std::error_code ignored;
-    if (it->is_regular_file(ignored) && IsPdfName(it->path()))
+    if (it->is_directory(ignored) && !it->is_symlink(ignored))
     {
-      found.push_back(it->path());
+      folders.push_back(it->path());
+    }
+    else if (it->is_regular_file(ignored) && IsPdfName(it->path()))
+    {
+      files.push_back(it->path());
     }
   }
   if (error)
   {
-    list.sError = "cannot read " + folder.string() + ": " + error.message();
-    return false;
+    list.unread.push_back(folder.string() + ": cannot be read: " + error.message());
+  }
+}
+
+void AddFolder(const TOptimizeOptions& options, const fs::path& folder, TTaskList& list)
+{
+  std::vector<fs::path> found;
+  std::vector<fs::path> open = {folder};
+  while (!open.empty())
+  {
+    const fs::path next = open.back();
+    open.pop_back();
+    ReadFolder(next, found, open, list);
   }
   std::sort(found.begin(), found.end());
   for (const fs::path& path : found)
   {
     list.tasks.push_back({path.string(), GetOutput(options, path, path.lexically_relative(folder))});
   }
-  return true;
 }
 
 void CheckOutputs(TTaskList& list)
@@ -92,11 +106,11 @@ TTaskList MakeTaskList(const TOptimizeOptions& options)
         list.sError = sPath + " is a folder, which takes --recursive";
         return list;
       }
-      if (bFolder && !AddFolder(options, path, list))
+      if (bFolder)
       {
-        return list;
+        AddFolder(options, path, list);
       }
-      if (!bFolder)
+      else
       {
         list.tasks.push_back({sPath, GetOutput(options, path, path.filename())});
       }

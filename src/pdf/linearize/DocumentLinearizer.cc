@@ -2,6 +2,7 @@
 
 #include "base/FileStream.h"
 #include "base/Hash.h"
+#include "base/ReplacementFile.h"
 #include "base/Tracer.h"
 #include "pdf/DictionaryObject.h"
 #include "pdf/Generator.h"
@@ -9,7 +10,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <string_view>
 
 namespace PDF
@@ -161,16 +161,6 @@ void CDocumentRun::WriteValues(const CString& id)
          });
 }
 
-bool Replace(const char* szTemporary, const char* szOutput)
-{
-  if (std::rename(szTemporary, szOutput) == 0)
-    return true;
-  if (BSE::CTracer::IsOn())
-    BSE::CTracer::Trace("E", "PDF File", "Error %d renaming file %s to file %s.", errno, szTemporary,
-                        szOutput);
-  return false;
-}
-
 }  // namespace
 
 bool LinearizeDocument(const char* szInput, const CTextString& password, const char* szOutput,
@@ -180,19 +170,15 @@ bool LinearizeDocument(const char* szInput, const CTextString& password, const c
   const CStreamPtr pInput(new BSE::CFileStream(szInput, BSE::eFileRead, pErrorContext));
   if (!run.Open(pInput.Get(), password, pEncryption))
     return false;
-  BSE::CStr8 temporary(szOutput);
-  temporary.Append(".tmp");
-  const BSE::CObjectPtr<BSE::CFileStream> pOutput(
-      new BSE::CFileStream(temporary.GetText(), BSE::eFileWrite, pErrorContext));
-  if (!run.Write(pOutput.Get()))
-  {
-    if (pOutput->IsValid())
-      std::remove(temporary.GetText());
+  BSE::CReplacementFile output;
+  output.Create(szOutput, pErrorContext);
+  if (!run.Write(output.GetStream()))
     return false;
-  }
-  if (pOutput->Close() && Replace(temporary.GetText(), szOutput))
+  if (output.Commit())
     return true;
-  std::remove(temporary.GetText());
+  if (BSE::CTracer::IsOn())
+    BSE::CTracer::Trace("E", "PDF File", "Error %d renaming file %s to file %s.", errno,
+                        output.GetStream()->GetFileName(), szOutput);
   BSE::ReportError(pErrorContext, g_nLinearizationFailed);
   return false;
 }

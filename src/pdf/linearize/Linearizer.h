@@ -14,8 +14,6 @@ namespace PDF
 class CLinearizer : public ILinearizer
 {
 public:
-  bool LinearizeFile(const char* szInput, const char* szOutput, CFile& file) override;
-
   // The output need not be seekable: nothing is written of a document that cannot be linearized, and
   // everything once and in order.
   bool LinearizeStream(BSE::IByteStream* pInput, BSE::IByteStream* pOutput, CFile& file,

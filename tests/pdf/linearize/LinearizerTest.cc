@@ -57,14 +57,15 @@ TEST(Linearizer, FilesAndMemoryGiveTheSame)
   const Support::CTempFolder folder;
   const std::string sPdf = Support::MakePlainSample().sPdf;
   Support::WriteFile(folder / "in.pdf", sPdf);
-  BSE::CErrorHandler errors;
-  PDF::CFile file(&errors);
   const std::string sIn = folder / "in.pdf";
   const std::string sOut = folder / "out.pdf";
-  ASSERT_TRUE(PDF::GetLinearizer()->LinearizeFile(sIn.c_str(), sOut.c_str(), file));
+  BSE::CErrorHandler errors;
+  const auto linearize = [&](const std::string& sFrom, const std::string& sTo)
+  { return PDF::LinearizeDocument(sFrom.c_str(), PDF::CTextString(), sTo.c_str(), nullptr, &errors); };
+  ASSERT_TRUE(linearize(sIn, sOut));
   EXPECT_EQ(Support::ReadFile(sOut), MustLinearize(sPdf));
-  EXPECT_FALSE(PDF::GetLinearizer()->LinearizeFile("/nowhere/in.pdf", sOut.c_str(), file));
-  EXPECT_FALSE(PDF::GetLinearizer()->LinearizeFile(sIn.c_str(), "/nowhere/out.pdf", file));
+  EXPECT_FALSE(linearize("/nowhere/in.pdf", sOut));
+  EXPECT_FALSE(linearize(sIn, "/nowhere/out.pdf"));
 }
 
 // Three pages that share a font and, two of them, an image.
