@@ -3,17 +3,6 @@
 namespace PDF
 {
 
-namespace
-{
-
-// An element without its "Type", which is optional (ISO 32000-1, 14.7.2).
-bool IsUntypedElement(const CObjectPtr& object)
-{
-  return object["S"].IsName() && object["P"].IsDictionary() && (object["K"] || object["Pg"]);
-}
-
-}  // namespace
-
 TAnnotationFate CObjectStripper::Decide(const CObjectPtr& annotation)
 {
   if (WasDropped(annotation))
@@ -52,7 +41,7 @@ bool CObjectStripper::JudgeUntyped(const CObjectPtr& object)
   // The look of a flattened signature leads to its field.
   if (!m_options.m_bFlattenSignatureFields && m_annotations.IsSignedField(object))
     return true;
-  return (m_options.m_nStrip & eStripStructure) != 0 && IsUntypedElement(object);
+  return (m_options.m_nStrip & eStripStructure) != 0 && IsStructureObject(object);
 }
 
 }  // namespace PDF

@@ -17,14 +17,6 @@ namespace
 // Group of the object streams for form fields and annotations, which are read apart from the rest.
 constexpr int g_nFormGroup = 1;
 
-bool IsInherited(const char* szKey)
-{
-  for (const char* szOther : {"CropBox", "MediaBox", "Resources", "Rotate"})
-    if (KeyEquals(szKey, szOther))
-      return true;
-  return false;
-}
-
 // Set by the output document, or stated by its header.
 bool IsOfOutput(const char* szKey)
 {
@@ -124,7 +116,7 @@ void COptimizer::CopyPageEntries(const CPage& source, const CObjectPtr& target)
   for (int i = page.GetBegin(); i != page.GetEnd(); i = page.GetNext(i))
   {
     const char* szKey = page.GetKey(i);
-    if (IsInherited(szKey) || KeyEquals(szKey, "Type") || KeyEquals(szKey, "Parent"))
+    if (GetInheritedKey(szKey) >= 0 || KeyEquals(szKey, "Type") || KeyEquals(szKey, "Parent"))
       continue;
     const CObjectPtr value = page.GetValue(i);
     if (stripper.IsPageEntryDropped(szKey, value))
@@ -138,17 +130,24 @@ void COptimizer::CopyPageEntries(const CPage& source, const CObjectPtr& target)
 // so that the work stays in proportion to the file.
 CObjectPtr COptimizer::CopyAnnots(const CObjectPtr& annots)
 {
+  // Many pages may share it: it is loaded for two of them.
+  const int nNumber = annots.GetObjNumber();
+  if (m_emptyAnnotArrays.Contains(nNumber))
+    return {};
+  if (m_annotArrays.Contains(nNumber))
+    if (const CObjectPtr copy = GetCopy(annots))
+      return copy;
+  // What is no list of annotations holds nothing that could be dropped.
   if (!annots.IsArray())
-    return {};
-  if (m_emptyAnnotArrays.Contains(annots.GetObjNumber()))
-    return {};
+    return annots ? VisitEntry("Annots", annots) : CObjectPtr();
+  TellDamage(annots);
   const CGroupScope group(*this, g_nFormGroup);
-  if (!annots.IsIndirect() || m_annotArrays.Add(annots.GetObjNumber()))
+  if (!annots.IsIndirect() || m_annotArrays.Add(nNumber))
   {
     CObjectPtr copy = CopyAnnotations(annots);
     if (copy.GetSize() > 0)
       return copy;
-    m_emptyAnnotArrays.Add(annots.GetObjNumber());
+    m_emptyAnnotArrays.Add(nNumber);
     return {};
   }
   bool bCreated = false;
@@ -170,6 +169,7 @@ CObjectPtr COptimizer::CopyAnnotations(const CObjectPtr& annots)
     const TAnnotationFate fate = m_stripper.Decide(annotation);
     if (fate == TAnnotationFate::Drop)
     {
+      TellDamage(annotation);
       if (annotation)
         annotation->Unload();
       continue;
@@ -194,7 +194,13 @@ bool COptimizer::CopyCatalog()
       continue;
     if (const CObjectPtr entry = CopyCatalogEntry(szKey, catalog.GetValue(i)))
       target.AddEntry(szKey, entry);
+    TellDamage(catalog.GetValue(i));
   }
+  TellDamage(m_input.GetCatalog());
+  COptStructTreeCopier structure(*this, &m_stripper);
+  structure.ShareWith(*this);
+  structure.CopyPutOff();
+  structure.ReleaseCopied();
   ReleaseCopied();
   return true;
 }
