@@ -8,6 +8,7 @@
 #include "engine/Optimizer.h"
 #include "pdf/ArrayObject.h"
 #include "pdf/DictionaryObject.h"
+#include "pdf/SimpleObjects.h"
 
 namespace PDF
 {
@@ -40,12 +41,14 @@ void TraceUnflattened(const CObjectPtr& annotation)
 
 CObjectPtr COptimizer::VisitDictionary(const CObjectPtr& object)
 {
+  if (m_stripper.IsFlattenedSignature(object))
+    return CopyLook(object);
   const CObjectPtr copy(new CDictionaryObject);
   for (int i = object.GetBegin(); i != object.GetEnd(); i = object.GetNext(i))
   {
     const char* szKey = object.GetKey(i);
     // It tells of signatures that the copy does not have any more.
-    if (m_bFilterSignedFields && KeyEquals(szKey, "SigFlags"))
+    if (KeyEquals(szKey, "SigFlags") && (m_bFilterSignedFields || object["Fields"]))
       continue;
     const CObjectPtr value = object.GetValue(i);
     const bool bFields = m_bFilterSignedFields && KeyEquals(szKey, "Fields") && value.IsArray();
@@ -53,6 +56,19 @@ CObjectPtr COptimizer::VisitDictionary(const CObjectPtr& object)
     if (const CObjectPtr entry = VisitEntry(szKey, value))
       copy.AddEntry(szKey, entry);
   }
+  return copy;
+}
+
+// What a flattened signature shows stays on its page as a stamp, which has nothing of a field.
+CObjectPtr COptimizer::CopyLook(const CObjectPtr& widget)
+{
+  CObjectPtr copy(new CDictionaryObject);
+  for (const char* szKey :
+       {"Type", "Rect", "P", "NM", "M", "F", "AP", "AS", "Border", "C", "StructParent", "OC"})
+    if (const CObjectPtr value = widget[szKey])
+      if (const CObjectPtr entry = VisitEntry(szKey, value))
+        copy.AddEntry(szKey, entry);
+  copy.AddEntry("Subtype", new CNameObject("Stamp"));
   return copy;
 }
 
@@ -75,8 +91,8 @@ CObjectPtr COptimizer::VisitArray(const CObjectPtr& object)
   const BSE::CScopedValue inFields(m_bInFieldsArray, false);
   const CObjectPtr copy(new CArrayObject);
   for (int i = 0; i < object.GetSize(); ++i)
-    if (const CObjectPtr field = object[i]; !m_stripper.IsSignedField(field))
-      if (const CObjectPtr entry = VisitElement(i, field); entry || !m_stripper.WasDropped(field))
+    if (const CObjectPtr field = object[i]; !m_stripper.IsLostField(field))
+      if (const CObjectPtr entry = VisitElement(i, field); entry || !m_stripper.LeavesLists(field))
         copy.Add(entry);
   return copy;
 }
@@ -91,13 +107,13 @@ CObjectPtr COptimizer::CloseUp(const CObjectPtr& source, const CObjectPtr& copy)
     const CObjectPtr element = source[i];
     if (!element.IsIndirect())
       return copy;
-    bGone = bGone || m_stripper.WasDropped(element);
+    bGone = bGone || m_stripper.LeavesLists(element);
   }
   if (!bGone)
     return copy;
   CObjectPtr closed(new CArrayObject);
   for (int i = 0; i < source.GetSize(); ++i)
-    if (copy[i] || !m_stripper.WasDropped(source[i]))
+    if (!m_stripper.LeavesLists(source[i]))
       closed.Add(copy[i]);
   return closed;
 }
@@ -190,6 +206,8 @@ bool COptimizer::CopyCatalog()
   for (int i = catalog.GetBegin(); i != catalog.GetEnd(); i = catalog.GetNext(i))
   {
     const char* szKey = catalog.GetKey(i);
+    if (KeyEquals(szKey, "Perms") && catalog.GetValue(i).IsDictionary())
+      m_stripper.TellSignatureOnce();
     if (IsOfOutput(szKey) || stripper.IsCatalogEntryDropped(szKey))
       continue;
     if (const CObjectPtr entry = CopyCatalogEntry(szKey, catalog.GetValue(i)))
@@ -238,23 +256,32 @@ CObjectPtr COptimizer::CopyWith(T& copier, const char* szKey, const CObjectPtr& 
 }
 
 // True also for a form without fields.
-bool COptimizer::HasOnlySignedFields(const CObjectPtr& form)
+bool COptimizer::HasOnlyLostFields(const CObjectPtr& form)
 {
   const CObjectPtr fields = form["Fields"];
   if (!fields.IsArray())
     return true;
   for (int i = 0; i < fields.GetSize(); ++i)
-    if (!m_stripper.IsSignedField(fields[i]))
+    if (!m_stripper.IsLostField(fields[i]))
       return false;
   return true;
 }
 
+bool COptimizer::HasSignature(const CObjectPtr& fields)
+{
+  for (int i = 0; i < fields.GetSize(); ++i)
+    if (fields[i]["V"].IsDictionary())
+      return true;
+  return false;
+}
+
 CObjectPtr COptimizer::CopyForm(const CObjectPtr& form)
 {
-  if (form["XFA"].IsNull() && HasOnlySignedFields(form))
+  if (form["XFA"].IsNull() && HasOnlyLostFields(form))
   {
-    if (form["Fields"].GetSize() > 0)
-      BSE::ReportError(m_pErrorContext, g_nSignatureNotCopied);
+    TellDamage(form["Fields"]);
+    if (HasSignature(form["Fields"]))
+      m_stripper.TellSignatureOnce();
     return {};
   }
   const BSE::CScopedValue filter(m_bFilterSignedFields, true);
