@@ -10,7 +10,7 @@ namespace BSE
 // Nesting of arrays and dictionaries: real files stay below 30; the parser uses one frame per level.
 inline constexpr int g_nMaxNesting = 500;
 
-// Depth of page, outline, field and name trees; walks keep visited sets besides.
+// Depth of a page tree that is linearized, which is one of our own; other walks over trees need no limit.
 inline constexpr int g_nMaxTreeDepth = 1000;
 
 // Sections in a chain of Prev: one per incremental update.

@@ -8,11 +8,15 @@ namespace PDF
 
 // Reads and writes a page tree (ISO 32000-1, 7.7.3). Page indices are 0-based.
 //
-// Reading walks the tree once, without recursion, and keeps 4 bytes a page, so that every later page costs
-// the same. The tree is taken as it is met: wrong counts, missing kids, nodes met twice, chains deeper than
-// g_nMaxTreeDepth and pages without "Type" are reported and survived. A page that is listed twice counts
-// twice. A tree that leads to no page although its root does not claim to be empty is replaced by the objects
-// of the file that call themselves pages, in the order of their numbers.
+// Reading walks the tree once, without recursion, and keeps 8 bytes a page and a few for each node, so that
+// every later page costs the same, however deep it is. The tree is taken as it is met: wrong counts, missing
+// kids, nodes met twice and pages without "Type" are reported and survived. A page belongs to the node that
+// lists it, whatever its "Parent" says; one that is listed twice counts twice. A tree that leads to no page
+// although its root does not claim to be empty is replaced by the objects of the file that call themselves
+// pages, in the order of their numbers, which belong to their parents.
+//
+// What the walk reports, and what it has lost, is kept: the walk may be made by a query long before the save
+// whose result lacks the pages.
 //
 // Writing appends pages to nodes of at most 20 kids. A node is written and leaves memory as soon as it is
 // full and its parent is known, so that at most one node of each level is held. The tree's root is known for
@@ -45,11 +49,28 @@ public:
 
   // Number of pages that really are there, from one walk over the tree at the first call.
   int GetPageCount();
+  bool IsCounted() const { return m_bLoaded; }
+
+  // Reports again what was wrong with the form of the tree when the pages were counted.
+  void RepeatReports();
+
+  // Reports as losses what the tree lists, or claims to, and nobody can read: pages, and whole nodes. True if
+  // nothing was lost.
+  bool ReportLosses();
+
+  // True for a tree that was read, and that has no page because it is empty.
+  bool IsReallyEmpty();
 
   // The page; null, reported with g_nPageMissing, out of range. Before the pages have been counted the search
-  // follows the counts of the nodes and descends only where they say that the page is. The nodes above the
-  // page stay loaded until another page is asked for.
+  // follows the counts of the nodes and descends only where they say that the page is. The nodes that it
+  // inherits from stay loaded until another page is asked for.
   CPage GetPage(int nIndex);
+
+  // Nodes that hold inherited values are counted from 0.
+  int GetNodeCount() const { return m_nodes.GetSize(); }
+
+  // The number of pages that have the node's resources for their own; known once the pages are counted.
+  int GetInheritingCount(int nNode) const { return m_nodes[nNode].m_nInheriting; }
 
   // True for the objects of the tree, pages and nodes, once they have been counted.
   bool IsTreeObject(int nObjNumber) const { return m_treeObjects.Contains(nObjNumber); }
@@ -78,6 +99,30 @@ private:
     int m_nNextKid;
     int m_nKids;
     int m_nFirstPage;  // index of the node's first page
+    int m_nNode;       // index in m_nodes
+  };
+
+  // A node that pages inherit from: where the nearest value of each inherited key is.
+  struct TNode
+  {
+    int m_nNumber;                     // object number; -1 - n for the direct object n
+    int m_nHolders[g_nInheritedKeys];  // indices of nodes, this one included; -1 for none
+    int m_nInheriting;                 // pages without resources of their own that have them from this node
+  };
+
+  struct TPageEntry
+  {
+    int m_nNumber;  // object number; -1 - n for the direct object n
+    int m_nNode;    // that lists it; -1 for none
+  };
+
+  // A remark on an object, or pages that are lost.
+  struct TFinding
+  {
+    int m_nNumber;
+    unsigned m_nCode;
+    int m_nPage;   // 1-based index where the first lost page would stand; 0 for a remark
+    int m_nPages;  // as many as were claimed
   };
 
   static bool IsNode(const CObjectPtr& kid);
@@ -89,19 +134,28 @@ private:
   static CObjectPtr EditKids(const CObjectPtr& node);
 
   // Reading
+  void ForgetPages();
   void Load();
   CObjectPtr Walk(int nSearch);
-  CObjectPtr Search(int nPage);
+  CPage Search(int nPage);
   CObjectPtr WalkKid(const CObjectPtr& node, const CObjectPtr& kid);
   void EnterNode(const CObjectPtr& node);
   void LeaveNode();
   bool IsOutside(const CObjectPtr& node) const;
   void CheckParent(const CObjectPtr& node, const CObjectPtr& kid);
-  void AddFoundPage(const CObjectPtr& page);
+  void AddFoundPage(const CObjectPtr& page, int nNode);
   void LoadStrayPages();
-  CObjectPtr PageAt(int nIndex) const;
-  void HoldAncestors(const CObjectPtr& page);
+  int FindParentNode(const CObjectPtr& page);
+  int GetWalkedNode() const { return m_walk.IsEmpty() ? -1 : m_walk[m_walk.GetSize() - 1].m_nNode; }
+  int AddNode(const CObjectPtr& node, int nParent);
+  CObjectPtr ObjectOf(int nNumber) const;
+  CPage MakePage(const CObjectPtr& page, int nNode);
+  const CObjectPtr& HoldNode(int nNode, int nKey);
+  bool HasOwn(const CObjectPtr& object, const char* szKey);
   void Report(const CObjectPtr& object, unsigned nCode);
+  void ReportFinding(const TFinding& finding, bool bLoss);
+  void AddLoss(const CObjectPtr& object, unsigned nCode, int nPages);
+  void CheckDamage(const CObjectPtr& node, const CObjectPtr& kids);
 
   // Writing
   CObjectPtr NewNode();
@@ -132,12 +186,20 @@ private:
   // Reading
   BSE::CBasicArray<TStep> m_walk;
   BSE::CObjectArray<CObject> m_walkObjects;  // node and kids of each step
-  BSE::CBasicArray<int> m_pageNumbers;       // object numbers; -1 - n for the direct page n
-  BSE::CObjectArray<CObject> m_directPages;
-  BSE::CObjectArray<CObject> m_heldNodes;  // ancestors of the page asked for last
+  BSE::CBasicArray<TPageEntry> m_pages;
+  BSE::CBasicArray<TNode> m_nodes;
+  BSE::CBasicArray<int> m_nodeIndices;         // of parents of stray pages by number, from 1
+  BSE::CObjectArray<CObject> m_directObjects;  // pages and nodes
+  CObjectPtr m_heldNodes[g_nInheritedKeys];    // that the last page has its values from
+  int m_nHeldNodes[g_nInheritedKeys] = {-1, -1, -1, -1};
+  CNumberSet m_present;  // values that are no null, so that those that pages share need not be loaded again
   CNumberSet m_treeObjects;
+  CNumberSet m_openNodes;  // on the way from the root to the place of the walk
+  CNumberSet m_kidArrays;
+  BSE::CBasicArray<TFinding> m_remarks;
+  BSE::CBasicArray<TFinding> m_losses;
   int m_nWalked = 0;       // pages met by the walk
-  bool m_bLoaded = false;  // m_pageNumbers and m_treeObjects stand
+  bool m_bLoaded = false;  // m_pages and m_treeObjects stand
 
   // Writing: the open nodes from the pages upwards, and their page counts.
   BSE::CObjectArray<CObject> m_levels;

@@ -1,4 +1,3 @@
-#include "base/Limits.h"
 #include "document/BTree.h"
 #include "pdf/ArrayObject.h"
 #include "pdf/DictionaryObject.h"
@@ -35,8 +34,7 @@ void CBTree::BeginChange()
   m_levelPages.RemoveAll();
   m_nPages = GetPageCount();
   m_bCounted = true;
-  m_bLoaded = false;
-  m_heldNodes.RemoveAll();
+  ForgetPages();
 }
 
 CObjectPtr CBTree::GetParentNode(const CObjectPtr& node) const
@@ -48,8 +46,8 @@ CObjectPtr CBTree::GetParentNode(const CObjectPtr& node) const
 // The node that holds the page, and the page's place in it.
 CObjectPtr CBTree::FindNode(int nIndex, int& nKid)
 {
-  CObjectPtr node = m_pRoot;
-  for (int nDepth = 0; nDepth < BSE::g_nMaxTreeDepth; ++nDepth)
+  CNumberSet visited;
+  for (CObjectPtr node = m_pRoot; !node.IsIndirect() || visited.Add(node.GetObjNumber());)
   {
     const CObjectPtr kids = node["Kids"];
     CObjectPtr next;
@@ -115,11 +113,12 @@ bool CBTree::DeletePage(int nIndex)
 
 void CBTree::AdjustCounts(const CObjectPtr& node, int nPages)
 {
-  CObjectPtr ancestor = node;
-  for (int i = 0; i < BSE::g_nMaxTreeDepth && ancestor; ++i)
+  CNumberSet visited;
+  for (CObjectPtr ancestor = node; ancestor; ancestor = GetParentNode(ancestor))
   {
+    if (ancestor.IsIndirect() && !visited.Add(ancestor.GetObjNumber()))
+      break;
     SetCount(ancestor, std::max(GetClaimedCount(ancestor), 0) + nPages);
-    ancestor = GetParentNode(ancestor);
   }
 }
 

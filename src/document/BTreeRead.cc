@@ -1,5 +1,4 @@
 #include "base/Checked.h"
-#include "base/Limits.h"
 #include "document/BTree.h"
 #include "pdf/File.h"
 #include "pdf/SimpleObjects.h"
@@ -37,10 +36,7 @@ void CBTree::Reset()
 {
   m_walk.RemoveAll();
   m_walkObjects.RemoveAll();
-  m_pageNumbers.RemoveAll();
-  m_directPages.RemoveAll();
-  m_heldNodes.RemoveAll();
-  m_treeObjects.RemoveAll();
+  ForgetPages();
   m_levels.RemoveAll();
   m_levelPages.RemoveAll();
   m_pRoot.Reset();
@@ -49,9 +45,28 @@ void CBTree::Reset()
   m_nOldRoot = 0;
   m_nPages = 0;
   m_nLimit = 0;
-  m_bLoaded = false;
   m_bCounted = false;
   m_bFailed = false;
+}
+
+void CBTree::ForgetPages()
+{
+  m_pages.RemoveAll();
+  m_nodes.RemoveAll();
+  m_nodeIndices.RemoveAll();
+  m_directObjects.RemoveAll();
+  for (int i = 0; i < g_nInheritedKeys; ++i)
+  {
+    m_heldNodes[i].Reset();
+    m_nHeldNodes[i] = -1;
+  }
+  m_present.RemoveAll();
+  m_treeObjects.RemoveAll();
+  m_openNodes.RemoveAll();
+  m_kidArrays.RemoveAll();
+  m_remarks.RemoveAll();
+  m_losses.RemoveAll();
+  m_bLoaded = false;
 }
 
 int CBTree::GetPageCount()
@@ -59,12 +74,12 @@ int CBTree::GetPageCount()
   if (m_bCounted)
     return m_nPages;
   Load();
-  return m_pageNumbers.GetSize();
+  return m_pages.GetSize();
 }
 
 CPage CBTree::GetPage(int nIndex)
 {
-  CObjectPtr page;
+  CPage page;
   if (nIndex >= 0 && m_pFile)
   {
     if (!m_bLoaded)
@@ -72,22 +87,18 @@ CPage CBTree::GetPage(int nIndex)
     if (!page)
     {
       Load();
-      page = PageAt(nIndex);
+      if (nIndex < m_pages.GetSize())
+        page = MakePage(ObjectOf(m_pages[nIndex].m_nNumber), m_pages[nIndex].m_nNode);
     }
   }
   if (!page)
     BSE::ReportError(m_pErrorContext, BSE::MakeError(g_nPageMissing, "Page", nIndex + 1));
-  else
-    HoldAncestors(page);
   return page;
 }
 
-CObjectPtr CBTree::PageAt(int nIndex) const
+CObjectPtr CBTree::ObjectOf(int nNumber) const
 {
-  if (nIndex >= m_pageNumbers.GetSize())
-    return {};
-  const int nNumber = m_pageNumbers[nIndex];
-  return nNumber < 0 ? CObjectPtr(m_directPages[-1 - nNumber]) : m_pFile->GetXRef().GetObject(nNumber, -1);
+  return nNumber < 0 ? CObjectPtr(m_directObjects[-1 - nNumber]) : m_pFile->GetXRef().GetObject(nNumber, -1);
 }
 
 void CBTree::Load()
@@ -95,29 +106,28 @@ void CBTree::Load()
   if (m_bLoaded || !m_pFile)
     return;
   WriteCounts();
-  m_pageNumbers.RemoveAll();
-  m_directPages.RemoveAll();
   Walk(0);
-  if (m_pageNumbers.IsEmpty() && GetClaimedCount(m_pRoot) != 0)
+  if (m_pages.IsEmpty() && GetClaimedCount(m_pRoot) != 0)
     LoadStrayPages();
   m_bLoaded = true;
-  if (m_pageNumbers.IsEmpty())
+  if (m_pages.IsEmpty())
     BSE::ReportError(m_pErrorContext, g_nNoPages);
 }
 
-CObjectPtr CBTree::Search(int nPage)
+CPage CBTree::Search(int nPage)
 {
   WriteCounts();
-  CObjectPtr page = Walk(nPage);
-  m_treeObjects.RemoveAll();
+  const CObjectPtr found = Walk(nPage);
+  CPage page = found ? MakePage(found, m_nodes.GetSize() - 1) : CPage();
+  ForgetPages();
   return page;
 }
 
 CObjectPtr CBTree::Walk(int nSearch)
 {
+  ForgetPages();
   m_nSearch = nSearch;
   m_nWalked = 0;
-  m_treeObjects.RemoveAll();
   CObjectPtr found;
   if (m_pRoot.IsDictionary() && !IsNode(m_pRoot) && m_pRoot["Type"].IsName("Page"))
   {
@@ -135,12 +145,16 @@ CObjectPtr CBTree::Walk(int nSearch)
   {
     TStep& step = m_walk[m_walk.GetSize() - 1];
     if (step.m_nNextKid < step.m_nKids)
-      found = WalkKid(step.m_pNode, step.m_pKids->GetElement(step.m_nNextKid++));
+      found = WalkKid(CObjectPtr(step.m_pNode), step.m_pKids->GetElement(step.m_nNextKid++));
     else
       LeaveNode();
   }
+  // A search goes on with the nodes above the page that it has found.
+  while (found && m_nodes.GetSize() > 0 && m_nodes.GetSize() - 1 != GetWalkedNode())
+    m_nodes.SetSize(m_nodes.GetSize() - 1);
   m_walk.RemoveAll();
   m_walkObjects.RemoveAll();
+  m_openNodes.RemoveAll();
   return found;
 }
 
@@ -150,6 +164,8 @@ CObjectPtr CBTree::WalkKid(const CObjectPtr& node, const CObjectPtr& kid)
   if (!kid.IsDictionary())
   {
     Report(node, g_nPageMissing);
+    if (kid)
+      AddLoss(kid, g_nPageMissing, 1);
     return {};
   }
   const bool bNode = IsNode(kid);
@@ -160,16 +176,18 @@ CObjectPtr CBTree::WalkKid(const CObjectPtr& node, const CObjectPtr& kid)
     CheckParent(node, kid);
     ++m_nWalked;
     if (m_nSearch == 0)
-      AddFoundPage(kid);
+      AddFoundPage(kid, GetWalkedNode());
     else if (m_nWalked == m_nSearch)
       return kid;
     kid->Unload();
     return {};
   }
-  const bool bFirstTime = !kid.IsIndirect() || m_treeObjects.Add(kid.GetObjNumber());
-  if (!bFirstTime || m_walk.GetSize() >= BSE::g_nMaxTreeDepth)
+  if (kid.IsIndirect() && !m_treeObjects.Add(kid.GetObjNumber()))
   {
     Report(node, g_nPageKidsInvalid);
+    // A loop has no end, and so no pages that could be missed.
+    if (!m_openNodes.Contains(kid.GetObjNumber()))
+      AddLoss(kid, g_nPageKidsInvalid, GetClaimedCount(kid));
     return {};
   }
   CheckParent(node, kid);
@@ -189,14 +207,58 @@ bool CBTree::IsOutside(const CObjectPtr& node) const
 void CBTree::EnterNode(const CObjectPtr& node)
 {
   const CObjectPtr kids = node["Kids"];
-  if (!kids.IsArray())
+  // Nodes that share their kids would list them as often as there are nodes.
+  if (!kids.IsArray() || (kids.IsIndirect() && !m_kidArrays.Add(kids.GetObjNumber())))
   {
     Report(node, g_nPageKidsInvalid);
+    if (node && GetClaimedCount(node) != 0)
+      AddLoss(kids.IsIndirect() && !kids.IsArray() ? kids : node, g_nPageKidsInvalid, GetClaimedCount(node));
     return;
   }
+  CheckDamage(node, kids);
   m_walkObjects.Add(node.Get());
   m_walkObjects.Add(kids.Get());
-  m_walk.Add({node.Get(), kids.Get(), 0, kids.GetSize(), m_nWalked});
+  const int nNode = AddNode(node, GetWalkedNode());
+  m_openNodes.Add(node.GetObjNumber());
+  m_walk.Add({node.Get(), kids.Get(), 0, kids.GetSize(), m_nWalked, nNode});
+}
+
+// What a node lacks is never copied, so that it has to be noted here.
+void CBTree::CheckDamage(const CObjectPtr& node, const CObjectPtr& kids)
+{
+  for (const CObjectPtr& object : {node, kids})
+    if (const unsigned nCode = object.IsIndirect() ? m_pFile->GetDamage(object.GetObjNumber()) : 0U)
+      AddLoss(object, nCode, -1);
+}
+
+int CBTree::AddNode(const CObjectPtr& node, int nParent)
+{
+  TNode entry = {node.GetObjNumber(), {}, 0};
+  if (!node.IsIndirect())
+  {
+    entry.m_nNumber = -1 - m_directObjects.GetSize();
+    m_directObjects.Add(node.Get());
+  }
+  const int nIndex = m_nodes.GetSize();
+  for (int i = 0; i < g_nInheritedKeys; ++i)
+  {
+    const int nAbove = nParent < 0 ? -1 : m_nodes[nParent].m_nHolders[i];
+    entry.m_nHolders[i] = HasOwn(node, g_inheritedKeys[i]) ? nIndex : nAbove;
+  }
+  return m_nodes.Add(entry);
+}
+
+bool CBTree::HasOwn(const CObjectPtr& object, const char* szKey)
+{
+  const CObjectPtr value = object[szKey];
+  if (!value.IsIndirect())
+    return static_cast<bool>(value);
+  if (m_present.Contains(value.GetObjNumber()))
+    return true;
+  if (IsAbsent(value))
+    return false;
+  m_present.Add(value.GetObjNumber());
+  return true;
 }
 
 void CBTree::LeaveNode()
@@ -206,6 +268,7 @@ void CBTree::LeaveNode()
   const int nPages = m_nWalked - m_walk[nTop].m_nFirstPage;
   m_walk.SetSize(nTop);
   m_walkObjects.SetSize(2 * nTop);
+  m_openNodes.Remove(node.GetObjNumber());
   if (m_nSearch == 0 && GetClaimedCount(node) != nPages)
   {
     Report(node, g_nPageCountInvalid);
@@ -235,18 +298,22 @@ void CBTree::CheckParent(const CObjectPtr& node, const CObjectPtr& kid)
   kid->SetDirty(true);
 }
 
-void CBTree::AddFoundPage(const CObjectPtr& page)
+void CBTree::AddFoundPage(const CObjectPtr& page, int nNode)
 {
+  const int nResources = GetInheritedKey("Resources");
+  const int nHolder = nNode < 0 ? -1 : m_nodes[nNode].m_nHolders[nResources];
+  if (nHolder >= 0 && !page["Resources"])
+    ++m_nodes[nHolder].m_nInheriting;
   if (page.IsIndirect())
   {
     // A stream in the place of a page, or of the root, may be needed as what it is, too.
     if (!page.IsStream())
       m_treeObjects.Add(page.GetObjNumber());
-    m_pageNumbers.Add(page.GetObjNumber());
+    m_pages.Add({page.GetObjNumber(), nNode});
     return;
   }
-  m_pageNumbers.Add(-1 - m_directPages.GetSize());
-  m_directPages.Add(page.Get());
+  m_pages.Add({-1 - m_directObjects.GetSize(), nNode});
+  m_directObjects.Add(page.Get());
 }
 
 void CBTree::LoadStrayPages()
@@ -259,32 +326,112 @@ void CBTree::LoadStrayPages()
     {
       const CObjectPtr object = xref.GetObject(i, -1);
       if (object.IsDictionary() && object["Type"].IsName("Page"))
-        AddFoundPage(object);
+        AddFoundPage(object, FindParentNode(object));
     }
     xref.ReleaseObject(i);
   }
 }
 
-// Pages share their ancestors, which would otherwise be read again for every value that a page inherits.
-void CBTree::HoldAncestors(const CObjectPtr& page)
+// The node that a page names as its parent, entered with those above it that are not known yet; -1 for none.
+int CBTree::FindParentNode(const CObjectPtr& page)
 {
-  CObjectPtr node = page["Parent"];
-  if (!m_heldNodes.IsEmpty() && node == m_heldNodes[0])
-    return;
-  const BSE::CObjectArray<CObject> former = std::move(m_heldNodes);
-  while (node.IsDictionary() && m_heldNodes.GetSize() < BSE::g_nMaxTreeDepth)
+  BSE::CBasicArray<int> path;
+  int nNode = -1;
+  m_openNodes.RemoveAll();
+  for (CObjectPtr node = page["Parent"]; node.IsIndirect() && node.IsDictionary(); node = node["Parent"])
   {
-    m_heldNodes.Add(node.Get());
-    if (node == m_pRoot)
+    const int nNumber = node.GetObjNumber();
+    nNode = m_nodeIndices[nNumber] - 1;
+    if (nNode >= 0 || !m_openNodes.Add(nNumber))
       break;
-    node = node["Parent"];
+    path.Add(nNumber);
   }
+  for (int i = path.GetSize() - 1; i >= 0; --i)
+  {
+    nNode = AddNode(ObjectOf(path[i]), nNode);
+    if (path[i] >= m_nodeIndices.GetSize())
+      m_nodeIndices.SetSize(path[i] + 1);
+    m_nodeIndices[path[i]] = nNode + 1;
+  }
+  return nNode;
+}
+
+CPage CBTree::MakePage(const CObjectPtr& page, int nNode)
+{
+  TInheritedValue inherited[g_nInheritedKeys];
+  for (int i = 0; i < g_nInheritedKeys; ++i)
+  {
+    const int nHolder = nNode < 0 ? -1 : m_nodes[nNode].m_nHolders[i];
+    if (nHolder < 0 || HasOwn(page, g_inheritedKeys[i]))
+      continue;
+    inherited[i].m_value = HoldNode(nHolder, i)[g_inheritedKeys[i]];
+    inherited[i].m_nHolder = nHolder;
+  }
+  return {page, inherited};
+}
+
+// Pages share their nodes, which would otherwise be read again for every value that a page inherits.
+const CObjectPtr& CBTree::HoldNode(int nNode, int nKey)
+{
+  if (m_nHeldNodes[nKey] != nNode)
+  {
+    m_heldNodes[nKey] = ObjectOf(m_nodes[nNode].m_nNumber);
+    m_nHeldNodes[nKey] = nNode;
+  }
+  return m_heldNodes[nKey];
 }
 
 void CBTree::Report(const CObjectPtr& object, unsigned nCode)
 {
-  if (m_nSearch == 0)
-    BSE::ReportError(object.IsIndirect() ? object.Get() : m_pErrorContext, nCode);
+  if (m_nSearch != 0)
+    return;
+  m_remarks.Add({object.GetObjNumber(), nCode, 0, 0});
+  ReportFinding(m_remarks[m_remarks.GetSize() - 1], false);
+}
+
+void CBTree::AddLoss(const CObjectPtr& object, unsigned nCode, int nPages)
+{
+  if (m_nSearch != 0)
+    return;
+  const int nNumber = object.GetObjNumber();
+  const unsigned nDamage = nNumber > 0 ? m_pFile->GetDamage(nNumber) : 0U;
+  m_losses.Add({nNumber, nDamage != 0 ? nDamage : nCode, m_nWalked + 1, nPages});
+}
+
+void CBTree::ReportFinding(const TFinding& finding, bool bLoss)
+{
+  BSE::CScopedPtr<BSE::IError> pError = BSE::MakeError(finding.m_nCode);
+  BSE::CErrorProperties* pProperties = pError->GetProperties();
+  if (finding.m_nNumber > 0)
+    pProperties->Set("Object No.", finding.m_nNumber);
+  if (bLoss)
+    pProperties->Set("Page No.", finding.m_nPage);
+  if (bLoss && finding.m_nPages > 1)
+    pProperties->Set("Pages", finding.m_nPages);
+  if (bLoss)
+    BSE::ReportLoss(m_pErrorContext, std::move(pError));
+  else
+    BSE::ReportError(m_pErrorContext, std::move(pError));
+}
+
+void CBTree::RepeatReports()
+{
+  for (const TFinding& remark : m_remarks.GetSpan())
+    ReportFinding(remark, false);
+}
+
+bool CBTree::ReportLosses()
+{
+  Load();
+  for (const TFinding& loss : m_losses.GetSpan())
+    ReportFinding(loss, true);
+  return m_losses.IsEmpty();
+}
+
+bool CBTree::IsReallyEmpty()
+{
+  Load();
+  return m_pages.IsEmpty() && m_losses.IsEmpty() && m_pRoot["Kids"].IsArray();
 }
 
 }  // namespace PDF

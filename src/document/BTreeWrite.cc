@@ -162,9 +162,9 @@ void CBTree::OpenForAppending()
     return;
   }
   BSE::CObjectArray<CObject> path;
+  CNumberSet visited;
   CObjectPtr node = m_pRoot;
-  while (node.IsIndirect() && path.GetSize() < BSE::g_nMaxTreeDepth &&
-         path.Find(node.Get()) == path.GetSize())
+  while (node.IsIndirect() && visited.Add(node.GetObjNumber()))
   {
     path.Add(node.Get());
     const CObjectPtr kids = node["Kids"];

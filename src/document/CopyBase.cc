@@ -2,6 +2,7 @@
 
 #include "document/BTree.h"
 #include "document/ObjectTraverser.h"
+#include "document/StructTreeCopier.h"
 #include "pdf/ArrayObject.h"
 #include "pdf/DictionaryObject.h"
 #include "pdf/SimpleObjects.h"
@@ -27,12 +28,20 @@ CObjectPtr WithDirectLength(const CObjectPtr& value)
 
 }  // namespace
 
-void CCopyBase::ShareWith(const CCopyBase& other)
+void CCopyBase::SetFiles(CFile* pSource, CFile* pTarget)
+{
+  m_pSource = pSource;
+  m_pTarget = pTarget;
+  m_ownState = TState();
+}
+
+void CCopyBase::ShareWith(CCopyBase& other)
 {
   m_pSource = other.m_pSource;
   m_pTarget = other.m_pTarget;
   m_pSourceTree = other.m_pSourceTree;
   m_nGroup = other.m_nGroup;
+  m_pState = other.m_pState;
 }
 
 CObjectPtr CCopyBase::GetCopy(const CObjectPtr& source) const
@@ -59,6 +68,17 @@ bool CCopyBase::IsPageObject(const CObjectPtr& source) const
     return false;
   const CObjectPtr type = source["Type"];
   return type.IsName("Page") || (type.IsName("Pages") && source["Kids"].IsArray());
+}
+
+bool CCopyBase::IsLeftToOther(const CObjectPtr& source)
+{
+  if (IsPageObject(source))
+    return true;
+  if (m_bTakesStructure || !m_pState->m_bStructureApart || !IsStructureObject(source))
+    return false;
+  if (m_pState->m_putOff.Add(source.GetObjNumber()))
+    m_pState->m_putOffOrder.Add(source.GetObjNumber());
+  return true;
 }
 
 bool CCopyBase::IsFilled(const CObjectPtr& target)
@@ -107,7 +127,10 @@ void CCopyBase::FillCopy(CObjectTraverser& visitor, const CObjectPtr& source, co
   const CObjectPtr value = source->GetValueObject();
   CObjectPtr stream = source->GetStreamObject();
   if (stream && !AdmitStream(stream))
+  {
     stream = nullptr;
+    m_pState->m_bRefused = true;
+  }
   target->SetValueObject(visitor.Visit(stream ? WithDirectLength(value) : value).Get());
   if (stream)
     target->SetStreamObject(visitor.Visit(stream).Get());
@@ -117,8 +140,23 @@ void CCopyBase::FillCopy(CObjectTraverser& visitor, const CObjectPtr& source, co
   FinishCopy(source, target);
 }
 
+void CCopyBase::TellDamage(const CObjectPtr& source)
+{
+  if (!m_pSource || source.GetFile() != m_pSource)
+    return;
+  const unsigned nCode = m_pSource->GetDamage(source.GetObjNumber());
+  if (nCode == 0)
+    return;
+  // What cannot be read for the moment is not lost: the save ends.
+  if (m_pSource->HasInputFailed())
+    m_pState->m_bRefused = true;
+  else if (m_pState->m_told.Add(source.GetObjNumber()))
+    BSE::ReportLoss(source.Get(), nCode);
+}
+
 void CCopyBase::FinishCopy(const CObjectPtr& source, const CObjectPtr& target)
 {
+  TellDamage(source);
   if (m_bFlush)
     target->Flush(true);
   source->Unload();

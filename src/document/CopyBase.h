@@ -16,25 +16,22 @@ class CObjectTraverser;
 //
 // Pages are never copied on the way to something else: a reference to a page, or to a node of a page tree,
 // gives the target object that stands for it, without a value. Who copies pages fills it; one that is never
-// filled is written as null.
+// filled is written as null. In a copy of a document the same is true of elements of the structure tree.
 class CCopyBase
 {
 public:
   CCopyBase(const CCopyBase&) = delete;
   CCopyBase& operator=(const CCopyBase&) = delete;
 
-  // Both files must outlive the copier's use. Null unbinds.
-  void SetFiles(CFile* pSource, CFile* pTarget)
-  {
-    m_pSource = pSource;
-    m_pTarget = pTarget;
-  }
+  // Both files must outlive the copier's use. Null unbinds. A new save begins here: nothing is refused, no
+  // damage told.
+  void SetFiles(CFile* pSource, CFile* pTarget);
 
   // The page tree whose objects are known to be pages and nodes; null leaves that to their "Type".
   void SetSourceTree(const CBTree* pTree) { m_pSourceTree = pTree; }
 
-  // The same files, group and pages as another copier.
-  void ShareWith(const CCopyBase& other);
+  // The same files, group and pages as another copier, which has to live longer, and one account of the save.
+  void ShareWith(CCopyBase& other);
   CFile* GetSource() const { return m_pSource; }
   CFile* GetTarget() const { return m_pTarget; }
 
@@ -72,6 +69,16 @@ public:
   // Writes a target that is complete, if flushing is on, and unloads its source.
   void FinishCopy(const CObjectPtr& source, const CObjectPtr& target);
 
+  // Reports as a loss, once in a save, what an object of the source lacks. To be called for every object
+  // whose value has been taken over; FinishCopy does.
+  void TellDamage(const CObjectPtr& source);
+
+  // True once a stream was refused: its data are missing in the target, which must not be taken for a copy.
+  bool IsRefused() const { return m_pState->m_bRefused; }
+
+  // From now on elements of the structure tree wait for CStructTreeCopier.
+  void SetStructureApart() { m_pState->m_bStructureApart = true; }
+
   // Drops the objects of both files that were copied since the last call and that nobody else holds; they are
   // made again when wanted. Their user data goes with them.
   void ReleaseCopied();
@@ -85,22 +92,43 @@ protected:
   static CObjectPtr CopyEntries(CObjectTraverser& visitor, const CObjectPtr& dictionary);
   static CObjectPtr CopyElements(CObjectTraverser& visitor, const CObjectPtr& array);
 
+  // What the copiers of one save know together.
+  struct TState
+  {
+    CNumberSet m_told;  // objects whose damage has been reported
+    bool m_bRefused = false;
+
+    // Elements of the structure tree that something else led to: they have a target, and wait for the copier
+    // of the tree, which alone knows what belongs into it.
+    bool m_bStructureApart = false;
+    CNumberSet m_putOff;
+    BSE::CBasicArray<int> m_putOffOrder;
+    CNumberSet m_omitted;  // that the tree leaves out
+  };
+
+  // True for an object that is filled by somebody else: a page or a node of a page tree, or an element of the
+  // structure tree, which is put off until the tree is copied.
+  bool IsLeftToOther(const CObjectPtr& source);
+
   // Forgets what ReleaseCopied would drop, when the target file is given up.
   void ForgetCopied() { m_copied.RemoveAll(); }
 
   CFile* m_pSource = nullptr;
   CFile* m_pTarget = nullptr;
   const CBTree* m_pSourceTree = nullptr;
+  TState* m_pState = &m_ownState;
   int m_nGroup = 0;
   bool m_bFlush = true;
+  bool m_bTakesStructure = false;  // this copier fills elements itself
 
 private:
-  // False for a stream part that would carry the same bytes of the source over once too often.
+  // False, reported, for a stream part that would carry the same bytes of the source over once too often.
   bool AdmitStream(const CObjectPtr& stream);
 
   // Objects after which memory is tidied up.
   static constexpr int g_nReleaseLimit = 4096;
 
+  TState m_ownState;
   BSE::CBasicArray<int> m_copied;  // source number, target number
 };
 

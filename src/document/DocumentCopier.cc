@@ -1,12 +1,11 @@
 #include "document/DocumentCopier.h"
 
+#include "base/ErrorHandler.h"
 #include "document/ListCopier.h"
 #include "document/StructTreeCopier.h"
 #include "document/TreeCopier.h"
 #include "pdf/ArrayObject.h"
 #include "pdf/StandardSecurityHandler.h"
-
-#include <cerrno>
 
 namespace PDF
 {
@@ -60,6 +59,36 @@ void ChooseCiphers(unsigned nCipher, TEncryption& encryption, CFile& file)
     file.SetVersion(1, nCipher == eCipherAES128 ? 6 : 4);
 }
 
+// Values that take no more room than a reference to them would, or little more.
+bool IsSmall(const CObjectPtr& value)
+{
+  constexpr int nMaxElements = 8;
+  if (!value.IsArray())
+    return value.IsIndirect() || value.IsNumber() || value.IsBoolean();
+  if (value.GetSize() > nMaxElements)
+    return value.IsIndirect();
+  for (int i = 0; i < value.GetSize(); ++i)
+    if (const CObjectPtr element = value[i]; element && !element.IsIndirect() && !element.IsNumber())
+      return value.IsIndirect();
+  return true;
+}
+
+// Adds the number of the page that is being copied.
+class CPageContext : public BSE::CBasicErrorContext
+{
+public:
+  explicit CPageContext(int nPage) : m_nPage(nPage) {}
+
+  void OnAddContextInfo(BSE::IError& error) override
+  {
+    if (BSE::CErrorProperties* pProperties = error.GetProperties())
+      pProperties->Set("Page No.", m_nPage);
+  }
+
+private:
+  int m_nPage;
+};
+
 }  // namespace
 
 CDocumentCopierBase::CDocumentCopierBase(BSE::IErrorContext* pErrorContext, CObjectTraverser& visitor,
@@ -97,7 +126,19 @@ bool CDocumentCopierBase::CheckInput()
 {
   if (!m_input.GetFile().HasInputFailed())
     return true;
-  BSE::ReportError(m_pErrorContext, BSE::CScopedPtr<BSE::IError>(new BSE::CErrnoError(EIO)));
+  BSE::ReportEnd(m_pErrorContext, BSE::g_nStreamReadFailed);
+  return false;
+}
+
+bool CDocumentCopierBase::CheckPageTree()
+{
+  CBTree& tree = m_input.GetPageTree();
+  tree.ReportLosses();
+  if (m_input.GetPageCount() > 0 || tree.IsReallyEmpty())
+    return true;
+  // What could not be read may be no damage of the file.
+  if (CheckInput())
+    BSE::ReportEnd(m_pErrorContext, g_nNoPages);
   return false;
 }
 
@@ -105,11 +146,17 @@ void CDocumentCopierBase::BindFiles()
 {
   if (m_bCopierReady)
     return;
-  m_input.GetPageCount();
+  CBTree& tree = m_input.GetPageTree();
+  if (tree.IsCounted())
+    tree.RepeatReports();
+  else
+    m_input.GetPageCount();
+  m_shared.RemoveAll();
   CFile& source = m_input.GetFile();
   CFile& target = m_output.GetFile();
   m_copier.SetFiles(&source, &target);
-  m_copier.SetSourceTree(&m_input.GetPageTree());
+  m_copier.SetSourceTree(&tree);
+  m_copier.SetStructureApart();
   target.GetObjectMap(source).SetAt(source.GetRoot().GetObjNumber(), target.GetRoot().GetObjNumber());
   m_bCopierReady = true;
 }
@@ -189,16 +236,19 @@ const CStandardSecurityHandler* CDocumentCopierBase::GetInputHandler()
 
 bool CDocumentCopierBase::CopyPageObject(int nPage)
 {
+  CPageContext context(nPage);
+  const BSE::CDynamicContextGuard guard(m_pErrorContext ? m_pErrorContext->OnGetErrorHandler() : nullptr,
+                                        &context);
   const CPage source = m_input.GetPage(nPage - 1);
   if (!source)
     return false;
   const CObjectPtr target = CreatePageCopy(source);
   if (!target)
     return false;
-  for (const char* szKey : {"CropBox", "MediaBox", "Resources", "Rotate"})
+  for (const char* szKey : g_inheritedKeys)
     CopyInherited(source, target, szKey);
   CopyPageEntries(source, target);
-  return FinishPage(source, target);
+  return FinishPage(source, target) && !m_copier.IsRefused();
 }
 
 void CDocumentCopierBase::CopyPageEntries(const CPage& source, const CObjectPtr& target)
@@ -207,7 +257,7 @@ void CDocumentCopierBase::CopyPageEntries(const CPage& source, const CObjectPtr&
   for (int i = value.GetBegin(); i != value.GetEnd(); i = value.GetNext(i))
   {
     const char* szKey = value.GetKey(i);
-    if (IsOneOf(szKey, {"CropBox", "MediaBox", "Parent", "Resources", "Rotate", "Type", "B"}))
+    if (GetInheritedKey(szKey) >= 0 || IsOneOf(szKey, {"Parent", "Type", "B"}))
       continue;
     const CGroupScope group(m_copier, KeyEquals(szKey, "Annots") ? g_nFormGroup : m_copier.GetGroup());
     if (const CObjectPtr entry = m_visitor.VisitEntry(szKey, value.GetValue(i)))
@@ -236,8 +286,31 @@ void CDocumentCopierBase::CopyInherited(const CPage& source, const CObjectPtr& t
   const CObjectPtr value = source.FindInherited(szKey);
   if (!value)
     return;
-  if (const CObjectPtr entry = m_visitor.VisitEntry(szKey, value))
+  const int nHolder = source.GetHolder(szKey);
+  const bool bShared =
+      nHolder >= 0 && !IsSmall(value) &&
+      (!KeyEquals(szKey, "Resources") || m_input.GetPageTree().GetInheritingCount(nHolder) > 1);
+  if (const CObjectPtr entry =
+          bShared ? CopyShared(nHolder, szKey, value) : m_visitor.VisitEntry(szKey, value))
     target.AddEntry(szKey, entry);
+}
+
+CObjectPtr CDocumentCopierBase::CopyShared(int nHolder, const char* szKey, const CObjectPtr& value)
+{
+  CFile& file = m_output.GetFile();
+  if (m_shared.IsEmpty())
+    m_shared.SetSize(m_input.GetPageTree().GetNodeCount() * g_nInheritedKeys);
+  int& nShared = m_shared[nHolder * g_nInheritedKeys + GetInheritedKey(szKey)];
+  if (nShared > 0)
+    return file.GetObject(nShared, -1);
+  const CObjectPtr copy = m_visitor.VisitEntry(szKey, value);
+  CObjectPtr object = copy ? file.NewObject(0, 0, m_copier.GetGroup()) : CObjectPtr();
+  if (!object)
+    return copy;
+  object->SetValueObject(copy.Get());
+  object->Flush(true);
+  nShared = object.GetObjNumber();
+  return object;
 }
 
 bool CDocumentCopierBase::FinishPage(const CPage& source, const CObjectPtr& target)
@@ -260,6 +333,7 @@ CObjectPtr CDocumentCopierBase::CopyBeads(const CObjectPtr& beads)
 bool CDocumentCopierBase::CopyCatalogEntries()
 {
   const CObjectPtr catalog = CCopyBase::GetDirect(m_input.GetCatalog());
+  m_copier.TellDamage(m_input.GetCatalog());
   const CObjectPtr target = m_output.GetCatalog();
   for (int i = catalog.GetBegin(); i != catalog.GetEnd(); i = catalog.GetNext(i))
   {
@@ -271,12 +345,15 @@ bool CDocumentCopierBase::CopyCatalogEntries()
     if (const CObjectPtr entry = m_visitor.VisitEntry(szKey, catalog.GetValue(i)))
       target.AddEntry(szKey, entry);
   }
+  for (const char* szKey : {"Threads", "StructTreeRoot", "Outlines"})
+    if (const CObjectPtr part = catalog[szKey]; part && part->Load())
+      m_copier.TellDamage(part);
   if (const CObjectPtr threads = CopyThreads(catalog["Threads"]))
     target.AddEntry("Threads", threads);
-  if (const CObjectPtr structure = CopyStructTree(catalog["StructTreeRoot"]))
-    target.AddEntry("StructTreeRoot", structure);
   if (const CObjectPtr outlines = CopyOutlines(catalog["Outlines"]))
     target.AddEntry("Outlines", outlines);
+  if (const CObjectPtr structure = CopyStructTree(catalog["StructTreeRoot"]))
+    target.AddEntry("StructTreeRoot", structure);
   m_copier.ReleaseCopied();
   return true;
 }
@@ -294,11 +371,10 @@ CObjectPtr CDocumentCopierBase::CopyOutlines(const CObjectPtr& outlines)
 
 CObjectPtr CDocumentCopierBase::CopyStructTree(const CObjectPtr& root)
 {
-  if (!root.IsDictionary())
-    return {};
   CStructTreeCopier copier(&m_visitor);
   copier.ShareWith(m_copier);
-  CObjectPtr copy = copier.VisitEntry("StructTreeRoot", root);
+  CObjectPtr copy = root.IsDictionary() ? copier.VisitEntry("StructTreeRoot", root) : CObjectPtr();
+  copier.CopyPutOff();
   copier.ReleaseCopied();
   return copy;
 }

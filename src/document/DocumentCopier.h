@@ -48,9 +48,13 @@ protected:
   // the output is closed.
   bool BeginSave(BSE::IByteStream* pStream, TEncryption encryption);
 
-  // False, reported as EIO, if the input could not be read on the way: the copy then lacks what was taken for
-  // damaged.
+  // False, reported as the end of the save, if the input could not be read on the way: the copy then lacks
+  // what was taken for damaged.
   bool CheckInput();
+
+  // Reports the pages that the input's tree has lost. False, reported as the end of the save, if there is no
+  // page left although the input is not known to be empty: the copy would be an empty document.
+  bool CheckPageTree();
 
   // Binds the files that the copier works between, unless that is done.
   void BindFiles();
@@ -75,7 +79,8 @@ protected:
   // Target of a page: the object that references to it have been given, or a new one.
   CObjectPtr CreatePageCopy(const CPage& source);
 
-  // A value that a page may inherit, through the visitor, written on the copy if there is one.
+  // A value that a page may inherit, through the visitor, written on the copy if there is one. A larger value
+  // that stands in a node itself becomes one object for all pages that inherit it.
   void CopyInherited(const CPage& source, const CObjectPtr& target, const char* szKey);
 
   // Adds a finished page to the tree and writes it; forgets what was loaded for it.
@@ -109,9 +114,11 @@ private:
   bool SetUpEncryption(TEncryption& encryption, bool bAsInput, bool bUniform);
   bool InstallHandler(CSecurityHandler* pHandler);
   const CStandardSecurityHandler* GetInputHandler();
+  CObjectPtr CopyShared(int nHolder, const char* szKey, const CObjectPtr& value);
 
   CObjectTraverser& m_visitor;
   CCopyBase& m_copier;
+  BSE::CBasicArray<int> m_shared;  // target numbers by node and inherited key; 0 for none yet
 };
 
 // Copies whole documents. T is the copier of objects: CObjectCopier or CObjectCopierNonRec.
@@ -146,7 +153,8 @@ public:
   {
     if (!BeginSave(pStream, encryption))
       return false;
-    const bool bCopied = CopyMetadata() && CopyPages(1, m_input.GetPageCount()) && CopyCatalog();
+    const bool bCopied = CheckInput() && CheckPageTree() && CopyMetadata() &&
+                         CopyPages(1, m_input.GetPageCount()) && CopyCatalog() && !T::IsRefused();
     const bool bRead = CheckInput();
     return m_output.Close() && bCopied && bRead;
   }

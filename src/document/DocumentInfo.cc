@@ -90,6 +90,7 @@ CObjectPtr CDocumentCopierBase::CopyInfo(const char* const* pszOmitted)
     if (!IsOmitted(pszOmitted, source.GetKey(i)))
       if (const CObjectPtr entry = m_visitor.VisitEntry(source.GetKey(i), source.GetValue(i)))
         dictionary.AddEntry(source.GetKey(i), entry);
+  m_copier.TellDamage(source);
   CObjectPtr info = m_output.GetFile().NewObject(0, 0, 0);
   if (!info)
     return {};

@@ -1,6 +1,5 @@
 #include "document/DocumentTraverser.h"
 
-#include "base/Limits.h"
 #include "base/Tracer.h"
 
 namespace PDF
@@ -94,7 +93,7 @@ bool CDocumentTraverser::TraverseFields(const CObjectPtr& fields)
   CObjectPtr kids = fields;
   while (true)
   {
-    if (kids.IsArray() && levels.GetSize() < BSE::g_nMaxTreeDepth)
+    if (kids.IsArray() && (!kids.IsIndirect() || visited.Add(kids.GetObjNumber())))
     {
       levels.Add({kids.Get(), 0});
       held.Add(kids.Get());

@@ -1,6 +1,5 @@
 #include "document/NameTree.h"
 
-#include "base/Limits.h"
 #include "pdf/SimpleObjects.h"
 
 namespace PDF
@@ -37,7 +36,7 @@ bool CNameTreeReader::CanHold(const CObjectPtr& node) const
 
 void CNameTreeReader::Enter(const CObjectPtr& node)
 {
-  if (!node.IsDictionary() || m_steps.GetSize() >= BSE::g_nMaxTreeDepth)
+  if (!node.IsDictionary())
     return;
   if (node.IsIndirect() && !m_visited.Add(node.GetObjNumber()))
     return;
@@ -45,7 +44,7 @@ void CNameTreeReader::Enter(const CObjectPtr& node)
   const CObjectPtr pairs = node[m_kind == TKind::Names ? "Names" : "Nums"];
   const CObjectPtr kids = node["Kids"];
   for (const CObjectPtr& array : {kids, pairs})
-    if (array.IsArray())
+    if (array.IsArray() && (!array.IsIndirect() || m_visited.Add(array.GetObjNumber())))
     {
       m_steps.Add({0, array == pairs});
       m_arrays.Add(array.Get());

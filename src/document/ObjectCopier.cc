@@ -34,7 +34,7 @@ CObjectPtr CObjectCopier::VisitIndirect(const CObjectPtr& object)
 
 void CObjectCopier::CopyIndirect(const CObjectPtr& source, const CObjectPtr& target)
 {
-  if (IsPageObject(source))
+  if (IsLeftToOther(source))
     return;
   if (!IsDeep())
   {

@@ -17,7 +17,7 @@ CObjectPtr CObjectCopierNonRec::VisitIndirect(const CObjectPtr& object)
 {
   bool bCreated = false;
   const CObjectPtr target = GetOrCreateCopy(object, bCreated);
-  if (bCreated && !IsPageObject(object))
+  if (bCreated && !IsLeftToOther(object))
     Push(object);
   return target;
 }

@@ -10,12 +10,6 @@ namespace PDF
 namespace
 {
 
-bool HasResourceName(const CObjectPtr& dictionary)
-{
-  return dictionary["Type"].IsName("Font") || dictionary["Type"].IsName("XObject") ||
-         dictionary["Subtype"].IsName("Image") || dictionary["Subtype"].IsName("Form");
-}
-
 bool TellsEncoding(const char* szKey)
 {
   for (const char* szOther : {"Filter", "DecodeParms", "DL"})
@@ -25,6 +19,20 @@ bool TellsEncoding(const char* szKey)
 }
 
 }  // namespace
+
+bool HasResourceName(const CObjectPtr& dictionary)
+{
+  if (const CObjectPtr type = dictionary["Type"]; type.IsName("Font") || type.IsName("XObject"))
+    return true;
+  const CObjectPtr subtype = dictionary["Subtype"];
+  if (!subtype.IsName())
+    return false;
+  for (const char* szName :
+       {"Image", "Form", "Type0", "Type1", "MMType1", "Type3", "TrueType", "CIDFontType0", "CIDFontType2"})
+    if (subtype.IsName(szName))
+      return true;
+  return false;
+}
 
 void CObjectHasher::AddNumber(std::uint64_t nValue)
 {

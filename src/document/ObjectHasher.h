@@ -11,10 +11,13 @@ namespace PDF
 // Enough of a strong hash that equal digests can be taken for equal contents.
 using TObjectDigest = std::array<unsigned char, 16>;
 
+// True for a font, an image or a form, whose "Name" repeats the name of a resource (ISO 32000-1, Tables 89,
+// 95 and 111) and does not count. A font may lack its "Type".
+bool HasResourceName(const CObjectPtr& dictionary);
+
 // Brings values into a form whose bytes are equal exactly for equal values: dictionaries sorted by key,
 // numbers by value and kind, references by the number that stands for their object. Nothing behind a
-// reference is looked at. The key "Name" of fonts and XObjects, which repeats the name of a resource (ISO
-// 32000-1, Tables 89, 95 and 111), does not count.
+// reference is looked at. The key "Name" of fonts and XObjects does not count.
 class CObjectHasher : public CObjectTraverser
 {
 public:

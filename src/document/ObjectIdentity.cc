@@ -81,9 +81,16 @@ bool IsDestination(const CObjectPtr& array)
 // Keys that link an object to others of its kind, name its place, or make it what it is.
 bool IsLinkKey(const char* szKey)
 {
-  return IsOneOf(szKey,
-                 {"Parent", "Prev", "Kids", "First", "Last", "FT", "Fields", "ByteRange", "Names", "Nums",
-                  "Limits", "StructParent", "StructParents", "TransformMethod", "SubFilter", "EF"});
+  return IsOneOf(szKey, {"Parent", "Prev", "Kids", "First", "Last", "FT", "Fields", "ByteRange", "Names",
+                         "Nums", "Limits", "StructParent", "TransformMethod", "SubFilter", "EF"});
+}
+
+// The dash pattern of a graphics state (ISO 32000-1, Table 58), whose "Type" is optional: an array and a
+// number. Nothing else of that key begins with an array.
+bool IsDash(const CObjectPtr& value)
+{
+  return !value.IsIndirect() && value.IsArray() && value.GetSize() == 2 && !value[0].IsIndirect() &&
+         value[0].IsArray() && !value[1].IsIndirect() && value[1].IsNumber();
 }
 
 // Short keys are also names of glyphs and resources, and of entries of graphics states; what else there is
@@ -98,7 +105,7 @@ bool IsLinkedByShortKeys(const CObjectPtr& value)
     return true;
   if (has("Rect") && has("Subtype"))
     return true;
-  if (has("D") && !has("S") && IsSmall(value) && !value["Type"].IsName("ExtGState"))
+  if (has("D") && !has("S") && IsSmall(value) && !value["Type"].IsName("ExtGState") && !IsDash(value["D"]))
     return true;
   // Fields and outline items; groups and configurations of layers.
   return value["T"].IsString() || value["Title"].IsString() || value["Name"].IsString();

@@ -1,6 +1,5 @@
 #include "document/OptionalContent.h"
 
-#include "base/Limits.h"
 #include "base/Tracer.h"
 
 namespace PDF
@@ -51,7 +50,7 @@ void COptionalContent::LoadOrder(const CObjectPtr& order)
   const auto enter = [&](const CObjectPtr& list)
   {
     const bool bNew = !list.IsIndirect() || visited.Add(list.GetObjNumber());
-    if (!list.IsArray() || !bNew || lists.GetSize() >= BSE::g_nMaxTreeDepth)
+    if (!list.IsArray() || !bNew)
       return;
     lists.Add(list.Get());
     places.Add(0);

@@ -41,8 +41,8 @@ public:
   COptionalContent(const COptionalContent&) = delete;
   COptionalContent& operator=(const COptionalContent&) = delete;
 
-  // False if the object is no dictionary. Lists that lead back to themselves, and those deeper than
-  // g_nMaxTreeDepth, are left out of the order.
+  // False if the object is no dictionary. Lists that lead back to themselves are left out of
+  // the order.
   bool Load(const CObjectPtr& properties);
 
   int GetGroupCount() const { return m_groups.GetSize(); }

@@ -1,31 +1,52 @@
 #include "document/Outline.h"
 
 #include "base/Checked.h"
-#include "base/Limits.h"
 #include "base/Tracer.h"
 #include "pdf/DictionaryObject.h"
 #include "pdf/File.h"
 #include "pdf/SimpleObjects.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace PDF
 {
 
 COutline::~COutline()
 {
+  // Items far below one another go one by one.
+  COutlineItem* pDoomed = nullptr;
+  LetGo(pDoomed);
+  while (pDoomed)
+  {
+    COutlineItem* pItem = std::exchange(pDoomed, pDoomed->m_pNextDoomed);
+    pItem->LetGo(pDoomed);
+    pItem->Release();
+  }
+}
+
+// Drops the children. Those that nobody else holds are put in front of the list.
+void COutline::LetGo(COutlineItem*& pDoomed)
+{
   for (int i = 0; i < m_items.GetSize(); ++i)
-    m_items[i]->m_pParent = nullptr;
+  {
+    COutlineItem* pItem = m_items[i];
+    pItem->m_pParent = nullptr;
+    if (pItem->GetRefCount() > 1)
+      continue;
+    pItem->AddRef();
+    pItem->m_pNextDoomed = std::exchange(pDoomed, pItem);
+  }
+  m_items.RemoveAll();
 }
 
 bool COutline::AddItem(COutlineItem* pItem)
 {
-  // What hangs below the item is not walked for its depth: trees are built from the root.
-  if (!pItem || pItem->m_pParent || pItem->GetItemCount() > 0 || m_nDepth >= BSE::g_nMaxTreeDepth)
+  // An item with children could be one that this one hangs from.
+  if (!pItem || pItem->m_pParent || pItem->GetItemCount() > 0)
     return false;
   m_items.Add(pItem);
   pItem->m_pParent = this;
-  pItem->m_nDepth = m_nDepth + 1;
   return true;
 }
 

@@ -13,7 +13,7 @@ class CFile;
 class COutlineItem;
 
 // The root of an outline (ISO 32000-1, 12.3.3) and the list of its children, of which it holds a reference
-// each. Reading and writing use no recursion; a tree is at most g_nMaxTreeDepth deep.
+// each. Reading, writing and release use no recursion, however deep the tree is.
 class COutline : public CSemanticObject
 {
 public:
@@ -31,7 +31,7 @@ public:
   // Borrowed; null out of range.
   virtual COutlineItem* GetItem(int nIndex) const { return m_items[nIndex]; }
 
-  // Appends. False for null, for an item that has a parent, and where the tree would become too deep.
+  // Appends. False for null and for an item that has a parent or children.
   virtual bool AddItem(COutlineItem* pItem);
 
   // False out of range.
@@ -62,12 +62,11 @@ protected:
   // Entries beside the links of the tree.
   virtual void SaveEntries(PDF::CObject&) const {}
 
-  int m_nDepth = 0;
-
 private:
   friend class COutlineItem;
 
   void SaveLinks(const CObjectPtr& dictionary) const;
+  void LetGo(COutlineItem*& pDoomed);
 
   BSE::CObjectArray<COutlineItem> m_items;
   bool m_bOpen = false;
@@ -120,6 +119,7 @@ private:
   CObjectPtr m_color;
   int m_nStyle = 0;
   COutline* m_pParent = nullptr;
+  COutlineItem* m_pNextDoomed = nullptr;
 };
 
 }  // namespace PDF

@@ -1,23 +1,64 @@
 #include "document/Page.h"
 
-#include "base/Limits.h"
+#include "document/NumberSet.h"
 #include "pdf/ArrayObject.h"
 #include "pdf/File.h"
+
+#include <algorithm>
 
 namespace PDF
 {
 
+int GetInheritedKey(const char* szKey)
+{
+  for (int i = 0; i < g_nInheritedKeys; ++i)
+    if (KeyEquals(szKey, g_inheritedKeys[i]))
+      return i;
+  return -1;
+}
+
+bool IsAbsent(const CObjectPtr& value)
+{
+  if (!value.IsIndirect())
+    return !value;
+  return !value.GetValueObject() &&
+         !(value.GetFile() && value.GetFile()->GetDamage(value.GetObjNumber()) != 0);
+}
+
+CPage::CPage(const CObjectPtr& object, const TInheritedValue (&inherited)[g_nInheritedKeys])
+    : CTypedObject(object, "Page"), m_bListed(true)
+{
+  std::copy_n(inherited, g_nInheritedKeys, m_inherited);
+}
+
 CObjectPtr CPage::FindInherited(const char* szKey) const
 {
+  if (!m_bListed)
+    return FindAlongParents(szKey);
+  const int nKey = GetInheritedKey(szKey);
+  if (nKey >= 0 && m_inherited[nKey].m_value)
+    return m_inherited[nKey].m_value;
+  // Whether it refers to null is known where a node above has a value: resources that all pages share are not
+  // loaded again for each of them.
+  return (*this)[szKey];
+}
+
+int CPage::GetHolder(const char* szKey) const
+{
+  const int nKey = GetInheritedKey(szKey);
+  return nKey >= 0 ? m_inherited[nKey].m_nHolder : -1;
+}
+
+CObjectPtr CPage::FindAlongParents(const char* szKey) const
+{
   const CObjectPtr root = GetFile() ? GetFile()->GetRoot()["Pages"] : CObjectPtr();
-  CObjectPtr node = *this;
-  for (int i = 0; i <= BSE::g_nMaxTreeDepth && node.IsDictionary(); ++i)
+  CNumberSet visited;
+  for (CObjectPtr node = *this; node.IsDictionary(); node = node["Parent"])
   {
-    if (CObjectPtr value = node[szKey])
+    if (CObjectPtr value = node[szKey]; !IsAbsent(value))
       return value;
-    if (node == root)
+    if (node == root || (node.IsIndirect() && !visited.Add(node.GetObjNumber())))
       break;
-    node = node["Parent"];
   }
   return {};
 }

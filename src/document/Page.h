@@ -17,16 +17,38 @@ inline constexpr unsigned g_nPageResourcesInvalid = 0x80410406U;
 inline constexpr unsigned g_nPageMediaBoxInvalid = 0x80410407U;
 inline constexpr unsigned g_nNoPages = 0x80410408U;
 
+// What pages inherit from the nodes above them (ISO 32000-1, Table 30).
+inline constexpr const char* g_inheritedKeys[] = {"CropBox", "MediaBox", "Resources", "Rotate"};
+inline constexpr int g_nInheritedKeys = 4;
+
+// The index of a key among them, -1 for another one.
+int GetInheritedKey(const char* szKey);
+
+// A value that a page has from a node above it.
+struct TInheritedValue
+{
+  CObjectPtr m_value;
+  int m_nHolder = -1;  // the node, as its tree counts them
+};
+
 // A page (ISO 32000-1, 7.7.3.3) by value: a page object, or null.
 class CPage : public CTypedObject
 {
 public:
   CPage() : CTypedObject("Page") {}
+
+  // A page that no tree has handed out inherits along its "Parent".
   CPage(const CObjectPtr& object) : CTypedObject(object, "Page") {}
 
-  // The value of a key in the page or the nearest of its ancestors; null if none has it. Ends after the
-  // catalogue's root node, and after g_nMaxTreeDepth ancestors.
+  // A page that a tree lists: null where it has a value of its own, or none.
+  CPage(const CObjectPtr& object, const TInheritedValue (&inherited)[g_nInheritedKeys]);
+
+  // The value of a key that the page has or inherits; null if there is none. A reference to null does not
+  // hide what stands above it.
   CObjectPtr FindInherited(const char* szKey) const;
+
+  // The node of its tree that a page has the value from; -1 where the value is the page's own.
+  int GetHolder(const char* szKey) const;
 
   // False, reported, without a valid box; the rectangle is then 612 by 792.
   bool GetMediaBox(TRectangle& rectangle) const;
@@ -45,9 +67,16 @@ public:
   CResources GetResources() const;
 
 private:
+  CObjectPtr FindAlongParents(const char* szKey) const;
   TRectangle GetBox(const char* szKey) const;
   bool FindMediaBox(TRectangle& rectangle) const;
+
+  TInheritedValue m_inherited[g_nInheritedKeys];
+  bool m_bListed = false;
 };
+
+// True for null and for a reference to it. What cannot be read is no null: it is there, and damaged.
+bool IsAbsent(const CObjectPtr& value);
 
 // A counted page with its annotations (ISO 32000-1, 12.5). Annotation indices are 0-based.
 class CPage_new : public CSemanticObject

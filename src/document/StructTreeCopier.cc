@@ -23,6 +23,15 @@ bool IsElement(const CObjectPtr& kid)
 
 }  // namespace
 
+bool IsStructureObject(const CObjectPtr& object)
+{
+  if (!object.IsDictionary() || object.IsStream())
+    return false;
+  if (const CObjectPtr type = object["Type"]; type.IsName())
+    return type.IsName("StructElem") || type.IsName("StructTreeRoot");
+  return object["S"].IsName() && object["P"].IsDictionary() && (object["K"] || object["Pg"]);
+}
+
 bool CStructTreeCopier::BelongsToOwner(const CObjectPtr& object) const
 {
   if (!m_pOwner)
@@ -41,7 +50,14 @@ bool CStructTreeCopier::BelongsToOwner(const CObjectPtr& object) const
 CObjectPtr CStructTreeCopier::VisitIndirect(const CObjectPtr& object)
 {
   if (const CObjectPtr copy = GetCopy(object))
+  {
+    const int nNumber = object.GetObjNumber();
+    if (!IsPutOff(object))
+      return copy;
+    m_pState->m_putOff.Remove(nNumber);
+    CopyIndirect(object, copy);
     return copy;
+  }
   if (IsDropped(object))
     return {};
   return BelongsToOwner(object) ? m_pOwner->VisitIndirect(object) : CObjectCopier::VisitIndirect(object);
@@ -69,11 +85,11 @@ bool CStructTreeCopier::IsDropped(const CObjectPtr& object) const
 
 bool CStructTreeCopier::HasElements(const CObjectPtr& kids)
 {
-  if (!kids.IsArray())
-    return IsElement(kids);
   const int nNumber = kids.GetObjNumber();
   if (m_arraysWithElements.Contains(nNumber) || m_arraysWithoutElements.Contains(nNumber))
     return m_arraysWithElements.Contains(nNumber);
+  if (!kids.IsArray())
+    return IsElement(kids);
   bool bFound = false;
   for (int i = 0; i < kids.GetSize() && !bFound; ++i)
     bFound = IsElement(kids[i]);
@@ -83,25 +99,40 @@ bool CStructTreeCopier::HasElements(const CObjectPtr& kids)
 
 bool CStructTreeCopier::IsKidKept(const CObjectPtr& kid, const CObjectPtr& page)
 {
+  if (m_pState->m_omitted.Contains(kid.GetObjNumber()))
+    return false;
+  if (!IsPutOff(kid) && GetCopy(kid))
+    return true;
   if (kid.IsInteger())
     return IsPagePresent(page);
-  if (m_omitted.Contains(kid.GetObjNumber()))
-    return false;
-  if (GetCopy(kid) || !kid.IsDictionary())
+  if (!kid.IsDictionary())
     return true;
   const CObjectPtr ownPage = kid["Pg"];
   if (IsContentItem(kid))
     return !IsDropped(kid["Obj"]) && IsPagePresent(ownPage ? ownPage : page);
   if (IsPagePresent(ownPage) || HasElements(kid["K"]))
     return true;
-  m_omitted.Add(kid.GetObjNumber());
+  m_pState->m_omitted.Add(kid.GetObjNumber());
   return false;
+}
+
+void CStructTreeCopier::CopyPutOff()
+{
+  for (int i = 0; i < m_pState->m_putOffOrder.GetSize(); ++i)
+  {
+    const int nNumber = m_pState->m_putOffOrder[i];
+    if (m_pState->m_putOff.Contains(nNumber) && !m_pState->m_omitted.Contains(nNumber))
+      Visit(m_pSource->GetObject(nNumber, -1));
+  }
 }
 
 // An array that belongs to one element, as it should, becomes a direct one. Elements that share one share its
 // copy, so that the work stays in proportion to the file.
 CObjectPtr CStructTreeCopier::CopyKids(const CObjectPtr& kids, const CObjectPtr& page)
 {
+  if (m_arrays.Contains(kids.GetObjNumber()))
+    if (const CObjectPtr copy = GetCopy(kids))
+      return copy;
   if (!kids.IsArray())
     return IsKidKept(kids, page) ? VisitEntry("K", kids) : CObjectPtr();
   if (!kids.IsIndirect() || m_arrays.Add(kids.GetObjNumber()))
@@ -122,6 +153,7 @@ CObjectPtr CStructTreeCopier::CopyKids(const CObjectPtr& kids, const CObjectPtr&
 CObjectPtr CStructTreeCopier::CopyKidArray(const CObjectPtr& kids, const CObjectPtr& page)
 {
   CObjectPtr copy(new CArrayObject);
+  TellDamage(kids);
   for (int i = 0; i < kids.GetSize(); ++i)
   {
     const CObjectPtr kid = kids[i];

@@ -16,6 +16,9 @@ protected:
   ~IObjectFilter() = default;
 };
 
+// True for the root of a structure tree and an element, whose "Type" is optional (ISO 32000-1, 14.7.2).
+bool IsStructureObject(const CObjectPtr& object);
+
 // Copies a structure tree (ISO 32000-1, 14.7): of the kids "K" of an element only those are kept whose page
 // stands in the target. An element without a page of its own stays, and so does one that holds further
 // elements. References to objects that the filter drops go.
@@ -27,7 +30,12 @@ public:
   explicit CStructTreeCopier(CObjectTraverser* pOwner = nullptr, IObjectFilter* pFilter = nullptr)
       : m_pOwner(pOwner), m_pFilter(pFilter)
   {
+    m_bTakesStructure = true;
   }
+
+  // Elements that other parts of the document lead to and the tree does not, once it is copied. What the tree
+  // has left out stays out.
+  void CopyPutOff();
 
   CObjectPtr VisitDictionary(const CObjectPtr& object) override;
   CObjectPtr VisitIndirect(const CObjectPtr& object) override;
@@ -41,11 +49,11 @@ private:
   bool BelongsToOwner(const CObjectPtr& object) const;
 
   bool IsDropped(const CObjectPtr& object) const;
+  bool IsPutOff(const CObjectPtr& object) const { return m_pState->m_putOff.Contains(object.GetObjNumber()); }
 
   CObjectTraverser* m_pOwner;
   IObjectFilter* m_pFilter;
-  // Elements that are left out and arrays of kids, by number: many may refer to one of them.
-  CNumberSet m_omitted;
+  // Arrays of kids, by number: many may refer to one of them.
   CNumberSet m_arrays;
   CNumberSet m_arraysWithElements;
   CNumberSet m_arraysWithoutElements;

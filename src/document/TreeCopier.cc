@@ -1,6 +1,5 @@
 #include "document/TreeCopier.h"
 
-#include "base/Limits.h"
 #include "base/Tracer.h"
 #include "pdf/DictionaryObject.h"
 #include "pdf/SimpleObjects.h"
@@ -25,6 +24,20 @@ bool IsLink(const char* szKey)
 // known.
 struct CTreeCopier::TLevel
 {
+  TLevel() = default;
+  TLevel(const TLevel&) = delete;
+  TLevel& operator=(const TLevel&) = delete;
+
+  // A long path goes one by one where memory runs out.
+  ~TLevel()
+  {
+    while (m_pAbove)
+    {
+      BSE::CScopedPtr<TLevel> pNext = std::move(m_pAbove->m_pAbove);
+      m_pAbove = std::move(pNext);
+    }
+  }
+
   CObjectPtr m_source;
   CObjectPtr m_target;
   CObjectPtr m_next;   // child to be copied next
@@ -157,11 +170,6 @@ void CTreeCopier::CopyChild(BSE::CScopedPtr<TLevel>& pLevel)
   pBelow->m_target = target;
   pBelow->m_nDepth = pLevel->m_nDepth + 1;
   pBelow->m_next = source["First"];
-  if (pBelow->m_nDepth >= BSE::g_nMaxTreeDepth && pBelow->m_next)
-  {
-    pBelow->m_next.Reset();
-    pBelow->m_bChanged = true;
-  }
   pBelow->m_pAbove = std::move(pLevel);
   pLevel = std::move(pBelow);
 }
@@ -178,6 +186,8 @@ std::int64_t CTreeCopier::GetCount(const TLevel& level)
 
 void CTreeCopier::EndLevel(BSE::CScopedPtr<TLevel>& pLevel)
 {
+  // The list ends at a node that is not there, or that could not be read.
+  TellDamage(pLevel->m_next);
   const CObjectPtr count = pLevel->m_source["Count"];
   const bool bOpen = count.GetIntegerValue() > 0;
   if (pLevel->m_first)

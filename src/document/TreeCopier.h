@@ -7,8 +7,8 @@ namespace PDF
 {
 
 // Copies a tree whose nodes are linked by "First", "Next", "Prev", "Last" and "Parent", as outlines are
-// (ISO 32000-1, 12.3.3). The walk uses no recursion: one path of nodes is in memory. A node met twice ends
-// its list of siblings, with a trace line; nodes deeper than g_nMaxTreeDepth are left out.
+// (ISO 32000-1, 12.3.3). The walk uses no recursion: one path of nodes is in memory, of any length. A node
+// met twice ends its list of siblings, with a trace line.
 class CTreeCopier : public CObjectCopier
 {
 public:

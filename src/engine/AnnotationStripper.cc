@@ -55,9 +55,30 @@ bool IsAnnotationSubtype(const CObjectPtr& subtype)
   return false;
 }
 
-bool CAnnotationStripper::IsSignedField(const CObjectPtr& field)
+bool CAnnotationStripper::IsLostField(const CObjectPtr& field)
 {
-  return field["V"].IsDictionary() && m_fields.Find(field).m_bSignature;
+  return (m_options.m_bFlattenSignatureFields || field["V"].IsDictionary()) &&
+         m_fields.Find(field).m_bSignature;
+}
+
+bool CAnnotationStripper::IsFlattenedSignature(const CObjectPtr& annotation)
+{
+  return m_options.m_bFlattenSignatureFields && annotation["Subtype"].IsName("Widget") &&
+         m_fields.Find(annotation).m_bSignature;
+}
+
+void CAnnotationStripper::TellSignature(const CObjectPtr& object)
+{
+  if (object.GetObjNumber() > 0 && !m_told.Add(object.GetObjNumber()))
+    return;
+  m_bTold = true;
+  BSE::ReportError(object.IsIndirect() ? object.Get() : m_pErrorContext, g_nSignatureNotCopied);
+}
+
+void CAnnotationStripper::TellSignatureOnce()
+{
+  if (!m_bTold)
+    TellSignature({});
 }
 
 bool CAnnotationStripper::IsVisible(const CObjectPtr& annotation)
@@ -94,12 +115,16 @@ TAnnotationFate CAnnotationStripper::DecideWidget(const CObjectPtr& widget)
   if (!field.m_bSignature)
     return Has(eStripForms) ? TAnnotationFate::Flatten : TAnnotationFate::Keep;
   if (m_options.m_bFlattenSignatureFields)
+  {
+    if (field.m_bValue)
+      TellSignature(widget);
     return TAnnotationFate::Flatten;
+  }
   if (Has(eStripForms))
     return TAnnotationFate::Drop;
   if (!field.m_bValue)
     return TAnnotationFate::Keep;
-  BSE::ReportError(widget.IsIndirect() ? widget.Get() : m_pErrorContext, g_nSignatureNotCopied);
+  TellSignature(widget);
   return TAnnotationFate::Drop;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "document/NumberSet.h"
 #include "engine/OptimizerOptions.h"
 #include "engine/SignatureFields.h"
 #include "pdf/Object.h"
@@ -32,11 +33,26 @@ public:
   // Null and what is no dictionary is dropped. A signed signature field that is dropped is reported.
   TAnnotationFate Decide(const CObjectPtr& annotation);
 
-  // True for a form field of the type signature, which an ancestor may tell, with a value of its own.
-  bool IsSignedField(const CObjectPtr& field);
+  // True for a form field that the output does not have any more: one of the type signature, which an
+  // ancestor may tell, with a value of its own; where signatures are flattened, with or without one.
+  bool IsLostField(const CObjectPtr& field);
+
+  // True for the widget of a signature that is to be flattened.
+  bool IsFlattenedSignature(const CObjectPtr& annotation);
+
+  // Reports that a signature goes with this object, once for each one with a number.
+  void TellSignature(const CObjectPtr& object);
+
+  // The same where nothing has told of a signature yet.
+  void TellSignatureOnce();
 
   // Forgets what is known of fields, which belongs to one document.
-  void Reset() { m_fields.RemoveAll(); }
+  void Reset()
+  {
+    m_fields.RemoveAll();
+    m_told.RemoveAll();
+    m_bTold = false;
+  }
 
   // As shown on a screen (ISO 32000-1, 12.5.3).
   static bool IsVisible(const CObjectPtr& annotation);
@@ -48,6 +64,8 @@ private:
   const TOptimizerOptions& m_options;
   BSE::IErrorContext* m_pErrorContext;
   CSignatureFields m_fields;
+  CNumberSet m_told;
+  bool m_bTold = false;
 };
 
 // True for the name of a type of annotations that the standard knows.

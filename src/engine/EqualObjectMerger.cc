@@ -86,6 +86,8 @@ private:
   // switches between those that stand for a state.
   void ExemptAppearances(const CObjectPtr& appearances)
   {
+    if (!IsNew(appearances))
+      return;
     Exempt(appearances);
     for (int i = appearances.GetBegin(); i != appearances.GetEnd(); i = appearances.GetNext(i))
       if (const CObjectPtr appearance = appearances.GetValue(i); appearance.IsStream())
@@ -95,10 +97,13 @@ private:
   // What a list makes a page, a field or an annotation, whatever it looks like.
   void ExemptMembers(const CObjectPtr& list)
   {
-    if (list.IsArray())
+    if (IsNew(list) && list.IsArray())
       for (int i = 0; i < list.GetSize(); ++i)
         Exempt(list[i]);
   }
+
+  // Pages and fields may share such an object, which is not loaded for each of them.
+  bool IsNew(const CObjectPtr& object) { return !object.IsIndirect() || m_looked.Add(object.GetObjNumber()); }
 
   // An array that lists members, like the fields of a form or the annotations of a page, or may come to: two
   // of them can have the same members and must not get new ones together. Members were entered before.
@@ -118,6 +123,7 @@ private:
   CStreamDigester m_streams;
   CDigestTable m_digests;
   CNumberSet m_exempt;
+  CNumberSet m_looked;  // lists and appearances whose members are exempt
   int m_nMerged = 0;
 };
 

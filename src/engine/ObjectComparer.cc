@@ -18,9 +18,7 @@ constexpr int g_nMaxOpen = 16;
 
 bool IsNameless(const CObjectPtr& dictionary)
 {
-  const CObjectPtr type = dictionary["Type"];
-  return type.IsName("OCG") || type.IsName("Font") || type.IsName("XObject") ||
-         dictionary["Subtype"].IsName("Image") || dictionary["Subtype"].IsName("Form");
+  return dictionary["Type"].IsName("OCG") || HasResourceName(dictionary);
 }
 
 bool Counts(const char* szKey, bool bNameless, bool bStream)

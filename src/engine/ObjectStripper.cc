@@ -6,10 +6,10 @@ namespace PDF
 namespace
 {
 
-// An element without its "Type", which is optional (ISO 32000-1, 14.7.2).
-bool IsUntypedElement(const CObjectPtr& object)
+// The value of a signature (ISO 32000-1, Table 252), whose "Type" is optional.
+bool IsSignature(const CObjectPtr& object)
 {
-  return object["S"].IsName() && object["P"].IsDictionary() && (object["K"] || object["Pg"]);
+  return object["ByteRange"].IsArray() && object["Contents"].IsString();
 }
 
 }  // namespace
@@ -21,6 +21,8 @@ TAnnotationFate CObjectStripper::Decide(const CObjectPtr& annotation)
   const TAnnotationFate fate = m_annotations.Decide(annotation);
   if (fate == TAnnotationFate::Drop)
     m_dropped.Add(annotation.GetObjNumber());
+  else if (fate == TAnnotationFate::Flatten && IsFlattenedSignature(annotation))
+    m_looks.Add(annotation.GetObjNumber());
   return fate;
 }
 
@@ -41,6 +43,8 @@ bool CObjectStripper::Judge(const CObjectPtr& object)
     return JudgeUntyped(object);
   if (type.IsName("Annot"))
     return Decide(object) == TAnnotationFate::Drop;
+  if (type.IsName("Sig") || type.IsName("DocTimeStamp"))
+    return IsSignature(object);
   const bool bStructure = type.IsName("StructElem") || type.IsName("StructTreeRoot");
   return bStructure && (m_options.m_nStrip & eStripStructure) != 0;
 }
@@ -49,10 +53,15 @@ bool CObjectStripper::JudgeUntyped(const CObjectPtr& object)
 {
   if (object["Rect"].IsArray() && IsAnnotationSubtype(object["Subtype"]))
     return Decide(object) == TAnnotationFate::Drop;
-  // The look of a flattened signature leads to its field.
-  if (!m_options.m_bFlattenSignatureFields && m_annotations.IsSignedField(object))
+  if (IsSignature(object))
     return true;
-  return (m_options.m_nStrip & eStripStructure) != 0 && IsUntypedElement(object);
+  if (m_annotations.IsLostField(object))
+  {
+    if (object["V"].IsDictionary())
+      m_annotations.TellSignature(object);
+    return true;
+  }
+  return (m_options.m_nStrip & eStripStructure) != 0 && IsStructureObject(object);
 }
 
 }  // namespace PDF

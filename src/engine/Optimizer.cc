@@ -231,6 +231,8 @@ CObjectPtr COptimizer::VisitIndirect(const CObjectPtr& object)
   if (object.GetFile() != &m_input.GetFile())
     return CDocumentCopierT<CObjectCopier>::VisitIndirect(object);
   const CObjectPtr source = GetStandIn(object);
+  if (source != object)
+    TellDamage(object);
   // What has a copy was let in, and pages are: they need not be loaded here.
   if (const CObjectPtr copy = GetCopy(source))
     return copy;

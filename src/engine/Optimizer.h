@@ -64,7 +64,8 @@ public:
   // A duplicate is replaced by the object that stands for it; what is dropped gives null.
   CObjectPtr VisitIndirect(const CObjectPtr& object) override;
 
-  // What the strip flags keep. Inside the form, signed signature fields and "SigFlags" go. A list of
+  // What the strip flags keep. Inside the form, signed signature fields and "SigFlags" go; the widget of a
+  // signature that is flattened becomes a stamp. A list of
   // references closes up where an object is dropped.
   CObjectPtr VisitDictionary(const CObjectPtr& object) override;
   CObjectPtr VisitArray(const CObjectPtr& object) override;
@@ -96,7 +97,9 @@ private:
   CObjectPtr CopyAnnots(const CObjectPtr& annots);
   CObjectPtr CopyAnnotations(const CObjectPtr& annots);
   CObjectPtr CopyCatalogEntry(const char* szKey, const CObjectPtr& value);
-  bool HasOnlySignedFields(const CObjectPtr& form);
+  bool HasOnlyLostFields(const CObjectPtr& form);
+  static bool HasSignature(const CObjectPtr& fields);
+  CObjectPtr CopyLook(const CObjectPtr& widget);
   CObjectPtr CopyForm(const CObjectPtr& form);
   CObjectPtr CloseUp(const CObjectPtr& source, const CObjectPtr& copy) const;
   template <class T>

@@ -8,6 +8,7 @@
 #include "engine/Optimizer.h"
 #include "pdf/ArrayObject.h"
 #include "pdf/DictionaryObject.h"
+#include "pdf/SimpleObjects.h"
 
 namespace PDF
 {
@@ -16,14 +17,6 @@ namespace
 
 // Group of the object streams for form fields and annotations, which are read apart from the rest.
 constexpr int g_nFormGroup = 1;
-
-bool IsInherited(const char* szKey)
-{
-  for (const char* szOther : {"CropBox", "MediaBox", "Resources", "Rotate"})
-    if (KeyEquals(szKey, szOther))
-      return true;
-  return false;
-}
 
 // Set by the output document, or stated by its header.
 bool IsOfOutput(const char* szKey)
@@ -48,12 +41,14 @@ void TraceUnflattened(const CObjectPtr& annotation)
 
 CObjectPtr COptimizer::VisitDictionary(const CObjectPtr& object)
 {
+  if (m_stripper.IsFlattenedSignature(object))
+    return CopyLook(object);
   const CObjectPtr copy(new CDictionaryObject);
   for (int i = object.GetBegin(); i != object.GetEnd(); i = object.GetNext(i))
   {
     const char* szKey = object.GetKey(i);
     // It tells of signatures that the copy does not have any more.
-    if (m_bFilterSignedFields && KeyEquals(szKey, "SigFlags"))
+    if (KeyEquals(szKey, "SigFlags") && (m_bFilterSignedFields || object["Fields"]))
       continue;
     const CObjectPtr value = object.GetValue(i);
     const bool bFields = m_bFilterSignedFields && KeyEquals(szKey, "Fields") && value.IsArray();
@@ -61,6 +56,19 @@ CObjectPtr COptimizer::VisitDictionary(const CObjectPtr& object)
     if (const CObjectPtr entry = VisitEntry(szKey, value))
       copy.AddEntry(szKey, entry);
   }
+  return copy;
+}
+
+// What a flattened signature shows stays on its page as a stamp, which has nothing of a field.
+CObjectPtr COptimizer::CopyLook(const CObjectPtr& widget)
+{
+  CObjectPtr copy(new CDictionaryObject);
+  for (const char* szKey :
+       {"Type", "Rect", "P", "NM", "M", "F", "AP", "AS", "Border", "C", "StructParent", "OC"})
+    if (const CObjectPtr value = widget[szKey])
+      if (const CObjectPtr entry = VisitEntry(szKey, value))
+        copy.AddEntry(szKey, entry);
+  copy.AddEntry("Subtype", new CNameObject("Stamp"));
   return copy;
 }
 
@@ -83,8 +91,8 @@ CObjectPtr COptimizer::VisitArray(const CObjectPtr& object)
   const BSE::CScopedValue inFields(m_bInFieldsArray, false);
   const CObjectPtr copy(new CArrayObject);
   for (int i = 0; i < object.GetSize(); ++i)
-    if (const CObjectPtr field = object[i]; !m_stripper.IsSignedField(field))
-      if (const CObjectPtr entry = VisitElement(i, field); entry || !m_stripper.WasDropped(field))
+    if (const CObjectPtr field = object[i]; !m_stripper.IsLostField(field))
+      if (const CObjectPtr entry = VisitElement(i, field); entry || !m_stripper.LeavesLists(field))
         copy.Add(entry);
   return copy;
 }
@@ -99,13 +107,13 @@ CObjectPtr COptimizer::CloseUp(const CObjectPtr& source, const CObjectPtr& copy)
     const CObjectPtr element = source[i];
     if (!element.IsIndirect())
       return copy;
-    bGone = bGone || m_stripper.WasDropped(element);
+    bGone = bGone || m_stripper.LeavesLists(element);
   }
   if (!bGone)
     return copy;
   CObjectPtr closed(new CArrayObject);
   for (int i = 0; i < source.GetSize(); ++i)
-    if (copy[i] || !m_stripper.WasDropped(source[i]))
+    if (!m_stripper.LeavesLists(source[i]))
       closed.Add(copy[i]);
   return closed;
 }
@@ -124,7 +132,7 @@ void COptimizer::CopyPageEntries(const CPage& source, const CObjectPtr& target)
   for (int i = page.GetBegin(); i != page.GetEnd(); i = page.GetNext(i))
   {
     const char* szKey = page.GetKey(i);
-    if (IsInherited(szKey) || KeyEquals(szKey, "Type") || KeyEquals(szKey, "Parent"))
+    if (GetInheritedKey(szKey) >= 0 || KeyEquals(szKey, "Type") || KeyEquals(szKey, "Parent"))
       continue;
     const CObjectPtr value = page.GetValue(i);
     if (stripper.IsPageEntryDropped(szKey, value))
@@ -138,17 +146,24 @@ void COptimizer::CopyPageEntries(const CPage& source, const CObjectPtr& target)
 // so that the work stays in proportion to the file.
 CObjectPtr COptimizer::CopyAnnots(const CObjectPtr& annots)
 {
+  // Many pages may share it: it is loaded for two of them.
+  const int nNumber = annots.GetObjNumber();
+  if (m_emptyAnnotArrays.Contains(nNumber))
+    return {};
+  if (m_annotArrays.Contains(nNumber))
+    if (const CObjectPtr copy = GetCopy(annots))
+      return copy;
+  // What is no list of annotations holds nothing that could be dropped.
   if (!annots.IsArray())
-    return {};
-  if (m_emptyAnnotArrays.Contains(annots.GetObjNumber()))
-    return {};
+    return annots ? VisitEntry("Annots", annots) : CObjectPtr();
+  TellDamage(annots);
   const CGroupScope group(*this, g_nFormGroup);
-  if (!annots.IsIndirect() || m_annotArrays.Add(annots.GetObjNumber()))
+  if (!annots.IsIndirect() || m_annotArrays.Add(nNumber))
   {
     CObjectPtr copy = CopyAnnotations(annots);
     if (copy.GetSize() > 0)
       return copy;
-    m_emptyAnnotArrays.Add(annots.GetObjNumber());
+    m_emptyAnnotArrays.Add(nNumber);
     return {};
   }
   bool bCreated = false;
@@ -170,6 +185,7 @@ CObjectPtr COptimizer::CopyAnnotations(const CObjectPtr& annots)
     const TAnnotationFate fate = m_stripper.Decide(annotation);
     if (fate == TAnnotationFate::Drop)
     {
+      TellDamage(annotation);
       if (annotation)
         annotation->Unload();
       continue;
@@ -190,11 +206,19 @@ bool COptimizer::CopyCatalog()
   for (int i = catalog.GetBegin(); i != catalog.GetEnd(); i = catalog.GetNext(i))
   {
     const char* szKey = catalog.GetKey(i);
+    if (KeyEquals(szKey, "Perms") && catalog.GetValue(i).IsDictionary())
+      m_stripper.TellSignatureOnce();
     if (IsOfOutput(szKey) || stripper.IsCatalogEntryDropped(szKey))
       continue;
     if (const CObjectPtr entry = CopyCatalogEntry(szKey, catalog.GetValue(i)))
       target.AddEntry(szKey, entry);
+    TellDamage(catalog.GetValue(i));
   }
+  TellDamage(m_input.GetCatalog());
+  COptStructTreeCopier structure(*this, &m_stripper);
+  structure.ShareWith(*this);
+  structure.CopyPutOff();
+  structure.ReleaseCopied();
   ReleaseCopied();
   return true;
 }
@@ -232,23 +256,32 @@ CObjectPtr COptimizer::CopyWith(T& copier, const char* szKey, const CObjectPtr& 
 }
 
 // True also for a form without fields.
-bool COptimizer::HasOnlySignedFields(const CObjectPtr& form)
+bool COptimizer::HasOnlyLostFields(const CObjectPtr& form)
 {
   const CObjectPtr fields = form["Fields"];
   if (!fields.IsArray())
     return true;
   for (int i = 0; i < fields.GetSize(); ++i)
-    if (!m_stripper.IsSignedField(fields[i]))
+    if (!m_stripper.IsLostField(fields[i]))
       return false;
   return true;
 }
 
+bool COptimizer::HasSignature(const CObjectPtr& fields)
+{
+  for (int i = 0; i < fields.GetSize(); ++i)
+    if (fields[i]["V"].IsDictionary())
+      return true;
+  return false;
+}
+
 CObjectPtr COptimizer::CopyForm(const CObjectPtr& form)
 {
-  if (form["XFA"].IsNull() && HasOnlySignedFields(form))
+  if (form["XFA"].IsNull() && HasOnlyLostFields(form))
   {
-    if (form["Fields"].GetSize() > 0)
-      BSE::ReportError(m_pErrorContext, g_nSignatureNotCopied);
+    TellDamage(form["Fields"]);
+    if (HasSignature(form["Fields"]))
+      m_stripper.TellSignatureOnce();
     return {};
   }
   const BSE::CScopedValue filter(m_bFilterSignedFields, true);

@@ -131,14 +131,14 @@ void SetMergeFonts(TOptimizerOptions& options)
   options.m_bMergeFonts = true;
 }
 
-// The version of the images' encoding, 1.nMinor, is a lower bound of the target version.
+// The version of the images' encoding, 1.nMinor, becomes the target version unless that is as high. A lower
+// bound stays one.
 void RaiseVersion(TOptimizerOptions& options, unsigned nMinor)
 {
   const unsigned nMajor = options.m_nVersionMajor;
   const bool bEnough = nMajor > 1 || (nMajor == 1 && options.m_nVersionMinor >= nMinor);
   if (options.m_bVersionSet && bEnough)
     return;
-  options.m_bVersionRaisedOnly = options.m_bVersionRaisedOnly || !options.m_bVersionSet;
   options.m_bVersionSet = true;
   options.m_nVersionMajor = 1;
   options.m_nVersionMinor = nMinor;

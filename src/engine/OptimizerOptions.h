@@ -58,9 +58,9 @@ struct TOptimizerOptions
   // 0 or 1; other values are ignored.
   void SetDitheringMode(unsigned nMode);
 
-  // Sets of TCompressionFlag; flags that the set does not know are dropped. JBIG2 among the bitonal ones
-  // raises the target version to 1.4, JPEG 2000 among the continuous ones to 1.5, unless it was set to at
-  // least that.
+  // Sets of TCompressionFlag; flags that the set does not know are dropped. With JBIG2 among the
+  // bitonal ones the target version becomes 1.4, with JPEG 2000 among the continuous ones 1.5, unless it was
+  // set to at least that; also where the input has a higher one, unless the target is a lower bound.
   void SetBitonalCompressions(unsigned nFlags);
   void SetContinuousCompressions(unsigned nFlags);
   void SetIndexedCompressions(unsigned nFlags);
@@ -163,8 +163,8 @@ struct TOptimizerOptions
   bool m_bUnembedFonts = false;
   bool m_bEmbedFonts = false;
 
-  // The version of the output, used by the next open. Not set: that of the input. Raised only: an encoding
-  // asks for at least that version, and an input of a higher one keeps its own. Within the claim: an input
+  // The version of the output, used by the next open. Not set: that of the input. Raised only: an input
+  // of a higher one keeps its own. Within the claim: an input
   // that claims PDF/A is raised no further than its part allows.
   bool m_bVersionSet = false;
   bool m_bVersionRaisedOnly = false;

@@ -109,10 +109,14 @@ void CRedundantObjectOptimizer::Run(CDocument& document, unsigned nMask)
   m_nMask = nMask;
   m_seen.RemoveAll();
   m_met.RemoveAll();
+  m_owners.RemoveAll();
+  m_holders.RemoveAll();
   const BSE::CScopedValue<COptObjectDigestComputer*> current(m_pComputer, &computer);
   VisitDocument(document);
   m_seen.RemoveAll();
   m_met.RemoveAll();
+  m_owners.RemoveAll();
+  m_holders.RemoveAll();
   CMerger(file, m_table.GetSpan(), computer, streams).Run();
   for (int i = 0; i < m_table.GetSize(); ++i)
     if (m_table[i].m_nCanonical != g_nNoEntry)
@@ -161,24 +165,42 @@ void CRedundantObjectOptimizer::VisitDocument(CDocument& document)
   for (int nPage = 0; nPage < nPages; ++nPage)
   {
     const CPage page = document.GetPage(nPage);
-    VisitResources(page.FindInherited("Resources"));
+    // Nodes are counted from 0.
+    const int nHolder = page.GetHolder("Resources");
+    if (nHolder < 0 || m_holders.Add(nHolder + 1))
+      VisitResources(page.FindInherited("Resources"));
     const CObjectPtr annotations = page["Annots"];
-    for (int i = 0; annotations.IsArray() && i < annotations.GetSize(); ++i)
-      VisitAnnotation(annotations[i]);
+    if (!WasSeen(annotations))
+    {
+      for (int i = 0; annotations.IsArray() && i < annotations.GetSize(); ++i)
+        VisitAnnotation(annotations[i]);
+      if (annotations.IsIndirect())
+        annotations->Unload();
+    }
     WorkOff();
-    if (annotations.IsIndirect())
-      annotations->Unload();
     page->Unload();
   }
   WorkOff();
 }
 
+// What was seen is not loaded again: pages share their resources, and may share all else.
+bool CRedundantObjectOptimizer::WasSeen(const CObjectPtr& object)
+{
+  return object.GetObjNumber() > 0 && !m_seen.Add(object.GetObjNumber());
+}
+
 void CRedundantObjectOptimizer::VisitAnnotation(const CObjectPtr& annotation)
 {
+  if (WasSeen(annotation))
+    return;
   const CObjectPtr appearances = annotation["AP"];
+  if (WasSeen(appearances))
+    return VisitResources(annotation["DR"]);
   for (int i = appearances.GetBegin(); i != appearances.GetEnd(); i = appearances.GetNext(i))
   {
     const CObjectPtr appearance = appearances.GetValue(i);
+    if (WasSeen(appearance))
+      continue;
     if (appearance.IsStream())
     {
       if (appearance["Subtype"].IsName("Form") && appearance["BBox"].IsArray())
@@ -188,24 +210,19 @@ void CRedundantObjectOptimizer::VisitAnnotation(const CObjectPtr& annotation)
     if (!appearance.IsDictionary())
       continue;
     for (int k = appearance.GetBegin(); k != appearance.GetEnd(); k = appearance.GetNext(k))
-      if (appearance.GetValue(k).IsStream())
-        VisitResources(appearance.GetValue(k)["Resources"]);
+      if (const CObjectPtr state = appearance.GetValue(k); !WasSeen(state) && state.IsStream())
+        VisitResources(state["Resources"]);
   }
   VisitResources(annotation["DR"]);
 }
 
 void CRedundantObjectOptimizer::VisitResources(const CObjectPtr& resources)
 {
-  if (!resources.IsDictionary())
+  if (WasSeen(resources) || !resources.IsDictionary())
     return;
   const int nNumber = resources.GetObjNumber();
-  if (nNumber > 0)
-  {
-    if (!m_seen.Add(nNumber))
-      return;
-    if (nNumber < m_table.GetSize() && m_table[nNumber].m_nCanonical != g_nNoEntry)
-      return;
-  }
+  if (nNumber > 0 && nNumber < m_table.GetSize() && m_table[nNumber].m_nCanonical != g_nNoEntry)
+    return;
   VisitSection(resources, "ColorSpace", eResourceColorSpace);
   VisitSection(resources, "Pattern", eResourcePattern);
   VisitSection(resources, "Shading", eResourceShading);
@@ -218,7 +235,7 @@ void CRedundantObjectOptimizer::VisitSection(const CObjectPtr& resources, const 
                                              unsigned nKinds)
 {
   const CObjectPtr section = resources[szSection];
-  if (!section.IsDictionary())
+  if (WasSeen(section) || !section.IsDictionary())
     return;
   for (int i = section.GetBegin(); i != section.GetEnd(); i = section.GetNext(i))
   {
@@ -238,7 +255,7 @@ void CRedundantObjectOptimizer::VisitSection(const CObjectPtr& resources, const 
 void CRedundantObjectOptimizer::VisitXObjects(const CObjectPtr& xobjects)
 {
   constexpr unsigned nBoth = eResourceImage | eResourceForm;
-  if (!xobjects.IsDictionary())
+  if (WasSeen(xobjects) || !xobjects.IsDictionary())
     return;
   for (int i = xobjects.GetBegin(); i != xobjects.GetEnd(); i = xobjects.GetNext(i))
   {
@@ -263,7 +280,7 @@ bool CRedundantObjectOptimizer::WasMet(const CObjectPtr& value)
 // resources are.
 void CRedundantObjectOptimizer::VisitInner(const CObjectPtr& owner)
 {
-  if (owner.GetObjNumber() > 0 && !m_seen.Add(owner.GetObjNumber()))
+  if (owner.GetObjNumber() > 0 && !m_owners.Add(owner.GetObjNumber()))
     return;
   if (const CObjectPtr resources = owner["Resources"])
     m_waiting.Add(resources.Get());

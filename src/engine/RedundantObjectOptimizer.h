@@ -63,6 +63,8 @@ private:
   void VisitSection(const CObjectPtr& resources, const char* szSection, unsigned nKinds);
   void VisitXObjects(const CObjectPtr& xobjects);
 
+  bool WasSeen(const CObjectPtr& object);
+
   // Whether a resource was met before. Most pages use what earlier ones did, which need not be loaded again.
   bool WasMet(const CObjectPtr& value);
   void VisitInner(const CObjectPtr& owner);
@@ -71,10 +73,12 @@ private:
   BSE::CBasicArray<TObjectTableEntry> m_table;
   unsigned m_nMask = 0;
 
-  COptObjectDigestComputer* m_pComputer = nullptr;  // these four during Run
+  COptObjectDigestComputer* m_pComputer = nullptr;  // these six during Run
   BSE::CObjectArray<CObject> m_waiting;
-  CNumberSet m_seen;  // owners of resources, and resources
-  CNumberSet m_met;   // values of their sections
+  CNumberSet m_seen;     // resources and their sections, annotations and what shows them
+  CNumberSet m_met;      // values of the sections
+  CNumberSet m_owners;   // XObjects and the like with resources
+  CNumberSet m_holders;  // nodes of the page tree with resources, from 1
 };
 
 }  // namespace PDF

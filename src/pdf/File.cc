@@ -352,7 +352,7 @@ bool CFile::AdmitStream(const CFile& source, std::int64_t nLength)
   if (BSE::IsOutOfProportion(m_nAdmittedBytes + nLength, BSE::g_nFreeCopiedSize, BSE::g_nMaxSharedRatio,
                              nSource))
   {
-    BSE::ReportError(this, g_nWrongLength);
+    BSE::ReportEnd(this, g_nWrongLength);
     return false;
   }
   m_nAdmittedBytes += nLength;

@@ -99,24 +99,22 @@ TEST(PageTreeTest, SurvivesDamage)
   }
 }
 
-// Nodes inside nodes, further than any walk may follow.
-TEST(PageTreeTest, EndsAtTheDepthLimit)
+// Nodes inside nodes, and a page below them all.
+TEST(PageTreeTest, FollowsAnyDepth)
 {
   TObjects objects{{1, g_szCatalog}};
-  const int nDepth = BSE::g_nMaxTreeDepth + 50;
+  const int nDepth = 30000;
   for (int i = 0; i < nDepth; ++i)
   {
     const std::string number = std::to_string(i + 3);
-    objects[i + 2] =
-        "<</Type/Pages/Count 1/Parent " + std::to_string(i + 1) + " 0 R/Kids[" + number + " 0 R]>>";
+    objects[i + 2] = "<</Type/Pages/Count 1/Parent " + std::to_string(i + 1) + " 0 R/Kids[" + number +
+                     " 0 R]" + (i == 0 ? "/Rotate 90" : "") + ">>";
   }
   objects[nDepth + 2] = Page(nDepth + 1, 1);
   TOpenDocument document(MakePdf(objects));
-  EXPECT_EQ(document->GetPageCount(), 1);  // found as a stray page
-  EXPECT_TRUE(document.m_reports.m_codes.count(g_nPageKidsInvalid));
-  TRectangle box;
-  EXPECT_TRUE(document->GetPage(0).GetMediaBox(box));
-  EXPECT_TRUE(document->GetPage(0).FindInherited("Resources").IsNull());
+  EXPECT_EQ(document->GetPageCount(), 1);
+  EXPECT_EQ(document->GetPage(0).GetRotate(), 90);
+  EXPECT_TRUE(document.m_reports.m_codes.empty());
 }
 
 // A page that is searched by the counts is the page that the walk over all finds.
@@ -148,8 +146,8 @@ TEST(PageTreeTest, InheritsValues)
         "<</Type/Pages/Count 3/Kids[3 0 R 5 0 R 6 0 R]/MediaBox[100 200 0 0]/Rotate 450/Resources<</X 1>>>>"},
        {3, "<</Type/Pages/Count 1/Parent 2 0 R/Kids[4 0 R]/CropBox[10 10 500 150]>>"},
        {4, "<</Type/Page/Parent 3 0 R/TrimBox[20 20 30 30]/Rotate -90>>"},
-       {5, "<</Type/Page/Parent 2 0 R/CropBox[300 300 400 400]/MediaBox[0 0 50 (x)]>>"},
-       {6, "<</Type/Page/Parent 6 0 R>>"}}));
+       {5, "<</Type/Page/Parent 2 0 R/CropBox[300 300 400 400]/MediaBox[0 0 50 (x)]/Resources 7>>"},
+       {6, "<</Type/Page/Parent 3 0 R/MediaBox 9 0 R>>"}}));
   const CPage first = document->GetPage(0);
   TRectangle box;
   EXPECT_TRUE(first.GetMediaBox(box));
@@ -166,9 +164,14 @@ TEST(PageTreeTest, InheritsValues)
   EXPECT_FALSE(second.GetMediaBox(box));
   EXPECT_EQ(box, g_defaultMediaBox);
   EXPECT_EQ(second.GetCropBox(), (TRectangle{300, 300, 400, 400}));
-  EXPECT_TRUE(document->GetPage(2).GetResources().IsNull());
+  EXPECT_TRUE(second.GetResources().IsNull());
   EXPECT_EQ(document.m_reports.m_codes,
             (std::set<unsigned>{g_nPageMediaBoxInvalid, g_nPageResourcesInvalid}));
+
+  // Its parent is the node that lists it, and a reference to null hides nothing.
+  const CPage third = document->GetPage(2);
+  EXPECT_TRUE(third.GetMediaBox(box));
+  EXPECT_EQ(third.GetCropBox(), (TRectangle{0, 0, 100, 200}));
 }
 
 // A new document in memory, and a model of its pages.

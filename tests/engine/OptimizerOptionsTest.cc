@@ -378,6 +378,12 @@ TEST(OptimizerOptions, EncodingsRaiseTheTargetVersion)
   TOptimizerOptions options;
   options.SetContinuousCompression(eCompressionJPEG2000);
   EXPECT_EQ(options.m_nVersionMinor, 5U);
+  EXPECT_FALSE(options.m_bVersionRaisedOnly);
+  // A lower bound stays one.
+  EXPECT_TRUE(options.SetMinimumVersion(1, 3));
+  options.SetBitonalCompressions(eCompressionFlagJBIG2);
+  EXPECT_EQ(options.m_nVersionMinor, 4U);
+  EXPECT_TRUE(options.m_bVersionRaisedOnly);
 }
 
 TEST(OptimizerOptions, VersionNeedsTwoNumbers)

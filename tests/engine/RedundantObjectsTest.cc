@@ -69,6 +69,9 @@ TEST(RedundantObjects, ResourcesOfOneValue)
        "<</Subtype/Type1/BaseFont/Times/Type/Font>>", 127, true},
       {"resource name", "Font", "<</Type/Font/Subtype/Type1/Name/F1>>",
        "<</Type/Font/Subtype/Type1/Name/F2>>", 32, true},
+      {"name of an untyped font", "Font", "<</Subtype/TrueType/Name/F1>>", "<</Subtype/TrueType/Name/F2>>",
+       32, true},
+      {"dash", "ExtGState", "<</D[[3]0]>>", "<</D[[3]0]>>", 127, true},
       {"one more key", "Font", "<</Type/Font>>", "<</Type/Font/Subtype/Type1>>", 127, false},
       {"mask of fonts", "ColorSpace", "[/CalGray<</WhitePoint[1 1 1]>>]", "[/CalGray<</WhitePoint[1 1 1]>>]",
        32, false},
@@ -238,6 +241,8 @@ TEST(RedundantObjects, IdentityIsNeverMerged)
       {"<</Type/Filespec/F(a.txt)>>", false},
       {"<</N 1 0 R/V 1 0 R/R[0 0 1 1]>>", false},
       {"<</Type/ExtGState/D[[3]0]>>", true},
+      {"<</D[[3]0]>>", true},
+      {"<</Subtype/Form/StructParents 3>>", true},
       {"<</a 1 0 R/D 1 0 R/N 1 0 R/P 1 0 R/V 1 0 R>>", true},
   };
   for (const auto& c : cases)
