@@ -69,7 +69,7 @@ bool CFile::Open(BSE::IByteStream* pStream, bool bUpdate)
   CFileLoader loader(*this);
   loader.TestLinearized();
   m_nStartXRef = m_pParser->ReadStartXRef();
-  bool bGood = m_nStartXRef >= 0 && loader.ReadChain(m_nStartXRef) && loader.Merge();
+  bool bGood = m_nStartXRef >= 0 && loader.Read(m_nStartXRef);
   if (bGood && (m_xref.GetSize() == 0 || !CheckRoot()))
   {
     BSE::ReportError(this, m_xref.GetSize() == 0 ? g_nNoTrailer : g_nNoRoot);
@@ -87,6 +87,7 @@ bool CFile::Open(BSE::IByteStream* pStream, bool bUpdate)
     }
   }
   m_bOpened = true;
+  FollowId();
   std::reverse(m_revisions.GetSpan().begin(), m_revisions.GetSpan().end());
   if (m_revisions.GetSize() >= 2 && m_revisions[1] < m_revisions[0])
     m_revisions.RemoveAt(0);
@@ -109,6 +110,16 @@ bool CFile::CheckRoot()
   if (m_encrypt && !m_pSecurity && (m_xref.GetStreamOf(nRoot) > 0 || !m_recoveredHolders.IsEmpty()))
     return true;
   return m_root.IsDictionary();
+}
+
+void CFile::FollowId()
+{
+  if (m_id.GetSize() == 2)
+  {
+    m_id1 = m_id[0].GetStringValue();
+    m_id2 = m_id[1].GetStringValue();
+  }
+  m_id = nullptr;
 }
 
 void CFile::ReadCatalogueVersion()
@@ -195,6 +206,11 @@ void CFile::NotifyXRefChanged()
   ForEachListener([this](CFileEventListener& listener) { listener.OnXRefChanged(*this); });
 }
 
+bool CFile::CanLoad() const
+{
+  return m_pParser && !m_bScanning && m_nLoadDepth < g_nMaxLoadDepth;
+}
+
 bool CFile::LoadObject(CIndirectObject& object)
 {
   const int nNumber = object.GetObjNumber();
@@ -203,8 +219,6 @@ bool CFile::LoadObject(CIndirectObject& object)
     BSE::ReportError(this, g_nWrongOffset);
     return false;
   }
-  if (!m_pParser || m_nLoadDepth >= g_nMaxLoadDepth)
-    return false;
   ForEachListener([&](CFileEventListener& listener)
                   { listener.OnObjectLoading(*this, nNumber, object.GetGenNumber()); });
   TXRefEntry entry = m_xref.GetEntry(nNumber);
@@ -412,6 +426,7 @@ void CFile::DropTrailer()
   m_root = nullptr;
   m_encrypt = nullptr;
   m_info = nullptr;
+  m_id = nullptr;
 }
 
 void CFile::DropObjectStreams()
@@ -453,6 +468,7 @@ void CFile::ReleaseAll()
   m_nLoadDepth = 0;
   m_nCachedBytes = m_nRereadBytes = m_nAdmittedBytes = 0;
   m_bWantObjectStreams = m_bSplitXRef = m_bOpened = m_bRecoveryDone = false;
+  m_bScanning = m_bXRefIncomplete = false;
   m_bHeaderWritten = m_bAppending = m_bDirty = m_bFailed = false;
   m_nFileSize = m_nSavedBytes = m_nXRefPosition = m_nRevisionStart = 0;
   m_nFlushedStreams = 0;

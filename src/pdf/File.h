@@ -89,7 +89,12 @@ public:
   CXRefTable& GetXRef() { return m_xref; }
   int GetObjectCount() const { return m_xref.GetSize(); }
 
-  // Fills an object from the file; false, reported, if it cannot be read even after a repair.
+  // False while something else is read with the same reader, or too many loads are under way inside each
+  // other: an object that is wanted meanwhile reads as null, and can be had later.
+  bool CanLoad() const;
+
+  // Fills an object from the file; false, reported and noted as damage, if it cannot be read even after a
+  // repair.
   bool LoadObject(CIndirectObject& object);
 
   // Called when only the table holds an object: unloads it, and what that sets free, without recursion.
@@ -251,6 +256,9 @@ private:
   bool CheckRoot();
   void ReadCatalogueVersion();
 
+  // Once objects can be loaded.
+  void FollowId();
+
   // Entries for what object streams hold, unless a plain object of that number stands behind them; for
   // streams that a scan has found, in the order of the file.
   void EnterRecoveredHolders(const BSE::CBasicArray<int>& holders);
@@ -272,6 +280,7 @@ private:
   CObjectPtr m_encrypt;
   CObjectPtr m_info;
   CObjectPtr m_linearized;
+  CObjectPtr m_id;  // the file's identifier, where it has references
   CString m_id1;
   CString m_id2;
   int m_nMajor = 1;
@@ -290,6 +299,8 @@ private:
   bool m_bSplitXRef = false;
   bool m_bOpened = false;
   bool m_bRecoveryDone = false;
+  bool m_bScanning = false;        // the reader is in the middle of something: nothing may be loaded
+  bool m_bXRefIncomplete = false;  // objects may exist that the table calls free
 
   // Writing
   BSE::CObjectPtr<BSE::IByteStream> m_pOutput;  // working output

@@ -2,6 +2,7 @@
 
 #include "base/ErrorHandler.h"
 #include "base/Limits.h"
+#include "base/ScopedValue.h"
 #include "pdf/Parser.h"
 #include "pdf/XRefStreamReader.h"
 
@@ -20,10 +21,23 @@ constexpr unsigned g_nWrongStreamOffset = 0x03428309;
 constexpr unsigned g_nBadStream = 0x8342010B;
 constexpr unsigned g_nXRefStreamUsed = 0x03418533;
 
+// A section is read for its trailer, then for its entries, and perhaps once more in another way.
+constexpr std::int64_t g_nMaxReadings = 8;
+constexpr std::int64_t g_nFreeBytes = 1 << 20;
+
+// Sections that are found through references, which nobody writes more than once or twice.
+constexpr int g_nMaxReferences = 8;
+
 }  // namespace
+
+CFileLoader::CFileLoader(CFile& file)
+    : m_file(file), m_nBytesLeft(g_nFreeBytes + g_nMaxReadings * file.m_pInput->GetLength())
+{
+}
 
 void CFileLoader::TestLinearized()
 {
+  const BSE::CScopedValue noLoads(m_file.m_bScanning, true);
   const BSE::CErrorSuppressor quiet(m_file.OnGetErrorHandler());
   CParser& parser = *m_file.m_pParser;
   BSE::CObjectPtr<CIndirectObject> pObject(new CIndirectObject(nullptr, 0, -1, 0));
@@ -43,7 +57,9 @@ bool CFileLoader::IsTrailer(const CObjectPtr& trailer) const
   if (!trailer.IsDictionary())
     return false;
   // The main section of a linearized file names no root: its first-page section does.
-  return trailer["Root"] || trailer["Size"].IsInteger() || trailer["Prev"].IsInteger();
+  const CObjectPtr size = trailer["Size"];
+  const CObjectPtr prev = trailer["Prev"];
+  return trailer["Root"] || size.IsIndirect() || size.IsInteger() || prev.IsIndirect() || prev.IsInteger();
 }
 
 bool CFileLoader::NoteRevisionEnd()
@@ -86,16 +102,16 @@ CFileLoader::TOutcome CFileLoader::ReadTrailerAt(std::int64_t nPos, CObjectPtr& 
   scanner.ReadToken();
   if (scanner.GetToken() == eTokenXRef)
   {
-    if (scanner.FindForward("trailer") < 0)
+    if (scanner.FindForward("trailer") < 0 || !TakeBytes(nStart))
       return eNoTrailer;
     trailer = parser.ParseValue();
-    if (!trailer.IsDictionary())
+    if (!trailer.IsDictionary() || trailer.IsIndirect())
       return eNoTrailer;
   }
   else if (scanner.GetToken() == eTokenInteger)
   {
     stream = new CIndirectObject(nullptr, 0, -1, 0);
-    if (!parser.ParseIndirectObject(stream.Get(), nStart) || !stream->IsStream())
+    if (!parser.ParseIndirectObject(stream.Get(), nStart) || !stream->IsStream() || !TakeBytes(nStart))
       return eMalformed;
     trailer = stream->GetValueObject();
     scanner.ReadToken();
@@ -123,6 +139,8 @@ void CFileLoader::TakeTrailer(const CObjectPtr& trailer, bool bFirst)
 void CFileLoader::TakeId(const CObjectPtr& trailer, bool bFirst)
 {
   const CObjectPtr id = trailer["ID"];
+  if (!m_file.m_id && m_file.m_id1.IsEmpty() && (id.IsIndirect() || id[0].IsIndirect() || id[1].IsIndirect()))
+    m_file.m_id = id;
   if (id.GetSize() != 2)
     return;
   const CString first = id[0].GetStringValue();
@@ -136,37 +154,92 @@ void CFileLoader::TakeId(const CObjectPtr& trailer, bool bFirst)
     BSE::ReportError(&m_file, g_nOtherIds);
 }
 
-void CFileLoader::AddSection(std::int64_t nPos, CIndirectObject* pStream, bool bHybrid, bool bHidden)
+void CFileLoader::InsertSection(int nIndex, std::int64_t nPos, CIndirectObject* pStream, bool bHidden)
 {
-  m_sections.Add({nPos, pStream ? m_streams.GetSize() : -1, bHybrid, bHidden});
+  m_sections.InsertAt(nIndex, {nPos, pStream ? m_streams.GetSize() : -1, bHidden});
   if (pStream)
     m_streams.Add(pStream);
 }
 
-void CFileLoader::AddHidden(std::int64_t nPos)
+bool CFileLoader::TakeBytes(std::int64_t nStart)
 {
+  m_nBytesLeft -= std::max<std::int64_t>(m_file.m_pParser->Tell() - nStart, 0);
+  return m_nBytesLeft >= 0;
+}
+
+void CFileLoader::AddHidden(int nTable, const CObjectPtr& place)
+{
+  if (place.IsIndirect() && m_file.m_bScanning)
+  {
+    m_hiddenPlaces.Add(place.Get());
+    m_hiddenTables.Add(m_sections[nTable].m_nPos);
+    return;
+  }
+  const std::int64_t nPos = GetIntegerOr(place, 0);
+  // Of a stream that several revisions name, the newest one counts.
+  if (nPos <= 0 || m_visited.Contains(nPos))
+    return;
+  m_visited.SetAt(nPos, nullptr);
+  const BSE::CScopedValue noLoads(m_file.m_bScanning, true);
   CObjectPtr trailer;
   BSE::CObjectPtr<CIndirectObject> stream;
   const TOutcome nOutcome = ReadTrailerAt(nPos, trailer, stream);
   if (nOutcome == eMalformed || !stream)
   {
+    // What it lists reads as free from now on.
+    m_file.m_bXRefIncomplete = true;
     BSE::ReportError(&m_file, g_nBadStream);
     return;
   }
-  AddSection(nPos, stream.Get(), false, true);
+  InsertSection(nTable + 1, nPos, stream.Get(), true);
   if (m_file.m_nXRefForm == eXRefTable)
     m_file.m_nXRefForm = eXRefHybrid;
 }
 
-bool CFileLoader::ReadChain(std::int64_t nStartXRef)
+bool CFileLoader::Read(std::int64_t nStartXRef)
 {
-  BSE::CValueKeyPtrMap<std::int64_t, void> visited;
-  std::int64_t nPos = nStartXRef;
-  for (bool bFirst = true;; bFirst = false)
+  if (!ReadChain(nStartXRef) || !Merge())
+    return false;
+  for (int i = 0; m_prev || m_hiddenPlaces.GetSize() > 0; ++i)
   {
-    if (visited.Contains(nPos) || m_sections.GetSize() >= BSE::g_nMaxXRefSections)
+    if (i >= g_nMaxReferences)
+      return false;
+    if (!FollowReferences() || !Merge())
+      return false;
+  }
+  return true;
+}
+
+bool CFileLoader::FollowReferences()
+{
+  const BSE::CObjectArray<CObject> places(std::move(m_hiddenPlaces));
+  const BSE::CBasicArray<std::int64_t> tables(std::move(m_hiddenTables));
+  for (int i = 0; i < places.GetSize(); ++i)
+  {
+    const std::span<TSection> sections = m_sections.GetSpan();
+    const auto pTable = std::ranges::find_if(
+        sections, [&](const TSection& s) { return s.m_nPos == tables[i] && !s.m_bHidden; });
+    if (pTable != sections.end())
+      AddHidden(static_cast<int>(pTable - sections.begin()), places[i]);
+  }
+  const CObjectPtr prev = std::exchange(m_prev, CObjectPtr());
+  return !prev || (prev.IsNumber() && ReadChain(prev.GetIntegerValue()));
+}
+
+bool CFileLoader::ReadChain(std::int64_t nPos)
+{
+  const BSE::CScopedValue noLoads(m_file.m_bScanning, true);
+  for (;;)
+  {
+    if (m_visited.Contains(nPos))
       return true;
-    visited.SetAt(nPos, nullptr);
+    if (m_sections.GetSize() >= BSE::g_nMaxXRefSections)
+    {
+      BSE::ReportError(&m_file, g_nBadTable);
+      return false;
+    }
+    const bool bFirst = m_sections.IsEmpty();
+    m_visited.SetAt(nPos, nullptr);
     CObjectPtr trailer;
     BSE::CObjectPtr<CIndirectObject> stream;
     const TOutcome nOutcome = ReadTrailerAt(nPos, trailer, stream);
@@ -178,21 +251,18 @@ bool CFileLoader::ReadChain(std::int64_t nStartXRef)
       return false;
     }
     TakeTrailer(trailer, bFirst);
-    const std::int64_t nHidden = stream ? 0 : GetIntegerOr(trailer["XRefStm"], 0);
-    AddSection(nPos, stream.Get(), nHidden > 0, false);
-    if (stream)
+    InsertSection(m_sections.GetSize(), nPos, stream.Get(), false);
+    if (m_file.m_nXRefForm == eXRefUnknown)
     {
-      if (m_file.m_nXRefForm == eXRefUnknown)
-      {
-        m_file.m_nXRefForm = eXRefStream;
-        m_file.m_bWantObjectStreams = true;
-      }
+      m_file.m_nXRefForm = stream ? eXRefStream : eXRefTable;
+      m_file.m_bWantObjectStreams = static_cast<bool>(stream);
     }
-    else if (m_file.m_nXRefForm == eXRefUnknown)
-      m_file.m_nXRefForm = eXRefTable;
-    if (nHidden > 0)
-      AddHidden(nHidden);
-    nPos = trailer["Prev"].IsNumber() ? trailer["Prev"].GetIntegerValue() : -1;
+    if (!stream)
+      AddHidden(m_sections.GetSize() - 1, trailer["XRefStm"]);
+    const CObjectPtr prev = trailer["Prev"];
+    if (prev.IsIndirect())
+      m_prev = prev;
+    nPos = prev.IsNumber() ? prev.GetIntegerValue() : -1;
     if (nPos < 0)
       return true;
   }
@@ -200,11 +270,14 @@ bool CFileLoader::ReadChain(std::int64_t nStartXRef)
 
 bool CFileLoader::Merge()
 {
+  const BSE::CScopedValue noLoads(m_file.m_bScanning, true);
+  CXRefSink sink(m_file.m_xref, m_file.m_pInput->GetLength());
+  m_numbers.RemoveAll();
   for (int i = m_sections.GetSize() - 1; i >= 0; --i)
   {
     const TSection& section = m_sections[i];
     const bool bLast = i >= m_sections.GetSize() - 2;
-    const bool bGood = section.m_nStream >= 0 ? MergeStream(section) : MergeTable(section, bLast);
+    const bool bGood = section.m_nStream >= 0 ? MergeStream(section, sink) : MergeTable(section, sink, bLast);
     if (!bGood)
     {
       BSE::ReportError(&m_file, g_nBadTable);
@@ -214,7 +287,7 @@ bool CFileLoader::Merge()
   return true;
 }
 
-bool CFileLoader::MergeTable(const TSection& section, bool bLast)
+bool CFileLoader::MergeTable(const TSection& section, CXRefSink& sink, bool bLast)
 {
   CParser& parser = *m_file.m_pParser;
   CScanner& scanner = parser.GetScanner();
@@ -225,8 +298,11 @@ bool CFileLoader::MergeTable(const TSection& section, bool bLast)
     return false;
   const std::int64_t nEntries = scanner.Tell();
   bool bSplit = false;
-  if (!parser.ParseXRefTable(m_file.m_xref, section.m_bHybrid, bSplit) &&
-      !(scanner.Seek(nEntries) && parser.ParseXRefTokens(m_file.m_xref, section.m_bHybrid, bSplit)))
+  const bool bRead =
+      parser.ParseXRefTable(sink, bSplit) ||
+      (TakeBytes(section.m_nPos) && scanner.Seek(nEntries) && parser.ParseXRefTokens(sink, bSplit));
+  sink.ForgetHidden();
+  if (!TakeBytes(section.m_nPos) || !bRead)
     return false;
   const BSE::CBasicArray<std::int64_t>& revisions = m_file.m_revisions;
   const bool bPhysicallyFirst =
@@ -237,13 +313,19 @@ bool CFileLoader::MergeTable(const TSection& section, bool bLast)
   return true;
 }
 
-bool CFileLoader::MergeStream(const TSection& section)
+bool CFileLoader::MergeStream(const TSection& section, CXRefSink& sink)
 {
   CIndirectObject* pStream = m_streams[section.m_nStream];
   if (m_file.m_conformance.GetPart() == 1)
     BSE::ReportError(&m_file, g_nXRefStreamUsed);
-  if (!ReadXRefStream(*pStream, m_file.m_xref))
+  if (section.m_bHidden)
+    sink.BeginHidden();
+  const TXRefOutcome nOutcome = ReadXRefStream(*pStream, sink);
+  sink.EndHidden();
+  if (nOutcome == eXRefBroken)
     return false;
+  if (nOutcome == eXRefShort)
+    m_file.m_bXRefIncomplete = true;
   const int nNumber = pStream->GetObjNumber();
   const TXRefEntry& entry = m_file.m_xref.GetEntry(nNumber);
   // Many writers leave the stream's own entry out.

@@ -196,6 +196,7 @@ void CIndirectObject::SetValueObject(CObject* pValue)
 {
   m_pValue = pValue;
   m_bLoaded = true;
+  m_bUnreadable = false;
   if (m_pValue && m_pValue->GetType() == eIndirect)
     BreakCycle();
   if (m_pFile)
@@ -229,15 +230,15 @@ void CIndirectObject::Unlock()
 
 bool CIndirectObject::LoadFromFile()
 {
-  if (!m_pFile || m_bLoading)
+  if (!m_pFile || m_bLoading || !m_pFile->CanLoad())
     return false;
   {
     const BSE::CScopedValue loading(m_bLoading, true);
-    m_pFile->LoadObject(*this);
+    m_bUnreadable = !m_pFile->LoadObject(*this);
   }
   // A failed load reads as null until the object is unloaded, so that the damage is met once.
   m_bLoaded = true;
-  return true;
+  return !m_bUnreadable;
 }
 
 void CIndirectObject::BreakCycle()
@@ -265,7 +266,7 @@ void CIndirectObject::Unload()
 
 void CIndirectObject::DropValue()
 {
-  m_bLoaded = false;
+  m_bLoaded = m_bUnreadable = false;
   // Moved out first: releasing may come back to this object.
   const CObjectPtr value = std::move(m_pValue);
   const CObjectPtr stream = std::move(m_pStream);
@@ -276,6 +277,7 @@ void CIndirectObject::SetParsed(CObject* pValue, CObject* pStream)
   m_pValue = pValue;
   m_pStream = pStream;
   m_bLoaded = true;
+  m_bUnreadable = false;
 }
 
 void CIndirectObject::SetNumbers(int nObjNumber, int nGenNumber)

@@ -103,8 +103,9 @@ public:
   void Unlock() override;
   bool IsLocked() override { return m_nLockCount > 0; }
 
-  // False if the object cannot be read; it then reads as null, and another attempt is made at the next call.
-  bool Load() override { return m_bLoaded || m_nOffset == -1 || LoadFromFile(); }
+  // False if the object cannot be read; it then reads as null, and no other attempt is made until it has been
+  // unloaded. Where nothing can be loaded at the moment the next call tries again.
+  bool Load() override { return m_nOffset == -1 || (m_bLoaded ? !m_bUnreadable : LoadFromFile()); }
   void Unload() override;
 
   void* GetUserData() override { return m_pUserData; }
@@ -142,6 +143,7 @@ private:
   signed char m_nFlags = g_nGroupDirect;
   bool m_bLoaded = false;
   bool m_bLoading = false;
+  bool m_bUnreadable = false;
 };
 
 }  // namespace PDF

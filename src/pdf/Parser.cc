@@ -1,5 +1,6 @@
 #include "pdf/Parser.h"
 
+#include "base/Checked.h"
 #include "base/Limits.h"
 #include "base/Tracer.h"
 #include "base/Unicode.h"
@@ -85,8 +86,9 @@ void CParser::Report(unsigned nCode)
 
 bool CParser::SeekTo(std::int64_t nPos)
 {
-  const std::int64_t nTarget = nPos + m_nHeaderOffset;
-  return nPos >= 0 && m_scanner.Seek(nTarget) && m_scanner.Tell() == nTarget;
+  std::int64_t nTarget = 0;
+  return nPos >= 0 && BSE::CheckedAdd(nPos, m_nHeaderOffset, nTarget) && m_scanner.Seek(nTarget) &&
+         m_scanner.Tell() == nTarget;
 }
 
 CObjectPtr CParser::ParseValue()

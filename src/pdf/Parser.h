@@ -1,7 +1,7 @@
 #pragma once
 
 #include "pdf/Scanner.h"
-#include "pdf/XRefTable.h"
+#include "pdf/XRefSink.h"
 
 namespace PDF
 {
@@ -57,13 +57,12 @@ public:
   // Value behind the last "startxref"; -1, reported.
   std::int64_t ReadStartXRef();
 
-  // Reads the subsections behind the keyword "xref" into a table, up to and with "trailer". bKeepUsed leaves
-  // entries alone that a free one would replace. bSplit is set if there is more than one subsection. False,
-  // reported, if it is malformed.
-  bool ParseXRefTable(CXRefTable& table, bool bKeepUsed, bool& bSplit);
+  // Reads the subsections behind the keyword "xref", up to and with "trailer". bSplit is set if there is more
+  // than one subsection. False, reported, if it is malformed or lists too much.
+  bool ParseXRefTable(CXRefSink& sink, bool& bSplit);
 
   // The same token by token, for tables whose fields have other widths than they should.
-  bool ParseXRefTokens(CXRefTable& table, bool bKeepUsed, bool& bSplit);
+  bool ParseXRefTokens(CXRefSink& sink, bool& bSplit);
 
   // True once the file's end of line after the header holds the binary marker.
   bool HasBinaryMarker() const { return m_bBinaryMarker; }
@@ -98,8 +97,8 @@ private:
   std::int64_t FindStreamLength(CDictionaryObject& dictionary, std::int64_t nData);
   void CheckEndOfObject();
   bool ReadSubsectionHeader(int nFirst, std::int64_t& nStart, std::int64_t& nCount);
-  bool ReadXRefEntry(CXRefTable& table, int nObjNumber, bool bKeepUsed);
-  bool ReadXRefEntryTokens(CXRefTable& table, int nObjNumber, bool bKeepUsed);
+  bool ReadXRefEntry(CXRefSink& sink, int nObjNumber);
+  bool ReadXRefEntryTokens(CXRefSink& sink, int nObjNumber);
   bool ReadDigits(int nCount, std::int64_t& nValue);
   bool ReadKeywordTrailer();
 

@@ -33,17 +33,12 @@ bool IsEol(int c)
   return c == '\r' || c == '\n';
 }
 
-// Enters one entry of a table; false for an unknown kind.
-bool EnterEntry(CXRefTable& table, int nObjNumber, int nKind, std::int64_t nOffset, std::int64_t nGeneration,
-                bool bKeepUsed)
+// Enters one entry of a table; false for an unknown kind, and once there were too many.
+bool EnterEntry(CXRefSink& sink, int nObjNumber, int nKind, std::int64_t nOffset, std::int64_t nGeneration)
 {
   if (nKind == 'n')
-    table.SetOffset(nObjNumber, BSE::ClampTo<int>(nGeneration), nOffset);
-  else if (nKind != 'f')
-    return false;
-  else if (!bKeepUsed || table.GetEntry(nObjNumber).m_nType == eXRefFree)
-    table.SetFree(nObjNumber, BSE::ClampTo<int>(nGeneration), BSE::ClampTo<int>(nOffset));
-  return true;
+    return sink.SetOffset(nObjNumber, BSE::ClampTo<int>(nGeneration), nOffset);
+  return nKind == 'f' && sink.SetFree(nObjNumber, BSE::ClampTo<int>(nGeneration), BSE::ClampTo<int>(nOffset));
 }
 
 // Digits at a text, behind blanks, at most 9; -1 without any.
@@ -170,7 +165,7 @@ bool CParser::ReadSubsectionHeader(int nFirst, std::int64_t& nStart, std::int64_
   return SkipSpaceBytes() > 0 && nStart + nCount <= std::int64_t{BSE::g_nMaxObjNumber} + 1;
 }
 
-bool CParser::ReadXRefEntry(CXRefTable& table, int nObjNumber, bool bKeepUsed)
+bool CParser::ReadXRefEntry(CXRefSink& sink, int nObjNumber)
 {
   BSE::CBufferedInputStream& stream = m_scanner.GetStream();
   std::int64_t nOffset = 0;
@@ -187,7 +182,7 @@ bool CParser::ReadXRefEntry(CXRefTable& table, int nObjNumber, bool bKeepUsed)
   ReportStrict(bBlank && nSpaces == 1, g_nXRefSeparator);
   if (nSpaces == 0)
     return false;
-  if (!EnterEntry(table, nObjNumber, stream.GetByte(), nOffset, nGeneration, bKeepUsed))
+  if (!EnterEntry(sink, nObjNumber, stream.GetByte(), nOffset, nGeneration))
   {
     Report(g_nBadTable);
     return false;
@@ -215,7 +210,7 @@ bool CParser::ReadKeywordTrailer()
   return !IsRegular(stream.PeekByte());
 }
 
-bool CParser::ParseXRefTable(CXRefTable& table, bool bKeepUsed, bool& bSplit)
+bool CParser::ParseXRefTable(CXRefSink& sink, bool& bSplit)
 {
   BSE::CBufferedInputStream& stream = m_scanner.GetStream();
   bSplit = false;
@@ -234,7 +229,7 @@ bool CParser::ParseXRefTable(CXRefTable& table, bool bKeepUsed, bool& bSplit)
       // A count that is too high ends where the entries do.
       if (!IsDigit(stream.PeekByte()) && stream.PeekByte() == 't')
         break;
-      bGood = ReadXRefEntry(table, static_cast<int>(nStart + i), bKeepUsed);
+      bGood = ReadXRefEntry(sink, static_cast<int>(nStart + i));
     }
     if (!bGood)
     {
@@ -249,7 +244,7 @@ bool CParser::ParseXRefTable(CXRefTable& table, bool bKeepUsed, bool& bSplit)
   return false;
 }
 
-bool CParser::ReadXRefEntryTokens(CXRefTable& table, int nObjNumber, bool bKeepUsed)
+bool CParser::ReadXRefEntryTokens(CXRefSink& sink, int nObjNumber)
 {
   const std::int64_t nOffset = m_scanner.GetInteger();
   m_scanner.ReadToken();
@@ -259,13 +254,13 @@ bool CParser::ReadXRefEntryTokens(CXRefTable& table, int nObjNumber, bool bKeepU
   m_scanner.ReadToken();
   const TToken nToken = m_scanner.GetToken();
   if (nToken < eTokenFirstOperator || nToken > eTokenLastOperator || m_scanner.GetTextLength() != 1 ||
-      !EnterEntry(table, nObjNumber, m_scanner.GetText()[0], nOffset, nGeneration, bKeepUsed))
+      !EnterEntry(sink, nObjNumber, m_scanner.GetText()[0], nOffset, nGeneration))
     return false;
   m_scanner.ReadToken();
   return true;
 }
 
-bool CParser::ParseXRefTokens(CXRefTable& table, bool bKeepUsed, bool& bSplit)
+bool CParser::ParseXRefTokens(CXRefSink& sink, bool& bSplit)
 {
   bSplit = false;
   m_scanner.ReadToken();
@@ -278,7 +273,7 @@ bool CParser::ParseXRefTokens(CXRefTable& table, bool bKeepUsed, bool& bSplit)
                  nStart <= BSE::g_nMaxObjNumber && nCount <= std::int64_t{BSE::g_nMaxObjNumber} + 1 - nStart;
     m_scanner.ReadToken();
     for (std::int64_t i = 0; bGood && i < nCount && m_scanner.GetToken() == eTokenInteger; ++i)
-      bGood = ReadXRefEntryTokens(table, static_cast<int>(nStart + i), bKeepUsed);
+      bGood = ReadXRefEntryTokens(sink, static_cast<int>(nStart + i));
     if (!bGood)
       break;
     bSplit = nSections > 0;

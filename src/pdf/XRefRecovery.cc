@@ -2,6 +2,7 @@
 
 #include "base/ErrorHandler.h"
 #include "base/Limits.h"
+#include "base/ScopedValue.h"
 #include "base/Tracer.h"
 #include "pdf/ObjectStream.h"
 #include "pdf/Parser.h"
@@ -62,6 +63,7 @@ void CXRefRecovery::Scan()
 {
   CParser& parser = *m_file.m_pParser;
   CScanner& scanner = parser.GetScanner();
+  const BSE::CScopedValue noLoads(m_file.m_bScanning, true);
   // Stray text between objects is no news: the scan meets every byte of the file.
   const BSE::CErrorSuppressor quiet(m_file.OnGetErrorHandler());
   scanner.SeekBegin();
@@ -92,7 +94,7 @@ void CXRefRecovery::Scan()
     case eTokenTrailer:
     {
       const CObjectPtr trailer = parser.ParseValue();
-      if (trailer.IsDictionary() && !m_bSecondary)
+      if (trailer.GetType() == eDictionary && !m_bSecondary)
       {
         TakeTrailer(trailer);
         m_bTrailerFound = true;
@@ -152,11 +154,8 @@ void CXRefRecovery::TakeTrailer(const CObjectPtr& trailer)
     m_file.m_encrypt = encrypt;
   if (CObjectPtr info = trailer["Info"])
     m_file.m_info = info;
-  const CObjectPtr id = trailer["ID"];
-  if (id.GetSize() != 2)
-    return;
-  m_file.m_id1 = id[0].GetStringValue();
-  m_file.m_id2 = id[1].GetStringValue();
+  if (CObjectPtr id = trailer["ID"])
+    m_file.m_id = id;
 }
 
 void CXRefRecovery::ReadStreamObjects()

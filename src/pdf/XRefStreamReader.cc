@@ -34,19 +34,19 @@ bool ReadField(BSE::CBufferedInputStream& stream, int nWidth, std::int64_t& nVal
   return true;
 }
 
-void EnterObject(CXRefTable& table, int nNumber, std::int64_t nType, std::int64_t nSecond,
-                 std::int64_t nThird)
+bool EnterObject(CXRefSink& sink, int nNumber, std::int64_t nType, std::int64_t nSecond, std::int64_t nThird)
 {
   if (nType == eXRefFree)
-    table.SetFree(nNumber, BSE::ClampTo<int>(nThird), BSE::ClampTo<int>(nSecond));
-  else if (nType == eXRefInUse)
-    table.SetOffset(nNumber, BSE::ClampTo<int>(nThird), nSecond);
-  else if (nType == eXRefCompressed)
-    table.SetCompressed(nNumber, BSE::ClampTo<int>(nSecond), BSE::ClampTo<int>(nThird));
+    return sink.SetFree(nNumber, BSE::ClampTo<int>(nThird), BSE::ClampTo<int>(nSecond));
+  if (nType == eXRefInUse)
+    return sink.SetOffset(nNumber, BSE::ClampTo<int>(nThird), nSecond);
+  if (nType == eXRefCompressed)
+    return sink.SetCompressed(nNumber, BSE::ClampTo<int>(nSecond), BSE::ClampTo<int>(nThird));
+  return true;
 }
 
-// False at the end of the data.
-bool ReadSubsection(BSE::CBufferedInputStream& stream, CXRefTable& table, const TFieldWidths& widths,
+// False at the end of the data, and once there were too many entries.
+bool ReadSubsection(BSE::CBufferedInputStream& stream, CXRefSink& sink, const TFieldWidths& widths,
                     std::int64_t nFirst, std::int64_t nCount)
 {
   for (std::int64_t i = 0; i < nCount; ++i)
@@ -57,8 +57,11 @@ bool ReadSubsection(BSE::CBufferedInputStream& stream, CXRefTable& table, const 
     if ((widths.m_n[0] > 0 && !ReadField(stream, widths.m_n[0], nType)) ||
         !ReadField(stream, widths.m_n[1], nSecond) || !ReadField(stream, widths.m_n[2], nThird))
       return false;
-    if (nFirst + i >= 0 && nFirst + i <= BSE::g_nMaxObjNumber)
-      EnterObject(table, static_cast<int>(nFirst + i), nType, nSecond, nThird);
+    // A number out of range is counted like any other.
+    const std::int64_t nNumber = nFirst + i;
+    if (!EnterObject(sink, nNumber >= 0 && nNumber <= BSE::g_nMaxObjNumber ? static_cast<int>(nNumber) : -1,
+                     nType, nSecond, nThird))
+      return false;
   }
   return true;
 }
@@ -79,18 +82,18 @@ bool ReadWidths(const CObjectPtr& array, TFieldWidths& widths)
 
 }  // namespace
 
-bool ReadXRefStream(CIndirectObject& object, CXRefTable& table)
+TXRefOutcome ReadXRefStream(CIndirectObject& object, CXRefSink& sink)
 {
   const std::int64_t nSize = GetIntegerOr(object.GetEntry("Size"), 0);
   const CObjectPtr array = object.GetEntry("W");
   TFieldWidths widths = {};
   if (nSize == 0 || !array.IsArray() || !ReadWidths(array, widths))
-    return false;
+    return eXRefBroken;
   const BSE::CObjectPtr<BSE::IByteStream> pData = object.GetDecodedStream();
   if (!pData || !pData->IsValid())
   {
     BSE::CTracer::Trace("E", "XRef Stream", "Stream not readable");
-    return false;
+    return eXRefBroken;
   }
   const BSE::CObjectPtr<BSE::CBufferedInputStream> pStream(
       new BSE::CBufferedInputStream(pData.Get(), g_nReadAhead));
@@ -101,11 +104,13 @@ bool ReadXRefStream(CIndirectObject& object, CXRefTable& table)
   {
     const int nFirst = index.IsArray() ? BSE::ClampTo<int>(GetIntegerOr(index[2 * i], 0)) : 0;
     const std::int64_t nCount = index.IsArray() ? GetIntegerOr(index[2 * i + 1], 0) : nSize;
-    bComplete = ReadSubsection(*pStream, table, widths, nFirst, nCount);
+    bComplete = ReadSubsection(*pStream, sink, widths, nFirst, nCount);
   }
+  if (sink.IsExhausted())
+    return eXRefBroken;
   if (!bComplete)
     BSE::CTracer::Trace("E", "XRef Stream", "Stream is too short.");
-  return true;
+  return bComplete ? eXRefWhole : eXRefShort;
 }
 
 }  // namespace PDF

@@ -1,12 +1,18 @@
 #pragma once
 
-#include "pdf/XRefTable.h"
+#include "pdf/XRefSink.h"
 
 namespace PDF
 {
 
-// Enters the entries of a cross-reference stream (ISO 32000-1, 7.5.8) into a table. False if its dictionary
-// or its data cannot be read at all; data that ends early keeps what was read, with a trace line.
-bool ReadXRefStream(CIndirectObject& object, CXRefTable& table);
+enum TXRefOutcome
+{
+  eXRefWhole,
+  eXRefShort,  // the data ends early: what was read is entered, with a trace line
+  eXRefBroken  // the dictionary or the data cannot be read at all, or it lists too much
+};
+
+// Enters what a cross-reference stream (ISO 32000-1, 7.5.8) lists.
+TXRefOutcome ReadXRefStream(CIndirectObject& object, CXRefSink& sink);
 
 }  // namespace PDF

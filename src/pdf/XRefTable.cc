@@ -112,12 +112,17 @@ void CXRefTable::SetCompressed(int nObjNumber, int nStream, int nIndex)
 
 void CXRefTable::SetFree(int nObjNumber, int nGenNumber, int nNext)
 {
+  if (nObjNumber == 0)
+    m_bHasObjectZero = true;
+  if (nObjNumber < 0 || nObjNumber > BSE::g_nMaxObjNumber)
+    return;
+  m_nSize = std::max(m_nSize, nObjNumber + 1);
+  if (!m_pages[nObjNumber / g_nPageSize])
+    return;
   TXRefEntry& entry = GetOrCreateEntry(nObjNumber);
   entry.m_nType = eXRefFree;
   entry.m_nOffset = nNext;
   entry.m_nGeneration = nGenNumber;
-  if (nObjNumber == 0)
-    m_bHasObjectZero = true;
   if (entry.m_pObject)
     entry.m_pObject->Unload();
 }

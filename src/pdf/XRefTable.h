@@ -25,7 +25,7 @@ struct TXRefEntry
   CIndirectObject* m_pObject;
 };
 
-// Object numbers to entries, in pages of 256 that are allocated when a number in them is first written.
+// Object numbers to entries, in pages that are allocated when a number in them is first in use or wanted.
 // Numbers outside the table, or in an absent page, read as free.
 class CXRefTable
 {
@@ -52,6 +52,8 @@ public:
 
   // A number equal to its own stream is ignored.
   void SetCompressed(int nObjNumber, int nStream, int nIndex);
+
+  // Raises the size, but keeps nothing about a number whose page has had no other entry yet.
   void SetFree(int nObjNumber, int nGenNumber, int nNext);
 
   // Puts a new object into its entry, which becomes in use.
@@ -74,7 +76,8 @@ public:
   int GetNextNumber(int nObjNumber) const;
 
 private:
-  static constexpr int g_nPageSize = 256;
+  // Small enough that a wild number costs little.
+  static constexpr int g_nPageSize = 32;
 
   CFile* m_pFile;
   BSE::CPtrArray<TXRefEntry> m_pages;
