@@ -5,49 +5,28 @@
 namespace API
 {
 
-// Options as the interface passes them. A null handle reads as 0 and is not written.
+// Options as the interface passes them: in types of C outside, in those of the record inside. A null handle
+// reads as 0 and is not written.
 
-inline int GetFlag(TBrevexHandle* pHandle, bool PDF::TOptimizerOptions::*pField)
+template <class TResult, class TField>
+TResult GetOption(TBrevexHandle* pHandle, TField PDF::TOptimizerOptions::*pField)
 {
-  return pHandle != nullptr && pHandle->GetOptimizer().GetOptions().*pField ? 1 : 0;
+  return pHandle != nullptr ? static_cast<TResult>(pHandle->GetOptimizer().GetOptions().*pField) : TResult{};
 }
 
-inline void SetFlag(TBrevexHandle* pHandle, bool PDF::TOptimizerOptions::*pField, int bValue)
+template <class TField, class TValue>
+void SetOption(TBrevexHandle* pHandle, TField PDF::TOptimizerOptions::*pField, TValue value)
 {
   if (pHandle != nullptr)
-    pHandle->GetOptimizer().GetOptions().*pField = bValue != 0;
-}
-
-template <class TField>
-TField GetNumber(TBrevexHandle* pHandle, TField PDF::TOptimizerOptions::*pField)
-{
-  return pHandle != nullptr ? pHandle->GetOptimizer().GetOptions().*pField : TField{};
-}
-
-template <class TField>
-void SetNumber(TBrevexHandle* pHandle, TField PDF::TOptimizerOptions::*pField, TField nValue)
-{
-  if (pHandle != nullptr)
-    pHandle->GetOptimizer().GetOptions().*pField = nValue;
-}
-
-// Dots per inch: 32 bits outside, 64 inside.
-inline float GetDPI(TBrevexHandle* pHandle, double PDF::TOptimizerOptions::*pField)
-{
-  return static_cast<float>(GetNumber(pHandle, pField));
-}
-
-inline void SetDPI(TBrevexHandle* pHandle, double PDF::TOptimizerOptions::*pField, float dValue)
-{
-  SetNumber(pHandle, pField, static_cast<double>(dValue));
+    pHandle->GetOptimizer().GetOptions().*pField = static_cast<TField>(value);
 }
 
 // Options with a rule go through an operation of the record.
-template <class TArgument>
-void Apply(TBrevexHandle* pHandle, void (PDF::TOptimizerOptions::*pSetter)(TArgument), TArgument value)
+template <class TArgument, class TValue>
+void ApplyOption(TBrevexHandle* pHandle, void (PDF::TOptimizerOptions::*pRule)(TArgument), TValue value)
 {
   if (pHandle != nullptr)
-    (pHandle->GetOptimizer().GetOptions().*pSetter)(value);
+    (pHandle->GetOptimizer().GetOptions().*pRule)(static_cast<TArgument>(value));
 }
 
 }  // namespace API

@@ -157,19 +157,9 @@ const char* ReadNumber(const char* szText, unsigned& nValue)
 void TOptimizerOptions::SetProfile(unsigned nProfile)
 {
   TOptimizerOptions reset;
-  reset.m_nOutputCipher = m_nOutputCipher;
-  reset.m_bLenientOpening = m_bLenientOpening;
-  reset.m_bExtractImages = m_bExtractImages;
-  reset.m_bExtractFonts = m_bExtractFonts;
-  reset.m_nFallbackCompression = m_nFallbackCompression;
-  reset.m_bRenameFonts = m_bRenameFonts;
-  reset.m_bUnembedFonts = m_bUnembedFonts;
-  reset.m_bEmbedFonts = m_bEmbedFonts;
-  reset.m_bVersionSet = m_bVersionSet;
-  reset.m_bVersionRaisedOnly = m_bVersionRaisedOnly;
-  reset.m_bVersionWithinClaim = m_bVersionWithinClaim;
-  reset.m_nVersionMajor = m_nVersionMajor;
-  reset.m_nVersionMinor = m_nVersionMinor;
+#define KEPT(field) reset.field = field;
+#include "engine/OptimizerOptionsKept.inc"
+#undef KEPT
   *this = reset;
 
   switch (nProfile)
@@ -198,8 +188,8 @@ void TOptimizerOptions::SetImageQuality(int nQuality)
 
 void TOptimizerOptions::SetDitheringMode(unsigned nMode)
 {
-  if (nMode <= 1)
-    m_nDitheringMode = nMode;
+  if (nMode <= eDitheringErrorDiffusion)
+    m_nDitheringMode = static_cast<TDitheringMode>(nMode);
 }
 
 void TOptimizerOptions::SetBitonalCompressions(unsigned nFlags)
@@ -244,19 +234,19 @@ unsigned TOptimizerOptions::GetContinuousCompression() const
 void TOptimizerOptions::SetMrcMaskCompression(unsigned nCompression)
 {
   if (IsMember(nCompression, g_nMrcMaskSet))
-    m_nMrcMaskCompression = nCompression;
+    m_nMrcMaskCompression = static_cast<TCompression>(nCompression);
 }
 
 void TOptimizerOptions::SetMrcLayerCompression(unsigned nCompression)
 {
   if (IsMember(nCompression, g_nMrcLayerSet))
-    m_nMrcLayerCompression = nCompression;
+    m_nMrcLayerCompression = static_cast<TCompression>(nCompression);
 }
 
 void TOptimizerOptions::SetMrcPictCompression(unsigned nCompression)
 {
   if (IsMember(nCompression, g_nMrcLayerSet))
-    m_nMrcPictCompression = nCompression;
+    m_nMrcPictCompression = static_cast<TCompression>(nCompression);
 }
 
 void TOptimizerOptions::SetResolution(double dResolution)
@@ -303,7 +293,7 @@ bool TOptimizerOptions::SetMinimumVersion(int nMajor, int nMinor)
 void TOptimizerOptions::SetOutputCipher(unsigned nCipher)
 {
   if (nCipher <= eCipherInput)
-    m_nOutputCipher = nCipher;
+    m_nOutputCipher = static_cast<TOutputCipher>(nCipher);
 }
 
 void TOptimizerOptions::SetEffort(int nEffort)

@@ -32,6 +32,13 @@ enum TColorConversion : unsigned
   eColorConversionGray = 3
 };
 
+// Values of m_nDitheringMode: how images are reduced to one bit.
+enum TDitheringMode : unsigned
+{
+  eDitheringThreshold = 0,
+  eDitheringErrorDiffusion = 1
+};
+
 // Arguments of TOptimizerOptions::SetProfile.
 enum TProfile : unsigned
 {
@@ -48,8 +55,8 @@ enum TProfile : unsigned
 // directly, those with a rule through the operations; the initial values are those of the profile 0.
 struct TOptimizerOptions
 {
-  // Resets every field down to m_nEffort to its initial value, then sets what the profile says. A number
-  // without a profile only resets. The fields behind m_nEffort are left alone.
+  // Resets every field to its initial value but those that the table of options keeps, then sets what the
+  // profile says. A number without a profile only resets.
   void SetProfile(unsigned nProfile);
 
   // Clamped to 0 to 100.
@@ -99,78 +106,8 @@ struct TOptimizerOptions
   // Clamped to 1 to 9.
   void SetEffort(int nEffort);
 
-  // Dots per inch as the image stands on its page. Downsampling starts at the threshold, a negative one means
-  // never.
-  double m_dBitonalResolution = 200;
-  double m_dBitonalThreshold = -1;
-  double m_dMonochromeResolution = 150;
-  double m_dMonochromeThreshold = -1;
-  double m_dColorResolution = 150;
-  double m_dColorThreshold = -1;
-
-  int m_nImageQuality = 75;                // 0 to 100
-  unsigned m_nBitonalCompressions = 0;     // TCompressionFlag
-  unsigned m_nContinuousCompressions = 0;  // TCompressionFlag
-  unsigned m_nIndexedCompressions = 0;     // TCompressionFlag
-  bool m_bForceRecompression = false;      // accept a result that is larger
-  bool m_bForceCompressionTypes = false;   // the same for images whose compression is not in their set
-  bool m_bImageStratConserv = false;       // try nothing on images that need no other change
-  unsigned m_nColorConversion = eColorConversionNone;
-  unsigned m_nDitheringMode = 0;  // 0 threshold, 1 error diffusion
-  bool m_bClipImages = false;
-  bool m_bRemoveImages = false;
-  bool m_bReduceColorComplexity = false;
-
-  unsigned m_nMrcMaskCompression = eCompressionGroup4;
-  unsigned m_nMrcLayerCompression = eCompressionJPEG2000;
-  int m_nMrcLayerQuality = 20;
-  double m_dMrcLayerResolution = 70;  // dots per inch
-  unsigned m_nMrcPictCompression = eCompressionJPEG;
-  bool m_bMrcRecognizePictures = true;
-
-  unsigned m_nStrip = 0;  // TStripFlag
-  bool m_bFlattenSignatureFields = false;
-  bool m_bRemoveStandardFonts = false;
-  bool m_bSubsetFonts = false;
-  bool m_bMergeEmbeddedFonts = false;
-  bool m_bMergeFonts = false;  // whole fonts, not only their programs; no setter
-  bool m_bConvertToType1 = false;
-  bool m_bConvertToCFF = false;
-  bool m_bRemoveRedundantObjects = false;
-  bool m_bOptimizeResources = false;
-  bool m_bLinearize = false;
-  bool m_bAutoLinearize = false;
-
-  // Off in every profile.
-  bool m_bMergeEqualObjects = false;  // merge equal objects of every kind, after m_bRemoveRedundantObjects
-  bool m_bRecompressStreams = false;  // encode lossless streams anew where that is smaller
-  int m_nEffort = 6;                  // of m_bRecompressStreams: 1 (fast) to 9 (small)
-
-  unsigned m_nOutputCipher = eCipherUnspecified;  // TOutputCipher
-
-  // Of the next open: also files without a header, without a trailer, or whose trailer names no catalogue, where
-  // a catalogue or pages are found.
-  bool m_bLenientOpening = false;
-
-  bool m_bExtractImages = false;
-  bool m_bExtractFonts = false;
-
-  // The outer filter put around every JPEG candidate; eCompressionUnspecified for none.
-  unsigned m_nFallbackCompression = eCompressionFlate;
-
-  // Raised by the font edits.
-  bool m_bRenameFonts = false;
-  bool m_bUnembedFonts = false;
-  bool m_bEmbedFonts = false;
-
-  // The version of the output, used by the next open. Not set: that of the input. Raised only: an input
-  // of a higher one keeps its own. Within the claim: an input
-  // that claims PDF/A is raised no further than its part allows.
-  bool m_bVersionSet = false;
-  bool m_bVersionRaisedOnly = false;
-  bool m_bVersionWithinClaim = false;
-  unsigned m_nVersionMajor = 0;
-  unsigned m_nVersionMinor = 0;
+  // One row of the table of options each; sets hold flags of the enumeration that is named.
+#include "engine/OptimizerOptionFields.inc"
 };
 
 }  // namespace PDF

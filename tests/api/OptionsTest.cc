@@ -34,58 +34,13 @@ TOption MakeOption(const char* szName, TValue (*pfGet)(TBrevexHandle*), void (*p
           [pfSet](TBrevexHandle* p, double dValue) { pfSet(p, static_cast<TValue>(dValue)); }};
 }
 
-#define OPTION(name, dDefault, dStored) MakeOption(#name, BrevexGet##name, BrevexSet##name, dDefault, dStored)
-
 const std::vector<TOption>& GetOptions()
 {
   static const std::vector<TOption> g_options = {
-      OPTION(BitonalResolutionDPI, 200, 72.5),
-      OPTION(BitonalThresholdDPI, -1, 0),
-      OPTION(MonochromeResolutionDPI, 150, 72.5),
-      OPTION(MonochromeThresholdDPI, -1, 0),
-      OPTION(ColorResolutionDPI, 150, 72.5),
-      OPTION(ColorThresholdDPI, -1, 0),
-      OPTION(ResolutionDPI, 150, 72.5),
-      OPTION(ThresholdDPI, -1, 0),
-      OPTION(ImageQuality, 75, 100),
-      OPTION(BitonalCompression, BREVEX_COMPRESSION_UNSPECIFIED, BREVEX_COMPRESSION_GROUP4),
-      OPTION(BitonalCompressions, 0, 0x4DD),
-      OPTION(MonochromeCompression, BREVEX_COMPRESSION_UNSPECIFIED, BREVEX_COMPRESSION_JPEG),
-      OPTION(ColorCompression, BREVEX_COMPRESSION_UNSPECIFIED, BREVEX_COMPRESSION_JPEG2000),
-      OPTION(ContinuousCompressions, 0, 0x707),
-      OPTION(IndexedCompressions, 0, 0x40D),
-      OPTION(ForceRecompression, 0, 1),
-      OPTION(ForceCompressionTypes, 0, 1),
-      OPTION(ImageStratConserv, 0, 1),
-      OPTION(ColorConversion, 0, BREVEX_COLOR_CONVERSION_GRAY),
-      OPTION(DitheringMode, 0, 1),
-      OPTION(ClipImages, 0, 1),
-      OPTION(RemoveImages, 0, 1),
-      OPTION(ReduceColorComplexity, 0, 1),
-      OPTION(MrcMaskCompression, BREVEX_COMPRESSION_GROUP4, BREVEX_COMPRESSION_JBIG2),
-      OPTION(MrcLayerCompression, BREVEX_COMPRESSION_JPEG2000, BREVEX_COMPRESSION_FLATE),
-      OPTION(MrcLayerQuality, 20, 55),
-      OPTION(MrcLayerResolutionDPI, 70, 100.25),
-      OPTION(MrcPictCompression, BREVEX_COMPRESSION_JPEG, BREVEX_COMPRESSION_LZW),
-      OPTION(MrcRecognizePictures, 1, 0),
-      OPTION(Strip, 0, 0xFFF),
-      OPTION(FlattenSignatureFields, 0, 1),
-      OPTION(RemoveStandardFonts, 0, 1),
-      OPTION(RemoveNonSymbolicFonts, 0, 0),
-      OPTION(ExtractImages, 0, 1),
-      OPTION(ExtractFonts, 0, 1),
-      OPTION(SubsetFonts, 0, 1),
-      OPTION(MergeEmbeddedFonts, 0, 1),
-      OPTION(RemoveRedundantObjects, 0, 1),
-      OPTION(MergeEqualObjects, 0, 1),
-      OPTION(RecompressStreams, 0, 1),
-      OPTION(Effort, 6, 9),
-      OPTION(OptimizeResources, 0, 1),
-      OPTION(ConvertToCFF, 0, 1),
-      OPTION(Linearize, 0, 1),
-      OPTION(AutoLinearize, 0, 1),
-      OPTION(LenientOpening, 0, 1),
-      OPTION(OutputCipher, BREVEX_CIPHER_UNSPECIFIED, BREVEX_CIPHER_AES_256),
+#define OPTION(name, dDefault, dStored) \
+  MakeOption(#name, BrevexGet##name, BrevexSet##name, dDefault, dStored),
+#include "tests/api/OptionRows.inc"
+#undef OPTION
   };
   return g_options;
 }

@@ -1,4 +1,5 @@
-"""Compares the functions of the public header with those named in AllFunctions.c and exported by the library.
+"""Compares the functions of the public header with those named in AllFunctions.c, with the table that it includes, and
+exported by the library.
 
 usage: check_exports.py HEADER C-FILE [LIBRARY]
 """
@@ -18,7 +19,8 @@ def difference(expected, found, where):
 def main(header, c_file, library=None):
     declared = set(re.findall(r"^BREVEX_API [^;(]*?\b(Brevex\w+)\(", Path(header).read_text(), re.M))
     faults = [] if declared else ["no declaration found in the header"]
-    faults += difference(declared, set(re.findall(r"NAME\((Brevex\w+)\)", Path(c_file).read_text())), c_file)
+    named = Path(c_file).read_text() + Path(c_file).with_name("OptionNames.inc").read_text()
+    faults += difference(declared, set(re.findall(r"NAME\((Brevex\w+)\)", named)), c_file)
     if library:
         lines = subprocess.run(["nm", "-D", "--defined-only", library], check=True, capture_output=True, text=True)
         exported = {line.split()[-1] for line in lines.stdout.splitlines()}

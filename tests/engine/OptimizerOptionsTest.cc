@@ -6,6 +6,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -18,65 +19,17 @@ namespace
 std::map<std::string, double> Fields(const TOptimizerOptions& options)
 {
   std::map<std::string, double> fields;
-#define FIELD(name) fields[#name] = static_cast<double>(options.name)
-  FIELD(m_dBitonalResolution);
-  FIELD(m_dBitonalThreshold);
-  FIELD(m_dMonochromeResolution);
-  FIELD(m_dMonochromeThreshold);
-  FIELD(m_dColorResolution);
-  FIELD(m_dColorThreshold);
-  FIELD(m_nImageQuality);
-  FIELD(m_nBitonalCompressions);
-  FIELD(m_nContinuousCompressions);
-  FIELD(m_nIndexedCompressions);
-  FIELD(m_bForceRecompression);
-  FIELD(m_bForceCompressionTypes);
-  FIELD(m_bImageStratConserv);
-  FIELD(m_nColorConversion);
-  FIELD(m_nDitheringMode);
-  FIELD(m_bClipImages);
-  FIELD(m_bRemoveImages);
-  FIELD(m_bReduceColorComplexity);
-  FIELD(m_nMrcMaskCompression);
-  FIELD(m_nMrcLayerCompression);
-  FIELD(m_nMrcLayerQuality);
-  FIELD(m_dMrcLayerResolution);
-  FIELD(m_nMrcPictCompression);
-  FIELD(m_bMrcRecognizePictures);
-  FIELD(m_nStrip);
-  FIELD(m_bFlattenSignatureFields);
-  FIELD(m_bRemoveStandardFonts);
-  FIELD(m_bSubsetFonts);
-  FIELD(m_bMergeEmbeddedFonts);
-  FIELD(m_bMergeFonts);
-  FIELD(m_bConvertToType1);
-  FIELD(m_bConvertToCFF);
-  FIELD(m_bRemoveRedundantObjects);
-  FIELD(m_bOptimizeResources);
-  FIELD(m_bLinearize);
-  FIELD(m_bAutoLinearize);
-  FIELD(m_bMergeEqualObjects);
-  FIELD(m_bRecompressStreams);
-  FIELD(m_nEffort);
-  FIELD(m_nOutputCipher);
-  FIELD(m_bLenientOpening);
-  FIELD(m_bExtractImages);
-  FIELD(m_bExtractFonts);
-  FIELD(m_nFallbackCompression);
-  FIELD(m_bRenameFonts);
-  FIELD(m_bUnembedFonts);
-  FIELD(m_bEmbedFonts);
-  FIELD(m_bVersionSet);
-  FIELD(m_nVersionMajor);
-  FIELD(m_nVersionMinor);
+#define FIELD(name) fields[#name] = static_cast<double>(options.name);
+#include "tests/engine/OptionFields.inc"
 #undef FIELD
   return fields;
 }
 
-const std::set<std::string> g_kept = {"m_nOutputCipher", "m_bLenientOpening",      "m_bExtractImages",
-                                      "m_bExtractFonts", "m_nFallbackCompression", "m_bRenameFonts",
-                                      "m_bUnembedFonts", "m_bEmbedFonts",          "m_bVersionSet",
-                                      "m_nVersionMajor", "m_nVersionMinor"};
+const std::set<std::string> g_kept = {
+#define KEPT(name) #name,
+#include "engine/OptimizerOptionsKept.inc"
+#undef KEPT
+};
 
 // No field has the value of any profile.
 TOptimizerOptions Disturbed()
@@ -87,44 +40,26 @@ TOptimizerOptions Disturbed()
   options.m_nImageQuality = 1;
   options.m_nBitonalCompressions = options.m_nContinuousCompressions = options.m_nIndexedCompressions = 1;
   options.m_nColorConversion = eColorConversionGray;
-  options.m_nDitheringMode = 1;
-  options.m_nMrcMaskCompression = options.m_nMrcLayerCompression = options.m_nMrcPictCompression = 0;
+  options.m_nDitheringMode = eDitheringErrorDiffusion;
+  options.m_nMrcMaskCompression = options.m_nMrcLayerCompression = options.m_nMrcPictCompression =
+      eCompressionRaw;
   options.m_nMrcLayerQuality = 1;
   options.m_dMrcLayerResolution = 1;
-  options.m_bMrcRecognizePictures = false;
   options.m_nStrip = eStripHiddenAnnots;
   options.m_nEffort = 9;
   options.m_nOutputCipher = eCipherAES256;
   options.m_nFallbackCompression = eCompressionUnspecified;
   options.m_nVersionMajor = 2;
   options.m_nVersionMinor = 3;
-  for (bool TOptimizerOptions::*pField : {&TOptimizerOptions::m_bForceRecompression,
-                                          &TOptimizerOptions::m_bForceCompressionTypes,
-                                          &TOptimizerOptions::m_bImageStratConserv,
-                                          &TOptimizerOptions::m_bClipImages,
-                                          &TOptimizerOptions::m_bRemoveImages,
-                                          &TOptimizerOptions::m_bReduceColorComplexity,
-                                          &TOptimizerOptions::m_bFlattenSignatureFields,
-                                          &TOptimizerOptions::m_bRemoveStandardFonts,
-                                          &TOptimizerOptions::m_bSubsetFonts,
-                                          &TOptimizerOptions::m_bMergeEmbeddedFonts,
-                                          &TOptimizerOptions::m_bMergeFonts,
-                                          &TOptimizerOptions::m_bConvertToType1,
-                                          &TOptimizerOptions::m_bConvertToCFF,
-                                          &TOptimizerOptions::m_bRemoveRedundantObjects,
-                                          &TOptimizerOptions::m_bOptimizeResources,
-                                          &TOptimizerOptions::m_bLinearize,
-                                          &TOptimizerOptions::m_bAutoLinearize,
-                                          &TOptimizerOptions::m_bMergeEqualObjects,
-                                          &TOptimizerOptions::m_bRecompressStreams,
-                                          &TOptimizerOptions::m_bLenientOpening,
-                                          &TOptimizerOptions::m_bExtractImages,
-                                          &TOptimizerOptions::m_bExtractFonts,
-                                          &TOptimizerOptions::m_bRenameFonts,
-                                          &TOptimizerOptions::m_bUnembedFonts,
-                                          &TOptimizerOptions::m_bEmbedFonts,
-                                          &TOptimizerOptions::m_bVersionSet})
-    options.*pField = true;
+  const auto raise = [](auto& field)
+  {
+    if constexpr (std::is_same_v<decltype(field), bool&>)
+      field = true;
+  };
+#define FIELD(name) raise(options.name);
+#include "tests/engine/OptionFields.inc"
+#undef FIELD
+  options.m_bMrcRecognizePictures = false;
   return options;
 }
 

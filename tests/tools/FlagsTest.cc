@@ -220,7 +220,7 @@ TEST(CommandFlags, Json)
   EXPECT_THAT(lines[2], HasSubstr("\"code\":\"0x80410104\""));
 
   EXPECT_THAT(folder.Run({"--json", "--profile", "web", "large.pdf", "web.pdf"}).sOut,
-              HasSubstr("\"downsampling\""));
+              HasSubstr("\"strip-metadata\""));
   EXPECT_THAT(folder.Run({"info", "--json", "large.pdf"}).sOut, HasSubstr("\"pages\":100"));
 }
 

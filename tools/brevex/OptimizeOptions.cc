@@ -57,25 +57,7 @@ void ApplyOptions(TBrevexHandle* pHandle, const TOptimizeOptions& options)
 
 std::vector<std::string> GetLosses(TBrevexHandle* pHandle)
 {
-  constexpr unsigned nLossyCompressions = BREVEX_COMPRESSION_FLAG_JPEG | BREVEX_COMPRESSION_FLAG_JPEG2000 |
-                                          BREVEX_COMPRESSION_FLAG_MRC | BREVEX_COMPRESSION_FLAG_KEEP;
   std::vector<std::string> losses;
-  const auto add = [&](bool bLost, const char* szName)
-  {
-    if (bLost)
-    {
-      losses.emplace_back(szName);
-    }
-  };
-  add(BrevexGetBitonalThresholdDPI(pHandle) >= 0 || BrevexGetMonochromeThresholdDPI(pHandle) >= 0 ||
-          BrevexGetColorThresholdDPI(pHandle) >= 0,
-      "downsampling");
-  add((BrevexGetContinuousCompressions(pHandle) & nLossyCompressions) != 0, "image-compression");
-  add(BrevexGetColorConversion(pHandle) != BREVEX_COLOR_CONVERSION_NONE, "color-conversion");
-  add(BrevexGetReduceColorComplexity(pHandle) != 0, "color-spaces");
-  add(BrevexGetClipImages(pHandle) != 0, "clipped-images");
-  add(BrevexGetRemoveImages(pHandle) != 0, "images");
-  add(BrevexGetRemoveStandardFonts(pHandle) != 0, "standard-fonts");
   for (const std::string& sName : GetNamesOfSet(GetStripNames(), BrevexGetStrip(pHandle)))
   {
     losses.push_back("strip-" + sName);

@@ -48,9 +48,8 @@ struct TOptimizeOptions
 // Sets the profile, then the single options.
 void ApplyOptions(TBrevexHandle* pHandle, const TOptimizeOptions& options);
 
-// What the options of the handle allow to get lost, by names that are stable: "downsampling",
-// "image-compression", "color-conversion", "color-spaces", "clipped-images", "images", "signature-fields",
-// "standard-fonts" and "strip-" with the name of each feature. Empty for a lossless run.
+// What the options of the handle allow to get lost, by names that are stable: "strip-" with the name of each
+// feature. Empty for a lossless run. Options that have no effect yet cost nothing.
 std::vector<std::string> GetLosses(TBrevexHandle* pHandle);
 
 }  // namespace Tool
