@@ -325,8 +325,14 @@ bool CFile::LoadDirect(CIndirectObject& object, unsigned& nFailure)
     return true;
   nFailure = m_pParser->GetFailure() != 0 ? m_pParser->GetFailure() : g_nNotRepairable;
   // A file that is written has no damage to repair.
+  const bool bNeverWritten = GetTableOffset(nNumber) == 0;
   if (m_pWriter || !RecoverObject(nNumber) || m_xref.GetEntry(nNumber).m_nType != eXRefInUse)
-    return false;
+  {
+    // Some writers state the position 0 for numbers that they have not used.
+    if (bNeverWritten)
+      object.SetParsed(nullptr, nullptr);
+    return bNeverWritten;
+  }
   if (!m_pParser->ParseIndirectObject(&object, GetTableOffset(nNumber)))
     return false;
   BSE::ReportError(this, BSE::MakeError(g_nWrongOffset, "Object No.", nNumber));

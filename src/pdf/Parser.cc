@@ -227,6 +227,7 @@ CObjectPtr CParser::ParseDictionary()
 {
   BSE::CObjectPtr<CDictionaryObject> pDictionary(new CDictionaryObject);
   CString contents;
+  bool bContentsCut = false;
   int nEntries = 0;
   m_scanner.ReadToken();
   while (!m_bTooDeep)
@@ -242,9 +243,13 @@ CObjectPtr CParser::ParseDictionary()
         !IsUtf8(key.GetText(), key.GetLength()))
       Report(g_nNotUtf8);
     m_scanner.ReadToken();
-    if (m_bDecrypt && m_scanner.GetToken() == eTokenString && key == "Contents")
+    const bool bContents = m_bDecrypt && m_scanner.GetToken() == eTokenString && key == "Contents";
+    const bool bCutBefore = m_bCut;
+    if (bContents)
       contents = CString(m_scanner.GetText(), m_scanner.GetTextLength());
     const CObjectPtr value = ParseObject();
+    if (bContents)
+      bContentsCut = std::exchange(m_bCut, bCutBefore);
     if (!value)
       continue;
     pDictionary->AddEntry(key.GetText(), value.Get());
@@ -253,6 +258,8 @@ CObjectPtr CParser::ParseDictionary()
   // A signature is put into the finished file, and so it is plain (ISO 32000-2, 7.6.2).
   if (!contents.IsEmpty() && pDictionary->GetIndex("ByteRange") >= 0)
     pDictionary->AddEntry("Contents", new CStringObject(contents));
+  else
+    m_bCut = m_bCut || bContentsCut;
   if (m_scanner.GetToken() == eTokenDictionaryEnd)
     m_scanner.ReadToken();
   if (m_scanner.IsStrict() && nEntries >= g_nStrictDictionarySize &&
