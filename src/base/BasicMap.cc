@@ -1,5 +1,7 @@
 #include "base/BasicMap.h"
 
+#include "base/Random.h"
+
 namespace BSE
 {
 
@@ -16,6 +18,41 @@ void* CopyKey(const void* pKey, std::size_t nLength)
   void* pCopy = Allocate(nLength);
   std::memcpy(pCopy, pKey, nLength);
   return pCopy;
+}
+
+// Two secrets of this process: nobody can make keys whose slots collide.
+struct TSecret
+{
+  TSecret()
+  {
+    unsigned char bytes[sizeof(m_n)];
+    // Without random numbers the defaults stay, and the map is right, though it can be slowed down.
+    if (GetRandomBytes(bytes))
+      std::memcpy(m_n, bytes, sizeof(m_n));
+  }
+  std::uint64_t m_n[2] = {0x9E3779B97F4A7C15U, 0xD1B54A32D192ED03U};
+};
+
+std::uint64_t Fold(std::uint64_t nLeft, std::uint64_t nRight)
+{
+  __extension__ using TWide = unsigned __int128;
+  const TWide nProduct = static_cast<TWide>(nLeft) * nRight;
+  return static_cast<std::uint64_t>(nProduct) ^ static_cast<std::uint64_t>(nProduct >> 64);
+}
+
+// Where the search for a key begins, before the mask.
+int GetSlotHash(const void* pKey, std::size_t nLength)
+{
+  static const TSecret secret;
+  const auto* p = static_cast<const unsigned char*>(pKey);
+  std::uint64_t nHash = secret.m_n[0] ^ nLength;
+  for (; nLength > 0; p += std::min<std::size_t>(nLength, 8), nLength -= std::min<std::size_t>(nLength, 8))
+  {
+    std::uint64_t nWord = 0;
+    std::memcpy(&nWord, p, std::min<std::size_t>(nLength, 8));
+    nHash = Fold(nHash ^ nWord, secret.m_n[1] | 1);
+  }
+  return static_cast<int>(Fold(nHash ^ secret.m_n[1], secret.m_n[0]) & 0x7FFFFFFFU);
 }
 
 void FreeKey(void* pKey)
@@ -81,7 +118,7 @@ CBasicMap& CBasicMap::operator=(CBasicMap&& other) noexcept
 int CBasicMap::FindSlot(const void* pKey, std::size_t nLength) const
 {
   const int nMask = m_nCapacity - 1;
-  int nSlot = nLength == 0 ? 0 : (HashKey(pKey, nLength) & nMask);
+  int nSlot = GetSlotHash(pKey, nLength) & nMask;
   while (m_pIndex[nSlot] >= 0)
   {
     const TEntry& entry = m_pEntries[m_pIndex[nSlot]];
@@ -118,7 +155,7 @@ void CBasicMap::Grow()
     if (nEntry < 0 || !m_pEntries[nEntry].m_pKey)
       continue;
     const TEntry& entry = m_pEntries[nEntry];
-    int nSlot = entry.m_nLength == 0 ? 0 : (HashKey(entry.m_pKey, entry.m_nLength) & nMask);
+    int nSlot = GetSlotHash(entry.m_pKey, entry.m_nLength) & nMask;
     while (pIndex[nSlot] >= 0)
       nSlot = (nSlot + 1) & nMask;
     pIndex[nSlot] = nEntry;

@@ -16,6 +16,7 @@ int HashKey(const void* pKey, std::size_t nLength);
 // Insertion-ordered hash map from a byte string to a pointer. It owns copies of its keys and nothing of its
 // values. Entry numbers never change, so that an iteration position stays valid across insertions; a removed
 // entry leaves a gap that iteration skips. No allocation before the first insertion.
+// Slots come from a hash with a secret of the process: a file cannot choose keys that collide.
 class CBasicMap
 {
 public:

@@ -42,12 +42,29 @@ inline constexpr std::int64_t g_nFreeRecodedSize = std::int64_t{1} << 30;
 inline constexpr std::int64_t g_nMaxCachedStreams = std::int64_t{64} << 20;
 inline constexpr std::int64_t g_nMaxCachedStreamsReread = std::int64_t{256} << 20;
 
-// Bytes of object streams that are decoded again. Beyond it a file was made to keep its reader busy.
+// Bytes of object streams that are decoded for the first time, so many times the file beyond a free amount,
+// and again. Beyond it a file was made to keep its reader busy.
+inline constexpr std::int64_t g_nMaxStreamRatio = 200;
+inline constexpr std::int64_t g_nFreeStreams = std::int64_t{256} << 20;
 inline constexpr std::int64_t g_nMaxRereadStreams = std::int64_t{1} << 30;
 
+// Objects that were let go and wanted again, from this length on, stay in memory when nobody uses them, up to
+// so many bytes of the file; more once objects had to be read again and again. They keep what they refer to:
+// none but the last stays once all that is loaded reaches the second number.
+inline constexpr int g_nMinHeldObject = 256;
+inline constexpr std::int64_t g_nMaxHeldObjects = std::int64_t{2} << 20;
+inline constexpr std::int64_t g_nMaxHeldLoaded = std::int64_t{8} << 20;
+inline constexpr std::int64_t g_nMaxHeldReread = std::int64_t{16} << 20;
+inline constexpr std::int64_t g_nMaxHeldLoadedReread = std::int64_t{64} << 20;
+inline constexpr std::int64_t g_nRereadObjects = std::int64_t{32} << 20;
+
+// Bytes that are read for values for the first time: objects may share a few, but not all have the same.
+inline constexpr std::int64_t g_nMaxValueRatio = 4;
+inline constexpr std::int64_t g_nFreeValues = std::int64_t{16} << 20;
+
 // Work on bytes that objects share where each should have its own: so many times the file, beyond a free
-// amount. Parsed for values, which are seldom parsed twice; copied as stream data, each stream once in a
-// save, and read to be compared, each a few times.
+// amount. Parsed for values that are not short, after the first time; copied as stream data, each stream once
+// in a save, and read to be compared, each a few times.
 inline constexpr std::int64_t g_nMaxSharedRatio = 16;
 inline constexpr std::int64_t g_nFreeParsedSize = std::int64_t{256} << 20;
 inline constexpr std::int64_t g_nFreeCopiedSize = std::int64_t{64} << 20;

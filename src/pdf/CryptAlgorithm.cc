@@ -56,7 +56,7 @@ std::size_t CCryptAlgorithm::GetUnpaddedLength(std::span<const unsigned char> da
   return nPadding >= 1 && nPadding <= std::min(nBlock, data.size()) ? data.size() - nPadding : data.size();
 }
 
-void CCryptAlgorithm::Decrypt(std::span<const unsigned char> input, BSE::CBasicArray<unsigned char>& output)
+bool CCryptAlgorithm::Decrypt(std::span<const unsigned char> input, BSE::CBasicArray<unsigned char>& output)
 {
   output.RemoveAll();
   const auto nVector = static_cast<std::size_t>(GetIVLength());
@@ -64,8 +64,9 @@ void CCryptAlgorithm::Decrypt(std::span<const unsigned char> input, BSE::CBasicA
   const bool bPartial = input.size() < nVector || (input.size() - nVector) % nBlock != 0;
   if (bPartial && !input.empty() && BSE::CTracer::IsOn())
     BSE::CTracer::Trace("E", "PDF Security Handler", "Error in AES decrypt of string");
+  const bool bWhole = !bPartial || input.empty();
   if (input.size() <= nVector)
-    return;
+    return bWhole;
   BeginFile(input.first(nVector));
   input = input.subspan(nVector);
   input = input.first(input.size() / nBlock * nBlock);
@@ -73,6 +74,7 @@ void CCryptAlgorithm::Decrypt(std::span<const unsigned char> input, BSE::CBasicA
   DecryptBlock(input, output.GetData());
   if (!bPartial)
     output.SetSize(static_cast<int>(GetUnpaddedLength(output.GetSpan())));
+  return bWhole;
 }
 
 bool CCryptAlgorithm::Encrypt(std::span<const unsigned char> input, BSE::CBasicArray<unsigned char>& output)

@@ -54,7 +54,7 @@ public:
 
   // A whole string. What does not fill a block is traced and dropped; false if there are no random numbers
   // for the vector.
-  void Decrypt(std::span<const unsigned char> input, BSE::CBasicArray<unsigned char>& output);
+  bool Decrypt(std::span<const unsigned char> input, BSE::CBasicArray<unsigned char>& output);
   bool Encrypt(std::span<const unsigned char> input, BSE::CBasicArray<unsigned char>& output);
 
   // Sound part of the last decrypted bytes of a string or stream: their padding is cut off. Padding that is

@@ -9,13 +9,14 @@
 #include "base/Tracer.h"
 #include "pdf/FileLoader.h"
 #include "pdf/Generator.h"
+#include "pdf/InputMonitor.h"
 #include "pdf/ObjectStream.h"
 #include "pdf/Parser.h"
 #include "pdf/PendingObjectStream.h"
 #include "pdf/XRefRecovery.h"
 
 #include <algorithm>
-#include <cstdio>
+#include <climits>
 
 namespace PDF
 {
@@ -31,6 +32,7 @@ constexpr unsigned g_nWrongPassword = 0x80410112;
 constexpr unsigned g_nNoTrailer = 0x8041010E;
 constexpr unsigned g_nNoRoot = 0x8041010F;
 
+constexpr unsigned g_nNotRepairable = 0x80410113;
 constexpr unsigned g_nSizeExceeded = 0x80300040;
 
 constexpr int g_nCachedObjectStreams = 10;
@@ -56,7 +58,8 @@ bool CFile::Open(BSE::IByteStream* pStream, bool bUpdate)
     return false;
   }
   ReleaseAll();
-  m_pInput = pStream;
+  m_pMonitor = new CInputMonitor(pStream);
+  m_pInput = m_pMonitor.Get();
   m_bAppending = bUpdate;
   if (bUpdate)
     m_pOutput = pStream;
@@ -169,17 +172,41 @@ bool CFile::Authenticate(const CString* pPassword)
   return true;
 }
 
+void CFile::OnReportError(BSE::CScopedPtr<BSE::IError> pError)
+{
+  m_nErrors = (m_nErrors + 1) & INT_MAX;
+  CBasicErrorContext::OnReportError(std::move(pError));
+}
+
 void CFile::UnloadAll()
 {
   for (int i = m_xref.GetNextNumber(-1); i < m_xref.GetSize(); i = m_xref.GetNextNumber(i))
     if (CIndirectObject* pObject = m_xref.GetEntry(i).m_pObject)
       if (i != m_encrypt.GetObjNumber())
         pObject->Unload();
+  // What was met so far is met again.
+  m_damage.RemoveAll();
 }
 
 bool CFile::HasInputFailed() const
 {
-  return m_pParser && m_pParser->GetScanner().GetStream().HadFailure();
+  return (m_pMonitor && m_pMonitor->HasFailed()) ||
+         (m_pParser && m_pParser->GetScanner().GetStream().HadFailure());
+}
+
+unsigned CFile::GetReadFailure() const
+{
+  if (m_nReadFailure != 0)
+    return m_nReadFailure;
+  return HasInputFailed() ? BSE::g_nStreamReadFailed : 0;
+}
+
+void CFile::GiveUpReading(unsigned nCode)
+{
+  if (m_nReadFailure != 0)
+    return;
+  m_nReadFailure = nCode;
+  BSE::ReportEnd(this, nCode);
 }
 
 CObjectPtr CFile::GetObject(int nObjNumber, int nGenNumber)
@@ -221,25 +248,72 @@ bool CFile::LoadObject(CIndirectObject& object)
   }
   ForEachListener([&](CFileEventListener& listener)
                   { listener.OnObjectLoading(*this, nNumber, object.GetGenNumber()); });
-  TXRefEntry entry = m_xref.GetEntry(nNumber);
-  if (entry.m_nType == eXRefFree)
-  {
-    // Where other offsets were wrong, what a reference leads to and is there was not freed.
-    if (!m_bRecoveryDone || m_pWriter || !TakeScanned(nNumber))
-    {
-      object.SetParsed(nullptr, nullptr);
-      return true;
-    }
-    BSE::ReportError(this, BSE::MakeError(g_nWrongOffset, "Object No.", nNumber));
-    entry = m_xref.GetEntry(nNumber);
-  }
+  if (m_xref.GetEntry(nNumber).m_nType == eXRefFree && !LoadFree(object))
+    return true;
+  if (IsOverworked())
+    GiveUpReading(g_nNotRepairable);
+  unsigned nFailure = m_nReadFailure;
   const BSE::CScopedValue depth(m_nLoadDepth, m_nLoadDepth + 1);
-  const bool bLoaded = entry.m_nType == eXRefCompressed ? LoadCompressed(object, entry) : LoadDirect(object);
-  object.BreakCycle();
-  return bLoaded;
+  if (nFailure != 0 || !ReadObject(object, nFailure))
+  {
+    NoteDamage(nNumber, nFailure);
+    return false;
+  }
+  if (!object.BreakCycle())
+    NoteDamage(nNumber, g_nNotRepairable);
+  return true;
 }
 
-bool CFile::LoadDirect(CIndirectObject& object)
+bool CFile::LoadFree(CIndirectObject& object)
+{
+  const int nNumber = object.GetObjNumber();
+  // Where other offsets were wrong, what a reference leads to and is there was not freed.
+  if (!m_pWriter && (m_bRecoveryDone || m_bXRefIncomplete) && RecoverObject(nNumber))
+  {
+    BSE::ReportError(this, BSE::MakeError(g_nWrongOffset, "Object No.", nNumber));
+    return true;
+  }
+  if (m_bXRefIncomplete && !m_pWriter && m_recoveredHolders.IsEmpty())
+    NoteDamage(nNumber, g_nWrongOffset);
+  object.SetParsed(nullptr, nullptr);
+  return false;
+}
+
+bool CFile::ReadObject(CIndirectObject& object, unsigned& nFailure)
+{
+  const TXRefEntry entry = m_xref.GetEntry(object.GetObjNumber());
+  const bool bCompressed = entry.m_nType == eXRefCompressed;
+  if (!(bCompressed ? LoadCompressed(object, entry, nFailure) : LoadDirect(object, nFailure)))
+    return false;
+  CountLoad(object, bCompressed);
+  return true;
+}
+
+void CFile::CountLoad(CIndirectObject& object, bool bCompressed)
+{
+  TXRefEntry& entry = m_xref.GetOrCreateEntry(object.GetObjNumber());
+  const int nCost = object.GetCost();
+  m_nLoadedBytes += nCost;
+  object.SetReread(entry.m_bRead);
+  if (!entry.m_bRead && !bCompressed)
+    m_nFirstBytes += nCost;
+  else if (entry.m_bRead && nCost >= BSE::g_nMinHeldObject)
+    m_nAgainBytes += nCost;
+  entry.m_bRead = true;
+}
+
+bool CFile::IsOverworked()
+{
+  // What has been written is read back as often as it is wanted.
+  if (m_pWriter || (m_nFirstBytes <= BSE::g_nFreeValues && m_nAgainBytes <= BSE::g_nFreeParsedSize))
+    return false;
+  const std::int64_t nLength = m_pInput->GetLength();
+  return BSE::IsOutOfProportion(m_nFirstBytes, BSE::g_nFreeValues, BSE::g_nMaxValueRatio, nLength) ||
+         BSE::IsOutOfProportion(m_nAgainBytes, BSE::g_nFreeParsedSize, BSE::g_nMaxSharedRatio,
+                                nLength + m_nDecodedBytes);
+}
+
+bool CFile::LoadDirect(CIndirectObject& object, unsigned& nFailure)
 {
   if (m_pWriter)
   {
@@ -249,9 +323,16 @@ bool CFile::LoadDirect(CIndirectObject& object)
   const int nNumber = object.GetObjNumber();
   if (m_pParser->ParseIndirectObject(&object, GetTableOffset(nNumber)))
     return true;
+  nFailure = m_pParser->GetFailure() != 0 ? m_pParser->GetFailure() : g_nNotRepairable;
   // A file that is written has no damage to repair.
+  const bool bNeverWritten = GetTableOffset(nNumber) == 0;
   if (m_pWriter || !RecoverObject(nNumber) || m_xref.GetEntry(nNumber).m_nType != eXRefInUse)
-    return false;
+  {
+    // Some writers state the position 0 for numbers that they have not used.
+    if (bNeverWritten)
+      object.SetParsed(nullptr, nullptr);
+    return bNeverWritten;
+  }
   if (!m_pParser->ParseIndirectObject(&object, GetTableOffset(nNumber)))
     return false;
   BSE::ReportError(this, BSE::MakeError(g_nWrongOffset, "Object No.", nNumber));
@@ -279,44 +360,57 @@ bool CFile::TakeScanned(int nObjNumber)
   return true;
 }
 
-bool CFile::LoadCompressed(CIndirectObject& object, const TXRefEntry& entry)
+bool CFile::LoadCompressed(CIndirectObject& object, const TXRefEntry& entry, unsigned& nFailure)
 {
   const int nNumber = object.GetObjNumber();
   const auto nStream = static_cast<int>(entry.m_nOffset);
   CObjectStream* pStream = nullptr;
   if (FlushPendingHolder(nStream) && m_xref.GetEntry(nStream).m_nType == eXRefInUse)
     pStream = GetObjectStream(nStream);
-  if (!pStream || !LoadObjectStream(*pStream) || !pStream->GetObject(object, entry.m_nGeneration))
+  if (pStream && LoadObjectStream(*pStream) &&
+      pStream->GetObject(object, entry.m_nGeneration, !entry.m_bRead))
   {
-    BSE::ReportError(this, BSE::MakeError(g_nWrongOffset, "Object No.", nNumber));
-    // A plain object of that number may still stand somewhere.
-    return !m_pWriter && RecoverObject(nNumber) && m_xref.GetEntry(nNumber).m_nType == eXRefInUse &&
-           m_pParser->ParseIndirectObject(&object, GetTableOffset(nNumber));
+    object.SetCompressedFlags(0);
+    return true;
   }
-  object.SetCompressedFlags(0);
-  return true;
+  nFailure = m_nReadFailure != 0 ? m_nReadFailure : g_nNotRepairable;
+  if (m_nReadFailure != 0)
+    return false;
+  BSE::ReportError(this, BSE::MakeError(g_nWrongOffset, "Object No.", nNumber));
+  // A plain object of that number may still stand somewhere.
+  return !m_pWriter && RecoverObject(nNumber) && m_xref.GetEntry(nNumber).m_nType == eXRefInUse &&
+         m_pParser->ParseIndirectObject(&object, GetTableOffset(nNumber));
 }
 
 bool CFile::LoadObjectStream(CObjectStream& stream)
 {
-  const bool bReread = !stream.IsLoaded() && stream.WasTried();
-  const std::int64_t nLength = m_pInput ? m_pInput->GetLength() : 0;
-  if (bReread &&
-      m_nRereadBytes / BSE::g_nMaxSharedRatio > BSE::g_nMaxRereadStreams / BSE::g_nMaxSharedRatio + nLength)
+  if (stream.IsLoaded())
   {
-    BSE::ReportError(this, g_nSizeExceeded);
-    return false;
+    TouchObjectStream(stream.GetObjNumber());
+    return true;
   }
   // A stream beyond the cache's size makes room before the next one is decoded.
-  while (!stream.IsLoaded() && m_objStmCache.GetSize() > 0 && m_nCachedBytes > BSE::g_nMaxCachedStreamsReread)
+  while (m_objStmCache.GetSize() > 0 && m_nCachedBytes > BSE::g_nMaxCachedStreamsReread)
     UnloadOldestObjectStream();
-  const bool bLoaded = stream.Load();
-  if (bReread)
-    m_nRereadBytes += stream.GetDecodedSize();
-  if (!bLoaded)
+  if (!DecodeObjectStream(stream))
     return false;
   TouchObjectStream(stream.GetObjNumber());
   return true;
+}
+
+bool CFile::DecodeObjectStream(CObjectStream& stream)
+{
+  const std::int64_t nLength = m_pInput ? m_pInput->GetLength() : 0;
+  if (!m_pWriter &&
+      (BSE::IsOutOfProportion(m_nRereadBytes, BSE::g_nMaxRereadStreams, BSE::g_nMaxSharedRatio, nLength) ||
+       BSE::IsOutOfProportion(m_nDecodedBytes, BSE::g_nFreeStreams, BSE::g_nMaxStreamRatio, nLength)))
+    GiveUpReading(g_nSizeExceeded);
+  if (m_nReadFailure != 0)
+    return false;
+  std::int64_t& nCount = stream.WasTried() ? m_nRereadBytes : m_nDecodedBytes;
+  const bool bLoaded = stream.Load();
+  nCount += stream.GetDecodedSize();
+  return bLoaded;
 }
 
 CObjectStream* CFile::GetObjectStream(int nObjNumber)
@@ -379,7 +473,7 @@ void CFile::EnterRecoveredHolders(const BSE::CBasicArray<int>& holders)
   for (const int nHolder : holders.GetSpan())
   {
     CObjectStream stream(this, nHolder);
-    if (!stream.Load())
+    if (!DecodeObjectStream(stream))
       continue;
     const std::int64_t nPosition = GetTableOffset(nHolder);
     for (int i = 0; i < stream.GetCount(); ++i)
@@ -408,9 +502,57 @@ void CFile::UnloadUnused(CIndirectObject& object)
     const BSE::CObjectPtr<CIndirectObject> pObject(m_unloadQueue[nLast]);
     m_unloadQueue.RemoveAt(nLast);
     // The table and this pointer.
-    if (pObject->GetRefCount() == 2)
+    if (pObject->GetRefCount() == 2 && !Hold(*pObject))
       pObject->Unload();
   }
+}
+
+bool CFile::Hold(CIndirectObject& object)
+{
+  const int nCost = object.GetCost();
+  if (!object.IsReread() || nCost < BSE::g_nMinHeldObject)
+    return false;
+  m_held.Add(&object);
+  m_heldCosts.Add(nCost);
+  m_nHeldBytes += nCost;
+  const bool bReread = m_nAgainBytes > BSE::g_nRereadObjects;
+  const std::int64_t nMax = bReread ? BSE::g_nMaxHeldReread : BSE::g_nMaxHeldObjects;
+  const std::int64_t nMaxLoaded = bReread ? BSE::g_nMaxHeldLoadedReread : BSE::g_nMaxHeldLoaded;
+  while (m_held.GetSize() > 1 && (m_nHeldBytes > nMax || m_nLoadedBytes > nMaxLoaded))
+    ReleaseHeld(1);
+  return true;
+}
+
+void CFile::ReleaseHeld(int nCount)
+{
+  for (int i = 0; i < nCount; ++i)
+  {
+    m_nHeldBytes -= m_heldCosts[0];
+    m_heldCosts.RemoveAt(0);
+    // Marked, so that it is not held again at once.
+    m_held[0]->SetReread(false);
+    m_held.RemoveAt(0);
+  }
+}
+
+void CFile::OnUnloaded(CIndirectObject& object)
+{
+  m_nLoadedBytes -= object.GetCost();
+  object.SetCost(0);
+}
+
+void CFile::ForgetObjects()
+{
+  m_held.RemoveAll();
+  m_heldCosts.RemoveAll();
+  m_unloadQueue.RemoveAll();
+  m_xref.RemoveAll();
+  m_nHeldBytes = m_nLoadedBytes = 0;
+}
+
+bool CFile::NoteOtherGeneration(int nObjNumber)
+{
+  return std::exchange(m_xref.GetOrCreateEntry(nObjNumber).m_bOtherReported, true);
 }
 
 BSE::CObjectPtr<BSE::IByteStream> CFile::GetRevision(int nIndex) const
@@ -447,7 +589,7 @@ void CFile::ReleaseAll()
   m_revisions.RemoveAll();
   for (BSE::CScopedPtr<CPendingObjectStream>& pPending : m_pendingObjStm)
     pPending.Reset();
-  m_xref.RemoveAll();
+  ForgetObjects();
   m_scanned.RemoveAll();
   m_damage.RemoveAll();
   m_pParser.Reset();
@@ -458,6 +600,7 @@ void CFile::ReleaseAll()
   m_objectMaps.RemoveAll();
   m_pSecurity = nullptr;
   m_pInput = nullptr;
+  m_pMonitor = nullptr;
   m_pOutput = nullptr;
   m_pTarget = nullptr;
   m_id1 = CString();
@@ -466,7 +609,9 @@ void CFile::ReleaseAll()
   m_nHeaderOffset = 0;
   m_nStartXRef = -1;
   m_nLoadDepth = 0;
-  m_nCachedBytes = m_nRereadBytes = m_nAdmittedBytes = 0;
+  m_nCachedBytes = m_nDecodedBytes = m_nRereadBytes = m_nAdmittedBytes = 0;
+  m_nFirstBytes = m_nAgainBytes = 0;
+  m_nReadFailure = 0;
   m_bWantObjectStreams = m_bSplitXRef = m_bOpened = m_bRecoveryDone = false;
   m_bScanning = m_bXRefIncomplete = false;
   m_bHeaderWritten = m_bAppending = m_bDirty = m_bFailed = false;

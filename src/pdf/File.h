@@ -17,6 +17,7 @@ class CGenerator;
 class CObjectStream;
 class CParser;
 class CPendingObjectStream;
+class CInputMonitor;
 class IStreamDeflater;
 
 // Hears of changes of a file while it is read.
@@ -56,6 +57,12 @@ enum TXRefForm
 // values and every indirect object. Objects load when they are asked for; a damaged file is repaired by a
 // scan, at opening or when an object is not where its entry says. All offsets count from the "%PDF-" header.
 // Belongs to one thread.
+//
+// An object that nobody uses is unloaded. One that is long and was wanted again is held for a while, so that
+// what many others share is not read for each of them. Work stays in proportion to the file all the same:
+// what is read for values and for object streams is counted, the first time and again, and beyond the limits,
+// which no sound file reaches, reading is given up as a whole. Every object then fails to load, and
+// GetReadFailure has the reason, so that no operation takes what it did not get for what is not there.
 class CFile : public BSE::CBasicErrorContext, public BSE::CEventCaller<CFileEventListener>
 {
 public:
@@ -68,6 +75,11 @@ public:
 
   // The input's password; true at once for a file that is not encrypted. A failure is reported.
   bool Authenticate(const CString* pPassword);
+
+  void OnReportError(BSE::CScopedPtr<BSE::IError> pError) override;
+
+  // Errors reported here so far: whoever reads can tell whether any came up meanwhile.
+  int GetErrorCount() const { return m_nErrors; }
 
   // Prepares a new file on a stream. bDirectOutput false: the result may have to be rewritten, so that an
   // output that is no file is collected in memory first and reaches the stream at Close.
@@ -97,8 +109,15 @@ public:
   // repair.
   bool LoadObject(CIndirectObject& object);
 
-  // Called when only the table holds an object: unloads it, and what that sets free, without recursion.
+  // Called when only the table holds an object: unloads or holds it, and what that sets free, without
+  // recursion.
   void UnloadUnused(CIndirectObject& object);
+
+  // Called by an object that has been unloaded.
+  void OnUnloaded(CIndirectObject& object);
+
+  // For an object whose generation is not the one that it should be; true if that has been told before.
+  bool NoteOtherGeneration(int nObjNumber);
 
   // --- Damage
   // What an object lacks is noted where it is found, and reported as a loss where a copy meets it: an object
@@ -188,8 +207,15 @@ public:
   // Bytes through the deflater, or the plain encoder; null on failure.
   BSE::CObjectPtr<BSE::CMemoryStream> Deflate(std::span<const unsigned char> data);
 
-  // True once the input could not be read where it has data: objects may then have been taken for damaged.
+  // The code with which reading has failed or was given up, and 0 while all is well. Objects may then have
+  // been taken for damaged or absent, and a save must not go on.
+  unsigned GetReadFailure() const;
+
+  // True once the input could not be read where it has data, by whatever reader.
   bool HasInputFailed() const;
+
+  // Gives reading up; reported, the first time, as the end of the operation.
+  void GiveUpReading(unsigned nCode);
 
   BSE::IByteStream* GetInput() const { return m_pInput.Get(); }
   std::int64_t GetHeaderOffset() const { return m_nHeaderOffset; }
@@ -202,17 +228,32 @@ private:
   friend class CPendingObjectStream;
   friend class CRevisionWriter;
 
-  bool LoadDirect(CIndirectObject& object);
-  bool LoadCompressed(CIndirectObject& object, const TXRefEntry& entry);
+  bool LoadDirect(CIndirectObject& object, unsigned& nFailure);
+  bool LoadCompressed(CIndirectObject& object, const TXRefEntry& entry, unsigned& nFailure);
   bool RecoverObject(int nObjNumber);
+
+  // Reads the value of an object with an entry; false, with the reason, if it cannot be read.
+  bool ReadObject(CIndirectObject& object, unsigned& nFailure);
+
+  // For an object whose entry is free: reads as null, unless the table is not to be trusted in that.
+  bool LoadFree(CIndirectObject& object);
+
+  // Counts what has been read for an object.
+  void CountLoad(CIndirectObject& object, bool bCompressed);
+  bool IsOverworked();
+  bool Hold(CIndirectObject& object);
+  void ReleaseHeld(int nCount);
+  void ForgetObjects();
 
   // Enters what the scan for lost objects has found under a number; false if it has found none.
   bool TakeScanned(int nObjNumber);
   CObjectStream* GetObjectStream(int nObjNumber);
 
-  // Decodes an object stream that is not in memory, as long as the file does not ask for the same ones
-  // without end, and puts it to the front of the cache.
+  // Decodes an object stream that is not in memory and puts it to the front of the cache.
   bool LoadObjectStream(CObjectStream& stream);
+
+  // As long as the file does not ask for too much of that.
+  bool DecodeObjectStream(CObjectStream& stream);
   void TouchObjectStream(int nObjNumber);
   void UnloadOldestObjectStream();
 
@@ -287,11 +328,21 @@ private:
   int m_nMinor = 4;
   CConformance m_conformance;
   BSE::CObjectPtr<BSE::IByteStream> m_pInput;
+  BSE::CObjectPtr<CInputMonitor> m_pMonitor;  // the same, where it is a stream of the caller's
   BSE::CScopedPtr<CParser> m_pParser;
   BSE::CObjectPtr<CSecurityHandler> m_pSecurity;
   BSE::CObjectArray<CIndirectObject> m_unloadQueue;
+  BSE::CObjectArray<CIndirectObject> m_held;  // the oldest first
+  BSE::CBasicArray<int> m_heldCosts;
+  std::int64_t m_nHeldBytes = 0;
+  std::int64_t m_nLoadedBytes = 0;  // read for values that are in memory
+  std::int64_t m_nFirstBytes = 0;   // read for values that stand in the file for themselves
+  std::int64_t m_nAgainBytes = 0;   // read for values after the first time
+  unsigned m_nReadFailure = 0;
+  int m_nErrors = 0;
   int m_nLoadDepth = 0;
   std::int64_t m_nCachedBytes = 0;    // decoded object streams of the cache
+  std::int64_t m_nDecodedBytes = 0;   // decoded for the first time
   std::int64_t m_nRereadBytes = 0;    // decoded more than once
   std::int64_t m_nAdmittedBytes = 0;  // copied from a source's streams
   bool m_bUnloading = false;

@@ -1,5 +1,6 @@
 #include "pdf/IndirectObject.h"
 
+#include "base/Checked.h"
 #include "base/ErrorHandler.h"
 #include "base/MemoryStream.h"
 #include "base/ScopedValue.h"
@@ -8,6 +9,7 @@
 #include "pdf/FilterFactory.h"
 #include "pdf/StreamObjects.h"
 
+#include <algorithm>
 #include <limits>
 
 namespace PDF
@@ -241,7 +243,7 @@ bool CIndirectObject::LoadFromFile()
   return !m_bUnreadable;
 }
 
-void CIndirectObject::BreakCycle()
+bool CIndirectObject::BreakCycle()
 {
   // A reference as the value of an object is against the rules, but is followed.
   constexpr int nMaxChain = 32;
@@ -251,10 +253,16 @@ void CIndirectObject::BreakCycle()
     if (value.Get() == this || i >= nMaxChain)
     {
       m_pValue = nullptr;
-      return;
+      return i < nMaxChain;
     }
     value = value.GetValueObject();
   }
+  return true;
+}
+
+void CIndirectObject::SetCost(std::int64_t nBytes)
+{
+  m_nCost = BSE::ClampTo<int>(std::max<std::int64_t>(nBytes, 0));
 }
 
 void CIndirectObject::Unload()
@@ -267,6 +275,8 @@ void CIndirectObject::Unload()
 void CIndirectObject::DropValue()
 {
   m_bLoaded = m_bUnreadable = false;
+  if (m_pFile)
+    m_pFile->OnUnloaded(*this);
   // Moved out first: releasing may come back to this object.
   const CObjectPtr value = std::move(m_pValue);
   const CObjectPtr stream = std::move(m_pStream);

@@ -117,9 +117,17 @@ public:
   void SetParsed(CObject* pValue, CObject* pStream);
   void SetNumbers(int nObjNumber, int nGenNumber);
 
+  // Bytes that were read for the value.
+  void SetCost(std::int64_t nBytes);
+  int GetCost() const { return m_nCost; }
+
+  // True once the value has been read before: what many others share is kept longer, see CFile.
+  bool IsReread() const { return m_bReread; }
+  void SetReread(bool bReread) { m_bReread = bReread; }
+
   // Makes the value null if it leads back here, or too far, through nothing but references. Loads what it
-  // meets.
-  void BreakCycle();
+  // meets. False if it led too far.
+  bool BreakCycle();
 
   // True once a value, null included, stands in memory.
   bool IsLoaded() const { return m_bLoaded || m_nOffset == -1; }
@@ -140,10 +148,12 @@ private:
   int m_nObjNumber;
   int m_nGenNumber;
   int m_nLockCount = 0;
+  int m_nCost = 0;
   signed char m_nFlags = g_nGroupDirect;
   bool m_bLoaded = false;
   bool m_bLoading = false;
   bool m_bUnreadable = false;
+  bool m_bReread = false;
 };
 
 }  // namespace PDF

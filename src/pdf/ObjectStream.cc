@@ -15,7 +15,13 @@ namespace PDF
 namespace
 {
 
+constexpr unsigned g_nNotRepairable = 0x80410113;
+
 constexpr int g_nBlockSize = 8192;
+
+// Members that overlap, as no writer makes them, may do so a little.
+constexpr std::int64_t g_nMaxOverlap = 2;
+constexpr std::int64_t g_nFreeOverlap = 1 << 16;
 
 // Filters limit what each of them makes of its own input; a chain of them is limited by what stands in the
 // file.
@@ -69,6 +75,7 @@ bool CObjectStream::DecodeData(CIndirectObject& stream)
   if (!pData || !pData->IsValid())
     return false;
   const std::int64_t nLimit = GetSizeLimit(stream);
+  const int nErrors = m_pFile->GetErrorCount();
   m_data.RemoveAll();
   for (;;)
   {
@@ -83,6 +90,7 @@ bool CObjectStream::DecodeData(CIndirectObject& stream)
     const std::int64_t nRead = pData->ReadFully(m_data.GetData() + nOld, nRoom);
     m_data.Truncate(nOld + static_cast<int>(nRead < 0 ? 0 : nRead));
     m_nDecoded = m_data.GetSize();
+    m_bDamaged = m_pFile->GetErrorCount() != nErrors;
     if (nRead < nRoom)
       return true;
   }
@@ -92,7 +100,8 @@ void CObjectStream::ReadIndex(std::int64_t nCount)
 {
   CScanner& scanner = m_pParser->GetScanner();
   m_index.RemoveAll();
-  for (std::int64_t i = 0; i < nCount; ++i)
+  // Where the count is too low the index still ends at the first object.
+  for (std::int64_t i = 0; i < nCount || m_pParser->Tell() < m_nFirst - 1; ++i)
   {
     scanner.ReadToken();
     if (scanner.GetToken() != eTokenInteger)
@@ -148,10 +157,15 @@ int CObjectStream::FindEntry(int nObjNumber, int nIndex)
   return FindByNumber(nObjNumber);
 }
 
-bool CObjectStream::GetObject(CIndirectObject& object, int nIndex)
+bool CObjectStream::GetObject(CIndirectObject& object, int nIndex, bool bFirst)
 {
   if (!Load())
     return false;
+  if (BSE::IsOutOfProportion(m_nParsed, g_nFreeOverlap, g_nMaxOverlap, m_nDecoded))
+  {
+    m_pFile->GiveUpReading(g_nNotRepairable);
+    return false;
+  }
   const int nEntry = FindEntry(object.GetObjNumber(), nIndex);
   if (nEntry < 0)
     return false;
@@ -166,7 +180,10 @@ bool CObjectStream::GetObject(CIndirectObject& object, int nIndex)
   CScanner& scanner = m_pParser->GetScanner();
   scanner.ReadToken();
   const bool bNull = scanner.GetToken() == eTokenNull;
+  m_pParser->BeginValue();
   const CObjectPtr value = m_pParser->ParseObject();
+  const std::int64_t nCost = m_pParser->Tell() - nPos;
+  m_nParsed += bFirst ? nCost : 0;
   if (!value && !bNull)
   {
     BSE::CTracer::Trace("I", "libpdf",
@@ -175,6 +192,9 @@ bool CObjectStream::GetObject(CIndirectObject& object, int nIndex)
     return false;
   }
   object.SetParsed(value.Get(), nullptr);
+  object.SetCost(nCost);
+  if (m_bDamaged || m_pParser->IsCut())
+    m_pFile->NoteDamage(object.GetObjNumber(), g_nNotRepairable);
   return true;
 }
 

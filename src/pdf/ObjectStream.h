@@ -29,8 +29,9 @@ public:
   void Unload();
 
   // Fills an object from the entry at an index, or where that holds another number from the entry with the
-  // object's number. False, traced, if there is none or the stream cannot be read.
-  bool GetObject(CIndirectObject& object, int nIndex);
+  // object's number; bFirst if it has not been read before. False, traced, if there is none or the stream
+  // cannot be read. What is not whole, or comes from data that did not decode well, is noted as damaged.
+  bool GetObject(CIndirectObject& object, int nIndex, bool bFirst);
 
   // Bytes that the last load has decoded, kept or not.
   std::int64_t GetDecodedSize() const { return m_nDecoded; }
@@ -55,12 +56,14 @@ private:
   int m_nObjNumber;
   std::int64_t m_nFirst = 0;
   std::int64_t m_nDecoded = 0;
+  std::int64_t m_nParsed = 0;  // bytes of members that were read for the first time
   BSE::CBasicArray<TIndexEntry> m_index;
   BSE::CBasicArray<int> m_byNumber;  // indexes by object number, filled when the table names a wrong one
   BSE::CBasicArray<unsigned char> m_data;
   BSE::CScopedPtr<CParser> m_pParser;
   bool m_bLoaded = false;
   bool m_bTried = false;
+  bool m_bDamaged = false;  // its data did not decode well
 };
 
 }  // namespace PDF

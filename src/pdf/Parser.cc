@@ -78,6 +78,7 @@ void CParser::UpdateConformance()
 
 void CParser::Report(unsigned nCode)
 {
+  m_nFailure = nCode;
   if (m_nObject > 0)
     BSE::ReportError(m_pErrorContext, BSE::MakeError(nCode, "Object No.", m_nObject));
   else
@@ -142,8 +143,11 @@ CObjectPtr CParser::ParseContainer(bool bArray)
     m_bTooDeep = true;
     return CObjectPtr();
   }
+  int& nOpen = bArray ? m_nOpenArrays : m_nOpenDictionaries;
   ++m_nDepth;
+  ++nOpen;
   CObjectPtr value = bArray ? ParseArray() : ParseDictionary();
+  --nOpen;
   --m_nDepth;
   if (!m_bTooDeep)
     return value;
@@ -154,15 +158,40 @@ CObjectPtr CParser::ParseContainer(bool bArray)
                         BSE::g_nMaxNesting);
     Report(g_nNotRepairable);
     m_bTooDeep = false;
+    m_bCut = true;
   }
   return CObjectPtr();
+}
+
+bool CParser::SkipStray(bool bArray)
+{
+  const TToken nToken = m_scanner.GetToken();
+  if (nToken == (bArray ? eTokenArrayEnd : eTokenDictionaryEnd) || m_bTooDeep)
+    return false;
+  m_bCut = true;
+  // The end of something around it ends it as well. In content an operator does, which would be lost.
+  if (nToken == eTokenEnd || (nToken >= eTokenStream && nToken <= eTokenStartXRef && nToken != eTokenR) ||
+      (nToken == eTokenArrayEnd && m_nOpenArrays > 0) ||
+      (nToken == eTokenDictionaryEnd && m_nOpenDictionaries > 0) || !m_bFileLevel)
+    return false;
+  // In a dictionary a value without a key.
+  if (!BeginsValue(nToken))
+    m_scanner.ReadToken();
+  else
+    ParseObject();
+  return true;
 }
 
 CObjectPtr CParser::ParseString()
 {
   CString text(m_scanner.GetText(), m_scanner.GetTextLength());
+  m_bCut = m_bCut || m_scanner.IsTextCut();
   if (m_bDecrypt)
-    text = m_pFile->GetSecurityHandler()->DecryptString(text, m_nObject, m_nGeneration);
+  {
+    bool bWhole = true;
+    text = m_pFile->GetSecurityHandler()->DecryptString(text, m_nObject, m_nGeneration, &bWhole);
+    m_bCut = m_bCut || !bWhole;
+  }
   return new CStringObject(std::move(text));
 }
 
@@ -179,8 +208,13 @@ CObjectPtr CParser::ParseArray()
 {
   BSE::CObjectPtr<CArrayObject> pArray(new CArrayObject);
   m_scanner.ReadToken();
-  while (BeginsValue(m_scanner.GetToken()) && !m_bTooDeep)
-    pArray->Add(ParseObject().Get());
+  while (!m_bTooDeep)
+  {
+    if (BeginsValue(m_scanner.GetToken()))
+      pArray->Add(ParseObject().Get());
+    else if (!SkipStray(true))
+      break;
+  }
   if (m_scanner.GetToken() == eTokenArrayEnd)
     m_scanner.ReadToken();
   if (m_scanner.IsStrict() && pArray->GetSize() >= g_nStrictArraySize &&
@@ -193,18 +227,29 @@ CObjectPtr CParser::ParseDictionary()
 {
   BSE::CObjectPtr<CDictionaryObject> pDictionary(new CDictionaryObject);
   CString contents;
+  bool bContentsCut = false;
   int nEntries = 0;
   m_scanner.ReadToken();
-  while (m_scanner.GetToken() == eTokenName && !m_bTooDeep)
+  while (!m_bTooDeep)
   {
+    if (m_scanner.GetToken() != eTokenName)
+    {
+      if (!SkipStray(false))
+        break;
+      continue;
+    }
     const CName key(m_scanner.GetText(), static_cast<std::size_t>(m_scanner.GetTextLength()));
     if (m_scanner.IsStrict() && m_pFile->GetConformance().GetPart() >= 2 &&
         !IsUtf8(key.GetText(), key.GetLength()))
       Report(g_nNotUtf8);
     m_scanner.ReadToken();
-    if (m_bDecrypt && m_scanner.GetToken() == eTokenString && key == "Contents")
+    const bool bContents = m_bDecrypt && m_scanner.GetToken() == eTokenString && key == "Contents";
+    const bool bCutBefore = m_bCut;
+    if (bContents)
       contents = CString(m_scanner.GetText(), m_scanner.GetTextLength());
     const CObjectPtr value = ParseObject();
+    if (bContents)
+      bContentsCut = std::exchange(m_bCut, bCutBefore);
     if (!value)
       continue;
     pDictionary->AddEntry(key.GetText(), value.Get());
@@ -213,6 +258,8 @@ CObjectPtr CParser::ParseDictionary()
   // A signature is put into the finished file, and so it is plain (ISO 32000-2, 7.6.2).
   if (!contents.IsEmpty() && pDictionary->GetIndex("ByteRange") >= 0)
     pDictionary->AddEntry("Contents", new CStringObject(contents));
+  else
+    m_bCut = m_bCut || bContentsCut;
   if (m_scanner.GetToken() == eTokenDictionaryEnd)
     m_scanner.ReadToken();
   if (m_scanner.IsStrict() && nEntries >= g_nStrictDictionarySize &&
@@ -235,7 +282,7 @@ CParser::TLookAhead CParser::LookAheadForReference()
   if (i == n)
     return eUnknown;
   if (i == nDigits)
-    return ahead[i] == '%' || ahead[i] == '+' ? eUnknown : eNo;
+    return ahead[i] == '%' || ahead[i] == '+' || ahead[i] == '-' ? eUnknown : eNo;
   const std::size_t nSpace = i;
   while (i < n && IsSpace(ahead[i]))
     ++i;

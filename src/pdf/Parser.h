@@ -11,8 +11,9 @@ class CEncodedStreamObject;
 class CSecurityHandler;
 
 // Builds values from tokens (ISO 32000-1, 7.3) and reads the structures of a file: header, end of file,
-// indirect objects, cross-reference tables. Tolerant: what is malformed gives a shorter value. Every position
-// of this interface counts from the file's "%PDF-" header.
+// indirect objects, cross-reference tables. Tolerant: a token that has no place in a value costs itself, and
+// what is cut gives a shorter value; an object to which that happens is noted as damaged in its file. Every
+// position of this interface counts from the file's "%PDF-" header.
 //
 // A value's parser starts at the current token and leaves the token behind the value as the current one.
 class CParser
@@ -47,6 +48,14 @@ public:
   // Fills an object from "n g obj" at a position. False, reported, if no such object stands there or its
   // number is another one. An object without a known generation takes the numbers that it finds.
   bool ParseIndirectObject(CIndirectObject* pObject, std::int64_t nPos);
+
+  // What the last call has reported of an object that it did not find.
+  unsigned GetFailure() const { return m_nFailure; }
+
+  // True if the values parsed since the last call of BeginValue lack something that stands, or stood, in the
+  // file.
+  bool IsCut() const { return m_bCut; }
+  void BeginValue() { m_bCut = false; }
 
   // True if "n g obj" with that number stands at a position; reports nothing.
   bool IsObjectAt(int nObjNumber, std::int64_t nPos);
@@ -86,14 +95,20 @@ private:
 
   TLookAhead LookAheadForReference();
   CObjectPtr ParseContainer(bool bArray);
+
+  // At a token that has no place in a container: steps over it, so that what follows is not lost. False if
+  // it ends the container.
+  bool SkipStray(bool bArray);
   CObjectPtr ParseString();
   CObjectPtr ParseName();
-  // True once objects that overlap have made the values parsed many times as long as the file.
-  bool IsOverworked();
   bool ReadObjectHeader(CIndirectObject* pObject, std::int64_t nPos);
   void ChooseCrypt(CSecurityHandler& security, CIndirectObject& object, CDictionaryObject& dictionary,
                    CEncodedStreamObject& part);
   CObjectPtr ParseStreamData(CIndirectObject* pObject, CDictionaryObject& dictionary, bool& bKept);
+
+  // True at "endstream", whatever is joined to it.
+  bool IsAtEndStream() const;
+  void NoteDamage(CIndirectObject* pObject, unsigned nCode);
   std::int64_t FindStreamLength(CDictionaryObject& dictionary, std::int64_t nData);
   void CheckEndOfObject();
   bool ReadSubsectionHeader(int nFirst, std::int64_t& nStart, std::int64_t& nCount);
@@ -116,16 +131,19 @@ private:
   CScanner m_scanner;
   BSE::IErrorContext* m_pErrorContext;
   std::int64_t m_nHeaderOffset = 0;
-  std::int64_t m_nParsed = 0;  // bytes of the values of indirect objects
   std::int64_t m_nValueStart = 0;
   std::int64_t m_nSearchStart = 0;
   std::int64_t m_nSearchEnd = -1;
   int m_nObject = 0;
   int m_nGeneration = 0;
+  unsigned m_nFailure = 0;
   int m_nDepth = 0;
+  int m_nOpenArrays = 0;
+  int m_nOpenDictionaries = 0;
   bool m_bDecrypt = false;
   bool m_bFileLevel = false;
   bool m_bTooDeep = false;
+  bool m_bCut = false;
   bool m_bBinaryMarker = false;
 };
 

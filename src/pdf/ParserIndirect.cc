@@ -51,11 +51,8 @@ bool CParser::ParseIndirectObject(CIndirectObject* pObject, std::int64_t nPos)
   m_nGeneration = 0;
   m_nDepth = 0;
   m_bDecrypt = false;
-  if (IsOverworked())
-  {
-    Report(g_nCorrupt);
-    return false;
-  }
+  m_nOpenArrays = m_nOpenDictionaries = 0;
+  m_nFailure = 0;
   if (!ReadObjectHeader(pObject, nPos))
     return false;
   CSecurityHandler* pSecurity = m_pFile->GetSecurityHandler();
@@ -73,11 +70,19 @@ bool CParser::ParseIndirectObject(CIndirectObject* pObject, std::int64_t nPos)
   return true;
 }
 
-bool CParser::IsOverworked()
+void CParser::NoteDamage(CIndirectObject* pObject, unsigned nCode)
 {
-  return m_nParsed > BSE::g_nFreeParsedSize &&
-         BSE::IsOutOfProportion(m_nParsed, BSE::g_nFreeParsedSize, BSE::g_nMaxSharedRatio,
-                                m_scanner.GetStream().GetLength());
+  if (pObject && pObject->GetFile())
+    pObject->GetFile()->NoteDamage(m_nObject, nCode);
+}
+
+bool CParser::IsAtEndStream() const
+{
+  constexpr char szWord[] = "endstream";
+  constexpr int nLength = sizeof(szWord) - 1;
+  return m_scanner.GetToken() == eTokenEndStream ||
+         (m_scanner.GetToken() == eTokenKeyword && m_scanner.GetTextLength() > nLength &&
+          std::memcmp(m_scanner.GetText(), szWord, nLength) == 0);
 }
 
 bool CParser::ReadObjectHeader(CIndirectObject* pObject, std::int64_t nPos)
@@ -128,7 +133,8 @@ bool CParser::ReadObjectHeader(CIndirectObject* pObject, std::int64_t nPos)
   const auto nGen = static_cast<int>(nGeneration);
   if (pObject && pObject->GetGenNumber() >= 0)
   {
-    if (pObject->GetObjNumber() != nObject || pObject->GetGenNumber() != nGen)
+    if (pObject->GetObjNumber() != nObject ||
+        (pObject->GetGenNumber() != nGen && !m_pFile->NoteOtherGeneration(nObject)))
       BSE::ReportError(m_pErrorContext,
                        BSE::MakeError(g_nOtherObject, "n1", nObject, "n2", pObject->GetObjNumber()));
     // Another generation of the same number is used all the same.
@@ -144,8 +150,13 @@ bool CParser::ReadObjectHeader(CIndirectObject* pObject, std::int64_t nPos)
 
 CObjectPtr CParser::ParseDictionaryOrStream(CIndirectObject* pObject, CObjectPtr& stream)
 {
+  const TToken nFirst = m_scanner.GetToken();
+  BeginValue();
   CObjectPtr value = ParseObject();
-  m_nParsed += std::max<std::int64_t>(m_scanner.Tell() - m_nValueStart, 0);
+  if (pObject)
+    pObject->SetCost(m_scanner.Tell() - m_nValueStart);
+  if (IsCut() || (!value && nFirst >= eTokenObj && nFirst != eTokenEndObj))
+    NoteDamage(pObject, g_nCorrupt);
   if (m_scanner.GetToken() != eTokenStream || !value || value.GetType() != eDictionary)
     return value;
   // The stream may ask for its length through objects that use this parser too.
@@ -168,7 +179,8 @@ std::int64_t CParser::FindStreamLength(CDictionaryObject& dictionary, std::int64
   m_nObject = nObject;
   std::int64_t nEnd = -1;
   if (nLength >= 0 && !__builtin_add_overflow(nData, nLength, &nEnd) && m_scanner.Seek(nEnd) &&
-      m_scanner.Tell() == nEnd && m_scanner.ReadToken() && m_scanner.GetToken() == eTokenEndStream)
+      m_scanner.Tell() == nEnd && m_scanner.ReadToken() &&
+      (IsAtEndStream() || m_scanner.GetToken() == eTokenEndObj))
     return nLength;
   Report(g_nWrongLength);
   if (nData < m_nSearchStart || nData > m_nSearchEnd)
@@ -190,17 +202,23 @@ CObjectPtr CParser::ParseStreamData(CIndirectObject* pObject, CDictionaryObject&
   const std::int64_t nLength = FindStreamLength(dictionary, nData);
   m_scanner.Seek(nData + nLength);
   m_scanner.ReadToken();
-  if (m_scanner.GetToken() != eTokenEndStream)
+  if (!IsAtEndStream())
   {
     Report(g_nNoEndStream);
-    bKept = m_scanner.GetToken() == eTokenEnd && nLength > 0;
+    // Data up to the end of the object is whole, up to the end of the file it is what is left.
+    const bool bWhole = m_scanner.GetToken() == eTokenEndObj;
+    bKept = bWhole || (m_scanner.GetToken() == eTokenEnd && nLength > 0);
+    if (!bWhole)
+      NoteDamage(pObject, g_nNoEndStream);
     if (!bKept)
       return CObjectPtr();
   }
   else
   {
     ReportStrict(m_scanner.HasEolBefore(), g_nEndStreamSeparator);
-    m_scanner.ReadToken();
+    // "endstreamendobj" ends the object as well.
+    if (m_scanner.GetToken() == eTokenEndStream)
+      m_scanner.ReadToken();
   }
   if (m_scanner.IsStrict())
     ReportStrict(
@@ -234,7 +252,7 @@ void CParser::ChooseCrypt(CSecurityHandler& security, CIndirectObject& object, C
 
 void CParser::CheckEndOfObject()
 {
-  if (m_scanner.GetToken() != eTokenEndObj)
+  if (m_scanner.GetToken() != eTokenEndObj && !IsAtEndStream())
   {
     Report(g_nNoEndObj);
     return;

@@ -14,6 +14,7 @@ namespace
 
 // Rendered members beyond this length complete a stream.
 constexpr std::int64_t g_nFullLength = 15000;
+constexpr int g_nMaxMembers = 65536;
 
 // The same where size goes first: forms and structure trees repeat themselves over longer stretches.
 constexpr std::int64_t g_nFullLengthForSize = 250000;
@@ -72,7 +73,9 @@ bool CPendingObjectStream::Add(CIndirectObject& object)
 
 bool CPendingObjectStream::IsFull()
 {
-  return m_generator.Tell() > (m_file.GetStreamDeflater() ? g_nFullLengthForSize : g_nFullLength);
+  // The index of a member takes two bytes in the cross-reference data.
+  return m_members.GetSize() >= g_nMaxMembers ||
+         m_generator.Tell() > (m_file.GetStreamDeflater() ? g_nFullLengthForSize : g_nFullLength);
 }
 
 BSE::CObjectPtr<BSE::CMemoryStream> CPendingObjectStream::Compress(int& nFirst, std::int64_t& nPlainLength)

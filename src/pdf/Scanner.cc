@@ -142,7 +142,8 @@ void CScanner::ReadString()
   for (;;)
   {
     int c = m_pStream->GetByte();
-    if (c < 0)
+    m_bTextCut = c < 0;
+    if (m_bTextCut)
       break;
     if (c == '\\')
     {
@@ -221,6 +222,7 @@ void CScanner::ReadHexString()
   for (;;)
   {
     int c = m_pStream->GetByte();
+    m_bTextCut = c < 0;
     if (c == '>' || c < 0)
       break;
     if (IsSpace(c))

@@ -44,6 +44,9 @@ public:
   const char* GetText() const { return m_text.GetData(); }
   int GetTextLength() const { return m_text.GetSize() - 1; }
 
+  // True if the current string ends with the data and not with its delimiter.
+  bool IsTextCut() const { return m_bTextCut; }
+
   // Start of the current token; only while recording is on.
   std::int64_t GetTokenPos() const { return m_nTokenPos; }
   void RecordPositions(bool bRecord) { m_bRecordPos = bRecord; }
@@ -65,8 +68,9 @@ public:
   std::int64_t SkipStreamEol();
   bool IsStreamEolOk() const { return m_bStreamEolOk; }
 
-  // Searches forward for "endstream"; returns the position of the data's end, in front of the end of line
-  // before the keyword, or the end of the stream, and stands there.
+  // Searches forward for "endstream", or where that is missing for an "endobj" with what follows an object
+  // behind it; returns the position of the data's end, in front of the end of line before the keyword, or the
+  // end of the stream, and stands there.
   std::int64_t FindEndStream();
 
   // Position in the stream behind the current token.
@@ -88,6 +92,9 @@ public:
   BSE::IErrorContext* GetErrorContext() const { return m_pErrorContext; }
 
 private:
+  bool IsEndOfData();
+  bool IsBetweenObjects();
+  bool FollowsKeyword(const char* szWord);
   int SkipSpace();
   void SkipComment();
   void ReadString();
@@ -112,6 +119,7 @@ private:
   int m_nMaxName = -1;
   bool m_bRecordPos = false;
   bool m_bStopAtEndObj = false;
+  bool m_bTextCut = false;
   bool m_bStrict = false;
   bool m_bSpaceBefore = false;
   bool m_bEolBefore = false;

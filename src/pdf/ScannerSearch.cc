@@ -41,15 +41,72 @@ std::int64_t CScanner::SkipStreamEol()
   return m_pStream->Tell();
 }
 
+bool CScanner::IsEndOfData()
+{
+  const std::int64_t nBehind = m_pStream->Tell();
+  char aWord[6] = {};
+  const std::int64_t nRead = m_pStream->ReadFully(reinterpret_cast<unsigned char*>(aWord), sizeof(aWord));
+  bool bEnd = nRead == sizeof(aWord) && std::memcmp(aWord, "stream", sizeof(aWord)) == 0;
+  if (!bEnd && nRead >= 3 && std::memcmp(aWord, "obj", 3) == 0)
+  {
+    m_pStream->Seek(nBehind + 3);
+    bEnd = IsBetweenObjects();
+  }
+  if (!bEnd)
+    m_pStream->Seek(nBehind);
+  return bEnd;
+}
+
+// Nothing but the next object, cross-reference data or the end of the file follows an object: the word alone
+// may stand in the data of a stream.
+bool CScanner::IsBetweenObjects()
+{
+  if (!IsSpace(m_pStream->PeekByte()))
+    return m_pStream->PeekByte() < 0;
+  while (IsSpace(m_pStream->PeekByte()))
+    m_pStream->GetByte();
+  const int c = m_pStream->PeekByte();
+  if (c < '0' || c > '9')
+    return c < 0 || FollowsKeyword("xref") || FollowsKeyword("trailer") || FollowsKeyword("startxref");
+  for (int i = 0; i < 2; ++i)
+  {
+    const int nFirst = m_pStream->PeekByte();
+    if (nFirst < '0' || nFirst > '9')
+      return false;
+    while (m_pStream->PeekByte() >= '0' && m_pStream->PeekByte() <= '9')
+      m_pStream->GetByte();
+    while (IsSpace(m_pStream->PeekByte()))
+      m_pStream->GetByte();
+  }
+  return FollowsKeyword("obj");
+}
+
+// The position stays where the word does not follow.
+bool CScanner::FollowsKeyword(const char* szWord)
+{
+  const std::int64_t nStart = m_pStream->Tell();
+  const char* sz = szWord;
+  while (*sz != '\0' && m_pStream->GetByte() == static_cast<unsigned char>(*sz))
+    ++sz;
+  if (*sz == '\0')
+    return true;
+  m_pStream->Seek(nStart);
+  return false;
+}
+
 std::int64_t CScanner::FindEndStream()
 {
   const std::int64_t nStart = m_pStream->Tell();
-  const std::int64_t nFound = FindForward("endstream");
-  if (nFound < 0)
+  std::int64_t nFound = -1;
+  do
   {
-    m_pStream->Seek(-1);
-    return m_pStream->Tell();
-  }
+    nFound = FindForward("end");
+    if (nFound < 0)
+    {
+      m_pStream->Seek(-1);
+      return m_pStream->Tell();
+    }
+  } while (!IsEndOfData());
   std::int64_t nEnd = nFound;
   const int nTail = static_cast<int>(std::min<std::int64_t>(2, nFound - nStart));
   unsigned char aTail[2] = {};

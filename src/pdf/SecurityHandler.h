@@ -38,7 +38,9 @@ public:
   // it from that of all streams. Null for that one.
   virtual const char* GetCryptName(int /*nCrypt*/) { return nullptr; }
 
-  virtual CString DecryptString(const CString& value, int nObjNumber, int nGenNumber) = 0;
+  // pWhole, if given, becomes false where a part of the value cannot be decrypted.
+  virtual CString DecryptString(const CString& value, int nObjNumber, int nGenNumber,
+                                bool* pWhole = nullptr) = 0;
 
   // Empty if there are no random numbers, which HasFailed remembers.
   virtual CString EncryptString(const CString& value, int nObjNumber, int nGenNumber) = 0;

@@ -513,13 +513,15 @@ CCryptAlgorithm* CStandardSecurityHandler::GetObjectCrypt(TCrypt& crypt, int nOb
   return pAlgorithm;
 }
 
-CString CStandardSecurityHandler::DecryptString(const CString& value, int nObjNumber, int nGenNumber)
+CString CStandardSecurityHandler::DecryptString(const CString& value, int nObjNumber, int nGenNumber,
+                                                bool* pWhole)
 {
   CCryptAlgorithm* pAlgorithm = GetObjectCrypt(GetStringCrypt(), nObjNumber, nGenNumber);
   if (!pAlgorithm)
     return value;
   TByteArray bytes;
-  pAlgorithm->Decrypt(value.GetSpan(), bytes);
+  if (!pAlgorithm->Decrypt(value.GetSpan(), bytes) && pWhole)
+    *pWhole = false;
   return CString(bytes.GetData(), bytes.GetSize());
 }
 

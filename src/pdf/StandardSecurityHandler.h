@@ -65,7 +65,8 @@ public:
   bool HasPlainStrings(PDF::CObject& object) override;
   int FindStreamCrypt(PDF::CObject& stream, const char* szName) override;
   const char* GetCryptName(int nCrypt) override;
-  CString DecryptString(const CString& value, int nObjNumber, int nGenNumber) override;
+  CString DecryptString(const CString& value, int nObjNumber, int nGenNumber,
+                        bool* pWhole = nullptr) override;
   CString EncryptString(const CString& value, int nObjNumber, int nGenNumber) override;
   bool HasFailed() const override { return m_bFailed; }
   BSE::CObjectPtr<BSE::IByteStream> CreateDecryptFilter(BSE::IByteStream* pSource, int nObjNumber,

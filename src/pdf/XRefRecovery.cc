@@ -32,7 +32,8 @@ bool CXRefRecovery::Run(bool bSecondary)
     m_file.m_bOpened = false;
     m_file.DropTrailer();
     m_file.DropObjectStreams();
-    m_file.m_xref.RemoveAll();
+    m_file.ForgetObjects();
+    m_file.m_bXRefIncomplete = true;
     m_file.m_nHeaderOffset = 0;
     m_file.m_pParser->SetHeaderOffset(0);
   }
@@ -184,6 +185,8 @@ void CXRefRecovery::ReadStreamObjects()
     m_file.m_recoveredHolders = holders;
   else
     m_file.EnterRecoveredHolders(holders);
+  // What was met while entries were missing is met again.
+  m_file.m_damage.RemoveAll();
 }
 
 }  // namespace PDF

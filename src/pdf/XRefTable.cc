@@ -12,7 +12,7 @@ namespace PDF
 namespace
 {
 
-constexpr TXRefEntry g_freeEntry = {0, 0, eXRefFree, nullptr};
+constexpr TXRefEntry g_freeEntry = {0, 0, eXRefFree};
 
 }  // namespace
 
@@ -61,7 +61,8 @@ CIndirectObject* CXRefTable::GetObject(int nObjNumber, int nGenNumber)
   TXRefEntry& entry = GetOrCreateEntry(nObjNumber);
   if (nObjNumber < 0 || nObjNumber > BSE::g_nMaxObjNumber)
     return nullptr;
-  if (entry.m_nType == eXRefInUse && entry.m_nGeneration != nGenNumber && nGenNumber >= 0)
+  if (entry.m_nType == eXRefInUse && entry.m_nGeneration != nGenNumber && nGenNumber >= 0 &&
+      !std::exchange(entry.m_bOtherReported, true))
     BSE::ReportError(m_pFile, BSE::MakeError(0x00410116, "n1", nGenNumber, "n2", entry.m_nGeneration));
   if (entry.m_pObject)
     return entry.m_pObject;
@@ -132,7 +133,8 @@ void CXRefTable::SetObject(int nObjNumber, CIndirectObject* pObject)
   TXRefEntry& entry = GetOrCreateEntry(nObjNumber);
   pObject->AddRef();
   CIndirectObject* pFormer = entry.m_pObject;
-  entry = {0, pObject->GetGenNumber(), eXRefInUse, pObject};
+  entry = {0, pObject->GetGenNumber(), eXRefInUse};
+  entry.m_pObject = pObject;
   if (pFormer)
     pFormer->Release();
 }
@@ -155,7 +157,7 @@ void CXRefTable::Remove(int nObjNumber)
     return;
   TXRefEntry& entry = GetOrCreateEntry(nObjNumber);
   CIndirectObject* pObject = entry.m_pObject;
-  entry = {0, 65535, eXRefFree, nullptr};
+  entry = {0, 65535, eXRefFree};
   if (!pObject)
     return;
   pObject->Orphan();
@@ -170,6 +172,7 @@ void CXRefTable::ReleaseObject(int nObjNumber)
   if (entry.m_pObject->GetRefCount() != 1 || entry.m_pObject->IsDirty() || entry.m_pObject->IsLocked())
     return;
   CIndirectObject* pObject = std::exchange(entry.m_pObject, nullptr);
+  pObject->Unload();
   pObject->Orphan();
   pObject->Release();
 }

@@ -6,7 +6,7 @@
 namespace PDF
 {
 
-enum TXRefType
+enum TXRefType : unsigned char
 {
   eXRefFree = 0,
   eXRefInUse = 1,
@@ -21,8 +21,10 @@ struct TXRefEntry
   // In use and free: generation; compressed: index in the stream.
   int m_nGeneration;
   TXRefType m_nType;
+  bool m_bRead = false;           // the object has been read from the file
+  bool m_bOtherReported = false;  // its wrong generation has been reported
   // Null until the object is wanted. The table keeps one reference.
-  CIndirectObject* m_pObject;
+  CIndirectObject* m_pObject = nullptr;
 };
 
 // Object numbers to entries, in pages that are allocated when a number in them is first in use or wanted.

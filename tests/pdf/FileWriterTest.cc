@@ -179,7 +179,7 @@ public:
   }
   bool Authenticate(const CString*) override { return true; }
   bool IsExempt(PDF::CObject& object) override { return object.GetEntry("Type").IsName("Metadata"); }
-  CString DecryptString(const CString& value, int, int) override { return value; }
+  CString DecryptString(const CString& value, int, int, bool*) override { return value; }
   CString EncryptString(const CString& value, int nObjNumber, int) override
   {
     std::string text(1, static_cast<char>(nObjNumber));
