@@ -70,6 +70,11 @@ bool CDocumentCopierBase::CopyDocumentMetadata()
   // Who else refers to the stream gets the new one.
   bool bCreated = false;
   const CObjectPtr metadata = m_input.GetCatalog()["Metadata"];
+  if (pSource->IsCarried())
+    m_output.GetCatalog().AddEntry("Metadata", m_visitor.VisitEntry("Metadata", metadata));
+  m_copier.TellDamage(metadata);
+  if (pSource->GetLossCode() != 0 && m_input.GetFile().GetDamage(metadata.GetObjNumber()) == 0)
+    BSE::ReportLoss(metadata.Get(), pSource->GetLossCode());
   const CObjectPtr target = metadata.IsStream() ? m_copier.GetOrCreateCopy(metadata, bCreated) : CObjectPtr();
   m_output.UpdateMetadata(m_producer.GetText(), bCreated ? target : CObjectPtr());
   // From PDF 2.0 on the packet tells it all, and ISO 19005-4 wants no dictionary beside it.

@@ -43,7 +43,7 @@ const XML::CUri* CXmlParser::GetName(const XML::CNSNode& node)
 {
   if (!*node.GetNamespace())
   {
-    BSE::ReportError(&m_graph, BSE::MakeError(g_nNoNamespace, "property", node.GetLocalName()));
+    BSE::ReportLoss(&m_graph, BSE::MakeError(g_nNoNamespace, "property", node.GetLocalName()));
     return nullptr;
   }
   if (m_graph.GetUris().GetCount() > g_nMaxNames || node.IsIn(XML::g_szXmlNamespace))
@@ -85,7 +85,7 @@ int CXmlParser::ParsePropertyAttributes(const XML::CElement& element, CResource&
     if (!pName)
       continue;
     if (attr.Is(g_szNamespace, "li"))
-      BSE::ReportError(&m_graph, g_nListItemAttribute);
+      BSE::ReportLoss(&m_graph, g_nListItemAttribute);
     else if (attr.Is(g_szNamespace, g_szType))
       resource.SetType(m_graph.GetUris().Intern(attr.GetValue().GetText()));
     else
@@ -108,7 +108,7 @@ void CXmlParser::ParseProperty(const XML::CElement& element, CResource& subject,
     return;
   if (nDepth > g_nMaxDepth)
   {
-    BSE::ReportError(&m_graph, BSE::MakeError(g_nFeatureMissing, "feature", "deep nesting"));
+    BSE::ReportLoss(&m_graph, BSE::MakeError(g_nFeatureMissing, "feature", "deep nesting"));
     return;
   }
   CNode* pValue = ParseValue(element, nDepth);
@@ -133,7 +133,7 @@ CXmlParser::TParseType CXmlParser::GetParseType(const XML::CElement& element)
     return TParseType::Resource;
   BSE::CStr8 feature("rdf:parseType=");
   feature.Append(type.GetText());
-  BSE::ReportError(&m_graph, BSE::MakeError(g_nFeatureMissing, "feature", feature.GetText()));
+  BSE::ReportLoss(&m_graph, BSE::MakeError(g_nFeatureMissing, "feature", feature.GetText()));
   return TParseType::Refused;
 }
 
@@ -144,7 +144,7 @@ CNode* CXmlParser::ParseValue(const XML::CElement& element, int nDepth)
     return nullptr;
   if (element.FindAttr(g_szNamespace, "nodeID"))
   {
-    BSE::ReportError(&m_graph, BSE::MakeError(g_nFeatureMissing, "feature", "rdf:nodeID"));
+    BSE::ReportLoss(&m_graph, BSE::MakeError(g_nFeatureMissing, "feature", "rdf:nodeID"));
     return nullptr;
   }
   if (type == TParseType::Resource)

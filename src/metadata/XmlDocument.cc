@@ -25,7 +25,9 @@ struct TParse
   int m_nInScope = 0;
   int m_nElements = 0;
   int m_nErrors = 0;
-  bool m_bRefused = false;
+  bool m_bEnded = false;      // by an error
+  bool m_bRefused = false;    // at a limit
+  bool m_bExhausted = false;  // no memory was left
 };
 
 TParse& GetParse(void* pContext)
@@ -67,6 +69,13 @@ void OnEndElement(void* pContext, const xmlChar* pLocalName, const xmlChar* pPre
   xmlSAX2EndElementNs(pContext, pLocalName, pPrefix, pUri);
 }
 
+// The parser's own limits on nesting and on the length of texts, for which it has no code of their own.
+bool IsLimit(const xmlError& error)
+{
+  return error.code == XML_ERR_INTERNAL_ERROR ||
+         (error.code == XML_ERR_NO_MEMORY && error.message && std::strstr(error.message, "huge"));
+}
+
 // The parser makes a text of up to 64,000 bytes for every error, and can find one at every byte. An error
 // that ends the document ends the parse, and so do many of another kind. The input is still in use here, so
 // that the parser is told to end by its state and not stopped.
@@ -76,10 +85,12 @@ void OnError(void* pContext, xmlErrorPtr pError)
     return;
   TParse& parse = GetParse(pContext);
   parse.m_errors.Report(*pError);
+  parse.m_bRefused = parse.m_bRefused || IsLimit(*pError);
+  parse.m_bExhausted = parse.m_bExhausted || (pError->code == XML_ERR_NO_MEMORY && !IsLimit(*pError));
   if (pError->level < XML_ERR_FATAL && ++parse.m_nErrors <= CDocument::g_nMaxErrors)
     return;
   auto* pParser = static_cast<xmlParserCtxtPtr>(pContext);
-  parse.m_bRefused = true;
+  parse.m_bEnded = true;
   pParser->disableSAX = 1;
   pParser->instate = XML_PARSER_EOF;
 }
@@ -243,13 +254,14 @@ CElement CDocument::GetRoot() const
 bool CDocument::Parse(std::span<const char> text, BSE::IErrorContext* pErrorContext)
 {
   Reset();
-  if (text.empty() || text.size() > std::numeric_limits<int>::max() || HasCrowdedTag(text))
+  m_bRefused = text.size() > std::numeric_limits<int>::max() || HasCrowdedTag(text);
+  if (text.empty() || m_bRefused)
     return false;
   const CLibraryHandle library;
   const TParserFree parser{xmlNewParserCtxt()};
   if (!parser.m_p)
     BSE::ThrowOutOfMemory();
-  TParse parse{CLibXML2ErrorHandler(pErrorContext), {}, 0, 0, false};
+  TParse parse{CLibXML2ErrorHandler(pErrorContext), {}};
   parser.m_p->_private = &parse;
   parser.m_p->sax->internalSubset = OnInternalSubset;
   parser.m_p->sax->entityDecl = nullptr;
@@ -261,9 +273,12 @@ bool CDocument::Parse(std::span<const char> text, BSE::IErrorContext* pErrorCont
   // "&#38;" in the URIs of namespaces.
   m_pDoc = xmlCtxtReadMemory(parser.m_p, text.data(), static_cast<int>(text.size()), nullptr, "UTF-8",
                              XML_PARSE_NONET | XML_PARSE_NOENT);
-  if (m_pDoc && !parse.m_bRefused && parser.m_p->wellFormed && GetRoot())
+  if (m_pDoc && !parse.m_bRefused && !parse.m_bEnded && parser.m_p->wellFormed && GetRoot())
     return true;
   Reset();
+  if (parse.m_bExhausted)
+    BSE::ThrowOutOfMemory();
+  m_bRefused = parse.m_bRefused;
   return false;
 }
 

@@ -92,8 +92,13 @@ public:
   ~CDocument() override;
   bool IsValid() const override { return m_pDoc != nullptr; }
 
-  // UTF-8, whatever a declaration in it says. False, reported and empty, if it is not well-formed.
+  // UTF-8, whatever a declaration in it says. False, reported and empty, if it is not well-formed. Exhausted
+  // memory of libxml2 is thrown as any other.
   bool Parse(std::span<const char> text, BSE::IErrorContext* pErrorContext);
+
+  // True after a parse that failed at a limit, or at a declaration that is refused: the document may well be
+  // in order.
+  bool IsRefused() const { return m_bRefused; }
 
   // Empty before a successful parse.
   CElement GetRoot() const;
@@ -102,6 +107,7 @@ private:
   void Reset();
 
   _xmlDoc* m_pDoc = nullptr;
+  bool m_bRefused = false;
 };
 
 }  // namespace XML

@@ -4,6 +4,9 @@
 #include "base/Unicode.h"
 #include "metadata/XmpSchema.h"
 
+#include <algorithm>
+#include <string_view>
+
 namespace PDF
 {
 
@@ -48,6 +51,39 @@ std::span<const char> TrimBlanks(std::span<const char> text)
   return text;
 }
 
+// Bytes that a packet which is not parsed is read by, and those that a claim may take.
+constexpr int g_nPiece = 1 << 20;
+constexpr int g_nOverlap = 128;
+
+// Appends at most so many bytes; false on failure.
+bool ReadUpTo(BSE::IByteStream& stream, std::int64_t nMax, BSE::CBasicArray<unsigned char>& bytes)
+{
+  unsigned char buffer[4096];
+  while (nMax > 0)
+  {
+    const std::int64_t nRead = stream.Read(buffer, std::min<std::int64_t>(nMax, sizeof buffer));
+    if (nRead <= 0)
+      return nRead == 0;
+    bytes.Append(std::span<const unsigned char>(buffer, static_cast<std::size_t>(nRead)));
+    nMax -= nRead;
+  }
+  return true;
+}
+
+// The value that follows the name, of an attribute or an element: one character is all that a claim has.
+BSE::CStr8 FindValue(std::span<const char> text, std::string_view name)
+{
+  const auto found = std::search(text.begin(), text.end(), name.begin(), name.end());
+  auto rest = text.subspan(static_cast<std::size_t>(found - text.begin()));
+  if (rest.size() <= name.size())
+    return {};
+  rest = rest.subspan(name.size());
+  constexpr std::string_view blanks = " \t\r\n=\"'>";
+  while (!rest.empty() && blanks.find(rest.front()) != std::string_view::npos)
+    rest = rest.subspan(1);
+  return rest.empty() ? BSE::CStr8() : BSE::CStr8(rest.data(), 1);
+}
+
 }  // namespace
 
 struct CXMP::TEvent
@@ -68,19 +104,55 @@ bool CXMP::Load(BSE::IByteStream* pStream)
 {
   m_pPacket.Reset();
   m_bBroken = true;
+  m_bCarried = false;
   BSE::CBasicArray<unsigned char> bytes;
   BSE::CObjectPtr<XMP::CPacket> pPacket(new XMP::CPacket(&m_errors));
-  if (!pStream || !pStream->IsValid() || !pStream->ReadToArray(bytes, XMP::CPacket::g_nMaxBytes) ||
-      !pPacket->Read(bytes.GetSpan()))
+  if (!pStream || !pStream->IsValid() || !ReadUpTo(*pStream, XMP::CPacket::g_nMaxBytes + 1, bytes))
+  {
+    BSE::ReportLoss(&m_errors, XMP::g_nInvalidPacket);
     return false;
-  m_pPacket = std::move(pPacket);
+  }
+  // Nothing is lost with an empty stream.
+  if (bytes.IsEmpty())
+    return false;
+  if (pPacket->Read(bytes.GetSpan()))
+  {
+    m_pPacket = std::move(pPacket);
+    m_bBroken = false;
+    return true;
+  }
+  if (!pPacket->IsTooLarge())
+    return false;
+  m_bCarried = true;
   m_bBroken = false;
-  return true;
+  while (bytes.GetSize() > 0 && (m_carriedPart.IsEmpty() || m_carriedLevel.IsEmpty()))
+  {
+    FindClaim(bytes.GetSpan());
+    // What stands across the end of a piece is found by the next one.
+    const BSE::CBasicArray<unsigned char> former = std::move(bytes);
+    bytes = BSE::CBasicArray<unsigned char>();
+    const int nKept = std::min(former.GetSize(), g_nOverlap);
+    bytes.Append(former.GetSpan().last(static_cast<std::size_t>(nKept)));
+    if (!ReadUpTo(*pStream, g_nPiece, bytes) || bytes.GetSize() == nKept)
+      break;
+  }
+  return false;
+}
+
+// The claim of a packet that is not parsed. Its prefix is prescribed (ISO 19005-1, 6.7.11).
+void CXMP::FindClaim(std::span<const unsigned char> bytes)
+{
+  const std::span<const char> text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+  if (m_carriedPart.IsEmpty())
+    m_carriedPart = FindValue(text, "pdfaid:part");
+  if (m_carriedLevel.IsEmpty())
+    m_carriedLevel = FindValue(text, "pdfaid:conformance");
 }
 
 void CXMP::CopyFrom(const CXMP& other)
 {
   m_bBroken = other.m_bBroken;
+  m_bCarried = other.m_bCarried;
   m_nPart = other.m_nPart;
   m_newInstanceId = other.m_newInstanceId;
   m_pPacket.Reset();
@@ -92,12 +164,12 @@ void CXMP::CopyFrom(const CXMP& other)
 
 BSE::CStr8 CXMP::GetClaimedPart() const
 {
-  return m_pPacket ? m_pPacket->GetText(XMP::g_szPdfAId, "part") : BSE::CStr8();
+  return m_pPacket ? m_pPacket->GetText(XMP::g_szPdfAId, "part") : m_carriedPart;
 }
 
 BSE::CStr8 CXMP::GetClaimedLevel() const
 {
-  return m_pPacket ? m_pPacket->GetText(XMP::g_szPdfAId, "conformance") : BSE::CStr8();
+  return m_pPacket ? m_pPacket->GetText(XMP::g_szPdfAId, "conformance") : m_carriedLevel;
 }
 
 void CXMP::SetClaim(const char* szPart, const char* szLevel)
@@ -220,7 +292,7 @@ void CXMP::EnsureKeywords()
 
 void CXMP::UpdateMetadata(const TMetadataUpdate& update, IInfoDictionary& info)
 {
-  if (!m_pPacket && (update.m_nMajorVersion > 1 || update.m_bPacketWanted || m_bBroken))
+  if (!m_pPacket && !m_bCarried && (update.m_nMajorVersion > 1 || update.m_bPacketWanted || m_bBroken))
     m_pPacket = new XMP::CPacket(&m_errors);
   // ISO 32000-2, 14.3.3, leaves the dictionary no more than its dates.
   const bool bComplete = update.m_nMajorVersion < 2 && CanReadInfo();

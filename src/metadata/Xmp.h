@@ -44,8 +44,15 @@ public:
   bool IsValid() const override { return true; }
 
   // Reads the decoded Metadata stream. False, and no packet, if it cannot be read: a new packet will then be
-  // made by the update. A null stream counts as unreadable.
+  // made by the update, unless it is to be carried over. A null stream counts as unreadable.
   bool Load(BSE::IByteStream* pStream);
+
+  // True for a packet that is too large to be read. It stays as it is, and the update makes no other one; of
+  // what it says only the claim is known.
+  bool IsCarried() const { return m_bCarried; }
+
+  // The code of what a packet written anew will lack, all of it or a part; 0 for nothing.
+  unsigned GetLossCode() const { return m_errors.GetLossCode(); }
 
   // Takes over packet and part of another document's metadata; pending events stay.
   void CopyFrom(const CXMP& other);
@@ -82,6 +89,7 @@ public:
 private:
   struct TEvent;
 
+  void FindClaim(std::span<const unsigned char> bytes);
   TPairValue ReadPacket(const TInfoPair& pair, BSE::CStr16& value) const;
   bool CanReadInfo() const { return m_nPart < 2; }
   void Synchronize(const TInfoPair& pair, bool bComplete, IInfoDictionary& info);
@@ -97,6 +105,9 @@ private:
   BSE::CPtrArray<TEvent> m_events;
   BSE::CStr8 m_newInstanceId;  // for a document without one; the same for all its copies
   int m_nPart = 0;
+  BSE::CStr8 m_carriedPart;  // claim of a packet that is carried over
+  BSE::CStr8 m_carriedLevel;
+  bool m_bCarried = false;
   bool m_bBroken = false;  // there was a stream that could not be read
 };
 

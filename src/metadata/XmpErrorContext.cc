@@ -8,6 +8,8 @@ namespace PDF
 
 void CXMPErrorContext::OnReportError(BSE::CScopedPtr<BSE::IError> pError)
 {
+  if (pError && pError->GetConsequence() == BSE::eContentLost && m_nLossCode == 0)
+    m_nLossCode = pError->GetCode();
   if (!pError || ++m_nReports > g_nMaxTraced || !BSE::CTracer::IsOn())
     return;
   char16_t szMessage[400] = {};

@@ -50,7 +50,8 @@ bool CPacket::Read(std::span<const unsigned char> bytes)
   Reset();
   BSE::CStr8 text;
   TPacketEncoding encoding = TPacketEncoding::Utf8;
-  if (static_cast<std::int64_t>(bytes.size()) <= g_nMaxBytes && DecodePacket(bytes, text, encoding))
+  m_bTooLarge = static_cast<std::int64_t>(bytes.size()) > g_nMaxBytes;
+  if (!m_bTooLarge && DecodePacket(bytes, text, encoding))
   {
     if (encoding == TPacketEncoding::Latin1)
       BSE::ReportError(this, BSE::MakeError(g_nInvalidEncoding, "enc", "ISO-8859-1", "exp", "UTF-8"));
@@ -61,7 +62,10 @@ bool CPacket::Read(std::span<const unsigned char> bytes)
     }
   }
   Reset();
-  BSE::ReportError(this, g_nInvalidPacket);
+  if (m_bTooLarge)
+    BSE::ReportError(this, g_nInvalidPacket);
+  else
+    BSE::ReportLoss(this, g_nInvalidPacket);
   return false;
 }
 
@@ -69,7 +73,10 @@ bool CPacket::ReadText(std::span<const char> text)
 {
   XML::CDocument document;
   if (!document.Parse(text, this))
+  {
+    m_bTooLarge = document.IsRefused();
     return false;
+  }
   const XML::CElement root = document.GetRoot();
   if (std::strcmp(root.GetLocalName(), "xapmeta") == 0)
     BSE::ReportError(this, g_nDeprecatedMeta);
@@ -86,7 +93,8 @@ bool CPacket::ReadText(std::span<const char> text)
   }
   RDF::CGraph graph(*m_pUris, this);
   RDF::CXmlParser parser(graph, m_namespaces);
-  if (!parser.Parse(rdf))
+  m_bTooLarge = !parser.Parse(rdf);
+  if (m_bTooLarge)
     return false;
   CRdfParser(graph, m_namespaces, this).Parse(*m_pMeta);
   return true;

@@ -19,7 +19,7 @@ inline constexpr unsigned g_nWrongRdfNamespace = 0x0A09C40FU;  // "ns"
 class CPacket : public BSE::CObject, public BSE::CBasicErrorContext
 {
 public:
-  // Larger ones are refused: the whole is held as a tree.
+  // Larger ones are not read: the whole is held as a tree.
   static constexpr std::int64_t g_nMaxBytes = std::int64_t{16} << 20;
 
   explicit CPacket(BSE::IErrorContext* pErrorContext);
@@ -31,6 +31,9 @@ public:
   // Replaces the contents. False, reported and empty, if it cannot be read; what is wrong in parts is
   // reported, and those parts are left out.
   bool Read(std::span<const unsigned char> bytes);
+
+  // True after a Read that failed at a limit: nothing is known to be wrong with the packet.
+  bool IsTooLarge() const { return m_bTooLarge; }
 
   // Appends the packet, in UTF-8 and without padding.
   void Write(BSE::CStr8& text) const;
@@ -58,6 +61,7 @@ private:
   BSE::CObjectPtr<XML::CUriPool> m_pUris;
   BSE::CObjectPtr<CMeta> m_pMeta;
   RDF::CUriNamespacePool m_namespaces;
+  bool m_bTooLarge = false;
 };
 
 }  // namespace XMP

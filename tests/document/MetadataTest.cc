@@ -2,6 +2,8 @@
 
 #include "tests/document/TestDocument.h"
 
+#include "metadata/XmlDocument.h"
+
 #include <gmock/gmock.h>
 
 namespace PDF
@@ -9,7 +11,6 @@ namespace PDF
 namespace
 {
 
-using testing::Contains;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -114,12 +115,35 @@ TEST(MetadataTest, ABrokenPacketStopsNothing)
   for (const std::string packet : {"<x/>", "", "\xFF\xFE<", "<?xpacket begin=''?><r:RDF"})
   {
     CTestCopier copier;
-    CTestCopier::m_reports.m_codes.clear();
+    CTestCopier::m_reports = CReports();
     TOpenDocument output(copier.Copy(MakeDocument(packet, "/Title(T)/Trapped/True")));
     ASSERT_TRUE(output.m_bOpened);
-    EXPECT_THAT(CTestCopier::m_reports.m_codes, Not(Contains(XMP::g_nInvalidPacket)));
+    EXPECT_EQ(CTestCopier::m_reports.m_losses.count(XMP::g_nInvalidPacket), packet.empty() ? 0U : 1U);
     EXPECT_THAT(GetPacket(output.m_document), HasSubstr(">T</rdf:li>"));
     EXPECT_TRUE(output->GetInfo()["Trapped"].IsName("True"));
+  }
+}
+
+// Nothing is known to be wrong with a packet that is too large to be read; what it claims still holds.
+TEST(MetadataTest, APacketBeyondALimitIsCarried)
+{
+  std::string attributes;
+  for (int i = 0; i < XML::CDocument::g_nMaxAttributes; ++i)
+    attributes += " d:a" + std::to_string(i) + "='x'";
+  const std::string claim =
+      " xmlns:pdfaid='http://www.aiim.org/pdfa/ns/id/' pdfaid:part='2' pdfaid:conformance='B'";
+  for (const std::string& packet :
+       {MakePacket(attributes + claim),
+        MakePacket(claim) + std::string(static_cast<std::size_t>(XMP::CPacket::g_nMaxBytes), ' ')})
+  {
+    CTestCopier copier;
+    CTestCopier::m_reports = CReports();
+    TOpenDocument output(copier.Copy(MakeDocument(packet, "/Title(T)")));
+    ASSERT_TRUE(output.m_bOpened);
+    EXPECT_TRUE(GetPacket(output.m_document) == packet);
+    EXPECT_EQ(output->GetConformance().GetCode(), 0x1701U);
+    EXPECT_TRUE(output->GetInfo()["Title"].IsString());
+    EXPECT_TRUE(CTestCopier::m_reports.m_losses.empty());
   }
 }
 

@@ -12,16 +12,22 @@
 namespace PDF
 {
 
-// Keeps the codes that are reported to it.
+// Keeps the codes that are reported to it, and which of them stand for losses.
 class CReports : public BSE::IErrorContext
 {
 public:
   BSE::CErrorHandler* OnGetErrorHandler() override { return nullptr; }
-  void OnReportError(BSE::CScopedPtr<BSE::IError> pError) override { m_codes.insert(pError->GetCode()); }
+  void OnReportError(BSE::CScopedPtr<BSE::IError> pError) override
+  {
+    m_codes.insert(pError->GetCode());
+    if (pError->GetConsequence() == BSE::eContentLost)
+      m_losses.insert(pError->GetCode());
+  }
   void OnReport(unsigned nCode, const BSE::CErrorProperties*) override { m_codes.insert(nCode); }
   void OnAddContextInfo(BSE::IError&) override {}
 
   std::set<unsigned> m_codes;
+  std::set<unsigned> m_losses;
 };
 
 using TObjects = std::map<int, std::string>;

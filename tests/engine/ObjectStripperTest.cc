@@ -244,4 +244,72 @@ TEST(ObjectStripper, PrivateKeysOfOutlinesAndThreads)
   }
 }
 
+// Merged with its widget, below a field of its own, and reached from the structure tree: nothing of a
+// signature stays, but for what a flattened one shows.
+TEST(ObjectStripper, NothingOfASignatureStays)
+{
+  Support::CPdfBuilder builder;
+  const int nValue = builder.AddObject("<</Type/Sig/ByteRange[0 1 2 3]/Contents<00>/NM(value)>>");
+  const int nLook = builder.AddStream("0 0 9 9 re f", "/Subtype/Form/BBox[0 0 9 9]");
+  const std::string sWidget = "<</Subtype/Widget/Rect[0 0 9 9]/NM(widget)/AP<</N " + Ref(nLook) + ">>";
+  const int nMerged = builder.AddObject(sWidget + "/FT/Sig/T(a)/V " + Ref(nValue) + ">>");
+  const int nField = builder.ReserveObject();
+  const int nKid = builder.AddObject(sWidget + "/Parent " + Ref(nField) + ">>");
+  builder.SetObject(nField, "<</FT/Sig/T(b)/NM(field)/V " + Ref(nValue) + "/Kids[" + Ref(nKid) + "]>>");
+  const int nText = builder.AddObject("<</FT/Tx/T(c)/NM(text)>>");
+  const int nElement =
+      builder.AddObject("<</S/P/K[<</Type/OBJR/Obj " + Ref(nKid) + ">>]/A " + Ref(nValue) + ">>");
+  builder.AddPage("", "/Annots [" + Ref(nMerged) + " " + Ref(nKid) + "]");
+  const std::string sFields = Ref(nMerged) + " " + Ref(nField) + " " + Ref(nText);
+  builder.SetCatalogEntries("/Perms<</DocMDP " + Ref(nValue) + ">>/StructTreeRoot<</K " + Ref(nElement) +
+                            ">>/AcroForm " +
+                            Ref(builder.AddObject("<</SigFlags 3/Fields[" + sFields + "]>>")));
+  for (const bool bFlatten : {false, true})
+  {
+    TSaved saved(builder.Build(), 0, bFlatten);
+    EXPECT_EQ(ListMarks(saved), (bFlatten ? TNames{"widget", "text"} : TNames{"text"}));
+    EXPECT_EQ(saved.m_nCode, PDF::g_nSignatureNotCopied);
+    EXPECT_EQ(saved.Catalog()["AcroForm"]["Fields"].GetSize(), 1);
+    EXPECT_TRUE(saved.Catalog()["AcroForm"]["SigFlags"].IsNull());
+    const CObjectPtr annots = saved.Page()["Annots"];
+    EXPECT_EQ(annots.GetSize(), bFlatten ? 2 : 0);
+    for (int i = 0; i < annots.GetSize(); ++i)
+    {
+      EXPECT_TRUE(annots[i]["AP"]["N"].IsStream());
+      EXPECT_TRUE(annots[i]["Subtype"].IsName("Stamp"));
+      for (const char* szKey : {"FT", "V", "T", "Parent"})
+        EXPECT_TRUE(annots[i][szKey].IsNull()) << szKey;
+    }
+  }
+}
+
+// An outline, or a link on a page, that leads to an element before the tree is copied changes nothing in it.
+TEST(ObjectStripper, ElementsReachedBeforeTheirTree)
+{
+  for (const bool bReached : {false, true})
+  {
+    Support::CPdfBuilder builder;
+    const int nElement = builder.ReserveObject();
+    const int nLink =
+        builder.AddObject(std::string("<</Subtype/Link") + g_szShown +
+                          (bReached ? "/A<</S/GoTo/SD[" + Ref(nElement) + "/Fit]>>" : "") + ">>");
+    const int nPage = builder.AddPage("", "/Annots [" + Ref(nLink) + "]");
+    const int nOutside = builder.AddObject("<</Type/Page>>");
+    const int nStray = builder.AddObject("<</Type/StructElem/S/P/P 1 0 R/Title(stray)>>");
+    builder.SetObject(nElement, "<</Type/StructElem/S/P/P 1 0 R/Pg " + Ref(nPage) +
+                                    "/K[0<</Type/MCR/MCID 1/Pg " + Ref(nOutside) + ">><</S/Span/Pg " +
+                                    Ref(nOutside) + "/K 3>>]>>");
+    builder.SetCatalogEntries("/Outlines<</First<</Title(t)" +
+                              (bReached ? "/SE " + Ref(nElement) + "/X " + Ref(nStray) : "") +
+                              ">>>>/StructTreeRoot<</K " + Ref(nElement) + ">>");
+    TSaved saved(builder.Build());
+    const CObjectPtr element = saved.Catalog()["StructTreeRoot"]["K"];
+    EXPECT_EQ(element["K"].GetSize(), 1);
+    EXPECT_EQ(element["K"][0].GetIntegerValue(), 0);
+    const CObjectPtr item = saved.Catalog()["Outlines"]["First"];
+    EXPECT_EQ(bReached, item["SE"] == element);
+    EXPECT_EQ(bReached, item["X"]["Title"].IsString()) << "the tree does not lead to it";
+  }
+}
+
 }  // namespace
