@@ -99,8 +99,13 @@ bool COptimizerHandle::OpenFile(const char* szFileName, const PDF::CString& pass
   BeginOpen();
   if (!CheckFileName(szFileName))
     return false;
-  m_pInputFile = new BSE::CFileStream(szFileName, BSE::eFileRead, this);
-  return m_pInputFile->IsValid() ? OpenWith(m_pInputFile.Get(), password) : FailFile();
+  const BSE::CObjectPtr<BSE::CFileStream> pFile(new BSE::CFileStream(szFileName, BSE::eFileRead, this));
+  if (!pFile->IsValid())
+    return FailFile();
+  if (!OpenWith(pFile.Get(), password))
+    return false;
+  m_pInputFile = pFile;
+  return true;
 }
 
 bool COptimizerHandle::OpenMemory(const void* pBytes, std::uint64_t nLength, const PDF::CString& password)

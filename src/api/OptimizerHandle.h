@@ -51,6 +51,7 @@ public:
 
   // Keeps every error that no suppressor hides.
   void OnNoteError(BSE::IError& error) override { m_reports.Note(error); }
+  void NoteEnd(unsigned nCode) noexcept override { Fail(nCode); }
 
   // Text of the last error; null for none, and for one whose placeholders could not be filled.
   const char16_t* GetErrorText();

@@ -1,5 +1,6 @@
 #include "base/ErrorContext.h"
 
+#include "base/ErrorHandler.h"
 #include "base/Tracer.h"
 
 namespace BSE
@@ -80,6 +81,19 @@ void ReportEnd(IErrorContext* pContext, CScopedPtr<IError> pError)
 void ReportEnd(IErrorContext* pContext, unsigned nCode)
 {
   ReportEnd(pContext, MakeError(nCode));
+}
+
+void ReportExhaustion(IErrorContext* pContext, unsigned nCode) noexcept
+{
+  try
+  {
+    ReportEnd(pContext, nCode);
+  }
+  catch (...)
+  {
+    if (CErrorHandler* pHandler = pContext ? pContext->OnGetErrorHandler() : nullptr)
+      pHandler->NoteEnd(nCode);
+  }
 }
 
 }  // namespace BSE

@@ -63,6 +63,9 @@ void ReportLoss(IErrorContext* pContext, unsigned nCode);
 void ReportEnd(IErrorContext* pContext, CScopedPtr<IError> pError);
 void ReportEnd(IErrorContext* pContext, unsigned nCode);
 
+// Reports an end for which there may be no memory left: then the handler notes its code alone.
+void ReportExhaustion(IErrorContext* pContext, unsigned nCode) noexcept;
+
 // The result of a run; false where memory ran out in it, which is reported as its end.
 template <class TRun>
 bool CatchExhaustion(IErrorContext* pContext, TRun run)
@@ -74,11 +77,11 @@ bool CatchExhaustion(IErrorContext* pContext, TRun run)
   catch (CContextError* pError)
   {
     // The one shared error: nobody owns it, so that its code is reported anew.
-    ReportEnd(pContext, pError->GetCode());
+    ReportExhaustion(pContext, pError->GetCode());
   }
   catch (const std::bad_alloc&)
   {
-    ReportEnd(pContext, g_nOutOfMemory);
+    ReportExhaustion(pContext, g_nOutOfMemory);
   }
   return false;
 }

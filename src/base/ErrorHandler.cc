@@ -43,6 +43,14 @@ void CErrorHandler::OnReportError(CScopedPtr<IError> pError)
     OnHandleError(pError);
 }
 
+void CErrorHandler::NoteEnd(unsigned nCode) noexcept
+{
+  m_nLastCode = nCode;
+  m_nAccumulated |= IsErrnoCode(nCode) ? g_nErrorBit : nCode;
+  if (m_nEndCode == 0)
+    m_nEndCode = nCode;
+}
+
 void CErrorHandler::OnReport(unsigned, const CErrorProperties*) {}
 
 void CErrorHandler::OnAddContextInfo(IError& error)

@@ -48,6 +48,9 @@ public:
   // Code of the first report since the last clear that ended an operation; 0 if none did.
   unsigned GetEndCode() const { return m_nEndCode; }
 
+  // Takes the code of an end for which no error can be made; allocates nothing.
+  virtual void NoteEnd(unsigned nCode) noexcept;
+
   // Lowest severity mask that is acted upon: 0x80000000 errors (the start), 0x8000 warnings too, 0
   // everything, 0xF0000000 and above nothing.
   unsigned GetThreshold() const { return m_nThreshold; }

@@ -18,7 +18,8 @@ CDocument::CDocument(BSE::IErrorContext* pErrorContext)
 
 CDocument::~CDocument()
 {
-  Close();
+  // What was not closed is not worth a failure that nobody hears.
+  Abandon();
   m_file.Detach(this);
 }
 
@@ -80,8 +81,13 @@ bool CDocument::Close()
       catalog->SetDirty(true);
     }
   }
+  return Release() && bDone;
+}
+
+bool CDocument::Release()
+{
   m_tree.Reset();
-  bDone = m_file.Close() && bDone;
+  const bool bDone = m_file.Close();
   m_bOpened = false;
   m_bCreated = false;
   m_pXmp.Reset();
@@ -93,10 +99,10 @@ bool CDocument::Close()
 
 void CDocument::Abandon()
 {
-  m_tree.Reset();
+  if (m_bOpened)
+    ForEachListener([this](CDocumentEventListener& listener) { listener.OnDocumentClosing(*this); });
   m_file.Abandon();
-  m_file.Close();
-  Close();
+  Release();
 }
 
 int CDocument::GetPageCount()

@@ -40,6 +40,7 @@ public:
   explicit CDocument(BSE::IErrorContext* pErrorContext);
   CDocument(const CDocument&) = delete;
   CDocument& operator=(const CDocument&) = delete;
+  // Abandons what has not been closed.
   ~CDocument() override;
 
   // Closes first. A null password tries the empty one. False, reported and closed, if the file cannot be read
@@ -121,6 +122,8 @@ public:
   void OnXRefChanged(CFile&) override;
 
 private:
+  bool Release();
+
   BSE::IErrorContext* m_pErrorContext;
   CFile m_file;
   CBTree m_tree;

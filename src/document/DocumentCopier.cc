@@ -118,8 +118,10 @@ bool CDocumentCopierBase::CloseDocuments()
   m_bCopierReady = false;
   m_copier.SetFiles(nullptr, nullptr);
   m_copier.SetSourceTree(nullptr);
-  const bool bDone = m_output.Close();
-  return m_input.Close() && bDone;
+  // An output that a save has left open is none: it is not finished now.
+  m_output.Abandon();
+  m_input.Abandon();
+  return true;
 }
 
 bool CDocumentCopierBase::CheckInput()

@@ -70,14 +70,7 @@ COptimizer::COptimizer(BSE::IErrorContext* pErrorContext)
 
 COptimizer::~COptimizer()
 {
-  try
-  {
-    Close();
-  }
-  catch (...)
-  {
-    // Memory ran out while documents were released; there is nobody left to tell.
-  }
+  Close();
 }
 
 bool COptimizer::Open(BSE::IByteStream* pStream, const CString* pPassword)
@@ -144,8 +137,7 @@ bool COptimizer::Save(BSE::IByteStream* pStream, const TEncryption& encryption)
   }
   catch (...)
   {
-    m_output.GetFile().SetLinearize(false, false, nullptr);
-    BSE::ReportError(m_pErrorContext, BSE::g_nUnknownFatalError);
+    BSE::ReportExhaustion(m_pErrorContext, BSE::g_nUnknownFatalError);
   }
   if (!bEnded)
     AbandonOutput();

@@ -491,7 +491,18 @@ void CFile::EnterRecoveredHolders(const BSE::CBasicArray<int>& holders)
 
 void CFile::UnloadUnused(CIndirectObject& object)
 {
-  m_unloadQueue.Add(&object);
+  // All values go with the table then.
+  if (m_bReleasing)
+    return;
+  try
+  {
+    m_unloadQueue.Add(&object);
+  }
+  catch (...)
+  {
+    // Without memory for the queue the object stays loaded: whoever lets go of one must not be disturbed.
+    return;
+  }
   if (m_bUnloading)
     return;
   // What an object held comes back here and only joins the queue: chains of any length need no stack.
@@ -581,6 +592,7 @@ void CFile::DropObjectStreams()
 
 void CFile::ReleaseAll()
 {
+  const BSE::CScopedValue releasing(m_bReleasing, true);
   DropTrailer();
   m_linearized = nullptr;
   m_unloadQueue.RemoveAll();

@@ -346,6 +346,7 @@ private:
   std::int64_t m_nRereadBytes = 0;    // decoded more than once
   std::int64_t m_nAdmittedBytes = 0;  // copied from a source's streams
   bool m_bUnloading = false;
+  bool m_bReleasing = false;
   bool m_bWantObjectStreams = false;
   bool m_bSplitXRef = false;
   bool m_bOpened = false;

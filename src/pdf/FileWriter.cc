@@ -451,8 +451,12 @@ bool CFile::WriteStreamData(CIndirectObject& object, CSecurityHandler* pSecurity
   if (nLength < 0)
   {
     const BSE::CObjectPtr<BSE::CMemoryStream> pCopy(new BSE::CMemoryStream);
+    BSE::CTLSError::SetSuccess();
     if (!pCopy->CopyFrom(pData.Get(), -1, false))
-      return false;
+    {
+      const BSE::IError* pError = BSE::CTLSError::Get();
+      return Fail(pError && pError->GetCode() != 0 ? pError->GetCode() : BSE::g_nOutOfMemory);
+    }
     nLength = pCopy->GetLength();
     pCopy->Rewind();
     pData = pCopy;

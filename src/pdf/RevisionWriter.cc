@@ -253,7 +253,7 @@ bool CRevisionWriter::WriteStream()
   const int nWidth = GetOffsetWidth();
   const BSE::CObjectPtr<BSE::CMemoryStream> pEntries = EncodeEntries(nWidth, bPredict);
   if (!pEntries)
-    return false;
+    return m_file.Fail(BSE::g_nOutOfMemory);
   const std::int64_t nLength = pEntries->GetLength();
   m_generator.BeginObject(nObjNumber, 0);
   m_generator.WriteStreamDictionary(CreateStreamDictionary(nWidth, bPredict).Get(), nLength);

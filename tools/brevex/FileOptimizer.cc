@@ -107,6 +107,12 @@ bool SaveWithoutOrder(const CHandle& handle, CAtomicFile& output, const TOptimiz
   return Save(handle, output, options.encryption);
 }
 
+// The document cannot be brought into the order for a fast display, for which it is all held in memory.
+bool IsOrderRefused(std::uint32_t nCode)
+{
+  return nCode == BREVEX_STATUS_LINEARIZE_FAILED || nCode == BREVEX_STATUS_OUT_OF_MEMORY;
+}
+
 // The order for a fast display that a profile asks for must not cost the gain: then without it. The same for
 // a document that cannot be brought into that order, of which the reports are kept.
 bool SaveSmaller(const CHandle& handle, CAtomicFile& output, const TOptimizeOptions& options,
@@ -114,12 +120,11 @@ bool SaveSmaller(const CHandle& handle, CAtomicFile& output, const TOptimizeOpti
 {
   const bool bLinearizes = BrevexGetLinearize(handle.Get()) != 0 || BrevexGetAutoLinearize(handle.Get()) != 0;
   const bool bSaved = Save(handle, output, options.encryption);
-  if (!bSaved && bLinearizes && BrevexGetErrorCode(handle.Get()) == BREVEX_STATUS_LINEARIZE_FAILED)
+  if (!bSaved && bLinearizes && IsOrderRefused(BrevexGetErrorCode(handle.Get())))
   {
     TakeReports(result, handle);
-    const auto isRefusal = [](const TReport& report)
-    { return report.report.nCode == BREVEX_STATUS_LINEARIZE_FAILED; };
-    std::copy_if(result.reports.begin(), result.reports.end(), std::back_inserter(refusals), isRefusal);
+    std::copy_if(result.reports.begin(), result.reports.end(), std::back_inserter(refusals),
+                 [](const TReport& report) { return IsOrderRefused(report.report.nCode); });
     return SaveWithoutOrder(handle, output, options);
   }
   if (!bSaved || !bLinearizes || options.bAllowLarger || output.GetSize() < result.nInputBytes)

@@ -1,0 +1,152 @@
+// Memory that runs out at any point: the operation ends with its code or without harm, nothing is lost, and
+// the end of a document and of a handle need no memory at all.
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <new>
+#include <string>
+
+#include "brevex/brevex.h"
+#include "tests/support/FeatureDocument.h"
+#include "tests/support/TempFolder.h"
+
+namespace
+{
+
+// While it counts, the allocation of that number fails, and with m_bForEver all that follow.
+struct TAllocations
+{
+  bool Fails()
+  {
+    if (!m_bCounting)
+      return false;
+    ++m_nCount;
+    return m_nFailing > 0 && (m_bForEver ? m_nCount >= m_nFailing : m_nCount == m_nFailing);
+  }
+
+  bool m_bCounting = false;
+  bool m_bForEver = false;
+  long m_nFailing = 0;
+  long m_nCount = 0;
+};
+TAllocations g_allocations;
+
+}  // namespace
+
+// The linker puts these in the place of what the library calls; the last is operator new.
+extern "C"
+{
+void* __real_malloc(std::size_t nSize);
+void* __real_calloc(std::size_t nCount, std::size_t nSize);
+void* __real_realloc(void* pBlock, std::size_t nSize);
+void* __real__Znwm(std::size_t nSize);
+
+void* __wrap_malloc(std::size_t nSize)
+{
+  return g_allocations.Fails() ? nullptr : __real_malloc(nSize);
+}
+void* __wrap_calloc(std::size_t nCount, std::size_t nSize)
+{
+  return g_allocations.Fails() ? nullptr : __real_calloc(nCount, nSize);
+}
+void* __wrap_realloc(void* pBlock, std::size_t nSize)
+{
+  return g_allocations.Fails() ? nullptr : __real_realloc(pBlock, nSize);
+}
+void* __wrap__Znwm(std::size_t nSize)
+{
+  if (g_allocations.Fails())
+    throw std::bad_alloc();
+  return __real__Znwm(nSize);
+}
+}
+
+namespace
+{
+
+constexpr long g_nEachUntil = 300;
+
+struct TOptionSet
+{
+  const char* szName;
+  void (*pfSet)(TBrevexHandle*);
+  const char* szFile;  // null for a save to memory
+  const char* szPassword;
+};
+
+void SetPlain(TBrevexHandle*) {}
+void SetMax(TBrevexHandle* pHandle)
+{
+  BrevexSetProfile(pHandle, BREVEX_PROFILE_MAX);
+  BrevexSetMergeEqualObjects(pHandle, 1);
+  BrevexSetRecompressStreams(pHandle, 1);
+}
+void SetLinear(TBrevexHandle* pHandle)
+{
+  BrevexSetLinearize(pHandle, 1);
+}
+void SetCipher(TBrevexHandle* pHandle)
+{
+  BrevexSetOutputCipher(pHandle, BREVEX_CIPHER_AES_256);
+}
+
+// Open, save, close and destroy with the allocation of that number failing; true if there was one.
+bool RunWith(const std::string& sPdf, const TOptionSet& set, const std::string& sFile, long nFailing,
+             bool bForEver)
+{
+  TBrevexHandle* pHandle = BrevexCreateObject();
+  set.pfSet(pHandle);
+  g_allocations = {true, bForEver, nFailing, 0};
+  const bool bOpen = BrevexOpenMemA(pHandle, sPdf.data(), sPdf.size(), nullptr) != 0;
+  bool bDone = bOpen;
+  if (bOpen)
+  {
+    const int nPermissions = set.szPassword ? BREVEX_PERMIT_ALL : BREVEX_PERMISSIONS_PLAIN;
+    bDone = set.szFile ? BrevexSaveAsA(pHandle, sFile.c_str(), set.szPassword, nullptr, nPermissions) != 0
+                       : BrevexSaveInMemory(pHandle) != 0;
+  }
+  const std::uint32_t nCode = BrevexGetErrorCode(pHandle);
+  const long nOperations = g_allocations.m_nCount;
+  BrevexClose(pHandle);
+  BrevexDestroyObject(pHandle);
+  g_allocations.m_bCounting = false;
+  EXPECT_EQ(g_allocations.m_nCount, nOperations) << "an end takes memory";
+  const bool bFailed = nFailing > 0 && nOperations >= nFailing;
+  // A document that there was no memory to linearize is delivered as it was.
+  const bool bPlain = nCode == BREVEX_STATUS_LINEARIZE_FAILED && set.pfSet == SetLinear;
+  EXPECT_TRUE(bDone || bPlain || nCode == BREVEX_STATUS_OUT_OF_MEMORY) << std::hex << nCode;
+  EXPECT_TRUE(bDone || bFailed);
+  return bFailed;
+}
+
+TEST(Exhaustion, EndsEveryOperationWithoutHarm)
+{
+  const TOptionSet sets[] = {
+      {"plain", SetPlain, nullptr, nullptr},       {"file", SetPlain, "out.pdf", nullptr},
+      {"max", SetMax, nullptr, nullptr},           {"encrypted", SetCipher, "out.pdf", "user"},
+      {"linearized", SetLinear, nullptr, nullptr}, {"linearized file", SetLinear, "out.pdf", nullptr}};
+  const std::string sPdf = Support::MakeFeatureDocument();
+  const Support::CTempFolder folder;
+  BrevexInitialize();
+  for (const TOptionSet& set : sets)
+  {
+    const std::string sFile = set.szFile ? std::string(folder / set.szFile) : "";
+    EXPECT_FALSE(RunWith(sPdf, set, sFile, 0, false));
+    const long nAll = g_allocations.m_nCount;
+    for (const bool bForEver : {false, true})
+    {
+      for (long k = 1; k <= nAll && !HasFailure(); k += k < g_nEachUntil ? 1 : 1 + nAll / 150)
+      {
+        SCOPED_TRACE(std::string(set.szName) + ", allocation " + std::to_string(k) + " of " +
+                     std::to_string(nAll) + (bForEver ? " and all that follow" : ""));
+        RunWith(sPdf, set, sFile, k, bForEver);
+      }
+    }
+    EXPECT_LE(folder.CountEntries(), 1) << "a temporary file is left";
+  }
+  BrevexUnInitialize();
+}
+
+}  // namespace
