@@ -218,6 +218,7 @@ TEST(Damage, FreeNumbersTakeNoMemory)
   for (int i = 0; i <= BSE::g_nMaxObjNumber; i += 1000)
     table.SetFree(i, 0, 0);
   EXPECT_EQ(table.GetNextNumber(-1), table.GetSize());
+  EXPECT_EQ(table.GetListedSize(), BSE::g_nMaxObjNumber - 998);
   CXRefSink sink(table, 100);
   int nEntered = 0;
   while (nEntered < 2000000 && sink.SetOffset(nEntered, 0, 1))
