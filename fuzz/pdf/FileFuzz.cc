@@ -1,4 +1,5 @@
-// Opens arbitrary bytes as a file, loads every object and reads some of every stream.
+// Opens arbitrary bytes as a file, lenient or not by their number, loads every object and reads some of every
+// stream.
 
 #include "base/BufferedInputStream.h"
 #include "base/ErrorHandler.h"
@@ -14,6 +15,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t nSize)
   constexpr std::int64_t nMaxData = 1 << 20;
   BSE::CErrorHandler handler;
   PDF::CFile file(&handler);
+  file.SetLenient(nSize % 2 == 0);
   const BSE::CObjectPtr<BSE::IByteStream> pStream(
       new BSE::CMemoryInputStream(pData, static_cast<std::int64_t>(nSize)));
   if (!file.Open(pStream.Get()))

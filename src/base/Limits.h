@@ -35,7 +35,7 @@ inline constexpr std::int64_t g_nMaxRecodedSize = std::int64_t{64} << 20;
 // What the streams that one decoder is given may decode to in all: so many times their encoded size, beyond a
 // free amount. Bombs in bombs need a few hundred bytes each; what is beyond stays as it is.
 inline constexpr std::int64_t g_nMaxRecodedRatio = 100;
-inline constexpr std::int64_t g_nFreeRecodedSize = std::int64_t{1} << 30;
+inline constexpr std::int64_t g_nFreeRecodedSize = std::int64_t{64} << 20;
 
 // Decoded object streams that a file keeps in memory: no more than a few while the objects are read in the
 // order of the file, and more once streams had to be decoded again and again.

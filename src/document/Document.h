@@ -47,6 +47,9 @@ public:
   // or the password does not fit. With bUpdate the document can be changed in place.
   bool Open(BSE::IByteStream* pStream, const CString* pPassword, bool bUpdate = false);
 
+  // See CFile::SetLenient.
+  void SetLenient(bool bLenient) { m_file.SetLenient(bLenient); }
+
   // Prepares a new document on a stream with the version and the conformance that were set (1.4 and none
   // otherwise). No object is made before CreateTree, so that a security handler can be set in between. False,
   // reported and closed, on failure.

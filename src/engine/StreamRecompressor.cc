@@ -21,6 +21,10 @@ constexpr const char* g_filterKeys[] = {"Filter", "DecodeParms"};
 // "/Filter/FlateDecode"
 constexpr std::size_t g_nFilterCost = 19;
 
+// Large data that take no more than this part of their length have next to nothing to gain, and take long.
+constexpr std::size_t g_nLargeData = 16 << 20;
+constexpr std::size_t g_nDenseRatio = 500;
+
 CObjectPtr CreateParameters(const BSE::CPredictionParameters& prediction)
 {
   constexpr BSE::CPredictionParameters defaults;
@@ -99,6 +103,9 @@ void CStreamRecompressor::Recompress(CIndirectObject& object)
   if (!object.IsStream() || IsExempt(object))
     return;
   if (m_decoder.Decode(object) != CStreamDecoder::TResult::Decoded)
+    return;
+  if (m_decoder.GetData().size() > g_nLargeData &&
+      m_decoder.GetEncoded().size() < m_decoder.GetData().size() / g_nDenseRatio)
     return;
   if (object.GetEntry("Type").IsName("Metadata") && GetFilterCount(&object) == 0)
     return TrimMetadata(object);

@@ -13,6 +13,7 @@
 #include "pdf/ObjectStream.h"
 #include "pdf/Parser.h"
 #include "pdf/PendingObjectStream.h"
+#include "pdf/RootFinder.h"
 #include "pdf/XRefRecovery.h"
 
 #include <algorithm>
@@ -27,6 +28,7 @@ namespace
 constexpr unsigned g_nHeaderVersion = 0x00410106;
 constexpr unsigned g_nWrongOffset = 0x00418309;
 constexpr unsigned g_nNotOpened = 0x80410101;
+constexpr unsigned g_nNoHeader = 0x80410104;
 constexpr unsigned g_nWrongLength = 0x80410306;
 constexpr unsigned g_nWrongPassword = 0x80410112;
 constexpr unsigned g_nNoTrailer = 0x8041010E;
@@ -64,7 +66,8 @@ bool CFile::Open(BSE::IByteStream* pStream, bool bUpdate)
   if (bUpdate)
     m_pOutput = pStream;
   CreateParser();
-  if (!m_pParser->ReadHeader(m_nHeaderOffset, m_nMajor, m_nMinor))
+  const bool bHeader = ReadHeader();
+  if (!bHeader && !m_bLenient)
   {
     ReleaseAll();
     return false;
@@ -81,10 +84,10 @@ bool CFile::Open(BSE::IByteStream* pStream, bool bUpdate)
   if (!bGood)
   {
     CXRefRecovery recovery(*this);
-    if (!recovery.Run(false) || !CheckRoot())
+    if ((!recovery.Run(false) || !CheckRoot()) && !FindRoot())
     {
-      if (m_bOpened)
-        BSE::ReportError(this, g_nNoRoot);
+      if (!bHeader || m_bOpened)
+        BSE::ReportError(this, bHeader ? g_nNoRoot : g_nNoHeader);
       ReleaseAll();
       return false;
     }
@@ -102,6 +105,28 @@ bool CFile::Open(BSE::IByteStream* pStream, bool bUpdate)
 void CFile::CreateParser()
 {
   m_pParser.Reset(new CParser(this));
+}
+
+bool CFile::ReadHeader()
+{
+  if (m_pParser->ReadHeader(m_nHeaderOffset, m_nMajor, m_nMinor))
+    return true;
+  m_pParser->SeekTo(0);
+  return false;
+}
+
+bool CFile::FindRoot()
+{
+  if (!m_bLenient)
+    return false;
+  // What needs the password is found after that.
+  if (m_encrypt.IsDictionary() && !m_pSecurity)
+    return true;
+  CRootFinder finder(*this);
+  m_root = finder.Find();
+  // What is assumed is nothing to be written, unless the rest is.
+  m_bDirty = m_bDirty && m_bAppending;
+  return static_cast<bool>(m_root);
 }
 
 bool CFile::CheckRoot()
@@ -163,7 +188,7 @@ bool CFile::Authenticate(const CString* pPassword)
   UnloadAll();
   EnterRecoveredHolders(m_recoveredHolders);
   m_recoveredHolders.RemoveAll();
-  if (!m_root.IsDictionary())
+  if (!m_root.IsDictionary() && !FindRoot())
   {
     BSE::ReportError(this, g_nNoRoot);
     return false;

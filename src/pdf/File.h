@@ -73,6 +73,11 @@ public:
   // neither finds a catalogue. An encrypted file opens here and is unusable until Authenticate.
   virtual bool Open(BSE::IByteStream* pStream, bool bUpdate = false);
 
+  // Whether a file also opens that has no header, no trailer or no root in it, as long as a catalogue or
+  // pages are found in it: of several catalogues the last one of the file counts, and without any one is
+  // assumed over the page tree or over all pages. Off at first; to be set before Open.
+  void SetLenient(bool bLenient) { m_bLenient = bLenient; }
+
   // The input's password; true at once for a file that is not encrypted. A failure is reported.
   bool Authenticate(const CString* pPassword);
 
@@ -295,6 +300,10 @@ private:
   void DropTrailer();
   void DropObjectStreams();
   bool CheckRoot();
+
+  // For a file that a scan has found no root of; false unless it may and can do without.
+  bool FindRoot();
+  bool ReadHeader();
   void ReadCatalogueVersion();
 
   // Once objects can be loaded.
@@ -351,6 +360,7 @@ private:
   bool m_bSplitXRef = false;
   bool m_bOpened = false;
   bool m_bRecoveryDone = false;
+  bool m_bLenient = false;
   bool m_bScanning = false;        // the reader is in the middle of something: nothing may be loaded
   bool m_bXRefIncomplete = false;  // objects may exist that the table calls free
 

@@ -322,9 +322,9 @@ bool CFileLoader::MergeStream(const TSection& section, CXRefSink& sink)
     sink.BeginHidden();
   const TXRefOutcome nOutcome = ReadXRefStream(*pStream, sink);
   sink.EndHidden();
-  if (nOutcome == eXRefBroken)
+  if (nOutcome == eXRefBroken && (!section.m_bHidden || sink.IsExhausted()))
     return false;
-  if (nOutcome == eXRefShort)
+  if (nOutcome != eXRefWhole)
     m_file.m_bXRefIncomplete = true;
   const int nNumber = pStream->GetObjNumber();
   const TXRefEntry& entry = m_file.m_xref.GetEntry(nNumber);

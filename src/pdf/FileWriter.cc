@@ -170,7 +170,7 @@ void CFile::SetSecurityHandler(CSecurityHandler* pHandler)
 CObjectPtr CFile::NewObject(int nObjNumber, int nGenNumber, int nGroup)
 {
   if (nObjNumber == 0)
-    nObjNumber = std::max(m_xref.GetSize(), 1);
+    nObjNumber = std::max(m_xref.GetListedSize(), 1);
   if (nObjNumber < 1 || nObjNumber > BSE::g_nMaxObjNumber)
   {
     Fail(g_nFileNotCreated);

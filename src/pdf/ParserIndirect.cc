@@ -17,6 +17,7 @@ namespace PDF
 namespace
 {
 
+constexpr unsigned g_nOtherGeneration = 0x00410116;
 constexpr unsigned g_nEmptyObject = 0x00410305;
 constexpr unsigned g_nWrongOffset = 0x00418309;
 constexpr unsigned g_nBadPosition = 0x80410103;
@@ -133,10 +134,12 @@ bool CParser::ReadObjectHeader(CIndirectObject* pObject, std::int64_t nPos)
   const auto nGen = static_cast<int>(nGeneration);
   if (pObject && pObject->GetGenNumber() >= 0)
   {
-    if (pObject->GetObjNumber() != nObject ||
-        (pObject->GetGenNumber() != nGen && !m_pFile->NoteOtherGeneration(nObject)))
+    if (pObject->GetObjNumber() != nObject)
       BSE::ReportError(m_pErrorContext,
                        BSE::MakeError(g_nOtherObject, "n1", nObject, "n2", pObject->GetObjNumber()));
+    else if (pObject->GetGenNumber() != nGen && !m_pFile->NoteOtherGeneration(nObject))
+      BSE::ReportError(m_pErrorContext,
+                       BSE::MakeError(g_nOtherGeneration, "n1", nGen, "n2", pObject->GetGenNumber()));
     // Another generation of the same number is used all the same.
     if (pObject->GetObjNumber() != nObject)
       return false;

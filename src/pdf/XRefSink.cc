@@ -10,8 +10,8 @@ namespace PDF
 namespace
 {
 
-// Free entries cost time only, and one section may list every number there is; those in use cost memory.
-constexpr std::int64_t g_nFreeEntries = BSE::g_nMaxObjNumber + std::int64_t{1};
+// Free entries cost time only, those in use memory as well.
+constexpr std::int64_t g_nFreeEntries = 2000000;
 constexpr std::int64_t g_nFreeUsedEntries = 1000000;
 
 }  // namespace

@@ -117,7 +117,7 @@ void CXRefTable::SetFree(int nObjNumber, int nGenNumber, int nNext)
     m_bHasObjectZero = true;
   if (nObjNumber < 0 || nObjNumber > BSE::g_nMaxObjNumber)
     return;
-  m_nSize = std::max(m_nSize, nObjNumber + 1);
+  m_nListed = std::max(m_nListed, nObjNumber + 1);
   if (!m_pages[nObjNumber / g_nPageSize])
     return;
   TXRefEntry& entry = GetOrCreateEntry(nObjNumber);
@@ -193,7 +193,7 @@ void CXRefTable::RemoveAll()
   for (TXRefEntry* pPage : m_pages.GetSpan())
     BSE::Free(pPage);
   m_pages.RemoveAll();
-  m_nSize = 0;
+  m_nSize = m_nListed = 0;
   m_bHasObjectZero = false;
 }
 

@@ -3,6 +3,8 @@
 #include "base/BasicArray.h"
 #include "pdf/IndirectObject.h"
 
+#include <algorithm>
+
 namespace PDF
 {
 
@@ -37,8 +39,9 @@ public:
   CXRefTable& operator=(const CXRefTable&) = delete;
   ~CXRefTable() { RemoveAll(); }
 
-  // Highest number plus one.
+  // Highest number plus one; and the same with those that are only listed as free.
   int GetSize() const { return m_nSize; }
+  int GetListedSize() const { return std::max(m_nSize, m_nListed); }
   const TXRefEntry& GetEntry(int nObjNumber) const;
 
   // Allocates the page and raises the size. A number below 0 or above the limit gives a scratch entry.
@@ -55,7 +58,7 @@ public:
   // A number equal to its own stream is ignored.
   void SetCompressed(int nObjNumber, int nStream, int nIndex);
 
-  // Raises the size, but keeps nothing about a number whose page has had no other entry yet.
+  // Of a number whose page has had no other entry yet, nothing is kept but that it is listed.
   void SetFree(int nObjNumber, int nGenNumber, int nNext);
 
   // Puts a new object into its entry, which becomes in use.
@@ -84,6 +87,7 @@ private:
   CFile* m_pFile;
   BSE::CPtrArray<TXRefEntry> m_pages;
   int m_nSize = 0;
+  int m_nListed = 0;
   bool m_bHasObjectZero = false;
 };
 

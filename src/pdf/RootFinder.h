@@ -1,0 +1,42 @@
+#pragma once
+
+#include "pdf/File.h"
+
+namespace PDF
+{
+
+// Finds the root of a file whose trailer is lost or names none, among the objects of its table. Loads each of
+// them once.
+class CRootFinder
+{
+public:
+  explicit CRootFinder(CFile& file) : m_file(file) {}
+
+  // The last catalogue of the file. Where there is none, one that is assumed in memory: over the last page
+  // node without a parent, or over the pages as they follow each other in the file. Null without a page.
+  CObjectPtr Find();
+
+private:
+  // Where an object stands, and one in an object stream where that does; then its place in there.
+  struct TPlace
+  {
+    std::int64_t m_nOffset;
+    int m_nIndex;
+    int m_nObjNumber;
+  };
+
+  TPlace GetPlace(int nObjNumber) const;
+  void Visit(int nObjNumber);
+  CObjectPtr AssumeCatalogue();
+  CObjectPtr AssumeTree();
+
+  static bool IsBefore(const TPlace& left, const TPlace& right);
+  static void TakeLater(TPlace& last, const TPlace& place);
+
+  CFile& m_file;
+  TPlace m_catalogue = {-1, 0, 0};
+  TPlace m_tree = {-1, 0, 0};
+  BSE::CBasicArray<TPlace> m_pages;
+};
+
+}  // namespace PDF
