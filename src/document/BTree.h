@@ -66,6 +66,11 @@ public:
   // inherits from stay loaded until another page is asked for.
   CPage GetPage(int nIndex);
 
+  // The object number of a page that is listed more than once, 0 for others, and what a page has from the
+  // nodes above it where it has no value of its own. Known once the pages are counted; no page is loaded.
+  int GetRepeatedNumber(int nIndex) const;
+  TInheritedValue GetInherited(int nIndex, int nKey);
+
   // Nodes that hold inherited values are counted from 0.
   int GetNodeCount() const { return m_nodes.GetSize(); }
 
@@ -144,6 +149,7 @@ private:
   bool IsOutside(const CObjectPtr& node) const;
   void CheckParent(const CObjectPtr& node, const CObjectPtr& kid);
   void AddFoundPage(const CObjectPtr& page, int nNode);
+  void AddListing(int nNumber, int nNode, bool bInherits);
   void LoadStrayPages();
   int FindParentNode(const CObjectPtr& page);
   int GetWalkedNode() const { return m_walk.IsEmpty() ? -1 : m_walk[m_walk.GetSize() - 1].m_nNode; }
@@ -194,6 +200,8 @@ private:
   int m_nHeldNodes[g_nInheritedKeys] = {-1, -1, -1, -1};
   CNumberSet m_present;  // values that are no null, so that those that pages share need not be loaded again
   CNumberSet m_treeObjects;
+  CNumberSet m_pageNumbers;
+  CNumberSet m_repeated;   // pages that are listed more than once
   CNumberSet m_openNodes;  // on the way from the root to the place of the walk
   CNumberSet m_kidArrays;
   BSE::CBasicArray<TFinding> m_remarks;

@@ -62,6 +62,8 @@ void CBTree::ForgetPages()
   }
   m_present.RemoveAll();
   m_treeObjects.RemoveAll();
+  m_pageNumbers.RemoveAll();
+  m_repeated.RemoveAll();
   m_openNodes.RemoveAll();
   m_kidArrays.RemoveAll();
   m_remarks.RemoveAll();
@@ -161,6 +163,14 @@ CObjectPtr CBTree::Walk(int nSearch)
 // Returns the kid if it is the page searched.
 CObjectPtr CBTree::WalkKid(const CObjectPtr& node, const CObjectPtr& kid)
 {
+  // A page that is listed again is what it was, and is not loaded for that.
+  if (m_nSearch == 0 && m_pageNumbers.Contains(kid.GetObjNumber()))
+  {
+    m_repeated.Add(kid.GetObjNumber());
+    AddListing(kid.GetObjNumber(), GetWalkedNode(), true);
+    ++m_nWalked;
+    return {};
+  }
   if (!kid.IsDictionary())
   {
     Report(node, g_nPageMissing);
@@ -300,20 +310,43 @@ void CBTree::CheckParent(const CObjectPtr& node, const CObjectPtr& kid)
 
 void CBTree::AddFoundPage(const CObjectPtr& page, int nNode)
 {
-  const int nResources = GetInheritedKey("Resources");
-  const int nHolder = nNode < 0 ? -1 : m_nodes[nNode].m_nHolders[nResources];
-  if (nHolder >= 0 && !page["Resources"])
-    ++m_nodes[nHolder].m_nInheriting;
-  if (page.IsIndirect())
+  const bool bInherits = !page["Resources"];
+  if (!page.IsIndirect())
   {
-    // A stream in the place of a page, or of the root, may be needed as what it is, too.
-    if (!page.IsStream())
-      m_treeObjects.Add(page.GetObjNumber());
-    m_pages.Add({page.GetObjNumber(), nNode});
+    AddListing(-1 - m_directObjects.GetSize(), nNode, bInherits);
+    m_directObjects.Add(page.Get());
     return;
   }
-  m_pages.Add({-1 - m_directObjects.GetSize(), nNode});
-  m_directObjects.Add(page.Get());
+  // A stream in the place of a page, or of the root, may be needed as what it is, too.
+  if (!page.IsStream())
+  {
+    m_treeObjects.Add(page.GetObjNumber());
+    m_pageNumbers.Add(page.GetObjNumber());
+  }
+  AddListing(page.GetObjNumber(), nNode, bInherits);
+}
+
+void CBTree::AddListing(int nNumber, int nNode, bool bInherits)
+{
+  const int nHolder = nNode < 0 ? -1 : m_nodes[nNode].m_nHolders[GetInheritedKey("Resources")];
+  if (nHolder >= 0 && bInherits)
+    ++m_nodes[nHolder].m_nInheriting;
+  m_pages.Add({nNumber, nNode});
+}
+
+int CBTree::GetRepeatedNumber(int nIndex) const
+{
+  const int nNumber = m_pages[nIndex].m_nNumber;
+  return m_repeated.Contains(nNumber) ? nNumber : 0;
+}
+
+TInheritedValue CBTree::GetInherited(int nIndex, int nKey)
+{
+  const int nNode = nIndex >= 0 && nIndex < m_pages.GetSize() ? m_pages[nIndex].m_nNode : -1;
+  const int nHolder = nNode < 0 ? -1 : m_nodes[nNode].m_nHolders[nKey];
+  if (nHolder < 0)
+    return {};
+  return {HoldNode(nHolder, nKey)[g_inheritedKeys[nKey]], nHolder};
 }
 
 void CBTree::LoadStrayPages()

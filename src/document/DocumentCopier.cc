@@ -1,6 +1,7 @@
 #include "document/DocumentCopier.h"
 
 #include "base/ErrorHandler.h"
+#include "base/Limits.h"
 #include "document/ListCopier.h"
 #include "document/StructTreeCopier.h"
 #include "document/TreeCopier.h"
@@ -15,6 +16,11 @@ namespace
 
 constexpr int g_nDefaultPermissions = 3900;
 constexpr unsigned g_nCryptFilterVersion = 0x1600;
+constexpr unsigned g_nSizeExceeded = 0x80300040;
+
+// Entries that pages which are listed again may have in all, beyond so many for each byte of the file, of
+// which a listing takes six.
+constexpr std::int64_t g_nFreeRepeatedEntries = 1 << 20;
 
 // Groups of object streams: form fields and annotations stay apart from the rest.
 constexpr int g_nFormGroup = 1;
@@ -63,13 +69,16 @@ void ChooseCiphers(unsigned nCipher, TEncryption& encryption, CFile& file)
 bool IsSmall(const CObjectPtr& value)
 {
   constexpr int nMaxElements = 8;
-  if (!value.IsArray())
-    return value.IsIndirect() || value.IsNumber() || value.IsBoolean();
-  if (value.GetSize() > nMaxElements)
-    return value.IsIndirect();
+  constexpr std::size_t nMaxName = 32;
+  if (value.IsIndirect() || value.IsNumber() || value.IsBoolean())
+    return true;
+  if (value.IsName())
+    return std::strlen(value.GetNameValue()) <= nMaxName;
+  if (!value.IsArray() || value.GetSize() > nMaxElements)
+    return false;
   for (int i = 0; i < value.GetSize(); ++i)
     if (const CObjectPtr element = value[i]; element && !element.IsIndirect() && !element.IsNumber())
-      return value.IsIndirect();
+      return false;
   return true;
 }
 
@@ -116,6 +125,7 @@ bool CDocumentCopierBase::OpenInput(BSE::IByteStream* pStream, const CString* pP
 bool CDocumentCopierBase::CloseDocuments()
 {
   m_bCopierReady = false;
+  m_repeats.RemoveAll();
   m_copier.SetFiles(nullptr, nullptr);
   m_copier.SetSourceTree(nullptr);
   // An output that a save has left open is none: it is not finished now.
@@ -154,6 +164,8 @@ void CDocumentCopierBase::BindFiles()
   else
     m_input.GetPageCount();
   m_shared.RemoveAll();
+  m_repeats.RemoveAll();
+  m_nRepeatedEntries = 0;
   CFile& source = m_input.GetFile();
   CFile& target = m_output.GetFile();
   m_copier.SetFiles(&source, &target);
@@ -241,6 +253,9 @@ bool CDocumentCopierBase::CopyPageObject(int nPage)
   CPageContext context(nPage);
   const BSE::CDynamicContextGuard guard(m_pErrorContext ? m_pErrorContext->OnGetErrorHandler() : nullptr,
                                         &context);
+  const int nRepeated = m_input.GetPageTree().GetRepeatedNumber(nPage - 1);
+  if (const CObjectPtr entries(nRepeated > 0 ? m_repeats.Find(nRepeated) : nullptr); entries)
+    return CopyRepeat(nPage, entries);
   const CPage source = m_input.GetPage(nPage - 1);
   if (!source)
     return false;
@@ -250,6 +265,8 @@ bool CDocumentCopierBase::CopyPageObject(int nPage)
   for (const char* szKey : g_inheritedKeys)
     CopyInherited(source, target, szKey);
   CopyPageEntries(source, target);
+  if (nRepeated > 0)
+    KeepForRepeats(nRepeated, source, target);
   return FinishPage(source, target) && !m_copier.IsRefused();
 }
 
@@ -283,15 +300,60 @@ CObjectPtr CDocumentCopierBase::CreatePageCopy(const CPage& source)
   return target;
 }
 
+// A page that is listed again gets the same entries, of which the larger ones are objects that all its copies
+// share.
+void CDocumentCopierBase::KeepForRepeats(int nNumber, const CPage& source, const CObjectPtr& target)
+{
+  const CObjectPtr value = CCopyBase::GetDirect(target);
+  for (int i = value.GetBegin(); i != value.GetEnd(); i = value.GetNext(i))
+    if (const CObjectPtr entry = value.GetValue(i); !IsSmall(entry))
+      value.AddEntry(value.GetKey(i), MakeShared(entry));
+  const CObjectPtr entries(value->Clone());
+  for (const char* szKey : g_inheritedKeys)
+    if (source.GetHolder(szKey) >= 0)
+      entries.DeleteEntry(szKey);
+  m_repeats.SetAt(nNumber, entries.Get());
+}
+
+bool CDocumentCopierBase::CopyRepeat(int nPage, const CObjectPtr& entries)
+{
+  CBTree& tree = m_output.GetPageTree();
+  const CObjectPtr target = tree.NewPage(m_copier.GetGroup());
+  if (!target)
+    return false;
+  for (int i = entries.GetBegin(); i != entries.GetEnd(); i = entries.GetNext(i), ++m_nRepeatedEntries)
+    target.AddEntry(entries.GetKey(i), entries.GetValue(i));
+  for (int i = 0; i < g_nInheritedKeys; ++i)
+    if (entries.GetIndex(g_inheritedKeys[i]) < 0)
+      CopyInheritedValue(m_input.GetPageTree().GetInherited(nPage - 1, i), target, g_inheritedKeys[i]);
+  BSE::IByteStream* pInput = m_input.GetFile().GetInput();
+  if (BSE::IsOutOfProportion(m_nRepeatedEntries, g_nFreeRepeatedEntries, BSE::g_nMaxSharedRatio,
+                             pInput ? pInput->GetLength() : 0))
+  {
+    BSE::ReportEnd(m_pErrorContext, g_nSizeExceeded);
+    return false;
+  }
+  const bool bAdded = m_output.AddPage(target.Get()) > 0;
+  if (m_copier.IsFlushing())
+    target->Flush(true);
+  m_copier.ReleaseCopied();
+  return bAdded && !m_copier.IsRefused();
+}
+
 void CDocumentCopierBase::CopyInherited(const CPage& source, const CObjectPtr& target, const char* szKey)
 {
-  const CObjectPtr value = source.FindInherited(szKey);
+  CopyInheritedValue({source.FindInherited(szKey), source.GetHolder(szKey)}, target, szKey);
+}
+
+void CDocumentCopierBase::CopyInheritedValue(const TInheritedValue& inherited, const CObjectPtr& target,
+                                             const char* szKey)
+{
+  const CObjectPtr& value = inherited.m_value;
+  const int nHolder = inherited.m_nHolder;
   if (!value)
     return;
-  const int nHolder = source.GetHolder(szKey);
-  const bool bShared =
-      nHolder >= 0 && !IsSmall(value) &&
-      (!KeyEquals(szKey, "Resources") || m_input.GetPageTree().GetInheritingCount(nHolder) > 1);
+  const bool bAlone = KeyEquals(szKey, "Resources") && m_input.GetPageTree().GetInheritingCount(nHolder) <= 1;
+  const bool bShared = nHolder >= 0 && !bAlone && !IsSmall(value);
   if (const CObjectPtr entry =
           bShared ? CopyShared(nHolder, szKey, value) : m_visitor.VisitEntry(szKey, value))
     target.AddEntry(szKey, entry);
@@ -306,12 +368,19 @@ CObjectPtr CDocumentCopierBase::CopyShared(int nHolder, const char* szKey, const
   if (nShared > 0)
     return file.GetObject(nShared, -1);
   const CObjectPtr copy = m_visitor.VisitEntry(szKey, value);
-  CObjectPtr object = copy ? file.NewObject(0, 0, m_copier.GetGroup()) : CObjectPtr();
+  CObjectPtr object = copy ? MakeShared(copy) : CObjectPtr();
+  nShared = object.GetObjNumber();
+  return object;
+}
+
+// An object of its own for a value that several pages have; the value itself where no object can be made.
+CObjectPtr CDocumentCopierBase::MakeShared(const CObjectPtr& copy)
+{
+  CObjectPtr object = m_output.GetFile().NewObject(0, 0, m_copier.GetGroup());
   if (!object)
     return copy;
   object->SetValueObject(copy.Get());
   object->Flush(true);
-  nShared = object.GetObjNumber();
   return object;
 }
 

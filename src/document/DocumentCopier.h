@@ -82,6 +82,7 @@ protected:
   // A value that a page may inherit, through the visitor, written on the copy if there is one. A larger value
   // that stands in a node itself becomes one object for all pages that inherit it.
   void CopyInherited(const CPage& source, const CObjectPtr& target, const char* szKey);
+  void CopyInheritedValue(const TInheritedValue& inherited, const CObjectPtr& target, const char* szKey);
 
   // Adds a finished page to the tree and writes it; forgets what was loaded for it.
   bool FinishPage(const CPage& source, const CObjectPtr& target);
@@ -115,10 +116,15 @@ private:
   bool InstallHandler(CSecurityHandler* pHandler);
   const CStandardSecurityHandler* GetInputHandler();
   CObjectPtr CopyShared(int nHolder, const char* szKey, const CObjectPtr& value);
+  CObjectPtr MakeShared(const CObjectPtr& copy);
+  void KeepForRepeats(int nNumber, const CPage& source, const CObjectPtr& target);
+  bool CopyRepeat(int nPage, const CObjectPtr& entries);
 
   CObjectTraverser& m_visitor;
   CCopyBase& m_copier;
   BSE::CBasicArray<int> m_shared;  // target numbers by node and inherited key; 0 for none yet
+  BSE::CValueKeyObjectMap<int, CObject> m_repeats;  // entries of pages that will be met again
+  std::int64_t m_nRepeatedEntries = 0;
 };
 
 // Copies whole documents. T is the copier of objects: CObjectCopier or CObjectCopierNonRec.

@@ -164,6 +164,9 @@ void CRedundantObjectOptimizer::VisitDocument(CDocument& document)
   const int nPages = document.GetPageCount();
   for (int nPage = 0; nPage < nPages; ++nPage)
   {
+    const int nRepeated = document.GetPageTree().GetRepeatedNumber(nPage);
+    if (nRepeated > 0 && !m_owners.Add(nRepeated))
+      continue;
     const CPage page = document.GetPage(nPage);
     // Nodes are counted from 0.
     const int nHolder = page.GetHolder("Resources");

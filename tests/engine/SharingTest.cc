@@ -9,6 +9,7 @@ namespace
 using Engine::CSmallFile;
 using Engine::Ref;
 using Engine::TLoadCounter;
+using Engine::TSaved;
 using PDF::CObjectPtr;
 using PDF::CPage;
 
@@ -126,6 +127,37 @@ TEST(Sharing, OfManyPagesLosesNothing)
     for (int i = 0; i < g_nPages; i += 97)
       nWrong += shape.m_fnCheck(result.GetPage(i), i) ? 0 : 1;
     EXPECT_EQ(nWrong, 0) << shape.m_szName;
+  }
+}
+
+// A page listed thousands of times costs little more than its listings, and is in each what the node makes
+// it.
+TEST(Sharing, OfOnePageThatIsListedAgainAndAgain)
+{
+  constexpr int nListings = 3000;
+  CSmallFile file;
+  std::string sValues;
+  std::string sKids;
+  const int nPage = file.Add("");
+  for (int i = 0; i < nListings; ++i)
+  {
+    sValues += "(value) ";
+    sKids += Ref(nPage) + " ";
+  }
+  file.Set(nPage, "<</Type/Page/Own[" + sValues + "]/Contents " + Ref(file.AddStream("q", "")) + ">>");
+  const int nFirst = file.Add("<</Type/Pages/Kids[" + sKids + "]/Rotate 90>>");
+  const int nSecond = file.Add("<</Type/Pages/Kids[" + sKids + "]/MediaBox[0 0 7 7]>>");
+  const std::string sPdf = file.Build("/Kids[" + Ref(nFirst) + " " + Ref(nSecond) + "]");
+  TSaved saved(sPdf);
+  EXPECT_LT(saved.m_result.GetFile().GetInput()->GetLength(), 2 * static_cast<std::int64_t>(sPdf.size()));
+  ASSERT_EQ(saved.m_result.GetPageCount(), 2 * nListings);
+  for (const int i : {0, 1, nListings - 1, nListings, 2 * nListings - 1})
+  {
+    const CPage page = saved.m_result.GetPage(i);
+    EXPECT_EQ(page["Own"].GetSize(), nListings);
+    EXPECT_TRUE(page["Contents"].IsStream());
+    EXPECT_EQ(page.GetRotate(), i < nListings ? 90 : 0);
+    EXPECT_EQ(page["MediaBox"].IsArray(), i >= nListings);
   }
 }
 

@@ -22,6 +22,7 @@ public:
     m_bodies.push_back(sBody);
     return GetCount() - 1;
   }
+  void Set(int nNumber, const std::string& sBody) { m_bodies[static_cast<std::size_t>(nNumber)] = sBody; }
   int AddStream(const std::string& sData, const std::string& sEntries)
   {
     return Add("<<" + sEntries + "/Length " + std::to_string(sData.size()) + ">>stream\n" + sData +
