@@ -233,8 +233,8 @@ public:
 
   int Add(T* p)
   {
-    const int nIndex = m_elements.Add(p);
-    Take(p);
+    int nIndex = 0;
+    Keep(p, [&] { nIndex = m_elements.Add(p); });
     return nIndex;
   }
 
@@ -253,8 +253,7 @@ public:
   {
     if (nIndex < 0 || nIndex > GetSize())
       return;
-    m_elements.InsertAt(nIndex);
-    Take(p);
+    Keep(p, [&] { m_elements.InsertAt(nIndex); });
     m_elements.SetAt(nIndex, p);
   }
 
@@ -290,6 +289,22 @@ private:
   {
     if (IsObjectAddress(p))
       p->Release();
+  }
+
+  // Takes the object before room is made for it: a new one is nobody else's when memory runs out.
+  template <class F>
+  static void Keep(T* p, F fnMakeRoom)
+  {
+    Take(p);
+    try
+    {
+      fnMakeRoom();
+    }
+    catch (...)
+    {
+      Drop(p);
+      throw;
+    }
   }
 
   CPtrArray<T> m_elements;

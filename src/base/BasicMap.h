@@ -125,7 +125,16 @@ public:
     if (IsObjectAddress(pValue))
       pValue->AddRef();
     V* pOld = m_map.Find(key);
-    m_map.SetAt(key, pValue);
+    try
+    {
+      m_map.SetAt(key, pValue);
+    }
+    catch (...)
+    {
+      if (IsObjectAddress(pValue))
+        pValue->Release();
+      throw;
+    }
     if (IsObjectAddress(pOld))
       pOld->Release();
   }

@@ -96,8 +96,14 @@ CXMP::CXMP() : m_newInstanceId(MakeInstanceId()) {}
 
 CXMP::~CXMP()
 {
+  DropEvents();
+}
+
+void CXMP::DropEvents()
+{
   for (TEvent* pEvent : m_events.GetSpan())
     delete pEvent;
+  m_events.RemoveAll();
 }
 
 bool CXMP::Load(BSE::IByteStream* pStream)
@@ -346,8 +352,10 @@ void CXMP::WriteHistory(const TMetadataUpdate& update, const char* szNow)
     BSE::CObjectPtr<XMP::CStructure> pEntry(new XMP::CStructure);
     const auto set = [&](const char* szName, const BSE::CStr8& text)
     {
-      if (!text.IsEmpty())
-        pEntry->Set(m_pPacket->GetName(XMP::g_szEvent, szName), new XMP::CLiteral(text));
+      if (text.IsEmpty())
+        return;
+      const BSE::CObjectPtr<XMP::CNode> pText(new XMP::CLiteral(text));
+      pEntry->Set(m_pPacket->GetName(XMP::g_szEvent, szName), pText.Get());
     };
     const bool bExplain = !pEvent->m_action.IsEmpty() && pEvent->m_parameters.IsEmpty();
     set("action", pEvent->m_action);
@@ -356,9 +364,8 @@ void CXMP::WriteHistory(const TMetadataUpdate& update, const char* szNow)
     set("softwareAgent", agent);
     set("parameters", bExplain ? BSE::CStr8(g_szNoParameters) : pEvent->m_parameters);
     pHistory->Add(pEntry.Get());
-    delete pEvent;
   }
-  m_events.RemoveAll();
+  DropEvents();
 }
 
 void CXMP::WritePacket(BSE::CStr8& text) const

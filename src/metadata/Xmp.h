@@ -96,6 +96,7 @@ private:
   void EnsureDate(const char* szKey, const XMP::TDate& now, IInfoDictionary& info);
   bool LacksCreationDate(IInfoDictionary& info) const;
   void EnsureKeywords();
+  void DropEvents();
   void WriteHistory(const TMetadataUpdate& update, const char* szNow);
   void EnsureInstanceId();
   XMP::CSeq* GetHistory();

@@ -48,19 +48,20 @@ int CDictionaryObject::GetNext(int nPos)
 bool CDictionaryObject::AddEntry(const char* szKey, CObject* pValue)
 {
   const std::size_t nLength = std::strlen(szKey) + 1;
-  if (pValue)
-    pValue->AddRef();
+  // A new value is nobody else's when memory for its entry runs out.
+  BSE::CObjectPtr<CObject> pKept(pValue);
   CObjectPtr former;
   const int nPos = m_entries.Lookup(szKey, nLength);
   if (nPos >= 0)
   {
     former = PeekValue(nPos);
-    m_entries.SetValue(nPos, pValue);
+    m_entries.SetValue(nPos, pKept.Detach());
     if (former)
       former->Release();
     return true;
   }
   m_entries.SetAt(szKey, nLength, pValue);
+  pKept.Detach();
   return true;
 }
 

@@ -514,6 +514,12 @@ void CFile::EnterRecoveredHolders(const BSE::CBasicArray<int>& holders)
   }
 }
 
+bool CFile::IsXRefStream(CIndirectObject& object)
+{
+  return object.GetEntry("Type").IsName("XRef") &&
+         (m_bRecoveryDone || m_xrefStreams.Find(object.Tell()) != m_xrefStreams.GetSize());
+}
+
 void CFile::UnloadUnused(CIndirectObject& object)
 {
   // All values go with the table then.
@@ -624,6 +630,7 @@ void CFile::ReleaseAll()
   DropObjectStreams();
   m_recoveredHolders.RemoveAll();
   m_revisions.RemoveAll();
+  m_xrefStreams.RemoveAll();
   for (BSE::CScopedPtr<CPendingObjectStream>& pPending : m_pendingObjStm)
     pPending.Reset();
   ForgetObjects();

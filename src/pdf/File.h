@@ -194,6 +194,10 @@ public:
   BSE::CObjectPtr<BSE::IByteStream> GetRevision(int nIndex) const;
   bool IsLinearized() const { return static_cast<bool>(m_linearized); }
   TXRefForm GetXRefForm() const { return m_nXRefForm; }
+
+  // True for a stream that cross-reference data have been read from; in a file that was scanned for its
+  // objects, for every one that says so.
+  bool IsXRefStream(CIndirectObject& object);
   bool HasSplitXRef() const { return m_bSplitXRef; }
   bool WasRecovered() const { return m_bRecoveryDone; }
 
@@ -325,6 +329,7 @@ private:
   BSE::CPtrArray<CObjectStream> m_objectStreams;  // by object number
   BSE::CBasicArray<int> m_recoveredHolders;       // wait for the password
   BSE::CBasicArray<std::int64_t> m_revisions;
+  BSE::CBasicArray<std::int64_t> m_xrefStreams;  // where they stand
   CObjectPtr m_trailer;
   CObjectPtr m_root;
   CObjectPtr m_encrypt;

@@ -158,7 +158,10 @@ void CFileLoader::InsertSection(int nIndex, std::int64_t nPos, CIndirectObject* 
 {
   m_sections.InsertAt(nIndex, {nPos, pStream ? m_streams.GetSize() : -1, bHidden});
   if (pStream)
+  {
     m_streams.Add(pStream);
+    m_file.m_xrefStreams.Add(nPos);
+  }
 }
 
 bool CFileLoader::TakeBytes(std::int64_t nStart)

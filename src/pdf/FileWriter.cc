@@ -176,11 +176,11 @@ CObjectPtr CFile::NewObject(int nObjNumber, int nGenNumber, int nGroup)
     Fail(g_nFileNotCreated);
     return nullptr;
   }
-  auto* pObject = new CIndirectObject(this, nObjNumber, nGenNumber, -1);
+  const BSE::CObjectPtr<CIndirectObject> pObject(new CIndirectObject(this, nObjNumber, nGenNumber, -1));
   pObject->SetCompressedFlags(nGroup);
-  m_xref.SetObject(nObjNumber, pObject);
+  m_xref.SetObject(nObjNumber, pObject.Get());
   m_bDirty = true;
-  return pObject;
+  return pObject.Get();
 }
 
 CObjectMap& CFile::GetObjectMap(CFile& source)

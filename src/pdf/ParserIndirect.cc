@@ -246,7 +246,8 @@ void CParser::ChooseCrypt(CSecurityHandler& security, CIndirectObject& object, C
                           CEncodedStreamObject& part)
 {
   const CObjectPtr name = GetCryptFilterName(&object);
-  if (IsPlainByFilter(&object) || security.HasPlainStrings(object) || (!name && security.IsExempt(object)))
+  if (IsPlainByFilter(&object) || security.HasPlainStrings(object) || (!name && security.IsExempt(object)) ||
+      m_pFile->IsXRefStream(object))
     return part.SetPlain();
   part.SetCrypt(security.FindStreamCrypt(object, name.GetNameValue()));
   if (name)

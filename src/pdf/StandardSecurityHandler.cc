@@ -456,8 +456,7 @@ bool CStandardSecurityHandler::IsExempt(PDF::CObject& object)
   }
   if (!object.IsDictionary())
     return false;
-  const CObjectPtr type = object.GetEntry("Type");
-  return type.IsName("XRef") || (!m_values.m_bEncryptMetadata && type.IsName("Metadata"));
+  return !m_values.m_bEncryptMetadata && object.GetEntry("Type").IsName("Metadata");
 }
 
 bool CStandardSecurityHandler::HasPlainStrings(PDF::CObject& object)

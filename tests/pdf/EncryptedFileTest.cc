@@ -202,6 +202,41 @@ TEST(EncryptedFile, EncryptsTheStringsOfPlainMetadata)
   ExpectDecrypts(bytes, {"(Secret)", "<Embedded/>"});
 }
 
+// The place makes a cross-reference stream, not what an object says of itself.
+TEST(EncryptedFile, EncryptsWhatOnlyClaimsToBeCrossReferences)
+{
+  const BSE::CObjectPtr<BSE::CMemoryStream> pOutput(new BSE::CMemoryStream);
+  {
+    CFile file(nullptr);
+    file.InitVersion(1, 7);
+    ASSERT_TRUE(file.Create(pOutput.Get(), CString(g_szId), true, true));
+    const TEncryption encryption = MakeEncryption(128, "AESV2", "AESV2", nullptr);
+    file.SetSecurityHandler(CStandardSecurityHandler::Create(encryption, file.GetId1(), nullptr).Get());
+    AddPages(file, 1, 0);
+    const CObjectPtr stream = AddObject(
+        file, g_nGroupDirect, MakeDictionary({{"Type", MakeName("XRef")}, {"S", MakeString("Own")}}));
+    stream->SetStreamObject(new CStreamObject(MakeStream("Secret").Get()));
+    file.GetRoot()->AddEntry("Data", stream.Get());
+    ASSERT_TRUE(file.Close());
+  }
+  const std::string bytes = GetBytes(*pOutput);
+  EXPECT_EQ(bytes.find("Secret"), std::string::npos);
+  EXPECT_EQ(bytes.find("(Own)"), std::string::npos);
+  CFile file(nullptr);
+  ASSERT_TRUE(file.Open(MakeStream(bytes).Get()));
+  const CString password("user");
+  ASSERT_TRUE(file.Authenticate(&password));
+  EXPECT_TRUE(file.GetRoot()["Data"]["S"].GetStringValue() == CString("Own"));
+  EXPECT_EQ(GetBytes(*file.GetRoot()["Data"].GetDecodedStream()), "Secret");
+  int nSections = 0;
+  for (int i = 1; i < file.GetObjectCount(); ++i)
+  {
+    const CObjectPtr object = file.GetObject(i, -1);
+    nSections += object["W"].IsArray() && object.GetDecodedStream()->Skip(1) ? 1 : 0;
+  }
+  EXPECT_EQ(nSections, 1) << "the section itself is plain";
+}
+
 // What a signature holds is put into a file that is already encrypted.
 TEST(EncryptedFile, LeavesSignaturesPlain)
 {

@@ -133,7 +133,7 @@ TEST(SecurityHandler, OpensKnownFilesWithEitherPassword)
       }
       EXPECT_EQ(pHandler->IsExempt(*MakeDictionary({{"Type", MakeName("Metadata")}})),
                 !known.m_bEncryptMetadata);
-      EXPECT_TRUE(pHandler->IsExempt(*MakeDictionary({{"Type", MakeName("XRef")}})));
+      EXPECT_FALSE(pHandler->IsExempt(*MakeDictionary({{"Type", MakeName("XRef")}})));
     }
 }
 
