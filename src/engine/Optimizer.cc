@@ -76,6 +76,7 @@ COptimizer::~COptimizer()
 bool COptimizer::Open(BSE::IByteStream* pStream, const CString* pPassword)
 {
   Close();
+  m_input.SetLenient(m_options.m_bLenientOpening);
   try
   {
     if (!OpenInput(pStream, pPassword))

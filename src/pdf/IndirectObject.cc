@@ -168,6 +168,12 @@ bool CIndirectObject::Encode()
   BSE::CObjectPtr<BSE::IByteStream> pData = pPart->GetStream();
   BSE::CObjectPtr<BSE::CMemoryStream> pEncoded(new BSE::CMemoryStream);
   BSE::CObjectPtr<BSE::IByteStream> pFilter = CreateEncodeChain(pEncoded.Get(), this);
+  // No bytes are no bytes in any encoding, also in one that cannot be written.
+  if (pData && !pFilter && pPart->GetDataLength() == 0)
+  {
+    m_pStream = new CEmbeddedStreamObject(pEncoded.Get(), 0, 0);
+    return true;
+  }
   if (!pData || !pFilter)
     return false;
   if (!pFilter->CopyFrom(pData.Get(), std::numeric_limits<std::int64_t>::max(), false))
