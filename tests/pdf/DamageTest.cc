@@ -221,9 +221,9 @@ TEST(Damage, FreeNumbersTakeNoMemory)
   EXPECT_EQ(table.GetListedSize(), BSE::g_nMaxObjNumber - 998);
   CXRefSink sink(table, 100);
   int nEntered = 0;
-  while (nEntered < 2000000 && sink.SetOffset(nEntered, 0, 1))
+  while (nEntered < 500000 && sink.SetOffset(nEntered, 0, 1))
     ++nEntered;
-  EXPECT_LT(nEntered, 2000000);
+  EXPECT_LT(nEntered, 500000);
 }
 
 // Fails once from a position on, or gives nothing there.
