@@ -279,7 +279,7 @@ TEST(Damage, LenientFilesOpenByTheirCatalogueOrPages)
   const std::string noCatalogue = Replace(Replace(noTrailer, "/Catalog", "/Catxxxx"), "/Catalog", "/Catxxxx");
   const std::string pages = Replace(noCatalogue, "/Pages/", "/Paxxx/");
   const std::pair<std::string, int> cases[] = {
-      {Replace(good, "%PDF", "%XXX"), 1},
+      {Replace(good, "%PDF", "%ABC"), 1},
       {Replace(good, "/Root 1 0 R", ""), 4},
       {noTrailer, 4},
       {noCatalogue, 5},
