@@ -585,8 +585,9 @@ void CFile::OnUnloaded(CIndirectObject& object)
 
 void CFile::ForgetObjects()
 {
-  m_held.RemoveAll();
-  m_heldCosts.RemoveAll();
+  // One by one: what is let go would be held again.
+  while (m_held.GetSize() > 0)
+    ReleaseHeld(1);
   m_unloadQueue.RemoveAll();
   m_xref.RemoveAll();
   m_nHeldBytes = m_nLoadedBytes = 0;

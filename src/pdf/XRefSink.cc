@@ -11,8 +11,8 @@ namespace
 {
 
 // Free entries cost time only, those in use memory as well.
-constexpr std::int64_t g_nFreeEntries = 2000000;
-constexpr std::int64_t g_nFreeUsedEntries = 1000000;
+constexpr std::int64_t g_nFreeEntries = 250000;
+constexpr std::int64_t g_nFreeUsedEntries = 250000;
 
 }  // namespace
 
