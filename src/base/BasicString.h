@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/BasicArray.h"
+#include "base/Memory.h"
 
 #include <span>
 
@@ -36,6 +37,9 @@ public:
   }
   void Append(T unit) { Append(&unit, 1); }
   void RemoveAll() { m_data.RemoveAll(); }
+
+  // Overwrites the text, which keeps its length.
+  void Wipe() { BSE::Wipe(m_data.GetData(), static_cast<std::size_t>(m_data.GetSize()) * sizeof(T)); }
 
   int GetLength() const { return m_data.IsEmpty() ? 0 : m_data.GetSize() - 1; }
   bool IsEmpty() const { return GetLength() == 0; }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/CodePath.h"
+#include "base/Memory.h"
 
 #include <cstddef>
 #include <span>
@@ -14,6 +15,9 @@ class CRC4
 public:
   // Of 1 to 256 bytes, of which longer keys use the first 256; an empty key leaves the data as it is.
   explicit CRC4(std::span<const unsigned char> key);
+  CRC4(const CRC4&) = default;
+  CRC4& operator=(const CRC4&) = default;
+  ~CRC4() { Wipe(m_state, sizeof(m_state)); }
 
   // Goes on where the last call ended. The output holds as many bytes as the input, and may be the input.
   void Process(std::span<const unsigned char> input, unsigned char* pOutput);
@@ -35,6 +39,13 @@ public:
 
   // A key of 16, 24 or 32 bytes. Of any other length it is cut or filled with zeros to the next of these.
   explicit CAES(std::span<const unsigned char> key, TCodePath codePath = TCodePath::Best);
+  CAES(const CAES&) = default;
+  CAES& operator=(const CAES&) = default;
+  ~CAES()
+  {
+    Wipe(m_encryptKeys, sizeof(m_encryptKeys));
+    Wipe(m_decryptKeys, sizeof(m_decryptKeys));
+  }
 
   // Both work on whole blocks, a rest of the input stays untouched. The output holds as many bytes as the
   // input, and may be the input. The vector becomes that of the block that follows.

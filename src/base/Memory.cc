@@ -3,6 +3,7 @@
 #include "base/Error.h"
 
 #include <cstdlib>
+#include <cstring>
 
 namespace BSE
 {
@@ -39,6 +40,12 @@ void* Reallocate(void* pBlock, std::size_t nBytes)
 void Free(void* pBlock)
 {
   std::free(pBlock);
+}
+
+void Wipe(void* pBlock, std::size_t nBytes)
+{
+  if (pBlock)
+    explicit_bzero(pBlock, nBytes);
 }
 
 }  // namespace BSE

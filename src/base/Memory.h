@@ -14,4 +14,8 @@ void* Allocate(std::size_t nBytes);
 void* Reallocate(void* pBlock, std::size_t nBytes);
 void Free(void* pBlock);
 
+// Overwrites what must not stay in memory: passwords, keys and what is made of them. Never left out by the
+// compiler; null is fine.
+void Wipe(void* pBlock, std::size_t nBytes);
+
 }  // namespace BSE

@@ -65,6 +65,10 @@ public:
 class CRC4CryptAlgorithm : public CCryptAlgorithm
 {
 public:
+  CRC4CryptAlgorithm() = default;
+  CRC4CryptAlgorithm(const CRC4CryptAlgorithm&) = default;
+  CRC4CryptAlgorithm& operator=(const CRC4CryptAlgorithm&) = default;
+  ~CRC4CryptAlgorithm() override { BSE::Wipe(m_key.data(), m_key.size()); }
   const char* GetCFM() const override { return "V2"; }
   CCryptAlgorithm* Clone() const override { return new CRC4CryptAlgorithm(*this); }
   bool IsAES() const override { return false; }

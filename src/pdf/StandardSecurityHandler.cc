@@ -407,6 +407,12 @@ void CStandardSecurityHandler::WriteCryptFilters(PDF::CObject& dictionary) const
     dictionary.AddEntry("EncryptMetadata", new CBooleanObject(false));
 }
 
+CStandardSecurityHandler::~CStandardSecurityHandler()
+{
+  BSE::Wipe(m_key.GetData(), static_cast<std::size_t>(m_key.GetSize()));
+  BSE::Wipe(m_password.GetData(), static_cast<std::size_t>(m_password.GetSize()));
+}
+
 bool CStandardSecurityHandler::Authenticate(const CString* pPassword)
 {
   const CTextString password(pPassword ? *pPassword : CString());
@@ -432,13 +438,17 @@ bool CStandardSecurityHandler::TryPassword(const CTextString& password)
   for (const TPasswordForm form : g_passwordForms)
   {
     TByteArray bytes;
-    if (GetPasswordBytes(password, m_values.m_nR, form, bytes) && FindKey(m_values, bytes.GetSpan(), m_key))
+    const bool bFits =
+        GetPasswordBytes(password, m_values.m_nR, form, bytes) && FindKey(m_values, bytes.GetSpan(), m_key);
+    if (!bFits)
     {
-      m_password = std::move(bytes);
-      if (!HasSoundPerms(m_values, m_key.GetSpan()) && BSE::CTracer::IsOn())
-        BSE::CTracer::Trace("W", "Encryption", "Permissions differ from their encrypted form.");
-      return true;
+      BSE::Wipe(bytes.GetData(), static_cast<std::size_t>(bytes.GetSize()));
+      continue;
     }
+    m_password = std::move(bytes);
+    if (!HasSoundPerms(m_values, m_key.GetSpan()) && BSE::CTracer::IsOn())
+      BSE::CTracer::Trace("W", "Encryption", "Permissions differ from their encrypted form.");
+    return true;
   }
   return false;
 }

@@ -40,6 +40,8 @@ struct TCiphers
 class CStandardSecurityHandler : public CSecurityHandler
 {
 public:
+  ~CStandardSecurityHandler() override;
+
   // Reads an Encrypt dictionary. Null, reported, for another handler and for versions, revisions and ciphers
   // that are not known. The handler is of use only after Authenticate. Damaged password values are not
   // noticed before that.

@@ -39,6 +39,11 @@ CString::~CString()
   BSE::Free(m_pData);
 }
 
+void CString::Wipe()
+{
+  BSE::Wipe(m_pData, static_cast<std::size_t>(m_nLength));
+}
+
 const unsigned char* CString::GetData() const
 {
   return m_pData ? m_pData : &g_nNoData;

@@ -29,6 +29,10 @@ public:
   int Compare(const CString& other) const;
   friend bool operator==(const CString& a, const CString& b) { return a.Compare(b) == 0; }
 
+protected:
+  // Overwrites the bytes, of which there are as many afterwards.
+  void Wipe();
+
 private:
   void Assign(const void* pData, int nLength);
 

@@ -19,6 +19,17 @@ class CTextString : public CString
 {
 public:
   CTextString() = default;
+  CTextString(const CTextString&) = default;
+  CTextString(CTextString&&) noexcept = default;
+  CTextString& operator=(const CTextString&) = default;
+  CTextString& operator=(CTextString&&) noexcept = default;
+
+  // Leaves nothing in memory: it is what passwords are handed over in.
+  ~CTextString()
+  {
+    Wipe();
+    m_text.Wipe();
+  }
 
   // The bytes of a file. Invalid sequences read as U+FFFD.
   explicit CTextString(const CString& value);

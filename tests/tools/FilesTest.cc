@@ -146,6 +146,35 @@ TEST(CommandFiles, InterruptionLeavesNothing)
   EXPECT_EQ(folder.CountEntries(), 3);
 }
 
+// Whenever the signal comes, each file is the old one or the new one, and there is no other.
+TEST(CommandFiles, InterruptionInPlaceLosesNothing)
+{
+  const CCommandFolder folder;
+  std::filesystem::create_directory(folder.GetPath("in"));
+  const std::string sLarge = CCommandFolder::MakeLarge();
+  for (int i = 0; i < 60; ++i)
+  {
+    folder.Write("in/" + std::to_string(i) + ".pdf", sLarge);
+  }
+  for (int nWait = 0; nWait < 10; ++nWait)
+  {
+    const std::string sScript = "'" + std::string(BREVEX_PROGRAM) +
+                                "' -q -i -r -j 3 --profile none in & sleep 0.0" + std::to_string(nWait) +
+                                "; kill -TERM $!; wait $!";
+    const TProcessResult result = Support::RunProgram({"sh", "-c", sScript}, {}, folder.GetPath("").string());
+    EXPECT_TRUE(result.nExitCode == 143 || result.nExitCode == 0) << result.nExitCode << result.sErr;
+    int nFiles = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(folder.GetPath("in")))
+    {
+      const std::string sBytes = Support::ReadFile(entry.path());
+      EXPECT_TRUE(sBytes == sLarge || sBytes.ends_with("%%EOF\n")) << entry.path();
+      EXPECT_EQ(entry.path().extension(), ".pdf");
+      ++nFiles;
+    }
+    EXPECT_EQ(nFiles, 60);
+  }
+}
+
 TEST(CommandFiles, LimitedFileSizeIsAFailedWrite)
 {
   const CCommandFolder folder;
