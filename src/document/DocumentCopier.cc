@@ -136,9 +136,10 @@ bool CDocumentCopierBase::CloseDocuments()
 
 bool CDocumentCopierBase::CheckInput()
 {
-  if (!m_input.GetFile().HasInputFailed())
+  const unsigned nFailure = m_input.GetFile().GetReadFailure();
+  if (nFailure == 0)
     return true;
-  BSE::ReportEnd(m_pErrorContext, BSE::g_nStreamReadFailed);
+  BSE::ReportEnd(m_pErrorContext, nFailure);
   return false;
 }
 
