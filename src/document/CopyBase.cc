@@ -148,7 +148,7 @@ void CCopyBase::TellDamage(const CObjectPtr& source)
   if (nCode == 0)
     return;
   // What cannot be read for the moment is not lost: the save ends.
-  if (m_pSource->HasInputFailed())
+  if (m_pSource->GetReadFailure() != 0)
     m_pState->m_bRefused = true;
   else if (m_pState->m_told.Add(source.GetObjNumber()))
     BSE::ReportLoss(source.Get(), nCode);

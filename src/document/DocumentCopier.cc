@@ -136,9 +136,10 @@ bool CDocumentCopierBase::CloseDocuments()
 
 bool CDocumentCopierBase::CheckInput()
 {
-  if (!m_input.GetFile().HasInputFailed())
+  const unsigned nFailure = m_input.GetFile().GetReadFailure();
+  if (nFailure == 0)
     return true;
-  BSE::ReportEnd(m_pErrorContext, BSE::g_nStreamReadFailed);
+  BSE::ReportEnd(m_pErrorContext, nFailure);
   return false;
 }
 
@@ -267,7 +268,7 @@ bool CDocumentCopierBase::CopyPageObject(int nPage)
   CopyPageEntries(source, target);
   if (nRepeated > 0)
     KeepForRepeats(nRepeated, source, target);
-  return FinishPage(source, target) && !m_copier.IsRefused();
+  return FinishPage(source, target) && !m_copier.IsRefused() && m_input.GetFile().GetReadFailure() == 0;
 }
 
 void CDocumentCopierBase::CopyPageEntries(const CPage& source, const CObjectPtr& target)
@@ -337,7 +338,7 @@ bool CDocumentCopierBase::CopyRepeat(int nPage, const CObjectPtr& entries)
   if (m_copier.IsFlushing())
     target->Flush(true);
   m_copier.ReleaseCopied();
-  return bAdded && !m_copier.IsRefused();
+  return bAdded && !m_copier.IsRefused() && m_input.GetFile().GetReadFailure() == 0;
 }
 
 void CDocumentCopierBase::CopyInherited(const CPage& source, const CObjectPtr& target, const char* szKey)
