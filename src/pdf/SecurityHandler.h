@@ -17,9 +17,9 @@ public:
   // True if the password opens the file; an empty password is tried for a null one.
   virtual bool Authenticate(const CString* pPassword) = 0;
 
-  // True for objects that are never encrypted: the Encrypt dictionary itself, and the data of metadata streams
-  // of a file that leaves them plain. Cross-reference streams are so too, but what makes them is their place
-  // and not what they say of themselves: the file knows them.
+  // True for objects that are never encrypted: the Encrypt dictionary itself, and the data of metadata
+  // streams of a file that leaves them plain. Cross-reference streams are so too, but what makes them is
+  // their place and not what they say of themselves: the file knows them.
   virtual bool IsExempt(PDF::CObject& object) = 0;
 
   // True for those of them whose strings are plain too, which those of metadata streams are not.
