@@ -655,6 +655,12 @@ BREVEX_API void BrevexSetStrip(TBrevexHandle* pHandle, unsigned nFlags);
 BREVEX_API int BrevexGetFlattenSignatureFields(TBrevexHandle* pHandle);
 BREVEX_API void BrevexSetFlattenSignatureFields(TBrevexHandle* pHandle, int bValue);
 
+/* The same for signed fields alone: fields that wait for a signature stay. Off at the start, and in every
+ * profile.
+ */
+BREVEX_API int BrevexGetFlattenSignedFields(TBrevexHandle* pHandle);
+BREVEX_API void BrevexSetFlattenSignedFields(TBrevexHandle* pHandle, int bValue);
+
 /* ---- Fonts
  * ------------------------------------------------------------------------------------------------- */
 

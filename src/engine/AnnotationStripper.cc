@@ -61,10 +61,16 @@ bool CAnnotationStripper::IsLostField(const CObjectPtr& field)
          m_fields.Find(field).m_bSignature;
 }
 
+bool CAnnotationStripper::IsFlattened(const TSignatureField& field) const
+{
+  return field.m_bSignature &&
+         (m_options.m_bFlattenSignatureFields || (m_options.m_bFlattenSignedFields && field.m_bValue));
+}
+
 bool CAnnotationStripper::IsFlattenedSignature(const CObjectPtr& annotation)
 {
-  return m_options.m_bFlattenSignatureFields && annotation["Subtype"].IsName("Widget") &&
-         m_fields.Find(annotation).m_bSignature;
+  return (m_options.m_bFlattenSignatureFields || m_options.m_bFlattenSignedFields) &&
+         annotation["Subtype"].IsName("Widget") && IsFlattened(m_fields.Find(annotation));
 }
 
 void CAnnotationStripper::TellSignature(const CObjectPtr& object)
@@ -114,7 +120,7 @@ TAnnotationFate CAnnotationStripper::DecideWidget(const CObjectPtr& widget)
   const TSignatureField field = m_fields.Find(widget);
   if (!field.m_bSignature)
     return Has(eStripForms) ? TAnnotationFate::Flatten : TAnnotationFate::Keep;
-  if (m_options.m_bFlattenSignatureFields)
+  if (IsFlattened(field))
   {
     if (field.m_bValue)
       TellSignature(widget);

@@ -58,6 +58,7 @@ public:
   static bool IsVisible(const CObjectPtr& annotation);
 
 private:
+  bool IsFlattened(const TSignatureField& field) const;
   TAnnotationFate DecideWidget(const CObjectPtr& widget);
   bool Has(TStripFlag flag) const { return (m_options.m_nStrip & flag) != 0; }
 

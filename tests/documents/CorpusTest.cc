@@ -3,14 +3,13 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <map>
-#include <sstream>
+#include <optional>
+#include <string>
 
 #include "tests/documents/Judges.h"
+#include "tests/support/Corpus.h"
 #include "tests/support/Process.h"
 #include "tests/support/Saver.h"
 #include "tests/support/TempFolder.h"
@@ -20,50 +19,10 @@ namespace
 
 namespace fs = std::filesystem;
 using Support::CSaver;
-
-fs::path GetCorpus()
-{
-  const char* szFolder = std::getenv("BREVEX_CORPUS");
-  return szFolder != nullptr ? fs::path(szFolder) : fs::path("../shared/corpus");
-}
-
-struct TCorpusFile
-{
-  int nPages = 0;
-  std::string sPassword;
-};
-
-// Columns of manifest.tsv: 0 the path, 7 the number of pages, 8 a password.
-std::map<std::string, TCorpusFile> ReadManifest()
-{
-  std::map<std::string, TCorpusFile> files;
-  std::ifstream manifest(GetCorpus() / "manifest.tsv");
-  for (std::string sLine; std::getline(manifest, sLine);)
-  {
-    std::vector<std::string> columns;
-    std::istringstream line(sLine);
-    for (std::string sColumn; std::getline(line, sColumn, '\t');)
-    {
-      columns.push_back(sColumn);
-    }
-    if (columns.size() > 8)
-    {
-      files[columns[0]] = {std::atoi(columns[7].c_str()), columns[8]};
-    }
-  }
-  return files;
-}
-
-std::vector<fs::path> ListFiles(const char* szSet)
-{
-  std::vector<fs::path> files;
-  for (const auto& entry : fs::directory_iterator(GetCorpus() / szSet))
-  {
-    files.push_back(entry.path());
-  }
-  std::sort(files.begin(), files.end());
-  return files;
-}
+using Support::GetCorpus;
+using Support::ListFiles;
+using Support::ReadManifest;
+using Support::TCorpusFile;
 
 bool IsSoundInput(const fs::path& path, const std::string& sPassword)
 {

@@ -199,8 +199,14 @@ TEST(FeatureStripper, SignedSignatureFields)
     EXPECT_EQ(saved.Page()["Annots"].GetSize(), c.m_nWidgets);
     EXPECT_EQ(saved.m_nCode == PDF::g_nSignatureNotCopied, c.m_bReported) << std::hex << saved.m_nCode;
   }
-  TSaved flattened(MakeForm({g_signed, g_text}), 0, true);
+  TSaved flattened(MakeForm({g_signed, g_text}), 0, &PDF::TOptimizerOptions::m_bFlattenSignatureFields);
   EXPECT_EQ(flattened.Page()["Annots"].GetSize(), 2) << "the look of the signature stays";
+
+  const std::string sBoth = MakeForm({g_signed, g_unsigned});
+  TSaved all(sBoth, 0, &PDF::TOptimizerOptions::m_bFlattenSignatureFields);
+  EXPECT_TRUE(all.Catalog()["AcroForm"].IsNull());
+  TSaved signedOnes(sBoth, 0, &PDF::TOptimizerOptions::m_bFlattenSignedFields);
+  EXPECT_EQ(signedOnes.Catalog()["AcroForm"]["Fields"].GetSize(), 1) << "one still waits for its signature";
 }
 
 TEST(FeatureStripper, TypesAndValuesOfFieldsAreInherited)

@@ -129,7 +129,7 @@ TEST(ObjectStripper, FieldsLeadToNoDroppedWidget)
   EXPECT_EQ(form["Fields"][0]["Kids"][0], saved.Page()["Annots"][0]);
   EXPECT_EQ(form["CO"].GetSize(), 1);
 
-  TSaved flattened(MakeForm(), 0, true);
+  TSaved flattened(MakeForm(), 0, &PDF::TOptimizerOptions::m_bFlattenSignatureFields);
   EXPECT_EQ(ListMarks(flattened).count("merged"), 1U) << "its look is needed";
 }
 
@@ -264,9 +264,12 @@ TEST(ObjectStripper, NothingOfASignatureStays)
   builder.SetCatalogEntries("/Perms<</DocMDP " + Ref(nValue) + ">>/StructTreeRoot<</K " + Ref(nElement) +
                             ">>/AcroForm " +
                             Ref(builder.AddObject("<</SigFlags 3/Fields[" + sFields + "]>>")));
-  for (const bool bFlatten : {false, true})
+  bool PDF::TOptimizerOptions::*const ways[] = {nullptr, &PDF::TOptimizerOptions::m_bFlattenSignatureFields,
+                                                &PDF::TOptimizerOptions::m_bFlattenSignedFields};
+  for (bool PDF::TOptimizerOptions::*pFlatten : ways)
   {
-    TSaved saved(builder.Build(), 0, bFlatten);
+    const bool bFlatten = pFlatten != nullptr;
+    TSaved saved(builder.Build(), 0, pFlatten);
     EXPECT_EQ(ListMarks(saved), (bFlatten ? TNames{"widget", "text"} : TNames{"text"}));
     EXPECT_EQ(saved.m_nCode, PDF::g_nSignatureNotCopied);
     EXPECT_EQ(saved.Catalog()["AcroForm"]["Fields"].GetSize(), 1);

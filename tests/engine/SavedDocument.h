@@ -37,13 +37,15 @@ protected:
 // A document saved with strip flags, and read back.
 struct TSaved
 {
-  explicit TSaved(const std::string& sPdf, unsigned nStrip = 0, bool bFlattenSignatures = false)
+  explicit TSaved(const std::string& sPdf, unsigned nStrip = 0,
+                  bool PDF::TOptimizerOptions::*pFlatten = nullptr)
       : m_result(&m_handler)
   {
     BSE::CErrorHandler handler;
     PDF::COptimizer optimizer(&handler);
     optimizer.GetOptions().m_nStrip = nStrip;
-    optimizer.GetOptions().m_bFlattenSignatureFields = bFlattenSignatures;
+    if (pFlatten)
+      optimizer.GetOptions().*pFlatten = true;
     const BSE::CObjectPtr<BSE::IByteStream> pInput(
         new BSE::CMemoryStream(sPdf.data(), static_cast<std::int64_t>(sPdf.size())));
     const BSE::CObjectPtr<BSE::IByteStream> pOutput(new BSE::CMemoryStream);

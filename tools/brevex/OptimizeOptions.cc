@@ -38,7 +38,7 @@ void ApplyOptions(TBrevexHandle* pHandle, const TOptimizeOptions& options)
     BrevexSetProfile(pHandle, options.nProfile);
   }
   // A signature cannot hold for a file that is written anew. What it shows belongs to the page, and stays.
-  BrevexSetFlattenSignatureFields(pHandle, 1);
+  BrevexSetFlattenSignedFields(pHandle, 1);
   BrevexSetLenientOpening(pHandle, 1);
   if (IsSmallest(options.nProfile))
   {

@@ -135,15 +135,16 @@ _brevex()
       --remove-images --no-remove-images --reduce-color-complexity --no-reduce-color-complexity
       --mrc-mask-compression --mrc-layer-compression --mrc-layer-quality --mrc-layer-resolution
       --mrc-pict-compression --mrc-recognize-pictures --no-mrc-recognize-pictures --strip
-      --flatten-signature-fields --no-flatten-signature-fields --remove-standard-fonts
-      --no-remove-standard-fonts --remove-non-symbolic-fonts --no-remove-non-symbolic-fonts --subset-fonts
-      --no-subset-fonts --merge-embedded-fonts --no-merge-embedded-fonts --convert-to-cff --no-convert-to-cff
-      --lenient-opening --no-lenient-opening --remove-redundant-objects --no-remove-redundant-objects
-      --merge-equal --no-merge-equal --recompress-streams --no-recompress-streams --effort
-      --optimize-resources --no-optimize-resources --auto-linearize --no-auto-linearize --linearize
-      --no-linearize --extract-images --no-extract-images --extract-fonts --no-extract-fonts --password
-      --password-file --user-password --user-password-file --owner-password --owner-password-file --encryption
-      --permissions --decrypt --version"
+      --flatten-signature-fields --no-flatten-signature-fields --flatten-signed-fields
+      --no-flatten-signed-fields --remove-standard-fonts --no-remove-standard-fonts
+      --remove-non-symbolic-fonts --no-remove-non-symbolic-fonts --subset-fonts --no-subset-fonts
+      --merge-embedded-fonts --no-merge-embedded-fonts --convert-to-cff --no-convert-to-cff --lenient-opening
+      --no-lenient-opening --remove-redundant-objects --no-remove-redundant-objects --merge-equal
+      --no-merge-equal --recompress-streams --no-recompress-streams --effort --optimize-resources
+      --no-optimize-resources --auto-linearize --no-auto-linearize --linearize --no-linearize --extract-images
+      --no-extract-images --extract-fonts --no-extract-fonts --password --password-file --user-password
+      --user-password-file --owner-password --owner-password-file --encryption --permissions --decrypt
+      --version"
     mapfile -t COMPREPLY < <(compgen -W "$flags" -- "$current")
     return
   fi
