@@ -1,3 +1,8 @@
+// One walk over the tree gives every page its index. It goes down by "Kids" alone and keeps a stack of its
+// own, so that neither depth nor wrong counts matter, and a node that has been entered is not entered again.
+// Pages are kept as object numbers. What a page inherits is decided by the nodes that list it, on the way
+// down: "Parent" may be missing or lie.
+
 #include "base/Checked.h"
 #include "document/BTree.h"
 #include "pdf/File.h"

@@ -1,3 +1,7 @@
+// Pages arrive in order, so the tree grows like a counter: a node takes twenty kids, is then written and
+// forgotten, and becomes a kid of the open node one level up. At most one node of each level is in memory.
+// Only at the end is it known which node is the root.
+
 #include "document/BTree.h"
 #include "pdf/ArrayObject.h"
 #include "pdf/DictionaryObject.h"

@@ -1,3 +1,9 @@
+// A copy is a map from numbers of the source to numbers of the target, and one step for each object that a
+// reference leads to: the first reference makes the target object and enters it, every later one finds it
+// there. So cycles end, shared objects stay shared, and a forward reference needs no second pass. An object
+// is written as soon as its value is complete, and both sides leave memory; what remains is four bytes in the
+// map. Losses are told here, because only here is it known that a damaged object was wanted.
+
 #include "document/CopyBase.h"
 
 #include "document/BTree.h"

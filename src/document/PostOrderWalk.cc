@@ -1,3 +1,7 @@
+// A walk over the graph of indirect objects that leaves an object after everything that it refers to.
+// Recursion would follow the depth of the file, so the path is an explicit stack of numbers. A reference to
+// an object that is still on the path closes a cycle and is the one exception: that object is left later.
+
 #include "document/PostOrderWalk.h"
 
 #include "document/ObjectTraverser.h"

@@ -1,3 +1,10 @@
+// Two objects are equal if everything below them is. Walking children before parents turns that into a
+// comparison of bytes: when an object is left, each reference in it has its final target, so a digest of its
+// value with the targets in place of the references decides. The first object of a digest stands for all
+// later ones. Whatever a reader can tell apart although it is written alike (pages, annotations, layers,
+// lists of members, what the catalogue names) is exempt; so is what leads back to itself, because its digest
+// would depend on itself.
+
 #include "engine/EqualObjectMerger.h"
 
 #include "base/Tracer.h"

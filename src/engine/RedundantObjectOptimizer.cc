@@ -1,3 +1,8 @@
+// Candidates are the resources of pages, appearances and the form, and what they lead to. They are told apart
+// in three steps, each dearer and on fewer objects than the one before: a digest of the dictionary and the
+// length of the data, a digest of the data, and a comparison in depth. The result is a table from each object
+// to the one that stands for it; the copy asks it for every reference.
+
 #include "engine/RedundantObjectOptimizer.h"
 
 #include "base/ScopedValue.h"

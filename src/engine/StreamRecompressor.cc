@@ -1,3 +1,8 @@
+// Each stream is a race between its present form and its data deflated anew, with and without the predictor
+// that it has; what counts is bytes in the file, the filter entries of the dictionary included. The
+// compressor is told how many bytes would still win, and gives up where they are used up. Whatever cannot be
+// decoded to its end without a fault is left byte for byte, since readers differ in what they make of it.
+
 #include "engine/StreamRecompressor.h"
 
 #include "base/MemoryStream.h"

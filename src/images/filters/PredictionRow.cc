@@ -1,3 +1,9 @@
+// Predictors (ISO 32000-1, 7.4.4.4) replace a sample by its difference from neighbours that were decoded
+// before. PNG works on bytes: "left" is the byte one whole pixel away, and each row says by its first byte
+// which of five rules it follows. TIFF works on samples of 1 to 16 bits and always on the one to the left.
+// Decoding a row needs the row above and nothing else, so rows flow through two buffers; the loops are
+// written so that the compiler turns them into vector code.
+
 #include "images/filters/PredictionRow.h"
 
 #include <algorithm>

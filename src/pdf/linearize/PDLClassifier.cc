@@ -1,3 +1,10 @@
+// The order of a linearized file follows from who needs an object first (ISO 32000-1, annex F.3). The walks
+// go from each page, page 1 before all others, then from the nodes of the page tree, the catalogue, and the
+// information dictionary. An object takes the first walk that meets it as its owner and becomes shared when a
+// second page meets it. No walk enters another page, or climbs by Parent or Prev, since either would soon
+// hold the whole document. What no walk has met is found at the end, so that nothing of the plain file is
+// missing. Walks keep a stack of their own, and what pages share is walked again within a bound only.
+
 #include "pdf/linearize/PDLClassifier.h"
 
 #include "pdf/linearize/PDParser.h"
