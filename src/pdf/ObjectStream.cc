@@ -1,9 +1,9 @@
 #include "pdf/ObjectStream.h"
 
 #include "base/Checked.h"
+#include "base/DecodeFilter.h"
 #include "base/Limits.h"
 #include "base/Tracer.h"
-#include "images/filters/FlateDecodeFilter.h"
 #include "pdf/File.h"
 #include "pdf/Parser.h"
 #include "pdf/StreamObjects.h"
@@ -33,18 +33,6 @@ std::int64_t GetSizeLimit(CIndirectObject& stream)
   if (nEncoded > BSE::g_nMaxDecodedSize / BSE::g_nMaxDecodeRatio)
     return BSE::g_nMaxDecodedSize;
   return std::max(BSE::g_nFreeDecodedSize, nEncoded * BSE::g_nMaxDecodeRatio);
-}
-
-// A filter that has skipped or missed data says so, and reports nothing.
-bool IsIncomplete(BSE::IByteStream* pData)
-{
-  while (auto* pFilter = dynamic_cast<BSE::CFilter*>(pData))
-  {
-    if (auto* pFlate = dynamic_cast<BSE::CFlateDecodeFilter*>(pFilter); pFlate && pFlate->IsIncomplete())
-      return true;
-    pData = pFilter->GetSource();
-  }
-  return false;
 }
 
 }  // namespace
@@ -103,7 +91,7 @@ bool CObjectStream::DecodeData(CIndirectObject& stream)
     const std::int64_t nRead = pData->ReadFully(m_data.GetData() + nOld, nRoom);
     m_data.Truncate(nOld + static_cast<int>(nRead < 0 ? 0 : nRead));
     m_nDecoded = m_data.GetSize();
-    m_bDamaged = m_pFile->GetErrorCount() != nErrors || IsIncomplete(pData.Get());
+    m_bDamaged = m_pFile->GetErrorCount() != nErrors || BSE::HasGap(pData.Get());
     if (nRead < nRoom)
       return true;
   }

@@ -138,6 +138,28 @@ TEST(Damage, ObjectStreamsGiveWhatCanBeHad)
   EXPECT_EQ(shared.m_file.GetReadFailure(), 0x80410113U);
 }
 
+// Data that are all there as far as anybody can see, but for the sum that proves it.
+TEST(Damage, DataWithoutTheirProofAreNotTrusted)
+{
+  const std::string plain = MakeMembers("5 0", "(five)", 1, 1);
+  const auto store = [&plain](const std::string& data)
+  {
+    const char nLength = static_cast<char>(data.size());
+    const std::string stored =
+        std::string("\x78\1\1", 3) + nLength + '\0' + static_cast<char>(~nLength) + '\xff' + data;
+    const std::string length = "/Length " + std::to_string(data.size()) + ">>\nstream\n" + data;
+    return Replace(plain, length,
+                   "/Filter/FlateDecode/Length " + std::to_string(stored.size()) + ">>\nstream\n" + stored);
+  };
+  TOpened members(store("5 0 (five)"));
+  EXPECT_EQ(members.String(5), "five");
+  EXPECT_NE(members.m_file.GetDamage(5), 0U);
+  TOpened table(store(std::string("\2\0\4\0\0", 5)));
+  EXPECT_TRUE(table.m_file.WasRecovered());
+  EXPECT_EQ(table.String(5), "five");
+  EXPECT_EQ(table.m_file.GetDamage(5), 0U);
+}
+
 class CLoadCounter : public CFileEventListener
 {
 public:

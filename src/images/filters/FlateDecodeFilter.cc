@@ -45,7 +45,6 @@ void CFlateDecodeFilter::ResetState()
   // With the format named again: a search for a flush point turns the frame off, which a plain reset keeps.
   inflateReset2(m_pStream, GetFlateWindowBits(m_eFormat));
   m_pStream->avail_in = 0;
-  m_bIncomplete = false;
 }
 
 void CFlateDecodeFilter::ReturnUnread()
@@ -93,11 +92,11 @@ int CFlateDecodeFilter::DecodeBlock(std::span<unsigned char> block)
     {
       // Input is exhausted only where output has room: otherwise more may stand in zlib's window.
       if (m_pStream->avail_out > 0 && m_pStream->avail_in == 0 && !Refill())
-        m_bEnd = m_bIncomplete = true;
+        m_bEnd = m_bGap = true;
     }
     else if (nStatus == Z_DATA_ERROR)
     {
-      m_bIncomplete = true;
+      m_bGap = true;
       if (!Resynchronize())
         Fail(nStatus);
     }

@@ -21,9 +21,6 @@ public:
 
   bool IsValid() const override { return m_pStream && CDecodeFilter::IsValid(); }
 
-  // True once the data had a gap, or ended before their end was reached.
-  bool IsIncomplete() const { return m_bIncomplete; }
-
 protected:
   int DecodeBlock(std::span<unsigned char> block) override;
   void ResetState() override;
@@ -41,7 +38,6 @@ private:
   TFlateFormat m_eFormat;
   z_stream_s* m_pStream = nullptr;
   CBasicArray<unsigned char> m_input;
-  bool m_bIncomplete = false;
 };
 
 }  // namespace BSE
