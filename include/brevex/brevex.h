@@ -346,7 +346,8 @@ BREVEX_API int BrevexOpenStreamW(TBrevexHandle* pHandle, const TBrevexStreamDesc
                                  const TBrevexChar* szPassword);
 
 /* Whether the next open also takes files that have no header, no trailer, or no catalogue in their trailer,
- * if a catalogue or pages are found in them. Off at the start; profiles leave it alone.
+ * if a catalogue or pages are found in them. A catalogue that is assumed for pages is reported as a loss by
+ * the save. Off at the start; profiles leave it alone.
  */
 BREVEX_API int BrevexGetLenientOpening(TBrevexHandle* pHandle);
 BREVEX_API void BrevexSetLenientOpening(TBrevexHandle* pHandle, int bValue);
@@ -375,7 +376,8 @@ BREVEX_API int BrevexGetInputEncryption(TBrevexHandle* pHandle, TBrevexEncryptio
  * again; it is analysed only once, so options that are set after the first save may remain without effect
  * until the document is opened again. Failures: BREVEX_STATUS_INVALID_OPERATION without an open document, an
  * errno value or BREVEX_STATUS_CREATE_FAILED for the target, BREVEX_STATUS_WRITE_FAILED,
- * BREVEX_STATUS_BAD_ENCRYPTION, BREVEX_STATUS_ENCRYPTED_ARCHIVE, BREVEX_STATUS_BAD_COMPLIANCE,
+ * BREVEX_STATUS_READ_FAILED, BREVEX_STATUS_NO_PAGES where no page of the input can be read,
+ * BREVEX_STATUS_CORRUPT where the input asks for work out of all proportion, BREVEX_STATUS_BAD_ENCRYPTION, BREVEX_STATUS_ENCRYPTED_ARCHIVE, BREVEX_STATUS_BAD_COMPLIANCE,
  * BREVEX_STATUS_OUT_OF_MEMORY, BREVEX_STATUS_FATAL.
  */
 BREVEX_API int BrevexSaveAsA(TBrevexHandle* pHandle, const char* szFileName, const char* szUserPassword,
@@ -433,8 +435,9 @@ BREVEX_API const TBrevexChar* BrevexGetErrorMessageW(TBrevexHandle* pHandle);
 
 /* The status code of the last report cannot tell what has become of a document: later reports hide earlier
  * ones, and the same code stands for damage with and without a loss. So the reports of the last open and of
- * the last save after it are kept, in the order in which they were met, equal ones as one with a count. At
- * most 1,000 are kept; losses find room before remarks do. They can be read until the next open, those of a
+ * the last save after it are kept, in the order in which they were met, equal ones as one with a count, and
+ * a loss or an end in place of the remark that it follows from. At most 1,000 are kept; losses find room
+ * before remarks do. They can be read until the next open, those of a
  * save until the next save, also after BrevexClose. No query adds any, and none of these calls changes the
  * error code.
  */

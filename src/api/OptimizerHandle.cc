@@ -59,6 +59,8 @@ bool COptimizerHandle::Conclude(bool bResult)
   // What was reported while the operation was wound up does not hide why it ended.
   if (!bResult && GetEndCode() != 0)
     m_nLastCode = GetEndCode();
+  else if (!bResult)
+    m_reports.NoteEnd(m_nLastCode);
   m_reports.End();
   return bResult;
 }

@@ -126,7 +126,16 @@ void CReportLog::NoteEnd(unsigned nCode) noexcept
     return;
   try
   {
-    Enter(MakeReport(nCode, m_nStep, BREVEX_CONSEQUENCE_END), nullptr);
+    TBrevexReport report = MakeReport(nCode, m_nStep, BREVEX_CONSEQUENCE_END);
+    // Who reported the failure did not know what it would end.
+    for (int i = m_entries.GetSize() - 1; i >= 0 && m_entries[i]->m_report.nStep == m_nStep; --i)
+      if (const TBrevexReport& known = m_entries[i]->m_report; known.nCode == nCode)
+      {
+        report.nObject = known.nObject;
+        report.nPage = known.nPage;
+        break;
+      }
+    Enter(report, nullptr);
   }
   catch (...)
   {
@@ -140,8 +149,29 @@ bool CReportLog::HasRoom(int nConsequence) const
          (nConsequence != BREVEX_CONSEQUENCE_NONE || m_nRemarks < g_nMaxRemarks);
 }
 
+void CReportLog::TakeRemark(TBrevexReport remark, BSE::CStr16& text)
+{
+  remark.nConsequence = BREVEX_CONSEQUENCE_NONE;
+  const int nKnown = m_index.Lookup(&remark, sizeof remark);
+  if (nKnown < 0)
+    return;
+  const BSE::CScopedPtr<TEntry> pEntry(static_cast<TEntry*>(m_index.GetValue(nKnown)));
+  m_entries.RemoveAt(m_entries.Find(pEntry.Get()));
+  m_index.RemoveKey(&remark, sizeof remark);
+  --m_nRemarks;
+  text = std::move(pEntry->m_text);
+}
+
 void CReportLog::Enter(const TBrevexReport& report, BSE::IError* pError)
 {
+  BSE::CStr16 text;
+  if (report.nConsequence != BREVEX_CONSEQUENCE_NONE)
+  {
+    TBrevexReport remark = report;
+    TakeRemark(remark, text);
+    remark.nPage = 0;
+    TakeRemark(remark, text);
+  }
   if (const int nKnown = m_index.Lookup(&report, sizeof report); nKnown >= 0)
   {
     std::uint32_t& nCount = static_cast<TEntry*>(m_index.GetValue(nKnown))->m_report.nCount;
@@ -157,7 +187,8 @@ void CReportLog::Enter(const TBrevexReport& report, BSE::IError* pError)
   const int nUnits = pError ? pError->GetMessage(szText, g_nMessageUnits)
                             : BSE::GetErrorMessage(report.nCode, szText, g_nMessageUnits);
   if (nUnits > 0 && !HasPlaceholder(szText))
-    pEntry->m_text.Assign(szText);
+    text.Assign(szText);
+  pEntry->m_text = std::move(text);
   m_entries.Reserve(m_entries.GetSize() + 1);
   m_index.SetAt(&report, sizeof report, pEntry.Get());
   m_entries.Add(pEntry.Detach());

@@ -10,8 +10,9 @@ namespace API
 {
 
 // The reports of the last open and the last save, in the order in which they were met: equal ones are one
-// entry with a count. Bounded, so that a file with a million faults costs no more than one with a thousand,
-// and remarks never take the room of losses. Losses are counted without a bound.
+// entry with a count, and a consequence takes the place of the remark that it follows from. Bounded, so that
+// a file with a million faults costs no more than one with a thousand, and remarks never take the room of
+// losses. Losses are counted without a bound.
 class CReportLog
 {
 public:
@@ -50,6 +51,10 @@ private:
   };
 
   void Enter(const TBrevexReport& report, BSE::IError* pError);
+
+  // Drops the remark of this code, object and page, of which it has turned out what it meant; its text goes
+  // on.
+  void TakeRemark(TBrevexReport remark, BSE::CStr16& text);
   bool HasRoom(int nConsequence) const;
   void DropSave();
   void RemoveAll();

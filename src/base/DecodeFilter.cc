@@ -49,6 +49,17 @@ std::int64_t CDecodeFilter::Read(unsigned char* pBuffer, std::int64_t n)
   return nDone;
 }
 
+bool HasGap(IByteStream* pData)
+{
+  while (const auto* pFilter = dynamic_cast<const CFilter*>(pData))
+  {
+    if (const auto* pDecoder = dynamic_cast<const CDecodeFilter*>(pFilter); pDecoder && pDecoder->HasGap())
+      return true;
+    pData = pFilter->GetSource();
+  }
+  return false;
+}
+
 std::int64_t CDecodeFilter::Write(const unsigned char*, std::int64_t)
 {
   return RefuseWrite();
@@ -62,6 +73,7 @@ bool CDecodeFilter::RewindSource()
 bool CDecodeFilter::Reset()
 {
   m_nPos = 0;
+  m_bGap = false;
   ResetState();
   m_bEnd = !RewindSource();
   return !m_bEnd;

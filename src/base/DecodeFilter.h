@@ -36,6 +36,9 @@ public:
 
   bool HasEnded() const { return m_bEnd; }
 
+  // True once data were skipped or missing, which not every decoder reports.
+  bool HasGap() const { return m_bGap; }
+
 protected:
   using CFilter::CFilter;
 
@@ -56,7 +59,11 @@ protected:
   virtual std::int64_t GetSizeLimit() const;
 
   bool m_bEnd = false;
+  bool m_bGap = false;
 };
+
+// True if one of the decoders that the data come through had a gap.
+bool HasGap(IByteStream* pData);
 
 // Decoder that pulls single bytes from its source through an inner buffer. A decoder holds no more bytes of
 // the source than that buffer does: a seekable source stands right behind the end marker at the end.

@@ -17,6 +17,13 @@ void TraceUnreported(unsigned nCode)
     CTracer::Trace("I", g_szComponent, "Error 0x%08X not reported.", nCode);
 }
 
+CScopedPtr<IError> MakeStatus(unsigned nCode)
+{
+  if (IsErrnoCode(nCode))
+    return CScopedPtr<IError>(new CErrnoError(static_cast<int>(nCode)));
+  return MakeError(nCode);
+}
+
 }  // namespace
 
 CErrorHandler* CBasicErrorContext::OnGetErrorHandler()
@@ -56,7 +63,7 @@ void ReportError(IErrorContext* pContext, CScopedPtr<IError> pError)
 
 void ReportError(IErrorContext* pContext, unsigned nCode)
 {
-  ReportError(pContext, MakeError(nCode));
+  ReportError(pContext, MakeStatus(nCode));
 }
 
 void ReportLoss(IErrorContext* pContext, CScopedPtr<IError> pError)
@@ -68,7 +75,7 @@ void ReportLoss(IErrorContext* pContext, CScopedPtr<IError> pError)
 
 void ReportLoss(IErrorContext* pContext, unsigned nCode)
 {
-  ReportLoss(pContext, MakeError(nCode));
+  ReportLoss(pContext, MakeStatus(nCode));
 }
 
 void ReportEnd(IErrorContext* pContext, CScopedPtr<IError> pError)
@@ -80,7 +87,7 @@ void ReportEnd(IErrorContext* pContext, CScopedPtr<IError> pError)
 
 void ReportEnd(IErrorContext* pContext, unsigned nCode)
 {
-  ReportEnd(pContext, MakeError(nCode));
+  ReportEnd(pContext, MakeStatus(nCode));
 }
 
 void ReportExhaustion(IErrorContext* pContext, unsigned nCode) noexcept

@@ -17,6 +17,7 @@ namespace
 constexpr int g_nDefaultPermissions = 3900;
 constexpr unsigned g_nCryptFilterVersion = 0x1600;
 constexpr unsigned g_nSizeExceeded = 0x80300040;
+constexpr unsigned g_nNoRoot = 0x8041010F;
 
 // Entries that pages which are listed again may have in all, beyond so many for each byte of the file, of
 // which a listing takes six.
@@ -141,6 +142,14 @@ bool CDocumentCopierBase::CheckInput()
     return true;
   BSE::ReportEnd(m_pErrorContext, nFailure);
   return false;
+}
+
+void CDocumentCopierBase::TellCatalogue()
+{
+  m_copier.TellDamage(m_input.GetCatalog());
+  // What it held besides the pages is not to be found.
+  if (m_input.GetFile().IsRootAssumed())
+    BSE::ReportLoss(m_pErrorContext, g_nNoRoot);
 }
 
 bool CDocumentCopierBase::CheckPageTree()
@@ -405,7 +414,7 @@ CObjectPtr CDocumentCopierBase::CopyBeads(const CObjectPtr& beads)
 bool CDocumentCopierBase::CopyCatalogEntries()
 {
   const CObjectPtr catalog = CCopyBase::GetDirect(m_input.GetCatalog());
-  m_copier.TellDamage(m_input.GetCatalog());
+  TellCatalogue();
   const CObjectPtr target = m_output.GetCatalog();
   for (int i = catalog.GetBegin(); i != catalog.GetEnd(); i = catalog.GetNext(i))
   {

@@ -52,6 +52,9 @@ protected:
   // what was taken for damaged.
   bool CheckInput();
 
+  // Reports what the catalogue lacks. To be called once in a save.
+  void TellCatalogue();
+
   // Reports the pages that the input's tree has lost. False, reported as the end of the save, if there is no
   // page left although the input is not known to be empty: the copy would be an empty document.
   bool CheckPageTree();

@@ -214,7 +214,7 @@ bool COptimizer::CopyCatalog()
       target.AddEntry(szKey, entry);
     TellDamage(catalog.GetValue(i));
   }
-  TellDamage(m_input.GetCatalog());
+  TellCatalogue();
   COptStructTreeCopier structure(*this, &m_stripper);
   structure.ShareWith(*this);
   structure.CopyPutOff();

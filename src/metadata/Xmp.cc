@@ -1,5 +1,6 @@
 #include "metadata/Xmp.h"
 
+#include "base/DecodeFilter.h"
 #include "base/Random.h"
 #include "base/Unicode.h"
 #include "metadata/XmpSchema.h"
@@ -118,9 +119,13 @@ bool CXMP::Load(BSE::IByteStream* pStream)
     BSE::ReportLoss(&m_errors, XMP::g_nInvalidPacket);
     return false;
   }
-  // Nothing is lost with an empty stream.
   if (bytes.IsEmpty())
+  {
+    // Nothing is lost with an empty stream, unless it only looks like one.
+    if (BSE::HasGap(pStream))
+      BSE::ReportLoss(&m_errors, XMP::g_nInvalidPacket);
     return false;
+  }
   if (pPacket->Read(bytes.GetSpan()))
   {
     m_pPacket = std::move(pPacket);

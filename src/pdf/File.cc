@@ -124,6 +124,9 @@ bool CFile::FindRoot()
     return true;
   CRootFinder finder(*this);
   m_root = finder.Find();
+  m_bRootAssumed = finder.HasAssumed();
+  if (!m_trailer)
+    m_info = finder.FindInfo();
   // What is assumed is nothing to be written, unless the rest is.
   m_bDirty = m_bDirty && m_bAppending;
   return static_cast<bool>(m_root);
@@ -657,7 +660,7 @@ void CFile::ReleaseAll()
   m_nCachedBytes = m_nDecodedBytes = m_nRereadBytes = m_nAdmittedBytes = 0;
   m_nFirstBytes = m_nAgainBytes = 0;
   m_nReadFailure = 0;
-  m_bWantObjectStreams = m_bSplitXRef = m_bOpened = m_bRecoveryDone = false;
+  m_bWantObjectStreams = m_bSplitXRef = m_bOpened = m_bRecoveryDone = m_bRootAssumed = false;
   m_bScanning = m_bXRefIncomplete = false;
   m_bHeaderWritten = m_bAppending = m_bDirty = m_bFailed = false;
   m_nFileSize = m_nSavedBytes = m_nXRefPosition = m_nRevisionStart = 0;

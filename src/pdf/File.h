@@ -160,6 +160,9 @@ public:
   // --- Trailer
   CObjectPtr GetTrailerValue(const char* szKey) const { return m_trailer[szKey]; }
   CObjectPtr GetRoot() const { return m_root; }
+
+  // True if the catalogue is lost, and the root is one that was assumed for the pages that were found.
+  bool IsRootAssumed() const { return m_bRootAssumed; }
   CObjectPtr GetInfo() const { return m_info; }
   CObjectPtr GetEncrypt() const { return m_encrypt; }
   void SetRoot(CObject* pRoot) { m_root = pRoot; }
@@ -366,6 +369,7 @@ private:
   bool m_bOpened = false;
   bool m_bRecoveryDone = false;
   bool m_bLenient = false;
+  bool m_bRootAssumed = false;
   bool m_bScanning = false;        // the reader is in the middle of something: nothing may be loaded
   bool m_bXRefIncomplete = false;  // objects may exist that the table calls free
 

@@ -1,6 +1,7 @@
 #include "pdf/ObjectStream.h"
 
 #include "base/Checked.h"
+#include "base/DecodeFilter.h"
 #include "base/Limits.h"
 #include "base/Tracer.h"
 #include "pdf/File.h"
@@ -90,7 +91,7 @@ bool CObjectStream::DecodeData(CIndirectObject& stream)
     const std::int64_t nRead = pData->ReadFully(m_data.GetData() + nOld, nRoom);
     m_data.Truncate(nOld + static_cast<int>(nRead < 0 ? 0 : nRead));
     m_nDecoded = m_data.GetSize();
-    m_bDamaged = m_pFile->GetErrorCount() != nErrors;
+    m_bDamaged = m_pFile->GetErrorCount() != nErrors || BSE::HasGap(pData.Get());
     if (nRead < nRoom)
       return true;
   }

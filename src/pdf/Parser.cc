@@ -23,11 +23,6 @@ constexpr int g_nStrictArraySize = 8192;
 constexpr int g_nStrictDictionarySize = 4096;
 constexpr int g_nReadAhead = 8192;
 
-bool BeginsValue(TToken nToken)
-{
-  return (nToken >= eTokenNull && nToken <= eTokenArrayBegin) || nToken == eTokenDictionaryBegin;
-}
-
 bool IsUtf8(const char* pText, std::size_t nLength)
 {
   std::span<const char> text(pText, nLength);

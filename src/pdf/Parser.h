@@ -106,6 +106,9 @@ private:
                    CEncodedStreamObject& part);
   CObjectPtr ParseStreamData(CIndirectObject* pObject, CDictionaryObject& dictionary, bool& bKept);
 
+  // True if what follows the value of an object must have belonged to it, and is not taken.
+  bool HasRest(const CObjectPtr& value);
+
   // True at "endstream", whatever is joined to it.
   bool IsAtEndStream() const;
   void NoteDamage(CIndirectObject* pObject, unsigned nCode);

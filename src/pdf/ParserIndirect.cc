@@ -66,7 +66,8 @@ bool CParser::ParseIndirectObject(CIndirectObject* pObject, std::int64_t nPos)
   if (pObject)
     pObject->SetParsed(value.Get(), stream.Get());
   if (!value)
-    BSE::ReportError(m_pErrorContext, BSE::MakeError(g_nEmptyObject, "obj", m_nObject));
+    BSE::ReportError(m_pErrorContext,
+                     BSE::MakeError(g_nEmptyObject, "obj", m_nObject, "Object No.", m_nObject));
   CheckEndOfObject();
   return true;
 }
@@ -136,10 +137,11 @@ bool CParser::ReadObjectHeader(CIndirectObject* pObject, std::int64_t nPos)
   {
     if (pObject->GetObjNumber() != nObject)
       BSE::ReportError(m_pErrorContext,
-                       BSE::MakeError(g_nOtherObject, "n1", nObject, "n2", pObject->GetObjNumber()));
+                       BSE::MakeError(g_nOtherObject, "n1", nObject, "n2", pObject->GetObjNumber(),
+                                      "Object No.", pObject->GetObjNumber()));
     else if (pObject->GetGenNumber() != nGen && !m_pFile->NoteOtherGeneration(nObject))
-      BSE::ReportError(m_pErrorContext,
-                       BSE::MakeError(g_nOtherGeneration, "n1", nGen, "n2", pObject->GetGenNumber()));
+      BSE::ReportError(m_pErrorContext, BSE::MakeError(g_nOtherGeneration, "n1", nGen, "n2",
+                                                       pObject->GetGenNumber(), "Object No.", nObject));
     // Another generation of the same number is used all the same.
     if (pObject->GetObjNumber() != nObject)
       return false;
@@ -161,7 +163,11 @@ CObjectPtr CParser::ParseDictionaryOrStream(CIndirectObject* pObject, CObjectPtr
   if (IsCut() || (!value && nFirst >= eTokenObj && nFirst != eTokenEndObj))
     NoteDamage(pObject, g_nCorrupt);
   if (m_scanner.GetToken() != eTokenStream || !value || value.GetType() != eDictionary)
+  {
+    if (value && HasRest(value))
+      NoteDamage(pObject, g_nNoEndObj);
     return value;
+  }
   // The stream may ask for its length through objects that use this parser too.
   const int nObject = m_nObject;
   const int nGeneration = m_nGeneration;
@@ -172,6 +178,25 @@ CObjectPtr CParser::ParseDictionaryOrStream(CIndirectObject* pObject, CObjectPtr
   if (!bKept)
     stream = nullptr;
   return value;
+}
+
+// Text that is no token of a value hides nothing, unless it stands where the data of a stream should begin.
+bool CParser::HasRest(const CObjectPtr& value)
+{
+  const TToken nToken = m_scanner.GetToken();
+  if (nToken == eTokenKeyword)
+    return value["Length"] && std::strncmp(m_scanner.GetText(), "end", 3) != 0;
+  if (nToken != eTokenInteger)
+    return BeginsValue(nToken) || nToken == eTokenStream;
+  // Where "endobj" is missing, the next object follows.
+  TScannerState state;
+  m_scanner.SaveContext(state);
+  m_scanner.ReadToken();
+  const bool bNumbers = m_scanner.GetToken() == eTokenInteger;
+  m_scanner.ReadToken();
+  const bool bRest = !bNumbers || m_scanner.GetToken() != eTokenObj;
+  m_scanner.RestoreContext(state);
+  return bRest;
 }
 
 std::int64_t CParser::FindStreamLength(CDictionaryObject& dictionary, std::int64_t nData)

@@ -42,6 +42,8 @@ void CRootFinder::Visit(int nObjNumber)
     TakeLater(m_tree, GetPlace(nObjNumber));
   else if (type.IsName("Page"))
     m_pages.Add(GetPlace(nObjNumber));
+  else if (!type && object["Producer"].IsString())
+    TakeLater(m_info, GetPlace(nObjNumber));
 }
 
 CObjectPtr CRootFinder::Find()
@@ -59,6 +61,11 @@ CObjectPtr CRootFinder::Find()
     }
   }
   return m_catalogue.m_nObjNumber > 0 ? m_file.GetObject(m_catalogue.m_nObjNumber, -1) : AssumeCatalogue();
+}
+
+CObjectPtr CRootFinder::FindInfo() const
+{
+  return m_info.m_nObjNumber > 0 ? m_file.GetObject(m_info.m_nObjNumber, -1) : CObjectPtr();
 }
 
 CObjectPtr CRootFinder::AssumeTree()

@@ -16,6 +16,12 @@ public:
   // node without a parent, or over the pages as they follow each other in the file. Null without a page.
   CObjectPtr Find();
 
+  // True if what Find gave is assumed.
+  bool HasAssumed() const { return m_catalogue.m_nObjNumber == 0; }
+
+  // The last object that looks like the document information. After Find.
+  CObjectPtr FindInfo() const;
+
 private:
   // Where an object stands, and one in an object stream where that does; then its place in there.
   struct TPlace
@@ -36,6 +42,7 @@ private:
   CFile& m_file;
   TPlace m_catalogue = {-1, 0, 0};
   TPlace m_tree = {-1, 0, 0};
+  TPlace m_info = {-1, 0, 0};
   BSE::CBasicArray<TPlace> m_pages;
 };
 

@@ -40,6 +40,12 @@ TToken FindKeyword(const char* pText, int nLength);
 // Text of an operator kind, or null.
 const char* GetOperatorText(int nToken);
 
+// True for a value's first token.
+inline bool BeginsValue(TToken nToken)
+{
+  return (nToken >= eTokenNull && nToken <= eTokenArrayBegin) || nToken == eTokenDictionaryBegin;
+}
+
 // Character classes (ISO 32000-1, 7.2.2).
 inline constexpr unsigned char g_nClassRegular = 0;
 inline constexpr unsigned char g_nClassSpace = 1;

@@ -2,6 +2,7 @@
 
 #include "base/BufferedInputStream.h"
 #include "base/Checked.h"
+#include "base/DecodeFilter.h"
 #include "base/Limits.h"
 #include "base/Tracer.h"
 
@@ -106,7 +107,9 @@ TXRefOutcome ReadXRefStream(CIndirectObject& object, CXRefSink& sink)
     const std::int64_t nCount = index.IsArray() ? GetIntegerOr(index[2 * i + 1], 0) : nSize;
     bComplete = ReadSubsection(*pStream, sink, widths, nFirst, nCount);
   }
-  if (sink.IsExhausted())
+  // Behind the last entry stands what tells whether the entries are the ones that were written.
+  pStream->GetByte();
+  if (sink.IsExhausted() || BSE::HasGap(pData.Get()))
     return eXRefBroken;
   if (!bComplete)
     BSE::CTracer::Trace("E", "XRef Stream", "Stream is too short.");

@@ -63,7 +63,8 @@ CIndirectObject* CXRefTable::GetObject(int nObjNumber, int nGenNumber)
     return nullptr;
   if (entry.m_nType == eXRefInUse && entry.m_nGeneration != nGenNumber && nGenNumber >= 0 &&
       !std::exchange(entry.m_bOtherReported, true))
-    BSE::ReportError(m_pFile, BSE::MakeError(0x00410116, "n1", nGenNumber, "n2", entry.m_nGeneration));
+    BSE::ReportError(m_pFile, BSE::MakeError(0x00410116, "n1", nGenNumber, "n2", entry.m_nGeneration,
+                                             "Object No.", nObjNumber));
   if (entry.m_pObject)
     return entry.m_pObject;
   const bool bInUse = entry.m_nType == eXRefInUse;

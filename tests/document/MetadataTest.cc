@@ -122,6 +122,11 @@ TEST(MetadataTest, ABrokenPacketStopsNothing)
     EXPECT_THAT(GetPacket(output.m_document), HasSubstr(">T</rdf:li>"));
     EXPECT_TRUE(output->GetInfo()["Trapped"].IsName("True"));
   }
+  // Data that give nothing because they are damaged.
+  CTestCopier copier;
+  std::string pdf = MakeDocument("no deflated data");
+  copier.Copy(pdf.replace(pdf.find("/Subtype/XML"), 12, "/Filter/Fl  "));
+  EXPECT_EQ(CTestCopier::m_reports.m_losses.count(XMP::g_nInvalidPacket), 1U);
 }
 
 // Nothing is known to be wrong with a packet that is too large to be read; what it claims still holds.

@@ -217,6 +217,7 @@ std::vector<TOddFile> MakeStructures()
       {"ManySections", MakeManySections(3000)},
       {"FreedByAHybridUpdate", MakeHybridFree(), 1, TOutcome::Whole, {"(six)"}},
       {"NoTrailer", CutAt(MakePlain(), "trailer")},
+      {"NoCatalogue", ReplaceText(MakePlain(), "1 0 obj", "1 0 xbj"), 1, TOutcome::Loss},
       {"NoHeader", ReplaceText(MakePlain(), "%PDF-1.4\n", "")},
       {"NoEndOfCompressedObjects", MakeCompressed(3, -1, false)},
       {"Compressed", MakeCompressed(3, -1, true)},

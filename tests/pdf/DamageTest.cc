@@ -41,6 +41,9 @@ TEST(Damage, IsNotedWhereAnObjectLacksSomething)
       {"<</K 7/A (open", "K", true},
       {"<</A null/B 3 -0 R/C 0 0 R/K 7>>", "B", false},
       {"<</A[null]/K 7>> junk", "K", false},
+      {"<</K 7>> 5 0", "K", true},
+      {"<</K 7>> /L 8>>", "K", true},
+      {"<</K 7/Length 4>>strxam\nabcd\nendstream", "K", true},
       {"<</K 7/Length 4>>stream\nabcd\nendstream", "K", false},
       {"<</K 7/Length 9>>stream\nabcd\nendstream", "K", false},
       {"<</K 7/Length 4>>stream\nabcd\nendstreamendobj", "K", false},
@@ -133,6 +136,28 @@ TEST(Damage, ObjectStreamsGiveWhatCanBeHad)
   EXPECT_GT(nRead, 1);
   EXPECT_LT(nRead, 50);
   EXPECT_EQ(shared.m_file.GetReadFailure(), 0x80410113U);
+}
+
+// Data that are all there as far as anybody can see, but for the sum that proves it.
+TEST(Damage, DataWithoutTheirProofAreNotTrusted)
+{
+  const std::string plain = MakeMembers("5 0", "(five)", 1, 1);
+  const auto store = [&plain](const std::string& data)
+  {
+    const char nLength = static_cast<char>(data.size());
+    const std::string stored =
+        std::string("\x78\1\1", 3) + nLength + '\0' + static_cast<char>(~nLength) + '\xff' + data;
+    const std::string length = "/Length " + std::to_string(data.size()) + ">>\nstream\n" + data;
+    return Replace(plain, length,
+                   "/Filter/FlateDecode/Length " + std::to_string(stored.size()) + ">>\nstream\n" + stored);
+  };
+  TOpened members(store("5 0 (five)"));
+  EXPECT_EQ(members.String(5), "five");
+  EXPECT_NE(members.m_file.GetDamage(5), 0U);
+  TOpened table(store(std::string("\2\0\4\0\0", 5)));
+  EXPECT_TRUE(table.m_file.WasRecovered());
+  EXPECT_EQ(table.String(5), "five");
+  EXPECT_EQ(table.m_file.GetDamage(5), 0U);
 }
 
 class CLoadCounter : public CFileEventListener
@@ -275,15 +300,16 @@ TEST(Damage, LenientFilesOpenByTheirCatalogueOrPages)
   document.Add("<</Type/Catalog/Pages 2 0 R/Old 1>>").Add("<</Type/Pages/Count 1/Kids[3 0 R]>>");
   document.Add("<</Type/Page/Parent 2 0 R>>").Add("<</Type/Catalog/Pages 2 0 R>>");
   const std::string good = document.Finish();
-  const std::string noTrailer = good.substr(0, good.find("trailer"));
+  const std::string noTrailer =
+      good.substr(0, good.find("xref")) + "6 0 obj<</Producer(p)>>endobj 7 0 obj<</Title(t)>>endobj";
   const std::string noCatalogue = Replace(Replace(noTrailer, "/Catalog", "/Catxxxx"), "/Catalog", "/Catxxxx");
   const std::string pages = Replace(noCatalogue, "/Pages/", "/Paxxx/");
   const std::pair<std::string, int> cases[] = {
       {Replace(good, "%PDF", "%ABC"), 1},
       {Replace(good, "/Root 1 0 R", ""), 4},
       {noTrailer, 4},
-      {noCatalogue, 5},
-      {pages, 5},
+      {noCatalogue, 8},
+      {pages, 8},
   };
   for (const auto& [text, nRoot] : cases)
   {
@@ -293,7 +319,9 @@ TEST(Damage, LenientFilesOpenByTheirCatalogueOrPages)
     ASSERT_TRUE(lenient.m_bOpened) << text;
     const CObjectPtr root = lenient.m_file.GetRoot();
     // An assumed one has a number behind all others.
-    EXPECT_EQ(std::min(root.GetObjNumber(), 5), nRoot) << text;
+    EXPECT_EQ(std::min(root.GetObjNumber(), 8), nRoot) << text;
+    EXPECT_EQ(lenient.m_file.IsRootAssumed(), nRoot == 8) << text;
+    EXPECT_EQ(lenient.m_file.GetInfo().GetObjNumber(), text.find("trailer") == text.npos ? 6 : 0) << text;
     EXPECT_EQ(root["Pages"]["Kids"][0].GetObjNumber(), 3) << text;
     EXPECT_TRUE(lenient.m_file.Close());
   }

@@ -92,10 +92,11 @@ int CFlateDecodeFilter::DecodeBlock(std::span<unsigned char> block)
     {
       // Input is exhausted only where output has room: otherwise more may stand in zlib's window.
       if (m_pStream->avail_out > 0 && m_pStream->avail_in == 0 && !Refill())
-        m_bEnd = true;
+        m_bEnd = m_bGap = true;
     }
     else if (nStatus == Z_DATA_ERROR)
     {
+      m_bGap = true;
       if (!Resynchronize())
         Fail(nStatus);
     }
