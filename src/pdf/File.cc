@@ -145,10 +145,10 @@ bool CFile::CheckRoot()
 
 void CFile::FollowId()
 {
-  if (m_id.GetSize() == 2)
+  if (m_id.IsArray() && m_id[0].IsString())
   {
     m_id1 = m_id[0].GetStringValue();
-    m_id2 = m_id[1].GetStringValue();
+    m_id2 = m_id[1].IsString() ? m_id[1].GetStringValue() : m_id1;
   }
   m_id = nullptr;
 }
@@ -189,7 +189,7 @@ bool CFile::Authenticate(const CString* pPassword)
   }
   // What was read so far holds strings that have not been decrypted.
   UnloadAll();
-  EnterRecoveredHolders(m_recoveredHolders);
+  EnterRecoveredHolders(m_recoveredHolders, m_bHoldersBeside);
   m_recoveredHolders.RemoveAll();
   if (!m_root.IsDictionary() && !FindRoot())
   {
@@ -296,7 +296,8 @@ bool CFile::LoadFree(CIndirectObject& object)
 {
   const int nNumber = object.GetObjNumber();
   // Where other offsets were wrong, what a reference leads to and is there was not freed.
-  if (!m_pWriter && (m_bRecoveryDone || m_bXRefIncomplete) && RecoverObject(nNumber))
+  if (!m_pWriter && (m_bRecoveryDone || m_bXRefIncomplete) &&
+      (RecoverObject(nNumber) || m_xref.GetEntry(nNumber).m_nType != eXRefFree))
   {
     BSE::ReportError(this, BSE::MakeError(g_nWrongOffset, "Object No.", nNumber));
     return true;
@@ -495,11 +496,13 @@ bool CFile::AdmitStream(const CFile& source, std::int64_t nLength)
   return true;
 }
 
-void CFile::EnterRecoveredHolders(const BSE::CBasicArray<int>& holders)
+void CFile::EnterRecoveredHolders(const BSE::CBasicArray<int>& holders, bool bBeside)
 {
   const BSE::CErrorSuppressor quiet(OnGetErrorHandler());
-  for (const int nHolder : holders.GetSpan())
+  for (int nAt = 0; nAt < holders.GetSize(); ++nAt)
   {
+    // Beside a table the first entry counts, and has to be that of the newest stream.
+    const int nHolder = holders[bBeside ? holders.GetSize() - 1 - nAt : nAt];
     CObjectStream stream(this, nHolder);
     if (!DecodeObjectStream(stream))
       continue;
@@ -509,10 +512,14 @@ void CFile::EnterRecoveredHolders(const BSE::CBasicArray<int>& holders)
       const int nNumber = stream.GetNumberAt(i);
       if (nNumber < 1 || nNumber > BSE::g_nMaxObjNumber)
         continue;
+      if (bBeside && m_xref.GetEntry(nNumber).m_nType != eXRefFree)
+        continue;
       // Of two objects with one number the later one in the file is the newer.
-      const TXRefEntry& entry = m_xref.GetEntry(nNumber);
-      if (entry.m_nType != eXRefInUse || entry.m_nOffset < nPosition)
-        m_xref.SetCompressed(nNumber, nHolder, i);
+      const TXRefEntry& entry = bBeside ? m_scanned.GetEntry(nNumber) : m_xref.GetEntry(nNumber);
+      if (entry.m_nType == eXRefInUse && entry.m_nOffset >= nPosition)
+        continue;
+      m_xref.SetCompressed(nNumber, nHolder, i);
+      m_scanned.Remove(nNumber);
     }
   }
 }
@@ -661,7 +668,7 @@ void CFile::ReleaseAll()
   m_nFirstBytes = m_nAgainBytes = 0;
   m_nReadFailure = 0;
   m_bWantObjectStreams = m_bSplitXRef = m_bOpened = m_bRecoveryDone = m_bRootAssumed = false;
-  m_bScanning = m_bXRefIncomplete = false;
+  m_bScanning = m_bXRefIncomplete = m_bHoldersBeside = false;
   m_bHeaderWritten = m_bAppending = m_bDirty = m_bFailed = false;
   m_nFileSize = m_nSavedBytes = m_nXRefPosition = m_nRevisionStart = 0;
   m_nFlushedStreams = 0;

@@ -318,7 +318,7 @@ private:
 
   // Entries for what object streams hold, unless a plain object of that number stands behind them; for
   // streams that a scan has found, in the order of the file.
-  void EnterRecoveredHolders(const BSE::CBasicArray<int>& holders);
+  void EnterRecoveredHolders(const BSE::CBasicArray<int>& holders, bool bBeside);
   void UnloadAll();
 
   // Reading
@@ -372,6 +372,7 @@ private:
   bool m_bRootAssumed = false;
   bool m_bScanning = false;        // the reader is in the middle of something: nothing may be loaded
   bool m_bXRefIncomplete = false;  // objects may exist that the table calls free
+  bool m_bHoldersBeside = false;   // the table stays, where it does not call a number free
 
   // Writing
   BSE::CObjectPtr<BSE::IByteStream> m_pOutput;  // working output

@@ -149,10 +149,11 @@ void CFileLoader::TakeId(const CObjectPtr& trailer, bool bFirst)
   const CObjectPtr id = trailer["ID"];
   if (!m_file.m_id && m_file.m_id1.IsEmpty() && (id.IsIndirect() || id[0].IsIndirect() || id[1].IsIndirect()))
     m_file.m_id = id;
-  if (id.GetSize() != 2)
+  // The first part alone is against the rules, but keys are made of it.
+  if (!id.IsArray() || !id[0].IsString())
     return;
   const CString first = id[0].GetStringValue();
-  const CString second = id[1].GetStringValue();
+  const CString second = id[1].IsString() ? id[1].GetStringValue() : first;
   if (bFirst || m_file.m_id1.IsEmpty())
   {
     m_file.m_id1 = first;
@@ -187,6 +188,7 @@ void CFileLoader::AddHidden(int nTable, const CObjectPtr& place)
     return;
   }
   const std::int64_t nPos = GetIntegerOr(place, 0);
+  m_file.m_bXRefIncomplete = m_file.m_bXRefIncomplete || (place && nPos <= 0);
   // Of a stream that several revisions name, the newest one counts.
   if (nPos <= 0 || m_visited.Contains(nPos))
     return;

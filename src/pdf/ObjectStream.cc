@@ -54,12 +54,6 @@ bool CObjectStream::Load()
     return false;
   const std::int64_t nCount = GetIntegerOr(object["N"], 0);
   m_nFirst = GetIntegerOr(object["First"], 0);
-  if (nCount != 0 && m_nFirst <= 0)
-  {
-    BSE::CTracer::Trace("E", "libpdf", "Invalid first object position in compressed object stream %d",
-                        m_nObjNumber);
-    return false;
-  }
   if (!DecodeData(static_cast<CIndirectObject&>(*object)))
     return false;
   BSE::CObjectPtr<BSE::CBufferedInputStream> pReader(
@@ -113,6 +107,22 @@ void CObjectStream::ReadIndex(std::int64_t nCount)
       entry.m_nOffset = scanner.GetInteger();
     m_index.Add(entry);
   }
+  MendFirst();
+}
+
+// The objects begin where the index ends, whatever the dictionary says.
+void CObjectStream::MendFirst()
+{
+  CScanner& scanner = m_pParser->GetScanner();
+  const bool bEarly = scanner.GetToken() == eTokenInteger && m_pParser->Tell() > m_nFirst;
+  if (m_index.IsEmpty() || !bEarly)
+    return;
+  BSE::CTracer::Trace("E", "libpdf", "Invalid first object position in compressed object stream %d",
+                      m_nObjNumber);
+  scanner.RecordPositions(true);
+  scanner.ReadToken();
+  m_nFirst = scanner.GetTokenPos();
+  scanner.RecordPositions(false);
 }
 
 void CObjectStream::Unload()
@@ -194,7 +204,9 @@ bool CObjectStream::GetObject(CIndirectObject& object, int nIndex, bool bFirst)
   }
   object.SetParsed(value.Get(), nullptr);
   object.SetCost(nCost);
-  if (m_bDamaged || m_pParser->IsCut())
+  // A stream in a stream is no object that the format knows: its data are lost.
+  const bool bStream = value.IsDictionary() && scanner.GetToken() == eTokenStream;
+  if (m_bDamaged || m_pParser->IsCut() || bStream)
     m_pFile->NoteDamage(object.GetObjNumber(), g_nNotRepairable);
   return true;
 }

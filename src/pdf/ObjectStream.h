@@ -49,6 +49,7 @@ private:
 
   bool DecodeData(CIndirectObject& stream);
   void ReadIndex(std::int64_t nCount);
+  void MendFirst();
   int FindEntry(int nObjNumber, int nIndex);
   int FindByNumber(int nObjNumber);
 

@@ -313,8 +313,14 @@ CObjectPtr CParser::ParseReference()
   const std::int64_t nGeneration = m_scanner.GetInteger();
   m_scanner.ReadToken();
   m_scanner.ReadToken();
-  if (nNumber < 1 || nNumber > BSE::g_nMaxObjNumber || nGeneration < 0 || nGeneration > 65535)
+  if (nNumber < 1)
     return CObjectPtr();
+  if (nNumber > BSE::g_nMaxObjNumber || nGeneration < 0 || nGeneration > 65535)
+  {
+    // It may lead to an object that is there, and is not read.
+    m_bCut = true;
+    return CObjectPtr();
+  }
   return m_pFile->GetObject(static_cast<int>(nNumber), static_cast<int>(nGeneration));
 }
 

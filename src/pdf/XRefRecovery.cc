@@ -51,7 +51,7 @@ bool CXRefRecovery::Run(bool bSecondary)
   Scan();
   scanner.StopStringsAtEndObj(false);
   scanner.RecordPositions(false);
-  if (!bSecondary)
+  if (!bSecondary || m_file.m_bXRefIncomplete)
   {
     ReadStreamObjects();
     m_file.NotifyXRefChanged();
@@ -94,7 +94,7 @@ void CXRefRecovery::Scan()
                     first.m_nPos - nHeaderOffset);
       break;
     case eTokenStream:
-      if (m_nLastPos >= 0 && !m_bSecondary)
+      if (m_nLastPos >= 0 && (!m_bSecondary || m_file.m_bXRefIncomplete))
         m_streams.Add({m_nLastObject, m_nLastPos});
       m_nLastPos = -1;
       scanner.SkipStreamEol();
@@ -174,7 +174,8 @@ void CXRefRecovery::ReadStreamObjects()
     const BSE::CErrorSuppressor quiet(m_file.OnGetErrorHandler());
     for (const TStreamObject& stream : m_streams.GetSpan())
     {
-      if (m_file.m_xref.GetEntry(stream.m_nObjNumber).m_nOffset != stream.m_nPos)
+      if (m_file.m_xref.GetEntry(stream.m_nObjNumber).m_nOffset != stream.m_nPos &&
+          m_file.m_scanned.GetEntry(stream.m_nObjNumber).m_nOffset != stream.m_nPos)
         continue;
       const CObjectPtr object = m_file.m_xref.GetObject(stream.m_nObjNumber, -1);
       const CObjectPtr type = object["Type"];
@@ -184,17 +185,19 @@ void CXRefRecovery::ReadStreamObjects()
         m_xrefTrailer = object.GetValueObject();
     }
   }
-  if (!m_bTrailerFound && m_xrefTrailer)
+  if (!m_bSecondary && !m_bTrailerFound && m_xrefTrailer)
   {
     TakeTrailer(m_xrefTrailer);
     m_bTrailerFound = true;
   }
-  if (m_file.m_encrypt)
+  m_file.m_bHoldersBeside = m_bSecondary;
+  if (m_file.m_encrypt && !m_file.m_pSecurity)
     m_file.m_recoveredHolders = holders;
   else
-    m_file.EnterRecoveredHolders(holders);
+    m_file.EnterRecoveredHolders(holders, m_bSecondary);
   // What was met while entries were missing is met again.
-  m_file.m_damage.RemoveAll();
+  if (!m_bSecondary)
+    m_file.m_damage.RemoveAll();
 }
 
 }  // namespace PDF

@@ -17,7 +17,8 @@ public:
   // cross-reference streams. Objects in object streams get entries where no plain object of their number
   // stands behind the stream. False, reported, without a trailer or a root in it.
   // Secondary form: table and trailer stay, and what the table lacks or has at a wrong place goes into the
-  // file's second table. Always true.
+  // file's second table; of a table that is not whole, what it calls free and an object stream holds gets an
+  // entry. Always true.
   bool Run(bool bSecondary);
 
 private:

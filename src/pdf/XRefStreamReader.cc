@@ -108,12 +108,13 @@ TXRefOutcome ReadXRefStream(CIndirectObject& object, CXRefSink& sink)
     bComplete = ReadSubsection(*pStream, sink, widths, nFirst, nCount);
   }
   // Behind the last entry stands what tells whether the entries are the ones that were written.
-  pStream->GetByte();
+  const bool bMore = pStream->GetByte() >= 0;
   if (sink.IsExhausted() || BSE::HasGap(pData.Get()))
     return eXRefBroken;
   if (!bComplete)
     BSE::CTracer::Trace("E", "XRef Stream", "Stream is too short.");
-  return bComplete ? eXRefWhole : eXRefShort;
+  // Entries behind those that are announced belong to numbers that nobody knows.
+  return bComplete && !bMore ? eXRefWhole : eXRefShort;
 }
 
 }  // namespace PDF

@@ -229,10 +229,14 @@ TEST(Damage, HybridRevisionFreesWhatItsStreamHasNot)
   EXPECT_EQ(opened.String(4), "");
   EXPECT_EQ(opened.String(6), "six");
   EXPECT_EQ(opened.m_file.GetXRefForm(), eXRefHybrid);
-  // A stream that cannot be read hides objects, but nothing of the table.
-  TOpened bad(Replace(text, "7 0 obj", "7 0 xbj"));
+  // A stream that cannot be read hides objects, which are looked for, but nothing of the table.
+  const std::string sNoStream = Replace(text, "7 0 obj", "7 0 xbj");
+  TOpened found(sNoStream);
+  ASSERT_TRUE(found.m_bOpened);
+  EXPECT_EQ(found.String(3), "three");
+  EXPECT_EQ(found.String(6), "six");
+  TOpened bad(Replace(sNoStream, "5 0 obj", "5 0 xbj"));
   ASSERT_TRUE(bad.m_bOpened);
-  EXPECT_EQ(bad.String(3), "three");
   bad.m_file.GetObject(6, 0)->Load();
   EXPECT_NE(bad.m_file.GetDamage(6), 0U);
 }
