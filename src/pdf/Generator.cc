@@ -8,6 +8,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
+#include <cstring>
 
 namespace PDF
 {
@@ -100,8 +102,12 @@ void CGenerator::WriteInteger(std::int64_t nValue)
 void CGenerator::WriteReal(double dValue, int nSignificant, int nDecimals)
 {
   char buffer[g_nMaxNumberLength];
-  const int nLength = FormatReal(dValue, buffer, nSignificant, nDecimals);
-  WriteBytes(buffer, static_cast<std::size_t>(nLength));
+  const auto nLength = static_cast<std::size_t>(FormatReal(dValue, buffer, nSignificant, nDecimals));
+  WriteBytes(buffer, nLength);
+  // Without a point readers take it for an integer, which has 32 bits in some and costs others the object.
+  constexpr double dFirstLarge = 2147483648.0;
+  if (std::fabs(dValue) >= dFirstLarge && !std::memchr(buffer, '.', nLength))
+    WriteByte('.');
 }
 
 void CGenerator::WriteString(const CString& value)

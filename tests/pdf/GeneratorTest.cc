@@ -154,6 +154,7 @@ TEST(Generator, RendersValuesInBothLayouts)
   EXPECT_EQ(Render(root.Get()), "<<\n/Kids [null true <<\n/A#23#2F#20#FF 0.5\n>> []]\n/N -3\n>>");
   EXPECT_EQ(Render(root.Get(), eLayoutCompact), "<</Kids [null true <</A#23#2F#20#FF 0.5>> []] /N -3>>");
   EXPECT_EQ(Render(nullptr), "null");
+  EXPECT_EQ(Render(CObjectPtr(new CRealObject(-4294967296.0)).Get()), "-4294967296.");
   EXPECT_EQ(Render(CObjectPtr(new CDictionaryObject).Get()), "<<\n>>");
   reference.AddRef();
   EXPECT_EQ(Render(&reference), "12 3 R");
