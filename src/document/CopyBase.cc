@@ -66,14 +66,32 @@ CObjectPtr CCopyBase::GetOrCreateCopy(const CObjectPtr& source, bool& bCreated)
   return m_pTarget->GetOrCreateCopy(m_pSource, source.GetObjNumber(), bCreated, nGroup);
 }
 
+bool CCopyBase::IsInTree(const CObjectPtr& source) const
+{
+  return m_pSourceTree && m_pSourceTree->IsTreeObject(source.GetObjNumber());
+}
+
 bool CCopyBase::IsPageObject(const CObjectPtr& source) const
 {
-  if (m_pSourceTree && m_pSourceTree->IsTreeObject(source.GetObjNumber()))
+  if (IsInTree(source))
     return true;
   if (!source.IsDictionary() || source.IsStream())
     return false;
   const CObjectPtr type = source["Type"];
   return type.IsName("Page") || (type.IsName("Pages") && source["Kids"].IsArray());
+}
+
+bool CCopyBase::LeadsElsewhere(const CObjectPtr& source, CObjectPtr& next)
+{
+  // What has a copy and what is a page need not be loaded.
+  if (!m_pSource || source.GetFile() != m_pSource || GetCopy(source) || IsInTree(source))
+    return false;
+  const CObjectPtr value = source.GetValueObject();
+  if (value && !value.IsIndirect())
+    return false;
+  TellDamage(source);
+  next = value;
+  return true;
 }
 
 bool CCopyBase::IsLeftToOther(const CObjectPtr& source)

@@ -10,6 +10,9 @@ namespace PDF
 class CBTree;
 class CObjectTraverser;
 
+// "The file is corrupt and cannot be repaired.": what is in the way of a copier and fits into no document.
+inline constexpr unsigned g_nNotCopied = 0x80410113U;
+
 // What every copier shares: the two files, and how one object is carried from the one to the other. The map
 // of object numbers belongs to the target file, so that copiers on the same pair of files see each other's
 // copies.
@@ -105,6 +108,13 @@ protected:
     BSE::CBasicArray<int> m_putOffOrder;
     CNumberSet m_omitted;  // that the tree leaves out
   };
+
+  // True for an object of the source's page tree, which is known without a look at it.
+  bool IsInTree(const CObjectPtr& source) const;
+
+  // True for a reference to nothing, whose copy is null, and for one to a reference, which is next. Loading
+  // has cut chains of these, so that a visitor may follow them with a recursion.
+  bool LeadsElsewhere(const CObjectPtr& source, CObjectPtr& next);
 
   // True for an object that is filled by somebody else: a page or a node of a page tree, or an element of the
   // structure tree, which is put off until the tree is copied.

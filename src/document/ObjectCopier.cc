@@ -25,6 +25,9 @@ CObjectPtr CObjectCopier::VisitArray(const CObjectPtr& object)
 
 CObjectPtr CObjectCopier::VisitIndirect(const CObjectPtr& object)
 {
+  CObjectPtr next;
+  if (LeadsElsewhere(object, next))
+    return next ? VisitIndirect(next) : CObjectPtr();
   bool bCreated = false;
   const CObjectPtr target = GetOrCreateCopy(object, bCreated);
   if (bCreated)

@@ -7,8 +7,9 @@ namespace PDF
 {
 
 // Copies objects from a source file to a target file. Direct containers are built anew, scalars are shared,
-// references become references to copies; an object is copied once. A null returned for an entry leaves the
-// entry out, for an element it keeps a null in its place. Stream parts are passed on as they are.
+// references become references to copies; an object is copied once. A reference to nothing gives null, one to
+// a reference that to which it leads. A null returned for an entry leaves the entry out, for an element it
+// keeps a null in its place. Stream parts are passed on as they are.
 //
 // The copy of a reference does not depend on the file's depth: from a small depth on the target object is
 // made and entered in the map, and the copy itself waits on a list that the outermost visit works off. An

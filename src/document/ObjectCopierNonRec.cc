@@ -15,6 +15,9 @@ CObjectPtr CObjectCopierNonRec::VisitArray(const CObjectPtr& object)
 
 CObjectPtr CObjectCopierNonRec::VisitIndirect(const CObjectPtr& object)
 {
+  CObjectPtr next;
+  if (LeadsElsewhere(object, next))
+    return next ? VisitIndirect(next) : CObjectPtr();
   bool bCreated = false;
   const CObjectPtr target = GetOrCreateCopy(object, bCreated);
   if (bCreated && !IsLeftToOther(object))

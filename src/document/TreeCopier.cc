@@ -76,9 +76,13 @@ void CTreeCopier::CopyTree(const CObjectPtr& root, const CObjectPtr& target)
   m_bWalking = true;
   m_visited.RemoveAll();
   m_visited.Add(root.GetObjNumber());
+  m_unreached.RemoveAll();
   CopyNode(root, target);
   CopyChildren(root, target);
   m_bWalking = false;
+  for (const int nNumber : m_unreached.GetSpan())
+    if (!m_visited.Contains(nNumber))
+      BSE::ReportLoss(GetSource()->GetObject(nNumber, -1).Get(), g_nNotCopied);
 }
 
 bool CTreeCopier::IsKept(const CObjectPtr&)
@@ -188,6 +192,10 @@ void CTreeCopier::EndLevel(BSE::CScopedPtr<TLevel>& pLevel)
 {
   // The list ends at a node that is not there, or that could not be read.
   TellDamage(pLevel->m_next);
+  // A list that breaks off in front of its last node has nodes that no walk finds.
+  const CObjectPtr last = pLevel->m_source["Last"];
+  if (last.IsDictionary() && last.IsIndirect() && !m_visited.Contains(last.GetObjNumber()))
+    m_unreached.Add(last.GetObjNumber());
   const CObjectPtr count = pLevel->m_source["Count"];
   const bool bOpen = count.GetIntegerValue() > 0;
   if (pLevel->m_first)

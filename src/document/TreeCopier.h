@@ -8,7 +8,8 @@ namespace PDF
 
 // Copies a tree whose nodes are linked by "First", "Next", "Prev", "Last" and "Parent", as outlines are
 // (ISO 32000-1, 12.3.3). The walk uses no recursion: one path of nodes is in memory, of any length. A node
-// met twice ends its list of siblings, with a trace line.
+// met twice ends its list of siblings, with a trace line. A list that ends in front of the node that its
+// parent calls the last is reported as a loss.
 class CTreeCopier : public CObjectCopier
 {
 public:
@@ -44,6 +45,7 @@ private:
 
   CObjectTraverser* m_pOwner;
   CNumberSet m_visited;
+  BSE::CBasicArray<int> m_unreached;  // named as the last of a list that did not come to them
   bool m_bWalking = false;
 };
 

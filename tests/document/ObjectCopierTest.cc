@@ -63,7 +63,7 @@ TYPED_TEST_SUITE(CCopierTest, TCopiers);
 
 TYPED_TEST(CCopierTest, CopiesGraphs)
 {
-  CFilePair files({{10, "[11 0 R 11 0 R 12 0 R 13 0 R 19 0 R null <</A[/N(s)1 2.5 true]/B null>>14 0 R]"},
+  CFilePair files({{10, "[11 0 R 11 0 R 12 0 R 13 0 R null <</A[/N(s)1 2.5 true]/B null>>]"},
                    {11, "<</Other 12 0 R/Self 11 0 R>>"},
                    {12, "<</Back 11 0 R>>"},
                    {13, "<</Length 15 0 R/Filter/X>>stream\nabcde\nendstream"},
@@ -77,12 +77,25 @@ TYPED_TEST(CCopierTest, CopiesGraphs)
   EXPECT_EQ(copy[0], copy[1]);
   EXPECT_EQ(copy[0]["Self"], copy[0]);
   EXPECT_EQ(copy[0]["Other"]["Back"], copy[0]);
-  EXPECT_TRUE(copy[4].IsIndirect());
-  EXPECT_EQ(copy[4].GetValueObject(), CObjectPtr());
-  EXPECT_TRUE(copy[5].IsNull());
+  EXPECT_TRUE(copy[4].IsNull());
   EXPECT_TRUE(files.GetCopy(15).IsNull());     // the length has become direct
   EXPECT_FALSE(files.GetCopy(11)->IsDirty());  // written when it was done
   EXPECT_EQ(files.Copy(copier, 10), copy);
+}
+
+TYPED_TEST(CCopierTest, FollowsReferencesThatLeadElsewhere)
+{
+  CFilePair files({{10, "[11 0 R 12 0 R 99 0 R 13 0 R 14 0 R]"},
+                   {11, "12 0 R"},
+                   {12, "(end)"},
+                   {13, "14 0 R"},
+                   {14, "13 0 R"}});
+  TypeParam copier;
+  const CObjectPtr copy = files.Copy(copier, 10);
+  EXPECT_EQ(Describe(copy, 2), "[(end) (end) null null null]");
+  EXPECT_EQ(copy[0], copy[1]);
+  for (const int i : {2, 3, 4})
+    EXPECT_FALSE(copy[i].IsIndirect()) << i;
 }
 
 TYPED_TEST(CCopierTest, DoesNotCopyPages)
