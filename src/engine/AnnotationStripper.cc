@@ -124,7 +124,8 @@ TAnnotationFate CAnnotationStripper::DecideWidget(const CObjectPtr& widget)
   {
     if (field.m_bValue)
       TellSignature(widget);
-    return TAnnotationFate::Flatten;
+    // A stamp without an appearance is drawn by readers as they like, with a text that nobody wrote.
+    return HasNormalAppearance(widget) ? TAnnotationFate::Flatten : TAnnotationFate::Drop;
   }
   if (Has(eStripForms))
     return TAnnotationFate::Drop;

@@ -20,7 +20,8 @@ enum class TAnnotationFate
 };
 
 // Decides which annotations of a page the options take away. An annotation that is to be flattened and shows
-// nothing (it is not visible, or is a link without a border and without an appearance) is simply dropped.
+// nothing (it is not visible, or is a link without a border and without an appearance, or a signature without
+// an appearance) is simply dropped.
 class CAnnotationStripper
 {
 public:

@@ -36,6 +36,15 @@ bool CObjectStripper::IsDropped(const CObjectPtr& object)
   return true;
 }
 
+// One that no field tells of is told here.
+bool CObjectStripper::JudgeSignature(const CObjectPtr& object)
+{
+  if (!IsSignature(object))
+    return false;
+  m_annotations.TellSignatureOnce();
+  return true;
+}
+
 bool CObjectStripper::Judge(const CObjectPtr& object)
 {
   const CObjectPtr type = object["Type"];
@@ -44,7 +53,7 @@ bool CObjectStripper::Judge(const CObjectPtr& object)
   if (type.IsName("Annot"))
     return Decide(object) == TAnnotationFate::Drop;
   if (type.IsName("Sig") || type.IsName("DocTimeStamp"))
-    return IsSignature(object);
+    return JudgeSignature(object);
   const bool bStructure = type.IsName("StructElem") || type.IsName("StructTreeRoot");
   return bStructure && (m_options.m_nStrip & eStripStructure) != 0;
 }
@@ -53,7 +62,7 @@ bool CObjectStripper::JudgeUntyped(const CObjectPtr& object)
 {
   if (object["Rect"].IsArray() && IsAnnotationSubtype(object["Subtype"]))
     return Decide(object) == TAnnotationFate::Drop;
-  if (IsSignature(object))
+  if (JudgeSignature(object))
     return true;
   if (m_annotations.IsLostField(object))
   {

@@ -55,6 +55,7 @@ public:
 
 private:
   bool Judge(const CObjectPtr& object);
+  bool JudgeSignature(const CObjectPtr& object);
   bool JudgeUntyped(const CObjectPtr& object);
 
   const TOptimizerOptions& m_options;

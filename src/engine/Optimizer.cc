@@ -1,5 +1,6 @@
 #include "engine/Optimizer.h"
 
+#include "base/Tracer.h"
 #include "document/BTree.h"
 #include "engine/StreamRecompressor.h"
 #include "pdf/linearize/Linearizer.h"
@@ -13,6 +14,9 @@ namespace
 {
 
 constexpr unsigned g_nInvalidCompliance = 0x83410546U;
+
+// Object numbers for which the search for equal objects may take memory in any file.
+constexpr int g_nFreeNumbers = 1 << 20;
 
 // What describes the program that wrote the input, not its contents.
 constexpr const char* g_writerKeys[] = {"Producer", "ModDate", nullptr};
@@ -202,12 +206,20 @@ void COptimizer::FindDuplicates()
 {
   m_redundant.RemoveAll();
   m_equal.RemoveAll();
+  // The tables have a place for each number up to the highest one, which a file of a few bytes may choose.
+  CFile& file = m_input.GetFile();
+  const int nNumbers = file.GetObjectCount();
+  if (nNumbers > g_nFreeNumbers && nNumbers > file.GetInput()->GetLength())
+  {
+    BSE::CTracer::Trace("I", "PDF Optimizer", "Object numbers are too sparse to find equal objects.");
+    return;
+  }
   if (m_options.m_bRemoveRedundantObjects)
     m_redundant.Run(m_input, eResourceAll);
   else if (m_options.m_bMergeFonts)
     m_redundant.Run(m_input, eResourceFont);
   if (m_options.m_bMergeEqualObjects)
-    m_equal.Run(m_input.GetFile(), m_redundant.GetTable(), m_options.m_bRecompressStreams);
+    m_equal.Run(file, m_redundant.GetTable(), m_options.m_bRecompressStreams);
 }
 
 CObjectPtr COptimizer::GetStandIn(const CObjectPtr& object)
@@ -229,8 +241,7 @@ CObjectPtr COptimizer::VisitIndirect(const CObjectPtr& object)
   // What has a copy was let in, and pages are: they need not be loaded here.
   if (const CObjectPtr copy = GetCopy(source))
     return copy;
-  const bool bPage = m_pSourceTree && m_pSourceTree->IsTreeObject(source.GetObjNumber());
-  if (bPage || (!m_stripper.WasDropped(object) && !m_stripper.IsDropped(source)))
+  if (IsInTree(source) || (!m_stripper.WasDropped(object) && !m_stripper.IsDropped(source)))
     return CDocumentCopierT<CObjectCopier>::VisitIndirect(source);
   source->Unload();
   return {};

@@ -186,6 +186,8 @@ CObjectPtr COptimizer::CopyAnnotations(const CObjectPtr& annots)
     if (fate == TAnnotationFate::Drop)
     {
       TellDamage(annotation);
+      if (annotation.IsArray() || annotation.IsStream())
+        BSE::ReportLoss(annots.IsIndirect() ? annots.Get() : m_pErrorContext, g_nNotCopied);
       if (annotation)
         annotation->Unload();
       continue;
@@ -255,12 +257,12 @@ CObjectPtr COptimizer::CopyWith(T& copier, const char* szKey, const CObjectPtr& 
   return copy;
 }
 
-// True also for a form without fields.
+// True also for a form without fields. A field in the place of the list is one that readers may show.
 bool COptimizer::HasOnlyLostFields(const CObjectPtr& form)
 {
   const CObjectPtr fields = form["Fields"];
   if (!fields.IsArray())
-    return true;
+    return !fields.IsDictionary() || m_stripper.IsLostField(fields);
   for (int i = 0; i < fields.GetSize(); ++i)
     if (!m_stripper.IsLostField(fields[i]))
       return false;

@@ -199,6 +199,17 @@ std::vector<TOddFile> MakeTokens()
   };
 }
 
+// A page that only an object stream has, beside a table that knows nothing of it.
+std::string MakeHidden(const std::string& sTrailer)
+{
+  const std::string sData = "5 0 " + g_sPage;
+  return MakeFile({g_sCatalog, "<</Type/Pages/Kids[5 0 R]/Count 1>>",
+                   "<</Type/ObjStm/N 1/First 4/Length " + std::to_string(sData.size()) + ">>\nstream\n" +
+                       sData + "\nendstream",
+                   g_sContents},
+                  sTrailer);
+}
+
 std::vector<TOddFile> MakeStructures()
 {
   const std::string sTrailer = "trailer\n<</Size 6/Root 1 0 R>>\n";
@@ -222,6 +233,48 @@ std::vector<TOddFile> MakeStructures()
       {"NoEndOfCompressedObjects", MakeCompressed(3, -1, false)},
       {"Compressed", MakeCompressed(3, -1, true)},
       {"TooFewCompressedObjects", MakeCompressed(2, -1, true), 1, TOutcome::Either, {}},
+      {"CompressedObjectsAnnouncedTooEarly",
+       ReplaceText(MakeCompressed(3, -1, true), "/First 1", "/First 0")},
+      {"StreamAmongCompressedObjects",
+       ReplaceText(MakeCompressed(3, -1, true), "/Resources<<>>>>", "        >>stream"), 1, TOutcome::Loss},
+      {"MoreEntriesThanAnnounced", ReplaceText(MakeCompressed(3, -1, true), "/Size 7", "/Size 3")},
+      {"HybridWithoutItsStreamOfEntries", MakeHidden("/XRefStm 99999")},
+      {"HybridWhoseStreamOfEntriesIsNoNumber", MakeHidden("/XRefStm 98 0 R")},
+      {"NumberBeyondAllLimits",
+       MakeFile({g_sCatalog, "<</Type/Pages/Kids[3 0 R 99999999 0 R]/Count 2>>", g_sPage, g_sContents}), 1,
+       TOutcome::Loss},
+      {"IdOfOnePart", MakePlain("/ID[(abc)]"), 1, TOutcome::Whole, {"(abc)"}},
+  };
+}
+
+std::vector<TOddFile> MakeParts()
+{
+  const auto withCatalogue = [](const std::string& sEntry, const std::vector<std::string>& further)
+  {
+    std::vector<std::string> bodies = {"<</Type/Catalog/Pages 2 0 R" + sEntry + ">>", g_sTree, g_sPage,
+                                       g_sContents};
+    bodies.insert(bodies.end(), further.begin(), further.end());
+    return MakeFile(bodies);
+  };
+  const std::string sField = "<</FT/Tx/T(a)/Kids[]>>";
+  return {
+      {"OutlineWithoutAFirstItem", withCatalogue("/Outlines 5 0 R", {"<</Last 6 0 R>>", "<</Title(t)>>"}), 1,
+       TOutcome::Loss},
+      {"OutlineThatDoesNotSayItsLastItem",
+       withCatalogue("/Outlines 5 0 R", {"<</First 6 0 R/Last 6 0 R>>", "<</Title(t)/Next 7 0 R>>",
+                                         "<</Title(u)/Parent 5 0 R>>"}),
+       1,
+       TOutcome::Whole,
+       {"(t)", "(u)"}},
+      {"ListAmongAnnotations",
+       MakeWithPage(WithPageEntry("/Annots[null[5 0 R]]"), {"<</Subtype/Square/Rect[0 0 1 1]>>"}), 1,
+       TOutcome::Loss},
+      {"InformationThatIsAString", MakePlain("/Info(abc)"), 1, TOutcome::Loss},
+      {"FieldInPlaceOfTheirList",
+       withCatalogue("/AcroForm<</Fields 5 0 R>>", {sField}),
+       1,
+       TOutcome::Whole,
+       {"/AcroForm", "/Tx"}},
   };
 }
 
@@ -264,6 +317,7 @@ std::string GetName(const testing::TestParamInfo<TOddFile>& info)
 
 INSTANTIATE_TEST_SUITE_P(Tokens, OddFiles, testing::ValuesIn(MakeTokens()), GetName);
 INSTANTIATE_TEST_SUITE_P(Structures, OddFiles, testing::ValuesIn(MakeStructures()), GetName);
+INSTANTIATE_TEST_SUITE_P(Parts, OddFiles, testing::ValuesIn(MakeParts()), GetName);
 INSTANTIATE_TEST_SUITE_P(Trees, OddFiles, testing::ValuesIn(MakeTrees()), GetName);
 
 void ExpectOutcome(CSaver& saver, const TOddFile& file, const std::string& sOut)

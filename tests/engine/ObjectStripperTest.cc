@@ -97,7 +97,8 @@ std::string MakeForm()
   const std::string sWidget = "/Type /Annot /Subtype /Widget /Rect [0 0 9 9] ";
   const int nText = addKid("text", sWidget + "/FT /Tx");
   const int nHidden = addKid("hidden", sWidget + "/FT /Tx /F 2");
-  const int nMerged = addKid("merged", sWidget + "/V << /Type /Sig >>");
+  const int nMerged = addKid("merged", sWidget + "/V << /Type /Sig >> /AP << /N " +
+                                           Ref(builder.AddStream("", "/BBox [0 0 9 9]")) + " >>");
   const int nField = builder.ReserveObject();
   const int nWidget = builder.AddObject("<< /NM (widget) " + sWidget + "/Parent " + Ref(nField) + " >>");
   builder.SetObject(nField, "<< /NM (field) /Parent " + Ref(nParent) + " /V << /ByteRange [0] >> /Kids [" +
