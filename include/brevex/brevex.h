@@ -377,8 +377,9 @@ BREVEX_API int BrevexGetInputEncryption(TBrevexHandle* pHandle, TBrevexEncryptio
  * until the document is opened again. Failures: BREVEX_STATUS_INVALID_OPERATION without an open document, an
  * errno value or BREVEX_STATUS_CREATE_FAILED for the target, BREVEX_STATUS_WRITE_FAILED,
  * BREVEX_STATUS_READ_FAILED, BREVEX_STATUS_NO_PAGES where no page of the input can be read,
- * BREVEX_STATUS_CORRUPT where the input asks for work out of all proportion, BREVEX_STATUS_BAD_ENCRYPTION, BREVEX_STATUS_ENCRYPTED_ARCHIVE, BREVEX_STATUS_BAD_COMPLIANCE,
- * BREVEX_STATUS_OUT_OF_MEMORY, BREVEX_STATUS_FATAL.
+ * BREVEX_STATUS_CORRUPT where the input asks for work out of all proportion, BREVEX_STATUS_BAD_ENCRYPTION,
+ * BREVEX_STATUS_ENCRYPTED_ARCHIVE, BREVEX_STATUS_BAD_COMPLIANCE, BREVEX_STATUS_OUT_OF_MEMORY,
+ * BREVEX_STATUS_FATAL.
  */
 BREVEX_API int BrevexSaveAsA(TBrevexHandle* pHandle, const char* szFileName, const char* szUserPassword,
                              const char* szOwnerPassword, int nPermissions);
