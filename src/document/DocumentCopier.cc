@@ -17,6 +17,7 @@ namespace
 constexpr int g_nDefaultPermissions = 3900;
 constexpr unsigned g_nCryptFilterVersion = 0x1600;
 constexpr unsigned g_nSizeExceeded = 0x80300040;
+constexpr unsigned g_nNoTrailer = 0x8041010E;
 constexpr unsigned g_nNoRoot = 0x8041010F;
 
 // Entries that pages which are listed again may have in all, beyond so many for each byte of the file, of
@@ -150,6 +151,8 @@ void CDocumentCopierBase::TellCatalogue()
   // What it held besides the pages is not to be found.
   if (m_input.GetFile().IsRootAssumed())
     BSE::ReportLoss(m_pErrorContext, g_nNoRoot);
+  if (m_input.GetFile().IsInfoLost())
+    BSE::ReportLoss(m_pErrorContext, g_nNoTrailer);
 }
 
 bool CDocumentCopierBase::CheckPageTree()

@@ -52,7 +52,7 @@ protected:
   // what was taken for damaged.
   bool CheckInput();
 
-  // Reports what the catalogue lacks. To be called once in a save.
+  // Reports what the catalogue and the trailer lack. To be called once in a save.
   void TellCatalogue();
 
   // Reports the pages that the input's tree has lost. False, reported as the end of the save, if there is no

@@ -250,6 +250,12 @@ void CFile::NoteDamage(int nObjNumber, unsigned nCode)
     m_damage.SetAt(nObjNumber, static_cast<int>(nCode));
 }
 
+void CFile::NoteTrailer(const CObjectPtr& trailer, bool bCut)
+{
+  // Where the reference to the root is what is damaged, nothing else is known to be.
+  m_bTrailerCut = m_bTrailerCut || (bCut && trailer["Root"].IsIndirect());
+}
+
 std::int64_t CFile::GetTableOffset(int nObjNumber) const
 {
   const TXRefEntry& entry = m_xref.GetEntry(nObjNumber);
@@ -667,7 +673,7 @@ void CFile::ReleaseAll()
   m_nCachedBytes = m_nDecodedBytes = m_nRereadBytes = m_nAdmittedBytes = 0;
   m_nFirstBytes = m_nAgainBytes = 0;
   m_nReadFailure = 0;
-  m_bWantObjectStreams = m_bSplitXRef = m_bOpened = m_bRecoveryDone = m_bRootAssumed = false;
+  m_bWantObjectStreams = m_bSplitXRef = m_bOpened = m_bRecoveryDone = m_bRootAssumed = m_bTrailerCut = false;
   m_bScanning = m_bXRefIncomplete = m_bHoldersBeside = false;
   m_bHeaderWritten = m_bAppending = m_bDirty = m_bFailed = false;
   m_nFileSize = m_nSavedBytes = m_nXRefPosition = m_nRevisionStart = 0;

@@ -163,6 +163,9 @@ public:
 
   // True if the catalogue is lost, and the root is one that was assumed for the pages that were found.
   bool IsRootAssumed() const { return m_bRootAssumed; }
+
+  // True if a trailer lacks something that stood in it, and none names the document information.
+  bool IsInfoLost() const { return m_bTrailerCut && !m_info.IsDictionary(); }
   CObjectPtr GetInfo() const { return m_info; }
   CObjectPtr GetEncrypt() const { return m_encrypt; }
   void SetRoot(CObject* pRoot) { m_root = pRoot; }
@@ -311,6 +314,9 @@ private:
   // For a file that a scan has found no root of; false unless it may and can do without.
   bool FindRoot();
   bool ReadHeader();
+
+  // Remembers whether a trailer lacks something.
+  void NoteTrailer(const CObjectPtr& trailer, bool bCut);
   void ReadCatalogueVersion();
 
   // Once objects can be loaded.
@@ -370,6 +376,7 @@ private:
   bool m_bRecoveryDone = false;
   bool m_bLenient = false;
   bool m_bRootAssumed = false;
+  bool m_bTrailerCut = false;
   bool m_bScanning = false;        // the reader is in the middle of something: nothing may be loaded
   bool m_bXRefIncomplete = false;  // objects may exist that the table calls free
   bool m_bHoldersBeside = false;   // the table stays, where it does not call a number free

@@ -112,7 +112,9 @@ CFileLoader::TOutcome CFileLoader::ReadTrailerAt(std::int64_t nPos, CObjectPtr& 
   {
     if (scanner.FindForward("trailer") < 0 || !TakeBytes(nStart))
       return eNoTrailer;
+    parser.BeginValue();
     trailer = parser.ParseValue();
+    m_file.NoteTrailer(trailer, parser.IsCut());
     if (!trailer.IsDictionary() || trailer.IsIndirect())
       return eNoTrailer;
   }
@@ -122,6 +124,7 @@ CFileLoader::TOutcome CFileLoader::ReadTrailerAt(std::int64_t nPos, CObjectPtr& 
     if (!parser.ParseIndirectObject(stream.Get(), nStart) || !stream->IsStream() || !TakeBytes(nStart))
       return eMalformed;
     trailer = stream->GetValueObject();
+    m_file.NoteTrailer(trailer, parser.IsCut());
     scanner.ReadToken();
   }
   else

@@ -102,7 +102,9 @@ void CXRefRecovery::Scan()
       break;
     case eTokenTrailer:
     {
+      parser.BeginValue();
       const CObjectPtr trailer = parser.ParseValue();
+      m_file.NoteTrailer(trailer, parser.IsCut() && !m_bSecondary);
       if (trailer.GetType() == eDictionary && !m_bSecondary)
       {
         TakeTrailer(trailer);
@@ -182,7 +184,10 @@ void CXRefRecovery::ReadStreamObjects()
       if (type.IsName("ObjStm"))
         holders.Add(stream.m_nObjNumber);
       else if (type.IsName("XRef") && object["Root"])
+      {
         m_xrefTrailer = object.GetValueObject();
+        m_file.NoteTrailer(m_xrefTrailer, m_file.GetDamage(stream.m_nObjNumber) != 0);
+      }
     }
   }
   if (!m_bSecondary && !m_bTrailerFound && m_xrefTrailer)

@@ -228,6 +228,7 @@ std::vector<TOddFile> MakeStructures()
       {"ManySections", MakeManySections(3000)},
       {"FreedByAHybridUpdate", MakeHybridFree(), 1, TOutcome::Whole, {"(six)"}},
       {"NoTrailer", CutAt(MakePlain(), "trailer")},
+      {"NoInfoInADamagedTrailer", MakePlain("/Info 4 0 Q"), 1, TOutcome::Loss},
       {"NoCatalogue", ReplaceText(MakePlain(), "1 0 obj", "1 0 xbj"), 1, TOutcome::Loss},
       {"NoHeader", ReplaceText(MakePlain(), "%PDF-1.4\n", "")},
       {"NoEndOfCompressedObjects", MakeCompressed(3, -1, false)},
