@@ -205,7 +205,7 @@ bool CObjectStream::GetObject(CIndirectObject& object, int nIndex, bool bFirst)
   object.SetParsed(value.Get(), nullptr);
   object.SetCost(nCost);
   // A stream in a stream is no object that the format knows: its data are lost.
-  const bool bStream = value.IsDictionary() && scanner.GetToken() == eTokenStream;
+  const bool bStream = value && value->GetType() == eDictionary && scanner.GetToken() == eTokenStream;
   if (m_bDamaged || m_pParser->IsCut() || bStream)
     m_pFile->NoteDamage(object.GetObjNumber(), g_nNotRepairable);
   return true;
