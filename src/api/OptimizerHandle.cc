@@ -148,8 +148,15 @@ bool COptimizerHandle::SaveFile(const char* szFileName, const PDF::TEncryption& 
     BSE::ReportEnd(this, BSE::g_nInvalidOperation);
     return Conclude(false);
   }
-  const BSE::CObjectPtr<BSE::IByteStream> pStream(new BSE::CFileStream(szFileName, BSE::eFileWrite, this));
-  return pStream->IsValid() ? SaveWith(pStream.Get(), encryption) : FailFile();
+  const BSE::CObjectPtr<BSE::CFileStream> pFile(new BSE::CFileStream(szFileName, BSE::eFileWrite, this));
+  if (!pFile->IsValid())
+    return FailFile();
+  const bool bSaved = m_optimizer.Save(pFile.Get(), encryption);
+  // Some systems tell only at the end what they could not keep: a quota, a server that is gone.
+  const bool bClosed = pFile->Close();
+  if (!bClosed)
+    Fail(BSE::CTLSError::Get()->GetCode());
+  return Conclude(bSaved && bClosed);
 }
 
 bool COptimizerHandle::SaveStream(const TBrevexStreamDescriptor* pDescriptor,

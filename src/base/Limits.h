@@ -37,8 +37,10 @@ inline constexpr std::int64_t g_nMaxRecodedSize = std::int64_t{64} << 20;
 inline constexpr std::int64_t g_nMaxRecodedRatio = 100;
 inline constexpr std::int64_t g_nFreeRecodedSize = std::int64_t{64} << 20;
 
-// Decoded object streams that a file keeps in memory: no more than a few while the objects are read in the
-// order of the file, and more once streams had to be decoded again and again.
+// Decoded object streams that a file keeps in memory: any number of small ones, no more than a few large ones
+// while the objects are read in the order of the file, and more once streams had to be decoded again and
+// again.
+inline constexpr std::int64_t g_nFreeCachedStreams = std::int64_t{8} << 20;
 inline constexpr std::int64_t g_nMaxCachedStreams = std::int64_t{64} << 20;
 inline constexpr std::int64_t g_nMaxCachedStreamsReread = std::int64_t{256} << 20;
 
@@ -57,6 +59,14 @@ inline constexpr std::int64_t g_nMaxHeldLoaded = std::int64_t{8} << 20;
 inline constexpr std::int64_t g_nMaxHeldReread = std::int64_t{16} << 20;
 inline constexpr std::int64_t g_nMaxHeldLoadedReread = std::int64_t{64} << 20;
 inline constexpr std::int64_t g_nRereadObjects = std::int64_t{32} << 20;
+
+// Elements and entries of one object in an object stream, and of all together, so many for each byte of the
+// file beyond a free number. Flate makes a thousand bytes of one, and each two of them may be a value that
+// takes eighty in memory. Honest objects are small, and honest data hardly makes more than two of a byte.
+inline constexpr std::int64_t g_nMaxObjectValueRatio = 4;
+inline constexpr std::int64_t g_nFreeObjectValues = 250000;
+inline constexpr std::int64_t g_nMaxValuesRatio = 20;
+inline constexpr std::int64_t g_nFreeAllValues = 8000000;
 
 // Bytes that are read for values for the first time: objects may share a few, but not all have the same.
 inline constexpr std::int64_t g_nMaxValueRatio = 4;

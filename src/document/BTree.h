@@ -194,7 +194,7 @@ private:
   BSE::CObjectArray<CObject> m_walkObjects;  // node and kids of each step
   BSE::CBasicArray<TPageEntry> m_pages;
   BSE::CBasicArray<TNode> m_nodes;
-  BSE::CBasicArray<int> m_nodeIndices;         // of parents of stray pages by number, from 1
+  BSE::CPagedArray<int, 64> m_nodeIndices;     // of parents of stray pages by number, from 1
   BSE::CObjectArray<CObject> m_directObjects;  // pages and nodes
   CObjectPtr m_heldNodes[g_nInheritedKeys];    // that the last page has its values from
   int m_nHeldNodes[g_nInheritedKeys] = {-1, -1, -1, -1};

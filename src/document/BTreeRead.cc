@@ -387,9 +387,7 @@ int CBTree::FindParentNode(const CObjectPtr& page)
   for (int i = path.GetSize() - 1; i >= 0; --i)
   {
     nNode = AddNode(ObjectOf(path[i]), nNode);
-    if (path[i] >= m_nodeIndices.GetSize())
-      m_nodeIndices.SetSize(path[i] + 1);
-    m_nodeIndices[path[i]] = nNode + 1;
+    m_nodeIndices.Provide(path[i]) = nNode + 1;
   }
   return nNode;
 }

@@ -30,6 +30,8 @@ bool CDocument::Open(BSE::IByteStream* pStream, const CString* pPassword, bool b
     return false;
   if (!m_file.Authenticate(pPassword))
   {
+    if (m_file.HasInputFailed())
+      m_file.GiveUpReading(BSE::g_nStreamReadFailed);
     m_file.Close();
     return false;
   }

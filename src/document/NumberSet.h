@@ -1,15 +1,15 @@
 #pragma once
 
-#include "base/BasicArray.h"
 #include "base/Limits.h"
+#include "base/PagedArray.h"
 
 #include <cstdint>
 
 namespace PDF
 {
 
-// A set of object numbers, one bit each. Adding and asking take constant time; memory follows the highest
-// number. Numbers outside 1 to the limit are never members.
+// A set of object numbers, one bit each. Adding and asking take constant time; memory follows the members,
+// however far apart they are. Numbers outside 1 to the limit are never members.
 class CNumberSet
 {
 public:
@@ -23,21 +23,19 @@ public:
   {
     if (nNumber < 1 || nNumber > BSE::g_nMaxObjNumber || Contains(nNumber))
       return false;
-    if (nNumber / 64 >= m_words.GetSize())
-      m_words.SetSize(nNumber / 64 + 1);
-    m_words[nNumber / 64] |= std::uint64_t{1} << (nNumber % 64);
+    m_words.Provide(nNumber / 64) |= std::uint64_t{1} << (nNumber % 64);
     return true;
   }
 
   void Remove(int nNumber)
   {
     if (Contains(nNumber))
-      m_words[nNumber / 64] &= ~(std::uint64_t{1} << (nNumber % 64));
+      m_words.Provide(nNumber / 64) &= ~(std::uint64_t{1} << (nNumber % 64));
   }
   void RemoveAll() { m_words.RemoveAll(); }
 
 private:
-  BSE::CBasicArray<std::uint64_t> m_words;
+  BSE::CPagedArray<std::uint64_t, 8> m_words;
 };
 
 }  // namespace PDF

@@ -17,14 +17,15 @@ public:
 protected:
   bool Enter(const CObjectPtr& object) override
   {
-    TObjectTableEntry* pEntry = m_computer.GetEntry(object.GetObjNumber());
-    if (!pEntry || pEntry->m_nCanonical != g_nNoEntry)
+    const int nNumber = object.GetObjNumber();
+    TObjectTableEntry* pEntry = m_computer.GetEntry(nNumber);
+    if (!pEntry || pEntry->m_nCanonical != 0)
       return false;
-    pEntry->m_nCanonical = pEntry->m_nSelf;
+    pEntry->m_nCanonical = nNumber;
     if (!HasIdentity(object))
       return true;
-    const auto digest = BSE::ComputeHash<BSE::CHashMD5>(
-        {reinterpret_cast<const unsigned char*>(&pEntry->m_nSelf), sizeof pEntry->m_nSelf});
+    const auto digest =
+        BSE::ComputeHash<BSE::CHashMD5>({reinterpret_cast<const unsigned char*>(&nNumber), sizeof nNumber});
     std::memcpy(&pEntry->m_nDigest, digest.data(), sizeof pEntry->m_nDigest);
     return false;
   }
@@ -154,7 +155,7 @@ CObjectPtr CObjectDigestComputer::VisitArray(const CObjectPtr& object)
 CObjectPtr CObjectDigestComputer::VisitIndirect(const CObjectPtr& object)
 {
   TObjectTableEntry* pEntry = GetEntry(object.GetObjNumber());
-  if (pEntry && pEntry->m_nCanonical == g_nNoEntry && !m_pHash)
+  if (pEntry && pEntry->m_nCanonical == 0 && !m_pHash)
     CWalk(m_file, *this).Walk(object);
   if (m_pHash)
   {

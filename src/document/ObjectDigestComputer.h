@@ -1,23 +1,22 @@
 #pragma once
 
 #include "base/Hash.h"
+#include "base/PagedArray.h"
 #include "document/ObjectTraverser.h"
 #include "pdf/File.h"
 
 namespace PDF
 {
 
-inline constexpr unsigned g_nNoEntry = 0xFFFFFFFFU;
-
 // What is known of one object number of an input.
 struct TObjectTableEntry
 {
-  unsigned m_nSelf;
-  unsigned
-      m_nCanonical;  // g_nNoEntry: no candidate; its own number: first of its kind; else a duplicate of that
-  unsigned m_nNext;  // next duplicate of the same object, or g_nNoEntry
-  unsigned m_nDigest;  // the first bytes of the MD5 digest, in memory order; g_nNoEntry while there is none
+  int m_nCanonical;    // 0: no candidate; its own number: first of its kind; else a duplicate of that
+  int m_nNext;         // next duplicate of the same object, or 0
+  unsigned m_nDigest;  // the first bytes of the MD5 digest, in memory order; 0 while there is none
 };
+
+using CObjectTable = BSE::CPagedArray<TObjectTableEntry, 32>;
 
 // Feeds values to a hash, so that equal values give equal bytes, and enters a digest for every object that
 // they lead to: children first, a reference counts as the digest of its object. A reference into an object
@@ -54,7 +53,7 @@ protected:
   // What stands for the object of a reference, whose entry may be null.
   virtual unsigned GetReferenceValue(const TObjectTableEntry* pEntry) const
   {
-    return pEntry ? pEntry->m_nDigest : g_nNoEntry;
+    return pEntry ? pEntry->m_nDigest : 0;
   }
 
   // Null for 0 and for numbers that have no entry.

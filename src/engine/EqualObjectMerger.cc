@@ -22,7 +22,7 @@ namespace
 class CRedirectingHasher : public CObjectHasher
 {
 public:
-  explicit CRedirectingHasher(const BSE::CBasicArray<int>& canonical) : m_canonical(canonical) {}
+  explicit CRedirectingHasher(const CCanonicalNumbers& canonical) : m_canonical(canonical) {}
 
 protected:
   int GetTarget(int nNumber) const override
@@ -33,13 +33,13 @@ protected:
   }
 
 private:
-  const BSE::CBasicArray<int>& m_canonical;
+  const CCanonicalNumbers& m_canonical;
 };
 
 class CMergeWalk : public CPostOrderWalk
 {
 public:
-  CMergeWalk(CFile& file, BSE::CBasicArray<int>& canonical, bool bDecode)
+  CMergeWalk(CFile& file, CCanonicalNumbers& canonical, bool bDecode)
       : CPostOrderWalk(file), m_canonical(canonical), m_hasher(canonical), m_streams(bDecode)
   {
   }
@@ -84,7 +84,7 @@ protected:
     const int nFirst = m_digests.FindOrAdd(m_hasher.GetDigest(), nNumber);
     if (nFirst == nNumber)
       return;
-    m_canonical.SetAt(nNumber, nFirst);
+    m_canonical.Provide(nNumber) = nFirst;
     ++m_nMerged;
   }
 
@@ -125,7 +125,7 @@ private:
     return array.GetSize() == 0;
   }
 
-  BSE::CBasicArray<int>& m_canonical;
+  CCanonicalNumbers& m_canonical;
   CRedirectingHasher m_hasher;
   CStreamDigester m_streams;
   CDigestTable m_digests;
@@ -136,13 +136,12 @@ private:
 
 }  // namespace
 
-void CEqualObjectMerger::Run(CFile& file, std::span<const TObjectTableEntry> table, bool bDecode)
+void CEqualObjectMerger::Run(CFile& file, const CObjectTable& table, bool bDecode)
 {
   m_canonical.RemoveAll();
-  m_canonical.SetSize(file.GetObjectCount());
-  for (const TObjectTableEntry& entry : table)
-    if (entry.m_nCanonical != g_nNoEntry && entry.m_nCanonical != entry.m_nSelf)
-      m_canonical.SetAt(static_cast<int>(entry.m_nSelf), static_cast<int>(entry.m_nCanonical));
+  for (int i = table.GetNext(-1); i >= 0; i = table.GetNext(i))
+    if (const int nCanonical = table[i].m_nCanonical; nCanonical != 0 && nCanonical != i)
+      m_canonical.Provide(i) = nCanonical;
 
   CMergeWalk walk(file, m_canonical, bDecode);
   const CObjectPtr root = file.GetRoot();

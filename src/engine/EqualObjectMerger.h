@@ -1,12 +1,15 @@
 #pragma once
 
-#include "base/BasicArray.h"
+#include "base/PagedArray.h"
 #include "document/NumberSet.h"
 #include "document/ObjectDigestComputer.h"
 #include "pdf/File.h"
 
 namespace PDF
 {
+
+// By object number, the one that stands for it; 0: no other.
+using CCanonicalNumbers = BSE::CPagedArray<int, 64>;
 
 // Finds equal indirect objects of every kind in one walk over all that the trailer leads to, children before
 // parents, so that a parent is compared with its references already replaced: equal fonts merge with all that
@@ -20,7 +23,7 @@ class CEqualObjectMerger
 public:
   // What is redirected already by a table, which is borrowed and may be empty, counts as one object. With
   // bDecode streams are equal if their decoded data are; for a copy that encodes them anew.
-  void Run(CFile& file, std::span<const TObjectTableEntry> table, bool bDecode);
+  void Run(CFile& file, const CObjectTable& table, bool bDecode);
 
   // The number of the object that stands for this one, itself for most.
   int GetCanonical(int nNumber) const
@@ -33,7 +36,7 @@ public:
   void RemoveAll() { m_canonical.RemoveAll(); }
 
 private:
-  BSE::CBasicArray<int> m_canonical;  // 0: no other
+  CCanonicalNumbers m_canonical;
 };
 
 }  // namespace PDF

@@ -96,10 +96,8 @@ bool CObjectComparer::EqualArrays(const CObjectPtr& a, const CObjectPtr& b)
 
 const TObjectTableEntry* CObjectComparer::FindCandidate(int nNumber) const
 {
-  if (nNumber < 1 || static_cast<std::size_t>(nNumber) >= m_table.size())
-    return nullptr;
-  const TObjectTableEntry& entry = m_table[static_cast<std::size_t>(nNumber)];
-  return entry.m_nCanonical != g_nNoEntry ? &entry : nullptr;
+  const TObjectTableEntry* pEntry = m_table.Find(nNumber);
+  return pEntry && pEntry->m_nCanonical != 0 ? pEntry : nullptr;
 }
 
 bool CObjectComparer::EqualReferences(const CObjectPtr& a, const CObjectPtr& b)

@@ -14,10 +14,7 @@ class CObjectComparer
 {
 public:
   // Borrows both.
-  CObjectComparer(std::span<const TObjectTableEntry> table, CStreamDigester& streams)
-      : m_table(table), m_streams(streams)
-  {
-  }
+  CObjectComparer(const CObjectTable& table, CStreamDigester& streams) : m_table(table), m_streams(streams) {}
 
   // Null equals null. The key "Name" of optional content groups, fonts and XObjects does not count; reals are
   // equal if they differ by less than a part in 10,000 of their sum. Streams are equal if their decoded data
@@ -32,7 +29,7 @@ private:
   bool EqualReferences(const CObjectPtr& a, const CObjectPtr& b);
   bool EqualTargets(const CObjectPtr& a, const CObjectPtr& b);
 
-  std::span<const TObjectTableEntry> m_table;
+  const CObjectTable& m_table;
   CStreamDigester& m_streams;
   BSE::CBasicArray<int> m_open;  // numbers under comparison
   int m_nDepth = 0;

@@ -15,8 +15,8 @@ class COptObjectDigestComputer : public CObjectDigestComputer
 {
 public:
   // Borrows all three.
-  COptObjectDigestComputer(CFile& file, BSE::CBasicArray<TObjectTableEntry>& table, CStreamDigester& streams)
-      : CObjectDigestComputer(file), m_pTable(&table), m_streams(streams)
+  COptObjectDigestComputer(CFile& file, CObjectTable& table, CStreamDigester& streams)
+      : CObjectDigestComputer(file), m_table(table), m_streams(streams)
   {
   }
 
@@ -47,16 +47,16 @@ protected:
   {
     if (!m_bWhole)
       return CObjectDigestComputer::GetReferenceValue(pEntry);
-    return pEntry ? pEntry->m_nCanonical : g_nNoEntry;
+    return pEntry ? static_cast<unsigned>(pEntry->m_nCanonical) : 0;
   }
 
   TObjectTableEntry* GetEntry(int nNumber) override
   {
-    return nNumber > 0 && nNumber < m_pTable->GetSize() ? &(*m_pTable)[nNumber] : nullptr;
+    return nNumber > 0 && nNumber < m_file.GetObjectCount() ? &m_table.Provide(nNumber) : nullptr;
   }
 
 private:
-  BSE::CBasicArray<TObjectTableEntry>* m_pTable;
+  CObjectTable& m_table;
   CStreamDigester& m_streams;
   bool m_bWhole = false;
 };

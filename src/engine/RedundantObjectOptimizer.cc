@@ -24,8 +24,7 @@ namespace
 class CMerger
 {
 public:
-  CMerger(CFile& file, std::span<TObjectTableEntry> table, COptObjectDigestComputer& computer,
-          CStreamDigester& streams)
+  CMerger(CFile& file, CObjectTable& table, COptObjectDigestComputer& computer, CStreamDigester& streams)
       : m_file(file), m_table(table), m_computer(computer), m_comparer(table, streams)
   {
   }
@@ -45,7 +44,7 @@ private:
     BSE::CBasicArray<int> sorted;
     sorted.Append(m_computer.GetOrder());
     const std::span<int> numbers = sorted.GetSpan();
-    const auto digest = [&](int nNumber) { return GetEntry(nNumber).m_nDigest; };
+    const auto digest = [&](int nNumber) { return m_table.Provide(nNumber).m_nDigest; };
     std::sort(numbers.begin(), numbers.end(), [&](int nA, int nB) { return digest(nA) < digest(nB); });
     for (std::size_t i = 1; i < numbers.size(); ++i)
       if (digest(numbers[i - 1]) == digest(numbers[i]))
@@ -76,17 +75,15 @@ private:
     if (!m_comparer.Equal(m_head, object))
       return;
     // They hang behind their head, the last one first.
-    TObjectTableEntry& head = GetEntry(nHead);
-    TObjectTableEntry& entry = GetEntry(nNumber);
-    entry.m_nCanonical = head.m_nSelf;
+    TObjectTableEntry& head = m_table.Provide(nHead);
+    TObjectTableEntry& entry = m_table.Provide(nNumber);
+    entry.m_nCanonical = nHead;
     entry.m_nNext = head.m_nNext;
-    head.m_nNext = entry.m_nSelf;
+    head.m_nNext = nNumber;
   }
 
-  TObjectTableEntry& GetEntry(int nNumber) { return m_table[static_cast<std::size_t>(nNumber)]; }
-
   CFile& m_file;
-  std::span<TObjectTableEntry> m_table;
+  CObjectTable& m_table;
   COptObjectDigestComputer& m_computer;
   CObjectComparer m_comparer;
   CNumberSet m_shared;
@@ -96,19 +93,10 @@ private:
 
 }  // namespace
 
-void CRedundantObjectOptimizer::Resize(int nCount)
-{
-  const int nFormer = m_table.GetSize();
-  m_table.SetSize(nCount);
-  for (int i = nFormer; i < nCount; ++i)
-    m_table[i] = {static_cast<unsigned>(i), g_nNoEntry, g_nNoEntry, g_nNoEntry};
-}
-
 void CRedundantObjectOptimizer::Run(CDocument& document, unsigned nMask)
 {
   CFile& file = document.GetFile();
   RemoveAll();
-  Resize(file.GetObjectCount());
   CStreamDigester streams(true);
   COptObjectDigestComputer computer(file, m_table, streams);
   m_nMask = nMask;
@@ -122,17 +110,16 @@ void CRedundantObjectOptimizer::Run(CDocument& document, unsigned nMask)
   m_met.RemoveAll();
   m_owners.RemoveAll();
   m_holders.RemoveAll();
-  CMerger(file, m_table.GetSpan(), computer, streams).Run();
-  for (int i = 0; i < m_table.GetSize(); ++i)
-    if (m_table[i].m_nCanonical != g_nNoEntry)
+  CMerger(file, m_table, computer, streams).Run();
+  for (int i = m_table.GetNext(-1); i >= 0; i = m_table.GetNext(i))
+    if (m_table[i].m_nCanonical != 0)
       file.GetXRef().ReleaseObject(i);
 }
 
 int CRedundantObjectOptimizer::GetCanonical(int nNumber) const
 {
-  if (nNumber < 1 || nNumber >= m_table.GetSize() || m_table[nNumber].m_nCanonical == g_nNoEntry)
-    return nNumber;
-  return static_cast<int>(m_table[nNumber].m_nCanonical);
+  const int nCanonical = m_table[nNumber].m_nCanonical;
+  return nCanonical != 0 ? nCanonical : nNumber;
 }
 
 CObjectPtr CRedundantObjectOptimizer::ResolveCanonical(const CObjectPtr& value) const
@@ -229,7 +216,7 @@ void CRedundantObjectOptimizer::VisitResources(const CObjectPtr& resources)
   if (WasSeen(resources) || !resources.IsDictionary())
     return;
   const int nNumber = resources.GetObjNumber();
-  if (nNumber > 0 && nNumber < m_table.GetSize() && m_table[nNumber].m_nCanonical != g_nNoEntry)
+  if (m_table[nNumber].m_nCanonical != 0)
     return;
   VisitSection(resources, "ColorSpace", eResourceColorSpace);
   VisitSection(resources, "Pattern", eResourcePattern);

@@ -38,7 +38,7 @@ public:
   void Run(CDocument& document, unsigned nMask);
 
   // By object number; empty before Run.
-  std::span<const TObjectTableEntry> GetTable() const { return m_table.GetSpan(); }
+  const CObjectTable& GetTable() const { return m_table; }
 
   // The number of the object that stands for this one, itself for most.
   int GetCanonical(int nNumber) const;
@@ -47,8 +47,6 @@ public:
   // are shared. Containers are followed, objects behind references are not.
   CObjectPtr ResolveCanonical(const CObjectPtr& value) const;
 
-  // Grows the table; new entries are no candidates.
-  void Resize(int nCount);
   void RemoveAll() { m_table.RemoveAll(); }
 
 protected:
@@ -70,7 +68,7 @@ private:
   void VisitInner(const CObjectPtr& owner);
   void WorkOff();
 
-  BSE::CBasicArray<TObjectTableEntry> m_table;
+  CObjectTable m_table;
   unsigned m_nMask = 0;
 
   COptObjectDigestComputer* m_pComputer = nullptr;  // these six during Run

@@ -48,11 +48,8 @@ unsigned char Inherit(unsigned char nOwn, unsigned char nAbove)
 
 void CSignatureFields::Enter(int nNumber, unsigned char nState)
 {
-  if (nNumber < 1 || nNumber > BSE::g_nMaxObjNumber)
-    return;
-  if (nNumber >= m_known.GetSize())
-    m_known.SetSize(nNumber + 1);
-  m_known[nNumber] = nState;
+  if (nNumber >= 1 && nNumber <= BSE::g_nMaxObjNumber)
+    m_known.Provide(nNumber) = nState;
 }
 
 TSignatureField CSignatureFields::Find(const CObjectPtr& field)

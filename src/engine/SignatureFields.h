@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/BasicArray.h"
+#include "base/PagedArray.h"
 #include "pdf/Object.h"
 
 namespace PDF
@@ -33,7 +33,7 @@ private:
 
   void Enter(int nNumber, unsigned char nState);
 
-  BSE::CBasicArray<unsigned char> m_known;  // by object number
+  BSE::CPagedArray<unsigned char, 64> m_known;  // by object number
 };
 
 }  // namespace PDF

@@ -18,6 +18,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <limits>
 
 namespace PDF
 {
@@ -38,7 +39,6 @@ constexpr unsigned g_nNotRepairable = 0x80410113;
 constexpr unsigned g_nSizeExceeded = 0x80300040;
 
 constexpr int g_nCachedObjectStreams = 10;
-constexpr int g_nCachedObjectStreamsReread = 1000;
 
 // Loads inside loads: a stream's length through references, and references as values, at most that many deep.
 constexpr int g_nMaxLoadDepth = 64;
@@ -68,10 +68,7 @@ bool CFile::Open(BSE::IByteStream* pStream, bool bUpdate)
   CreateParser();
   const bool bHeader = ReadHeader();
   if (!bHeader && !m_bLenient)
-  {
-    ReleaseAll();
-    return false;
-  }
+    return FailOpening();
   CFileLoader loader(*this);
   loader.TestLinearized();
   m_nStartXRef = m_pParser->ReadStartXRef();
@@ -88,8 +85,7 @@ bool CFile::Open(BSE::IByteStream* pStream, bool bUpdate)
     {
       if (!bHeader || m_bOpened)
         BSE::ReportError(this, bHeader ? g_nNoRoot : g_nNoHeader);
-      ReleaseAll();
-      return false;
+      return FailOpening();
     }
   }
   m_bOpened = true;
@@ -100,6 +96,15 @@ bool CFile::Open(BSE::IByteStream* pStream, bool bUpdate)
   if (!m_encrypt)
     ReadCatalogueVersion();
   return true;
+}
+
+// What could not be read may be no damage of the file.
+bool CFile::FailOpening()
+{
+  if (HasInputFailed())
+    GiveUpReading(BSE::g_nStreamReadFailed);
+  ReleaseAll();
+  return false;
 }
 
 void CFile::CreateParser()
@@ -421,15 +426,15 @@ bool CFile::LoadObjectStream(CObjectStream& stream)
 {
   if (stream.IsLoaded())
   {
-    TouchObjectStream(stream.GetObjNumber());
+    TouchObjectStream(stream);
     return true;
   }
   // A stream beyond the cache's size makes room before the next one is decoded.
-  while (m_objStmCache.GetSize() > 0 && m_nCachedBytes > BSE::g_nMaxCachedStreamsReread)
+  while (m_pOldestCached && m_nCachedBytes > BSE::g_nMaxCachedStreamsReread)
     UnloadOldestObjectStream();
   if (!DecodeObjectStream(stream))
     return false;
-  TouchObjectStream(stream.GetObjNumber());
+  TouchObjectStream(stream);
   return true;
 }
 
@@ -448,6 +453,27 @@ bool CFile::DecodeObjectStream(CObjectStream& stream)
   return bLoaded;
 }
 
+std::int64_t CFile::GetValueLimit() const
+{
+  if (m_pWriter || !m_pInput)
+    return std::numeric_limits<std::int64_t>::max();
+  constexpr std::int64_t nMaxLength = std::int64_t{1} << 48;
+  return BSE::g_nFreeObjectValues +
+         BSE::g_nMaxObjectValueRatio * std::clamp<std::int64_t>(m_pInput->GetLength(), 0, nMaxLength);
+}
+
+bool CFile::AdmitValues(std::int64_t nCount)
+{
+  if (m_pWriter || !m_pInput)
+    return true;
+  m_nCompressedValues += nCount;
+  if (m_nCompressedValues > BSE::g_nFreeAllValues &&
+      BSE::IsOutOfProportion(m_nCompressedValues, BSE::g_nFreeAllValues, BSE::g_nMaxValuesRatio,
+                             m_pInput->GetLength()))
+    GiveUpReading(g_nSizeExceeded);
+  return m_nReadFailure == 0;
+}
+
 CObjectStream* CFile::GetObjectStream(int nObjNumber)
 {
   const std::span<CObjectStream*> streams = m_objectStreams.GetSpan();
@@ -461,32 +487,45 @@ CObjectStream* CFile::GetObjectStream(int nObjNumber)
   return pStream;
 }
 
-void CFile::TouchObjectStream(int nObjNumber)
+void CFile::TouchObjectStream(CObjectStream& stream)
 {
-  if (m_objStmCache.GetSize() > 0 && m_objStmCache[0] == nObjNumber)
+  if (m_pNewestCached == &stream)
     return;
-  const int nFound = m_objStmCache.Find(nObjNumber);
-  if (nFound != m_objStmCache.GetSize())
-    m_objStmCache.RemoveAt(nFound);
-  else
-    m_nCachedBytes += GetObjectStream(nObjNumber)->GetDecodedSize();
-  m_objStmCache.InsertAt(0, nObjNumber);
+  if (stream.m_bCached)
+    DropFromCache(stream);
+  stream.m_pOlder = m_pNewestCached;
+  (m_pNewestCached ? m_pNewestCached->m_pNewer : m_pOldestCached) = &stream;
+  m_pNewestCached = &stream;
+  stream.m_bCached = true;
+  ++m_nCachedCount;
+  stream.m_nCachedSize = stream.GetMemorySize();
+  m_nCachedBytes += stream.m_nCachedSize;
   const bool bReread = m_nRereadBytes > BSE::g_nMaxCachedStreams;
-  const int nMaxCount = bReread ? g_nCachedObjectStreamsReread : g_nCachedObjectStreams;
   const std::int64_t nMaxBytes = bReread ? BSE::g_nMaxCachedStreamsReread : BSE::g_nMaxCachedStreams;
-  while (m_objStmCache.GetSize() > 1 && (m_objStmCache.GetSize() > nMaxCount || m_nCachedBytes > nMaxBytes))
+  // However many there are: objects may refer to one another across all of them.
+  const std::int64_t nManyBytes = bReread ? nMaxBytes : BSE::g_nFreeCachedStreams;
+  while (m_nCachedCount > 1 && (m_nCachedBytes > nMaxBytes ||
+                                (m_nCachedCount > g_nCachedObjectStreams && m_nCachedBytes > nManyBytes)))
     UnloadOldestObjectStream();
+}
+
+void CFile::DropFromCache(CObjectStream& stream)
+{
+  (stream.m_pNewer ? stream.m_pNewer->m_pOlder : m_pNewestCached) = stream.m_pOlder;
+  (stream.m_pOlder ? stream.m_pOlder->m_pNewer : m_pOldestCached) = stream.m_pNewer;
+  stream.m_pNewer = stream.m_pOlder = nullptr;
+  stream.m_bCached = false;
+  --m_nCachedCount;
+  m_nCachedBytes -= stream.m_nCachedSize;
 }
 
 void CFile::UnloadOldestObjectStream()
 {
-  const int nLast = m_objStmCache.GetSize() - 1;
-  CObjectStream* pOldest = GetObjectStream(m_objStmCache[nLast]);
+  CObjectStream& oldest = *m_pOldestCached;
   if (BSE::CTracer::IsOn())
-    BSE::CTracer::Trace("I", "libpdf", "Unloading ObjStm %d.", pOldest->GetObjNumber());
-  m_nCachedBytes -= pOldest->GetDecodedSize();
-  pOldest->Unload();
-  m_objStmCache.RemoveAt(nLast);
+    BSE::CTracer::Trace("I", "libpdf", "Unloading ObjStm %d.", oldest.GetObjNumber());
+  DropFromCache(oldest);
+  oldest.Unload();
 }
 
 bool CFile::AdmitStream(const CFile& source, std::int64_t nLength)
@@ -635,7 +674,9 @@ void CFile::DropObjectStreams()
   for (CObjectStream* pStream : m_objectStreams.GetSpan())
     delete pStream;
   m_objectStreams.RemoveAll();
-  m_objStmCache.RemoveAll();
+  m_pNewestCached = m_pOldestCached = nullptr;
+  m_nCachedCount = 0;
+  m_nCachedBytes = 0;
 }
 
 void CFile::ReleaseAll()
@@ -670,7 +711,7 @@ void CFile::ReleaseAll()
   m_nHeaderOffset = 0;
   m_nStartXRef = -1;
   m_nLoadDepth = 0;
-  m_nCachedBytes = m_nDecodedBytes = m_nRereadBytes = m_nAdmittedBytes = 0;
+  m_nDecodedBytes = m_nRereadBytes = m_nAdmittedBytes = m_nCompressedValues = 0;
   m_nFirstBytes = m_nAgainBytes = 0;
   m_nReadFailure = 0;
   m_bWantObjectStreams = m_bSplitXRef = m_bOpened = m_bRecoveryDone = m_bRootAssumed = m_bTrailerCut = false;

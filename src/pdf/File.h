@@ -232,6 +232,11 @@ public:
   // Gives reading up; reported, the first time, as the end of the operation.
   void GiveUpReading(unsigned nCode);
 
+  // How many elements and entries one object of an object stream may have; and counts those that have been
+  // read for the first time. False if reading is given up.
+  std::int64_t GetValueLimit() const;
+  bool AdmitValues(std::int64_t nCount);
+
   BSE::IByteStream* GetInput() const { return m_pInput.Get(); }
   std::int64_t GetHeaderOffset() const { return m_nHeaderOffset; }
   CParser* GetParser() const { return m_pParser.Get(); }
@@ -269,7 +274,8 @@ private:
 
   // As long as the file does not ask for too much of that.
   bool DecodeObjectStream(CObjectStream& stream);
-  void TouchObjectStream(int nObjNumber);
+  void TouchObjectStream(CObjectStream& stream);
+  void DropFromCache(CObjectStream& stream);
   void UnloadOldestObjectStream();
 
   // Writes the pending object stream of that number, so that its members can be read back; true if there is
@@ -280,6 +286,7 @@ private:
   void SyncOutput();
 
   // Puts the parser on the input.
+  bool FailOpening();
   void CreateParser();
 
   // Gives the file up for the reason of that code, which is the end of whatever writes it; 0 for one that has
@@ -333,8 +340,10 @@ private:
   std::int64_t m_nStartXRef = -1;
   CXRefTable m_xref{this};
   CXRefTable m_scanned{this};
-  CObjectMap m_damage{this};                      // status codes of objects that are not whole
-  BSE::CBasicArray<int> m_objStmCache;            // object streams that stay decoded, the most recent first
+  CObjectMap m_damage{this};                 // status codes of objects that are not whole
+  CObjectStream* m_pNewestCached = nullptr;  // object streams that stay decoded
+  CObjectStream* m_pOldestCached = nullptr;
+  int m_nCachedCount = 0;
   BSE::CPtrArray<CObjectStream> m_objectStreams;  // by object number
   BSE::CBasicArray<int> m_recoveredHolders;       // wait for the password
   BSE::CBasicArray<std::int64_t> m_revisions;
@@ -364,9 +373,10 @@ private:
   unsigned m_nReadFailure = 0;
   int m_nErrors = 0;
   int m_nLoadDepth = 0;
-  std::int64_t m_nCachedBytes = 0;    // decoded object streams of the cache
-  std::int64_t m_nDecodedBytes = 0;   // decoded for the first time
-  std::int64_t m_nRereadBytes = 0;    // decoded more than once
+  std::int64_t m_nCachedBytes = 0;   // decoded object streams of the cache
+  std::int64_t m_nDecodedBytes = 0;  // decoded for the first time
+  std::int64_t m_nRereadBytes = 0;   // decoded more than once
+  std::int64_t m_nCompressedValues = 0;
   std::int64_t m_nAdmittedBytes = 0;  // copied from a source's streams
   bool m_bUnloading = false;
   bool m_bReleasing = false;

@@ -20,6 +20,9 @@ constexpr unsigned g_nNotRepairable = 0x80410113;
 
 constexpr int g_nBlockSize = 8192;
 
+// What a parser and its stream take.
+constexpr int g_nReaderSize = 1024;
+
 // Members that overlap, as no writer makes them, may do so a little.
 constexpr std::int64_t g_nMaxOverlap = 2;
 constexpr std::int64_t g_nFreeOverlap = 1 << 16;
@@ -60,6 +63,7 @@ bool CObjectStream::Load()
       new BSE::CMemoryInputStream(m_data.GetData(), m_data.GetSize()));
   m_pParser.Reset(new CParser(m_pFile, pReader.Get(), m_pFile));
   ReadIndex(nCount);
+  m_nValueLimit = m_pFile->GetValueLimit();
   m_bLoaded = true;
   return true;
 }
@@ -134,6 +138,11 @@ void CObjectStream::Unload()
   m_byNumber.RemoveAll();
 }
 
+std::int64_t CObjectStream::GetMemorySize() const
+{
+  return g_nReaderSize + m_data.GetSize() + std::int64_t{sizeof(TIndexEntry)} * m_index.GetSize();
+}
+
 int CObjectStream::FindByNumber(int nObjNumber)
 {
   const auto getNumber = [this](int nIndex) { return m_index[nIndex].m_nObjNumber; };
@@ -192,7 +201,10 @@ bool CObjectStream::GetObject(CIndirectObject& object, int nIndex, bool bFirst)
   scanner.ReadToken();
   const bool bNull = scanner.GetToken() == eTokenNull;
   m_pParser->BeginValue();
+  m_pParser->SetValueLimit(m_nValueLimit);
   const CObjectPtr value = m_pParser->ParseObject();
+  if (!m_pFile->AdmitValues(bFirst ? m_nValueLimit - m_pParser->GetValuesLeft() : 0))
+    return false;
   const std::int64_t nCost = m_pParser->Tell() - nPos;
   m_nParsed += bFirst ? nCost : 0;
   if (!value && !bNull)

@@ -40,7 +40,12 @@ public:
   int GetCount() const { return m_index.GetSize(); }
   int GetNumberAt(int nIndex) const { return m_index[nIndex].m_nObjNumber; }
 
+  // What it takes in memory while it is loaded.
+  std::int64_t GetMemorySize() const;
+
 private:
+  friend class CFile;  // links those that it keeps
+
   struct TIndexEntry
   {
     int m_nObjNumber;
@@ -57,11 +62,16 @@ private:
   int m_nObjNumber;
   std::int64_t m_nFirst = 0;
   std::int64_t m_nDecoded = 0;
+  std::int64_t m_nValueLimit = 0;
   std::int64_t m_nParsed = 0;  // bytes of members that were read for the first time
   BSE::CBasicArray<TIndexEntry> m_index;
   BSE::CBasicArray<int> m_byNumber;  // indexes by object number, filled when the table names a wrong one
   BSE::CBasicArray<unsigned char> m_data;
   BSE::CScopedPtr<CParser> m_pParser;
+  CObjectStream* m_pNewer = nullptr;  // in the file's cache
+  CObjectStream* m_pOlder = nullptr;
+  std::int64_t m_nCachedSize = 0;
+  bool m_bCached = false;
   bool m_bLoaded = false;
   bool m_bTried = false;
   bool m_bDamaged = false;  // its data did not decode well

@@ -2,6 +2,7 @@
 
 #include "base/Checked.h"
 #include "base/Limits.h"
+#include "base/ScopedValue.h"
 #include "base/Tracer.h"
 #include "base/Unicode.h"
 #include "pdf/ArrayObject.h"
@@ -22,6 +23,9 @@ constexpr unsigned g_nNotRepairable = 0x80410113;
 constexpr int g_nStrictArraySize = 8192;
 constexpr int g_nStrictDictionarySize = 4096;
 constexpr int g_nReadAhead = 8192;
+
+// What a dictionary takes in memory, in elements.
+constexpr int g_nDictionaryValues = 6;
 
 bool IsUtf8(const char* pText, std::size_t nLength)
 {
@@ -135,24 +139,26 @@ CObjectPtr CParser::ParseContainer(bool bArray)
 {
   if (m_nDepth >= BSE::g_nMaxNesting)
   {
-    m_bTooDeep = true;
+    m_bExcess = true;
     return CObjectPtr();
   }
   int& nOpen = bArray ? m_nOpenArrays : m_nOpenDictionaries;
-  ++m_nDepth;
-  ++nOpen;
-  CObjectPtr value = bArray ? ParseArray() : ParseDictionary();
-  --nOpen;
-  --m_nDepth;
-  if (!m_bTooDeep)
+  CObjectPtr value;
+  {
+    // Left as they were as well where memory runs out.
+    const BSE::CScopedValue<int> depth(m_nDepth, m_nDepth + 1);
+    const BSE::CScopedValue<int> open(nOpen, nOpen + 1);
+    value = bArray ? ParseArray() : ParseDictionary();
+  }
+  if (!m_bExcess)
     return value;
   if (m_nDepth == 0)
   {
     // Everything around the excess is given up: a value cut in its middle would be another value.
-    BSE::CTracer::Trace("E", "PDF Parser", "Nesting of object %d exceeds %d levels.", m_nObject,
-                        BSE::g_nMaxNesting);
+    BSE::CTracer::Trace("E", "PDF Parser", "Object %d is nested deeper than %d levels, or too large.",
+                        m_nObject, BSE::g_nMaxNesting);
     Report(g_nNotRepairable);
-    m_bTooDeep = false;
+    m_bExcess = false;
     m_bCut = true;
   }
   return CObjectPtr();
@@ -161,7 +167,7 @@ CObjectPtr CParser::ParseContainer(bool bArray)
 bool CParser::SkipStray(bool bArray)
 {
   const TToken nToken = m_scanner.GetToken();
-  if (nToken == (bArray ? eTokenArrayEnd : eTokenDictionaryEnd) || m_bTooDeep)
+  if (nToken == (bArray ? eTokenArrayEnd : eTokenDictionaryEnd) || m_bExcess)
     return false;
   m_bCut = true;
   // The end of something around it ends it as well. In content an operator does, which would be lost.
@@ -203,10 +209,13 @@ CObjectPtr CParser::ParseArray()
 {
   BSE::CObjectPtr<CArrayObject> pArray(new CArrayObject);
   m_scanner.ReadToken();
-  while (!m_bTooDeep)
+  while (!m_bExcess)
   {
     if (BeginsValue(m_scanner.GetToken()))
+    {
       pArray->Add(ParseObject().Get());
+      CountValues(1);
+    }
     else if (!SkipStray(true))
       break;
   }
@@ -221,11 +230,12 @@ CObjectPtr CParser::ParseArray()
 CObjectPtr CParser::ParseDictionary()
 {
   BSE::CObjectPtr<CDictionaryObject> pDictionary(new CDictionaryObject);
+  CountValues(g_nDictionaryValues);
   CString contents;
   bool bContentsCut = false;
   int nEntries = 0;
   m_scanner.ReadToken();
-  while (!m_bTooDeep)
+  while (!m_bExcess)
   {
     if (m_scanner.GetToken() != eTokenName)
     {
@@ -248,6 +258,7 @@ CObjectPtr CParser::ParseDictionary()
     if (!value)
       continue;
     pDictionary->AddEntry(key.GetText(), value.Get());
+    CountValues(1);
     ++nEntries;
   }
   // A signature is put into the finished file, and so it is plain (ISO 32000-2, 7.6.2).

@@ -3,6 +3,8 @@
 #include "pdf/Scanner.h"
 #include "pdf/XRefSink.h"
 
+#include <limits>
+
 namespace PDF
 {
 
@@ -56,6 +58,11 @@ public:
   // file.
   bool IsCut() const { return m_bCut; }
   void BeginValue() { m_bCut = false; }
+
+  // The elements and entries that may be made from here on, where a dictionary counts as some; what would
+  // take more is given up, and cut.
+  void SetValueLimit(std::int64_t nValues) { m_nValuesLeft = nValues; }
+  std::int64_t GetValuesLeft() const { return m_nValuesLeft; }
 
   // True if "n g obj" with that number stands at a position; reports nothing.
   bool IsObjectAt(int nObjNumber, std::int64_t nPos);
@@ -120,6 +127,12 @@ private:
   bool ReadDigits(int nCount, std::int64_t& nValue);
   bool ReadKeywordTrailer();
 
+  void CountValues(int nCount)
+  {
+    m_nValuesLeft -= nCount;
+    m_bExcess = m_nValuesLeft < 0 || m_bExcess;
+  }
+
   // Number of white-space bytes skipped; the last of them, if there was one.
   int SkipSpaceBytes();
   int SkipSpaceBytes(int& nLast);
@@ -145,7 +158,8 @@ private:
   int m_nOpenDictionaries = 0;
   bool m_bDecrypt = false;
   bool m_bFileLevel = false;
-  bool m_bTooDeep = false;
+  std::int64_t m_nValuesLeft = std::numeric_limits<std::int64_t>::max();
+  bool m_bExcess = false;  // a limit has been met in the value that is parsed
   bool m_bCut = false;
   bool m_bBinaryMarker = false;
 };

@@ -143,18 +143,17 @@ bool CXRefRecovery::IsKnownGood(int nObjNumber)
   const TXRefEntry& entry = m_file.m_xref.GetEntry(nObjNumber);
   if (entry.m_nType != eXRefInUse)
     return false;
-  if (nObjNumber >= m_verdicts.GetSize())
-    m_verdicts.SetSize(m_file.m_xref.GetSize());
-  if (m_verdicts[nObjNumber] == 0)
+  signed char& nVerdict = m_verdicts.Provide(nObjNumber);
+  if (nVerdict == 0)
   {
     CScanner& scanner = m_file.m_pParser->GetScanner();
     TScannerState state;
     scanner.SaveContext(state);
     const bool bGood = m_file.m_pParser->IsObjectAt(nObjNumber, entry.m_nOffset);
     scanner.RestoreContext(state);
-    m_verdicts.SetAt(nObjNumber, bGood ? 1 : -1);
+    nVerdict = bGood ? 1 : -1;
   }
-  return m_verdicts[nObjNumber] > 0;
+  return nVerdict > 0;
 }
 
 void CXRefRecovery::TakeTrailer(const CObjectPtr& trailer)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/BasicArray.h"
+#include "base/PagedArray.h"
 #include "pdf/File.h"
 
 namespace PDF
@@ -44,7 +45,7 @@ private:
 
   CFile& m_file;
   BSE::CBasicArray<TStreamObject> m_streams;
-  BSE::CBasicArray<signed char> m_verdicts;  // by object number: 1 the table is right, -1 it is wrong
+  BSE::CPagedArray<signed char, 64> m_verdicts;  // by object number: 1 the table is right, -1 it is wrong
   CObjectPtr m_xrefTrailer;
   int m_nLastObject = 0;
   std::int64_t m_nLastPos = -1;

@@ -176,14 +176,13 @@ TEST(RedundantObjects, ChainNamesEveryDuplicateOnce)
   const std::vector<int> numbers = AddResources(builder, "ExtGState", {make, make, make});
   CInput input(builder.Build());
   input.RunResources(127);
-  const auto table = input.GetResources().GetTable();
-  const auto nHead = table[static_cast<std::size_t>(numbers[2])].m_nCanonical;
-  std::map<unsigned, int> met;
-  for (unsigned n = nHead; n != PDF::g_nNoEntry && met[n] == 0; n = table[n].m_nNext)
+  const PDF::CObjectTable& table = input.GetResources().GetTable();
+  std::map<int, int> met;
+  for (int n = table[numbers[2]].m_nCanonical; n != 0 && met[n] == 0; n = table[n].m_nNext)
     ++met[n];
   EXPECT_EQ(met.size(), 3U);
   for (const int nNumber : numbers)
-    EXPECT_EQ(met[static_cast<unsigned>(nNumber)], 1) << nNumber;
+    EXPECT_EQ(met[nNumber], 1) << nNumber;
 }
 
 // What belongs to one layer must not become a part of another that is written alike.
