@@ -89,6 +89,14 @@ constexpr bool IsOutOfProportion(std::int64_t nWork, std::int64_t nFree, std::in
 // Samples of one image.
 inline constexpr std::int64_t g_nMaxImagePixels = std::int64_t{1} << 31;
 
+// What one JBIG2 image may cost, all its segments together: units of work, each about a decision of its
+// arithmetic decoder, and memory, which grows with g_nMaxDecodeRatio and stays below g_nMaxDecodedSize. White
+// areas hardly count, so that 2 million units a page are usual; a page of 128 million pixels that alternate,
+// from data of any size, is within the free amounts. Hostile data needs some ten bytes for a million units.
+inline constexpr std::int64_t g_nFreeJBIG2Work = std::int64_t{1} << 27;
+inline constexpr std::int64_t g_nJBIG2WorkRatio = 512;
+inline constexpr std::int64_t g_nFreeJBIG2Memory = std::int64_t{128} << 20;
+
 inline constexpr int g_nMaxFormNesting = 64;
 inline constexpr int g_nMaxFunctionNesting = 32;
 

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "base/BasicArray.h"
+#include "images/filters/jbig2/JBIG2ArithmeticDecoder.h"
+#include "images/filters/jbig2/JBIG2Bitmap.h"
+#include "images/filters/jbig2/JBIG2GenericTemplate.h"
+
+namespace BSE
+{
+
+// Decodes generic regions in arithmetic coding (ITU-T T.88, 6.2.5), one after the other with the same
+// contexts.
+class CJBIG2GenericDecoder
+{
+public:
+  // All contexts at their start. The run outlives the decoder.
+  CJBIG2GenericDecoder(CJBIG2Run& run, const TJBIG2GenericForm& form);
+
+  // Decodes into a white bitmap; where pSkip, as large as the bitmap, is black, a pixel is white without
+  // being coded. False, with the reason in the run, if the data does not hold all of it; the rows up to there
+  // stand.
+  bool Decode(CJBIG2ArithmeticDecoder& decoder, CJBIG2Bitmap& bitmap, const CJBIG2Bitmap* pSkip = nullptr);
+
+  // What a dictionary hands on to another one of the same form.
+  CBasicArray<TJBIG2Context>& GetContexts() { return m_contexts; }
+
+private:
+  bool DecodeRow(CJBIG2ArithmeticDecoder& decoder, CJBIG2Bitmap& bitmap, int y, const CJBIG2Bitmap* pSkip);
+
+  // Rows with the movable pixels at their default places, for one template each.
+  template <int nTemplate>
+  bool DecodePlainRow(CJBIG2ArithmeticDecoder& decoder, CJBIG2Bitmap& bitmap, int y);
+
+  // Rows of any form.
+  bool DecodeAnyRow(CJBIG2ArithmeticDecoder& decoder, CJBIG2Bitmap& bitmap, int y, const CJBIG2Bitmap* pSkip);
+  unsigned GetMovedBits(const CJBIG2Bitmap& bitmap, int x, int y) const;
+
+  CJBIG2Run& m_run;
+  TJBIG2GenericForm m_form;
+  bool m_bPlain;
+  unsigned m_nMovableMask = 0;
+  CBasicArray<TJBIG2Context> m_contexts;
+  CBasicArray<std::uint64_t> m_white;  // a row above the first one
+};
+
+}  // namespace BSE
