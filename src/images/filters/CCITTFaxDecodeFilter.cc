@@ -35,7 +35,7 @@ CCCITTFaxDecodeFilter::CCCITTFaxDecodeFilter(IByteStream* pSource, const CCCITTF
 {
   m_bEnd = m_nRowSize == 0;
   if (m_bEnd)
-    ReportError(m_pErrorContext, MakeError(g_nFaxParameters, "argument", u"DecodeParms"));
+    ReportError(m_pErrorContext, MakeError(g_nImageParameters, "argument", u"DecodeParms"));
   ResetState();
 }
 

@@ -3,7 +3,7 @@
 namespace BSE
 {
 
-// Codes of what the byte filters and the fax filter report.
+// Codes of what the filters here report.
 inline constexpr unsigned g_nASCII85Overflow = 0x80300002U;
 inline constexpr unsigned g_nASCII85MisplacedZ = 0x80300003U;
 inline constexpr unsigned g_nASCII85ShortGroup = 0x80300004U;
@@ -18,6 +18,6 @@ inline constexpr unsigned g_nFaxCode2D = 0x8030000DU;
 inline constexpr unsigned g_nLZWNoEnd = 0x80300019U;
 inline constexpr unsigned g_nLZWCode = 0x8030001AU;
 inline constexpr unsigned g_nPredictionParameters = 0x80300052U;
-inline constexpr unsigned g_nFaxParameters = 0x80300052U;
+inline constexpr unsigned g_nImageParameters = 0x80300052U;
 
 }  // namespace BSE

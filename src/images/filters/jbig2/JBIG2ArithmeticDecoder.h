@@ -78,7 +78,7 @@ public:
   bool HasOverrun() const { return m_nOverrun > g_nMaxOverrun; }
 
 private:
-  static constexpr int g_nMaxOverrun = 16;
+  static constexpr int g_nMaxOverrun = 8;
 
   // Steps shorter than this are not worth a division.
   static constexpr std::uint32_t g_nSkipInterval = 0x08000000U;

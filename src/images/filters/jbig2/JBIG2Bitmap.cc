@@ -31,33 +31,58 @@ struct TMeeting
   std::int64_t m_nBottom;
 };
 
+// A row of a source as words that begin at the words of the target.
+struct TShiftedRow
+{
+  // Any word; what is outside of the row is 0.
+  std::uint64_t Get(std::int64_t i) const { return Join(GetOwn(i), GetOwn(i + 1), m_nOffset); }
+  std::uint64_t GetOwn(std::int64_t i) const { return i >= 0 && i < m_nStride ? m_pRow[i] : 0; }
+
+  const std::uint64_t* m_pRow;
+  std::int64_t m_nStride;
+  int m_nOffset;
+};
+
+// Words of the target that the source fills, all 64 pixels of them.
+template <class F>
+void CombineWords(std::uint64_t* pTarget, const std::uint64_t* pSource, std::int64_t nCount, int nOffset,
+                  F combine)
+{
+  if (nOffset == 0)
+  {
+    for (std::int64_t i = 0; i < nCount; ++i)
+      pTarget[i] = combine(pTarget[i], pSource[i]);
+    return;
+  }
+  for (std::int64_t i = 0; i < nCount; ++i)
+    pTarget[i] = combine(pTarget[i], pSource[i] << nOffset | pSource[i + 1] >> (g_nWordBits - nOffset));
+}
+
 template <class F>
 void CombineRows(CJBIG2Bitmap& target, const CJBIG2Bitmap& source, const TMeeting& meeting, std::int64_t x,
                  std::int64_t y, F combine)
 {
   const std::int64_t nFirst = meeting.m_nLeft / g_nWordBits;
   const std::int64_t nLast = (meeting.m_nRight - 1) / g_nWordBits;
-  const std::uint64_t nHead = g_nAllBits >> (meeting.m_nLeft % g_nWordBits);
+  std::uint64_t nHead = g_nAllBits >> (meeting.m_nLeft % g_nWordBits);
   const std::uint64_t nTail = g_nAllBits << (g_nWordBits - 1 - (meeting.m_nRight - 1) % g_nWordBits);
+  if (nFirst == nLast)
+    nHead &= nTail;
   // Where the source's bits for the first word begin; the shift is that of all of them.
   const std::int64_t nStart = nFirst * g_nWordBits - x;
   const int nOffset = static_cast<int>(nStart & (g_nWordBits - 1));
   const std::int64_t nSource = (nStart - nOffset) / g_nWordBits;
-  const std::int64_t nStride = source.GetStride();
   for (std::int64_t nRow = meeting.m_nTop; nRow < meeting.m_nBottom; ++nRow)
   {
     std::uint64_t* const pTarget = target.GetRow(static_cast<int>(nRow));
-    const std::uint64_t* const pSource = source.GetRow(static_cast<int>(nRow - y));
-    std::uint64_t nWord = nSource >= 0 && nSource < nStride ? pSource[nSource] : 0;
-    for (std::int64_t i = nFirst; i <= nLast; ++i)
-    {
-      const std::int64_t nNext = nSource + i - nFirst + 1;
-      const std::uint64_t nNextWord = nNext >= 0 && nNext < nStride ? pSource[nNext] : 0;
-      const std::uint64_t nMask = (i == nFirst ? nHead : g_nAllBits) & (i == nLast ? nTail : g_nAllBits);
-      const std::uint64_t nResult = combine(pTarget[i], Join(nWord, nNextWord, nOffset));
-      pTarget[i] = (pTarget[i] & ~nMask) | (nResult & nMask);
-      nWord = nNextWord;
-    }
+    const TShiftedRow row{source.GetRow(static_cast<int>(nRow - y)), source.GetStride(), nOffset};
+    const auto combineMasked = [&](std::int64_t i, std::uint64_t nMask)
+    { pTarget[i] = (pTarget[i] & ~nMask) | (combine(pTarget[i], row.Get(nSource + i - nFirst)) & nMask); };
+    combineMasked(nFirst, nHead);
+    if (nFirst == nLast)
+      continue;
+    CombineWords(pTarget + nFirst + 1, row.m_pRow + nSource + 1, nLast - nFirst - 1, nOffset, combine);
+    combineMasked(nLast, nTail);
   }
 }
 
@@ -107,7 +132,7 @@ bool CJBIG2Bitmap::GetPixel(std::int64_t x, std::int64_t y) const
 
 std::uint64_t CJBIG2Bitmap::GetBits(std::int64_t x, std::int64_t y) const
 {
-  if (y < 0 || y >= m_nHeight || x <= -g_nWordBits || x >= m_nWidth)
+  if (m_nStride == 0 || y < 0 || y >= m_nHeight || x <= -g_nWordBits || x >= m_nWidth)
     return 0;
   const std::uint64_t* const pRow = GetRow(static_cast<int>(y));
   if (x < 0)

@@ -128,7 +128,7 @@ bool CJBIG2Decoder::DecodeSegment(int nSegment)
   const TJBIG2Segment& segment = m_segments.Get(nSegment);
   const int nType = segment.m_nType;
   if (segment.m_bCut)
-    Tell(eJBIG2Warning, nSegment, "the data is shorter than its header says");
+    Tell(eJBIG2Fatal, nSegment, "the data is shorter than its header says");
   if (IsJBIG2Immediate(nType) || IsJBIG2Intermediate(nType))
     DecodeRegion(nSegment);
   else if (nType == eJBIG2SymbolDictionary || nType == eJBIG2PatternDictionary || nType == eJBIG2Tables)

@@ -1,5 +1,7 @@
 #include "images/filters/jbig2/JBIG2GenericDecoder.h"
 
+#include "images/filters/jbig2/JBIG2GenericRow.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -19,33 +21,19 @@ constexpr int g_nMaxAhead = 32;
 // Work of a word that is passed over in such a run.
 constexpr int g_nAheadWork = 2;
 
-// The pixels of a row above that come into the context with the pixels of a word: those of its string's right
-// end. The word ends with zeros behind the row.
-struct TString
-{
-  TWord Get(int i, int nStride, int nReach) const
-  {
-    if (nReach == 0)
-      return 0;
-    return m_pRow[i] << nReach | (i + 1 < nStride ? m_pRow[i + 1] >> (g_nWordBits - nReach) : 0);
-  }
-
-  // What is in the string before the first pixel of the row.
-  unsigned GetStart(int nReach) const
-  {
-    return nReach == 0 ? 0 : static_cast<unsigned>(m_pRow[0] >> (g_nWordBits - nReach));
-  }
-
-  const TWord* m_pRow;
-};
-
 }  // namespace
 
 CJBIG2GenericDecoder::CJBIG2GenericDecoder(CJBIG2Run& run, const TJBIG2GenericForm& form)
-    : m_run(run), m_form(form), m_bPlain(form.IsPlain())
+    : m_run(run), m_form(form)
 {
   for (int i = 0; i < form.GetMovableCount(); ++i)
-    m_nMovableMask |= 1U << form.GetMovableBit(i);
+  {
+    const TJBIG2Offset& offset = form.m_movable[static_cast<unsigned>(i)];
+    if (offset == form.GetDefault(i))
+      continue;
+    m_moved[static_cast<unsigned>(m_nMoved++)] = {offset, form.GetMovableBit(i)};
+    m_nMovedMask |= 1U << form.GetMovableBit(i);
+  }
   m_contexts.SetSize(1 << form.GetTemplate().GetBits());
 }
 
@@ -81,7 +69,7 @@ bool CJBIG2GenericDecoder::Decode(CJBIG2ArithmeticDecoder& decoder, CJBIG2Bitmap
 bool CJBIG2GenericDecoder::DecodeRow(CJBIG2ArithmeticDecoder& decoder, CJBIG2Bitmap& bitmap, int y,
                                      const CJBIG2Bitmap* pSkip)
 {
-  if (!m_bPlain || pSkip)
+  if (m_nMoved > 0 || pSkip)
     return DecodeAnyRow(decoder, bitmap, y, pSkip);
   switch (m_form.m_nTemplate)
   {
@@ -105,8 +93,8 @@ bool CJBIG2GenericDecoder::DecodePlainRow(CJBIG2ArithmeticDecoder& shared, CJBIG
   TJBIG2Context* const pContexts = m_contexts.GetData();
   const int nWidth = bitmap.GetWidth();
   const int nStride = bitmap.GetStride();
-  const TString row1{y > 0 ? bitmap.GetRow(y - 1) : m_white.GetData()};
-  const TString row2{y > 1 ? bitmap.GetRow(y - 2) : m_white.GetData()};
+  const TJBIG2RowAbove row1{y > 0 ? bitmap.GetRow(y - 1) : m_white.GetData()};
+  const TJBIG2RowAbove row2{y > 1 ? bitmap.GetRow(y - 2) : m_white.GetData()};
   TWord* const pRow = bitmap.GetRow(y);
   const std::int64_t nAllowed = m_run.GetWorkLeft();
   std::int64_t nWork = 0;
@@ -114,7 +102,7 @@ bool CJBIG2GenericDecoder::DecodePlainRow(CJBIG2ArithmeticDecoder& shared, CJBIG
   unsigned nContext = row1.GetStart(form.m_nReach1) << form.GetShift1() | row2.GetStart(form.m_nReach2)
                                                                               << form.GetShift2();
   unsigned nValue = 0;
-  for (int i = 0; i < nStride && nWork <= nAllowed; ++i)
+  for (int i = 0; i < nStride && nWork <= nAllowed && !decoder.HasOverrun(); ++i)
   {
     TWord nNext1 = row1.Get(i, nStride, form.m_nReach1);
     TWord nNext2 = row2.Get(i, nStride, form.m_nReach2);
@@ -160,53 +148,49 @@ bool CJBIG2GenericDecoder::DecodePlainRow(CJBIG2ArithmeticDecoder& shared, CJBIG
   return m_run.Spend(nWork);
 }
 
-unsigned CJBIG2GenericDecoder::GetMovedBits(const CJBIG2Bitmap& bitmap, int x, int y) const
-{
-  unsigned nBits = 0;
-  for (int i = 0; i < m_form.GetMovableCount(); ++i)
-  {
-    const TJBIG2Offset& offset = m_form.m_movable[static_cast<unsigned>(i)];
-    if (bitmap.GetPixel(std::int64_t{x} + offset.m_x, std::int64_t{y} + offset.m_y))
-      nBits |= 1U << m_form.GetMovableBit(i);
-  }
-  return nBits;
-}
-
-bool CJBIG2GenericDecoder::DecodeAnyRow(CJBIG2ArithmeticDecoder& decoder, CJBIG2Bitmap& bitmap, int y,
+bool CJBIG2GenericDecoder::DecodeAnyRow(CJBIG2ArithmeticDecoder& shared, CJBIG2Bitmap& bitmap, int y,
                                         const CJBIG2Bitmap* pSkip)
 {
   const TJBIG2Template& form = m_form.GetTemplate();
   const unsigned nStaying = form.GetStayingBits();
+  CJBIG2ArithmeticDecoder decoder(shared);
   const int nStride = bitmap.GetStride();
-  const TString row1{y > 0 ? bitmap.GetRow(y - 1) : m_white.GetData()};
-  const TString row2{y > 1 ? bitmap.GetRow(y - 2) : m_white.GetData()};
-  TWord* const pRow = bitmap.GetRow(y);
+  const TJBIG2RowAbove row1{y > 0 ? bitmap.GetRow(y - 1) : m_white.GetData()};
+  const TJBIG2RowAbove row2{y > 1 ? bitmap.GetRow(y - 2) : m_white.GetData()};
   unsigned nContext = row1.GetStart(form.m_nReach1) << form.GetShift1() | row2.GetStart(form.m_nReach2)
                                                                               << form.GetShift2();
-  unsigned nValue = 0;
-  for (int i = 0; i < nStride; ++i)
+  TWord nHistory = 0;  // the last pixels, the nearest one in the low bit
+  for (int i = 0; i < nStride && !decoder.HasOverrun(); ++i)
   {
-    TWord nNext1 = row1.Get(i, nStride, form.m_nReach1);
-    TWord nNext2 = row2.Get(i, nStride, form.m_nReach2);
     const int nLeft = i * g_nWordBits;
     const int nBits = std::min(bitmap.GetWidth() - nLeft, g_nWordBits);
-    // The pixels of the movable bits are looked up one by one.
-    if (!m_run.Spend(std::int64_t{nBits} * (2 + m_form.GetMovableCount() / 2)))
+    if (!m_run.Spend(nBits + nBits * m_nMoved / 4))
       return false;
-    for (int nBit = 0; nBit < nBits; ++nBit)
+    const TWord nNext1 = row1.Get(i, nStride, form.m_nReach1);
+    const TWord nNext2 = row2.Get(i, nStride, form.m_nReach2);
+    const TWord nSkip = pSkip ? pSkip->GetBits(nLeft, y) : 0;
+    std::array<TWord, g_nJBIG2MaxMovable> moved;
+    for (unsigned k = 0; k < static_cast<unsigned>(m_nMoved); ++k)
+      moved[k] = bitmap.GetBits(std::int64_t{nLeft} + m_moved[k].m_offset.m_x,
+                                std::int64_t{y} + m_moved[k].m_offset.m_y);
+    for (int nFromRight = g_nWordBits - 1; nFromRight >= g_nWordBits - nBits; --nFromRight)
     {
-      const int nFromRight = g_nWordBits - 1 - nBit;
-      nContext = (nContext << 1 & nStaying) | nValue |
+      nContext = (nContext << 1 & nStaying) | static_cast<unsigned>(nHistory & 1) |
                  static_cast<unsigned>(nNext1 >> nFromRight & 1) << form.GetShift1() |
                  static_cast<unsigned>(nNext2 >> nFromRight & 1) << form.GetShift2();
-      nValue = 0;
-      if (pSkip && pSkip->GetPixel(nLeft + nBit, y))
-        continue;
-      nValue = decoder.Decode(
-          m_contexts.GetData()[(nContext & ~m_nMovableMask) | GetMovedBits(bitmap, nLeft + nBit, y)]);
-      pRow[i] |= TWord{nValue} << nFromRight;
+      unsigned nMoved = nContext & ~m_nMovedMask;
+      for (unsigned k = 0; k < static_cast<unsigned>(m_nMoved); ++k)
+      {
+        const TWord nPixel =
+            m_moved[k].IsNear() ? nHistory >> (-m_moved[k].m_offset.m_x - 1) : moved[k] >> nFromRight;
+        nMoved |= static_cast<unsigned>(nPixel & 1) << m_moved[k].m_nBit;
+      }
+      const bool bSkipped = (nSkip >> nFromRight & 1) != 0;
+      nHistory = nHistory << 1 | (bSkipped ? 0 : decoder.Decode(m_contexts.GetData()[nMoved]));
     }
+    bitmap.GetRow(y)[i] = nHistory << (g_nWordBits - nBits);
   }
+  shared = decoder;
   return true;
 }
 

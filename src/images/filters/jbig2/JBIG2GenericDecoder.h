@@ -5,6 +5,8 @@
 #include "images/filters/jbig2/JBIG2Bitmap.h"
 #include "images/filters/jbig2/JBIG2GenericTemplate.h"
 
+#include <array>
+
 namespace BSE
 {
 
@@ -33,12 +35,25 @@ private:
 
   // Rows of any form.
   bool DecodeAnyRow(CJBIG2ArithmeticDecoder& decoder, CJBIG2Bitmap& bitmap, int y, const CJBIG2Bitmap* pSkip);
-  unsigned GetMovedBits(const CJBIG2Bitmap& bitmap, int x, int y) const;
+
+  // A pixel of the context that is not at its default place.
+  struct TMoved
+  {
+    // Whether it is so near to the left that it may stand in the word that is being decoded.
+    bool IsNear() const
+    {
+      return m_offset.m_y == 0 && m_offset.m_x < 0 && m_offset.m_x >= -CJBIG2Bitmap::g_nWordBits;
+    }
+
+    TJBIG2Offset m_offset;
+    int m_nBit;
+  };
 
   CJBIG2Run& m_run;
   TJBIG2GenericForm m_form;
-  bool m_bPlain;
-  unsigned m_nMovableMask = 0;
+  std::array<TMoved, g_nJBIG2MaxMovable> m_moved{};
+  int m_nMoved = 0;
+  unsigned m_nMovedMask = 0;
   CBasicArray<TJBIG2Context> m_contexts;
   CBasicArray<std::uint64_t> m_white;  // a row above the first one
 };

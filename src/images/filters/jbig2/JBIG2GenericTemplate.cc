@@ -25,14 +25,4 @@ int TJBIG2GenericForm::GetMovableBit(int i) const
   return m_bExtended ? g_jbig2ExtendedBits[nIndex] : GetTemplate().m_movableBits[nIndex];
 }
 
-bool TJBIG2GenericForm::IsPlain() const
-{
-  for (int i = 0; i < GetMovableCount(); ++i)
-  {
-    if (m_movable[static_cast<unsigned>(i)] != GetDefault(i))
-      return false;
-  }
-  return true;
-}
-
 }  // namespace BSE

@@ -77,9 +77,6 @@ struct TJBIG2GenericForm
   TJBIG2Offset GetDefault(int i) const;
   int GetMovableBit(int i) const;
 
-  // Whether all movable pixels are where they are by default.
-  bool IsPlain() const;
-
   int m_nTemplate = 0;
   bool m_bExtended = false;
   bool m_bTypical = false;

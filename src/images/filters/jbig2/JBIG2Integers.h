@@ -2,6 +2,7 @@
 
 #include "base/BasicArray.h"
 #include "images/filters/jbig2/JBIG2ArithmeticDecoder.h"
+#include "images/filters/jbig2/JBIG2ArithmeticEncoder.h"
 
 #include <array>
 #include <cstdint>
@@ -25,18 +26,11 @@ inline constexpr std::array<TJBIG2IntegerRange, 6> g_jbig2IntegerRanges{
 class CJBIG2IntegerContexts
 {
 public:
-  static constexpr unsigned g_nStart = 1;
-
-  TJBIG2Context& Get(unsigned nPrevious) { return m_contexts[nPrevious]; }
-
-  static unsigned Append(unsigned nPrevious, unsigned nBit)
-  {
-    const unsigned nNext = nPrevious << 1 | nBit;
-    return nPrevious < 256 ? nNext : (nNext & 511) | 256;
-  }
-
   // False for the value that stands for none, which ends lists. Numbers have up to 33 bits.
   bool Decode(CJBIG2ArithmeticDecoder& decoder, std::int64_t& nValue);
+
+  void Encode(CJBIG2ArithmeticEncoder& encoder, std::int64_t nValue);
+  void EncodeNone(CJBIG2ArithmeticEncoder& encoder);
 
 private:
   std::array<TJBIG2Context, 512> m_contexts{};
@@ -51,8 +45,8 @@ public:
   static constexpr int g_nMaxBits = 30;
 
   int GetBits() const { return m_nBits; }
-  TJBIG2Context& Get(unsigned nPrevious) { return m_contexts.GetData()[nPrevious]; }
   int Decode(CJBIG2ArithmeticDecoder& decoder);
+  void Encode(CJBIG2ArithmeticEncoder& encoder, int nSymbol);
 
 private:
   int m_nBits = 0;

@@ -43,7 +43,7 @@ bool CJBIG2RefinementDecoder::DecodeRow(CJBIG2ArithmeticDecoder& shared, CJBIG2B
   CJBIG2RefinementWindow window(m_form, bitmap, reference, y);
   std::uint64_t* const pRow = bitmap.GetRow(y);
   unsigned nValue = 0;
-  for (int i = 0; i < bitmap.GetStride(); ++i)
+  for (int i = 0; i < bitmap.GetStride() && !decoder.HasOverrun(); ++i)
   {
     const int nBits = std::min(bitmap.GetWidth() - i * g_nWordBits, g_nWordBits);
     if (!m_run.Spend(2 * nBits))

@@ -12,7 +12,7 @@ namespace
 constexpr std::uint32_t g_nOpenLength = 0xFFFFFFFFU;
 constexpr unsigned char g_fileId[] = {0x97, 'J', 'B', '2', 0x0D, 0x0A, 0x1A, 0x0A};
 
-// Shorter than any header: what is left behind the last segment at most.
+// No header is shorter than this.
 constexpr std::size_t g_nMinHeader = 11;
 
 // The identification is followed by flags and, unless those say that it is not known, the count of pages.
@@ -106,9 +106,12 @@ bool CJBIG2SegmentList::Add(std::span<const unsigned char> data)
     if (!AddSegment(cursor))
       return false;
     if (m_segments[m_segments.GetSize() - 1].m_nType == eJBIG2EndOfFile)
-      break;
+      return true;
   }
-  return true;
+  // Padding and line ends may follow.
+  const auto rest = cursor.Take(static_cast<std::int64_t>(cursor.GetRemaining()));
+  return std::all_of(rest.begin(), rest.end(),
+                     [](unsigned char n) { return n == 0 || n == '\r' || n == '\n'; });
 }
 
 bool CJBIG2SegmentList::ReadReferences(CByteCursor& cursor, TJBIG2Segment& segment)
