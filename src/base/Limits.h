@@ -89,12 +89,13 @@ constexpr bool IsOutOfProportion(std::int64_t nWork, std::int64_t nFree, std::in
 // Samples of one image.
 inline constexpr std::int64_t g_nMaxImagePixels = std::int64_t{1} << 31;
 
-// What one JBIG2 image may cost, all its segments together: units of work, each about a decision of its
-// arithmetic decoder, and memory, which grows with g_nMaxDecodeRatio and stays below g_nMaxDecodedSize. White
-// areas hardly count, so that 2 million units a page are usual; a page of 128 million pixels that alternate,
-// from data of any size, is within the free amounts. Hostile data needs some ten bytes for a million units.
-inline constexpr std::int64_t g_nFreeJBIG2Work = std::int64_t{1} << 27;
-inline constexpr std::int64_t g_nJBIG2WorkRatio = 512;
+// What one JBIG2 image may cost, all its segments together. Work is counted in units of about one decision of
+// its arithmetic decoder, some nanoseconds. White areas hardly count, and a page of text at 600 dots an inch
+// takes 2 to 5 million of 35 million pixels; one of dense dots takes all of them, and has more than a byte
+// for a thousand. Hostile data makes 250,000 decisions of a byte. Memory grows with g_nMaxDecodeRatio beyond
+// the free amount, which is that of a page of 1,000 million pixels, up to g_nMaxDecodedSize.
+inline constexpr std::int64_t g_nFreeJBIG2Work = std::int64_t{1} << 26;
+inline constexpr std::int64_t g_nJBIG2WorkRatio = 1024;
 inline constexpr std::int64_t g_nFreeJBIG2Memory = std::int64_t{128} << 20;
 
 inline constexpr int g_nMaxFormNesting = 64;

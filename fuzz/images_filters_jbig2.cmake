@@ -1,0 +1,1 @@
+add_fuzz_target(images_filters_jbig2 SOURCE images/filters/JBIG2Fuzz.cc USES images_filters_jbig2 images_filters base)
