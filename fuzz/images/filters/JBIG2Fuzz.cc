@@ -9,7 +9,7 @@
 namespace
 {
 
-// Rows in pieces of so many; as many as a fuzzer has time for.
+// The first rows in pieces of so many.
 BSE::CBytes ReadRows(BSE::CJBIG2DecodeFilter& filter, std::size_t nPieceRows)
 {
   const std::size_t nRowSize = (static_cast<std::size_t>(filter.GetParameters().nWidth) + 7) / 8;
@@ -18,7 +18,7 @@ BSE::CBytes ReadRows(BSE::CJBIG2DecodeFilter& filter, std::size_t nPieceRows)
     return rows;
   BSE::CBytes piece(nRowSize * nPieceRows + 3);
   std::int64_t nRead = 1;
-  while (nRead > 0 && rows.size() < BSE::g_nMaxFuzzOutput)
+  for (int i = 0; nRead > 0 && i < 5000 && rows.size() < BSE::g_nMaxFuzzOutput; ++i)
   {
     nRead = filter.Read(piece.data(), static_cast<std::int64_t>(piece.size()));
     BSE::Require(static_cast<std::size_t>(nRead) % nRowSize == 0);

@@ -89,13 +89,13 @@ CObjectPtr<CJBIG2HuffmanTable> CJBIG2HuffmanTable::Read(CJBIG2Run& run, std::spa
                static_cast<unsigned char>(nBits), kind});
   };
   bool bValid = !cursor.HasFailed() && nLow > INT32_MIN;
-  for (std::int64_t nFirst = nLow; nFirst < nHigh && bValid;)
+  for (std::int64_t nFirst = nLow; bValid && nFirst < nHigh;)
   {
     const unsigned nLength = reader.ReadBits(nLengthBits);
     const unsigned nBits = reader.ReadBits(nRangeBits);
-    add(nFirst, nBits, eJBIG2Range, nLength);
     bValid = nBits <= 32 && !reader.HasFailed();
-    nFirst += std::int64_t{1} << (nBits & 63);
+    add(nFirst, nBits, eJBIG2Range, nLength);
+    nFirst += std::int64_t{1} << (bValid ? nBits : 0);
   }
   add(std::int64_t{nLow} - 1, 32, eJBIG2Lower, reader.ReadBits(nLengthBits));
   add(nHigh, 32, eJBIG2Range, reader.ReadBits(nLengthBits));

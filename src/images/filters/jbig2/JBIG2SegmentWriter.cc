@@ -12,6 +12,15 @@ void CJBIG2SegmentData::PutRegion(const TJBIG2Region& region)
   Put8(region.m_nFlags);
 }
 
+void CJBIG2SegmentData::PutMovable(const TJBIG2GenericForm& form)
+{
+  for (int i = 0; i < form.GetMovableCount(); ++i)
+  {
+    Put8(static_cast<unsigned>(form.GetDefault(i).m_x) & 0xFF);
+    Put8(static_cast<unsigned>(form.GetDefault(i).m_y) & 0xFF);
+  }
+}
+
 unsigned CJBIG2SegmentWriter::Add(TJBIG2SegmentType type, const CJBIG2SegmentData& data,
                                   std::span<const unsigned> references)
 {

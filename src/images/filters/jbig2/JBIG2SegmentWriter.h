@@ -2,6 +2,7 @@
 
 #include "base/BasicArray.h"
 #include "base/ByteOrder.h"
+#include "images/filters/jbig2/JBIG2GenericTemplate.h"
 #include "images/filters/jbig2/JBIG2Segments.h"
 
 #include <cstdint>
@@ -27,8 +28,9 @@ public:
   }
   void Put(std::span<const unsigned char> bytes) { m_bytes.Append(bytes); }
 
-  // What a region begins with.
+  // What a region begins with, and the default places of the movable pixels of a form.
   void PutRegion(const TJBIG2Region& region);
+  void PutMovable(const TJBIG2GenericForm& form);
 
   int GetSize() const { return m_bytes.GetSize(); }
   std::span<const unsigned char> GetBytes() const { return m_bytes.GetSpan(); }
