@@ -258,7 +258,7 @@ void CFile::NoteDamage(int nObjNumber, unsigned nCode)
 void CFile::NoteTrailer(const CObjectPtr& trailer, bool bCut)
 {
   // Where the reference to the root is what is damaged, nothing else is known to be.
-  m_bTrailerCut = m_bTrailerCut || (bCut && trailer["Root"].IsIndirect());
+  m_bTrailerCut = m_bTrailerCut || (bCut && trailer.GetType() == eDictionary && trailer["Root"].IsIndirect());
 }
 
 std::int64_t CFile::GetTableOffset(int nObjNumber) const

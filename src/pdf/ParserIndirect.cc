@@ -185,7 +185,8 @@ bool CParser::HasRest(const CObjectPtr& value)
 {
   const TToken nToken = m_scanner.GetToken();
   if (nToken == eTokenKeyword)
-    return value["Length"] && std::strncmp(m_scanner.GetText(), "end", 3) != 0;
+    return value.GetType() == eDictionary && value["Length"] &&
+           std::strncmp(m_scanner.GetText(), "end", 3) != 0;
   if (nToken != eTokenInteger)
     return BeginsValue(nToken) || nToken == eTokenStream;
   // Where "endobj" is missing, the next object follows.
