@@ -81,14 +81,14 @@ CJBIG2TextLayout::CJBIG2TextLayout(CJBIG2Run& run, const CJBIG2Components& compo
 int CJBIG2TextLayout::FindSlot(const CJBIG2Bitmap& bitmap, std::uint64_t nHash) const
 {
   const auto nMask = static_cast<std::uint64_t>(m_table.GetSize() - 1);
-  std::uint64_t nSlot = nHash & nMask;
-  while (true)
+  for (std::uint64_t i = 0; i < g_nMaxProbes; ++i)
   {
+    const std::uint64_t nSlot = (nHash + i) & nMask;
     const int nClass = m_table.GetData()[nSlot];
     if (nClass < 0 || (m_classes.GetData()[nClass].m_nHash == nHash && AreEqual(*m_bitmaps[nClass], bitmap)))
       return static_cast<int>(nSlot);
-    nSlot = (nSlot + 1) & nMask;
   }
+  return -1;
 }
 
 void CJBIG2TextLayout::MakeClasses()
