@@ -90,9 +90,9 @@ constexpr bool IsOutOfProportion(std::int64_t nWork, std::int64_t nFree, std::in
 inline constexpr std::int64_t g_nMaxImagePixels = std::int64_t{1} << 31;
 
 // What one JBIG2 image may cost, all its segments together. Work is counted in units of about one decision of
-// its arithmetic decoder, some nanoseconds. White areas hardly count, and a page of text at 600 dots an inch
-// takes 2 to 5 million of 35 million pixels; one of dense dots takes all of them, and has more than a byte
-// for a thousand. Hostile data makes 250,000 decisions of a byte. Memory grows with g_nMaxDecodeRatio beyond
+// its arithmetic decoder, some nanoseconds. White areas hardly count: a page of text at 600 dots an inch
+// takes some 10 million for its 35 million pixels. One of dense dots takes all of them, and has a byte for
+// each hundred. Hostile data makes 250,000 decisions of a byte. Memory grows with g_nMaxDecodeRatio beyond
 // the free amount, which is that of a page of 1,000 million pixels, up to g_nMaxDecodedSize.
 inline constexpr std::int64_t g_nFreeJBIG2Work = std::int64_t{1} << 26;
 inline constexpr std::int64_t g_nJBIG2WorkRatio = 1024;

@@ -16,6 +16,7 @@ BSE::CBytes ReadRows(BSE::CJBIG2DecodeFilter& filter, std::size_t nPieceRows)
   BSE::CBytes rows;
   if (nRowSize > BSE::g_nMaxFuzzOutput)
     return rows;
+  nPieceRows = std::min(nPieceRows, BSE::g_nMaxFuzzOutput / nRowSize);
   BSE::CBytes piece(nRowSize * nPieceRows + 3);
   std::int64_t nRead = 1;
   for (int i = 0; nRead > 0 && i < 5000 && rows.size() < BSE::g_nMaxFuzzOutput; ++i)

@@ -16,6 +16,10 @@ namespace
 constexpr std::uint64_t g_nAllBits = ~std::uint64_t{0};
 constexpr int g_nWordBits = CJBIG2Bitmap::g_nWordBits;
 
+// Work and memory of a bitmap besides its pixels, with what the allocator adds.
+constexpr int g_nCreationWork = 64;
+constexpr std::int64_t g_nOverhead = 64 + sizeof(CJBIG2Bitmap);
+
 // Word that begins nOffset bits, 0 to 63, behind the start of the first of two.
 std::uint64_t Join(std::uint64_t nFirst, std::uint64_t nSecond, int nOffset)
 {
@@ -99,8 +103,8 @@ CJBIG2BitmapPtr CJBIG2Bitmap::Create(CJBIG2Run& run, std::int64_t nWidth, std::i
   }
   const std::int64_t nStride = (nWidth + g_nWordBits - 1) / g_nWordBits;
   const std::int64_t nBytes = nStride * nHeight * g_nWordBits / 8;
-  const std::int64_t nMemory = nBytes + static_cast<std::int64_t>(sizeof(CJBIG2Bitmap));
-  if (!run.TakeMemory(nMemory))
+  const std::int64_t nMemory = nBytes + g_nOverhead;
+  if (!run.Spend(g_nCreationWork) || !run.TakeMemory(nMemory))
     return nullptr;
   std::uint64_t* pWords = nullptr;
   if (nBytes > 0)

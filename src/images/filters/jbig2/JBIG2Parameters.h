@@ -10,7 +10,8 @@ namespace BSE
 
 struct CJBIG2Parameters
 {
-  // Decoding: what images share, decoded, or null; read from its start.
+  // Decoding: what images share, decoded, or null; read from its start to its end, and its size when it has
+  // been.
   CObjectPtr<IByteStream> pGlobals;
   std::int64_t nGlobalsSize = 0;
 

@@ -59,13 +59,13 @@ public:
   CJBIG2HeldMemory(const CJBIG2HeldMemory&) = delete;
   CJBIG2HeldMemory& operator=(const CJBIG2HeldMemory&) = delete;
 
-  // Once only. The run outlives what holds the memory.
+  // Takes more of one run, which outlives what holds the memory.
   bool Take(CJBIG2Run& run, std::int64_t nBytes)
   {
     if (!run.TakeMemory(nBytes))
       return false;
     m_pRun = &run;
-    m_nBytes = nBytes;
+    m_nBytes += nBytes;
     return true;
   }
 

@@ -13,6 +13,9 @@ namespace
 // Work of a segment besides its content: contexts are set up for it.
 constexpr int g_nSegmentWork = 4096;
 
+// Memory of a symbol in the lists that are made for a segment, which grow by doubling.
+constexpr std::int64_t g_nSymbolMemory = 4 * sizeof(void*);
+
 // Number of a table that the file brings along.
 constexpr int g_nOwnTable = 0;
 
@@ -70,8 +73,8 @@ bool CJBIG2SegmentDecoder::AddReferred(IObject* pResult, TReferred& referred)
   {
     referred.m_pLastDictionary = pDictionary;
     const int nCount = pDictionary->m_symbols.GetSize();
-    if (!m_run.Spend(nCount) || nCount > 0x7FFFFFFF / 2 - referred.m_symbols.GetSize())
-      return m_run.Fail("there are too many symbols");
+    if (!m_run.Spend(nCount) || !referred.m_memory.Take(m_run, g_nSymbolMemory * nCount))
+      return false;
     for (int i = 0; i < nCount; ++i)
       referred.m_symbols.Add(pDictionary->m_symbols[i]);
   }

@@ -35,6 +35,7 @@ private:
     const CJBIG2Bitmap* m_pRegion = nullptr;
     CObjectArray<CJBIG2HuffmanTable> m_tables;
     int m_nTablesUsed = 0;
+    CJBIG2HeldMemory m_memory;
   };
 
   // False if something is missing.

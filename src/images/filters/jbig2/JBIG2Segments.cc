@@ -24,6 +24,13 @@ void SkipFileHeader(CByteCursor& cursor, std::span<const unsigned char> data)
   cursor.Skip((cursor.Card8() & 2) != 0 ? 0 : 4);
 }
 
+// Only these may have an open length.
+bool IsGeneric(int nType)
+{
+  return nType == eJBIG2IntermediateGeneric || nType == eJBIG2ImmediateGeneric ||
+         nType == eJBIG2LosslessGeneric;
+}
+
 // The size of data of open length, with the mark and the count of rows; -1 if there is no mark.
 std::int64_t FindOpenEnd(std::span<const unsigned char> data)
 {
@@ -150,7 +157,7 @@ bool CJBIG2SegmentList::AddSegment(CByteCursor& cursor)
   if (cursor.HasFailed())
     return false;
   const auto nLeft = static_cast<std::int64_t>(cursor.GetRemaining());
-  if (nLength == g_nOpenLength)
+  if (nLength == g_nOpenLength && IsGeneric(segment.m_nType))
   {
     CByteCursor rest(cursor);
     nLength = FindOpenEnd(rest.Take(nLeft));

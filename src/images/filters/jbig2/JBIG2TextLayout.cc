@@ -28,6 +28,9 @@ constexpr double g_dDifferenceBits = 3.5;
 constexpr int g_nMaxSizeStep = 1;
 constexpr int g_nMaxTries = 200;
 
+// A search that long is given up: a page was made for that. The component stays in the rest of the page then.
+constexpr std::uint64_t g_nMaxProbes = 64;
+
 std::uint64_t GetHash(const CJBIG2Bitmap& bitmap)
 {
   constexpr std::uint64_t nFactor = 0x9E3779B97F4A7C15U;
@@ -75,17 +78,17 @@ CJBIG2TextLayout::CJBIG2TextLayout(CJBIG2Run& run, const CJBIG2Components& compo
 {
 }
 
-int CJBIG2TextLayout::FindClass(const CJBIG2Bitmap& bitmap, std::uint64_t nHash) const
+int CJBIG2TextLayout::FindSlot(const CJBIG2Bitmap& bitmap, std::uint64_t nHash) const
 {
   const auto nMask = static_cast<std::uint64_t>(m_table.GetSize() - 1);
-  std::uint64_t nSlot = nHash & nMask;
-  while (true)
+  for (std::uint64_t i = 0; i < g_nMaxProbes; ++i)
   {
+    const std::uint64_t nSlot = (nHash + i) & nMask;
     const int nClass = m_table.GetData()[nSlot];
     if (nClass < 0 || (m_classes.GetData()[nClass].m_nHash == nHash && AreEqual(*m_bitmaps[nClass], bitmap)))
       return static_cast<int>(nSlot);
-    nSlot = (nSlot + 1) & nMask;
   }
+  return -1;
 }
 
 void CJBIG2TextLayout::MakeClasses()
@@ -103,7 +106,9 @@ void CJBIG2TextLayout::MakeClasses()
       continue;
     const CJBIG2BitmapPtr pBitmap = m_components.Extract(m_run, i);
     const std::uint64_t nHash = GetHash(*pBitmap);
-    const int nSlot = FindClass(*pBitmap, nHash);
+    const int nSlot = FindSlot(*pBitmap, nHash);
+    if (nSlot < 0)
+      continue;
     int& nClass = m_table.GetData()[nSlot];
     if (nClass < 0)
     {

@@ -27,7 +27,7 @@ public:
   // Borrows both.
   CJBIG2TextLayout(CJBIG2Run& run, const CJBIG2Components& components, double dBitsPerRun);
 
-  // Without refinements first; then, if asked for again, with them. False if that finds nothing more.
+  // Symbols that stand as they are; then, once only and behind that, refinements. False if there are none.
   bool AddSymbols();
   bool AddRefinements();
 
@@ -58,7 +58,10 @@ private:
   };
 
   void MakeClasses();
-  int FindClass(const CJBIG2Bitmap& bitmap, std::uint64_t nHash) const;
+
+  // The place of a bitmap's class in the table, or of none where there is none yet; -1 if the search is given
+  // up.
+  int FindSlot(const CJBIG2Bitmap& bitmap, std::uint64_t nHash) const;
   void MakeSymbol(int nClass);
 
   // Makes a class known to those that look for one of a like size.
