@@ -119,9 +119,10 @@ CJBIG2BitmapPtr CJBIG2Encoder::MakeRest(const CJBIG2TextLayout& layout)
   for (const TJBIG2Instance& instance : layout.GetInstances())
   {
     const TJBIG2Component& component = layout.GetComponents().Get(instance.m_nComponent);
-    const CJBIG2Bitmap& bitmap = instance.m_nRefined >= 0 ? *layout.GetRefined()[instance.m_nRefined]
-                                                          : *layout.GetSymbols()[instance.m_nSymbol];
-    pRest->Combine(bitmap, component.m_nLeft, component.m_nTop, eJBIG2Xor);
+    const CJBIG2Bitmap* const pBitmap = instance.m_nRefined >= 0 ? layout.GetRefined()[instance.m_nRefined]
+                                                                 : layout.GetSymbols()[instance.m_nSymbol];
+    if (pBitmap)
+      pRest->Combine(*pBitmap, component.m_nLeft, component.m_nTop, eJBIG2Xor);
   }
   return pRest;
 }
