@@ -94,7 +94,12 @@ inline constexpr std::int64_t g_nMaxImagePixels = std::int64_t{1} << 31;
 // takes some 10 million for its 35 million pixels. One of dense dots takes all of them, and has a byte for
 // each hundred. Hostile data makes 250,000 decisions of a byte. Memory grows with g_nMaxDecodeRatio beyond
 // the free amount, which is that of a page of 1,000 million pixels, up to g_nMaxDecodedSize.
+// What a fuzzer builds is many times slower, and has less of it.
+#ifdef BREVEX_SMALL_LIMITS
+inline constexpr std::int64_t g_nFreeJBIG2Work = std::int64_t{1} << 22;
+#else
 inline constexpr std::int64_t g_nFreeJBIG2Work = std::int64_t{1} << 26;
+#endif
 inline constexpr std::int64_t g_nJBIG2WorkRatio = 1024;
 inline constexpr std::int64_t g_nFreeJBIG2Memory = std::int64_t{128} << 20;
 
