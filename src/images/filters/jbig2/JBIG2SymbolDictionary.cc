@@ -1,6 +1,5 @@
 #include "images/filters/jbig2/JBIG2SymbolDictionary.h"
 
-#include "base/ByteOrder.h"
 #include "images/filters/jbig2/JBIG2MMR.h"
 
 #include <algorithm>
