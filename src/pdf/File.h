@@ -5,6 +5,7 @@
 #include "base/Event.h"
 #include "base/MemoryStream.h"
 #include "pdf/Conformance.h"
+#include "pdf/FilterTable.h"
 #include "pdf/ObjectMap.h"
 #include "pdf/SecurityHandler.h"
 #include "pdf/XRefTable.h"
@@ -222,6 +223,11 @@ public:
   // Bytes through the deflater, or the plain encoder; null on failure.
   BSE::CObjectPtr<BSE::CMemoryStream> Deflate(std::span<const unsigned char> data);
 
+  // The filters of pictures that streams of this file are decoded and encoded with; none at first. Outlives
+  // documents.
+  void SetImageFilters(CFilterTable filters) { m_imageFilters = filters; }
+  CFilterTable GetImageFilters() const { return m_imageFilters; }
+
   // The code with which reading has failed or was given up, and 0 while all is well. Objects may then have
   // been taken for damaged or absent, and a save must not go on.
   unsigned GetReadFailure() const;
@@ -359,6 +365,7 @@ private:
   int m_nMajor = 1;
   int m_nMinor = 4;
   CConformance m_conformance;
+  CFilterTable m_imageFilters;
   BSE::CObjectPtr<BSE::IByteStream> m_pInput;
   BSE::CObjectPtr<CInputMonitor> m_pMonitor;  // the same, where it is a stream of the caller's
   BSE::CScopedPtr<CParser> m_pParser;

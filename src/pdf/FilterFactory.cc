@@ -1,22 +1,11 @@
 #include "pdf/FilterFactory.h"
 
-#include "base/Checked.h"
 #include "base/EncodeFilter.h"
 #include "base/Limits.h"
-#include "base/Tracer.h"
-#include "images/filters/ASCII85DecodeFilter.h"
-#include "images/filters/ASCII85EncodeFilter.h"
-#include "images/filters/ASCIIHexDecodeFilter.h"
-#include "images/filters/ASCIIHexEncodeFilter.h"
-#include "images/filters/FlateDecodeFilter.h"
-#include "images/filters/FlateEncodeFilter.h"
-#include "images/filters/LZWDecodeFilter.h"
-#include "images/filters/LZWEncodeFilter.h"
-#include "images/filters/PredictionDecodeFilter.h"
-#include "images/filters/RunLengthDecodeFilter.h"
-#include "images/filters/RunLengthEncodeFilter.h"
 #include "pdf/ArrayObject.h"
 #include "pdf/DictionaryObject.h"
+#include "pdf/File.h"
+#include "pdf/FilterTable.h"
 #include "pdf/SimpleObjects.h"
 
 namespace PDF
@@ -27,58 +16,13 @@ namespace
 
 using CStreamPtr = BSE::CObjectPtr<BSE::IByteStream>;
 
-enum TFilterKind
+// Filters of bytes first, then those that the stream's file has been given.
+const TFilterRow* FindRow(CObject* pStream, const char* szName)
 {
-  eFilterUnknown,
-  eFilterASCIIHex,
-  eFilterASCII85,
-  eFilterRunLength,
-  eFilterLZW,
-  eFilterFlate,
-  eFilterCrypt
-};
-
-TFilterKind GetFilterKind(const char* szName)
-{
-  static constexpr struct
-  {
-    const char* m_szName;
-    const char* m_szShort;
-    TFilterKind m_nKind;
-  } filters[] = {{"FlateDecode", "Fl", eFilterFlate},         {"LZWDecode", "LZW", eFilterLZW},
-                 {"ASCII85Decode", "A85", eFilterASCII85},    {"ASCIIHexDecode", "AHx", eFilterASCIIHex},
-                 {"RunLengthDecode", "RL", eFilterRunLength}, {"Crypt", "Crypt", eFilterCrypt}};
-  for (const auto& filter : filters)
-    if (KeyEquals(szName, filter.m_szName) || KeyEquals(szName, filter.m_szShort))
-      return filter.m_nKind;
-  return eFilterUnknown;
-}
-
-int GetParameter(const CObjectPtr& parameters, const char* szKey, int nDefault)
-{
-  return BSE::ClampTo<int>(GetIntegerOr(parameters[szKey], nDefault));
-}
-
-CStreamPtr AddPrediction(const CStreamPtr& pSource, CObject* pStream, const CObjectPtr& parameters)
-{
-  BSE::CPredictionParameters prediction;
-  prediction.Predictor = GetParameter(parameters, "Predictor", prediction.Predictor);
-  if (prediction.Predictor <= BSE::g_nPredictorNone)
-    return pSource;
-  prediction.Colors = GetParameter(parameters, "Colors", prediction.Colors);
-  prediction.Columns = GetParameter(parameters, "Columns", prediction.Columns);
-  prediction.BitsPerComponent = GetParameter(parameters, "BitsPerComponent", prediction.BitsPerComponent);
-  return new BSE::CPredictionDecodeFilter(pSource.Get(), prediction, pStream);
-}
-
-CStreamPtr PassThroughCrypt(BSE::IByteStream* pSource, const CObjectPtr& parameters)
-{
-  const CObjectPtr name = parameters["Name"];
-  if (!name.IsName() || name.IsName("Identity"))
-    return pSource;
-  if (BSE::CTracer::IsOn())
-    BSE::CTracer::Trace("E", "PDF Filter", "Crypt filter not supported.");
-  return nullptr;
+  if (const TFilterRow* pRow = FindFilter(GetByteFilters(), szName))
+    return pRow;
+  const CFile* pFile = pStream ? pStream->GetFile() : nullptr;
+  return pFile ? FindFilter(pFile->GetImageFilters(), szName) : nullptr;
 }
 
 // Full key, or the short one of inline images.
@@ -119,28 +63,8 @@ CStreamPtr CreateDecodeFilter(BSE::IByteStream* pSource, const char* szName, COb
 {
   if (!BSE::IsObjectAddress(pSource) || !pSource->IsValid())
     return nullptr;
-  switch (GetFilterKind(szName))
-  {
-  case eFilterASCIIHex:
-    return new BSE::CASCIIHexDecodeFilter(pSource, pStream);
-  case eFilterASCII85:
-    return new BSE::CASCII85DecodeFilter(pSource, pStream);
-  case eFilterRunLength:
-    return new BSE::CRunLengthDecodeFilter(pSource, pStream);
-  case eFilterLZW:
-  {
-    BSE::CLZWParameters lzw;
-    lzw.EarlyChange = GetParameter(parameters, "EarlyChange", lzw.EarlyChange);
-    return AddPrediction(new BSE::CLZWDecodeFilter(pSource, lzw, pStream), pStream, parameters);
-  }
-  case eFilterFlate:
-    return AddPrediction(new BSE::CFlateDecodeFilter(pSource, pStream), pStream, parameters);
-  case eFilterCrypt:
-    return PassThroughCrypt(pSource, parameters);
-  case eFilterUnknown:
-    break;
-  }
-  return nullptr;
+  const TFilterRow* pRow = FindRow(pStream, szName);
+  return pRow ? pRow->m_pCreateDecoder(pSource, pStream, parameters) : CStreamPtr();
 }
 
 CStreamPtr CreateEncodeFilter(BSE::IByteStream* pSink, const char* szName, CObject* pStream,
@@ -148,30 +72,8 @@ CStreamPtr CreateEncodeFilter(BSE::IByteStream* pSink, const char* szName, CObje
 {
   if (!BSE::IsObjectAddress(pSink) || !pSink->IsValid())
     return nullptr;
-  CStreamPtr pFilter;
-  switch (GetFilterKind(szName))
-  {
-  case eFilterASCIIHex:
-    pFilter = new BSE::CASCIIHexEncodeFilter(pSink, pStream);
-    break;
-  case eFilterASCII85:
-    pFilter = new BSE::CASCII85EncodeFilter(pSink, pStream);
-    break;
-  case eFilterRunLength:
-    pFilter = new BSE::CRunLengthEncodeFilter(pSink, pStream);
-    break;
-  case eFilterLZW:
-    pFilter = new BSE::CLZWEncodeFilter(pSink, pStream);
-    break;
-  case eFilterFlate:
-    pFilter = new BSE::CFlateEncodeFilter(pSink, pStream);
-    break;
-  case eFilterCrypt:
-  case eFilterUnknown:
-    return nullptr;
-  }
-  parameters.Reset();
-  return pFilter;
+  const TFilterRow* pRow = FindRow(pStream, szName);
+  return pRow && pRow->m_pCreateEncoder ? pRow->m_pCreateEncoder(pSink, pStream, parameters) : CStreamPtr();
 }
 
 int GetFilterCount(CObject* pStream)

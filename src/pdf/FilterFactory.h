@@ -8,8 +8,9 @@ namespace PDF
 
 // Decoder for one filter name, full or abbreviated (ISO 32000-1, Tables 6 and 94), over a source of encoded
 // data. pStream is the owner of the data (an image dictionary for image filters) and the context of reports;
-// parameters may be null. Empty for an unknown name, an empty or invalid source, and a named crypt filter.
-// The result may be invalid where a decoder could not start: ask IsValid.
+// parameters may be null. Filters of pictures are those of the owner's file (CFile::SetImageFilters). Empty
+// for an unknown name, an empty or invalid source, and a named crypt filter. The result may be invalid where
+// a decoder could not start: ask IsValid.
 BSE::CObjectPtr<BSE::IByteStream> CreateDecodeFilter(BSE::IByteStream* pSource, const char* szName,
                                                      CObject* pStream, const CObjectPtr& parameters);
 
