@@ -38,7 +38,9 @@ void CCopyBase::SetFiles(CFile* pSource, CFile* pTarget)
 {
   m_pSource = pSource;
   m_pTarget = pTarget;
+  IStreamStep* const pStep = m_ownState.m_pStreamStep;
   m_ownState = TState();
+  m_ownState.m_pStreamStep = pStep;
 }
 
 void CCopyBase::ShareWith(CCopyBase& other)
@@ -159,9 +161,20 @@ void CCopyBase::FillCopy(CObjectTraverser& visitor, const CObjectPtr& source, co
   if (stream)
     target->SetStreamObject(visitor.Visit(stream).Get());
   target->Unlock();
+  if (stream)
+    HandleStream(source, target);
   m_bFlush = bFlush;
   m_nGroup = nGroup;
   FinishCopy(source, target);
+}
+
+void CCopyBase::HandleStream(const CObjectPtr& source, const CObjectPtr& target)
+{
+  if (!m_pState->m_pStreamStep)
+    return;
+  const CObjectPtr part = target.GetStreamObject();
+  if (part && !static_cast<CStreamPart*>(part.Get())->IsEncodingFinal())
+    m_pState->m_pStreamStep->HandleStream(source, target);
 }
 
 void CCopyBase::TellDamage(const CObjectPtr& source)

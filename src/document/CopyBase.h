@@ -13,6 +13,19 @@ class CObjectTraverser;
 // "The file is corrupt and cannot be repaired.": what is in the way of a copier and fits into no document.
 inline constexpr unsigned g_nNotCopied = 0x80410113U;
 
+// The step of a copy that handles streams: it gives them another encoding, and leaves their data alone.
+class IStreamStep
+{
+public:
+  // Once for each stream, after its dictionary and data have been carried over and before it is written. The
+  // source is null for a stream that the copy has made itself. The target may get other filters, parameters
+  // and another stream part.
+  virtual void HandleStream(const CObjectPtr& source, const CObjectPtr& target) = 0;
+
+protected:
+  ~IStreamStep() = default;
+};
+
 // What every copier shares: the two files, and how one object is carried from the one to the other. The map
 // of object numbers belongs to the target file, so that copiers on the same pair of files see each other's
 // copies.
@@ -76,6 +89,12 @@ public:
   // whose value has been taken over; FinishCopy does.
   void TellDamage(const CObjectPtr& source);
 
+  // Borrowed, and kept until it is replaced; null for streams that stay as they are.
+  void SetStreamStep(IStreamStep* pStep) { m_pState->m_pStreamStep = pStep; }
+
+  // Takes a stream of the target through the step, unless its encoding is final. FillCopy does.
+  void HandleStream(const CObjectPtr& source, const CObjectPtr& target);
+
   // True once a stream was refused: its data are missing in the target, which must not be taken for a copy.
   bool IsRefused() const { return m_pState->m_bRefused; }
 
@@ -100,6 +119,7 @@ protected:
   {
     CNumberSet m_told;  // objects whose damage has been reported
     bool m_bRefused = false;
+    IStreamStep* m_pStreamStep = nullptr;
 
     // Elements of the structure tree that something else led to: they have a target, and wait for the copier
     // of the tree, which alone knows what belongs into it.

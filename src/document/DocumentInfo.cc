@@ -77,6 +77,8 @@ bool CDocumentCopierBase::CopyDocumentMetadata()
     BSE::ReportLoss(metadata.Get(), pSource->GetLossCode());
   const CObjectPtr target = metadata.IsStream() ? m_copier.GetOrCreateCopy(metadata, bCreated) : CObjectPtr();
   m_output.UpdateMetadata(m_producer.GetText(), bCreated ? target : CObjectPtr());
+  if (const CObjectPtr written = m_output.GetCatalog()["Metadata"]; written.IsStream() && written->IsDirty())
+    m_copier.HandleStream({}, written);
   // From PDF 2.0 on the packet tells it all, and ISO 19005-4 wants no dictionary beside it.
   if (info.GetBegin() == info.GetEnd() || (bNew && m_output.GetMajorVersion() > 1))
   {

@@ -3,6 +3,7 @@
 #include "base/Memory.h"
 
 #include <cstddef>
+#include <cstring>
 #include <span>
 #include <utility>
 
@@ -28,6 +29,15 @@ public:
     m_nCapacity = 0;
     m_pData = static_cast<unsigned char*>(BSE::Allocate(nBytes));
     m_nCapacity = nBytes;
+  }
+
+  // A copy of the bytes, with no more room than they take if there was none.
+  void Assign(std::span<const unsigned char> bytes)
+  {
+    Provide(bytes.size());
+    if (!bytes.empty())
+      std::memcpy(m_pData, bytes.data(), bytes.size());
+    m_nSize = bytes.size();
   }
 
   std::size_t GetCapacity() const { return m_nCapacity; }

@@ -22,25 +22,21 @@ namespace
 class CRedirectingHasher : public CObjectHasher
 {
 public:
-  explicit CRedirectingHasher(const CCanonicalNumbers& canonical) : m_canonical(canonical) {}
+  explicit CRedirectingHasher(const CStandIns& standIns) : m_standIns(standIns) {}
 
 protected:
-  int GetTarget(int nNumber) const override
-  {
-    // What another table has redirected may have been merged with a third object.
-    const int nTarget = m_canonical[nNumber] > 0 ? m_canonical[nNumber] : nNumber;
-    return m_canonical[nTarget] > 0 ? m_canonical[nTarget] : nTarget;
-  }
+  // What was a duplicate before may stand for an object that has been merged with a third one.
+  int GetTarget(int nNumber) const override { return m_standIns.Get(m_standIns.Get(nNumber)); }
 
 private:
-  const CCanonicalNumbers& m_canonical;
+  const CStandIns& m_standIns;
 };
 
 class CMergeWalk : public CPostOrderWalk
 {
 public:
-  CMergeWalk(CFile& file, CCanonicalNumbers& canonical, bool bDecode)
-      : CPostOrderWalk(file), m_canonical(canonical), m_hasher(canonical), m_streams(bDecode)
+  CMergeWalk(CFile& file, bool bDecode, CStandIns& standIns, CDecodedStreams& decoded)
+      : CPostOrderWalk(file), m_standIns(standIns), m_hasher(standIns), m_streams(bDecode, &decoded)
   {
   }
 
@@ -71,7 +67,7 @@ protected:
   {
     const int nNumber = object.GetObjNumber();
     const CObjectPtr value = object.GetValueObject();
-    if (m_exempt.Contains(nNumber) || !value || m_canonical[nNumber] > 0 || IsMembership(object))
+    if (m_exempt.Contains(nNumber) || !value || m_standIns.Contains(nNumber) || IsMembership(object))
       return;
     m_hasher.Reset();
     if (object.IsStream())
@@ -84,7 +80,7 @@ protected:
     const int nFirst = m_digests.FindOrAdd(m_hasher.GetDigest(), nNumber);
     if (nFirst == nNumber)
       return;
-    m_canonical.Provide(nNumber) = nFirst;
+    m_standIns.Set(nNumber, nFirst);
     ++m_nMerged;
   }
 
@@ -125,7 +121,7 @@ private:
     return array.GetSize() == 0;
   }
 
-  CCanonicalNumbers& m_canonical;
+  CStandIns& m_standIns;
   CRedirectingHasher m_hasher;
   CStreamDigester m_streams;
   CDigestTable m_digests;
@@ -136,14 +132,9 @@ private:
 
 }  // namespace
 
-void CEqualObjectMerger::Run(CFile& file, const CObjectTable& table, bool bDecode)
+void MergeEqualObjects(CFile& file, bool bDecode, CStandIns& standIns, CDecodedStreams& decoded)
 {
-  m_canonical.RemoveAll();
-  for (int i = table.GetNext(-1); i >= 0; i = table.GetNext(i))
-    if (const int nCanonical = table[i].m_nCanonical; nCanonical != 0 && nCanonical != i)
-      m_canonical.Provide(i) = nCanonical;
-
-  CMergeWalk walk(file, m_canonical, bDecode);
+  CMergeWalk walk(file, bDecode, standIns, decoded);
   const CObjectPtr root = file.GetRoot();
   walk.Exempt(root);
   walk.Exempt(file.GetInfo());

@@ -2,6 +2,8 @@
 
 #include "base/Tracer.h"
 #include "document/BTree.h"
+#include "engine/EqualObjectMerger.h"
+#include "engine/RedundantObjectOptimizer.h"
 #include "engine/StreamRecompressor.h"
 #include "pdf/linearize/Linearizer.h"
 
@@ -48,19 +50,27 @@ bool IsVersionAllowed(CConformance claim, int nMajor, int nMinor)
   return claim.GetPart() > 1 && nMajor == 1 && nMinor <= 7;
 }
 
-// Gives a file a deflater for a scope.
-class CDeflaterScope
+// Lends a recompressor to a copier, for the streams that it copies, and to its output file, for those that
+// the file makes itself.
+class CRecompressorScope
 {
 public:
-  CDeflaterScope(CFile& file, IStreamDeflater& deflater) : m_file(file)
+  CRecompressorScope(CCopyBase& copier, CFile& file, CStreamRecompressor& recompressor)
+      : m_copier(copier), m_file(file)
   {
-    m_file.SetStreamDeflater(&deflater);
+    m_copier.SetStreamStep(&recompressor);
+    m_file.SetStreamDeflater(&recompressor);
   }
-  CDeflaterScope(const CDeflaterScope&) = delete;
-  CDeflaterScope& operator=(const CDeflaterScope&) = delete;
-  ~CDeflaterScope() { m_file.SetStreamDeflater(nullptr); }
+  CRecompressorScope(const CRecompressorScope&) = delete;
+  CRecompressorScope& operator=(const CRecompressorScope&) = delete;
+  ~CRecompressorScope()
+  {
+    m_copier.SetStreamStep(nullptr);
+    m_file.SetStreamDeflater(nullptr);
+  }
 
 private:
+  CCopyBase& m_copier;
   CFile& m_file;
 };
 
@@ -115,8 +125,8 @@ bool COptimizer::Close()
 {
   if (m_input.IsOpened())
     ResetState();
-  m_redundant.RemoveAll();
-  m_equal.RemoveAll();
+  m_standIns.RemoveAll();
+  m_decoded.RemoveAll();
   return CloseDocuments();
 }
 
@@ -169,8 +179,8 @@ bool COptimizer::CopyDocument(BSE::IByteStream* pStream, const TEncryption& encr
 {
   if (!m_options.m_bRecompressStreams)
     return CDocumentCopierT<CObjectCopier>::Save(pStream, encryption);
-  CStreamRecompressor recompressor(m_options.m_nEffort);
-  const CDeflaterScope scope(m_output.GetFile(), recompressor);
+  CStreamRecompressor recompressor(m_options.m_nEffort, m_decoded);
+  const CRecompressorScope scope(*this, m_output.GetFile(), recompressor);
   return CDocumentCopierT<CObjectCopier>::Save(pStream, encryption);
 }
 
@@ -204,8 +214,8 @@ bool COptimizer::Analyze()
 
 void COptimizer::FindDuplicates()
 {
-  m_redundant.RemoveAll();
-  m_equal.RemoveAll();
+  m_standIns.RemoveAll();
+  m_decoded.RemoveAll();
   // The tables have a place for each number up to the highest one, which a file of a few bytes may choose.
   CFile& file = m_input.GetFile();
   const int nNumbers = file.GetObjectCount();
@@ -214,12 +224,16 @@ void COptimizer::FindDuplicates()
     BSE::CTracer::Trace("I", "PDF Optimizer", "Object numbers are too sparse to find equal objects.");
     return;
   }
+  CRedundantObjectOptimizer redundant;
   if (m_options.m_bRemoveRedundantObjects)
-    m_redundant.Run(m_input, eResourceAll);
+    redundant.Run(m_input, eResourceAll);
   else if (m_options.m_bMergeFonts)
-    m_redundant.Run(m_input, eResourceFont);
-  if (m_options.m_bMergeEqualObjects)
-    m_equal.Run(file, m_redundant.GetTable(), m_options.m_bRecompressStreams);
+    redundant.Run(m_input, eResourceFont);
+  m_standIns.Add(redundant.GetTable());
+  if (!m_options.m_bMergeEqualObjects)
+    return;
+  MergeEqualObjects(file, m_options.m_bRecompressStreams, m_standIns, m_decoded);
+  m_standIns.Settle(redundant.GetTable());
 }
 
 CObjectPtr COptimizer::GetStandIn(const CObjectPtr& object)
@@ -227,8 +241,8 @@ CObjectPtr COptimizer::GetStandIn(const CObjectPtr& object)
   if (object.GetFile() != &m_input.GetFile())
     return object;
   const int nNumber = object.GetObjNumber();
-  const int nCanonical = m_equal.GetCanonical(m_redundant.GetCanonical(nNumber));
-  return nCanonical == nNumber ? object : m_input.GetFile().GetObject(nCanonical, -1);
+  const int nOther = m_standIns.Get(nNumber);
+  return nOther == nNumber ? object : m_input.GetFile().GetObject(nOther, -1);
 }
 
 CObjectPtr COptimizer::VisitIndirect(const CObjectPtr& object)

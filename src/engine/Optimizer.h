@@ -2,10 +2,10 @@
 
 #include "document/DocumentCopier.h"
 #include "document/ObjectCopier.h"
-#include "engine/EqualObjectMerger.h"
+#include "engine/DecodedStreams.h"
 #include "engine/ObjectStripper.h"
 #include "engine/OptimizerOptions.h"
-#include "engine/RedundantObjectOptimizer.h"
+#include "engine/StandIns.h"
 
 namespace PDF
 {
@@ -106,8 +106,8 @@ private:
   CObjectPtr CopyWith(T& copier, const char* szKey, const CObjectPtr& value);
 
   TOptimizerOptions m_options;
-  CRedundantObjectOptimizer m_redundant;
-  CEqualObjectMerger m_equal;
+  CStandIns m_standIns;
+  CDecodedStreams m_decoded;  // by the analysis, and not yet copied
   bool m_bAnalyzed = false;
   bool m_bConformanceLost = false;
   bool m_bFilterSignedFields = false;  // inside the form

@@ -79,8 +79,32 @@ CStreamDecoder::~CStreamDecoder()
     libdeflate_free_decompressor(m_pDecompressor);
 }
 
+void CStreamDecoder::SaveState(TState& state) const
+{
+  if (m_bData)
+    state.m_data.Assign(m_data.GetSpan());
+  if (m_bPredictor)
+    state.m_predicted.Assign(m_predicted.GetSpan());
+  state.m_prediction = m_prediction;
+  state.m_nEncoded = m_nEncoded;
+  state.m_bPredictor = m_bPredictor;
+  state.m_bData = m_bData;
+}
+
+void CStreamDecoder::RestoreState(const TState& state)
+{
+  m_encoded.SetSize(0);
+  m_data.Assign(state.m_data.GetSpan());
+  m_predicted.Assign(state.m_predicted.GetSpan());
+  m_prediction = state.m_prediction;
+  m_nEncoded = state.m_nEncoded;
+  m_bPredictor = state.m_bPredictor;
+  m_bData = state.m_bData;
+}
+
 bool CStreamDecoder::Read(CObject& stream)
 {
+  m_nEncoded = 0;
   m_encoded.SetSize(0);
   const BSE::CObjectPtr<BSE::IByteStream> pData = stream.GetStream();
   if (!pData)
@@ -92,6 +116,7 @@ bool CStreamDecoder::Read(CObject& stream)
   m_encoded.Provide(static_cast<std::size_t>(nLength));
   nLength = pData->ReadAll(m_encoded.GetRoom().data(), nLength);
   m_encoded.SetSize(static_cast<std::size_t>(std::max<std::int64_t>(nLength, 0)));
+  m_nEncoded = m_encoded.GetSize();
   m_nRead += std::max<std::int64_t>(nLength, 0);
   return nLength >= 0;
 }
@@ -133,10 +158,7 @@ CStreamDecoder::TResult CStreamDecoder::DecodeChain(CObject& stream, int nFilter
     if (!bKnown)
       return TResult::Foreign;
   }
-  m_data.Provide(m_encoded.GetSize());
-  if (m_encoded.GetSize() > 0)
-    std::memcpy(m_data.GetRoom().data(), m_encoded.GetSpan().data(), m_encoded.GetSize());
-  m_data.SetSize(m_encoded.GetSize());
+  m_data.Assign(m_encoded.GetSpan());
   for (int i = 0; i < nFilters; ++i)
   {
     if (m_bPredictor && !UndoPrediction())
@@ -239,11 +261,7 @@ CStreamDecoder::TResult CStreamDecoder::RunFilter(BSE::IByteStream* pFilter)
     result.Append({piece, static_cast<std::size_t>(nRead)});
     m_nDecoded += nRead;
   }
-  const std::span<const unsigned char> bytes = result.GetSpan();
-  m_next.Provide(bytes.size());
-  if (!bytes.empty())
-    std::memcpy(m_next.GetRoom().data(), bytes.data(), bytes.size());
-  m_next.SetSize(bytes.size());
+  m_next.Assign(result.GetSpan());
   return TResult::Decoded;
 }
 

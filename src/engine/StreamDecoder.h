@@ -36,6 +36,31 @@ public:
   // Reads and decodes. Reports of filters go nowhere.
   TResult Decode(CObject& stream);
 
+  // What a stream was decoded to, to be worked with later.
+  struct TState
+  {
+    CByteBuffer m_data;
+    CByteBuffer m_predicted;
+    BSE::CPredictionParameters m_prediction;
+    std::size_t m_nEncoded = 0;
+    bool m_bPredictor = false;
+    bool m_bData = false;
+  };
+
+  void SaveState(TState& state) const;
+
+  // As after the call of Decode, but without the encoded bytes.
+  void RestoreState(const TState& state);
+
+  // Bytes that SaveState takes.
+  std::size_t GetStateSize() const
+  {
+    return (m_bData ? m_data.GetSize() : 0) + (m_bPredictor ? m_predicted.GetSize() : 0);
+  }
+
+  // Length of the encoded bytes.
+  std::size_t GetEncodedSize() const { return m_nEncoded; }
+
   // Valid until the next call. The encoded bytes stand after every result but TooLarge.
   std::span<const unsigned char> GetEncoded() const { return m_encoded.GetSpan(); }
   std::span<const unsigned char> GetData() const { return m_data.GetSpan(); }
@@ -69,6 +94,7 @@ private:
   CByteBuffer m_predicted;
   CByteBuffer m_next;
   BSE::CPredictionParameters m_prediction;
+  std::size_t m_nEncoded = 0;
   bool m_bPredictor = false;
   bool m_bData = false;
   std::int64_t m_nRead = 0;     // encoded bytes of all streams

@@ -69,7 +69,10 @@ CStreamDigester::TResult CStreamDigester::Digest(const CObjectPtr& stream)
   if (nKnown < m_results.GetSize())
     return m_results[nKnown];
   TResult result = {encoded, false};
-  if (m_decoder.Decode(*stream) == CStreamDecoder::TResult::Decoded && m_decoder.HasData())
+  const CStreamDecoder::TResult nResult = m_decoder.Decode(*stream);
+  if (m_pDecoded)
+    m_pDecoded->Add(stream.GetObjNumber(), nResult, m_decoder);
+  if (nResult == CStreamDecoder::TResult::Decoded && m_decoder.HasData())
   {
     BSE::CHashSHA256 decoded;
     decoded.Update(m_decoder.GetData());

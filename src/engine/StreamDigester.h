@@ -1,5 +1,6 @@
 #pragma once
 
+#include "engine/DecodedStreams.h"
 #include "engine/DigestTable.h"
 #include "engine/StreamDecoder.h"
 
@@ -12,8 +13,11 @@ class CStreamDigester
 public:
   // With bDecode data count as they are behind their filters, where these can all be undone without a fault:
   // streams that differ in their encoding alone get one digest then. Without it, and elsewhere, the encoded
-  // bytes count.
-  explicit CStreamDigester(bool bDecode) : m_bDecode(bDecode) {}
+  // bytes count. What was decoded is added to a collection, which is borrowed and may be null.
+  explicit CStreamDigester(bool bDecode, CDecodedStreams* pDecoded = nullptr)
+      : m_bDecode(bDecode), m_pDecoded(pDecoded)
+  {
+  }
 
   struct TResult
   {
@@ -30,6 +34,7 @@ private:
   TObjectDigest DigestLarge(const CObjectPtr& stream);
 
   bool m_bDecode;
+  CDecodedStreams* m_pDecoded;
   std::int64_t m_nAdmitted = 0;
   CStreamDecoder m_decoder;
   CObjectHasher m_hasher;

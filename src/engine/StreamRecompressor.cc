@@ -66,13 +66,6 @@ std::size_t MeasureFilters(CObject& object)
   return nCost;
 }
 
-// What the file makes itself has been through the deflater already.
-bool IsExempt(CObject& object)
-{
-  const CObjectPtr type = object.GetEntry("Type");
-  return type.IsName("XRef") || type.IsName("ObjStm");
-}
-
 bool IsBlank(unsigned char nByte)
 {
   return nByte == ' ' || nByte == '\n' || nByte == '\r' || nByte == '\t';
@@ -103,23 +96,35 @@ void CStreamRecompressor::Deflate(std::span<const unsigned char> data,
     encoded.Append(m_candidate.GetSpan());
 }
 
-void CStreamRecompressor::Recompress(CIndirectObject& object)
+void CStreamRecompressor::HandleStream(const CObjectPtr& source, const CObjectPtr& target)
 {
-  if (!object.IsStream() || IsExempt(object))
-    return;
-  if (m_decoder.Decode(object) != CStreamDecoder::TResult::Decoded)
+  if (!Decode(source.GetObjNumber(), *target))
     return;
   if (m_decoder.GetData().size() > g_nLargeData &&
-      m_decoder.GetEncoded().size() < m_decoder.GetData().size() / g_nDenseRatio)
+      m_decoder.GetEncodedSize() < m_decoder.GetData().size() / g_nDenseRatio)
     return;
-  if (object.GetEntry("Type").IsName("Metadata") && GetFilterCount(&object) == 0)
-    return TrimMetadata(object);
+  if (target["Type"].IsName("Metadata") && GetFilterCount(target.Get()) == 0)
+    TrimMetadata(*target);
+  else
+    Recompress(*target);
+}
+
+bool CStreamRecompressor::Decode(int nSource, CObject& object)
+{
+  if (nSource > 0 && m_decoded.IsUndecodable(nSource))
+    return false;
+  return (nSource > 0 && m_decoded.Take(nSource, m_decoder)) ||
+         m_decoder.Decode(object) == CStreamDecoder::TResult::Decoded;
+}
+
+void CStreamRecompressor::Recompress(CObject& object)
+{
   const bool bEncoded = static_cast<CStreamPart*>(object.GetStreamObject().Get())->IsEncoded();
   const std::size_t nFilters = MeasureFilters(object);
   // Data that the writer would encode count as they will be then, by the plain encoder: never better than
   // here.
   const bool bMustEncode = !bEncoded && nFilters > 0;
-  m_nBestCost = bMustEncode ? SIZE_MAX : nFilters + m_decoder.GetEncoded().size();
+  m_nBestCost = bMustEncode ? SIZE_MAX : nFilters + m_decoder.GetEncodedSize();
   m_bFound = false;
   if (m_decoder.HasData())
     Try(m_decoder.GetData(), false);
@@ -128,11 +133,11 @@ void CStreamRecompressor::Recompress(CIndirectObject& object)
   if (!m_bFound)
     return;
   if (!bMustEncode)
-    m_nSaved += static_cast<std::int64_t>(nFilters + m_decoder.GetEncoded().size() - m_nBestCost);
+    m_nSaved += static_cast<std::int64_t>(nFilters + m_decoder.GetEncodedSize() - m_nBestCost);
   Replace(object);
 }
 
-void CStreamRecompressor::TrimMetadata(CIndirectObject& object)
+void CStreamRecompressor::TrimMetadata(CObject& object)
 {
   const std::span<const unsigned char> packet = m_decoder.GetData();
   const std::span<const unsigned char> padding = FindPadding(packet);
@@ -163,7 +168,7 @@ void CStreamRecompressor::Try(std::span<const unsigned char> data, bool bPredict
   m_best.Swap(m_candidate);
 }
 
-void CStreamRecompressor::Replace(CIndirectObject& object)
+void CStreamRecompressor::Replace(CObject& object)
 {
   object.AddEntry("Filter", new CNameObject("FlateDecode"));
   if (m_bBestPredicted)

@@ -1,7 +1,8 @@
 #pragma once
 
+#include "document/CopyBase.h"
+#include "engine/DecodedStreams.h"
 #include "engine/Deflater.h"
-#include "engine/StreamDecoder.h"
 #include "pdf/StreamDeflater.h"
 
 namespace PDF
@@ -12,14 +13,14 @@ namespace PDF
 // filter, with data outside the file, too large ones, and damaged ones stay byte for byte as they are.
 // Metadata that is not compressed stays readable, and loses only the blanks that leave room for changes.
 // Holds a few streams in memory, one at a time.
-class CStreamRecompressor : public IStreamDeflater
+class CStreamRecompressor : public IStreamDeflater, public IStreamStep
 {
 public:
-  // 1 (fast) to 9 (small).
-  explicit CStreamRecompressor(int nEffort) : m_deflater(nEffort) {}
+  // 1 (fast) to 9 (small). What has been decoded of the source is borrowed, and used up.
+  CStreamRecompressor(int nEffort, CDecodedStreams& decoded) : m_deflater(nEffort), m_decoded(decoded) {}
 
   void Deflate(std::span<const unsigned char> data, BSE::CBasicArray<unsigned char>& encoded) override;
-  void Recompress(CIndirectObject& object) override;
+  void HandleStream(const CObjectPtr& source, const CObjectPtr& target) override;
 
   // What the streams have lost so far.
   std::int64_t GetSavedBytes() const { return m_nSaved; }
@@ -27,10 +28,14 @@ public:
 private:
   // Keeps an encoding in m_best if it is shorter than all before.
   void Try(std::span<const unsigned char> data, bool bPredicted);
-  void Replace(CIndirectObject& object);
-  void TrimMetadata(CIndirectObject& object);
+  // Puts the data of a stream into the decoder; false for one that stays as it is.
+  bool Decode(int nSource, CObject& object);
+  void Recompress(CObject& object);
+  void Replace(CObject& object);
+  void TrimMetadata(CObject& object);
 
   CDeflater m_deflater;
+  CDecodedStreams& m_decoded;
   CStreamDecoder m_decoder;
   CByteBuffer m_candidate;
   CByteBuffer m_best;

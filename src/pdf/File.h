@@ -212,10 +212,9 @@ public:
   void SetLinearize(bool bLinearize, bool bAuto, ILinearizer* pLinearizer);
   std::int64_t GetSavedBytes() const { return m_nSavedBytes; }
 
-  // How streams of the output are compressed: borrowed, and kept until it is replaced. Null, as at the start,
-  // for the plain encoder, and streams that are written as they are. To be set before the first object is
-  // written: with one, size comes first elsewhere too, in the layout of objects and the length of object
-  // streams.
+  // How the output's own streams are compressed: borrowed, and kept until it is replaced. Null, as at the
+  // start, for the plain encoder. To be set before the first object is written: with one, size comes first
+  // elsewhere too, in the layout of objects and the length of object streams.
   void SetStreamDeflater(IStreamDeflater* pDeflater) { m_pDeflater = pDeflater; }
 
   IStreamDeflater* GetStreamDeflater() const { return m_pDeflater; }

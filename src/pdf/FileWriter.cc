@@ -394,9 +394,6 @@ bool CFile::WriteDirect(CIndirectObject& object)
   const bool bSecure = m_pSecurity && &object != m_encrypt.Get();
   CSecurityHandler* pStrings = bSecure && !m_pSecurity->HasPlainStrings(object) ? m_pSecurity.Get() : nullptr;
   CSecurityHandler* pData = bSecure && !m_pSecurity->IsExempt(object) ? m_pSecurity.Get() : nullptr;
-  // In front of everything that is written for the object: to read its filters may write others.
-  if (m_pDeflater && object.IsStream())
-    m_pDeflater->Recompress(object);
   const int nObjNumber = object.GetObjNumber();
   const int nGenNumber = std::max(object.GetGenNumber(), 0);
   const std::int64_t nOffset = m_pWriter->Tell() - m_nHeaderOffset;

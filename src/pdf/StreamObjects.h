@@ -17,8 +17,15 @@ public:
   // True if the bytes are as the dictionary's filters tell, false for decoded bytes.
   virtual bool IsEncoded() const = 0;
 
+  // Whether whoever made the part has chosen its encoding, so that no other one is tried.
+  bool IsEncodingFinal() const { return m_bFinal; }
+  void SetEncodingFinal() { m_bFinal = true; }
+
   // Length of the bytes that GetStream delivers; -1 if unknown.
   virtual std::int64_t GetDataLength() = 0;
+
+private:
+  bool m_bFinal = false;
 };
 
 // Decoded data in a stream of the library's own, read from its position 0.

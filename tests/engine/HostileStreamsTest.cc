@@ -81,11 +81,12 @@ TEST(HostileStreams, SharedBytesAreReadAFewTimes)
           Format("startxref\n%zu\n%%%%EOF\n", nTable);
 
   CInput input(sPdf);
-  PDF::CEqualObjectMerger merger;
-  merger.Run(input.GetFile(), {}, false);
+  PDF::CStandIns standIns;
+  PDF::CDecodedStreams decoded;
+  PDF::MergeEqualObjects(input.GetFile(), false, standIns, decoded);
   constexpr int nFirst = static_cast<int>(4 + nCount);
   EXPECT_TRUE(input.GetFile().GetObject(nFirst, -1).IsStream());
-  EXPECT_NE(merger.GetCanonical(nFirst), merger.GetCanonical(nFirst + 1));
+  EXPECT_NE(standIns.Get(nFirst), standIns.Get(nFirst + 1));
 }
 
 }  // namespace

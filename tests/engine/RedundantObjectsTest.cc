@@ -25,19 +25,24 @@ public:
   using Engine::CInput::CInput;
 
   void RunResources(unsigned nMask) { m_redundant.Run(m_document, nMask); }
-  void RunAll(bool bDecode = false) { m_equal.Run(m_document.GetFile(), {}, bDecode); }
+  void RunAll(bool bDecode = false)
+  {
+    m_equal.RemoveAll();
+    PDF::MergeEqualObjects(m_document.GetFile(), bDecode, m_equal, m_decoded);
+  }
 
   bool AreOneResource(int nA, int nB) const
   {
     return m_redundant.GetCanonical(nA) == m_redundant.GetCanonical(nB);
   }
-  bool AreOne(int nA, int nB) const { return m_equal.GetCanonical(nA) == m_equal.GetCanonical(nB); }
+  bool AreOne(int nA, int nB) const { return m_equal.Get(nA) == m_equal.Get(nB); }
   PDF::CObjectPtr GetObject(int nNumber) { return m_document.GetFile().GetObject(nNumber, -1); }
   const PDF::CRedundantObjectOptimizer& GetResources() const { return m_redundant; }
 
 private:
   PDF::CRedundantObjectOptimizer m_redundant;
-  PDF::CEqualObjectMerger m_equal;
+  PDF::CStandIns m_equal;
+  PDF::CDecodedStreams m_decoded;
 };
 
 // A page for each body, with the object of that body as its resource "X" in a section.
