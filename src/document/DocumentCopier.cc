@@ -2,9 +2,6 @@
 
 #include "base/ErrorHandler.h"
 #include "base/Limits.h"
-#include "document/ListCopier.h"
-#include "document/StructTreeCopier.h"
-#include "document/TreeCopier.h"
 #include "pdf/ArrayObject.h"
 #include "pdf/StandardSecurityHandler.h"
 
@@ -275,28 +272,45 @@ bool CDocumentCopierBase::CopyPageObject(int nPage)
   const CObjectPtr target = CreatePageCopy(source);
   if (!target)
     return false;
+  TPageCopy page{
+      source, source["Contents"], {source.FindInherited("Resources"), source.GetHolder("Resources")}};
+  LookAtContent(page);
   for (const char* szKey : g_inheritedKeys)
-    CopyInherited(source, target, szKey);
-  CopyPageEntries(source, target);
+    CopyInherited(page, target, szKey);
+  CopyPageEntries(page, target);
   if (nRepeated > 0)
     KeepForRepeats(nRepeated, source, target);
   return FinishPage(source, target) && !m_copier.IsRefused() && m_input.GetFile().GetReadFailure() == 0;
 }
 
-void CDocumentCopierBase::CopyPageEntries(const CPage& source, const CObjectPtr& target)
+void CDocumentCopierBase::CopyPageEntries(const TPageCopy& page, const CObjectPtr& target)
 {
-  const CObjectPtr value = CCopyBase::GetDirect(source);
+  const CObjectPtr value = CCopyBase::GetDirect(page.m_source);
   for (int i = value.GetBegin(); i != value.GetEnd(); i = value.GetNext(i))
   {
     const char* szKey = value.GetKey(i);
     if (GetInheritedKey(szKey) >= 0 || IsOneOf(szKey, {"Parent", "Type", "B"}))
       continue;
-    const CGroupScope group(m_copier, KeyEquals(szKey, "Annots") ? g_nFormGroup : m_copier.GetGroup());
-    if (const CObjectPtr entry = m_visitor.VisitEntry(szKey, value.GetValue(i)))
+    const CObjectPtr source = KeyEquals(szKey, "Contents") ? page.m_contents : value.GetValue(i);
+    if (!IsPageEntryKept(szKey, source))
+      continue;
+    if (const CObjectPtr entry = CopyPageEntry(szKey, source))
       target.AddEntry(szKey, entry);
   }
-  if (const CObjectPtr beads = value["B"])
-    target.AddEntry("B", CopyBeads(beads));
+  const CObjectPtr beads = value["B"];
+  if (!beads || !IsPageEntryKept("B", beads))
+    return;
+  const BSE::CScopedPtr<CListCopier> pCopier = CreateListCopier();
+  pCopier->ShareWith(m_copier);
+  if (const CObjectPtr entry = pCopier->VisitEntry("B", beads))
+    target.AddEntry("B", entry);
+  pCopier->ReleaseCopied();
+}
+
+CObjectPtr CDocumentCopierBase::CopyPageEntry(const char* szKey, const CObjectPtr& value)
+{
+  const CGroupScope group(m_copier, KeyEquals(szKey, "Annots") ? g_nFormGroup : m_copier.GetGroup());
+  return m_visitor.VisitEntry(szKey, value);
 }
 
 CObjectPtr CDocumentCopierBase::CreatePageCopy(const CPage& source)
@@ -353,9 +367,12 @@ bool CDocumentCopierBase::CopyRepeat(int nPage, const CObjectPtr& entries)
   return bAdded && !m_copier.IsRefused() && m_input.GetFile().GetReadFailure() == 0;
 }
 
-void CDocumentCopierBase::CopyInherited(const CPage& source, const CObjectPtr& target, const char* szKey)
+void CDocumentCopierBase::CopyInherited(const TPageCopy& page, const CObjectPtr& target, const char* szKey)
 {
-  CopyInheritedValue({source.FindInherited(szKey), source.GetHolder(szKey)}, target, szKey);
+  if (KeyEquals(szKey, "Resources"))
+    CopyInheritedValue(page.m_resources, target, szKey);
+  else
+    CopyInheritedValue({page.m_source.FindInherited(szKey), page.m_source.GetHolder(szKey)}, target, szKey);
 }
 
 void CDocumentCopierBase::CopyInheritedValue(const TInheritedValue& inherited, const CObjectPtr& target,
@@ -405,76 +422,78 @@ bool CDocumentCopierBase::FinishPage(const CPage& source, const CObjectPtr& targ
   return bAdded;
 }
 
-CObjectPtr CDocumentCopierBase::CopyBeads(const CObjectPtr& beads)
-{
-  CListCopier copier(&m_visitor);
-  copier.ShareWith(m_copier);
-  CObjectPtr copy = copier.VisitEntry("B", beads);
-  copier.ReleaseCopied();
-  return copy;
-}
-
 bool CDocumentCopierBase::CopyCatalogEntries()
 {
   const CObjectPtr catalog = CCopyBase::GetDirect(m_input.GetCatalog());
-  TellCatalogue();
   const CObjectPtr target = m_output.GetCatalog();
   for (int i = catalog.GetBegin(); i != catalog.GetEnd(); i = catalog.GetNext(i))
   {
     const char* szKey = catalog.GetKey(i);
-    // The header of the output states the version.
-    if (IsOneOf(szKey, {"Type", "Pages", "Metadata", "Version", "Outlines", "StructTreeRoot", "Threads"}))
+    const CObjectPtr value = catalog.GetValue(i);
+    // Set by the output document, stated by its header, or copied below.
+    if (IsOneOf(szKey, {"Type", "Pages", "Metadata", "Version", "Outlines", "StructTreeRoot", "Threads"}) ||
+        !IsCatalogEntryKept(szKey, value))
       continue;
-    const CGroupScope group(m_copier, KeyEquals(szKey, "AcroForm") ? g_nFormGroup : m_copier.GetGroup());
-    if (const CObjectPtr entry = m_visitor.VisitEntry(szKey, catalog.GetValue(i)))
+    if (const CObjectPtr entry = CopyCatalogEntry(szKey, value))
       target.AddEntry(szKey, entry);
+    m_copier.TellDamage(value);
   }
-  for (const char* szKey : {"Threads", "StructTreeRoot", "Outlines"})
-    if (const CObjectPtr part = catalog[szKey]; part && part->Load())
-      m_copier.TellDamage(part);
-  if (const CObjectPtr threads = CopyThreads(catalog["Threads"]))
-    target.AddEntry("Threads", threads);
-  if (const CObjectPtr outlines = CopyOutlines(catalog["Outlines"]))
-    target.AddEntry("Outlines", outlines);
-  if (const CObjectPtr structure = CopyStructTree(catalog["StructTreeRoot"]))
-    target.AddEntry("StructTreeRoot", structure);
+  TellCatalogue();
+  CopyCatalogParts(catalog, target);
   m_copier.ReleaseCopied();
   return true;
 }
 
-CObjectPtr CDocumentCopierBase::CopyOutlines(const CObjectPtr& outlines)
+CObjectPtr CDocumentCopierBase::CopyCatalogEntry(const char* szKey, const CObjectPtr& value)
 {
-  if (!outlines.IsDictionary())
-    return {};
-  CTreeCopier copier(&m_visitor);
-  copier.ShareWith(m_copier);
-  CObjectPtr copy = copier.VisitEntry("Outlines", outlines);
-  copier.ReleaseCopied();
-  return copy;
+  const CGroupScope group(m_copier, KeyEquals(szKey, "AcroForm") ? g_nFormGroup : m_copier.GetGroup());
+  return m_visitor.VisitEntry(szKey, value);
 }
 
-CObjectPtr CDocumentCopierBase::CopyStructTree(const CObjectPtr& root)
+void CDocumentCopierBase::CopyCatalogParts(const CObjectPtr& catalog, const CObjectPtr& target)
 {
-  CStructTreeCopier copier(&m_visitor);
-  copier.ShareWith(m_copier);
-  CObjectPtr copy = root.IsDictionary() ? copier.VisitEntry("StructTreeRoot", root) : CObjectPtr();
-  copier.CopyPutOff();
-  copier.ReleaseCopied();
-  return copy;
+  const auto copy = [&](auto& copier, const char* szKey, const CObjectPtr& value)
+  {
+    copier.ShareWith(m_copier);
+    if (const CObjectPtr entry = copier.VisitEntry(szKey, value))
+      target.AddEntry(szKey, entry);
+    copier.ReleaseCopied();
+  };
+  const auto find = [&](const char* szKey)
+  {
+    CObjectPtr value = catalog[szKey];
+    if (!value || !IsCatalogEntryKept(szKey, value))
+      return CObjectPtr();
+    value->Load();
+    m_copier.TellDamage(value);
+    return value;
+  };
+  // The array becomes a direct one: a copier of lists visits the elements of what it is given.
+  if (const CObjectPtr threads = find("Threads"); threads.IsArray())
+    copy(*CreateListCopier(), "Threads", CCopyBase::GetDirect(threads));
+  if (const CObjectPtr outlines = find("Outlines"); outlines.IsDictionary())
+    copy(*CreateOutlinesCopier(), "Outlines", outlines);
+  const BSE::CScopedPtr<CStructTreeCopier> pStructure = CreateStructTreeCopier();
+  pStructure->ShareWith(m_copier);
+  if (const CObjectPtr root = find("StructTreeRoot"); root.IsDictionary())
+    copy(*pStructure, "StructTreeRoot", root);
+  pStructure->CopyPutOff();
+  pStructure->ReleaseCopied();
 }
 
-CObjectPtr CDocumentCopierBase::CopyThreads(const CObjectPtr& threads)
+BSE::CScopedPtr<CListCopier> CDocumentCopierBase::CreateListCopier()
 {
-  if (!threads.IsArray())
-    return {};
-  CListCopier copier(&m_visitor);
-  copier.ShareWith(m_copier);
-  CObjectPtr copy(new CArrayObject);
-  for (int i = 0; i < threads.GetSize(); ++i)
-    if (const CObjectPtr thread = copier.VisitElement(i, threads[i]))
-      copy.Add(thread);
-  copier.ReleaseCopied();
-  return copy;
+  return BSE::CScopedPtr<CListCopier>(new CListCopier(&m_visitor));
+}
+
+BSE::CScopedPtr<CStructTreeCopier> CDocumentCopierBase::CreateStructTreeCopier()
+{
+  return BSE::CScopedPtr<CStructTreeCopier>(new CStructTreeCopier(&m_visitor));
+}
+
+BSE::CScopedPtr<CTreeCopier> CDocumentCopierBase::CreateOutlinesCopier()
+{
+  return BSE::CScopedPtr<CTreeCopier>(new CTreeCopier(&m_visitor));
 }
 
 }  // namespace PDF

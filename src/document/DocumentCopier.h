@@ -2,8 +2,10 @@
 
 #include "base/BasicMap.h"
 #include "document/Document.h"
-#include "document/ObjectCopier.h"
+#include "document/ListCopier.h"
 #include "document/OutputCipher.h"
+#include "document/StructTreeCopier.h"
+#include "document/TreeCopier.h"
 #include "pdf/StandardSecurityHandler.h"
 
 namespace PDF
@@ -15,6 +17,14 @@ inline constexpr unsigned g_nArchivalNotEncrypted = 0x0341860DU;
 // plain; and those of the input with its key length and crypt filters.
 inline constexpr int g_nPermissionsPlain = -1;
 inline constexpr int g_nPermissionsAsInput = -2;
+
+// A page that is to be copied, with what its content decides: which contents it gets and which resources.
+struct TPageCopy
+{
+  const CPage& m_source;
+  CObjectPtr m_contents;        // for "Contents"
+  TInheritedValue m_resources;  // for "Resources"
+};
 
 // The part of a document copier that does not depend on how objects are copied: the two documents, the steps
 // of a save, and the copies of metadata, pages and catalogue through a visitor. Page numbers are 1-based.
@@ -72,33 +82,46 @@ protected:
   CObjectPtr CopyInfo(const char* const* pszOmitted);
   void ApplyInfoEntries(CObject& info);
 
-  // The page at the end of the output's tree: what it may inherit, then its other entries. True if the tree
-  // took it.
+  // The page at the end of the output's tree, in one order: a look at its content, before anything of it is
+  // copied; what it may inherit, resources among it; its other entries; its beads. The page itself is written
+  // last. True if the tree took it.
   bool CopyPageObject(int nPage);
 
-  // The entries of a page that it cannot inherit, to its target. All of them, unless overridden.
-  virtual void CopyPageEntries(const CPage& source, const CObjectPtr& target);
+  // The place for what depends on the content of a page: may replace its contents and its resources by values
+  // of the source or of its own. Nothing, unless overridden.
+  virtual void LookAtContent(TPageCopy& /*page*/) {}
+
+  // Whether an entry of a page that it cannot inherit is to be copied. True, unless overridden.
+  virtual bool IsPageEntryKept(const char* /*szKey*/, const CObjectPtr& /*value*/) { return true; }
+
+  // The copy of an entry that a page cannot inherit; null leaves it out.
+  virtual CObjectPtr CopyPageEntry(const char* szKey, const CObjectPtr& value);
+
+  // The catalogue's entries in their order, then threads, outlines and structure tree, which have copiers of
+  // their own.
+  bool CopyCatalogEntries();
+
+  // Whether an entry of the catalogue is to be copied. True, unless overridden.
+  virtual bool IsCatalogEntryKept(const char* /*szKey*/, const CObjectPtr& /*value*/) { return true; }
+
+  // The copy of an entry that has no copier of its own; null leaves it out.
+  virtual CObjectPtr CopyCatalogEntry(const char* szKey, const CObjectPtr& value);
+
+  // The copiers of parts, each for one use.
+  virtual BSE::CScopedPtr<CListCopier> CreateListCopier();
+  virtual BSE::CScopedPtr<CStructTreeCopier> CreateStructTreeCopier();
+  virtual BSE::CScopedPtr<CTreeCopier> CreateOutlinesCopier();
 
   // Target of a page: the object that references to it have been given, or a new one.
   CObjectPtr CreatePageCopy(const CPage& source);
 
   // A value that a page may inherit, through the visitor, written on the copy if there is one. A larger value
   // that stands in a node itself becomes one object for all pages that inherit it.
-  void CopyInherited(const CPage& source, const CObjectPtr& target, const char* szKey);
+  void CopyInherited(const TPageCopy& page, const CObjectPtr& target, const char* szKey);
   void CopyInheritedValue(const TInheritedValue& inherited, const CObjectPtr& target, const char* szKey);
 
   // Adds a finished page to the tree and writes it; forgets what was loaded for it.
   bool FinishPage(const CPage& source, const CObjectPtr& target);
-
-  bool CopyCatalogEntries();
-
-  // Beads of a page, with the threads that they belong to.
-  CObjectPtr CopyBeads(const CObjectPtr& beads);
-
-  // Parts of the catalogue that have copiers of their own; the results belong in the output's catalogue.
-  CObjectPtr CopyOutlines(const CObjectPtr& outlines);
-  CObjectPtr CopyStructTree(const CObjectPtr& root);
-  CObjectPtr CopyThreads(const CObjectPtr& threads);
 
   CDocument m_input;
   CDocument m_output;
@@ -114,6 +137,8 @@ protected:
   ILinearizer* m_pLinearizer = nullptr;
 
 private:
+  void CopyPageEntries(const TPageCopy& page, const CObjectPtr& target);
+  void CopyCatalogParts(const CObjectPtr& catalog, const CObjectPtr& target);
   bool SetUpOutput(BSE::IByteStream* pStream, TEncryption& encryption);
   bool SetUpEncryption(TEncryption& encryption, bool bAsInput, bool bUniform);
   bool InstallHandler(CSecurityHandler* pHandler);

@@ -14,6 +14,7 @@ class CListCopier : public CObjectCopier
 public:
   // Other values than the links go through the owner; a null owner leaves them to this copier.
   explicit CListCopier(CObjectTraverser* pOwner = nullptr) : m_pOwner(pOwner) {}
+  virtual ~CListCopier() = default;
 
   // A bead or a thread; another object is a value.
   CObjectPtr VisitIndirect(const CObjectPtr& object) override;

@@ -32,6 +32,7 @@ public:
   {
     m_bTakesStructure = true;
   }
+  virtual ~CStructTreeCopier() = default;
 
   // Elements that other parts of the document lead to and the tree does not, once it is copied. What the tree
   // has left out stays out.

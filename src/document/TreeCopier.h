@@ -16,6 +16,7 @@ public:
   // Values of the nodes go through the owner, so that they are copied as the rest of the document is; a null
   // owner leaves them to this copier.
   explicit CTreeCopier(CObjectTraverser* pOwner = nullptr) : m_pOwner(pOwner) {}
+  virtual ~CTreeCopier() = default;
 
   // The root of a tree, which is copied with all that hangs from it. An object copied before is returned as
   // it is.

@@ -77,9 +77,6 @@ public:
   // and goes.
   bool CopyPage(int nPage) override;
 
-  // A form of nothing but signed signature fields is reported and left out, unless it has an XFA part.
-  bool CopyCatalog() override;
-
   // With eStripMetadata only the information dictionary, without the keys that describe the last writer.
   bool CopyMetadata() override;
 
@@ -93,17 +90,22 @@ private:
   bool HasColorConversionLostClaim(TColorModel nModel) const;
   bool WritesJPEG2000() const;
   void AbandonOutput();
-  void CopyPageEntries(const CPage& source, const CObjectPtr& target) override;
+  bool IsPageEntryKept(const char* szKey, const CObjectPtr& value) override;
+  CObjectPtr CopyPageEntry(const char* szKey, const CObjectPtr& value) override;
+  bool IsCatalogEntryKept(const char* szKey, const CObjectPtr& value) override;
+
+  // A form of nothing but signed signature fields is reported and left out, unless it has an XFA part.
+  CObjectPtr CopyCatalogEntry(const char* szKey, const CObjectPtr& value) override;
+  BSE::CScopedPtr<CListCopier> CreateListCopier() override;
+  BSE::CScopedPtr<CStructTreeCopier> CreateStructTreeCopier() override;
+  BSE::CScopedPtr<CTreeCopier> CreateOutlinesCopier() override;
   CObjectPtr CopyAnnots(const CObjectPtr& annots);
   CObjectPtr CopyAnnotations(const CObjectPtr& annots);
-  CObjectPtr CopyCatalogEntry(const char* szKey, const CObjectPtr& value);
   bool HasOnlyLostFields(const CObjectPtr& form);
   static bool HasSignature(const CObjectPtr& fields);
   CObjectPtr CopyLook(const CObjectPtr& widget);
   CObjectPtr CopyForm(const CObjectPtr& form);
   CObjectPtr CloseUp(const CObjectPtr& source, const CObjectPtr& copy) const;
-  template <class T>
-  CObjectPtr CopyWith(T& copier, const char* szKey, const CObjectPtr& value);
 
   TOptimizerOptions m_options;
   CStandIns m_standIns;

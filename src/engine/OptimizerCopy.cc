@@ -18,15 +18,6 @@ namespace
 // Group of the object streams for form fields and annotations, which are read apart from the rest.
 constexpr int g_nFormGroup = 1;
 
-// Set by the output document, or stated by its header.
-bool IsOfOutput(const char* szKey)
-{
-  for (const char* szOther : {"Type", "Pages", "Metadata", "Version"})
-    if (KeyEquals(szKey, szOther))
-      return true;
-  return false;
-}
-
 void TraceUnflattened(const CObjectPtr& annotation)
 {
   if (!BSE::CTracer::IsOn())
@@ -125,21 +116,14 @@ bool COptimizer::CopyPage(int nPage)
   return CopyPageObject(nPage);
 }
 
-void COptimizer::CopyPageEntries(const CPage& source, const CObjectPtr& target)
+bool COptimizer::IsPageEntryKept(const char* szKey, const CObjectPtr& value)
 {
-  const CFeatureStripper stripper(m_options.m_nStrip);
-  const CObjectPtr page = GetDirect(source);
-  for (int i = page.GetBegin(); i != page.GetEnd(); i = page.GetNext(i))
-  {
-    const char* szKey = page.GetKey(i);
-    if (GetInheritedKey(szKey) >= 0 || KeyEquals(szKey, "Type") || KeyEquals(szKey, "Parent"))
-      continue;
-    const CObjectPtr value = page.GetValue(i);
-    if (stripper.IsPageEntryDropped(szKey, value))
-      continue;
-    if (const CObjectPtr entry = KeyEquals(szKey, "Annots") ? CopyAnnots(value) : VisitEntry(szKey, value))
-      target.AddEntry(szKey, entry);
-  }
+  return !CFeatureStripper(m_options.m_nStrip).IsPageEntryDropped(szKey, value);
+}
+
+CObjectPtr COptimizer::CopyPageEntry(const char* szKey, const CObjectPtr& value)
+{
+  return KeyEquals(szKey, "Annots") ? CopyAnnots(value) : VisitEntry(szKey, value);
 }
 
 // An array that belongs to one page, as it should, becomes a direct one. Pages that share one share its copy,
@@ -200,61 +184,32 @@ CObjectPtr COptimizer::CopyAnnotations(const CObjectPtr& annots)
   return copy;
 }
 
-bool COptimizer::CopyCatalog()
+bool COptimizer::IsCatalogEntryKept(const char* szKey, const CObjectPtr& value)
 {
-  const CFeatureStripper stripper(m_options.m_nStrip);
-  const CObjectPtr catalog = GetDirect(m_input.GetCatalog());
-  const CObjectPtr target = m_output.GetCatalog();
-  for (int i = catalog.GetBegin(); i != catalog.GetEnd(); i = catalog.GetNext(i))
-  {
-    const char* szKey = catalog.GetKey(i);
-    if (KeyEquals(szKey, "Perms") && catalog.GetValue(i).IsDictionary())
-      m_stripper.TellSignatureOnce();
-    if (IsOfOutput(szKey) || stripper.IsCatalogEntryDropped(szKey))
-      continue;
-    if (const CObjectPtr entry = CopyCatalogEntry(szKey, catalog.GetValue(i)))
-      target.AddEntry(szKey, entry);
-    TellDamage(catalog.GetValue(i));
-  }
-  TellCatalogue();
-  COptStructTreeCopier structure(*this, &m_stripper);
-  structure.ShareWith(*this);
-  structure.CopyPutOff();
-  structure.ReleaseCopied();
-  ReleaseCopied();
-  return true;
+  if (KeyEquals(szKey, "Perms") && value.IsDictionary())
+    m_stripper.TellSignatureOnce();
+  return !CFeatureStripper(m_options.m_nStrip).IsCatalogEntryDropped(szKey);
 }
 
 CObjectPtr COptimizer::CopyCatalogEntry(const char* szKey, const CObjectPtr& value)
 {
-  if (KeyEquals(szKey, "AcroForm"))
-    return CopyForm(value);
-  if (KeyEquals(szKey, "Outlines"))
-  {
-    COptOutlinesCopier copier(this, (m_options.m_nStrip & eStripStructure) != 0);
-    return value.IsDictionary() ? CopyWith(copier, szKey, value) : CObjectPtr();
-  }
-  if (KeyEquals(szKey, "StructTreeRoot"))
-  {
-    COptStructTreeCopier copier(*this, &m_stripper);
-    return value.IsDictionary() ? CopyWith(copier, szKey, value) : CObjectPtr();
-  }
-  if (KeyEquals(szKey, "Threads"))
-  {
-    // The array becomes a direct one: a copier visits the elements of what it is given.
-    COptListCopier copier(*this);
-    return value.IsArray() ? CopyWith(copier, szKey, GetDirect(value)) : CObjectPtr();
-  }
-  return VisitEntry(szKey, value);
+  return KeyEquals(szKey, "AcroForm") ? CopyForm(value) : VisitEntry(szKey, value);
 }
 
-template <class T>
-CObjectPtr COptimizer::CopyWith(T& copier, const char* szKey, const CObjectPtr& value)
+BSE::CScopedPtr<CListCopier> COptimizer::CreateListCopier()
 {
-  copier.ShareWith(*this);
-  CObjectPtr copy = copier.VisitEntry(szKey, value);
-  copier.ReleaseCopied();
-  return copy;
+  return BSE::CScopedPtr<CListCopier>(new COptListCopier(*this));
+}
+
+BSE::CScopedPtr<CStructTreeCopier> COptimizer::CreateStructTreeCopier()
+{
+  return BSE::CScopedPtr<CStructTreeCopier>(new COptStructTreeCopier(*this, &m_stripper));
+}
+
+BSE::CScopedPtr<CTreeCopier> COptimizer::CreateOutlinesCopier()
+{
+  return BSE::CScopedPtr<CTreeCopier>(
+      new COptOutlinesCopier(this, (m_options.m_nStrip & eStripStructure) != 0));
 }
 
 // True also for a form without fields. A field in the place of the list is one that readers may show.
