@@ -97,7 +97,7 @@ TEST(CommandFlags, LossesAreToldEvenQuietly)
   const auto saved = folder.Run({"--quiet", "lost.pdf", "out.pdf"});
   EXPECT_EQ(saved.nExitCode, 1);
   EXPECT_THAT(saved.sErr, HasSubstr("lost: 0x"));
-  folder.Write("none.pdf", Support::ReplaceText(CCommandFolder::MakeLarge(), "/Catalog /Pages", "/Catalog /Pagez"));
+  folder.Write("none.pdf", Support::ReplaceText(CCommandFolder::MakeTiny(), "3 0 obj", "3 0 xbj"));
   const auto told = folder.Run({"info", "none.pdf"});
   EXPECT_EQ(told.nExitCode, 1);
   EXPECT_THAT(told.sOut, HasSubstr("Damaged"));
