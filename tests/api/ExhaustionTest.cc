@@ -74,6 +74,7 @@ struct TOptionSet
   void (*pfSet)(TBrevexHandle*);
   const char* szFile;  // null for a save to memory
   const char* szPassword;
+  bool bOdd = false;  // the input is MakeOddDocument's
 };
 
 void SetPlain(TBrevexHandle*) {}
@@ -91,6 +92,38 @@ void SetCipher(TBrevexHandle* pHandle)
 {
   BrevexSetOutputCipher(pHandle, BREVEX_CIPHER_AES_256);
 }
+void SetWeb(TBrevexHandle* pHandle)
+{
+  SetMax(pHandle);
+  BrevexSetAutoLinearize(pHandle, 1);
+  BrevexSetStrip(pHandle, 0xFFF);
+}
+void SetCompression(TBrevexHandle* pHandle)
+{
+  SetMax(pHandle);
+  BrevexSetEffort(pHandle, 9);
+  BrevexSetOutputCipher(pHandle, BREVEX_CIPHER_AS_INPUT);
+}
+
+// Encrypted, with its objects in object streams, and a table that is not where the file says.
+std::string MakeOddDocument(const std::string& sPdf)
+{
+  TBrevexHandle* pHandle = BrevexCreateObject();
+  BrevexSetProfile(pHandle, BREVEX_PROFILE_MAX);
+  BrevexSetOutputCipher(pHandle, BREVEX_CIPHER_AES_128);
+  BrevexSetMinimumVersion(pHandle, 1, 5);
+  std::string sOdd;
+  if (BrevexOpenMemA(pHandle, sPdf.data(), sPdf.size(), nullptr) != 0)
+  {
+    const Support::CTempFolder folder;
+    const std::string sFile = folder / "odd.pdf";
+    BrevexSaveAsA(pHandle, sFile.c_str(), "user", nullptr, BREVEX_PERMIT_ALL);
+    sOdd = Support::ReadFile(sFile);
+  }
+  BrevexDestroyObject(pHandle);
+  const size_t nStart = sOdd.rfind("startxref");
+  return nStart == std::string::npos ? "" : sOdd.replace(nStart + 10, 1, "9");
+}
 
 // Open, save, close and destroy with the allocation of that number failing; true if there was one.
 bool RunWith(const std::string& sPdf, const TOptionSet& set, const std::string& sFile, long nFailing,
@@ -99,7 +132,7 @@ bool RunWith(const std::string& sPdf, const TOptionSet& set, const std::string& 
   TBrevexHandle* pHandle = BrevexCreateObject();
   set.pfSet(pHandle);
   g_allocations = {true, bForEver, nFailing, 0};
-  const bool bOpen = BrevexOpenMemA(pHandle, sPdf.data(), sPdf.size(), nullptr) != 0;
+  const bool bOpen = BrevexOpenMemA(pHandle, sPdf.data(), sPdf.size(), "user") != 0;
   bool bDone = bOpen;
   if (bOpen)
   {
@@ -123,15 +156,23 @@ bool RunWith(const std::string& sPdf, const TOptionSet& set, const std::string& 
 
 TEST(Exhaustion, EndsEveryOperationWithoutHarm)
 {
-  const TOptionSet sets[] = {
-      {"plain", SetPlain, nullptr, nullptr},       {"file", SetPlain, "out.pdf", nullptr},
-      {"max", SetMax, nullptr, nullptr},           {"encrypted", SetCipher, "out.pdf", "user"},
-      {"linearized", SetLinear, nullptr, nullptr}, {"linearized file", SetLinear, "out.pdf", nullptr}};
-  const std::string sPdf = Support::MakeFeatureDocument();
+  const TOptionSet sets[] = {{"plain", SetPlain, nullptr, nullptr},
+                             {"file", SetPlain, "out.pdf", nullptr},
+                             {"max", SetMax, nullptr, nullptr},
+                             {"encrypted", SetCipher, "out.pdf", "user"},
+                             {"linearized", SetLinear, nullptr, nullptr},
+                             {"linearized file", SetLinear, "out.pdf", nullptr},
+                             {"stripped", SetWeb, nullptr, nullptr},
+                             {"odd", SetPlain, nullptr, nullptr, true},
+                             {"odd max", SetCompression, "out.pdf", nullptr, true},
+                             {"odd linearized", SetLinear, "out.pdf", "user", true}};
+  const std::string sSound = Support::MakeFeatureDocument();
+  const std::string sOdd = MakeOddDocument(sSound);
   const Support::CTempFolder folder;
   BrevexInitialize();
   for (const TOptionSet& set : sets)
   {
+    const std::string& sPdf = set.bOdd ? sOdd : sSound;
     const std::string sFile = set.szFile ? std::string(folder / set.szFile) : "";
     EXPECT_FALSE(RunWith(sPdf, set, sFile, 0, false));
     const long nAll = g_allocations.m_nCount;

@@ -90,6 +90,33 @@ TEST(CommandFlags, RepairedInputIsTold)
   EXPECT_THAT(told.sOut, HasSubstr("Damaged"));
 }
 
+TEST(CommandFlags, LossesAreToldEvenQuietly)
+{
+  const CCommandFolder folder;
+  folder.Write("lost.pdf", Support::ReplaceText(CCommandFolder::MakeLarge(), "0 obj", "0 xbj", 5));
+  const auto saved = folder.Run({"--quiet", "lost.pdf", "out.pdf"});
+  EXPECT_EQ(saved.nExitCode, 1);
+  EXPECT_THAT(saved.sErr, HasSubstr("lost: 0x"));
+  folder.Write("none.pdf", Support::ReplaceText(CCommandFolder::MakeTiny(), "3 0 obj", "3 0 xbj"));
+  const auto told = folder.Run({"info", "none.pdf"});
+  EXPECT_EQ(told.nExitCode, 1);
+  EXPECT_THAT(told.sOut, HasSubstr("Damaged"));
+}
+
+TEST(CommandFlags, ControlCharactersStayOffTheTerminal)
+{
+  const CCommandFolder folder;
+  const std::string sName = "a\x1B[31m\xC2\x9B\n\xC3\xA4\xFF.pdf";
+  const std::string sShown = "a\\x1B[31m\\xC2\\x9B\\x0A\xC3\xA4\\xFF.pdf";
+  folder.Write(sName, CCommandFolder::MakeLarge());
+  EXPECT_THAT(folder.Run({"--progress", "always", sName, "out.pdf"}).sErr,
+              testing::AllOf(HasSubstr("[1/1] " + sShown), HasSubstr(sShown + ": ")));
+  EXPECT_THAT(folder.Run({"info", sName}).sOut, HasSubstr(sShown));
+  EXPECT_THAT(folder.Run({"x" + sName, "out.pdf"}).sErr, HasSubstr("x" + sShown));
+  const std::string sUsage = folder.Run({"--profile", sName, "large.pdf", "out.pdf"}).sErr;
+  EXPECT_EQ(sUsage.find('\x1B'), std::string::npos);
+}
+
 TEST(CommandFlags, WrongPassword)
 {
   if (!Support::HasProgram("qpdf"))

@@ -4,10 +4,12 @@
 #include <algorithm>
 #include <iostream>
 #include <memory>
+#include <sstream>
 
 #include "EncryptionFlags.h"
 #include "HelpFormatter.h"
 #include "SettingParser.h"
+#include "Text.h"
 
 namespace Tool
 {
@@ -153,7 +155,7 @@ void AddMessages(CLI::App& app, TOptimizeOptions& options)
       ->type_name("WHEN")
       ->check(CLI::IsMember({"auto", "always", "never"}));
   app.add_flag("--json", options.bJson, "Write one JSON object per file to standard output");
-  app.add_flag("-q,--quiet", options.bQuiet, "Write nothing but errors");
+  app.add_flag("-q,--quiet", options.bQuiet, "Write nothing but errors and losses");
 }
 
 void CheckFiles(const TOptimizeOptions& options)
@@ -246,7 +248,13 @@ std::optional<TCommand> ParseCommandLine(std::vector<std::string> arguments, TEx
   }
   catch (const CLI::ParseError& error)
   {
-    const bool bAsked = app.exit(error, std::cout, std::cerr) == 0;
+    std::ostringstream message;
+    const bool bAsked = app.exit(error, std::cout, message) == 0;
+    std::istringstream lines(message.str());
+    for (std::string sLine; std::getline(lines, sLine);)
+    {
+      std::cerr << MakePrintable(sLine) << '\n';
+    }
     exitCode = bAsked ? TExitCode::Done : TExitCode::Usage;
     return std::nullopt;
   }

@@ -2,6 +2,8 @@
 
 #include <brevex/brevex.h>
 
+#include <new>
+
 namespace Tool
 {
 
@@ -26,6 +28,11 @@ TExitCode GetSaveExitCode(std::uint32_t nStatus)
     // Numbers of errno come from the system's calls on the output; the rest tells of the document.
     return nStatus <= 32767 ? TExitCode::Output : TExitCode::Input;
   }
+}
+
+std::string GetReason(const std::exception& exception)
+{
+  return dynamic_cast<const std::bad_alloc*>(&exception) ? "there is not enough memory" : exception.what();
 }
 
 }  // namespace Tool

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <exception>
+#include <string>
 
 namespace Tool
 {
@@ -24,5 +26,8 @@ inline TExitCode GetWorse(TExitCode first, TExitCode second)
 
 // The exit code for the status code that a failed save left.
 TExitCode GetSaveExitCode(std::uint32_t nStatus);
+
+// What to tell a user of an exception.
+std::string GetReason(const std::exception& exception);
 
 }  // namespace Tool

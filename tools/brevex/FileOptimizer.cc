@@ -10,6 +10,7 @@
 #include "AtomicFile.h"
 #include "Handle.h"
 #include "Input.h"
+#include "Reports.h"
 
 namespace Tool
 {
@@ -26,16 +27,7 @@ void Fail(TFileResult& result, TExitCode exitCode, std::string sError)
 // Takes over what the library reported. A loss is the only report that a caller has to act on.
 void TakeReports(TFileResult& result, const CHandle& handle)
 {
-  result.reports.clear();
-  for (int i = 0; i < BrevexGetReportCount(handle.Get()); ++i)
-  {
-    TBrevexReport report = {};
-    report.nSize = sizeof report;
-    if (BrevexGetReport(handle.Get(), i, &report) != 0)
-    {
-      result.reports.push_back({report, ToUtf8(BrevexGetReportTextW(handle.Get(), i))});
-    }
-  }
+  result.reports = ReadReports(handle);
   result.nLosses = BrevexGetLossCount(handle.Get());
   if (result.nLosses > 0)
   {
@@ -167,7 +159,7 @@ TFileResult CFileOptimizer::Run(const TTask& task) const
   }
   catch (const std::exception& exception)
   {
-    Fail(result, TExitCode::Internal, exception.what());
+    Fail(result, TExitCode::Internal, GetReason(exception));
   }
   result.dSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   return result;
@@ -195,7 +187,8 @@ void CFileOptimizer::Optimize(const TTask& task, TFileResult& result) const
   if (!bOpen)
   {
     TakeReports(result, handle);
-    return Fail(result, TExitCode::Input, "cannot be opened");
+    return Fail(result, TExitCode::Input,
+                "cannot be opened" + (result.reports.empty() ? ": " + handle.GetMessage() : ""));
   }
   result.nPages = BrevexGetPageCount(handle.Get());
 
@@ -210,9 +203,11 @@ void CFileOptimizer::Optimize(const TTask& task, TFileResult& result) const
   result.reports.insert(result.reports.end(), refusals.begin(), refusals.end());
   if (!bSaved)
   {
+    // Where memory is short even the report may be missing.
     return output.HasFailedToWrite()
                ? Fail(result, TExitCode::Output, output.GetError())
-               : Fail(result, GetSaveExitCode(BrevexGetErrorCode(handle.Get())), "cannot be saved");
+               : Fail(result, GetSaveExitCode(BrevexGetErrorCode(handle.Get())),
+                      "cannot be saved" + (result.reports.empty() ? ": " + handle.GetMessage() : ""));
   }
   BrevexClose(handle.Get());
 

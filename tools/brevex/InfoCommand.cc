@@ -9,6 +9,7 @@
 #include "JsonObject.h"
 #include "Names.h"
 #include "Reporter.h"
+#include "Reports.h"
 #include "Text.h"
 
 namespace Tool
@@ -27,9 +28,16 @@ struct TDocumentInfo
   int nPages = 0;
   std::vector<std::pair<std::string, std::string>> entries;
   std::optional<TBrevexEncryption> encryption;
-  std::uint32_t nCode = 0;
-  std::string sMessage;
+  std::vector<TReport> reports;
 };
+
+// Every document has a page, unless what leads to them is lost.
+constexpr const char* g_szNoPages = "no page can be found";
+
+bool IsDamaged(const TDocumentInfo& info)
+{
+  return info.nPages == 0 || !info.reports.empty();
+}
 
 TDocumentInfo ReadInfo(const CHandle& handle, const CInput& input, const std::string& sFile)
 {
@@ -37,8 +45,7 @@ TDocumentInfo ReadInfo(const CHandle& handle, const CInput& input, const std::st
   info.sFile = sFile;
   info.nBytes = input.GetSize();
   info.nPages = BrevexGetPageCount(handle.Get());
-  info.nCode = BrevexGetErrorCode(handle.Get());
-  info.sMessage = info.nCode != 0 ? handle.GetMessage() : "";
+  info.reports = ReadReports(handle);
   TBrevexEncryption encryption = {};
   if (BrevexGetInputEncryption(handle.Get(), &encryption))
   {
@@ -143,30 +150,40 @@ void WriteJson(const TDocumentInfo& info)
   {
     object.AddObject("encryption", MakeEncryptionJson(*info.encryption));
   }
-  object.AddFlag("damaged", info.nCode != 0);
-  if (info.nCode != 0)
+  object.AddFlag("damaged", IsDamaged(info));
+  if (IsDamaged(info))
   {
-    object.AddText("message", info.sMessage);
+    object.AddText("message", info.reports.empty() ? g_szNoPages : info.reports.front().sMessage);
   }
+  std::vector<CJsonObject> reports;
+  for (const TReport& report : info.reports)
+  {
+    reports.push_back(MakeReportJson(report));
+  }
+  object.AddObjects("reports", reports);
   std::printf("%s\n", object.GetText().c_str());
 }
 
 void WriteLines(const TDocumentInfo& info)
 {
-  std::printf("File:          %s\n", info.sFile.c_str());
+  std::printf("File:          %s\n", MakePrintable(info.sFile).c_str());
   std::printf("Size:          %s bytes\n", GroupDigits(static_cast<unsigned long long>(info.nBytes)).c_str());
   std::printf("Pages:         %d\n", info.nPages);
   for (const auto& [sKey, sValue] : info.entries)
   {
-    std::printf("%-14s %s\n", (sKey + ":").c_str(), sValue.c_str());
+    std::printf("%-14s %s\n", (sKey + ":").c_str(), MakePrintable(sValue).c_str());
   }
   if (info.encryption)
   {
     WriteEncryptionLines(*info.encryption);
   }
-  if (info.nCode != 0)
+  for (const TReport& report : info.reports)
   {
-    std::printf("Damaged:       0x%08X %s\n", info.nCode, info.sMessage.c_str());
+    std::printf("Damaged:       %s\n", MakePrintable(FormatReport(report)).c_str());
+  }
+  if (info.nPages == 0)
+  {
+    std::printf("Damaged:       %s\n", g_szNoPages);
   }
 }
 
@@ -187,7 +204,7 @@ TExitCode ShowFile(const std::string& sFile, const TInfoOptions& options)
   }
   const TDocumentInfo info = ReadInfo(handle, input, sFile);
   options.bJson ? WriteJson(info) : WriteLines(info);
-  return BrevexGetLossCount(handle.Get()) > 0 ? TExitCode::Warnings : TExitCode::Done;
+  return BrevexGetLossCount(handle.Get()) > 0 || info.nPages == 0 ? TExitCode::Warnings : TExitCode::Done;
 }
 
 }  // namespace

@@ -36,7 +36,7 @@ TExitCode RunTask(const CFileOptimizer& optimizer, const TTask& task, CReporter&
   }
   catch (const std::exception& exception)
   {
-    std::fprintf(stderr, "brevex: %s: %s\n", task.sInput.c_str(), exception.what());
+    WriteError(task.sInput + ": " + GetReason(exception));
     return TExitCode::Internal;
   }
 }

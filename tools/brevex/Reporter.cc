@@ -3,21 +3,16 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <initializer_list>
 
 #include "JsonObject.h"
+#include "Reports.h"
 #include "Text.h"
 
 namespace Tool
 {
 namespace
 {
-
-std::string FormatCode(std::uint32_t nCode)
-{
-  char szText[16];
-  std::snprintf(szText, sizeof szText, "0x%08X", nCode);
-  return szText;
-}
 
 const char* GetName(TOutcome outcome)
 {
@@ -45,28 +40,13 @@ std::string FormatChange(std::int64_t nInput, std::int64_t nOutput)
          GroupDigits(static_cast<unsigned long long>(nOutput)) + " bytes" + szPercent;
 }
 
-std::string FormatReport(const TReport& entry)
-{
-  const TBrevexReport& report = entry.report;
-  std::string sText = report.nConsequence == BREVEX_CONSEQUENCE_LOSS ? "lost: " : "";
-  sText += FormatCode(report.nCode) + (entry.sMessage.empty() ? "" : " " + entry.sMessage);
-  std::string sPlace = report.nObject > 0 ? "object " + std::to_string(report.nObject) : "";
-  if (report.nPage > 0)
-  {
-    sPlace += (sPlace.empty() ? "page " : ", page ") + std::to_string(report.nPage);
-  }
-  sText += sPlace.empty() ? "" : " (" + sPlace + ")";
-  return sText + (report.nCount > 1 ? " x " + std::to_string(report.nCount) : "");
-}
-
-// The reason of a failure, then what is lost, then the rest, each in the order of the library; no more than
-// fit a screen.
-std::string FormatReports(const TFileResult& result)
+// The reports with those consequences, each in the order of the library; no more than fit a screen.
+std::string FormatReports(const TFileResult& result, std::initializer_list<int> consequences)
 {
   constexpr int nMaxShown = 10;
   std::string sText;
   int nShown = 0;
-  for (const int nConsequence : {BREVEX_CONSEQUENCE_END, BREVEX_CONSEQUENCE_LOSS, BREVEX_CONSEQUENCE_NONE})
+  for (const int nConsequence : consequences)
   {
     for (const TReport& entry : result.reports)
     {
@@ -93,30 +73,9 @@ std::string FormatLine(const TFileResult& result)
                  : FormatChange(result.nInputBytes, result.nOutputBytes);
     sLine += ", " + std::to_string(result.nPages) + (result.nPages == 1 ? " page" : " pages");
   }
-  return sLine + FormatReports(result);
-}
-
-CJsonObject MakeReportJson(const TReport& entry)
-{
-  constexpr const char* szSeverities[] = {"information", "warning", "error"};
-  constexpr const char* szConsequences[] = {"none", "loss", "end"};
-  const TBrevexReport& report = entry.report;
-  CJsonObject object;
-  object.AddText("step", report.nStep == BREVEX_STEP_OPEN ? "open" : "save");
-  object.AddText("code", FormatCode(report.nCode));
-  object.AddText("severity", szSeverities[report.nSeverity]);
-  object.AddText("consequence", szConsequences[report.nConsequence]);
-  if (report.nObject > 0)
-  {
-    object.AddNumber("object", report.nObject);
-  }
-  if (report.nPage > 0)
-  {
-    object.AddNumber("page", report.nPage);
-  }
-  object.AddNumber("count", report.nCount);
-  object.AddText("message", entry.sMessage);
-  return object;
+  // The reason of a failure, then what is lost, then the rest.
+  return sLine +
+         FormatReports(result, {BREVEX_CONSEQUENCE_END, BREVEX_CONSEQUENCE_LOSS, BREVEX_CONSEQUENCE_NONE});
 }
 
 std::string FormatJson(const TFileResult& result)
@@ -180,7 +139,7 @@ void CReporter::OnStart(const std::string& sInput)
   if (m_bProgress)
   {
     ClearProgress();
-    std::fprintf(stderr, "[%zu/%zu] %s", m_nStarted, m_nFiles, sInput.c_str());
+    std::fprintf(stderr, "[%zu/%zu] %s", m_nStarted, m_nFiles, MakePrintable(sInput).c_str());
     std::fflush(stderr);
     m_bProgressShown = true;
   }
@@ -205,7 +164,11 @@ void CReporter::OnDone(const TFileResult& result)
   }
   else if (m_bLines)
   {
-    std::fprintf(stderr, "%s\n", FormatLine(result).c_str());
+    std::fprintf(stderr, "%s\n", MakePrintable(FormatLine(result)).c_str());
+  }
+  else if (!m_bJson && result.nLosses > 0)
+  {
+    WriteError(result.sInput + ": not whole" + FormatReports(result, {BREVEX_CONSEQUENCE_LOSS}));
   }
 }
 
@@ -222,7 +185,7 @@ void CReporter::OnEnd()
 
 void WriteError(const std::string& sMessage)
 {
-  std::fprintf(stderr, "brevex: %s\n", sMessage.c_str());
+  std::fprintf(stderr, "brevex: %s\n", MakePrintable(sMessage).c_str());
 }
 
 }  // namespace Tool

@@ -1,6 +1,7 @@
 #include "Text.h"
 
 #include <algorithm>
+#include <cstdio>
 
 namespace Tool
 {
@@ -101,6 +102,30 @@ std::string ToUtf8(const char16_t* szText)
       nCharacter = g_nReplacement;
     }
     AppendUtf8(sOut, nCharacter);
+  }
+  return sOut;
+}
+
+std::string MakePrintable(std::string_view sText)
+{
+  std::string sOut;
+  for (size_t nAt = 0; nAt < sText.size();)
+  {
+    const size_t nStart = nAt;
+    const char32_t nCharacter = ReadUtf8(sText, nAt);
+    const bool bControl = nCharacter < 0x20 || (nCharacter >= 0x7F && nCharacter < 0xA0);
+    nAt += nCharacter == g_nInvalid ? 1 : 0;
+    if (nCharacter != g_nInvalid && !bControl)
+    {
+      sOut += sText.substr(nStart, nAt - nStart);
+      continue;
+    }
+    for (const char c : sText.substr(nStart, nAt - nStart))
+    {
+      char szCode[8];
+      std::snprintf(szCode, sizeof szCode, "\\x%02X", static_cast<unsigned>(static_cast<unsigned char>(c)));
+      sOut += szCode;
+    }
   }
   return sOut;
 }

@@ -55,7 +55,7 @@ int main(int nArguments, char** arguments)
   }
   catch (const std::exception& exception)
   {
-    Tool::WriteError(exception.what());
+    Tool::WriteError(Tool::GetReason(exception));
     return static_cast<int>(Tool::TExitCode::Internal);
   }
 }

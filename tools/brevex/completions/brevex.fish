@@ -14,7 +14,7 @@ complete -c brevex -l cms-engine -x -a 'lcms none neugebauer' -d 'Colour managem
 complete -c brevex -l allow-larger -d 'Keep a result that is not smaller than the input'
 complete -c brevex -l progress -x -a 'auto always never' -d 'Show progress'
 complete -c brevex -l json -d 'Write one JSON object per file to standard output'
-complete -c brevex -l quiet -s q -d 'Write nothing but errors'
+complete -c brevex -l quiet -s q -d 'Write nothing but errors and losses'
 complete -c brevex -l resolution -x -d 'Resolution of all kinds of images after downsampling (no effect yet)'
 complete -c brevex -l threshold -x -d 'Downsample all kinds of images from this resolution on'
 complete -c brevex -l bitonal-resolution -x -d 'Resolution of images with one bit per sample (no effect yet)'
