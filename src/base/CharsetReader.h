@@ -3,16 +3,13 @@
 #include "base/ByteOrder.h"
 #include "base/ErrorContext.h"
 #include "base/ObjectPtr.h"
+#include "base/StatusCodes.h"
 #include "base/Stream.h"
 
 #include <span>
 
 namespace BSE
 {
-
-inline constexpr unsigned g_nInvalidUtf8 = 0x80300041U;
-inline constexpr unsigned g_nInvalidUtf16 = 0x80300042U;
-inline constexpr unsigned g_nInvalidCodePage = 0x80300043U;
 
 // A stream of units TOut, for reading, converted from a source of units TIn. Positions count units of TOut;
 // the source is read ahead. A conversion that fails reports its code once to the error context; what stands

@@ -33,7 +33,7 @@ std::int64_t CDecodeFilter::Read(unsigned char* pBuffer, std::int64_t n)
     const std::int64_t nAllowed = GetSizeLimit() - m_nPos;
     if (nAllowed <= 0)
     {
-      ReportError(m_pErrorContext, g_nDecodedSizeExceeded);
+      ReportError(m_pErrorContext, g_nSizeExceeded);
       m_bEnd = true;
       break;
     }

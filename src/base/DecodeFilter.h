@@ -2,12 +2,10 @@
 
 #include "base/BufferedInputStream.h"
 #include "base/Filter.h"
+#include "base/StatusCodes.h"
 
 namespace BSE
 {
-
-// Reported when a stream would decode to more than Limits.h allows.
-inline constexpr unsigned g_nDecodedSizeExceeded = 0x80300040U;
 
 // Base of decoders: the source holds encoded data. Tolerant by design: what is sound is delivered, damage is
 // reported to the error context, and the data ends. Writing is refused with a trace line.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/ErrorProperty.h"
+#include "base/StatusCodes.h"
 
 namespace BSE
 {
@@ -9,14 +10,6 @@ namespace BSE
 // Codes 1 to 32767 are errno values; 0 is success.
 inline constexpr unsigned g_nErrorBit = 0x80000000U;
 inline constexpr unsigned g_nWarningBit = 0x00008000U;
-
-// Codes of the foundation that several layers report.
-inline constexpr unsigned g_nOutOfMemory = 0x80308001U;
-inline constexpr unsigned g_nUnknownFatalError = 0x8030FFFFU;
-inline constexpr unsigned g_nInvalidOperation = 0x80300051U;
-inline constexpr unsigned g_nStreamReadFailed = 0x80300060U;
-inline constexpr unsigned g_nStreamWriteFailed = 0x80300061U;
-inline constexpr unsigned g_nStreamSeekFailed = 0x80300062U;
 
 inline constexpr bool IsErrnoCode(unsigned nCode)
 {

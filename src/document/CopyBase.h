@@ -2,6 +2,7 @@
 
 #include "base/BasicArray.h"
 #include "document/NumberSet.h"
+#include "document/StatusCodes.h"
 #include "pdf/File.h"
 
 namespace PDF
@@ -9,9 +10,6 @@ namespace PDF
 
 class CBTree;
 class CObjectTraverser;
-
-// "The file is corrupt and cannot be repaired.": what is in the way of a copier and fits into no document.
-inline constexpr unsigned g_nNotCopied = 0x80410113U;
 
 // The step of a copy that handles streams: it gives them another encoding, and leaves their data alone.
 class IStreamStep

@@ -2,6 +2,7 @@
 
 #include "base/ErrorHandler.h"
 #include "base/Limits.h"
+#include "document/StatusCodes.h"
 #include "pdf/ArrayObject.h"
 #include "pdf/StandardSecurityHandler.h"
 
@@ -13,9 +14,6 @@ namespace
 
 constexpr int g_nDefaultPermissions = 3900;
 constexpr unsigned g_nCryptFilterVersion = 0x1600;
-constexpr unsigned g_nSizeExceeded = 0x80300040;
-constexpr unsigned g_nNoTrailer = 0x8041010E;
-constexpr unsigned g_nNoRoot = 0x8041010F;
 
 // Entries that pages which are listed again may have in all, beyond so many for each byte of the file, of
 // which a listing takes six.
@@ -357,7 +355,7 @@ bool CDocumentCopierBase::CopyRepeat(int nPage, const CObjectPtr& entries)
   if (BSE::IsOutOfProportion(m_nRepeatedEntries, g_nFreeRepeatedEntries, BSE::g_nMaxSharedRatio,
                              pInput ? pInput->GetLength() : 0))
   {
-    BSE::ReportEnd(m_pErrorContext, g_nSizeExceeded);
+    BSE::ReportEnd(m_pErrorContext, BSE::g_nSizeExceeded);
     return false;
   }
   const bool bAdded = m_output.AddPage(target.Get()) > 0;

@@ -4,14 +4,13 @@
 #include "document/Document.h"
 #include "document/ListCopier.h"
 #include "document/OutputCipher.h"
+#include "document/StatusCodes.h"
 #include "document/StructTreeCopier.h"
 #include "document/TreeCopier.h"
 #include "pdf/StandardSecurityHandler.h"
 
 namespace PDF
 {
-
-inline constexpr unsigned g_nArchivalNotEncrypted = 0x0341860DU;
 
 // Permissions of a save that stand for something else: none asked for, so that a file without passwords stays
 // plain; and those of the input with its key length and crypt filters.

@@ -99,7 +99,7 @@ CObjectPtr CDocumentCopierBase::CopyInfo(const char* const* pszOmitted)
         dictionary.AddEntry(source.GetKey(i), entry);
   m_copier.TellDamage(source);
   if (const CObjectPtr value = CCopyBase::GetDirect(source); value && !value.IsDictionary())
-    BSE::ReportLoss(source.IsIndirect() ? source.Get() : m_pErrorContext, g_nNotCopied);
+    BSE::ReportLoss(source.IsIndirect() ? source.Get() : m_pErrorContext, g_nNotRepairable);
   CObjectPtr info = m_output.GetFile().NewObject(0, 0, 0);
   if (!info)
     return {};

@@ -3,19 +3,10 @@
 #include "document/Rectangle.h"
 #include "document/Resources.h"
 #include "document/SemanticObject.h"
+#include "document/StatusCodes.h"
 
 namespace PDF
 {
-
-// Codes of the page tree. The context of a report is the page or node.
-inline constexpr unsigned g_nPageMissing = 0x80410401U;
-inline constexpr unsigned g_nPageTypeInvalid = 0x80410402U;
-inline constexpr unsigned g_nPageKidsInvalid = 0x80410403U;
-inline constexpr unsigned g_nPageCountInvalid = 0x80410404U;
-inline constexpr unsigned g_nPageParentInvalid = 0x80410405U;
-inline constexpr unsigned g_nPageResourcesInvalid = 0x80410406U;
-inline constexpr unsigned g_nPageMediaBoxInvalid = 0x80410407U;
-inline constexpr unsigned g_nNoPages = 0x80410408U;
 
 // What pages inherit from the nodes above them (ISO 32000-1, Table 30).
 inline constexpr const char* g_inheritedKeys[] = {"CropBox", "MediaBox", "Resources", "Rotate"};

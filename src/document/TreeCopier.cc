@@ -82,7 +82,7 @@ void CTreeCopier::CopyTree(const CObjectPtr& root, const CObjectPtr& target)
   m_bWalking = false;
   for (const int nNumber : m_unreached.GetSpan())
     if (!m_visited.Contains(nNumber))
-      BSE::ReportLoss(GetSource()->GetObject(nNumber, -1).Get(), g_nNotCopied);
+      BSE::ReportLoss(GetSource()->GetObject(nNumber, -1).Get(), g_nNotRepairable);
 }
 
 bool CTreeCopier::IsKept(const CObjectPtr&)

@@ -3,13 +3,11 @@
 #include "document/NumberSet.h"
 #include "engine/OptimizerOptions.h"
 #include "engine/SignatureFields.h"
+#include "engine/StatusCodes.h"
 #include "pdf/Object.h"
 
 namespace PDF
 {
-
-// "Signature annotation was not copied.": a signature does not hold for a rewritten file.
-inline constexpr unsigned g_nSignatureNotCopied = 0x0A1B8002U;
 
 // What becomes of an annotation.
 enum class TAnnotationFate

@@ -4,6 +4,7 @@
 #include "document/BTree.h"
 #include "engine/EqualObjectMerger.h"
 #include "engine/RedundantObjectOptimizer.h"
+#include "engine/StatusCodes.h"
 #include "engine/StreamRecompressor.h"
 #include "pdf/linearize/Linearizer.h"
 
@@ -14,8 +15,6 @@ namespace PDF
 {
 namespace
 {
-
-constexpr unsigned g_nInvalidCompliance = 0x83410546U;
 
 // Object numbers for which the search for equal objects may take memory in any file.
 constexpr int g_nFreeNumbers = 1 << 20;

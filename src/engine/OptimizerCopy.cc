@@ -171,7 +171,7 @@ CObjectPtr COptimizer::CopyAnnotations(const CObjectPtr& annots)
     {
       TellDamage(annotation);
       if (annotation.IsArray() || annotation.IsStream())
-        BSE::ReportLoss(annots.IsIndirect() ? annots.Get() : m_pErrorContext, g_nNotCopied);
+        BSE::ReportLoss(annots.IsIndirect() ? annots.Get() : m_pErrorContext, g_nNotRepairable);
       if (annotation)
         annotation->Unload();
       continue;

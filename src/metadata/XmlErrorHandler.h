@@ -1,14 +1,12 @@
 #pragma once
 
 #include "base/ErrorContext.h"
+#include "metadata/StatusCodes.h"
 
 struct _xmlError;
 
 namespace XML
 {
-
-inline constexpr unsigned g_nXmlError = 0x8A080000U;
-inline constexpr unsigned g_nXmlWarning = 0x0A088000U;
 
 // Turns messages of libxml2 into reports with the properties "line", "column" and "message".
 class CLibXML2ErrorHandler

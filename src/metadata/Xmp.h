@@ -2,12 +2,11 @@
 
 #include "base/Stream.h"
 #include "metadata/InfoPairs.h"
+#include "metadata/StatusCodes.h"
 #include "metadata/XmpErrorContext.h"
 
 namespace PDF
 {
-
-inline constexpr unsigned g_nValueRemoved = 0x0A09C8C1U;  // "XmpPath", "cause"
 
 // What metadata needs of a document's information dictionary.
 class IInfoDictionary

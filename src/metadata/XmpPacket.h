@@ -1,18 +1,13 @@
 #pragma once
 
 #include "metadata/RdfGraph.h"
+#include "metadata/StatusCodes.h"
 #include "metadata/XmpNode.h"
 
 #include <span>
 
 namespace XMP
 {
-
-inline constexpr unsigned g_nInvalidPacket = 0x0341853FU;
-inline constexpr unsigned g_nInvalidEncoding = 0x0A09C001U;  // "enc", "exp"
-inline constexpr unsigned g_nNoRdf = 0x0A09C401U;
-inline constexpr unsigned g_nDeprecatedMeta = 0x0A094406U;
-inline constexpr unsigned g_nWrongRdfNamespace = 0x0A09C40FU;  // "ns"
 
 // An XMP packet (ISO 16684-1, 7): the value tree with the pool of its names and the prefixes that were found.
 // What is wrong with it is reported to the parent context.

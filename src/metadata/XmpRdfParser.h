@@ -1,17 +1,11 @@
 #pragma once
 
 #include "metadata/RdfGraph.h"
+#include "metadata/StatusCodes.h"
 #include "metadata/XmpNode.h"
 
 namespace XMP
 {
-
-// Codes of the reports on what XMP does not allow in RDF.
-inline constexpr unsigned g_nSeveralResources = 0x0A09C403U;
-inline constexpr unsigned g_nTypedTopLevel = 0x0A09C404U;     // "prefix", "name"
-inline constexpr unsigned g_nUnknownNodeType = 0x0A09C407U;   // "prefix", "name"
-inline constexpr unsigned g_nRepeatedProperty = 0x0A09C40EU;  // "prefix", "name"
-inline constexpr unsigned g_nNoArrayItem = 0x8A094405U;       // "prefix", "name"
 
 // Turns a graph into the value tree (ISO 16684-1, 7). Resources at the top are joined into one; of properties
 // of the same name the first stays.

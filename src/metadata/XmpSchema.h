@@ -1,5 +1,6 @@
 #pragma once
 
+#include "metadata/StatusCodes.h"
 #include "metadata/XmpNode.h"
 
 #include <span>
@@ -14,8 +15,6 @@ inline constexpr const char* g_szXmpMM = "http://ns.adobe.com/xap/1.0/mm/";
 inline constexpr const char* g_szPdf = "http://ns.adobe.com/pdf/1.3/";
 inline constexpr const char* g_szPdfAId = "http://www.aiim.org/pdfa/ns/id/";
 inline constexpr const char* g_szEvent = "http://ns.adobe.com/xap/1.0/sType/ResourceEvent#";
-
-inline constexpr unsigned g_nWrongType = 0x0A09C884U;  // "XmpPath", "type", "ChildPtr"
 
 enum class TValueType
 {

@@ -14,6 +14,7 @@
 #include "pdf/Parser.h"
 #include "pdf/PendingObjectStream.h"
 #include "pdf/RootFinder.h"
+#include "pdf/StatusCodes.h"
 #include "pdf/XRefRecovery.h"
 
 #include <algorithm>
@@ -25,18 +26,6 @@ namespace PDF
 
 namespace
 {
-
-constexpr unsigned g_nHeaderVersion = 0x00410106;
-constexpr unsigned g_nWrongOffset = 0x00418309;
-constexpr unsigned g_nNotOpened = 0x80410101;
-constexpr unsigned g_nNoHeader = 0x80410104;
-constexpr unsigned g_nWrongLength = 0x80410306;
-constexpr unsigned g_nWrongPassword = 0x80410112;
-constexpr unsigned g_nNoTrailer = 0x8041010E;
-constexpr unsigned g_nNoRoot = 0x8041010F;
-
-constexpr unsigned g_nNotRepairable = 0x80410113;
-constexpr unsigned g_nSizeExceeded = 0x80300040;
 
 constexpr int g_nCachedObjectStreams = 10;
 
@@ -56,7 +45,7 @@ bool CFile::Open(BSE::IByteStream* pStream, bool bUpdate)
 {
   if (!pStream || !pStream->IsValid())
   {
-    BSE::ReportError(this, g_nNotOpened);
+    BSE::ReportError(this, g_nFileNotOpened);
     return false;
   }
   ReleaseAll();
@@ -444,7 +433,7 @@ bool CFile::DecodeObjectStream(CObjectStream& stream)
   if (!m_pWriter &&
       (BSE::IsOutOfProportion(m_nRereadBytes, BSE::g_nMaxRereadStreams, BSE::g_nMaxSharedRatio, nLength) ||
        BSE::IsOutOfProportion(m_nDecodedBytes, BSE::g_nFreeStreams, BSE::g_nMaxStreamRatio, nLength)))
-    GiveUpReading(g_nSizeExceeded);
+    GiveUpReading(BSE::g_nSizeExceeded);
   if (m_nReadFailure != 0)
     return false;
   std::int64_t& nCount = stream.WasTried() ? m_nRereadBytes : m_nDecodedBytes;
@@ -470,7 +459,7 @@ bool CFile::AdmitValues(std::int64_t nCount)
   if (m_nCompressedValues > BSE::g_nFreeAllValues &&
       BSE::IsOutOfProportion(m_nCompressedValues, BSE::g_nFreeAllValues, BSE::g_nMaxValuesRatio,
                              m_pInput->GetLength()))
-    GiveUpReading(g_nSizeExceeded);
+    GiveUpReading(BSE::g_nSizeExceeded);
   return m_nReadFailure == 0;
 }
 

@@ -4,6 +4,7 @@
 #include "pdf/Generator.h"
 #include "pdf/PendingObjectStream.h"
 #include "pdf/RevisionWriter.h"
+#include "pdf/StatusCodes.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -16,10 +17,6 @@ namespace PDF
 
 namespace
 {
-
-constexpr unsigned g_nFileNotCreated = 0x80410102U;
-constexpr unsigned g_nNotLinearized = 0x03418544U;
-constexpr unsigned g_nLinearizationFailed = 0x83410544U;
 
 // Positions in a linearized file are 32-bit numbers.
 constexpr std::int64_t g_nMaxLinearizedSize = 4294967295;

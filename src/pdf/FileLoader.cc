@@ -12,6 +12,7 @@
 #include "base/Limits.h"
 #include "base/ScopedValue.h"
 #include "pdf/Parser.h"
+#include "pdf/StatusCodes.h"
 #include "pdf/XRefStreamReader.h"
 
 #include <algorithm>
@@ -21,13 +22,6 @@ namespace PDF
 
 namespace
 {
-
-constexpr unsigned g_nBadTable = 0x8041010B;
-constexpr unsigned g_nNoTrailer = 0x8041010E;
-constexpr unsigned g_nOtherIds = 0x0341851C;
-constexpr unsigned g_nWrongStreamOffset = 0x03428309;
-constexpr unsigned g_nBadStream = 0x8342010B;
-constexpr unsigned g_nXRefStreamUsed = 0x03418533;
 
 // A section is read for its trailer, then for its entries, and perhaps once more in another way.
 constexpr std::int64_t g_nMaxReadings = 8;

@@ -8,6 +8,7 @@
 #include "pdf/Generator.h"
 #include "pdf/PendingObjectStream.h"
 #include "pdf/SimpleObjects.h"
+#include "pdf/StatusCodes.h"
 #include "pdf/StreamDeflater.h"
 #include "pdf/StreamObjects.h"
 
@@ -27,8 +28,6 @@ namespace
 constexpr int g_nWriteBufferSize = 1 << 16;
 
 constexpr int g_nIdLength = 16;
-
-constexpr unsigned g_nFileNotCreated = 0x80410102U;
 
 // Identifiers need to differ, not to be secret.
 unsigned CreateSeed()

@@ -6,6 +6,7 @@
 #include "base/Tracer.h"
 #include "pdf/File.h"
 #include "pdf/Parser.h"
+#include "pdf/StatusCodes.h"
 #include "pdf/StreamObjects.h"
 
 #include <algorithm>
@@ -15,8 +16,6 @@ namespace PDF
 
 namespace
 {
-
-constexpr unsigned g_nNotRepairable = 0x80410113;
 
 constexpr int g_nBlockSize = 8192;
 

@@ -9,6 +9,7 @@
 #include "pdf/DictionaryObject.h"
 #include "pdf/File.h"
 #include "pdf/SimpleObjects.h"
+#include "pdf/StatusCodes.h"
 
 namespace PDF
 {
@@ -16,10 +17,6 @@ namespace PDF
 namespace
 {
 
-constexpr unsigned g_nNotUtf8 = 0x0041860E;
-constexpr unsigned g_nArrayTooLong = 0x00418310;
-constexpr unsigned g_nDictionaryTooLong = 0x00418313;
-constexpr unsigned g_nNotRepairable = 0x80410113;
 constexpr int g_nStrictArraySize = 8192;
 constexpr int g_nStrictDictionarySize = 4096;
 constexpr int g_nReadAhead = 8192;

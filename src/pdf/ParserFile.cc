@@ -3,6 +3,7 @@
 #include "base/Checked.h"
 #include "base/Limits.h"
 #include "pdf/Parser.h"
+#include "pdf/StatusCodes.h"
 
 #include <algorithm>
 #include <cstring>
@@ -12,16 +13,6 @@ namespace PDF
 
 namespace
 {
-
-constexpr unsigned g_nNoHeader = 0x80410104;
-constexpr unsigned g_nNoEof = 0x80410108;
-constexpr unsigned g_nNoStartXRef = 0x8041010A;
-constexpr unsigned g_nBadTable = 0x8041010B;
-constexpr unsigned g_nDamaged = 0x00418114;
-constexpr unsigned g_nXRefSeparator = 0x0041810D;
-constexpr unsigned g_nSubsectionSeparator = 0x0341851D;
-constexpr unsigned g_nXRefEol = 0x0341851E;
-constexpr unsigned g_nDataAfterEof = 0x0341851B;
 
 bool IsDigit(int c)
 {

@@ -7,6 +7,7 @@
 #include "pdf/FilterFactory.h"
 #include "pdf/Parser.h"
 #include "pdf/SimpleObjects.h"
+#include "pdf/StatusCodes.h"
 #include "pdf/StreamObjects.h"
 
 #include <algorithm>
@@ -16,28 +17,6 @@ namespace PDF
 
 namespace
 {
-
-constexpr unsigned g_nOtherGeneration = 0x00410116;
-constexpr unsigned g_nEmptyObject = 0x00410305;
-constexpr unsigned g_nWrongOffset = 0x00418309;
-constexpr unsigned g_nBadPosition = 0x80410103;
-constexpr unsigned g_nCorrupt = 0x80410113;
-constexpr unsigned g_nNoObjectNumber = 0x80410301;
-constexpr unsigned g_nNoGeneration = 0x80410302;
-constexpr unsigned g_nOtherObject = 0x80410303;
-constexpr unsigned g_nNoObj = 0x80410304;
-constexpr unsigned g_nWrongLength = 0x80410306;
-constexpr unsigned g_nNoEndStream = 0x80410307;
-constexpr unsigned g_nNoEndObj = 0x80410308;
-constexpr unsigned g_nStreamSeparator = 0x0341851F;
-constexpr unsigned g_nEndStreamSeparator = 0x03418520;
-constexpr unsigned g_nGenerationSeparator = 0x03418521;
-constexpr unsigned g_nObjSeparator = 0x03418522;
-constexpr unsigned g_nNumberSeparator = 0x03418523;
-constexpr unsigned g_nEndObjSeparator = 0x03418524;
-constexpr unsigned g_nAfterObj = 0x03418525;
-constexpr unsigned g_nAfterEndObj = 0x03418526;
-constexpr unsigned g_nExternalData = 0x03418616;
 
 bool IsEol(int c)
 {
@@ -161,7 +140,7 @@ CObjectPtr CParser::ParseDictionaryOrStream(CIndirectObject* pObject, CObjectPtr
   if (pObject)
     pObject->SetCost(m_scanner.Tell() - m_nValueStart);
   if (IsCut() || (!value && nFirst >= eTokenObj && nFirst != eTokenEndObj))
-    NoteDamage(pObject, g_nCorrupt);
+    NoteDamage(pObject, g_nNotRepairable);
   if (m_scanner.GetToken() != eTokenStream || !value || value.GetType() != eDictionary)
   {
     if (value && HasRest(value))

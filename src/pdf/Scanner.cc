@@ -1,4 +1,5 @@
 #include "pdf/Scanner.h"
+#include "pdf/StatusCodes.h"
 
 #include <cmath>
 
@@ -7,10 +8,6 @@ namespace PDF
 
 namespace
 {
-
-constexpr unsigned g_nNameTooLong = 0x00418311;
-constexpr unsigned g_nStringTooLong = 0x00418317;
-constexpr unsigned g_nOddHexString = 0x0341851A;
 
 constexpr int g_nEndObjLength = 6;
 

@@ -9,6 +9,7 @@
 #include "pdf/IndirectObject.h"
 #include "pdf/PasswordText.h"
 #include "pdf/SimpleObjects.h"
+#include "pdf/StatusCodes.h"
 
 #include <algorithm>
 
@@ -17,9 +18,6 @@ namespace PDF
 
 namespace
 {
-
-constexpr unsigned g_nProprietaryHandler = 0x80410118U;
-constexpr unsigned g_nUnknownAlgorithm = 0x80410119U;
 
 // Crypt filters that streams can name: files have one or two.
 constexpr int g_nMaxNamedCrypts = 64;

@@ -3,13 +3,11 @@
 #include "pdf/CryptAlgorithm.h"
 #include "pdf/SecurityHandler.h"
 #include "pdf/StandardSecurityHandlerKeys.h"
+#include "pdf/StatusCodes.h"
 #include "pdf/TextString.h"
 
 namespace PDF
 {
-
-// "Invalid or inconsistent encryption parameters specified."
-inline constexpr unsigned g_nInvalidEncryption = 0x8041011CU;
 
 // How a new file is to be encrypted.
 struct TEncryption

@@ -15,6 +15,7 @@
 #include "base/Tracer.h"
 #include "pdf/ObjectStream.h"
 #include "pdf/Parser.h"
+#include "pdf/StatusCodes.h"
 
 namespace PDF
 {
@@ -22,8 +23,6 @@ namespace PDF
 namespace
 {
 
-constexpr unsigned g_nNoTrailer = 0x8041010E;
-constexpr unsigned g_nNoRoot = 0x8041010F;
 constexpr int g_nMaxGeneration = 65535;
 
 }  // namespace

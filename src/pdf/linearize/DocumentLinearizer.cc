@@ -6,6 +6,7 @@
 #include "base/Tracer.h"
 #include "pdf/DictionaryObject.h"
 #include "pdf/Generator.h"
+#include "pdf/StatusCodes.h"
 #include "pdf/linearize/LinearizerRun.h"
 
 #include <algorithm>
@@ -17,10 +18,6 @@ namespace PDF
 
 namespace
 {
-
-constexpr unsigned g_nFileNotOpened = 0x80410101U;
-constexpr unsigned g_nFileNotCreated = 0x80410102U;
-constexpr unsigned g_nLinearizationFailed = 0x83410544U;
 
 constexpr int g_nPermissionsUnset = -1;
 

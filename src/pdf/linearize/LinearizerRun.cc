@@ -1,16 +1,13 @@
 #include "pdf/linearize/LinearizerRun.h"
 
 #include "base/EncodeFilter.h"
+#include "pdf/StatusCodes.h"
 
 namespace PDF
 {
 
 namespace
 {
-
-constexpr unsigned g_nFileNotOpened = 0x80410101U;
-constexpr unsigned g_nFileNotCreated = 0x80410102U;
-constexpr unsigned g_nWrongPassword = 0x80410112U;
 
 using CStreamPtr = BSE::CObjectPtr<BSE::IByteStream>;
 

@@ -247,7 +247,7 @@ TEST(CCITTFaxFilter, RefusesWhatGivesNoRow)
   while (pFilter->Read(reinterpret_cast<unsigned char*>(row.data()), 1 << 26) > 0)
     ++nRows;
   EXPECT_EQ(nRows, 4);
-  EXPECT_EQ(reports.GetCodes(), CCodes{g_nDecodedSizeExceeded});
+  EXPECT_EQ(reports.GetCodes(), CCodes{g_nSizeExceeded});
 }
 
 }  // namespace

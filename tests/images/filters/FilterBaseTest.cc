@@ -49,7 +49,7 @@ TEST(DecodeFilter, LimitsItsOutput)
     }
     EXPECT_EQ(pFilter->Tell(), c.m_nExpected);
     EXPECT_TRUE(pFilter->HasEnded());
-    EXPECT_EQ(reports.GetCodes(), CCodes{g_nDecodedSizeExceeded});
+    EXPECT_EQ(reports.GetCodes(), CCodes{g_nSizeExceeded});
   }
 }
 

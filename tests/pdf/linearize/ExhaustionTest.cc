@@ -22,7 +22,6 @@ public:
   {
     BSE::ThrowOutOfMemory();
   }
-  void Recompress(CIndirectObject&) override {}
 };
 
 // Has no memory left once, at its second write.

@@ -319,7 +319,6 @@ public:
     for (const char c : std::string_view("DEFLATED"))
       encoded.Add(static_cast<unsigned char>(c));
   }
-  void Recompress(PDF::CIndirectObject&) override {}
 };
 
 TEST(Linearizer, CompressesAsTheFileDoes)

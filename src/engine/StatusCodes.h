@@ -1,0 +1,13 @@
+#pragma once
+
+#include "document/StatusCodes.h"
+
+// Status codes of the engine; the message table of the interface has their texts.
+
+namespace PDF
+{
+
+inline constexpr unsigned g_nSignatureNotCopied = 0x0A1B8002U;
+inline constexpr unsigned g_nInvalidCompliance = 0x83410546U;
+
+}  // namespace PDF
