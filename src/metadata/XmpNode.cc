@@ -27,21 +27,21 @@ void CNode::Join(CNode* pParent, const XML::CUri* pName)
   SetParent(pParent);
 }
 
-void CStructure::Set(const XML::CUri* pName, CNode* pValue)
+void CStructure::Set(const XML::CUri* pName, const BSE::CObjectPtr<CNode>& pValue)
 {
-  m_fields.SetAt(pName, pValue);
+  m_fields.SetAt(pName, pValue.Get());
   pValue->Join(this, pName);
 }
 
-void CArray::Insert(int nIndex, CNode* pItem)
+void CArray::Insert(int nIndex, const BSE::CObjectPtr<CNode>& pItem)
 {
-  m_items.InsertAt(nIndex, pItem);
+  m_items.InsertAt(nIndex, pItem.Get());
   pItem->Join(this, nullptr);
 }
 
-void CArray::Replace(int nIndex, CNode* pItem)
+void CArray::Replace(int nIndex, const BSE::CObjectPtr<CNode>& pItem)
 {
-  m_items.SetAt(nIndex, pItem);
+  m_items.SetAt(nIndex, pItem.Get());
   pItem->Join(this, nullptr);
 }
 

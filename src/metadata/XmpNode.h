@@ -89,7 +89,7 @@ public:
   CNode* Find(const XML::CUri* pName) const { return m_fields.Find(pName); }
 
   // Takes a reference; replaces a former value. The node must not stand anywhere else.
-  void Set(const XML::CUri* pName, CNode* pValue);
+  void Set(const XML::CUri* pName, const BSE::CObjectPtr<CNode>& pValue);
   void Remove(const XML::CUri* pName) { m_fields.RemoveKey(pName); }
 
   int GetBegin() const { return m_fields.GetBegin(); }
@@ -131,9 +131,9 @@ public:
   CNode* GetItem(int nIndex) const { return m_items[nIndex]; }
 
   // Take a reference; the node must not stand anywhere else.
-  void Add(CNode* pItem) { Insert(GetSize(), pItem); }
-  void Insert(int nIndex, CNode* pItem);
-  void Replace(int nIndex, CNode* pItem);
+  void Add(const BSE::CObjectPtr<CNode>& pItem) { Insert(GetSize(), pItem); }
+  void Insert(int nIndex, const BSE::CObjectPtr<CNode>& pItem);
+  void Replace(int nIndex, const BSE::CObjectPtr<CNode>& pItem);
 
   // A new array of a kind, with the count 0.
   static CArray* Create(TArrayKind kind);

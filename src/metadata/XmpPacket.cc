@@ -148,7 +148,7 @@ void CPacket::SetText(const char* szNamespace, const char* szLocalName, const ch
   Set(szNamespace, szLocalName, new CLiteral(BSE::CStr8(szText)));
 }
 
-void CPacket::Set(const char* szNamespace, const char* szLocalName, CNode* pValue)
+void CPacket::Set(const char* szNamespace, const char* szLocalName, const BSE::CObjectPtr<CNode>& pValue)
 {
   const BSE::CObjectPtr<CNode> pKept(pValue);
   m_pMeta->Set(GetName(szNamespace, szLocalName), pValue);

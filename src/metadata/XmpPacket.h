@@ -46,7 +46,7 @@ public:
   // Text of a property that is a literal; empty otherwise.
   const BSE::CStr8& GetText(const char* szNamespace, const char* szLocalName) const;
   void SetText(const char* szNamespace, const char* szLocalName, const char* szText);
-  void Set(const char* szNamespace, const char* szLocalName, CNode* pValue);
+  void Set(const char* szNamespace, const char* szLocalName, const BSE::CObjectPtr<CNode>& pValue);
   void Remove(const char* szNamespace, const char* szLocalName);
 
 private:

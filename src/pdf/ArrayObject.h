@@ -15,10 +15,10 @@ public:
   bool IsArray() override { return true; }
   int GetSize() override { return m_elements.GetSize(); }
   CObjectPtr GetElement(int nIndex) override { return m_elements[nIndex]; }
-  void SetAt(int nIndex, CObject* pValue) override { m_elements.SetAt(nIndex, pValue); }
-  void Add(CObject* pValue) override { m_elements.Add(pValue); }
+  void SetAt(int nIndex, const CObjectPtr& value) override { m_elements.SetAt(nIndex, value.Get()); }
+  void Add(const CObjectPtr& value) override { m_elements.Add(value.Get()); }
   void SetSize(int nSize) override { m_elements.SetSize(nSize); }
-  void Insert(int nIndex, CObject* pValue) override { m_elements.InsertAt(nIndex, pValue); }
+  void Insert(int nIndex, const CObjectPtr& value) override { m_elements.InsertAt(nIndex, value.Get()); }
   void Delete(int nIndex) override { m_elements.RemoveAt(nIndex); }
 
   // The element without a reference of its own, for walks that change nothing.

@@ -45,11 +45,10 @@ int CDictionaryObject::GetNext(int nPos)
   return nPos;
 }
 
-bool CDictionaryObject::AddEntry(const char* szKey, CObject* pValue)
+bool CDictionaryObject::AddEntry(const char* szKey, const CObjectPtr& value)
 {
   const std::size_t nLength = std::strlen(szKey) + 1;
-  // A new value is nobody else's when memory for its entry runs out.
-  BSE::CObjectPtr<CObject> pKept(pValue);
+  BSE::CObjectPtr<CObject> pKept(value);
   CObjectPtr former;
   const int nPos = m_entries.Lookup(szKey, nLength);
   if (nPos >= 0)
@@ -60,7 +59,7 @@ bool CDictionaryObject::AddEntry(const char* szKey, CObject* pValue)
       former->Release();
     return true;
   }
-  m_entries.SetAt(szKey, nLength, pValue);
+  m_entries.SetAt(szKey, nLength, pKept.Get());
   pKept.Detach();
   return true;
 }

@@ -23,7 +23,7 @@ public:
   int GetEnd() override { return m_entries.GetEnd(); }
   const char* GetKey(int nPos) override { return static_cast<const char*>(m_entries.GetKey(nPos)); }
   CObjectPtr GetValue(int nPos) override { return static_cast<CObject*>(m_entries.GetValue(nPos)); }
-  bool AddEntry(const char* szKey, CObject* pValue) override;
+  bool AddEntry(const char* szKey, const CObjectPtr& value) override;
   void DeleteEntry(const char* szKey) override;
 
   // The value without a reference of its own, for walks that change nothing.

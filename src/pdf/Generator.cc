@@ -67,7 +67,7 @@ constexpr auto g_plainInName = []
 
 }  // namespace
 
-CGenerator::CGenerator(BSE::CBufferedOutputStream* pOutput, TGeneratorLayout nLayout)
+CGenerator::CGenerator(const BSE::CObjectPtr<BSE::CBufferedOutputStream>& pOutput, TGeneratorLayout nLayout)
     : m_pOutput(pOutput), m_nLayout(nLayout)
 {
 }

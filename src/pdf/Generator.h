@@ -28,7 +28,8 @@ class CGenerator
 {
 public:
   // Keeps a reference on the output.
-  explicit CGenerator(BSE::CBufferedOutputStream* pOutput, TGeneratorLayout nLayout = eLayoutLines);
+  explicit CGenerator(const BSE::CObjectPtr<BSE::CBufferedOutputStream>& pOutput,
+                      TGeneratorLayout nLayout = eLayoutLines);
   CGenerator(const CGenerator&) = delete;
   CGenerator& operator=(const CGenerator&) = delete;
   virtual ~CGenerator();

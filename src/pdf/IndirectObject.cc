@@ -10,6 +10,7 @@
 #include "pdf/StreamObjects.h"
 
 #include <algorithm>
+#include <cassert>
 #include <limits>
 
 namespace PDF
@@ -58,6 +59,23 @@ void CIndirectObject::OnAddContextInfo(BSE::IError& error)
     pProperties->Set("Object No.", m_nObjNumber);
 }
 
+// What is changed in an input is neither written nor safe: it is gone as soon as the object is unloaded.
+void CIndirectObject::CheckEdit()
+{
+  if (!m_pFile || m_pFile->IsWritable())
+    return;
+  assert(!"an object of a file that is not written to is changed");
+  if (BSE::CTracer::IsOn())
+    BSE::CTracer::Trace("E", "PDF Object", "Object %d of a file that is not writable is changed.",
+                        m_nObjNumber);
+}
+
+bool CIndirectObject::PrepareEdit()
+{
+  CheckEdit();
+  return Value();
+}
+
 void CIndirectObject::SetDirty(bool bDirty)
 {
   if (bDirty == IsDirty())
@@ -98,37 +116,37 @@ const CString& CIndirectObject::GetStringValue()
 
 void CIndirectObject::DeleteEntry(const char* szKey)
 {
-  if (Value())
+  if (PrepareEdit())
     m_pValue->DeleteEntry(szKey);
 }
 
-void CIndirectObject::SetAt(int nIndex, CObject* pValue)
+void CIndirectObject::SetAt(int nIndex, const CObjectPtr& value)
 {
-  if (Value())
-    m_pValue->SetAt(nIndex, pValue);
+  if (PrepareEdit())
+    m_pValue->SetAt(nIndex, value);
 }
 
-void CIndirectObject::Add(CObject* pValue)
+void CIndirectObject::Add(const CObjectPtr& value)
 {
-  if (Value())
-    m_pValue->Add(pValue);
+  if (PrepareEdit())
+    m_pValue->Add(value);
 }
 
 void CIndirectObject::SetSize(int nSize)
 {
-  if (Value())
+  if (PrepareEdit())
     m_pValue->SetSize(nSize);
 }
 
-void CIndirectObject::Insert(int nIndex, CObject* pValue)
+void CIndirectObject::Insert(int nIndex, const CObjectPtr& value)
 {
-  if (Value())
-    m_pValue->Insert(nIndex, pValue);
+  if (PrepareEdit())
+    m_pValue->Insert(nIndex, value);
 }
 
 void CIndirectObject::Delete(int nIndex)
 {
-  if (Value())
+  if (PrepareEdit())
     m_pValue->Delete(nIndex);
 }
 
@@ -189,9 +207,10 @@ CObjectPtr CIndirectObject::GetStreamObject()
   return Load() ? m_pStream : CObjectPtr();
 }
 
-void CIndirectObject::SetStreamObject(CObject* pStream)
+void CIndirectObject::SetStreamObject(const CObjectPtr& stream)
 {
-  m_pStream = pStream;
+  CheckEdit();
+  m_pStream = stream;
   SetDirty(m_pFile != nullptr || IsDirty());
 }
 
@@ -200,9 +219,10 @@ CObjectPtr CIndirectObject::GetValueObject()
   return Load() ? m_pValue : CObjectPtr();
 }
 
-void CIndirectObject::SetValueObject(CObject* pValue)
+void CIndirectObject::SetValueObject(const CObjectPtr& value)
 {
-  m_pValue = pValue;
+  CheckEdit();
+  m_pValue = value;
   m_bLoaded = true;
   m_bUnreadable = false;
   if (m_pValue && m_pValue->GetType() == eIndirect)

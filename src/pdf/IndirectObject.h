@@ -9,6 +9,11 @@ namespace PDF
 // value is loaded on demand and dropped when nobody but the file's table holds a reference; changed values
 // (dirty objects) stay until they are flushed. Belongs to the thread of its file.
 //
+// Edits: SetValueObject and SetStreamObject make the object dirty. Those that change the value in place
+// (AddEntry, DeleteEntry, SetAt, Add, SetSize, Insert, Delete) do not, nor do edits of a container that was
+// taken out of it: who makes them in an object that may be clean calls SetDirty(true), or they are lost with
+// the next unloading. None is allowed in a file that is not written to.
+//
 //   unloaded  offset >= 0, no value        exists in the file
 //   loaded    offset >= 0, value           clean copy in memory
 //   dirty     offset -1                    changed or new
@@ -66,17 +71,17 @@ public:
   int GetEnd() override { return Value() ? m_pValue->GetEnd() : 0; }
   const char* GetKey(int nPos) override { return Value() ? m_pValue->GetKey(nPos) : nullptr; }
   CObjectPtr GetValue(int nPos) override { return Value() ? m_pValue->GetValue(nPos) : CObjectPtr(); }
-  bool AddEntry(const char* szKey, CObject* pValue) override
+  bool AddEntry(const char* szKey, const CObjectPtr& value) override
   {
-    return Value() && m_pValue->AddEntry(szKey, pValue);
+    return PrepareEdit() && m_pValue->AddEntry(szKey, value);
   }
   void DeleteEntry(const char* szKey) override;
   int GetSize() override { return Value() ? m_pValue->GetSize() : 0; }
   CObjectPtr GetElement(int nIndex) override { return Value() ? m_pValue->GetElement(nIndex) : CObjectPtr(); }
-  void SetAt(int nIndex, CObject* pValue) override;
-  void Add(CObject* pValue) override;
+  void SetAt(int nIndex, const CObjectPtr& value) override;
+  void Add(const CObjectPtr& value) override;
   void SetSize(int nSize) override;
-  void Insert(int nIndex, CObject* pValue) override;
+  void Insert(int nIndex, const CObjectPtr& value) override;
   void Delete(int nIndex) override;
 
   BSE::CObjectPtr<BSE::IByteStream> GetStream() override;
@@ -91,11 +96,11 @@ public:
   void Seek(std::int64_t nOffset) override { m_nOffset = nOffset; }
 
   CObjectPtr GetStreamObject() override;
-  void SetStreamObject(CObject* pStream) override;
+  void SetStreamObject(const CObjectPtr& stream) override;
   CObjectPtr GetValueObject() override;
 
   // Stores the value and marks the object dirty if it has a file. A null value is allowed.
-  void SetValueObject(CObject* pValue) override;
+  void SetValueObject(const CObjectPtr& value) override;
 
   // False for a locked object or a failed write.
   bool Flush(bool bFreeMemory) override;
@@ -137,6 +142,10 @@ public:
 
 private:
   bool Value() { return Load() && m_pValue; }
+
+  // Catches an edit in a file that is not written to: an assertion, and a trace line where these are off.
+  void CheckEdit();
+  bool PrepareEdit();
   bool LoadFromFile();
   void DropValue();
 

@@ -122,7 +122,7 @@ CObjectPtr CObject::GetValue(int)
   return {};
 }
 
-bool CObject::AddEntry(const char*, CObject*)
+bool CObject::AddEntry(const char*, const CObjectPtr&)
 {
   TraceMismatch("AddEntry(): object must be dictionary");
   return false;
@@ -145,12 +145,12 @@ CObjectPtr CObject::GetElement(int)
   return {};
 }
 
-void CObject::SetAt(int, CObject*)
+void CObject::SetAt(int, const CObjectPtr&)
 {
   TraceMismatch("SetAt(): object must be array");
 }
 
-void CObject::Add(CObject*)
+void CObject::Add(const CObjectPtr&)
 {
   TraceMismatch("Add(): object must be array");
 }
@@ -160,7 +160,7 @@ void CObject::SetSize(int)
   TraceMismatch("SetSize(): object must be array");
 }
 
-void CObject::Insert(int, CObject*)
+void CObject::Insert(int, const CObjectPtr&)
 {
   TraceMismatch("Insert(): object must be array");
 }
@@ -239,7 +239,7 @@ CObjectPtr CObject::GetStreamObject()
   return {};
 }
 
-void CObject::SetStreamObject(CObject*)
+void CObject::SetStreamObject(const CObjectPtr&)
 {
   TraceMismatch("SetStreamObject(): object must be indirect");
 }
@@ -250,7 +250,7 @@ CObjectPtr CObject::GetValueObject()
   return {};
 }
 
-void CObject::SetValueObject(CObject*)
+void CObject::SetValueObject(const CObjectPtr&)
 {
   TraceMismatch("SetValueObject(): object must be indirect");
 }

@@ -99,16 +99,16 @@ public:
   virtual CObjectPtr GetValue(int nPos);
 
   // Replaces the value of a key, which keeps its position, or appends an entry.
-  virtual bool AddEntry(const char* szKey, CObject* pValue);
+  virtual bool AddEntry(const char* szKey, const CObjectPtr& value);
   virtual void DeleteEntry(const char* szKey);
 
   // Arrays. Elements may be null; an index out of range reads as null.
   virtual int GetSize();
   virtual CObjectPtr GetElement(int nIndex);
-  virtual void SetAt(int nIndex, CObject* pValue);
-  virtual void Add(CObject* pValue);
+  virtual void SetAt(int nIndex, const CObjectPtr& value);
+  virtual void Add(const CObjectPtr& value);
   virtual void SetSize(int nSize);
-  virtual void Insert(int nIndex, CObject* pValue);
+  virtual void Insert(int nIndex, const CObjectPtr& value);
   virtual void Delete(int nIndex);
 
   // The stream's data as it is held: decoded for CStreamObject, encoded (but decrypted) for the others. A new
@@ -138,9 +138,9 @@ public:
 
   // The stream part of an indirect object, and its value without the reference (the dictionary of a stream).
   virtual CObjectPtr GetStreamObject();
-  virtual void SetStreamObject(CObject* pStream);
+  virtual void SetStreamObject(const CObjectPtr& stream);
   virtual CObjectPtr GetValueObject();
-  virtual void SetValueObject(CObject* pValue);
+  virtual void SetValueObject(const CObjectPtr& value);
 
   // Writes a dirty, unlocked object to its file; direct objects and clean ones succeed at once.
   virtual bool Flush(bool bFreeMemory);
@@ -199,10 +199,9 @@ public:
   int GetEnd() const { return m_p ? m_p->GetEnd() : 0; }
   const char* GetKey(int nPos) const { return m_p ? m_p->GetKey(nPos) : nullptr; }
   CObjectPtr GetValue(int nPos) const { return m_p ? m_p->GetValue(nPos) : CObjectPtr(); }
-  bool AddEntry(const char* szKey, CObject* pValue) const { return m_p && m_p->AddEntry(szKey, pValue); }
   bool AddEntry(const char* szKey, const CObjectPtr& value) const
   {
-    return m_p && m_p->AddEntry(szKey, value.Get());
+    return m_p && m_p->AddEntry(szKey, value);
   }
   void DeleteEntry(const char* szKey) const
   {
@@ -210,12 +209,11 @@ public:
       m_p->DeleteEntry(szKey);
   }
   int GetSize() const { return m_p ? m_p->GetSize() : 0; }
-  void Add(CObject* pValue) const
+  void Add(const CObjectPtr& value) const
   {
     if (m_p)
-      m_p->Add(pValue);
+      m_p->Add(value);
   }
-  void Add(const CObjectPtr& value) const { Add(value.Get()); }
   BSE::CObjectPtr<BSE::IByteStream> GetStream() const { return m_p ? m_p->GetStream() : nullptr; }
   BSE::CObjectPtr<BSE::IByteStream> GetDecodedStream() const
   {

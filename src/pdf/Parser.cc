@@ -49,7 +49,8 @@ CParser::CParser(CFile* pFile)
   UpdateConformance();
 }
 
-CParser::CParser(CFile* pFile, BSE::CBufferedInputStream* pStream, BSE::IErrorContext* pErrorContext)
+CParser::CParser(CFile* pFile, const BSE::CObjectPtr<BSE::CBufferedInputStream>& pStream,
+                 BSE::IErrorContext* pErrorContext)
     : m_pFile(pFile),
       m_scanner(pStream, pErrorContext),
       m_pErrorContext(pErrorContext),

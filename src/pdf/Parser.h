@@ -25,7 +25,8 @@ public:
   explicit CParser(CFile* pFile);
 
   // On another stream. With a file, its references are made; without one an integer is always an integer.
-  CParser(CFile* pFile, BSE::CBufferedInputStream* pStream, BSE::IErrorContext* pErrorContext);
+  CParser(CFile* pFile, const BSE::CObjectPtr<BSE::CBufferedInputStream>& pStream,
+          BSE::IErrorContext* pErrorContext);
   virtual ~CParser() = default;
   CParser(const CParser&) = delete;
   CParser& operator=(const CParser&) = delete;

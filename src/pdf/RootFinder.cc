@@ -68,6 +68,15 @@ CObjectPtr CRootFinder::FindInfo() const
   return m_info.m_nObjNumber > 0 ? m_file.GetObject(m_info.m_nObjNumber, -1) : CObjectPtr();
 }
 
+// As if it had been read: the file stays as it is.
+CObjectPtr CRootFinder::AddAssumed(const CObjectPtr& value)
+{
+  CObjectPtr object = m_file.NewObject(0, 0, g_nGroupDirect);
+  if (object)
+    static_cast<CIndirectObject*>(object.Get())->SetParsed(value.Get(), nullptr);
+  return object;
+}
+
 CObjectPtr CRootFinder::AssumeTree()
 {
   if (m_tree.m_nObjNumber > 0)
@@ -82,23 +91,18 @@ CObjectPtr CRootFinder::AssumeTree()
   node.AddEntry("Type", new CNameObject("Pages"));
   node.AddEntry("Count", new CIntegerObject(m_pages.GetSize()));
   node.AddEntry("Kids", kids);
-  const CObjectPtr tree = m_file.NewObject(0, 0, g_nGroupDirect);
-  if (tree)
-    tree->SetValueObject(node.Get());
-  return tree;
+  return AddAssumed(node);
 }
 
 CObjectPtr CRootFinder::AssumeCatalogue()
 {
   const CObjectPtr tree = AssumeTree();
-  const CObjectPtr root = tree ? m_file.NewObject(0, 0, g_nGroupDirect) : CObjectPtr();
-  if (!root)
+  if (!tree)
     return nullptr;
   const CObjectPtr catalogue(new CDictionaryObject);
   catalogue.AddEntry("Type", new CNameObject("Catalog"));
   catalogue.AddEntry("Pages", tree);
-  root->SetValueObject(catalogue.Get());
-  return root;
+  return AddAssumed(catalogue);
 }
 
 }  // namespace PDF

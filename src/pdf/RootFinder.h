@@ -34,6 +34,7 @@ private:
   TPlace GetPlace(int nObjNumber) const;
   void Visit(int nObjNumber);
   CObjectPtr AssumeCatalogue();
+  CObjectPtr AddAssumed(const CObjectPtr& value);
   CObjectPtr AssumeTree();
 
   static bool IsBefore(const TPlace& left, const TPlace& right);

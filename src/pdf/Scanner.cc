@@ -26,7 +26,8 @@ std::int64_t Truncate(double dValue)
 
 }  // namespace
 
-CScanner::CScanner(BSE::CBufferedInputStream* pStream, BSE::IErrorContext* pErrorContext)
+CScanner::CScanner(const BSE::CObjectPtr<BSE::CBufferedInputStream>& pStream,
+                   BSE::IErrorContext* pErrorContext)
     : m_pStream(pStream), m_pErrorContext(pErrorContext)
 {
   m_text.Reserve(256);

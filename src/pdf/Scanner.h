@@ -25,7 +25,7 @@ class CScanner
 {
 public:
   // Borrows the context; keeps a reference on the stream.
-  CScanner(BSE::CBufferedInputStream* pStream, BSE::IErrorContext* pErrorContext);
+  CScanner(const BSE::CObjectPtr<BSE::CBufferedInputStream>& pStream, BSE::IErrorContext* pErrorContext);
 
   // Warnings for deviations; limits of string and name length, -1 for none.
   void SetStrict(bool bStrict, int nMaxString, int nMaxName);
