@@ -465,14 +465,9 @@ bool CFile::AdmitValues(std::int64_t nCount)
 
 CObjectStream* CFile::GetObjectStream(int nObjNumber)
 {
-  const std::span<CObjectStream*> streams = m_objectStreams.GetSpan();
-  const auto pPosition =
-      std::lower_bound(streams.begin(), streams.end(), nObjNumber,
-                       [](const CObjectStream* p, int n) { return p->GetObjNumber() < n; });
-  if (pPosition != streams.end() && (*pPosition)->GetObjNumber() == nObjNumber)
-    return *pPosition;
-  auto* pStream = new CObjectStream(this, nObjNumber);
-  m_objectStreams.InsertAt(static_cast<int>(pPosition - streams.begin()), pStream);
+  CObjectStream*& pStream = m_objectStreams.Provide(nObjNumber);
+  if (!pStream)
+    pStream = new CObjectStream(this, nObjNumber);
   return pStream;
 }
 
@@ -660,8 +655,8 @@ void CFile::DropTrailer()
 
 void CFile::DropObjectStreams()
 {
-  for (CObjectStream* pStream : m_objectStreams.GetSpan())
-    delete pStream;
+  for (int i = m_objectStreams.GetNext(-1); i >= 0; i = m_objectStreams.GetNext(i))
+    delete m_objectStreams[i];
   m_objectStreams.RemoveAll();
   m_pNewestCached = m_pOldestCached = nullptr;
   m_nCachedCount = 0;
