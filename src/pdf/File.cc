@@ -486,8 +486,9 @@ void CFile::TouchObjectStream(CObjectStream& stream)
   m_nCachedBytes += stream.m_nCachedSize;
   const bool bReread = m_nRereadBytes > BSE::g_nMaxCachedStreams;
   const std::int64_t nMaxBytes = bReread ? BSE::g_nMaxCachedStreamsReread : BSE::g_nMaxCachedStreams;
-  // However many there are: objects may refer to one another across all of them.
-  const std::int64_t nManyBytes = bReread ? nMaxBytes : BSE::g_nFreeCachedStreams;
+  // However many there are: objects may refer to one another across all of them. What had to be decoded again
+  // would have been kept with more room, so the room grows by it.
+  const std::int64_t nManyBytes = std::min(nMaxBytes, BSE::g_nFreeCachedStreams + m_nRereadBytes);
   while (m_nCachedCount > 1 && (m_nCachedBytes > nMaxBytes ||
                                 (m_nCachedCount > g_nCachedObjectStreams && m_nCachedBytes > nManyBytes)))
     UnloadOldestObjectStream();
