@@ -85,13 +85,35 @@ public:
   // Appends a section of one entry that leads to the one before, as an update does.
   void AppendSection() { PutSection(1, {static_cast<size_t>(m_nFirst)}, m_nSection); }
 
+  // Appends a revision with another value of an object; a hybrid one names it in a stream beside its table.
+  void AppendRevision(long nNumber, const std::string& sValue, bool bHybrid)
+  {
+    const size_t nObject = m_sOut.size();
+    m_sOut += Text(nNumber) + " 0 obj\n" + sValue + "\nendobj\n";
+    const long nStream = std::ssize(m_sOut);
+    if (bHybrid)
+      m_sOut += Text(Next()) + " 0 obj\n<</Type/XRef/W[1 4 1]/Index[" + Text(nNumber) + " 1]/Size " +
+                Text(Next() + 1) + "/Root 1 0 R/Length 6>>stream\n" + MakeRow(nObject) +
+                "\nendstream\nendobj\n";
+    PutSection(nNumber, {nObject}, m_nSection, bHybrid ? "/XRefStm " + Text(nStream) : "");
+  }
+
   std::string m_sCatalog;
   std::string m_sPages;      // the root, where it is not the list of pages
   std::string m_sInherited;  // entries of that list
   std::string m_sOut;
 
 private:
-  void PutSection(long nNumber, const std::vector<size_t>& offsets, long nPrevious)
+  static std::string MakeRow(size_t nOffset)
+  {
+    std::string sRow = "\1";
+    for (int nShift = 24; nShift >= 0; nShift -= 8)
+      sRow += static_cast<char>(nOffset >> nShift & 255);
+    return sRow + '\0';
+  }
+
+  void PutSection(long nNumber, const std::vector<size_t>& offsets, long nPrevious,
+                  const std::string& sEntries = "")
   {
     const long nStart = std::ssize(m_sOut);
     if (nNumber == 0)
@@ -105,8 +127,8 @@ private:
       m_sOut += szEntry;
     }
     m_sOut += "trailer\n<</Root 1 0 R/Size " + Text(Next()) +
-              (nPrevious >= 0 ? "/Prev " + Text(nPrevious) : "") + ">>\nstartxref\n" + Text(nStart) +
-              "\n%%EOF\n";
+              (nPrevious >= 0 ? "/Prev " + Text(nPrevious) : "") + sEntries + ">>\nstartxref\n" +
+              Text(nStart) + "\n%%EOF\n";
     m_nSection = nStart;
   }
 
@@ -124,6 +146,17 @@ std::string MakeSections(long n)
   document.Build();
   for (long i = 0; i < n; ++i)
     document.AppendSection();
+  return document.m_sOut;
+}
+
+std::string MakeRevisions(long n, bool bHybrid)
+{
+  CDocument document;
+  const long nObject = document.Add("<<>>");
+  document.m_sCatalog = "/Data " + Ref(nObject);
+  document.Build();
+  for (long i = 0; i < n; ++i)
+    document.AppendRevision(nObject, "<</V " + Text(i) + ">>", bHybrid);
   return document.m_sOut;
 }
 
@@ -314,7 +347,85 @@ std::string MakeAnnotations(long n)
   return document.Build();
 }
 
+// Notes with their windows, each an answer to the one before.
+std::string MakePopups(long n)
+{
+  CDocument document;
+  std::string sAnnots;
+  for (long i = 0; i < n; ++i)
+  {
+    const long nNote = document.Next();
+    document.Add("<</Type/Annot/Subtype/Text/Contents(c)/Rect[0 0 1 1]/Popup " + Ref(nNote + 1) +
+                 (i > 0 ? "/IRT " + Ref(nNote - 2) : "") + ">>");
+    document.Add("<</Type/Annot/Subtype/Popup/Rect[0 0 1 1]/Parent " + Ref(nNote) + ">>");
+    sAnnots += Ref(nNote) + " " + Ref(nNote + 1) + " ";
+  }
+  document.AddPage("/Annots[" + sAnnots + "]");
+  return document.Build();
+}
+
+// The same annotations, by name, on each page.
+std::string MakeSharedAnnotations(long n)
+{
+  CDocument document;
+  std::string sAnnots;
+  for (long i = 0; i < n; ++i)
+    sAnnots += Ref(document.Add("<</Type/Annot/Subtype/Link/Rect[0 0 1 " + Text(i) + "]>>")) + " ";
+  for (long i = 0; i < 100; ++i)
+    document.AddPage("/Annots[" + sAnnots + "]");
+  return document.Build();
+}
+
 // --- Parts of the catalogue
+
+// Each element has nKids below it, and its place in the tree of parents.
+std::string MakeStructure(long n, long nKids)
+{
+  CDocument document;
+  const long nPage = document.AddPage("/StructParents 0");
+  const long nRoot = document.Next();
+  std::string sParents;
+  document.Add("<</Type/StructTreeRoot/K " + Ref(nRoot + 1) + "/ParentTree " + Ref(nRoot + n + 1) + ">>");
+  for (long i = 0; i < n; ++i)
+  {
+    std::string sKids;
+    for (long k = i * nKids + 1; k <= (i + 1) * nKids && k < n; ++k)
+      sKids += Ref(nRoot + 1 + k) + " ";
+    document.Add("<</S/P/P " + Ref(i == 0 ? nRoot : nRoot + 1 + (i - 1) / nKids) + "/Pg " + Ref(nPage) +
+                 "/K[" + (sKids.empty() ? Text(i) : sKids) + "]>>");
+    sParents += Ref(nRoot + 1 + i) + " ";
+  }
+  document.Add("<</Nums[0[" + sParents + "]]>>");
+  document.m_sCatalog = "/MarkInfo<</Marked true>>/StructTreeRoot " + Ref(nRoot);
+  return document.Build();
+}
+
+std::string MakeAttachments(long n)
+{
+  CDocument document;
+  std::string sNames;
+  for (long i = 0; i < n; ++i)
+  {
+    const long nFile = document.AddStream("/Type/EmbeddedFile", "file " + Text(i));
+    sNames += "(" + Text(1000000 + i) + ")" +
+              Ref(document.Add("<</Type/Filespec/F(a)/EF<</F " + Ref(nFile) + ">>>>"));
+  }
+  document.m_sCatalog = "/Names<</EmbeddedFiles<</Names[" + sNames + "]>>>>";
+  return document.Build();
+}
+
+std::string MakeLabels(long n)
+{
+  CDocument document;
+  std::string sLabels;
+  for (long i = 0; i < n; ++i)
+  {
+    document.AddPage();
+    sLabels += Text(i) + "<</S/D/P(p" + Text(i) + ")>>";
+  }
+  document.m_sCatalog = "/PageLabels<</Nums[" + sLabels + "]>>";
+  return document.Build();
+}
 
 std::string MakeNames(long n)
 {
@@ -445,7 +556,10 @@ struct TShape
 
 const TShape g_shapes[] = {
     {"sections", 2500, MakeSections},
+    {"revisions", 2500, [](long n) { return MakeRevisions(n, false); }},
+    {"hybrid-revisions", 1000, [](long n) { return MakeRevisions(n, true); }},
     {"object-streams", 200, MakeObjectStreams},
+    {"more-object-streams", 1600, MakeObjectStreams},  // than are kept decoded at first
     {"overlapping-members", 1000, MakeOverlappingMembers},
     {"colliding-keys", 8000, MakeCollidingKeys},
     {"wide-pages", 1500, MakeWidePages},
@@ -453,6 +567,12 @@ const TShape g_shapes[] = {
     {"shared-resources", 900, MakeSharedResources},
     {"inherited-resources", 900, MakeInheritedResources},
     {"annotations", 2500, MakeAnnotations},
+    {"popups", 1600, MakePopups},
+    {"shared-annotations", 200, MakeSharedAnnotations},
+    {"structure", 2500, [](long n) { return MakeStructure(n, 8); }},
+    {"deep-structure", 2500, [](long n) { return MakeStructure(n, 1); }},
+    {"attachments", 1300, MakeAttachments},
+    {"labels", 2200, MakeLabels},
     {"names", 8000, MakeNames},
     {"outlines", 2500, MakeOutlines},
     {"deep-outlines", 2500, MakeDeepOutlines},

@@ -38,8 +38,7 @@ inline constexpr std::int64_t g_nMaxRecodedRatio = 100;
 inline constexpr std::int64_t g_nFreeRecodedSize = std::int64_t{64} << 20;
 
 // Decoded object streams that a file keeps in memory: any number of small ones, no more than a few large ones
-// while the objects are read in the order of the file, and more once streams had to be decoded again and
-// again.
+// while the objects are read in the order of the file, and more as streams have to be decoded again.
 inline constexpr std::int64_t g_nFreeCachedStreams = std::int64_t{8} << 20;
 inline constexpr std::int64_t g_nMaxCachedStreams = std::int64_t{64} << 20;
 inline constexpr std::int64_t g_nMaxCachedStreamsReread = std::int64_t{256} << 20;

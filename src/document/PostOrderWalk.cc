@@ -85,6 +85,9 @@ void CPostOrderWalk::Open(int nNumber)
   const int nFrame = m_frames.Add({nNumber, nFirst, nFirst});
   if (nFrame < g_nMaxHeld)
     m_held.Add(object.Get());
+  else
+    // The one above refers to it and is loaded still, so that a whole chain would keep itself.
+    object->Unload();
 }
 
 void CPostOrderWalk::Close()

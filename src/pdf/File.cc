@@ -465,14 +465,9 @@ bool CFile::AdmitValues(std::int64_t nCount)
 
 CObjectStream* CFile::GetObjectStream(int nObjNumber)
 {
-  const std::span<CObjectStream*> streams = m_objectStreams.GetSpan();
-  const auto pPosition =
-      std::lower_bound(streams.begin(), streams.end(), nObjNumber,
-                       [](const CObjectStream* p, int n) { return p->GetObjNumber() < n; });
-  if (pPosition != streams.end() && (*pPosition)->GetObjNumber() == nObjNumber)
-    return *pPosition;
-  auto* pStream = new CObjectStream(this, nObjNumber);
-  m_objectStreams.InsertAt(static_cast<int>(pPosition - streams.begin()), pStream);
+  CObjectStream*& pStream = m_objectStreams.Provide(nObjNumber);
+  if (!pStream)
+    pStream = new CObjectStream(this, nObjNumber);
   return pStream;
 }
 
@@ -491,8 +486,9 @@ void CFile::TouchObjectStream(CObjectStream& stream)
   m_nCachedBytes += stream.m_nCachedSize;
   const bool bReread = m_nRereadBytes > BSE::g_nMaxCachedStreams;
   const std::int64_t nMaxBytes = bReread ? BSE::g_nMaxCachedStreamsReread : BSE::g_nMaxCachedStreams;
-  // However many there are: objects may refer to one another across all of them.
-  const std::int64_t nManyBytes = bReread ? nMaxBytes : BSE::g_nFreeCachedStreams;
+  // However many there are: objects may refer to one another across all of them. What had to be decoded again
+  // would have been kept with more room, so the room grows by it.
+  const std::int64_t nManyBytes = std::min(nMaxBytes, BSE::g_nFreeCachedStreams + m_nRereadBytes);
   while (m_nCachedCount > 1 && (m_nCachedBytes > nMaxBytes ||
                                 (m_nCachedCount > g_nCachedObjectStreams && m_nCachedBytes > nManyBytes)))
     UnloadOldestObjectStream();
@@ -660,8 +656,8 @@ void CFile::DropTrailer()
 
 void CFile::DropObjectStreams()
 {
-  for (CObjectStream* pStream : m_objectStreams.GetSpan())
-    delete pStream;
+  for (int i = m_objectStreams.GetNext(-1); i >= 0; i = m_objectStreams.GetNext(i))
+    delete m_objectStreams[i];
   m_objectStreams.RemoveAll();
   m_pNewestCached = m_pOldestCached = nullptr;
   m_nCachedCount = 0;

@@ -349,8 +349,8 @@ private:
   CObjectStream* m_pNewestCached = nullptr;  // object streams that stay decoded
   CObjectStream* m_pOldestCached = nullptr;
   int m_nCachedCount = 0;
-  BSE::CPtrArray<CObjectStream> m_objectStreams;  // by object number
-  BSE::CBasicArray<int> m_recoveredHolders;       // wait for the password
+  BSE::CPagedArray<CObjectStream*, 64> m_objectStreams;  // by object number
+  BSE::CBasicArray<int> m_recoveredHolders;              // wait for the password
   BSE::CBasicArray<std::int64_t> m_revisions;
   BSE::CBasicArray<std::int64_t> m_xrefStreams;  // where they stand
   CObjectPtr m_trailer;

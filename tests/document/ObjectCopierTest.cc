@@ -1,6 +1,7 @@
 #include "tests/document/TestDocument.h"
 
 #include "document/ListCopier.h"
+#include "document/PostOrderWalk.h"
 #include "document/StructTreeCopier.h"
 #include "document/TreeCopier.h"
 #include "pdf/ArrayObject.h"
@@ -237,6 +238,41 @@ protected:
     return KeyEquals(szKey, "SE") ? CObjectPtr() : CTreeCopier::CopyNodeEntry(szKey, value);
   }
 };
+
+// Counts the objects of a file that are loaded when the last one has been reached.
+class CCountingWalk : public CPostOrderWalk
+{
+public:
+  using CPostOrderWalk::CPostOrderWalk;
+
+  int m_nLoaded = 0;
+  int m_nLeft = 0;
+
+protected:
+  bool Enter(const CObjectPtr&) override { return true; }
+  void Leave(const CObjectPtr&) override
+  {
+    for (int i = 1; i < m_file.GetObjectCount() && m_nLeft == 0; ++i)
+      if (const CIndirectObject* pObject = m_file.GetXRef().GetEntry(i).m_pObject)
+        m_nLoaded += pObject->IsLoaded() ? 1 : 0;
+    ++m_nLeft;
+  }
+};
+
+TEST(PostOrderWalkTest, DeepChainsAreNotKeptInMemory)
+{
+  constexpr int nFirst = 10;
+  constexpr int nLast = 3000;
+  TObjects objects;
+  for (int i = nFirst; i < nLast; ++i)
+    objects[i] = "<</Next " + std::to_string(i + 1) + " 0 R>>";
+  objects[nLast] = "<<>>";
+  CFilePair files(objects);
+  CCountingWalk walk(files.GetSource());
+  walk.Walk(files.Get(nFirst));
+  EXPECT_EQ(walk.m_nLeft, nLast - nFirst + 1);
+  EXPECT_LT(walk.m_nLoaded, 300);
+}
 
 TEST(TreeCopierTest, LinksWhatIsKept)
 {
