@@ -1,5 +1,6 @@
 add_fuzz_target(images_filters_bytes SOURCE images/filters/ByteFiltersFuzz.cc USES images_filters base)
 add_fuzz_target(images_filters_ccitt SOURCE images/filters/CCITTFaxFuzz.cc USES images_filters base)
+add_fuzz_target(images_filters_dct SOURCE images/filters/DCTFuzz.cc USES images_filters base)
 add_fuzz_target(images_filters_flate SOURCE images/filters/FlateFuzz.cc USES images_filters base)
 add_fuzz_target(images_filters_lzw SOURCE images/filters/LZWFuzz.cc USES images_filters base)
 add_fuzz_target(images_filters_prediction SOURCE images/filters/PredictionFuzz.cc USES images_filters base)

@@ -102,6 +102,16 @@ inline constexpr std::int64_t g_nFreeJBIG2Work = std::int64_t{1} << 26;
 inline constexpr std::int64_t g_nJBIG2WorkRatio = 1024;
 inline constexpr std::int64_t g_nFreeJBIG2Memory = std::int64_t{128} << 20;
 
+// Coefficients of a JPEG image of several scans, which are all held in memory: they grow with
+// g_nMaxDecodeRatio beyond the free amount, since a blank block takes a bit at least.
+inline constexpr std::int64_t g_nFreeDCTMemory = std::int64_t{128} << 20;
+inline constexpr std::int64_t g_nMaxDCTMemory = std::int64_t{2} << 30;
+
+// Blocks of 64 coefficients that the scans of one image visit, so many for each byte. A blank image takes some
+// 80 of a byte with ten scans; hostile data has a scan of tens of thousands of blocks in some ten bytes.
+inline constexpr std::int64_t g_nFreeDCTWork = std::int64_t{1} << 26;
+inline constexpr std::int64_t g_nDCTWorkRatio = 256;
+
 inline constexpr int g_nMaxFormNesting = 64;
 inline constexpr int g_nMaxFunctionNesting = 32;
 

@@ -17,6 +17,7 @@ namespace
 {
 
 constexpr int g_nEndOfLineBits = g_faxEndOfLine.m_nLength;
+constexpr int g_nByteBits = 8;
 
 // End-of-line codes that end a block: two in Group 4, six in Group 3.
 int GetBlockEndCodes(const CCCITTFaxParameters& parameters)
@@ -45,7 +46,7 @@ void CCCITTFaxDecodeFilter::ResetState()
   m_above.Start(m_nRowSize > 0 ? m_parameters.Columns : 0);
   m_row.Start(m_above.GetColumns());
   m_nRows = m_nDamaged = 0;
-  m_bTooLongReported = false;
+  m_bTooLongReported = m_bHasCodes = false;
 }
 
 int CCCITTFaxDecodeFilter::GetBlockSize() const
@@ -97,19 +98,26 @@ bool CCCITTFaxDecodeFilter::IsRowTagged() const
   return m_parameters.K > 0 && (m_parameters.K <= g_nLastMixedK || m_nRows < g_nMixedRows);
 }
 
-bool CCCITTFaxDecodeFilter::IsEndOfLineNext(int nOffset)
+bool CCCITTFaxDecodeFilter::IsEndOfLineNext()
 {
-  const int nBits = nOffset + g_nEndOfLineBits;
-  return (m_reader.Peek(nBits) & ((1U << g_nEndOfLineBits) - 1)) == g_faxEndOfLine.m_nBits;
+  return m_reader.Peek(g_nEndOfLineBits) == g_faxEndOfLine.m_nBits;
+}
+
+int CCCITTFaxDecodeFilter::FindNextCode(int nOffset)
+{
+  const int nZeros = std::countl_zero(m_reader.Peek(CFaxBitReader::g_nMaxPeek) << nOffset);
+  const int nFill = nZeros - (g_nEndOfLineBits - 1);
+  const bool bInWindow = nOffset + nZeros < CFaxBitReader::g_nMaxPeek;
+  return nFill >= 0 && nFill < g_nByteBits && bInWindow ? nFill : -1;
 }
 
 bool CCCITTFaxDecodeFilter::IsBlockEndNext()
 {
-  if (!IsEndOfLineNext(0))
+  if (!IsEndOfLineNext())
     return false;
   // Where rows have no tag but an end-of-line code, a bit between two codes is a row like the one above it.
   const bool bTag = m_parameters.K > 0 && (IsRowTagged() || !m_parameters.EndOfLine);
-  return IsEndOfLineNext(g_nEndOfLineBits) || (bTag && IsEndOfLineNext(g_nEndOfLineBits + 1));
+  return FindNextCode(g_nEndOfLineBits) >= 0 || (bTag && FindNextCode(g_nEndOfLineBits + 1) >= 0);
 }
 
 void CCCITTFaxDecodeFilter::SkipFill()
@@ -124,10 +132,13 @@ void CCCITTFaxDecodeFilter::TakeBlockEnd()
   if (!m_parameters.EndOfBlock)
     return;
   SkipFill();
-  int nTag = 0;  // the bit behind each code that tells the kind of the row that does not come
-  for (int i = 0; i < GetBlockEndCodes(m_parameters) && IsEndOfLineNext(nTag); ++i)
+  int nTag = 0;  // the bit after each code that tells the kind of the row that does not come
+  for (int i = 0; i < GetBlockEndCodes(m_parameters); ++i)
   {
-    m_reader.Take(nTag + g_nEndOfLineBits);
+    const int nFill = FindNextCode(nTag);
+    if (nFill < 0)
+      break;
+    m_reader.Take(nTag + nFill + g_nEndOfLineBits);
     nTag = m_parameters.K > 0 && m_reader.Has(1) && m_reader.Peek(1) == 1 ? 1 : 0;
   }
   m_reader.Take(nTag);
@@ -140,9 +151,12 @@ bool CCCITTFaxDecodeFilter::FindRow()
     TakeBlockEnd();
     return false;
   }
-  // The codes that end a block need not be aligned as rows are.
+  // The codes that end a block need not be aligned as rows are, and the code before a row may end at the byte
+  // where the row begins. Data without such codes has none before its first row: there, zeros like those of
+  // a code may be a long white run after the fill.
   const bool bBlockEnd = m_parameters.EndOfBlock && IsBlockEndNext();
-  if (!m_parameters.EndOfLine && m_parameters.EncodedByteAlign && !bBlockEnd)
+  const bool bCode = m_bHasCodes && FindNextCode(0) >= 0;
+  if (!m_parameters.EndOfLine && m_parameters.EncodedByteAlign && !bBlockEnd && !bCode)
     m_reader.AlignToByte();
   SkipFill();
   if (!m_reader.Has(1))
@@ -150,8 +164,9 @@ bool CCCITTFaxDecodeFilter::FindRow()
     m_bEnd = true;
     return false;
   }
-  if (!IsEndOfLineNext(0))
+  if (!IsEndOfLineNext())
     return true;
+  m_bHasCodes = m_bHasCodes || m_nRows == 0;
   if ((m_parameters.EndOfBlock || m_parameters.EndOfLine) && IsBlockEndNext())
   {
     TakeBlockEnd();
@@ -201,9 +216,9 @@ void CCCITTFaxDecodeFilter::HandleDamage(TFaxRowStatus status, bool b2D)
 
 void CCCITTFaxDecodeFilter::FindEndOfLine()
 {
-  while (m_reader.Has(1) && !IsEndOfLineNext(0))
+  while (m_reader.Has(1) && !IsEndOfLineNext())
   {
-    // A code can only begin behind the last one bit of the window, unless that one is its own.
+    // A code can only begin after the last one bit of the window, unless that one is its own.
     const unsigned nHead = m_reader.Peek(g_nEndOfLineBits) >> 1;
     m_reader.Take(nHead == 0 ? 1 : g_nEndOfLineBits - 1 - std::countr_zero(nHead));
   }

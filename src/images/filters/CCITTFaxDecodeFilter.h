@@ -8,7 +8,7 @@
 namespace BSE
 {
 
-// Decodes fax images (ITU-T T.4 and T.6) to rows of one bit a pixel. A run beyond its row is cut. Behind a
+// Decodes fax images (ITU-T T.4 and T.6) to rows of one bit a pixel. A run beyond its row is cut. After a
 // code that does not exist the row keeps the colour that it has there, and the data is taken up again at the
 // next end-of-line code; such rows are reported once more of them have come than the parameters allow. Rows
 // that are too long are reported once. The data ends with the rows told, with the source, or with two
@@ -48,7 +48,13 @@ private:
 
   // Goes to the codes of the next row; false at the end of the data.
   bool FindRow();
-  bool IsEndOfLineNext(int nOffset);
+  bool IsEndOfLineNext();
+
+  // Bits of fill before the end-of-line code that comes at an offset, so many as align a code to a byte; -1
+  // where none comes.
+  int FindNextCode(int nOffset);
+
+  // Whether two end-of-line codes come, one after the other but for fill and tags.
   bool IsBlockEndNext();
   void SkipFill();
 
@@ -68,6 +74,7 @@ private:
   int m_nRows = 0;  // decoded
   int m_nDamaged = 0;
   bool m_bTooLongReported = false;
+  bool m_bHasCodes = false;  // an end-of-line code came before the first row
 };
 
 }  // namespace BSE

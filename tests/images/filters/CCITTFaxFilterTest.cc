@@ -204,6 +204,26 @@ TEST(CCITTFaxFilter, EndsWhereTheDataEnds)
   }
 }
 
+TEST(CCITTFaxFilter, TakesCodesThatEndAtBytes)
+{
+  // Each code of the end has fill before it as those of rows have, with tags and without.
+  const std::string code = "0000" + g_end;
+  const std::string tagged = "000" + g_end + "1";
+  for (int nForm = 0; nForm < 8; ++nForm)
+  {
+    CCCITTFaxParameters parameters = MakeParameters((nForm & 1) * 4, 8);
+    parameters.EndOfLine = (nForm & 2) != 0;
+    parameters.EncodedByteAlign = (nForm & 4) != 0;
+    const std::string& next = parameters.K > 0 ? tagged : code;
+    const std::string row =
+        (parameters.K > 0 ? "1" : "") + g_runs + (parameters.K > 0 ? "0000" : "00000") + g_end;
+    std::string bits = code + row + row + (parameters.K > 0 ? "1" : "");
+    for (int i = 0; i < 5; ++i)
+      bits += next;
+    EXPECT_EQ(DecodeBits(bits, parameters), (TResult{"\x43\x43", {}})) << nForm;
+  }
+}
+
 TEST(CCITTFaxFilter, FillsWithBlack)
 {
   for (const bool bBlackIs1 : {false, true})

@@ -1,0 +1,80 @@
+#pragma once
+
+#include "base/BufferedInputStream.h"
+#include "images/filters/DCTLibrary.h"
+
+namespace BSE
+{
+
+// libjpeg's decompressor over an input. What stands before the first marker is skipped with a report, and
+// what is missing at the end is replaced by an end of the image. An image of several scans is decoded from
+// all of them; where one cannot be read, or they ask for too much work, from those before it.
+class CDCTDecompressor
+{
+public:
+  // Borrows the input.
+  CDCTDecompressor(CBufferedInputStream& input, IErrorContext* pErrorContext);
+  ~CDCTDecompressor();
+  CDCTDecompressor(const CDCTDecompressor&) = delete;
+  CDCTDecompressor& operator=(const CDCTDecompressor&) = delete;
+
+  // Reads up to the first scan; false if there is no image, which has been reported.
+  bool ReadHeader();
+
+  // What the header tells; colour spaces may be changed until Start.
+  jpeg_decompress_struct& GetInfo() { return m_info; }
+
+  // Goes to the first row. False if the data cannot be decoded, which has been reported.
+  bool Start(std::int64_t nEncodedSize);
+
+  // Decodes as many whole rows as have room; fewer at the end of the data.
+  int ReadRows(std::span<unsigned char> block, std::size_t nRowSize);
+
+  // True once no more rows come: after the last, and after a failure.
+  bool HasEnded() const { return m_bFailed || m_info.output_scanline >= m_info.output_height; }
+
+  bool HasGap() const { return m_errors.HasGap(); }
+
+  // Reads to the end of the image, where the input then is.
+  void Finish();
+
+private:
+  struct TSource : jpeg_source_mgr
+  {
+    CDCTDecompressor* m_pOwner;
+  };
+
+  static CDCTDecompressor& Get(j_decompress_ptr pInfo)
+  {
+    return *static_cast<TSource*>(pInfo->src)->m_pOwner;
+  }
+  static void OnStart(j_decompress_ptr) {}
+  static boolean OnFill(j_decompress_ptr pInfo);
+  static void OnSkip(j_decompress_ptr pInfo, long nBytes);
+  static void OnEnd(j_decompress_ptr) {}
+
+  // Goes after the first marker of an image; false if there is none.
+  bool FindStart();
+
+  // The next bytes of the input; at its end, those of an end of the image.
+  void Fill();
+  void ReturnUnread();
+
+  // Bytes that the coefficients of an image of several scans take in memory.
+  std::int64_t GetCoefficientSize() const;
+  void ReadScans();
+
+  CBufferedInputStream& m_input;
+  IErrorContext* m_pErrorContext;
+  CDCTErrors m_errors;
+  TSource m_source = {};
+  jpeg_decompress_struct m_info = {};
+  std::int64_t m_nStart = 0;  // of the data in the input
+  std::int64_t m_nWork = 0;
+  bool m_bInput = false;  // the source's bytes are those of the input's buffer
+  bool m_bStarted = false;
+  bool m_bFailed = false;
+  bool m_bComplete = false;  // all scans have been read
+};
+
+}  // namespace BSE
