@@ -1,9 +1,12 @@
+// A written file is finished where it stands. If it is to be linearized, it is only the input of the
+// linearizer: a file is replaced by one that was made beside it, and for a target that is no file it waits in
+// memory. The plain file is what is left whenever that fails.
+
+#include "pdf/FileFinisher.h"
+
 #include "base/ReplacementFile.h"
 #include "base/Tracer.h"
 #include "pdf/File.h"
-#include "pdf/Generator.h"
-#include "pdf/PendingObjectStream.h"
-#include "pdf/RevisionWriter.h"
 #include "pdf/StatusCodes.h"
 
 #include <algorithm>
@@ -11,7 +14,6 @@
 #include <cstdio>
 #include <cstring>
 
-// The end of a written file: its revisions, linearization, and the way to the target.
 namespace PDF
 {
 
@@ -20,9 +22,6 @@ namespace
 
 // Positions in a linearized file are 32-bit numbers.
 constexpr std::int64_t g_nMaxLinearizedSize = 4294967295;
-
-// Ten digits are the room for a position in a cross-reference table.
-constexpr std::int64_t g_nMaxTablePosition = 9999999999;
 
 // Automatic linearization gives up at most this part of the file's size, which it grows by what object
 // streams have saved.
@@ -52,103 +51,37 @@ bool CoverRest(BSE::IByteStream& target, std::int64_t nLeft, std::int64_t nStart
 
 }  // namespace
 
-bool CFile::FlushObjects()
-{
-  for (int i = m_xref.GetNextNumber(0); i < m_xref.GetSize(); i = m_xref.GetNextNumber(i))
-  {
-    CIndirectObject* pObject = m_xref.GetEntry(i).m_pObject;
-    if (pObject && pObject->IsDirty() && !pObject->IsLocked() && !pObject->Flush(true))
-      return false;
-  }
-  for (auto& pPending : m_pendingObjStm)
-  {
-    const BSE::CScopedPtr<CPendingObjectStream> pComplete = std::move(pPending);
-    if (pComplete && !pComplete->Flush())
-      return Fail(BSE::g_nOutOfMemory);
-  }
-  return true;
-}
-
-bool CFile::WriteSection()
-{
-  const bool bUpdate = m_nStartXRef > 0 && !m_bRecoveryDone;
-  CRevisionWriter writer(*this, *m_pGenerator, bUpdate ? m_nStartXRef : -1, m_nRevisionStart);
-  const std::int64_t nPosition = m_pGenerator->Tell() - m_nHeaderOffset;
-  if (m_nXRefForm == eXRefUnknown)
-    m_nXRefForm = m_bWantObjectStreams && IsVersionAtLeast(1, 5) ? eXRefStream : eXRefTable;
-  if (nPosition > g_nMaxTablePosition && m_nXRefForm != eXRefStream)
-  {
-    m_nXRefForm = eXRefStream;
-    if (BSE::CTracer::IsOn())
-      BSE::CTracer::Trace("E", "PDF File", "Forced to use cross-reference stream because of file size.");
-  }
-  if (m_nXRefForm != eXRefStream && writer.NeedsStream())
-    m_nXRefForm = eXRefStream;
-  if (m_nXRefForm == eXRefStream ? !writer.WriteStream() : !writer.WriteTable())
-    return false;
-  m_nXRefPosition = writer.GetPosition();
-  m_nStartXRef = m_nXRefPosition;
-  return true;
-}
-
-bool CFile::FinishRevision()
-{
-  if (!m_bDirty)
-    return true;
-  if (!m_root)
-    return Fail(g_nFileNotCreated);
-  if (!PrepareToWrite() || !FlushObjects())
-    return FailWriting();
-  m_nFileSize = m_pGenerator->Tell();
-  if (!WriteSection() || !m_pWriter->Flush())
-    return FailWriting();
-  m_bDirty = false;
-  m_nRevisionStart = m_pGenerator->Tell() - m_nHeaderOffset;
-  m_nFlushedStreams = 0;
-  if (BSE::CTracer::IsOn())
-    BSE::CTracer::Trace("I", "PDF File", "Saved bytes in object streams: %d",
-                        static_cast<int>(m_nSavedBytes));
-  return true;
-}
-
-void CFile::SetLinearize(bool bLinearize, bool bAuto, ILinearizer* pLinearizer)
+void CFileFinisher::SetLinearize(bool bLinearize, bool bAuto, ILinearizer* pLinearizer)
 {
   m_bLinearize = bLinearize;
   m_bLinearizeAuto = bAuto;
   m_pLinearizer = pLinearizer;
 }
 
-bool CFile::Close()
+bool CFileFinisher::Finish()
 {
-  const bool bResult = FinishOutput();
-  ReleaseAll();
-  return bResult;
-}
-
-bool CFile::FinishOutput()
-{
-  if (!m_pOutput)
+  if (!m_writer.GetOutput())
     return true;
-  if (!m_bDirty)
+  if (!m_writer.IsDirty())
     m_bLinearize = false;
-  if (m_bFailed || !FinishRevision())
+  if (m_writer.HasFailed() || !m_writer.FinishRevision())
     return false;
   if (!m_bLinearize || !m_pLinearizer || !WantsLinearization())
-    return !m_pTarget || DeliverToTarget();
-  return LinearizeOutput();
+    return !m_pTarget || Deliver();
+  return Linearize();
 }
 
-bool CFile::WantsLinearization()
+bool CFileFinisher::WantsLinearization()
 {
-  if (m_nXRefPosition > g_nMaxLinearizedSize)
+  if (m_state.m_nStartXRef > g_nMaxLinearizedSize)
   {
-    BSE::ReportError(this, g_nNotLinearized);
+    BSE::ReportError(&m_file, g_nNotLinearized);
     if (BSE::CTracer::IsOn())
       BSE::CTracer::Trace("E", "PDF File", "Disable linearization for huge file.");
     return false;
   }
-  const auto dSize = static_cast<double>(m_pWriter->GetLength());
-  const auto dSaved = static_cast<double>(m_nSavedBytes);
+  const auto dSize = static_cast<double>(m_writer.GetOutput()->GetLength());
+  const auto dSaved = static_cast<double>(m_writer.GetSavedBytes());
   if (BSE::CTracer::IsOn())
     BSE::CTracer::Trace("D", "PDF File", "Without linearization: %f MB. With linearization: %f MB.",
                         dSize / g_dMegabyte, (dSize + dSaved) / g_dMegabyte);
@@ -161,7 +94,7 @@ bool CFile::WantsLinearization()
                           "Linearization disabled because the result file size would increase too much.");
     return false;
   }
-  if (m_nMajor >= 2)
+  if (m_state.m_nMajor >= 2)
   {
     if (BSE::CTracer::IsOn())
       BSE::CTracer::Trace("I", "PDF File",
@@ -171,38 +104,38 @@ bool CFile::WantsLinearization()
   return true;
 }
 
-bool CFile::LinearizeOutput()
+bool CFileFinisher::Linearize()
 {
   // Nothing of the written file is needed in memory any more.
-  m_pGenerator.Reset();
-  m_pWriter.Reset();
-  m_xref.RemoveAll();
-  return m_pTarget ? LinearizeOutputMemory() : LinearizeOutputFile();
+  m_writer.DropBuffers();
+  m_state.m_xref.RemoveAll();
+  return m_pTarget ? LinearizeMemory() : LinearizeFile();
 }
 
 // The plain file stays where linearizing fails, which is no failure of the save then.
-bool CFile::LinearizeOutputFile()
+bool CFileFinisher::LinearizeFile()
 {
-  if (!ReplaceOutputFile())
+  if (!ReplaceFile())
   {
     if (BSE::CTracer::IsOn())
       BSE::CTracer::Trace("E", "PDF File", "Linearization of output file failed.");
-    BSE::ReportError(this, g_nLinearizationFailed);
+    BSE::ReportError(&m_file, g_nLinearizationFailed);
   }
   return true;
 }
 
 // The linearized file replaces the plain one only once it is complete.
-bool CFile::ReplaceOutputFile()
+bool CFileFinisher::ReplaceFile()
 {
-  const auto* pFile = dynamic_cast<BSE::CFileStream*>(m_pOutput.Get());
+  const auto* pFile = dynamic_cast<BSE::CFileStream*>(m_writer.GetOutput());
   BSE::CReplacementFile replacement;
   std::int64_t nWritten = 0;
-  if (!pFile || !BSE::CatchExhaustion(this, [&] { return replacement.Create(pFile->GetFileName(), this); }))
+  if (!pFile ||
+      !BSE::CatchExhaustion(&m_file, [&] { return replacement.Create(pFile->GetFileName(), &m_file); }))
     return false;
   // A name that leads to another file by now is not the one to be replaced.
   if (!replacement.Replaces(*pFile) ||
-      !m_pLinearizer->LinearizeStream(m_pOutput.Get(), replacement.GetStream(), *this, nWritten))
+      !m_pLinearizer->LinearizeStream(m_writer.GetOutput(), replacement.GetStream(), m_file, nWritten))
     return false;
   if (replacement.Commit())
     return true;
@@ -212,53 +145,54 @@ bool CFile::ReplaceOutputFile()
   return false;
 }
 
-bool CFile::LinearizeOutputMemory()
+bool CFileFinisher::LinearizeMemory()
 {
-  if (!dynamic_cast<BSE::CMemoryStream*>(m_pOutput.Get()))
+  if (!dynamic_cast<BSE::CMemoryStream*>(m_writer.GetOutput()))
   {
     if (BSE::CTracer::IsOn())
       BSE::CTracer::Trace("E", "PDF File", "Memory buffer in file was disabled. Linearization skipped.");
-    return DeliverToTarget();
+    return Deliver();
   }
   std::int64_t nWritten = 0;
-  if (RewindTarget() && m_pLinearizer->LinearizeStream(m_pOutput.Get(), m_pTarget.Get(), *this, nWritten))
+  if (RewindTarget() &&
+      m_pLinearizer->LinearizeStream(m_writer.GetOutput(), m_pTarget.Get(), m_file, nWritten))
     return true;
   if (BSE::CTracer::IsOn())
     BSE::CTracer::Trace("E", "PDF File", "Linearization of output file failed.");
   // The plain file in its place is whole, and told from the linearized one by this code alone.
   if (DeliverInstead(nWritten))
-    return Fail(g_nLinearizationFailed);
-  BSE::ReportError(this, g_nLinearizationFailed);
+    return m_writer.Fail(g_nLinearizationFailed);
+  BSE::ReportError(&m_file, g_nLinearizationFailed);
   return false;
 }
 
 // A target that cannot seek is taken as it stands.
-bool CFile::RewindTarget()
+bool CFileFinisher::RewindTarget()
 {
   return !m_pTarget->IsSeekable() || m_pTarget->Tell() == 0 || m_pTarget->Rewind();
 }
 
-bool CFile::DeliverInstead(std::int64_t nWritten)
+bool CFileFinisher::DeliverInstead(std::int64_t nWritten)
 {
   if (nWritten > 0 && (!m_pTarget->IsSeekable() || !m_pTarget->Rewind()))
-    return Fail(g_nFileNotCreated);
-  if (!DeliverToTarget())
+    return m_writer.Fail(g_nFileNotCreated);
+  if (!Deliver())
     return false;
   const std::int64_t nLength = m_pTarget->GetLength();
   const std::int64_t nTaken = nLength >= 0 ? std::min(nWritten, nLength) : nWritten;
-  return CoverRest(*m_pTarget, nTaken - m_pOutput->GetLength(), m_nXRefPosition) ||
-         Fail(BSE::GetWriteFailure(m_pTarget.Get()));
+  return CoverRest(*m_pTarget, nTaken - m_writer.GetOutput()->GetLength(), m_state.m_nStartXRef) ||
+         m_writer.Fail(BSE::GetWriteFailure(m_pTarget.Get()));
 }
 
-bool CFile::DeliverToTarget()
+bool CFileFinisher::Deliver()
 {
-  if (m_pWriter && !m_pWriter->Flush())
-    return FailWriting();
+  if (!m_writer.FlushOutput())
+    return false;
   BSE::CTLSError::SetSuccess();
-  if (m_pOutput->Rewind() && m_pTarget->CopyFrom(m_pOutput.Get(), -1, false))
+  if (m_writer.GetOutput()->Rewind() && m_pTarget->CopyFrom(m_writer.GetOutput(), -1, false))
     return true;
-  Fail(BSE::GetWriteFailure(m_pTarget.Get()));
-  BSE::ReportError(this, g_nFileNotCreated);
+  m_writer.Fail(BSE::GetWriteFailure(m_pTarget.Get()));
+  BSE::ReportError(&m_file, g_nFileNotCreated);
   return false;
 }
 

@@ -32,16 +32,16 @@ constexpr int g_nMaxReferences = 8;
 
 }  // namespace
 
-CFileLoader::CFileLoader(CFile& file)
-    : m_file(file), m_nBytesLeft(g_nFreeBytes + g_nMaxReadings * file.m_pInput->GetLength())
+CFileLoader::CFileLoader(CFile& file, TFileState& state)
+    : m_file(file), m_state(state), m_nBytesLeft(g_nFreeBytes + g_nMaxReadings * state.m_pInput->GetLength())
 {
 }
 
 void CFileLoader::TestLinearized()
 {
-  const BSE::CScopedValue noLoads(m_file.m_bScanning, true);
+  const BSE::CScopedValue noLoads(m_state.m_bScanning, true);
   const BSE::CErrorSuppressor quiet(m_file.OnGetErrorHandler());
-  CParser& parser = *m_file.m_pParser;
+  CParser& parser = *m_state.m_pParser;
   BSE::CObjectPtr<CIndirectObject> pObject(new CIndirectObject(nullptr, 0, -1, 0));
   if (!parser.ParseIndirectObject(pObject.Get(), parser.Tell()))
     return;
@@ -49,9 +49,9 @@ void CFileLoader::TestLinearized()
   if (!value.IsDictionary() || value["Linearized"].GetRealValue() < 1.0)
     return;
   const std::int64_t nLength = GetIntegerOr(value["L"], -1);
-  m_nLinearizedLength = nLength == m_file.m_pInput->GetLength() ? nLength : 0;
+  m_nLinearizedLength = nLength == m_state.m_pInput->GetLength() ? nLength : 0;
   if (m_nLinearizedLength > 0)
-    m_file.m_linearized = value;
+    m_state.m_linearized = value;
 }
 
 bool CFileLoader::IsTrailer(const CObjectPtr& trailer) const
@@ -66,7 +66,7 @@ bool CFileLoader::IsTrailer(const CObjectPtr& trailer) const
 
 bool CFileLoader::NoteRevisionEnd()
 {
-  CScanner& scanner = m_file.m_pParser->GetScanner();
+  CScanner& scanner = m_state.m_pParser->GetScanner();
   if (scanner.GetToken() != eTokenStartXRef)
     return true;
   scanner.ReadToken();
@@ -87,16 +87,16 @@ bool CFileLoader::NoteRevisionEnd()
   if (pBehind != pEnd && *pBehind == '\n')
     ++pBehind;
   const std::int64_t nEnd = nPos + (pBehind - aAhead);
-  if (m_file.m_revisions.Find(nEnd) != m_file.m_revisions.GetSize())
+  if (m_state.m_revisions.Find(nEnd) != m_state.m_revisions.GetSize())
     return false;
-  m_file.m_revisions.Add(nEnd);
+  m_state.m_revisions.Add(nEnd);
   return true;
 }
 
 CFileLoader::TOutcome CFileLoader::ReadTrailerAt(std::int64_t nPos, CObjectPtr& trailer,
                                                  BSE::CObjectPtr<CIndirectObject>& stream)
 {
-  CParser& parser = *m_file.m_pParser;
+  CParser& parser = *m_state.m_pParser;
   CScanner& scanner = parser.GetScanner();
   if (nPos != 0 && !parser.SeekTo(nPos))
     return eMalformed;
@@ -108,7 +108,7 @@ CFileLoader::TOutcome CFileLoader::ReadTrailerAt(std::int64_t nPos, CObjectPtr& 
       return eNoTrailer;
     parser.BeginValue();
     trailer = parser.ParseValue();
-    m_file.NoteTrailer(trailer, parser.IsCut());
+    m_state.NoteTrailer(trailer, parser.IsCut());
     if (!trailer.IsDictionary() || trailer.IsIndirect())
       return eNoTrailer;
   }
@@ -118,7 +118,7 @@ CFileLoader::TOutcome CFileLoader::ReadTrailerAt(std::int64_t nPos, CObjectPtr& 
     if (!parser.ParseIndirectObject(stream.Get(), nStart) || !stream->IsStream() || !TakeBytes(nStart))
       return eMalformed;
     trailer = stream->GetValueObject();
-    m_file.NoteTrailer(trailer, parser.IsCut());
+    m_state.NoteTrailer(trailer, parser.IsCut());
     scanner.ReadToken();
   }
   else
@@ -131,32 +131,33 @@ CFileLoader::TOutcome CFileLoader::ReadTrailerAt(std::int64_t nPos, CObjectPtr& 
 void CFileLoader::TakeTrailer(const CObjectPtr& trailer, bool bFirst)
 {
   if (bFirst)
-    m_file.m_trailer = trailer;
-  if (!m_file.m_root)
-    m_file.m_root = trailer["Root"];
-  if (!m_file.m_encrypt)
-    m_file.m_encrypt = trailer["Encrypt"];
-  if (!m_file.m_info)
-    m_file.m_info = trailer["Info"];
+    m_state.m_trailer = trailer;
+  if (!m_state.m_root)
+    m_state.m_root = trailer["Root"];
+  if (!m_state.m_encrypt)
+    m_state.m_encrypt = trailer["Encrypt"];
+  if (!m_state.m_info)
+    m_state.m_info = trailer["Info"];
   TakeId(trailer, bFirst);
 }
 
 void CFileLoader::TakeId(const CObjectPtr& trailer, bool bFirst)
 {
   const CObjectPtr id = trailer["ID"];
-  if (!m_file.m_id && m_file.m_id1.IsEmpty() && (id.IsIndirect() || id[0].IsIndirect() || id[1].IsIndirect()))
-    m_file.m_id = id;
+  if (!m_state.m_id && m_state.m_id1.IsEmpty() &&
+      (id.IsIndirect() || id[0].IsIndirect() || id[1].IsIndirect()))
+    m_state.m_id = id;
   // The first part alone is against the rules, but keys are made of it.
   if (!id.IsArray() || !id[0].IsString())
     return;
   const CString first = id[0].GetStringValue();
   const CString second = id[1].IsString() ? id[1].GetStringValue() : first;
-  if (bFirst || m_file.m_id1.IsEmpty())
+  if (bFirst || m_state.m_id1.IsEmpty())
   {
-    m_file.m_id1 = first;
-    m_file.m_id2 = second;
+    m_state.m_id1 = first;
+    m_state.m_id2 = second;
   }
-  else if (m_nLinearizedLength > 0 && !(m_file.m_id1 == first && m_file.m_id2 == second))
+  else if (m_nLinearizedLength > 0 && !(m_state.m_id1 == first && m_state.m_id2 == second))
     BSE::ReportError(&m_file, g_nOtherIds);
 }
 
@@ -166,44 +167,44 @@ void CFileLoader::InsertSection(int nIndex, std::int64_t nPos, CIndirectObject* 
   if (pStream)
   {
     m_streams.Add(pStream);
-    m_file.m_xrefStreams.Add(nPos);
+    m_state.m_xrefStreams.Add(nPos);
   }
 }
 
 bool CFileLoader::TakeBytes(std::int64_t nStart)
 {
-  m_nBytesLeft -= std::max<std::int64_t>(m_file.m_pParser->Tell() - nStart, 0);
+  m_nBytesLeft -= std::max<std::int64_t>(m_state.m_pParser->Tell() - nStart, 0);
   return m_nBytesLeft >= 0;
 }
 
 void CFileLoader::AddHidden(int nTable, const CObjectPtr& place)
 {
-  if (place.IsIndirect() && m_file.m_bScanning)
+  if (place.IsIndirect() && m_state.m_bScanning)
   {
     m_hiddenPlaces.Add(place.Get());
     m_hiddenTables.Add(m_sections[nTable].m_nPos);
     return;
   }
   const std::int64_t nPos = GetIntegerOr(place, 0);
-  m_file.m_bXRefIncomplete = m_file.m_bXRefIncomplete || (place && nPos <= 0);
+  m_state.m_bXRefIncomplete = m_state.m_bXRefIncomplete || (place && nPos <= 0);
   // Of a stream that several revisions name, the newest one counts.
   if (nPos <= 0 || m_visited.Contains(nPos))
     return;
   m_visited.SetAt(nPos, nullptr);
-  const BSE::CScopedValue noLoads(m_file.m_bScanning, true);
+  const BSE::CScopedValue noLoads(m_state.m_bScanning, true);
   CObjectPtr trailer;
   BSE::CObjectPtr<CIndirectObject> stream;
   const TOutcome nOutcome = ReadTrailerAt(nPos, trailer, stream);
   if (nOutcome == eMalformed || !stream)
   {
     // What it lists reads as free from now on.
-    m_file.m_bXRefIncomplete = true;
+    m_state.m_bXRefIncomplete = true;
     BSE::ReportError(&m_file, g_nBadStream);
     return;
   }
   InsertSection(nTable + 1, nPos, stream.Get(), true);
-  if (m_file.m_nXRefForm == eXRefTable)
-    m_file.m_nXRefForm = eXRefHybrid;
+  if (m_state.m_nXRefForm == eXRefTable)
+    m_state.m_nXRefForm = eXRefHybrid;
 }
 
 bool CFileLoader::Read(std::int64_t nStartXRef)
@@ -238,7 +239,7 @@ bool CFileLoader::FollowReferences()
 
 bool CFileLoader::ReadChain(std::int64_t nPos)
 {
-  const BSE::CScopedValue noLoads(m_file.m_bScanning, true);
+  const BSE::CScopedValue noLoads(m_state.m_bScanning, true);
   for (;;)
   {
     if (m_visited.Contains(nPos))
@@ -262,10 +263,10 @@ bool CFileLoader::ReadChain(std::int64_t nPos)
     }
     TakeTrailer(trailer, bFirst);
     InsertSection(m_sections.GetSize(), nPos, stream.Get(), false);
-    if (m_file.m_nXRefForm == eXRefUnknown)
+    if (m_state.m_nXRefForm == eXRefUnknown)
     {
-      m_file.m_nXRefForm = stream ? eXRefStream : eXRefTable;
-      m_file.m_bWantObjectStreams = static_cast<bool>(stream);
+      m_state.m_nXRefForm = stream ? eXRefStream : eXRefTable;
+      m_state.m_bWantObjectStreams = static_cast<bool>(stream);
     }
     if (!stream)
       AddHidden(m_sections.GetSize() - 1, trailer["XRefStm"]);
@@ -280,8 +281,8 @@ bool CFileLoader::ReadChain(std::int64_t nPos)
 
 bool CFileLoader::Merge()
 {
-  const BSE::CScopedValue noLoads(m_file.m_bScanning, true);
-  CXRefSink sink(m_file.m_xref, m_file.m_pInput->GetLength());
+  const BSE::CScopedValue noLoads(m_state.m_bScanning, true);
+  CXRefSink sink(m_state.m_xref, m_state.m_pInput->GetLength());
   m_numbers.RemoveAll();
   for (int i = m_sections.GetSize() - 1; i >= 0; --i)
   {
@@ -299,7 +300,7 @@ bool CFileLoader::Merge()
 
 bool CFileLoader::MergeTable(const TSection& section, CXRefSink& sink, bool bLast)
 {
-  CParser& parser = *m_file.m_pParser;
+  CParser& parser = *m_state.m_pParser;
   CScanner& scanner = parser.GetScanner();
   if (section.m_nPos != 0 && !parser.SeekTo(section.m_nPos))
     return false;
@@ -314,19 +315,19 @@ bool CFileLoader::MergeTable(const TSection& section, CXRefSink& sink, bool bLas
   sink.ForgetHidden();
   if (!TakeBytes(section.m_nPos) || !bRead)
     return false;
-  const BSE::CBasicArray<std::int64_t>& revisions = m_file.m_revisions;
+  const BSE::CBasicArray<std::int64_t>& revisions = m_state.m_revisions;
   const bool bPhysicallyFirst =
       revisions.GetSize() > 1 &&
       section.m_nPos < *std::min_element(revisions.GetSpan().begin(), revisions.GetSpan().end());
   if (bSplit && bLast && bPhysicallyFirst)
-    m_file.m_bSplitXRef = true;
+    m_state.m_bSplitXRef = true;
   return true;
 }
 
 bool CFileLoader::MergeStream(const TSection& section, CXRefSink& sink)
 {
   CIndirectObject* pStream = m_streams[section.m_nStream];
-  if (m_file.m_conformance.GetPart() == 1)
+  if (m_state.m_conformance.GetPart() == 1)
     BSE::ReportError(&m_file, g_nXRefStreamUsed);
   if (section.m_bHidden)
     sink.BeginHidden();
@@ -335,9 +336,9 @@ bool CFileLoader::MergeStream(const TSection& section, CXRefSink& sink)
   if (nOutcome == eXRefBroken && (!section.m_bHidden || sink.IsExhausted()))
     return false;
   if (nOutcome != eXRefWhole)
-    m_file.m_bXRefIncomplete = true;
+    m_state.m_bXRefIncomplete = true;
   const int nNumber = pStream->GetObjNumber();
-  const TXRefEntry& entry = m_file.m_xref.GetEntry(nNumber);
+  const TXRefEntry& entry = m_state.m_xref.GetEntry(nNumber);
   // Many writers leave the stream's own entry out.
   if (entry.m_nType == eXRefInUse && entry.m_nOffset != section.m_nPos)
     BSE::ReportError(&m_file, BSE::MakeError(g_nWrongStreamOffset, "Object No.", nNumber));

@@ -16,7 +16,7 @@ namespace PDF
 class CFileLoader
 {
 public:
-  explicit CFileLoader(CFile& file);
+  CFileLoader(CFile& file, TFileState& state);
 
   // Tests whether the first object makes the file a linearized one. Reports nothing.
   void TestLinearized();
@@ -64,6 +64,7 @@ private:
   bool MergeStream(const TSection& section, CXRefSink& sink);
 
   CFile& m_file;
+  TFileState& m_state;
   BSE::CBasicArray<TSection> m_sections;
   BSE::CObjectArray<CIndirectObject> m_streams;
   BSE::CBasicArray<int> m_numbers;  // of cross-reference streams entered

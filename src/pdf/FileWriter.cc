@@ -1,24 +1,23 @@
+// From values to objects in the output. An object is written as soon as its owner says so, to where the
+// output stands, and its place goes into the table; small ones collect in object streams first. A section of
+// cross-references ends a revision. What was written can be read back, so the reader asks here for what is
+// still buffered.
+
+#include "pdf/FileWriter.h"
+
 #include "base/EmbeddedStream.h"
-#include "base/Limits.h"
 #include "base/Tracer.h"
 #include "pdf/ArrayObject.h"
 #include "pdf/DictionaryObject.h"
 #include "pdf/File.h"
 #include "pdf/FilterFactory.h"
-#include "pdf/Generator.h"
 #include "pdf/PendingObjectStream.h"
-#include "pdf/SimpleObjects.h"
+#include "pdf/RevisionWriter.h"
 #include "pdf/StatusCodes.h"
-#include "pdf/StreamDeflater.h"
 #include "pdf/StreamObjects.h"
 
 #include <algorithm>
-#include <cstdlib>
-#include <ctime>
 
-#include <unistd.h>
-
-// The writing members of CFile: from values to objects in the output.
 namespace PDF
 {
 
@@ -26,27 +25,6 @@ namespace
 {
 
 constexpr int g_nWriteBufferSize = 1 << 16;
-
-constexpr int g_nIdLength = 16;
-
-// Identifiers need to differ, not to be secret.
-unsigned CreateSeed()
-{
-  timespec now = {};
-  clock_gettime(CLOCK_REALTIME, &now);
-  const auto nThread = reinterpret_cast<std::uintptr_t>(&now) >> 8;
-  return static_cast<unsigned>(now.tv_sec) ^ static_cast<unsigned>(now.tv_nsec) * 2654435761U ^
-         static_cast<unsigned>(getpid()) << 16 ^ static_cast<unsigned>(nThread);
-}
-
-CString CreateFileId()
-{
-  static thread_local unsigned nSeed = CreateSeed();
-  unsigned char id[g_nIdLength];
-  for (unsigned char& nByte : id)
-    nByte = static_cast<unsigned char>(rand_r(&nSeed) >> 8);
-  return CString(id, g_nIdLength);
-}
 
 // What a stream can deliver from its beginning; -1 if that is not known. A section cannot reach beyond its
 // source, whatever the file says.
@@ -91,136 +69,44 @@ bool NextValue(CObject* pContainer, int& nPos, CObject*& pValue)
   return true;
 }
 
+// Ten digits are the room for a position in a cross-reference table.
+constexpr std::int64_t g_nMaxTablePosition = 9999999999;
+
 }  // namespace
 
-bool CFile::Create(BSE::IByteStream* pStream, const CString& id, bool bDirectOutput, bool bObjectStreams)
+CFileWriter::CFileWriter(CFile& file, TFileState& state) : m_file(file), m_state(state) {}
+
+CFileWriter::~CFileWriter() = default;
+
+void CFileWriter::Begin(BSE::IByteStream* pOutput, bool bAppending)
 {
-  if (!BSE::IsObjectAddress(pStream) || !pStream->IsValid())
-  {
-    BSE::ReportEnd(this, g_nFileNotCreated);
-    return false;
-  }
-  // What the thread has met before is not what will end this file.
-  BSE::CTLSError::SetSuccess();
-  m_pTarget = nullptr;
-  m_pOutput = pStream;
-  if (!bDirectOutput && !pStream->IsFile())
-  {
-    m_pTarget = pStream;
-    m_pOutput = new BSE::CMemoryStream;
-  }
-  m_pInput = m_pOutput;
-  CreateParser();
-  m_id1 = id.IsEmpty() ? CreateFileId() : id;
-  m_id2 = CreateFileId();
+  m_pOutput = pOutput;
   for (auto& pPending : m_pendingObjStm)
     pPending.Reset();
-  m_bWantObjectStreams = bObjectStreams;
-  m_nXRefForm = eXRefUnknown;
-  m_nStartXRef = -1;
   m_nSavedBytes = 0;
   m_bHeaderWritten = false;
-  m_bAppending = false;
+  m_bAppending = bAppending;
   m_bFailed = false;
-  m_bOpened = true;
-  return true;
 }
 
-void CFile::InitVersion(int nMajor, int nMinor)
+void CFileWriter::Reset()
 {
-  m_nMajor = nMajor;
-  m_nMinor = nMinor;
+  for (auto& pPending : m_pendingObjStm)
+    pPending.Reset();
+  DropBuffers();
+  m_pOutput = nullptr;
+  m_bHeaderWritten = m_bAppending = m_bDirty = m_bFailed = false;
+  m_nSavedBytes = m_nRevisionStart = 0;
+  m_nFlushedStreams = 0;
 }
 
-void CFile::SetVersion(int nMajor, int nMinor)
+void CFileWriter::DropBuffers()
 {
-  if (IsVersionAtLeast(nMajor, nMinor))
-    return;
-  if (m_bHeaderWritten || m_bAppending)
-  {
-    if (BSE::CTracer::IsOn() && !IsVersionAtLeast(1, 4))
-    {
-      const char szOld[] = {static_cast<char>('0' + m_nMajor % 10), '.',
-                            static_cast<char>('0' + m_nMinor % 10), '\0'};
-      BSE::CTracer::Trace("I", "PDF File", "Upgrading PDF version from %s.", szOld);
-    }
-    const char szNew[] = {static_cast<char>('0' + nMajor % 10), '.', static_cast<char>('0' + nMinor % 10),
-                          '\0'};
-    if (m_root.AddEntry("Version", new CNameObject(szNew)))
-      m_root->SetDirty(true);
-  }
-  InitVersion(nMajor, nMinor);
+  m_pGenerator.Reset();
+  m_pWriter = nullptr;
 }
 
-void CFile::SetSecurityHandler(CSecurityHandler* pHandler)
-{
-  m_pSecurity = pHandler;
-  m_encrypt = nullptr;
-  if (!m_pSecurity)
-    return;
-  m_encrypt = NewObject(0, 0, g_nGroupDirect);
-  if (!m_encrypt)
-    return;
-  const CObjectPtr dictionary(new CDictionaryObject);
-  m_pSecurity->Write(*dictionary);
-  m_encrypt->SetValueObject(dictionary.Get());
-}
-
-CObjectPtr CFile::NewObject(int nObjNumber, int nGenNumber, int nGroup)
-{
-  if (nObjNumber == 0)
-    nObjNumber = std::max(m_xref.GetListedSize(), 1);
-  if (nObjNumber < 1 || nObjNumber > BSE::g_nMaxObjNumber)
-  {
-    Fail(g_nFileNotCreated);
-    return nullptr;
-  }
-  const BSE::CObjectPtr<CIndirectObject> pObject(new CIndirectObject(this, nObjNumber, nGenNumber, -1));
-  pObject->SetCompressedFlags(nGroup);
-  m_xref.SetObject(nObjNumber, pObject.Get());
-  m_bDirty = true;
-  return pObject.Get();
-}
-
-CObjectMap& CFile::GetObjectMap(CFile& source)
-{
-  for (CObjectMap* pMap : m_objectMaps.GetSpan())
-    if (pMap->GetSource() == &source)
-      return *pMap;
-  BSE::CScopedPtr<CObjectMap> pMap(new CObjectMap(&source));
-  m_objectMaps.Add(pMap.Get());
-  return *pMap.Detach();
-}
-
-CObjectPtr CFile::GetCopy(CFile& source, int nObjNumber)
-{
-  for (const CObjectMap* pMap : m_objectMaps.GetSpan())
-    if (pMap->GetSource() == &source)
-      if (const int nCopy = pMap->GetAt(nObjNumber); nCopy > 0)
-        return m_xref.GetObject(nCopy, -1);
-  return nullptr;
-}
-
-CObjectPtr CFile::GetOrCreateCopy(CFile* pSource, int nObjNumber, bool& bCreated, int nGroup)
-{
-  bCreated = false;
-  if (!pSource || nObjNumber < 1)
-    return nullptr;
-  for (CObjectMap* pMap : m_objectMaps.GetSpan())
-  {
-    if (pMap->GetSource() != pSource)
-      continue;
-    if (const int nCopy = pMap->GetAt(nObjNumber); nCopy > 0)
-      return m_xref.GetObject(nCopy, -1);
-    CObjectPtr copy = NewObject(0, 0, nGroup);
-    pMap->SetAt(nObjNumber, copy.GetObjNumber());
-    bCreated = !copy.IsNull();
-    return copy;
-  }
-  return nullptr;
-}
-
-bool CFile::PrepareToWrite()
+bool CFileWriter::Prepare()
 {
   if (!m_pOutput || m_bFailed)
     return false;
@@ -232,39 +118,39 @@ bool CFile::PrepareToWrite()
   return m_bHeaderWritten || WriteHeader();
 }
 
-bool CFile::WriteHeader()
+bool CFileWriter::WriteHeader()
 {
   if (m_bAppending)
   {
     if (!m_pWriter->Seek(-1))
       return FailWriting();
-    m_nRevisionStart = m_pWriter->Tell() - m_nHeaderOffset;
+    m_nRevisionStart = m_pWriter->Tell() - m_state.m_nHeaderOffset;
     m_pGenerator->WriteByte('\n');
   }
   else
   {
-    m_nHeaderOffset = m_pWriter->Tell();
+    m_state.m_nHeaderOffset = m_pWriter->Tell();
     m_nRevisionStart = 0;
     m_pGenerator->WriteText("%PDF-");
-    m_pGenerator->WriteInteger(m_nMajor);
+    m_pGenerator->WriteInteger(m_state.m_nMajor);
     m_pGenerator->WriteByte('.');
-    m_pGenerator->WriteInteger(m_nMinor);
+    m_pGenerator->WriteInteger(m_state.m_nMinor);
     m_pGenerator->WriteText("\n%\xE2\xE3\xCF\xD3\n");
   }
   m_bHeaderWritten = true;
   return !m_pWriter->HasFailed() || FailWriting();
 }
 
-bool CFile::Fail(unsigned nCode)
+bool CFileWriter::Fail(unsigned nCode)
 {
   if (!m_bFailed && nCode != 0)
-    BSE::ReportEnd(this, nCode);
+    BSE::ReportEnd(&m_file, nCode);
   m_bFailed = true;
   return false;
 }
 
 // Whatever was to be written came from the input, or from memory, if it was not the output that refused it.
-bool CFile::FailWriting()
+bool CFileWriter::FailWriting()
 {
   if (m_pWriter && m_pWriter->HasFailed())
     return Fail(m_pWriter->GetFailure());
@@ -272,21 +158,21 @@ bool CFile::FailWriting()
   return Fail(pError ? pError->GetCode() : 0);
 }
 
-void CFile::SyncOutput()
+void CFileWriter::Sync()
 {
   if (m_pWriter)
     m_pWriter->Flush();
 }
 
-bool CFile::UsesObjectStreams() const
+bool CFileWriter::UsesObjectStreams() const
 {
-  return m_bWantObjectStreams && IsVersionAtLeast(1, 5) &&
-         (m_nXRefForm == eXRefUnknown || m_nXRefForm == eXRefStream);
+  return m_state.m_bWantObjectStreams && m_state.IsVersionAtLeast(1, 5) &&
+         (m_state.m_nXRefForm == eXRefUnknown || m_state.m_nXRefForm == eXRefStream);
 }
 
 // Walks the values with a stack of its own: an indirect object stays locked from its meeting until its
 // children are written, so that a cycle ends at it.
-bool CFile::WriteObject(CObject* pObject, bool bFollow)
+bool CFileWriter::WriteObject(CObject* pObject, bool bFollow)
 {
   struct TFrame
   {
@@ -305,7 +191,7 @@ bool CFile::WriteObject(CObject* pObject, bool bFollow)
     case eIndirect:
     {
       auto* pIndirect = static_cast<CIndirectObject*>(pValue);
-      if (!pIndirect->IsDirty() || pIndirect->IsLocked() || pIndirect->GetFile() != this)
+      if (!pIndirect->IsDirty() || pIndirect->IsLocked() || pIndirect->GetFile() != &m_file)
         return;
       if (!bFollow)
       {
@@ -345,11 +231,11 @@ bool CFile::WriteObject(CObject* pObject, bool bFollow)
   return bResult;
 }
 
-bool CFile::WriteIndirect(CIndirectObject& object)
+bool CFileWriter::WriteIndirect(CIndirectObject& object)
 {
   if (!object.IsDirty())
     return true;
-  if (!PrepareToWrite())
+  if (!Prepare())
     return false;
   const int nGroup = object.GetCompressedFlags();
   if (nGroup < 0 || nGroup >= g_nGroupDirect || !UsesObjectStreams())
@@ -363,11 +249,11 @@ bool CFile::WriteIndirect(CIndirectObject& object)
   return WriteCompressed(object, nGroup);
 }
 
-bool CFile::WriteCompressed(CIndirectObject& object, int nGroup)
+bool CFileWriter::WriteCompressed(CIndirectObject& object, int nGroup)
 {
   auto& pPending = m_pendingObjStm[nGroup];
   if (!pPending)
-    pPending.Reset(new CPendingObjectStream(*this));
+    pPending.Reset(new CPendingObjectStream(m_file, m_state, *this));
   if (!pPending->Add(object))
     return Fail(BSE::g_nOutOfMemory);
   if (!pPending->IsFull())
@@ -376,7 +262,7 @@ bool CFile::WriteCompressed(CIndirectObject& object, int nGroup)
   return pFull->Flush() || Fail(BSE::g_nOutOfMemory);
 }
 
-bool CFile::FlushPendingHolder(int nStream)
+bool CFileWriter::FlushPending(int nStream)
 {
   for (auto& pPending : m_pendingObjStm)
   {
@@ -388,14 +274,16 @@ bool CFile::FlushPendingHolder(int nStream)
   return true;
 }
 
-bool CFile::WriteDirect(CIndirectObject& object)
+bool CFileWriter::WriteDirect(CIndirectObject& object)
 {
-  const bool bSecure = m_pSecurity && &object != m_encrypt.Get();
-  CSecurityHandler* pStrings = bSecure && !m_pSecurity->HasPlainStrings(object) ? m_pSecurity.Get() : nullptr;
-  CSecurityHandler* pData = bSecure && !m_pSecurity->IsExempt(object) ? m_pSecurity.Get() : nullptr;
+  const bool bSecure = m_state.m_pSecurity && &object != m_state.m_encrypt.Get();
+  CSecurityHandler* pStrings =
+      bSecure && !m_state.m_pSecurity->HasPlainStrings(object) ? m_state.m_pSecurity.Get() : nullptr;
+  CSecurityHandler* pData =
+      bSecure && !m_state.m_pSecurity->IsExempt(object) ? m_state.m_pSecurity.Get() : nullptr;
   const int nObjNumber = object.GetObjNumber();
   const int nGenNumber = std::max(object.GetGenNumber(), 0);
-  const std::int64_t nOffset = m_pWriter->Tell() - m_nHeaderOffset;
+  const std::int64_t nOffset = m_pWriter->Tell() - m_state.m_nHeaderOffset;
   m_pGenerator->BeginObject(nObjNumber, nGenNumber);
   m_pGenerator->SetEncryption(pStrings, nObjNumber, nGenNumber);
   bool bWritten = true;
@@ -414,11 +302,11 @@ bool CFile::WriteDirect(CIndirectObject& object)
     return Fail(BSE::g_nStreamWriteFailed);
   if (!bWritten || m_pWriter->HasFailed())
     return FailWriting();
-  m_xref.SetOffset(nObjNumber, nGenNumber, nOffset);
+  m_state.m_xref.SetOffset(nObjNumber, nGenNumber, nOffset);
   return true;
 }
 
-BSE::CObjectPtr<BSE::CMemoryStream> CFile::Deflate(std::span<const unsigned char> data)
+BSE::CObjectPtr<BSE::CMemoryStream> CFileWriter::Deflate(std::span<const unsigned char> data)
 {
   BSE::CBasicArray<unsigned char> encoded;
   if (m_pDeflater)
@@ -435,7 +323,7 @@ BSE::CObjectPtr<BSE::CMemoryStream> CFile::Deflate(std::span<const unsigned char
 }
 
 // Encoded bytes pass through as they are; decoded ones are encoded first, so that the length stands in front.
-bool CFile::WriteStreamData(CIndirectObject& object, CSecurityHandler* pSecurity)
+bool CFileWriter::WriteStreamData(CIndirectObject& object, CSecurityHandler* pSecurity)
 {
   const auto* pPart = static_cast<CStreamPart*>(object.GetStreamObject().Get());
   if (!pPart->IsEncoded() && GetFilterCount(&object) > 0 && !object.Encode())
@@ -472,12 +360,72 @@ bool CFile::WriteStreamData(CIndirectObject& object, CSecurityHandler* pSecurity
   BSE::CObjectPtr<BSE::IByteStream> pSink = m_pWriter;
   if (pSecurity)
     pSink = pSecurity->CreateEncryptFilter(m_pWriter.Get(), object.GetObjNumber(),
-                                           std::max(object.GetGenNumber(), 0), this, nCrypt);
+                                           std::max(object.GetGenNumber(), 0), &m_file, nCrypt);
   if (!pSink)
     return Fail(BSE::g_nStreamWriteFailed);
   if (!pSink->CopyFrom(pData.Get(), nLength, true) || !CloseEncodeChain(pSink.Get()))
     return false;
   m_pGenerator->EndStream();
+  return true;
+}
+
+bool CFileWriter::FlushObjects()
+{
+  for (int i = m_state.m_xref.GetNextNumber(0); i < m_state.m_xref.GetSize();
+       i = m_state.m_xref.GetNextNumber(i))
+  {
+    CIndirectObject* pObject = m_state.m_xref.GetEntry(i).m_pObject;
+    if (pObject && pObject->IsDirty() && !pObject->IsLocked() && !pObject->Flush(true))
+      return false;
+  }
+  for (auto& pPending : m_pendingObjStm)
+  {
+    const BSE::CScopedPtr<CPendingObjectStream> pComplete = std::move(pPending);
+    if (pComplete && !pComplete->Flush())
+      return Fail(BSE::g_nOutOfMemory);
+  }
+  return true;
+}
+
+bool CFileWriter::WriteSection()
+{
+  const bool bUpdate = m_state.m_nStartXRef > 0 && !m_state.m_bRecoveryDone;
+  CRevisionWriter writer(m_file, m_state, *this, *m_pGenerator, bUpdate ? m_state.m_nStartXRef : -1,
+                         m_nRevisionStart);
+  const std::int64_t nPosition = m_pGenerator->Tell() - m_state.m_nHeaderOffset;
+  if (m_state.m_nXRefForm == eXRefUnknown)
+    m_state.m_nXRefForm =
+        m_state.m_bWantObjectStreams && m_state.IsVersionAtLeast(1, 5) ? eXRefStream : eXRefTable;
+  if (nPosition > g_nMaxTablePosition && m_state.m_nXRefForm != eXRefStream)
+  {
+    m_state.m_nXRefForm = eXRefStream;
+    if (BSE::CTracer::IsOn())
+      BSE::CTracer::Trace("E", "PDF File", "Forced to use cross-reference stream because of file size.");
+  }
+  if (m_state.m_nXRefForm != eXRefStream && writer.NeedsStream())
+    m_state.m_nXRefForm = eXRefStream;
+  if (m_state.m_nXRefForm == eXRefStream ? !writer.WriteStream() : !writer.WriteTable())
+    return false;
+  m_state.m_nStartXRef = writer.GetPosition();
+  return true;
+}
+
+bool CFileWriter::FinishRevision()
+{
+  if (!m_bDirty)
+    return true;
+  if (!m_state.m_root)
+    return Fail(g_nFileNotCreated);
+  if (!Prepare() || !FlushObjects())
+    return FailWriting();
+  if (!WriteSection() || !m_pWriter->Flush())
+    return FailWriting();
+  m_bDirty = false;
+  m_nRevisionStart = m_pGenerator->Tell() - m_state.m_nHeaderOffset;
+  m_nFlushedStreams = 0;
+  if (BSE::CTracer::IsOn())
+    BSE::CTracer::Trace("I", "PDF File", "Saved bytes in object streams: %d",
+                        static_cast<int>(m_nSavedBytes));
   return true;
 }
 

@@ -44,7 +44,7 @@ public:
   std::int64_t GetMemorySize() const;
 
 private:
-  friend class CFile;  // links those that it keeps
+  friend class CObjectStreamCache;  // links those that it keeps
 
   struct TIndexEntry
   {

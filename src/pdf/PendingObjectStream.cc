@@ -25,12 +25,14 @@ constexpr std::int64_t g_nStreamFrame = 120;
 
 }  // namespace
 
-CPendingObjectStream::CPendingObjectStream(CFile& file)
+CPendingObjectStream::CPendingObjectStream(CFile& file, TFileState& state, CFileWriter& writer)
     : m_file(file),
+      m_state(state),
+      m_writer(writer),
       m_holder(file.NewObject(0, 0, g_nGroupDirect)),
       m_pData(new BSE::CMemoryStream),
       m_generator(new BSE::CBufferedOutputStream(m_pData.Get()),
-                  file.m_pDeflater ? eLayoutDense : eLayoutCompact)
+                  writer.GetDeflater() ? eLayoutDense : eLayoutCompact)
 {
   // The walk over dirty objects leaves it alone until it is complete.
   if (m_holder)
@@ -49,8 +51,8 @@ void CPendingObjectStream::RemoveMember(int nIndex)
   for (int i = nIndex; i < m_members.GetSize(); ++i)
   {
     const int nObjNumber = m_members[i].m_nObjNumber;
-    if (m_file.m_xref.GetStreamOf(nObjNumber) == GetObjNumber())
-      m_file.m_xref.GetOrCreateEntry(nObjNumber).m_nGeneration = i;
+    if (m_state.m_xref.GetStreamOf(nObjNumber) == GetObjNumber())
+      m_state.m_xref.GetOrCreateEntry(nObjNumber).m_nGeneration = i;
   }
 }
 
@@ -59,15 +61,15 @@ bool CPendingObjectStream::Add(CIndirectObject& object)
   if (!m_holder)
     return false;
   const int nObjNumber = object.GetObjNumber();
-  if (m_file.m_xref.GetStreamOf(nObjNumber) == GetObjNumber())
-    RemoveMember(m_file.m_xref.GetIndexOf(nObjNumber));
+  if (m_state.m_xref.GetStreamOf(nObjNumber) == GetObjNumber())
+    RemoveMember(m_state.m_xref.GetIndexOf(nObjNumber));
   const auto nOffset = static_cast<int>(m_generator.Tell());
   const int nIndex = m_members.Add({nObjNumber, nOffset});
   m_generator.WriteValue(object.GetValueObject().Get());
   m_generator.WriteByte('\n');
   if (m_generator.HasFailed())
     return false;
-  m_file.m_xref.SetCompressed(nObjNumber, GetObjNumber(), nIndex);
+  m_state.m_xref.SetCompressed(nObjNumber, GetObjNumber(), nIndex);
   return true;
 }
 
@@ -75,7 +77,7 @@ bool CPendingObjectStream::IsFull()
 {
   // The index of a member takes two bytes in the cross-reference data.
   return m_members.GetSize() >= g_nMaxMembers ||
-         m_generator.Tell() > (m_file.GetStreamDeflater() ? g_nFullLengthForSize : g_nFullLength);
+         m_generator.Tell() > (m_writer.GetDeflater() ? g_nFullLengthForSize : g_nFullLength);
 }
 
 BSE::CObjectPtr<BSE::CMemoryStream> CPendingObjectStream::Compress(int& nFirst, std::int64_t& nPlainLength)
@@ -99,7 +101,7 @@ BSE::CObjectPtr<BSE::CMemoryStream> CPendingObjectStream::Compress(int& nFirst, 
   BSE::CBasicArray<unsigned char> plain;
   if (!pPlain->CopyFrom(m_pData.Get(), -1, false) || !pPlain->Rewind() || !pPlain->ReadToArray(plain))
     return nullptr;
-  return m_file.Deflate(plain.GetSpan());
+  return m_writer.Deflate(plain.GetSpan());
 }
 
 bool CPendingObjectStream::Flush()
@@ -127,8 +129,8 @@ bool CPendingObjectStream::Flush()
     return false;
   const std::int64_t nSaved =
       nPlainLength + m_members.GetSize() * g_nMemberFrame - g_nStreamFrame - pEncoded->GetLength();
-  m_file.m_nSavedBytes += nSaved;
-  ++m_file.m_nFlushedStreams;
+  m_writer.CountSaved(nSaved);
+  m_writer.CountFlushedStream();
   if (BSE::CTracer::IsOn())
     BSE::CTracer::Trace("I", "PDF Object Stream", "Flushed ObjStm %d (saved bytes: %d)",
                         holder->GetObjNumber(), static_cast<int>(nSaved));

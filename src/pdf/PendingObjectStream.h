@@ -8,7 +8,9 @@ namespace PDF
 {
 
 class CFile;
+class CFileWriter;
 class CIndirectObject;
+struct TFileState;
 
 // An object stream that is being filled (ISO 32000-1, 7.5.7). Members are rendered as they come; once their
 // text exceeds 15000 bytes the stream is complete, so that a reader never decodes much for one object; 250000
@@ -16,8 +18,8 @@ class CIndirectObject;
 class CPendingObjectStream
 {
 public:
-  // Takes the file's next free number for the stream. Borrows the file.
-  explicit CPendingObjectStream(CFile& file);
+  // Takes the file's next free number for the stream. Borrows all three.
+  CPendingObjectStream(CFile& file, TFileState& state, CFileWriter& writer);
   CPendingObjectStream(const CPendingObjectStream&) = delete;
   CPendingObjectStream& operator=(const CPendingObjectStream&) = delete;
   ~CPendingObjectStream();
@@ -44,6 +46,8 @@ private:
   BSE::CObjectPtr<BSE::CMemoryStream> Compress(int& nFirst, std::int64_t& nPlainLength);
 
   CFile& m_file;
+  TFileState& m_state;
+  CFileWriter& m_writer;
   CObjectPtr m_holder;
   BSE::CBasicArray<TMember> m_members;
   BSE::CObjectPtr<BSE::CMemoryStream> m_pData;

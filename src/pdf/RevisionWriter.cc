@@ -51,9 +51,14 @@ bool IsFree(const TXRefEntry& entry)
 
 }  // namespace
 
-CRevisionWriter::CRevisionWriter(CFile& file, CGenerator& generator, std::int64_t nPrevious,
-                                 std::int64_t nRevisionStart)
-    : m_file(file), m_generator(generator), m_nPrevious(nPrevious), m_nRevisionStart(nRevisionStart)
+CRevisionWriter::CRevisionWriter(CFile& file, TFileState& state, CFileWriter& writer, CGenerator& generator,
+                                 std::int64_t nPrevious, std::int64_t nRevisionStart)
+    : m_file(file),
+      m_state(state),
+      m_writer(writer),
+      m_generator(generator),
+      m_nPrevious(nPrevious),
+      m_nRevisionStart(nRevisionStart)
 {
 }
 
@@ -61,19 +66,19 @@ bool CRevisionWriter::IsIncluded(int nObjNumber) const
 {
   if (m_nPrevious < 0)
     return true;
-  const TXRefEntry& entry = m_file.m_xref.GetEntry(nObjNumber);
+  const TXRefEntry& entry = m_state.m_xref.GetEntry(nObjNumber);
   // What has been free all along is not worth an entry.
   if (IsFree(entry))
     return entry.m_nType == eXRefFree && entry.m_nGeneration != 0;
   if (entry.m_nType == eXRefInUse)
     return entry.m_nOffset >= m_nRevisionStart;
-  const TXRefEntry& stream = m_file.m_xref.GetEntry(static_cast<int>(entry.m_nOffset));
+  const TXRefEntry& stream = m_state.m_xref.GetEntry(static_cast<int>(entry.m_nOffset));
   return stream.m_nType == eXRefInUse && stream.m_nOffset >= m_nRevisionStart;
 }
 
 bool CRevisionWriter::NeedsStream() const
 {
-  const CXRefTable& xref = m_file.m_xref;
+  const CXRefTable& xref = m_state.m_xref;
   for (int i = xref.GetNextNumber(0); i < xref.GetSize(); i = xref.GetNextNumber(i))
     if (xref.GetEntry(i).m_nType == eXRefCompressed && IsIncluded(i))
       return true;
@@ -82,7 +87,7 @@ bool CRevisionWriter::NeedsStream() const
 
 void CRevisionWriter::CollectRuns()
 {
-  const CXRefTable& xref = m_file.m_xref;
+  const CXRefTable& xref = m_state.m_xref;
   for (int i = 1; i < xref.GetSize(); ++i)
   {
     if (!IsIncluded(i))
@@ -106,7 +111,7 @@ void CRevisionWriter::CollectRuns()
 
 CRevisionWriter::TField CRevisionWriter::GetEntry(int nObjNumber)
 {
-  const TXRefEntry& entry = m_file.m_xref.GetEntry(nObjNumber);
+  const TXRefEntry& entry = m_state.m_xref.GetEntry(nObjNumber);
   if (nObjNumber != 0 && !IsFree(entry))
     return {entry.m_nType, entry.m_nOffset, entry.m_nGeneration};
   const int nNext = m_nFreeIndex < m_free.GetSize() ? m_free[m_nFreeIndex] : 0;
@@ -116,17 +121,17 @@ CRevisionWriter::TField CRevisionWriter::GetEntry(int nObjNumber)
 
 void CRevisionWriter::AddTrailer(CObject& trailer)
 {
-  trailer.AddEntry("Size", new CIntegerObject(m_file.m_xref.GetSize()));
+  trailer.AddEntry("Size", new CIntegerObject(m_state.m_xref.GetSize()));
   if (m_nPrevious >= 0)
     trailer.AddEntry("Prev", new CIntegerObject(m_nPrevious));
-  trailer.AddEntry("Root", m_file.m_root.Get());
-  if (m_file.m_encrypt)
-    trailer.AddEntry("Encrypt", m_file.m_encrypt.Get());
-  if (m_file.m_info)
-    trailer.AddEntry("Info", m_file.m_info.Get());
+  trailer.AddEntry("Root", m_state.m_root.Get());
+  if (m_state.m_encrypt)
+    trailer.AddEntry("Encrypt", m_state.m_encrypt.Get());
+  if (m_state.m_info)
+    trailer.AddEntry("Info", m_state.m_info.Get());
   const CObjectPtr id(new CArrayObject);
-  id.Add(new CStringObject(m_file.m_id1));
-  id.Add(new CStringObject(m_file.m_id2));
+  id.Add(new CStringObject(m_state.m_id1));
+  id.Add(new CStringObject(m_state.m_id2));
   trailer.AddEntry("ID", id.Get());
 }
 
@@ -149,7 +154,7 @@ void CRevisionWriter::WriteTableRun(const TRun& run)
 
 bool CRevisionWriter::WriteTable()
 {
-  m_nPosition = m_generator.Tell() - m_file.m_nHeaderOffset;
+  m_nPosition = m_generator.Tell() - m_state.m_nHeaderOffset;
   if (m_nPosition > g_nMaxTablePosition)
     return false;
   CollectRuns();
@@ -204,7 +209,7 @@ BSE::CObjectPtr<BSE::CMemoryStream> CRevisionWriter::EncodeEntries(int nWidth, b
       }
     }
   }
-  return m_file.Deflate(rows.GetSpan());
+  return m_writer.Deflate(rows.GetSpan());
 }
 
 CObjectPtr CRevisionWriter::CreateStreamDictionary(int nWidth, bool bPredict)
@@ -239,12 +244,12 @@ CObjectPtr CRevisionWriter::CreateStreamDictionary(int nWidth, bool bPredict)
 
 bool CRevisionWriter::WriteStream()
 {
-  m_nPosition = m_generator.Tell() - m_file.m_nHeaderOffset;
+  m_nPosition = m_generator.Tell() - m_state.m_nHeaderOffset;
   const CObjectPtr holder = m_file.NewObject(0, 0, g_nGroupDirect);
   if (!holder)
     return false;
   const int nObjNumber = holder->GetObjNumber();
-  m_file.m_xref.SetOffset(nObjNumber, 0, m_nPosition);
+  m_state.m_xref.SetOffset(nObjNumber, 0, m_nPosition);
   CollectRuns();
   int nEntries = 0;
   for (const TRun& run : m_runs.GetSpan())
@@ -253,7 +258,7 @@ bool CRevisionWriter::WriteStream()
   const int nWidth = GetOffsetWidth();
   const BSE::CObjectPtr<BSE::CMemoryStream> pEntries = EncodeEntries(nWidth, bPredict);
   if (!pEntries)
-    return m_file.Fail(BSE::g_nOutOfMemory);
+    return m_writer.Fail(BSE::g_nOutOfMemory);
   const std::int64_t nLength = pEntries->GetLength();
   m_generator.BeginObject(nObjNumber, 0);
   m_generator.WriteStreamDictionary(CreateStreamDictionary(nWidth, bPredict).Get(), nLength);
@@ -263,8 +268,9 @@ bool CRevisionWriter::WriteStream()
     return false;
   m_generator.EndStream();
   m_generator.EndObject();
-  const std::int64_t nWritten = m_generator.Tell() - m_file.m_nHeaderOffset - m_nPosition;
-  m_file.m_nSavedBytes += std::int64_t{19} * (m_file.m_xref.GetSize() - m_file.m_nFlushedStreams) - nWritten;
+  const std::int64_t nWritten = m_generator.Tell() - m_state.m_nHeaderOffset - m_nPosition;
+  m_writer.CountSaved(std::int64_t{19} * (m_state.m_xref.GetSize() - m_writer.GetFlushedStreams()) -
+                      nWritten);
   WriteEnd();
   return !m_generator.HasFailed();
 }

@@ -8,16 +8,19 @@ namespace PDF
 {
 
 class CFile;
+class CFileWriter;
 class CGenerator;
+struct TFileState;
 
 // Ends a revision with its cross-reference section and trailer (ISO 32000-1, 7.5.4, 7.5.5 and 7.5.8): a table
 // or a stream, of all objects or, for a file that is appended to, of those written since the last section.
 class CRevisionWriter
 {
 public:
-  // Borrows both. nPrevious is the position of the section before, or -1 for a section of all objects;
+  // Borrows all four. nPrevious is the position of the section before, or -1 for a section of all objects;
   // nRevisionStart the position from which on everything belongs to the revision.
-  CRevisionWriter(CFile& file, CGenerator& generator, std::int64_t nPrevious, std::int64_t nRevisionStart);
+  CRevisionWriter(CFile& file, TFileState& state, CFileWriter& writer, CGenerator& generator,
+                  std::int64_t nPrevious, std::int64_t nRevisionStart);
 
   // True if an entry that belongs to the section can stand only in a stream.
   bool NeedsStream() const;
@@ -59,6 +62,8 @@ private:
   CObjectPtr CreateStreamDictionary(int nWidth, bool bPredict);
 
   CFile& m_file;
+  TFileState& m_state;
+  CFileWriter& m_writer;
   CGenerator& m_generator;
   std::int64_t m_nPrevious;
   std::int64_t m_nRevisionStart;

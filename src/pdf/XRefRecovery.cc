@@ -31,27 +31,26 @@ bool CXRefRecovery::Run(bool bSecondary)
 {
   m_bSecondary = bSecondary;
   BSE::CTracer::Trace("E", "PDF File", "Recover XRef table.");
-  m_file.m_bRecoveryDone = true;
-  CScanner& scanner = m_file.m_pParser->GetScanner();
+  m_state.m_bRecoveryDone = true;
+  CScanner& scanner = m_state.m_pParser->GetScanner();
   TScannerState state;
   scanner.SaveContext(state);
   if (!bSecondary)
   {
-    m_file.m_bOpened = false;
-    m_file.DropTrailer();
-    m_file.DropObjectStreams();
-    m_file.ForgetObjects();
-    m_file.m_bXRefIncomplete = true;
-    m_file.m_nHeaderOffset = 0;
-    m_file.m_pParser->SetHeaderOffset(0);
+    m_state.m_bOpened = false;
+    m_state.DropTrailer();
+    m_reader.ForgetObjects();
+    m_state.m_bXRefIncomplete = true;
+    m_state.m_nHeaderOffset = 0;
+    m_state.m_pParser->SetHeaderOffset(0);
   }
-  m_file.m_scanned.RemoveAll();
+  m_state.m_scanned.RemoveAll();
   scanner.RecordPositions(true);
   scanner.StopStringsAtEndObj(true);
   Scan();
   scanner.StopStringsAtEndObj(false);
   scanner.RecordPositions(false);
-  if (!bSecondary || m_file.m_bXRefIncomplete)
+  if (!bSecondary || m_state.m_bXRefIncomplete)
   {
     ReadStreamObjects();
     m_file.NotifyXRefChanged();
@@ -59,26 +58,26 @@ bool CXRefRecovery::Run(bool bSecondary)
   scanner.RestoreContext(state);
   if (bSecondary)
     return true;
-  m_file.m_bOpened = true;
-  const int nRoot = m_file.m_root.GetObjNumber();
-  if (m_bTrailerFound && nRoot > 0 && nRoot <= m_file.m_xref.GetSize())
+  m_state.m_bOpened = true;
+  const int nRoot = m_state.m_root.GetObjNumber();
+  if (m_bTrailerFound && nRoot > 0 && nRoot <= m_state.m_xref.GetSize())
     return true;
-  m_file.m_bOpened = false;
+  m_state.m_bOpened = false;
   BSE::ReportError(&m_file, m_bTrailerFound ? g_nNoRoot : g_nNoTrailer);
   return false;
 }
 
 void CXRefRecovery::Scan()
 {
-  CParser& parser = *m_file.m_pParser;
+  CParser& parser = *m_state.m_pParser;
   CScanner& scanner = parser.GetScanner();
-  const BSE::CScopedValue noLoads(m_file.m_bScanning, true);
+  const BSE::CScopedValue noLoads(m_state.m_bScanning, true);
   // Stray text between objects is no news: the scan meets every byte of the file.
   const BSE::CErrorSuppressor quiet(m_file.OnGetErrorHandler());
   scanner.SeekBegin();
   TNumber first;
   TNumber second;
-  const std::int64_t nHeaderOffset = m_file.m_nHeaderOffset;
+  const std::int64_t nHeaderOffset = m_state.m_nHeaderOffset;
   while (scanner.ReadToken() && scanner.GetToken() != eTokenEnd)
   {
     switch (scanner.GetToken())
@@ -94,7 +93,7 @@ void CXRefRecovery::Scan()
                     first.m_nPos - nHeaderOffset);
       break;
     case eTokenStream:
-      if (m_nLastPos >= 0 && (!m_bSecondary || m_file.m_bXRefIncomplete))
+      if (m_nLastPos >= 0 && (!m_bSecondary || m_state.m_bXRefIncomplete))
         m_streams.Add({m_nLastObject, m_nLastPos});
       m_nLastPos = -1;
       scanner.SkipStreamEol();
@@ -104,7 +103,7 @@ void CXRefRecovery::Scan()
     {
       parser.BeginValue();
       const CObjectPtr trailer = parser.ParseValue();
-      m_file.NoteTrailer(trailer, parser.IsCut() && !m_bSecondary);
+      m_state.NoteTrailer(trailer, parser.IsCut() && !m_bSecondary);
       if (trailer.GetType() == eDictionary && !m_bSecondary)
       {
         TakeTrailer(trailer);
@@ -127,28 +126,28 @@ void CXRefRecovery::EnterObject(int nObjNumber, int nGenNumber, std::int64_t nPo
   m_nLastPos = nPos;
   if (!m_bSecondary)
   {
-    m_file.m_xref.SetOffset(nObjNumber, nGenNumber, nPos);
+    m_state.m_xref.SetOffset(nObjNumber, nGenNumber, nPos);
     return;
   }
-  const TXRefEntry& entry = m_file.m_xref.GetEntry(nObjNumber);
+  const TXRefEntry& entry = m_state.m_xref.GetEntry(nObjNumber);
   if (entry.m_nType == eXRefInUse && entry.m_nOffset == nPos)
     return;
   if (entry.m_nType == eXRefCompressed || !IsKnownGood(nObjNumber))
-    m_file.m_scanned.SetOffset(nObjNumber, nGenNumber, nPos);
+    m_state.m_scanned.SetOffset(nObjNumber, nGenNumber, nPos);
 }
 
 bool CXRefRecovery::IsKnownGood(int nObjNumber)
 {
-  const TXRefEntry& entry = m_file.m_xref.GetEntry(nObjNumber);
+  const TXRefEntry& entry = m_state.m_xref.GetEntry(nObjNumber);
   if (entry.m_nType != eXRefInUse)
     return false;
   signed char& nVerdict = m_verdicts.Provide(nObjNumber);
   if (nVerdict == 0)
   {
-    CScanner& scanner = m_file.m_pParser->GetScanner();
+    CScanner& scanner = m_state.m_pParser->GetScanner();
     TScannerState state;
     scanner.SaveContext(state);
-    const bool bGood = m_file.m_pParser->IsObjectAt(nObjNumber, entry.m_nOffset);
+    const bool bGood = m_state.m_pParser->IsObjectAt(nObjNumber, entry.m_nOffset);
     scanner.RestoreContext(state);
     nVerdict = bGood ? 1 : -1;
   }
@@ -157,15 +156,15 @@ bool CXRefRecovery::IsKnownGood(int nObjNumber)
 
 void CXRefRecovery::TakeTrailer(const CObjectPtr& trailer)
 {
-  m_file.m_trailer = trailer;
+  m_state.m_trailer = trailer;
   if (CObjectPtr root = trailer["Root"])
-    m_file.m_root = root;
+    m_state.m_root = root;
   if (CObjectPtr encrypt = trailer["Encrypt"])
-    m_file.m_encrypt = encrypt;
+    m_state.m_encrypt = encrypt;
   if (CObjectPtr info = trailer["Info"])
-    m_file.m_info = info;
+    m_state.m_info = info;
   if (CObjectPtr id = trailer["ID"])
-    m_file.m_id = id;
+    m_state.m_id = id;
 }
 
 void CXRefRecovery::ReadStreamObjects()
@@ -175,17 +174,17 @@ void CXRefRecovery::ReadStreamObjects()
     const BSE::CErrorSuppressor quiet(m_file.OnGetErrorHandler());
     for (const TStreamObject& stream : m_streams.GetSpan())
     {
-      if (m_file.m_xref.GetEntry(stream.m_nObjNumber).m_nOffset != stream.m_nPos &&
-          m_file.m_scanned.GetEntry(stream.m_nObjNumber).m_nOffset != stream.m_nPos)
+      if (m_state.m_xref.GetEntry(stream.m_nObjNumber).m_nOffset != stream.m_nPos &&
+          m_state.m_scanned.GetEntry(stream.m_nObjNumber).m_nOffset != stream.m_nPos)
         continue;
-      const CObjectPtr object = m_file.m_xref.GetObject(stream.m_nObjNumber, -1);
+      const CObjectPtr object = m_state.m_xref.GetObject(stream.m_nObjNumber, -1);
       const CObjectPtr type = object["Type"];
       if (type.IsName("ObjStm"))
         holders.Add(stream.m_nObjNumber);
       else if (type.IsName("XRef") && object["Root"])
       {
         m_xrefTrailer = object.GetValueObject();
-        m_file.NoteTrailer(m_xrefTrailer, m_file.GetDamage(stream.m_nObjNumber) != 0);
+        m_state.NoteTrailer(m_xrefTrailer, m_file.GetDamage(stream.m_nObjNumber) != 0);
       }
     }
   }
@@ -194,14 +193,14 @@ void CXRefRecovery::ReadStreamObjects()
     TakeTrailer(m_xrefTrailer);
     m_bTrailerFound = true;
   }
-  m_file.m_bHoldersBeside = m_bSecondary;
-  if (m_file.m_encrypt && !m_file.m_pSecurity)
-    m_file.m_recoveredHolders = holders;
+  m_state.m_bHoldersBeside = m_bSecondary;
+  if (m_state.m_encrypt && !m_state.m_pSecurity)
+    m_state.m_recoveredHolders = holders;
   else
-    m_file.EnterRecoveredHolders(holders, m_bSecondary);
+    m_reader.EnterRecoveredHolders(holders, m_bSecondary);
   // What was met while entries were missing is met again.
   if (!m_bSecondary)
-    m_file.m_damage.RemoveAll();
+    m_state.m_damage.RemoveAll();
 }
 
 }  // namespace PDF

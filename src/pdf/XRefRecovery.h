@@ -11,7 +11,10 @@ namespace PDF
 class CXRefRecovery
 {
 public:
-  explicit CXRefRecovery(CFile& file) : m_file(file) {}
+  CXRefRecovery(CFile& file, TFileState& state, CObjectReader& reader)
+      : m_file(file), m_state(state), m_reader(reader)
+  {
+  }
 
   // Primary form (bSecondary false): the table is made anew from every "n g obj" in the file, the last
   // occurrence of a number counting, and the trailer from the last "trailer" or, in a file without one, from
@@ -44,6 +47,8 @@ private:
   void ReadStreamObjects();
 
   CFile& m_file;
+  TFileState& m_state;
+  CObjectReader& m_reader;
   BSE::CBasicArray<TStreamObject> m_streams;
   BSE::CPagedArray<signed char, 64> m_verdicts;  // by object number: 1 the table is right, -1 it is wrong
   CObjectPtr m_xrefTrailer;

@@ -157,7 +157,7 @@ bool CDCTDecompressor::Start(std::int64_t nEncodedSize)
   if (nMemory > g_nMaxDCTMemory ||
       IsOutOfProportion(nMemory, g_nFreeDCTMemory, g_nMaxDecodeRatio, nEncodedSize))
   {
-    ReportError(m_pErrorContext, g_nDecodedSizeExceeded);
+    ReportError(m_pErrorContext, g_nSizeExceeded);
     m_bFailed = true;
     return false;
   }
@@ -189,7 +189,7 @@ void CDCTDecompressor::ReadScans()
         }
       });
   if (bExhausted)
-    ReportError(m_pErrorContext, g_nDecodedSizeExceeded);
+    ReportError(m_pErrorContext, g_nSizeExceeded);
 }
 
 int CDCTDecompressor::ReadRows(std::span<unsigned char> block, std::size_t nRowSize)

@@ -247,10 +247,10 @@ TEST(DCTFilter, BoundsWorkAndMemory)
   const std::string progressive = MakeJpeg(20, 20, 3, WriteProgressive);
   EXPECT_EQ(DecodePicture(WithSize(plain, "\xFF\xC0", "\xFF\xDC\xFF\xDC")).m_codes, CCodes{0x8A04002AU});
   EXPECT_EQ(DecodePicture(WithSize(progressive, "\xFF\xC2", "\x70\0\x70\0"s)).m_codes,
-            CCodes{g_nDecodedSizeExceeded});
+            CCodes{g_nSizeExceeded});
   // What is missing of a small file is gray up to a limit.
   const TPicture gray = DecodePicture(WithSize(plain, "\xFF\xC0", "\x70\0\x70\0"s));
-  EXPECT_EQ(gray.m_codes.back(), g_nDecodedSizeExceeded);
+  EXPECT_EQ(gray.m_codes.back(), g_nSizeExceeded);
   EXPECT_LE(gray.m_rows.size(), 65U << 20);
   // Scans of a few bytes that visit every block.
   std::string bomb = WithSize(progressive, "\xFF\xC2", "\x08\0\x08\0"s);
@@ -263,7 +263,7 @@ TEST(DCTFilter, BoundsWorkAndMemory)
   const CObjectPtr<CDCTDecodeFilter> pFilter(
       new CDCTDecodeFilter(MakeSource(bomb).Get(), CDCTParameters{}, &reports));
   EXPECT_EQ(ReadPieces(*pFilter, 2048 * 3).size(), 2048U * 2048 * 3);
-  EXPECT_EQ(reports.GetCodes().back(), g_nDecodedSizeExceeded);
+  EXPECT_EQ(reports.GetCodes().back(), g_nSizeExceeded);
 }
 
 TEST(DCTFilter, StandsAfterTheImage)
