@@ -9,7 +9,6 @@
 #include <random>
 #include <set>
 #include <system_error>
-#include <utility>
 
 namespace Tool
 {
@@ -22,7 +21,7 @@ constexpr int g_nMaxAttempts = 100;
 constexpr size_t g_nMaxNamePart = 200;
 
 std::mutex g_temporaryLock;
-std::set<std::pair<int, std::string>> g_temporaryFiles;  // a folder's descriptor and a name in it
+std::set<CAtomicFile*> g_temporaryFiles;  // those that have one, and some that have none
 
 // The mask can only be read by setting it, so it is read before there is a second thread.
 mode_t ReadMask()
@@ -61,18 +60,18 @@ bool IsSame(const struct stat& one, const struct stat& other)
 
 CAtomicFile::~CAtomicFile()
 {
-  if (!m_sTemporary.empty())
-  {
-    const std::lock_guard lock(g_temporaryLock);
-    RemoveTemporary();
-  }
+  const std::lock_guard lock(g_temporaryLock);
+  RemoveTemporary();
+  g_temporaryFiles.erase(this);
 }
 
-// Under the lock.
+// Under the lock. Takes no memory.
 void CAtomicFile::RemoveTemporary()
 {
-  unlinkat(m_pFolder->Get(), m_sTemporary.c_str(), 0);
-  g_temporaryFiles.erase({m_pFolder->Get(), m_sTemporary});
+  if (!m_sTemporary.empty())
+  {
+    unlinkat(m_pFolder->Get(), m_sTemporary.c_str(), 0);
+  }
   m_sTemporary.clear();
 }
 
@@ -141,16 +140,18 @@ bool CAtomicFile::OpenTemporary(const std::string& sFolder, const std::string& s
   {
     m_pFolder = std::make_unique<CFileDescriptor>(open(sFolder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
   }
+  // All memory is had before there is a file that would be left without a trace.
+  g_temporaryFiles.insert(this);
+  m_pFile = std::make_unique<CFileDescriptor>(-1);
   for (int i = 0; i < g_nMaxAttempts; ++i)
   {
-    const std::string sTemporary = sName + MakeSuffix();
+    std::string sTemporary = sName + MakeSuffix();
     const int nFile = openat(m_pFolder->Get(), sTemporary.c_str(),
                              O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR);
     if (nFile >= 0)
     {
-      m_pFile = std::make_unique<CFileDescriptor>(nFile);
-      m_sTemporary = sTemporary;
-      g_temporaryFiles.emplace(m_pFolder->Get(), m_sTemporary);
+      m_pFile->Take(nFile);
+      m_sTemporary.swap(sTemporary);
       return true;
     }
     if (errno != EEXIST)
@@ -291,7 +292,6 @@ bool CAtomicFile::Rename()
   {
     return Fail("write");
   }
-  g_temporaryFiles.erase({m_pFolder->Get(), m_sTemporary});
   m_sTemporary.clear();
   return true;
 }
@@ -300,11 +300,10 @@ void RemoveTemporaryFiles()
 {
   // Never released: nothing is made or renamed from here on.
   g_temporaryLock.lock();
-  for (const auto& [nFolder, sName] : g_temporaryFiles)
+  for (CAtomicFile* pFile : g_temporaryFiles)
   {
-    unlinkat(nFolder, sName.c_str(), 0);
+    pFile->RemoveTemporary();
   }
-  g_temporaryFiles.clear();
 }
 
 }  // namespace Tool

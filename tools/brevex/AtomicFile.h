@@ -53,6 +53,8 @@ public:
   const std::string& GetError() const { return m_sError; }
 
 private:
+  friend void RemoveTemporaryFiles();
+
   bool Fail(const char* szDoing);
   bool CheckTarget(int nInput);
   bool OpenTemporary(const std::string& sFolder, const std::string& sName);

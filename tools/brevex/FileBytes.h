@@ -19,6 +19,9 @@ public:
   bool IsOpen() const { return m_nFile >= 0; }
   int Get() const { return m_nFile; }
 
+  // For one that is none yet.
+  void Take(int nFile) { m_nFile = nFile; }
+
   // Closes it at once; false with errno if the system tells that written data was lost.
   bool Close();
 

@@ -2,9 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cstdio>
 #include <exception>
-#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -36,7 +34,7 @@ TExitCode RunTask(const CFileOptimizer& optimizer, const TTask& task, CReporter&
   }
   catch (const std::exception& exception)
   {
-    WriteError(task.sInput + ": " + GetReason(exception));
+    WriteException(task.sInput, exception);
     return TExitCode::Internal;
   }
 }
@@ -80,7 +78,7 @@ TExitCode RunOptimize(const TOptimizeOptions& options)
       threads.emplace_back(work);
     }
   }
-  catch (const std::system_error&)
+  catch (const std::exception&)
   {
     // Those that could be started do the work, and this one.
   }

@@ -188,4 +188,16 @@ void WriteError(const std::string& sMessage)
   std::fprintf(stderr, "brevex: %s\n", MakePrintable(sMessage).c_str());
 }
 
+void WriteException(const std::string& sFile, const std::exception& exception) noexcept
+{
+  try
+  {
+    WriteError((sFile.empty() ? "" : sFile + ": ") + GetReason(exception));
+  }
+  catch (const std::exception&)
+  {
+    std::fputs("brevex: there is not enough memory\n", stderr);
+  }
+}
+
 }  // namespace Tool

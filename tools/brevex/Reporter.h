@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <exception>
 #include <mutex>
 #include <string>
 
@@ -39,5 +40,8 @@ private:
 
 // Written to standard error with the program's name before it.
 void WriteError(const std::string& sMessage);
+
+// The same for what an exception tells, about a file if there is a name. Needs no memory.
+void WriteException(const std::string& sFile, const std::exception& exception) noexcept;
 
 }  // namespace Tool

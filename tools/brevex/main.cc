@@ -55,7 +55,7 @@ int main(int nArguments, char** arguments)
   }
   catch (const std::exception& exception)
   {
-    Tool::WriteError(Tool::GetReason(exception));
+    Tool::WriteException("", exception);
     return static_cast<int>(Tool::TExitCode::Internal);
   }
 }
