@@ -2,10 +2,10 @@
 //
 //   first_page FILE...
 //
-// Every file is linearized, unless it is already, and cut behind the end of its first page. A viewer that
+// Every file is linearized, unless it is already, and cut after the end of its first page. A viewer that
 // knows linearized files goes on with what it has: it knows the first page's object and the positions of the
 // objects in front. The readers used here do not, so that the cut file gets a page tree of this one page and
-// one cross-reference table of these objects behind it; everything else is missing. Both files are rendered
+// one cross-reference table of these objects after it; everything else is missing. Both files are rendered
 // by mutool and pdftoppm, and the pictures have to be equal. One line a file: the bytes needed, those of the
 // whole, and what each reader says. Ends with 1 if a picture differs.
 
@@ -24,7 +24,7 @@ namespace
 
 using Support::CTempFolder;
 
-// Objects of the first section: number and position of each stand in its table.
+// Objects of the first section: number and position of each are in its table.
 struct TFront
 {
   std::string sBytes;    // up to the end of the first page
@@ -36,7 +36,7 @@ struct TFront
   long nCatalogue = 0;
 };
 
-// The number behind a mark.
+// The number after a mark.
 long GetNumber(const std::string& sText, const std::string& sMark)
 {
   const size_t nMark = sText.find(sMark);

@@ -160,7 +160,7 @@ std::string MakeRevisions(long n, bool bHybrid)
   return document.m_sOut;
 }
 
-// A document whose objects from 3 on stand in object streams, and its cross-reference stream.
+// A document whose objects from 3 on are in object streams, and its cross-reference stream.
 std::string MakeStreams(const std::vector<std::string>& streams, const std::vector<std::array<long, 3>>& rows,
                         long nMembers)
 {

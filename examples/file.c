@@ -1,6 +1,6 @@
-/* Makes one file smaller, and tells what became of it: file IN OUT.
+/* Makes one file smaller, and says what became of it: file IN OUT.
  *
- * Shows the order of calls, where options go, and how losses are told: a save that succeeds may lack what
+ * Shows the order of calls, where options go, and how losses are reported: a save that succeeds may lack what
  * could not be read in the input.
  */
 #include <brevex/brevex.h>

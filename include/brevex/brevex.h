@@ -27,7 +27,7 @@
  * the system as bytes: the A form passes them unchanged, the W form converts them to the locale.
  *
  * Passwords. The A form takes PDFDocEncoding (ISO 32000-1, Annex D.2), which is Latin-1 but for a few places,
- * or UTF-8 behind the bytes EF BB BF, whatever the locale; to open a document, UTF-8 without them will do. A
+ * or UTF-8 after the bytes EF BB BF, whatever the locale; to open a document, UTF-8 without them will do. A
  * null password is an empty one. Ciphers of up to 128 bits use the first 32 bytes of a password, AES-256 the
  * first 127 of its UTF-8, which is normalized first (RFC 4013).
  *
@@ -479,7 +479,7 @@ BREVEX_API int BrevexSetInfoEntryW(TBrevexHandle* pHandle, const TBrevexChar* sz
 BREVEX_API const char* BrevexGetInfoEntryA(TBrevexHandle* pHandle, const char* szKey);
 BREVEX_API const TBrevexChar* BrevexGetInfoEntryW(TBrevexHandle* pHandle, const TBrevexChar* szKey);
 
-/* Sets the PDF version of the output, "1.7" for example; text behind the second number is ignored. Takes
+/* Sets the PDF version of the output, "1.7" for example; text after the second number is ignored. Takes
  * effect at the next open, so it comes before BrevexOpenA and its relatives. False, and nothing changes, for
  * a text that is not two numbers with a point between.
  */
@@ -508,7 +508,7 @@ BREVEX_API void BrevexSetProfile(TBrevexHandle* pHandle, unsigned nProfile);
  * -------------------------------------------------------------------------------------- */
 
 /* Images at or above a threshold are downsampled to a resolution, and never
- * enlarged. All in dots per inch as the image stands on its page; kept as given in 32-bit precision. With a
+ * enlarged. All in dots per inch as it is placed on its page; kept as given in 32-bit precision. With a
  * negative threshold, the default, there is no downsampling; 0 downsamples all that is above the resolution.
  */
 

@@ -8,7 +8,7 @@ namespace BSE
 namespace
 {
 
-// What a caller tells of positions and lengths is added to: a number that no stream reaches is none.
+// What a caller says of positions and lengths is added to: a number that no stream reaches is none.
 std::int64_t CheckPosition(std::int64_t nPos)
 {
   constexpr std::int64_t nMax = std::int64_t{1} << 62;

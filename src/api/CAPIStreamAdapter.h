@@ -9,7 +9,7 @@ namespace BSE
 {
 
 // A caller's table of callbacks as a stream. The caller is not trusted: a callback that answers more than it
-// was asked for has failed. A failure is reported to the error context and stands in the calling thread's
+// was asked for has failed. A failure is reported to the error context and is in the calling thread's
 // error slot.
 //
 // The caller's stream has one position. As soon as there is a duplicate, the first adapter and every

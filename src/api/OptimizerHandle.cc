@@ -74,7 +74,7 @@ bool COptimizerHandle::CheckFileName(const char* szFileName)
   return Conclude(false);
 }
 
-// A directory is told to the thread alone.
+// A directory is reported to the thread alone.
 bool COptimizerHandle::FailFile()
 {
   if (const BSE::IError* pError = BSE::CTLSError::Get(); pError != nullptr && GetLastCode() == 0)

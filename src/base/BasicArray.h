@@ -19,7 +19,7 @@ class IObject;
 // overflow.
 std::size_t GetArraySizeClass(std::size_t nBytes);
 
-// Storage of the dense arrays: up to 8 bytes stand in the object itself, more in one heap block of a size
+// Storage of the dense arrays: up to 8 bytes are in the object itself, more in one heap block of a size
 // class.
 class CArrayStorage
 {

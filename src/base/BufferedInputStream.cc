@@ -89,7 +89,7 @@ std::int64_t CBufferedInputStream::Read(unsigned char* pBuffer, std::int64_t n)
   {
     if (m_pCurrent == m_pEnd && n - nDone >= m_nCapacity && m_bOwnsBuffer)
     {
-      // A large rest goes straight to the caller; the buffer stays empty behind it.
+      // A large rest goes straight to the caller; the buffer stays empty after it.
       const std::int64_t nRead = ReadSource(pBuffer + nDone, n - nDone);
       if (nRead <= 0)
         break;

@@ -74,7 +74,7 @@ protected:
 
   unsigned char* m_pBuffer = nullptr;
   unsigned char* m_pCurrent = nullptr;
-  unsigned char* m_pEnd = nullptr;  // behind the last valid byte
+  unsigned char* m_pEnd = nullptr;  // after the last valid byte
   int m_nCapacity = 0;
   bool m_bEnd = false;
   bool m_bFailed = false;      // the last access to the source failed

@@ -6,7 +6,7 @@ namespace BSE
 {
 
 // The code of a failure to write to a target or to position it, to be asked for at once: what the target has
-// left in the thread's error slot; exhausted memory for one in memory; else 0x80300061. The slot tells the
+// left in the thread's error slot; exhausted memory for one in memory; else 0x80300061. The slot holds the
 // truth if it held success before.
 unsigned GetWriteFailure(IByteStream* pTarget);
 
@@ -17,7 +17,7 @@ public:
   explicit CBufferedOutputStream(IByteStream* pTarget, int nCapacity = g_nDefaultBlockSize);
   ~CBufferedOutputStream() override;
 
-  // The larger of the target's length and what is buffered behind it.
+  // The larger of the target's length and what is buffered after it.
   std::int64_t GetLength() override;
   bool IsSeekable() const override { return m_pSource && m_pSource->IsSeekable(); }
   bool Rewind() override { return Seek(0); }

@@ -13,7 +13,7 @@ namespace BSE
 
 // Reads big-endian values from a block of memory and cannot overrun it. The first read past the end makes the
 // cursor fail for good: from then on every value is 0 and every span is empty, so that a run of fields is
-// read first and HasFailed asked once behind it. The block must outlive the cursor.
+// read first and HasFailed asked once after it. The block must outlive the cursor.
 class CByteCursor
 {
 public:

@@ -8,7 +8,7 @@ namespace BSE
 {
 
 // Random access over a source that can only be read forward: what was read once stays in memory. The source
-// is read from where it stands, which is position 0 here, and only as far as a position or a read asks for
+// is read from where it is, which is position 0 here, and only as far as a position or a read asks for
 // it.
 class CCachedInputStream : public IByteStream, public CObject
 {
@@ -24,7 +24,7 @@ public:
   bool Skip(std::int64_t n) override;
   std::int64_t Tell() override { return m_nPos; }
 
-  // Reads the source up to the position. A position behind the end is clamped to a length that is known, and
+  // Reads the source up to the position. A position after the end is clamped to a length that is known, and
   // refused otherwise. Negative counts from the end, for which everything is read.
   bool Seek(std::int64_t nPos) override;
   int GetBlockSize() const override { return m_nBlockSize; }

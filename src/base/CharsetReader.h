@@ -12,7 +12,7 @@ namespace BSE
 {
 
 // A stream of units TOut, for reading, converted from a source of units TIn. Positions count units of TOut;
-// the source is read ahead. A conversion that fails reports its code once to the error context; what stands
+// the source is read ahead. A conversion that fails reports its code once to the error context; what is
 // before is delivered, then Read gives 0 and ReadEx -1 until Rewind.
 template <class TOut, class TIn>
 class CBasicFilter : public CObject, public IBasicStream<TOut>
@@ -23,7 +23,7 @@ public:
   bool Skip(std::int64_t n) override;
   std::int64_t Tell() override { return m_nPos; }
 
-  // A position behind the present one is reached through Rewind; a negative one is refused.
+  // A position after the present one is reached through Rewind; a negative one is refused.
   bool Seek(std::int64_t nPos) override;
   std::int64_t Read(TOut* pBuffer, std::int64_t n) override;
   std::int64_t ReadEx(TOut* pBuffer, std::int64_t n) override;

@@ -19,7 +19,7 @@ public:
   bool Skip(std::int64_t n) override;
   std::int64_t Tell() override;
 
-  // Only to where the stream stands.
+  // Only to where the stream is.
   bool Seek(std::int64_t nPos) override { return nPos == Tell(); }
 
   // Fills the buffer across the ends of sub-streams.
@@ -32,7 +32,7 @@ public:
   std::int64_t Write(const unsigned char* pBuffer, std::int64_t n) override;
 
 private:
-  // Makes the next stream from an index on the current one; false behind the last.
+  // Makes the next stream from an index on the current one; false after the last.
   bool Enter(int nIndex);
 
   CIObjectArray m_streams;

@@ -64,7 +64,7 @@ protected:
 bool HasGap(IByteStream* pData);
 
 // Decoder that pulls single bytes from its source through an inner buffer. A decoder holds no more bytes of
-// the source than that buffer does: a seekable source stands right behind the end marker at the end.
+// the source than that buffer does: a seekable source is right after the end marker at the end.
 class CBufferedDecodeFilter : public CDecodeFilter
 {
 protected:

@@ -26,7 +26,7 @@ bool CEmbeddedStream::SeekSource()
   std::int64_t nTarget = 0;
   if (!m_pSource || !CheckedAdd(m_nPos, m_nOffset, nTarget))
     return false;
-  // A source that only goes forward is left alone where it stands right.
+  // A source that only goes forward is left alone where it is right.
   return (!m_pSource->IsSeekable() && m_pSource->Tell() == nTarget) || m_pSource->Seek(nTarget);
 }
 
@@ -74,7 +74,7 @@ std::int64_t CEmbeddedStream::ReadEx(unsigned char* pBuffer, std::int64_t n)
     n = std::min(n, m_nLength - m_nPos);
   if (!pBuffer || n <= 0)
     return 0;
-  // Behind the source's end nothing is sought: a source that can be written would grow.
+  // After the source's end nothing is sought: a source that can be written would grow.
   const std::int64_t nSource = m_pSource && m_pSource->IsSeekable() ? m_pSource->GetLength() : -1;
   if (nSource >= 0 && m_nPos >= nSource - m_nOffset)
     return 0;

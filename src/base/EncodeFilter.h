@@ -17,7 +17,7 @@ public:
   bool Skip(std::int64_t) override { return false; }
   bool Seek(std::int64_t nPos) override { return nPos == m_nPos; }
 
-  // Writes the final bytes, once; closes nested encode filters behind it too when bChain. False if anything
+  // Writes the final bytes, once; closes nested encode filters after it too when bChain. False if anything
   // failed. Destructors of the concrete encoders call it as a fallback.
   bool Close(bool bChain = true);
 

@@ -75,7 +75,7 @@ int RenderErrno(int nErrno, char16_t* pBuffer, int nLength)
   return CopyMessage(text.GetText(), pBuffer, nLength);
 }
 
-// Finds the property whose key stands between the percent sign at szTemplate and the next one. Null if there
+// Finds the property whose key is between the percent sign at szTemplate and the next one. Null if there
 // is none; nKeyLength is the length of the key otherwise.
 CErrorProperty* FindPlaceholder(const char16_t* szTemplate, const CErrorProperties& properties,
                                 int& nKeyLength)

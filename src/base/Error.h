@@ -101,7 +101,7 @@ public:
   IError* Clone() const override { return new CErrnoError(*this); }
 };
 
-// An operating system failure on a file, whose name stands in the property "File".
+// An operating system failure on a file, whose name is in the property "File".
 class CFileError : public CErrnoError
 {
 public:

@@ -8,7 +8,7 @@ namespace BSE
 {
 
 // A path as a value: bytes in the file system's encoding, parts separated by '/'. The operations work on what
-// has that name at the moment. A failure is traced (component "File") and told as false or -1, with errno
+// has that name at the moment. A failure is traced (component "File") and shown by false or -1, with errno
 // left as the system set it; that something does not exist is an answer, and no failure.
 class CFile
 {
@@ -23,13 +23,13 @@ public:
   const char* GetPath() const { return m_path.GetText(); }
   bool IsEmpty() const { return m_path.IsEmpty(); }
 
-  // What stands behind the last '/'.
+  // What follows the last '/'.
   const char* GetName() const;
 
-  // What stands before the last '/': "/" for a name in the root, empty without a '/'.
+  // What comes before the last '/': "/" for a name in the root, empty without a '/'.
   CStr8 GetFolder() const;
 
-  // What stands behind the last '.' of the name; empty without one.
+  // What follows the last '.' of the name; empty without one.
   const char* GetExtension() const;
 
   // Replaces the extension, or adds one. An empty or null extension goes together with its '.'.
@@ -81,7 +81,7 @@ public:
 
   bool IsValid() const { return m_pFolder != nullptr; }
 
-  // Takes the next file, with the folder in its path; false behind the last.
+  // Takes the next file, with the folder in its path; false after the last.
   bool FindNext(CFile& file);
 
 private:

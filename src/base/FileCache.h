@@ -12,7 +12,7 @@ namespace BSE
 {
 
 // Keeps data that is costly to fetch, one file per key, in a folder of the cache's name below the user's
-// ".norvane/Caches". An entry is valid up to a time and is removed when it is met behind that. An entry is
+// ".norvane/Caches". An entry is valid up to a time and is removed when it is met after that. An entry is
 // complete or absent, whatever happens to the process, so that processes can share a cache. With bShared the
 // threads of a process can share the object too.
 //

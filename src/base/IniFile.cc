@@ -142,7 +142,7 @@ CIniFile::CSection* CIniFile::GetOrCreate(TText name)
   if (nPos >= 0)
     return static_cast<CSection*>(m_names.GetValue(nPos));
   const CObjectPtr<CSection> pSection(new CSection(MakeString(name).GetText()));
-  // The section without a name is written without a header, so it stands first.
+  // The section without a name is written without a header, so it comes first.
   m_sections.InsertAt(name.empty() ? 0 : m_sections.GetSize(), pSection.Get());
   m_names.SetAt(name.data(), name.size_bytes(), pSection.Get());
   return pSection.Get();

@@ -11,7 +11,7 @@ namespace BSE
 
 // Settings as lines of text in UTF-8: "[name]" begins a section, "key=value" lines follow. Reading drops
 // blanks around names, keys and values, empty lines, comments (lines that begin with ';' or '#') and lines
-// that are none of these; what stands before the first section belongs to a section without a name. The order
+// that are none of these; what comes before the first section belongs to a section without a name. The order
 // of sections and keys is kept. A zero character ends a line.
 class CIniFile
 {

@@ -22,7 +22,7 @@ public:
   bool Skip(std::int64_t n) override;
   std::int64_t Tell() override { return m_nStart + m_nUsed; }
 
-  // Only to where the stream stands.
+  // Only to where the stream is.
   bool Seek(std::int64_t nPos) override { return nPos == Tell(); }
 
   // A multiple of the number of streams.

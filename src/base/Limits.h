@@ -107,8 +107,8 @@ inline constexpr std::int64_t g_nFreeJBIG2Memory = std::int64_t{128} << 20;
 inline constexpr std::int64_t g_nFreeDCTMemory = std::int64_t{128} << 20;
 inline constexpr std::int64_t g_nMaxDCTMemory = std::int64_t{2} << 30;
 
-// Blocks of 64 coefficients that the scans of one image visit, so many for each byte. A blank image takes some
-// 80 of a byte with ten scans; hostile data has a scan of tens of thousands of blocks in some ten bytes.
+// Blocks of 64 coefficients that the scans of one image visit, so many for each byte. A blank image takes
+// some 80 of a byte with ten scans; hostile data has a scan of tens of thousands of blocks in some ten bytes.
 inline constexpr std::int64_t g_nFreeDCTWork = std::int64_t{1} << 26;
 inline constexpr std::int64_t g_nDCTWorkRatio = 256;
 

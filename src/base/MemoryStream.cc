@@ -22,8 +22,8 @@ constexpr unsigned char g_zeros[g_nDefaultBlockSize] = {};
 }  // namespace
 
 // The first block may be larger than the others, so that a copied block stays in one piece. Capacity runs
-// ahead of the size; bytes behind the size are not defined. A block that is null or missing below the size
-// reads as zeros: what stands in a file must not depend on what was in memory before.
+// ahead of the size; bytes after the size are not defined. A block that is null or missing below the size
+// reads as zeros: what is in a file must not depend on what was in memory before.
 struct CMemoryStream::TBlocks
 {
   struct TPlace
@@ -231,7 +231,7 @@ std::int64_t CMemoryStream::Write(const unsigned char* pBuffer, std::int64_t n)
   std::int64_t nEnd = 0;
   if (!pBuffer || n <= 0 || !CheckedAdd(m_nPos, n, nEnd))
     return 0;
-  // The position is behind the end if a duplicate has cut the stream.
+  // The position is after the end if a duplicate has cut the stream.
   if (!m_pBlocks->Extend(m_nPos) || !m_pBlocks->Provide(m_nPos, nEnd))
     return 0;
   for (std::int64_t nLeft = n; nLeft > 0;)

@@ -15,8 +15,8 @@ public:
   // Drops one reference; the object is gone when the last one is dropped.
   virtual void Release() = 0;
 
-  // True while the object can be used. What that means is told by the class: a stream is open, a filter could
-  // start.
+  // True while the object can be used. What that means is the class's to say: a stream is open, a filter
+  // could start.
   virtual bool IsValid() const = 0;
 
 protected:

@@ -5,7 +5,7 @@
 namespace BSE
 {
 
-// Reader/writer lock, not recursive. A lock that could not be initialised is told in the trace and then
+// Reader/writer lock, not recursive. A lock that could not be initialised is noted in the trace and then
 // excludes nobody.
 class CRWLock
 {

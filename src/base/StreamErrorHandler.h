@@ -52,7 +52,7 @@ private:
 };
 
 // Writes to a file, which is created or truncated. A file that cannot be opened leaves the handler silent;
-// the thread's error slot tells why.
+// the thread's error slot says why.
 class CFileLogErrorHandler : public CStreamErrorHandler
 {
 public:

@@ -168,7 +168,7 @@ const char* CTraceFormatter::AddEscape(const char* p)
   return p + (pName ? 2 : 1);
 }
 
-// p stands behind the percent sign.
+// p is after the percent sign.
 const char* CTraceFormatter::Parse(const char* p, TConversion& conversion, TArguments& arguments) const
 {
   for (const char* pFlag; *p && (pFlag = std::strchr(g_szFlags, *p)) != nullptr; ++p)

@@ -13,7 +13,8 @@ public:
   // Takes the path, with the local date in place of the first "%s". False if the path is too long.
   bool SetPath(const char* szPath);
 
-  // Opens the file once and closes it again. A failure is told on standard error and silences this output.
+  // Opens the file once and closes it again. A failure is reported on standard error and silences this
+  // output.
   bool Probe();
 
   // Writes one line; false if it was lost. The message loses its line feeds and has its quotes doubled.

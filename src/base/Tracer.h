@@ -17,7 +17,7 @@ public:
 
   // Writes one line. szSeverity is "E", "W", "I" or "D". The format takes the conversions of printf
   // (%d %i %u %x %X %o %c %s %f %e %g %p %%, flags, width, precision, h l L), %S for a wchar_t text written
-  // as UTF-8, and C escapes that stand in the format as backslash sequences. Cut at 1023 bytes.
+  // as UTF-8, and C escapes that are in the format as backslash sequences. Cut at 1023 bytes.
   static void Trace(const char* szSeverity, const char* szComponent, const char* szFormat, ...)
       __attribute__((nonnull(1, 2, 3)));
 

@@ -126,7 +126,7 @@ private:
   {
     int m_nNumber;
     unsigned m_nCode;
-    int m_nPage;   // 1-based index where the first lost page would stand; 0 for a remark
+    int m_nPage;   // 1-based index where the first lost page would be; 0 for a remark
     int m_nPages;  // as many as were claimed
   };
 
@@ -207,7 +207,7 @@ private:
   BSE::CBasicArray<TFinding> m_remarks;
   BSE::CBasicArray<TFinding> m_losses;
   int m_nWalked = 0;       // pages met by the walk
-  bool m_bLoaded = false;  // m_pages and m_treeObjects stand
+  bool m_bLoaded = false;  // m_pages and m_treeObjects are complete
 
   // Writing: the open nodes from the pages upwards, and their page counts.
   BSE::CObjectArray<CObject> m_levels;

@@ -19,7 +19,7 @@ CConformance GetClaimedConformance(std::span<const char> part, std::span<const c
 const char* GetPartText(CConformance conformance);
 const char* GetLevelText(CConformance conformance);
 
-// The colour model that the header of an ICC profile stream tells (ICC.1, 7.2.6).
+// The colour model that the header of an ICC profile stream gives (ICC.1, 7.2.6).
 TColorModel ReadProfileModel(const CObjectPtr& profile);
 
 // Reads "1.7" into its numbers; false, and both left alone, for anything else or null.

@@ -2,7 +2,7 @@
 // reference leads to: the first reference makes the target object and enters it, every later one finds it
 // there. So cycles end, shared objects stay shared, and a forward reference needs no second pass. An object
 // is written as soon as its value is complete, and both sides leave memory; what remains is four bytes in the
-// map. Losses are told here, because only here is it known that a damaged object was wanted.
+// map. Losses are reported here, because only here is it known that a damaged object was wanted.
 
 #include "document/CopyBase.h"
 

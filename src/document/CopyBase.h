@@ -38,7 +38,7 @@ public:
   CCopyBase& operator=(const CCopyBase&) = delete;
 
   // Both files must outlive the copier's use. Null unbinds. A new save begins here: nothing is refused, no
-  // damage told.
+  // damage reported.
   void SetFiles(CFile* pSource, CFile* pTarget);
 
   // The page tree whose objects are known to be pages and nodes; null leaves that to their "Type".
@@ -64,7 +64,7 @@ public:
   // True for a page or a node of a page tree.
   bool IsPageObject(const CObjectPtr& source) const;
 
-  // True if the page stands in the target already.
+  // True if the page is in the target already.
   bool IsPageCopied(const CObjectPtr& sourcePage) const;
 
   // The value of a reference, or a direct object itself.

@@ -102,7 +102,7 @@ public:
 
   // Brings metadata stream and information dictionary in step and writes the stream, if there is to be one,
   // into the target or, with a null target, into a new object. The packet of a new document claims what the
-  // document does. Only a stream with a target is compressed. The producer stands where none is named.
+  // document does. Only a stream with a target is compressed. The producer is used where none is named.
   void UpdateMetadata(const char16_t* szProducer, const CObjectPtr& target);
 
   // What an opened document claims: the PDF/A identification of its metadata, else that of the file; found at

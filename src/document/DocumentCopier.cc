@@ -318,7 +318,7 @@ CObjectPtr CDocumentCopierBase::CreatePageCopy(const CPage& source)
     return tree.NewPage(m_copier.GetGroup());
   bool bCreated = false;
   CObjectPtr target = m_copier.GetOrCreateCopy(source, bCreated);
-  // A page that stands in the tree a second time becomes a page of its own.
+  // A page that is in the tree a second time becomes a page of its own.
   if (!target || (!bCreated && CCopyBase::IsFilled(target)))
     return tree.NewPage(m_copier.GetGroup());
   tree.InitPage(*target);

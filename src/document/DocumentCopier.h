@@ -36,7 +36,7 @@ public:
   CDocument& GetInput() { return m_input; }
   CDocument& GetOutput() { return m_output; }
 
-  // Name and version that stand as "Producer" where the input names none.
+  // Name and version that are used as "Producer" where the input names none.
   void SetProducer(const char16_t* szProducer) { m_producer.Assign(szProducer); }
 
   // Replaces a former value of the key. Entries outlive documents. Both are kept as copies; null is refused.
@@ -115,7 +115,7 @@ protected:
   CObjectPtr CreatePageCopy(const CPage& source);
 
   // A value that a page may inherit, through the visitor, written on the copy if there is one. A larger value
-  // that stands in a node itself becomes one object for all pages that inherit it.
+  // that is in a node itself becomes one object for all pages that inherit it.
   void CopyInherited(const TPageCopy& page, const CObjectPtr& target, const char* szKey);
   void CopyInheritedValue(const TInheritedValue& inherited, const CObjectPtr& target, const char* szKey);
 

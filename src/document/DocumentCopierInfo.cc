@@ -79,7 +79,7 @@ bool CDocumentCopierBase::CopyDocumentMetadata()
   m_output.UpdateMetadata(m_producer.GetText(), bCreated ? target : CObjectPtr());
   if (const CObjectPtr written = m_output.GetCatalog()["Metadata"]; written.IsStream() && written->IsDirty())
     m_copier.HandleStream({}, written);
-  // From PDF 2.0 on the packet tells it all, and ISO 19005-4 wants no dictionary beside it.
+  // From PDF 2.0 on the packet says it all, and ISO 19005-4 allows no dictionary beside it.
   if (info.GetBegin() == info.GetEnd() || (bNew && m_output.GetMajorVersion() > 1))
   {
     m_output.GetFile().SetInfo(nullptr);

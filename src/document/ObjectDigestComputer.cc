@@ -129,7 +129,7 @@ CObjectPtr CObjectDigestComputer::VisitName(const CObjectPtr& object)
 
 CObjectPtr CObjectDigestComputer::VisitDictionary(const CObjectPtr& object)
 {
-  // Only a digest wants an order.
+  // Only a digest needs an order.
   if (!m_pHash)
     return CObjectTraverser::VisitDictionary(object);
   BSE::CBasicArray<int> positions;

@@ -43,7 +43,7 @@ public:
   // Digests the object, and what it leads to, unless that is done.
   CObjectPtr VisitIndirect(const CObjectPtr& object) override;
 
-  // Numbers of the candidates without an identity of their own, each behind those that it refers to.
+  // Numbers of the candidates without an identity of their own, each after those that it refers to.
   std::span<const int> GetOrder() const { return m_order.GetSpan(); }
 
 protected:

@@ -30,7 +30,7 @@ public:
   // Appends a value; of an indirect object its value object, not the object itself.
   void AddValue(const CObjectPtr& value) { Visit(value); }
 
-  // Appends the dictionary of a stream without its length, and without what tells how its data are encoded
+  // Appends the dictionary of a stream without its length, and without what says how its data are encoded
   // unless bEncoded.
   void AddStreamDictionary(const CObjectPtr& dictionary, bool bEncoded);
   void AddBytes(std::span<const unsigned char> bytes) { m_bytes.Append(bytes); }

@@ -94,7 +94,7 @@ bool IsDash(const CObjectPtr& value)
 }
 
 // Short keys are also names of glyphs and resources, and of entries of graphics states; what else there is
-// tells which.
+// says which.
 bool IsLinkedByShortKeys(const CObjectPtr& value)
 {
   const auto has = [&](const char* szKey) { return value.GetIndex(szKey) >= 0; };

@@ -114,7 +114,7 @@ void COutline::LoadChildren(CNumberSet& visited)
 
 bool COutline::Save(CFile& file)
 {
-  // Parents stand before their children.
+  // Parents come before their children.
   BSE::CPtrArray<COutline> nodes;
   nodes.Add(this);
   for (int i = 0; i < nodes.GetSize(); ++i)

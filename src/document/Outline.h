@@ -85,7 +85,7 @@ public:
   const CTextString& GetTitle() const { return m_title; }
   void SetTitle(const CTextString& title) { m_title = title; }
 
-  // As it stands: an array, or the name or string of a named destination.
+  // As it is: an array, or the name or string of a named destination.
   const CObjectPtr& GetDest() const { return m_dest; }
   void SetDest(const CObjectPtr& dest) { m_dest = dest; }
   CDestination GetDestination() const { return CDestination(m_dest); }

@@ -35,7 +35,7 @@ public:
   CPage(const CObjectPtr& object, const TInheritedValue (&inherited)[g_nInheritedKeys]);
 
   // The value of a key that the page has or inherits; null if there is none. A reference to null does not
-  // hide what stands above it.
+  // hide what is above it.
   CObjectPtr FindInherited(const char* szKey) const;
 
   // The node of its tree that a page has the value from; -1 where the value is the page's own.

@@ -7,7 +7,7 @@
 namespace PDF
 {
 
-// Walk over the indirect objects of a file that leaves every object behind the objects that it refers to;
+// Walk over the indirect objects of a file that leaves every object after the objects that it refers to;
 // only a cycle makes an exception, at the reference that closes it. One walk object meets an object once,
 // over all its calls. Depth costs memory for a list of numbers, not the call stack; of very deep chains the
 // upper objects are unloaded and read again. Objects are unloaded, and dropped where nobody else holds them,

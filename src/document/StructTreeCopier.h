@@ -20,7 +20,7 @@ protected:
 bool IsStructureObject(const CObjectPtr& object);
 
 // Copies a structure tree (ISO 32000-1, 14.7): of the kids "K" of an element only those are kept whose page
-// stands in the target. An element without a page of its own stays, and so does one that holds further
+// is in the target. An element without a page of its own stays, and so does one that holds further
 // elements. References to objects that the filter drops go.
 class CStructTreeCopier : public CObjectCopier
 {

@@ -124,7 +124,7 @@ void CTreeCopier::CopyChildren(const CObjectPtr& root, const CObjectPtr& rootTar
   FinishCopy(root, rootTarget);
 }
 
-// A node without a number stands in the file inside its predecessor, so that it cannot be part of a loop.
+// A node without a number is in the file inside its predecessor, so that it cannot be part of a loop.
 CObjectPtr CTreeCopier::GetNodeCopy(const CObjectPtr& source)
 {
   bool bCreated = false;

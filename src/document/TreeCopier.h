@@ -22,7 +22,7 @@ public:
   // it is.
   CObjectPtr VisitIndirect(const CObjectPtr& object) override;
 
-  // From outside, the entry that names a tree. Where the root itself stands there, its copy is an object of
+  // From outside, the entry that names a tree. Where the root itself is there, its copy is an object of
   // its own, which the nodes can refer to.
   CObjectPtr VisitEntry(const char* szKey, const CObjectPtr& value) override;
 

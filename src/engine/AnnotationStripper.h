@@ -42,7 +42,7 @@ public:
   // Reports that a signature goes with this object, once for each one with a number.
   void TellSignature(const CObjectPtr& object);
 
-  // The same where nothing has told of a signature yet.
+  // The same where nothing has reported a signature yet.
   void TellSignatureOnce();
 
   // Forgets what is known of fields, which belongs to one document.

@@ -36,7 +36,7 @@ bool CObjectStripper::IsDropped(const CObjectPtr& object)
   return true;
 }
 
-// One that no field tells of is told here.
+// One that no field speaks of is reported here.
 bool CObjectStripper::JudgeSignature(const CObjectPtr& object)
 {
   if (!IsSignature(object))

@@ -20,7 +20,7 @@ public:
   {
   }
 
-  // Of all that the object says: a strong digest of its data stands in their place, and canonical numbers for
+  // Of all that the object says: a strong digest takes the place of its data, and canonical numbers for
   // the candidates that it refers to.
   TObjectDigest ComputeWholeDigest(const CObjectPtr& object)
   {

@@ -14,7 +14,7 @@ template <class TCopier>
 class COptPartCopierT : public TCopier
 {
 public:
-  // Further arguments are those of the copier behind its owner.
+  // Further arguments are those of the copier, after its owner.
   template <class... TArguments>
   explicit COptPartCopierT(COptimizer& owner, TArguments... arguments)
       : TCopier(&owner, arguments...), m_owner(owner), m_stripper(owner.GetOptions().m_nStrip)

@@ -38,7 +38,7 @@ CObjectPtr COptimizer::VisitDictionary(const CObjectPtr& object)
   for (int i = object.GetBegin(); i != object.GetEnd(); i = object.GetNext(i))
   {
     const char* szKey = object.GetKey(i);
-    // It tells of signatures that the copy does not have any more.
+    // It speaks of signatures that the copy does not have any more.
     if (KeyEquals(szKey, "SigFlags") && (m_bFilterSignedFields || object["Fields"]))
       continue;
     const CObjectPtr value = object.GetValue(i);
@@ -88,7 +88,7 @@ CObjectPtr COptimizer::VisitArray(const CObjectPtr& object)
   return copy;
 }
 
-// Fields, kids and the like are lists, in which no place counts; where something else stands beside the
+// Fields, kids and the like are lists, in which no place counts; where something else is beside the
 // references, a null keeps its place.
 CObjectPtr COptimizer::CloseUp(const CObjectPtr& source, const CObjectPtr& copy) const
 {

@@ -144,7 +144,7 @@ void RaiseVersion(TOptimizerOptions& options, unsigned nMinor)
   options.m_nVersionMinor = nMinor;
 }
 
-// Reads a number behind blanks and moves behind it; null when there is none or it is too large.
+// Reads a number after blanks and moves after it; null when there is none or it is too large.
 const char* ReadNumber(const char* szText, unsigned& nValue)
 {
   szText += std::strspn(szText, " \t\n\v\f\r");

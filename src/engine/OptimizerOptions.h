@@ -93,7 +93,7 @@ struct TOptimizerOptions
   void SetThreshold(double dThreshold);
 
   // The target version from a text such as "1.7": two numbers with a point between, what follows is ignored.
-  // Blanks may stand before a number. False, and nothing changes, for any other text.
+  // Blanks may be before a number. False, and nothing changes, for any other text.
   bool SetVersion(const char* szVersion);
 
   // A lower bound in its place, raised no further than an archival claim of the input allows. False, and

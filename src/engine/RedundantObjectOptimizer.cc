@@ -74,7 +74,7 @@ private:
     }
     if (!m_comparer.Equal(m_head, object))
       return;
-    // They hang behind their head, the last one first.
+    // They hang after their head, the last one first.
     TObjectTableEntry& head = m_table.Provide(nHead);
     TObjectTableEntry& entry = m_table.Provide(nNumber);
     entry.m_nCanonical = nHead;

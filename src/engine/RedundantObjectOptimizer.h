@@ -21,7 +21,7 @@ enum TResourceKind : unsigned
   eResourceAll = 0x7F
 };
 
-// Finds objects of an input that are equal in value among those that resources lead to, and tells for each
+// Finds objects of an input that are equal in value among those that resources lead to, and says for each
 // one which object stands for it. Nothing in the input changes. Candidates are digested first, by their
 // dictionaries and the lengths of their data; only the data of those with equal digests are read, and only
 // what seems equal then is compared in depth. Time is linear in the bytes of the candidates, and objects are

@@ -13,7 +13,7 @@ struct TSignatureField
   bool m_bValue = false;      // "V" is a dictionary
 };
 
-// Reads types and values of form fields, which may stand in any ancestor. Every ancestor is looked at once,
+// Reads types and values of form fields, which may be in any ancestor. Every ancestor is looked at once,
 // so that the work stays in proportion to the file, however deep its fields are.
 class CSignatureFields
 {

@@ -64,7 +64,7 @@ bool IsKnownPrediction(const BSE::CPredictionParameters& prediction)
   return BSE::GetPredictionLayout(prediction).m_nRowSize > 0;
 }
 
-// Readers fill the bits behind the last sample of a TIFF row each in its own way.
+// Readers fill the bits after the last sample of a TIFF row each in its own way.
 bool HasFillBits(const BSE::CPredictionParameters& prediction)
 {
   return prediction.Predictor == BSE::g_nPredictorTIFF &&
@@ -229,7 +229,7 @@ CStreamDecoder::TResult CStreamDecoder::Inflate()
     const libdeflate_result nResult =
         libdeflate_zlib_decompress_ex(m_pDecompressor, encoded.data(), encoded.size(),
                                       m_next.GetRoom().data(), m_next.GetCapacity(), &nRead, &nWritten);
-    // A failure does not tell how far it came.
+    // A failure does not say how far it came.
     if (nResult != LIBDEFLATE_SUCCESS)
       nWritten = std::min(m_next.GetCapacity(), g_nMaxRatio * encoded.size());
     m_nDecoded += static_cast<std::int64_t>(nWritten);

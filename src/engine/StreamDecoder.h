@@ -61,7 +61,7 @@ public:
   // Length of the encoded bytes.
   std::size_t GetEncodedSize() const { return m_nEncoded; }
 
-  // Valid until the next call. The encoded bytes stand after every result but TooLarge.
+  // Valid until the next call. The encoded bytes are there after every result but TooLarge.
   std::span<const unsigned char> GetEncoded() const { return m_encoded.GetSpan(); }
   std::span<const unsigned char> GetData() const { return m_data.GetSpan(); }
 

@@ -11,7 +11,7 @@ namespace PDF
 class CStreamDigester
 {
 public:
-  // With bDecode data count as they are behind their filters, where these can all be undone without a fault:
+  // With bDecode data count as they are after their filters, where these can all be undone without a fault:
   // streams that differ in their encoding alone get one digest then. Without it, and elsewhere, the encoded
   // bytes count. What was decoded is added to a collection, which is borrowed and may be null.
   explicit CStreamDigester(bool bDecode, CDecodedStreams* pDecoded = nullptr)

@@ -59,7 +59,7 @@ TPairValue ReadList(const XMP::CNode& node, BSE::CStr8& text)
   return TPairValue::Found;
 }
 
-// The form that the entry wants of a literal's text.
+// The form that the entry needs of a literal's text.
 TPairValue ConvertLiteral(TInfoKind kind, BSE::CStr8& text)
 {
   if (kind == TInfoKind::Trapped)

@@ -3,7 +3,7 @@
 #include "metadata/XmpDate.h"
 #include "metadata/XmpPacket.h"
 
-// Entries of the information dictionary (ISO 32000-1, 14.3.3) and the properties that tell the same.
+// Entries of the information dictionary (ISO 32000-1, 14.3.3) and the properties that say the same.
 namespace PDF
 {
 

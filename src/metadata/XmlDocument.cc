@@ -95,7 +95,7 @@ void OnError(void* pContext, xmlErrorPtr pError)
   pParser->instate = XML_PARSER_EOF;
 }
 
-// Quoted values between a '<' and the end of its tag. A '<' always begins anew: it cannot stand in a value,
+// Quoted values between a '<' and the end of its tag. A '<' always begins anew: it cannot be in a value,
 // so that no tag of a well-formed document is missed.
 bool HasCrowdedTag(std::span<const char> text)
 {

@@ -44,7 +44,7 @@ private:
   const char* m_szLocalName = "";
 };
 
-// An attribute that is no namespace declaration. Empty behind the last one.
+// An attribute that is no namespace declaration. Empty after the last one.
 class CAttr : public CNSNode
 {
 public:
@@ -57,7 +57,7 @@ private:
   const _xmlAttr* m_pAttr;
 };
 
-// An element. Empty behind the last one.
+// An element. Empty after the last one.
 class CElement : public CNSNode
 {
 public:

@@ -7,7 +7,7 @@
 namespace XML
 {
 
-// An interned URI that may name something inside a namespace: the namespace's URI with a local name behind
+// An interned URI that may name something inside a namespace: the namespace's URI with a local name after
 // it. Objects come from a CUriPool; inside one pool equal URIs are one object and can be compared by address.
 class CUri : public BSE::CObject
 {
@@ -20,7 +20,7 @@ public:
   // Borrowed; null for a URI that was interned without parts. It lives as long as the pool.
   const CUri* GetNamespace() const { return m_pNamespace; }
 
-  // What stands behind the namespace; the whole URI where there is none.
+  // What follows the namespace; the whole URI where there is none.
   const char* GetLocalName() const { return m_text.GetText() + m_nLocal; }
 
   bool Is(const char* szNamespace, const char* szLocalName) const;

@@ -16,13 +16,13 @@ public:
   // Appends to the text, which must outlive the writer.
   explicit CWriter(BSE::CStr8& text) : m_text(text) {}
 
-  // "<prefix:name", open for attributes until something stands inside.
+  // "<prefix:name", open for attributes until something is inside.
   void Begin(const char* szPrefix, const char* szLocalName);
   void Attribute(const char* szPrefix, const char* szLocalName, const char* szValue);
   void Text(const char* szText);
   void End(const char* szPrefix, const char* szLocalName);
 
-  // As it stands, between elements.
+  // As it is, between elements.
   void Raw(const char* szMarkup);
 
 private:

@@ -139,7 +139,7 @@ bool CXMP::Load(BSE::IByteStream* pStream)
   while (bytes.GetSize() > 0 && (m_carriedPart.IsEmpty() || m_carriedLevel.IsEmpty()))
   {
     FindClaim(bytes.GetSpan());
-    // What stands across the end of a piece is found by the next one.
+    // What is across the end of a piece is found by the next one.
     const BSE::CBasicArray<unsigned char> former = std::move(bytes);
     bytes = BSE::CBasicArray<unsigned char>();
     const int nKept = std::min(former.GetSize(), g_nOverlap);
@@ -273,7 +273,7 @@ void CXMP::EnsureDate(const char* szKey, const XMP::TDate& now, IInfoDictionary&
 }
 
 // There is a place for the date, but nothing in it. What the dictionary has stays, even if it is no date or
-// not to be read for the part of PDF/A: it tells more than the present time would.
+// not to be read for the part of PDF/A: it says more than the present time would.
 bool CXMP::LacksCreationDate(IInfoDictionary& info) const
 {
   BSE::CStr16 value;

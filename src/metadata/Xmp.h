@@ -31,7 +31,7 @@ struct TMetadataUpdate
   XMP::TDate m_now;
 };
 
-// The metadata of a document: its XMP packet, and the information dictionary that tells part of the same.
+// The metadata of a document: its XMP packet, and the information dictionary that says part of the same.
 // Without a readable packet everything comes from the dictionary. Belongs to one thread.
 class CXMP : public BSE::CObject
 {

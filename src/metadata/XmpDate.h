@@ -6,7 +6,7 @@
 namespace XMP
 {
 
-// A point in time as PDF (ISO 32000-1, 7.9.4) and XMP (ISO 16684-1, 8.2.1.2) tell it. Parts behind the last
+// A point in time as PDF (ISO 32000-1, 7.9.4) and XMP (ISO 16684-1, 8.2.1.2) write it. Parts after the last
 // one that was given have their least values.
 struct TDate
 {
@@ -32,11 +32,11 @@ inline constexpr int g_nDateText = 32;
 
 TDate GetPresentTime();
 
-// "D:20240131120000+01'00'". The "D:", parts behind the year, apostrophes may be missing. False, with the
+// "D:20240131120000+01'00'". The "D:", parts after the year, apostrophes may be missing. False, with the
 // date undefined, for anything else and for parts out of range.
 bool ParsePdfDate(std::span<const char> text, TDate& date);
 
-// "2024-01-31T12:00:00.5+01:00"; parts behind the year may be missing; fractions are dropped.
+// "2024-01-31T12:00:00.5+01:00"; parts after the year may be missing; fractions are dropped.
 bool ParseXmpDate(std::span<const char> text, TDate& date);
 
 void FormatPdfDate(const TDate& date, char (&szText)[g_nDateText]);

@@ -102,7 +102,7 @@ std::span<const TUnit> SkipTo(std::span<const TUnit> text, std::span<const char>
   return text.subspan(static_cast<std::size_t>(found - text.begin()));
 }
 
-// Up to the end of the processing instruction that closes the packet, where there is one: it cannot stand
+// Up to the end of the processing instruction that closes the packet, where there is one: it cannot be
 // inside.
 template <class TUnit>
 std::span<const TUnit> CutOff(std::span<const TUnit> text)
@@ -113,7 +113,7 @@ std::span<const TUnit> CutOff(std::span<const TUnit> text)
   return rest.empty() ? text : text.first(text.size() - rest.size() + sizeof close);
 }
 
-// Drops what may stand around the packet but not around an XML document.
+// Drops what may be around the packet but not around an XML document.
 void Trim(BSE::CStr8& text)
 {
   std::span<const char> rest = CutOff<char>(text.GetSpan());
@@ -141,7 +141,7 @@ bool DecodePacket(std::span<const unsigned char> bytes, BSE::CStr8& text, TPacke
 {
   const TForm form = FindForm(bytes);
   encoding = form.m_encoding;
-  // Other data behind the packet says nothing about its encoding.
+  // Other data after the packet says nothing about its encoding.
   if (form.m_nUnit == 1)
     bytes = CutOff(bytes);
   bool bDone = true;

@@ -17,7 +17,7 @@ enum class TPacketEncoding
 
 // Turns the bytes of a packet into UTF-8 (ISO 16684-1, 7.3.2). The encoding shows in a byte order mark or in
 // the first character, which is '<' or blank. White space and byte order marks before the packet go, and so
-// does whatever stands behind the instruction that closes it. False for UTF-16 and UTF-32 that is invalid.
+// does whatever follows the instruction that closes it. False for UTF-16 and UTF-32 that is invalid.
 bool DecodePacket(std::span<const unsigned char> bytes, BSE::CStr8& text, TPacketEncoding& encoding);
 
 }  // namespace XMP

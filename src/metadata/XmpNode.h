@@ -88,7 +88,7 @@ public:
   // Borrowed; null if there is none.
   CNode* Find(const XML::CUri* pName) const { return m_fields.Find(pName); }
 
-  // Takes a reference; replaces a former value. The node must not stand anywhere else.
+  // Takes a reference; replaces a former value. The node must not be anywhere else.
   void Set(const XML::CUri* pName, const BSE::CObjectPtr<CNode>& pValue);
   void Remove(const XML::CUri* pName) { m_fields.RemoveKey(pName); }
 
@@ -130,7 +130,7 @@ public:
   // Borrowed; null for an index out of range.
   CNode* GetItem(int nIndex) const { return m_items[nIndex]; }
 
-  // Take a reference; the node must not stand anywhere else.
+  // Take a reference; the node must not be anywhere else.
   void Add(const BSE::CObjectPtr<CNode>& pItem) { Insert(GetSize(), pItem); }
   void Insert(int nIndex, const BSE::CObjectPtr<CNode>& pItem);
   void Replace(int nIndex, const BSE::CObjectPtr<CNode>& pItem);

@@ -104,7 +104,7 @@ void CPacket::Write(BSE::CStr8& text) const
 {
   RDF::CGraph graph(*m_pUris, nullptr);
   CRdfGenerator(graph).Generate(*m_pMeta);
-  // ISO 16684-1, 7.3.2: the mark in "begin" tells the encoding.
+  // ISO 16684-1, 7.3.2: the mark in "begin" says the encoding.
   text.Append("<?xpacket begin=\"\xEF\xBB\xBF\" id=\"W5M0MpCehiHzreSzNTczkc9d\"?>\n");
   XML::CWriter writer(text);
   writer.Begin("x", "xmpmeta");

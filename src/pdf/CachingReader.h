@@ -24,7 +24,7 @@ public:
   bool Skip(std::int64_t n) override;
   std::int64_t Tell() override { return m_nPos; }
 
-  // Behind the end nothing is read. The source is positioned by the next access that needs it.
+  // After the end nothing is read. The source is positioned by the next access that needs it.
   bool Seek(std::int64_t nPos) override;
   std::int64_t Read(unsigned char* pBuffer, std::int64_t n) override;
   std::int64_t ReadEx(unsigned char* pBuffer, std::int64_t n) override;

@@ -32,7 +32,7 @@ public:
   virtual int GetBlockSize() const { return g_nMaxBlockSize; }
   virtual int GetIVLength() const { return g_nMaxBlockSize; }
 
-  // Bytes of padding behind that many.
+  // Bytes of padding after that many.
   virtual int GetPadding(std::int64_t nLength) const
   {
     return g_nMaxBlockSize - static_cast<int>(nLength % g_nMaxBlockSize);

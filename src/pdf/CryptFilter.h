@@ -34,7 +34,7 @@ private:
   bool m_bSourceEnded = false;
 };
 
-// Encrypts what is written into the sink, a vector in front and the padding behind where the algorithm has
+// Encrypts what is written into the sink, a vector in front and the padding after where the algorithm has
 // them.
 class CEncryptFilter : public BSE::CEncodeFilter
 {

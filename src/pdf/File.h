@@ -91,7 +91,7 @@ public:
   // Called by an object that has been unloaded.
   void OnUnloaded(CIndirectObject& object) { m_reader.OnUnloaded(object); }
 
-  // For an object whose generation is not the one that it should be; true if that has been told before.
+  // For an object whose generation is not the one that it should be; true if that has been reported before.
   bool NoteOtherGeneration(int nObjNumber);
 
   // --- Damage
@@ -137,7 +137,7 @@ public:
   // True if the catalogue is lost, and the root is one that was assumed for the pages that were found.
   bool IsRootAssumed() const { return m_state.m_bRootAssumed; }
 
-  // True if a trailer lacks something that stood in it, and none names the document information.
+  // True if a trailer lacks something that was in it, and none names the document information.
   bool IsInfoLost() const { return m_state.m_bTrailerCut && !m_state.m_info.IsDictionary(); }
   CObjectPtr GetInfo() const { return m_state.m_info; }
   CObjectPtr GetEncrypt() const { return m_state.m_encrypt; }
@@ -154,7 +154,8 @@ public:
   // The version of a file to be created, whatever it was.
   void InitVersion(int nMajor, int nMinor);
 
-  // Raises the version: of a new file in memory, of one whose header stands through the catalogue's Version.
+  // Raises the version: of a new file in memory, of one whose header is written through the catalogue's
+  // Version.
   void SetVersion(int nMajor, int nMinor);
   CConformance GetConformance() const { return m_state.m_conformance; }
   void SetConformance(CConformance conformance) { m_state.m_conformance = conformance; }

@@ -1,4 +1,4 @@
-// A written file is finished where it stands. If it is to be linearized, it is only the input of the
+// A written file is finished where it is. If it is to be linearized, it is only the input of the
 // linearizer: a file is replaced by one that was made beside it, and for a target that is no file it waits in
 // memory. The plain file is what is left whenever that fails.
 

@@ -30,7 +30,7 @@ private:
   {
     eRead,
     eLoop,       // its revision has been met already
-    eMalformed,  // no section stands there
+    eMalformed,  // no section is there
     eNoTrailer   // a section without a usable dictionary
   };
 
@@ -39,7 +39,7 @@ private:
   {
     std::int64_t m_nPos;
     int m_nStream;   // index into m_streams, -1 for a table
-    bool m_bHidden;  // that of a hybrid revision, which stands before it in the file's table
+    bool m_bHidden;  // that of a hybrid revision, which is before it in the file's table
   };
 
   bool ReadChain(std::int64_t nPos);
@@ -48,14 +48,14 @@ private:
   // Adds the sections that references lead to; false if one of them is missing.
   bool FollowReferences();
   TOutcome ReadTrailerAt(std::int64_t nPos, CObjectPtr& trailer, BSE::CObjectPtr<CIndirectObject>& stream);
-  // At the token behind a section; false if the revision's end is known already.
+  // At the token after a section; false if the revision's end is known already.
   bool NoteRevisionEnd();
   bool IsTrailer(const CObjectPtr& trailer) const;
   void TakeTrailer(const CObjectPtr& trailer, bool bFirst);
   void TakeId(const CObjectPtr& trailer, bool bFirst);
   void InsertSection(int nIndex, std::int64_t nPos, CIndirectObject* pStream, bool bHidden);
 
-  // The stream of a hybrid revision, behind the section of its table.
+  // The stream of a hybrid revision, after the section of its table.
   void AddHidden(int nTable, const CObjectPtr& place);
 
   // Counts what has been read from a position on; false once it is out of proportion.

@@ -58,7 +58,7 @@ struct TFileState
   std::int64_t m_nStartXRef = -1;
   BSE::CBasicArray<int> m_recoveredHolders;  // object streams that a scan has found; wait for the password
   BSE::CBasicArray<std::int64_t> m_revisions;
-  BSE::CBasicArray<std::int64_t> m_xrefStreams;  // where they stand
+  BSE::CBasicArray<std::int64_t> m_xrefStreams;  // where they are
   bool m_bSplitXRef = false;
   bool m_bRecoveryDone = false;
   bool m_bXRefIncomplete = false;  // objects may exist that the table calls free

@@ -1,5 +1,5 @@
 // From values to objects in the output. An object is written as soon as its owner says so, to where the
-// output stands, and its place goes into the table; small ones collect in object streams first. A section of
+// output is, and its place goes into the table; small ones collect in object streams first. A section of
 // cross-references ends a revision. What was written can be read back, so the reader asks here for what is
 // still buffered.
 
@@ -40,7 +40,7 @@ std::int64_t GetAvailableLength(BSE::IByteStream& data)
   return nLength;
 }
 
-// The value behind a position of a container, -1 in front of the first; false at its end and for anything
+// The value after a position of a container, -1 in front of the first; false at its end and for anything
 // else.
 bool NextValue(CObject* pContainer, int& nPos, CObject*& pValue)
 {
@@ -177,7 +177,7 @@ bool CFileWriter::WriteObject(CObject* pObject, bool bFollow)
   struct TFrame
   {
     CObject* m_pContainer;      // null once its values are done
-    CIndirectObject* m_pOwner;  // to be written behind them, or null
+    CIndirectObject* m_pOwner;  // to be written after them, or null
     int m_nPos;
   };
   BSE::CBasicArray<TFrame> frames;
@@ -322,7 +322,7 @@ BSE::CObjectPtr<BSE::CMemoryStream> CFileWriter::Deflate(std::span<const unsigne
   return bDone ? pEncoded : nullptr;
 }
 
-// Encoded bytes pass through as they are; decoded ones are encoded first, so that the length stands in front.
+// Encoded bytes pass through as they are; decoded ones are encoded first, so that the length comes first.
 bool CFileWriter::WriteStreamData(CIndirectObject& object, CSecurityHandler* pSecurity)
 {
   const auto* pPart = static_cast<CStreamPart*>(object.GetStreamObject().Get());

@@ -22,7 +22,7 @@ public:
   CFileWriter& operator=(const CFileWriter&) = delete;
   ~CFileWriter();
 
-  // Begins to write to a stream; bAppending: a further revision of what stands there.
+  // Begins to write to a stream; bAppending: a further revision of what is there.
   void Begin(BSE::IByteStream* pOutput, bool bAppending);
 
   // Gives up all buffers, and the stream.
@@ -31,7 +31,7 @@ public:
   BSE::IByteStream* GetOutput() const { return m_pOutput.Get(); }
   bool IsAppending() const { return m_bAppending; }
 
-  // True once anything was written or is buffered: what stands in the file is read back from the output.
+  // True once anything was written or is buffered: what is in the file is read back from the output.
   bool HasWritten() const { return static_cast<bool>(m_pWriter); }
 
   // True while the version in the header can still be chosen.

@@ -23,7 +23,7 @@ BSE::CObjectPtr<BSE::IByteStream> CreateEncodeFilter(BSE::IByteStream* pSink, co
 // source itself without filters. Empty if one is unknown.
 BSE::CObjectPtr<BSE::IByteStream> CreateDecodeChain(BSE::IByteStream* pSource, CObject* pStream);
 
-// Encoders so that what is written arrives in the sink as the dictionary's filters tell; the dictionary's
+// Encoders so that what is written arrives in the sink as the dictionary's filters say; the dictionary's
 // parameters are brought in step. The sink itself without filters. Empty if one has no encoder.
 BSE::CObjectPtr<BSE::IByteStream> CreateEncodeChain(BSE::IByteStream* pSink, CObject* pStream);
 

@@ -17,9 +17,9 @@ class CSecurityHandler;
 // How dictionaries are laid out.
 enum TGeneratorLayout
 {
-  eLayoutLines,    // one entry a line, for objects that stand in the file
+  eLayoutLines,    // one entry a line, for objects that are in the file
   eLayoutCompact,  // one blank between entries, for members of object streams
-  eLayoutDense     // no blank where a delimiter stands, in arrays too
+  eLayoutDense     // no blank where a delimiter is, in arrays too
 };
 
 // Renders values as PDF syntax (ISO 32000-1, 7.3) into a buffered stream. Write failures are sticky in the
@@ -70,7 +70,7 @@ public:
   void BeginObject(int nObjNumber, int nGenNumber);
   void EndObject();
 
-  // Between them stand exactly as many bytes as the dictionary's Length tells.
+  // Between them come exactly as many bytes as the dictionary's Length says.
   void BeginStream();
   void EndStream();
 
@@ -97,7 +97,7 @@ private:
   bool NextEntry(TFrame& frame, CObject*& pNext);
   void BeginDictionary();
 
-  // With the blank that the value behind it needs.
+  // With the blank that the value after it needs.
   void WriteKey(const char* szKey, bool bFirst, CObject* pValue);
   bool NeedsBlank(CObject* pValue) const;
   void WritePlaceholder(CObject& value);

@@ -134,7 +134,7 @@ public:
   // meets. False if it led too far.
   bool BreakCycle();
 
-  // True once a value, null included, stands in memory.
+  // True once a value, null included, is in memory.
   bool IsLoaded() const { return m_bLoaded || m_nOffset == -1; }
 
   // The file is gone: the object reads as null from now on.

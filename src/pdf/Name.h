@@ -6,7 +6,7 @@
 namespace PDF
 {
 
-// A name value (ISO 32000-1, 7.3.5) without its slash and with escapes resolved. Up to 19 bytes stand in the
+// A name value (ISO 32000-1, 7.3.5) without its slash and with escapes resolved. Up to 19 bytes are in the
 // object itself. The text is ended by a zero byte and compared as such.
 class CName
 {

@@ -133,7 +133,7 @@ public:
   virtual BSE::CObjectPtr<BSE::IByteStream> OnGetDecodedStream();
   virtual BSE::CObjectPtr<BSE::IByteStream> OnGetEncodeFilter(BSE::IByteStream* pSink);
 
-  // Replaces decoded stream data by its encoded form, as the dictionary's filters tell; false on failure.
+  // Replaces decoded stream data by its encoded form, as the dictionary's filters say; false on failure.
   virtual bool Encode();
 
   // The stream part of an indirect object, and its value without the reference (the dictionary of a stream).

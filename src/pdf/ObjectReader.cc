@@ -1,4 +1,4 @@
-// An object is read where its entry says it stands, in the file or in an object stream that stays decoded for
+// An object is read where its entry says it is, in the file or in an object stream that stays decoded for
 // a while. One that is not there is looked for by a scan of the whole file, once, and what the scan has found
 // is used from then on. What nobody uses any more is unloaded; what is long and was wanted again is held for
 // a while, because many others may share it. All work is counted, and beyond what a sound file can ask for
@@ -194,7 +194,7 @@ bool CObjectReader::LoadCompressed(CIndirectObject& object, const TXRefEntry& en
   if (m_nReadFailure != 0)
     return false;
   BSE::ReportError(&m_file, BSE::MakeError(g_nWrongOffset, "Object No.", nNumber));
-  // A plain object of that number may still stand somewhere.
+  // A plain object of that number may still be somewhere.
   return !m_file.HasWritten() && RecoverObject(nNumber) &&
          m_state.m_xref.GetEntry(nNumber).m_nType == eXRefInUse &&
          m_state.m_pParser->ParseIndirectObject(&object, m_state.GetTableOffset(nNumber));

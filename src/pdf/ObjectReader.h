@@ -27,7 +27,7 @@ public:
   std::int64_t GetValueLimit() const;
   bool AdmitValues(std::int64_t nCount);
 
-  // Entries for what object streams hold, unless a plain object of that number stands after them; for
+  // Entries for what object streams hold, unless a plain object of that number is after them; for
   // streams that a scan has found, in the order of the file.
   void EnterRecoveredHolders(const BSE::CBasicArray<int>& holders, bool bBeside);
 
@@ -76,7 +76,7 @@ private:
   BSE::CBasicArray<int> m_heldCosts;
   std::int64_t m_nHeldBytes = 0;
   std::int64_t m_nLoadedBytes = 0;   // read for values that are in memory
-  std::int64_t m_nFirstBytes = 0;    // read for values that stand in the file for themselves
+  std::int64_t m_nFirstBytes = 0;    // read for values that are in the file for themselves
   std::int64_t m_nAgainBytes = 0;    // read for values after the first time
   std::int64_t m_nDecodedBytes = 0;  // of object streams, decoded for the first time
   std::int64_t m_nRereadBytes = 0;   // decoded more than once

@@ -26,7 +26,7 @@ constexpr int g_nReaderSize = 1024;
 constexpr std::int64_t g_nMaxOverlap = 2;
 constexpr std::int64_t g_nFreeOverlap = 1 << 16;
 
-// Filters limit what each of them makes of its own input; a chain of them is limited by what stands in the
+// Filters limit what each of them makes of its own input; a chain of them is limited by what is in the
 // file.
 std::int64_t GetSizeLimit(CIndirectObject& stream)
 {

@@ -17,7 +17,7 @@ class CSecurityHandler;
 // what is cut gives a shorter value; an object to which that happens is noted as damaged in its file. Every
 // position of this interface counts from the file's "%PDF-" header.
 //
-// A value's parser starts at the current token and leaves the token behind the value as the current one.
+// A value's parser starts at the current token and leaves the token after the value as the current one.
 class CParser
 {
 public:
@@ -48,14 +48,14 @@ public:
   // The value of an indirect object and, where "stream" follows, its stream part: returned in stream.
   virtual CObjectPtr ParseDictionaryOrStream(CIndirectObject* pObject, CObjectPtr& stream);
 
-  // Fills an object from "n g obj" at a position. False, reported, if no such object stands there or its
+  // Fills an object from "n g obj" at a position. False, reported, if no such object is there or its
   // number is another one. An object without a known generation takes the numbers that it finds.
   bool ParseIndirectObject(CIndirectObject* pObject, std::int64_t nPos);
 
   // What the last call has reported of an object that it did not find.
   unsigned GetFailure() const { return m_nFailure; }
 
-  // True if the values parsed since the last call of BeginValue lack something that stands, or stood, in the
+  // True if the values parsed since the last call of BeginValue lack something that is, or was, in the
   // file.
   bool IsCut() const { return m_bCut; }
   void BeginValue() { m_bCut = false; }
@@ -65,16 +65,16 @@ public:
   void SetValueLimit(std::int64_t nValues) { m_nValuesLeft = nValues; }
   std::int64_t GetValuesLeft() const { return m_nValuesLeft; }
 
-  // True if "n g obj" with that number stands at a position; reports nothing.
+  // True if "n g obj" with that number is at a position; reports nothing.
   bool IsObjectAt(int nObjNumber, std::int64_t nPos);
 
   // Finds "%PDF-" or "%FDF-" and sets the file's header offset; returns the version. False, reported.
   bool ReadHeader(std::int64_t& nHeaderOffset, int& nMajor, int& nMinor);
 
-  // Value behind the last "startxref"; -1, reported.
+  // Value after the last "startxref"; -1, reported.
   std::int64_t ReadStartXRef();
 
-  // Reads the subsections behind the keyword "xref", up to and with "trailer". bSplit is set if there is more
+  // Reads the subsections after the keyword "xref", up to and with "trailer". bSplit is set if there is more
   // than one subsection. False, reported, if it is malformed or lists too much.
   bool ParseXRefTable(CXRefSink& sink, bool& bSplit);
 

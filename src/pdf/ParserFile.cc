@@ -32,7 +32,7 @@ bool EnterEntry(CXRefSink& sink, int nObjNumber, int nKind, std::int64_t nOffset
   return nKind == 'f' && sink.SetFree(nObjNumber, BSE::ClampTo<int>(nGeneration), BSE::ClampTo<int>(nOffset));
 }
 
-// Digits at a text, behind blanks, at most 9; -1 without any.
+// Digits at a text, after blanks, at most 9; -1 without any.
 int ReadNumber(const char*& szText)
 {
   while (*szText == ' ')

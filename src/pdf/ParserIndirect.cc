@@ -75,7 +75,7 @@ bool CParser::ReadObjectHeader(CIndirectObject* pObject, std::int64_t nPos)
   }
   if (m_scanner.IsStrict() && nPos > 0)
   {
-    // One byte earlier, so that the scanner sees what separates the object from what stands before it.
+    // One byte earlier, so that the scanner sees what separates the object from what comes before it.
     SeekTo(nPos - 1);
     const int nBefore = m_scanner.GetStream().GetByte();
     const int nFirst = m_scanner.GetStream().PeekByte();
@@ -159,7 +159,7 @@ CObjectPtr CParser::ParseDictionaryOrStream(CIndirectObject* pObject, CObjectPtr
   return value;
 }
 
-// Text that is no token of a value hides nothing, unless it stands where the data of a stream should begin.
+// Text that is no token of a value hides nothing, unless it is where the data of a stream should begin.
 bool CParser::HasRest(const CObjectPtr& value)
 {
   const TToken nToken = m_scanner.GetToken();

@@ -22,7 +22,7 @@ public:
   CRevisionWriter(CFile& file, TFileState& state, CFileWriter& writer, CGenerator& generator,
                   std::int64_t nPrevious, std::int64_t nRevisionStart);
 
-  // True if an entry that belongs to the section can stand only in a stream.
+  // True if an entry that belongs to the section can be only in a stream.
   bool NeedsStream() const;
 
   // The section, the trailer and the end of the file. False for a write failure, or for a table when a
@@ -30,7 +30,7 @@ public:
   bool WriteTable();
   bool WriteStream();
 
-  // Where the section stands.
+  // Where the section is.
   std::int64_t GetPosition() const { return m_nPosition; }
 
 private:

@@ -49,7 +49,7 @@ void CRootFinder::Visit(int nObjNumber)
 CObjectPtr CRootFinder::Find()
 {
   {
-    // What is damaged is told when it is wanted.
+    // What is damaged is reported when it is wanted.
     const BSE::CErrorSuppressor quiet(m_file.OnGetErrorHandler());
     CXRefTable& table = m_file.GetXRef();
     for (int i = table.GetNextNumber(0); i < table.GetSize(); ++i)

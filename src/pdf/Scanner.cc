@@ -274,7 +274,7 @@ void CScanner::ReadName()
       m_text.Add(static_cast<char>(c));
       continue;
     }
-    // A "#" without a hexadecimal digit behind it disappears; one digit alone makes a byte of its value.
+    // A "#" without a hexadecimal digit after it disappears; one digit alone makes a byte of its value.
     const int nHigh = GetHexValue(m_pStream->PeekByte());
     if (nHigh < 0)
       continue;

@@ -8,7 +8,7 @@
 namespace PDF
 {
 
-// What a parser looks ahead from and comes back to: a token, its text and the position behind it.
+// What a parser looks ahead from and comes back to: a token, its text and the position after it.
 struct TScannerState
 {
   TToken m_nToken = eTokenNone;
@@ -51,7 +51,7 @@ public:
   std::int64_t GetTokenPos() const { return m_nTokenPos; }
   void RecordPositions(bool bRecord) { m_bRecordPos = bRecord; }
 
-  // A string also ends behind "endobj": in a damaged file a stray parenthesis would swallow the rest of it.
+  // A string also ends after "endobj": in a damaged file a stray parenthesis would swallow the rest of it.
   void StopStringsAtEndObj(bool bStop) { m_bStopAtEndObj = bStop; }
 
   // Strict mode: exactly one space before the token; an end of line somewhere before it; the last white-space
@@ -63,23 +63,23 @@ public:
   void SaveContext(TScannerState& state) const;
   void RestoreContext(const TScannerState& state);
 
-  // Behind the keyword "stream": takes the end of line, tolerating CR alone and a space in front; returns the
+  // After the keyword "stream": takes the end of line, tolerating CR alone and a space in front; returns the
   // position of the data.
   std::int64_t SkipStreamEol();
   bool IsStreamEolOk() const { return m_bStreamEolOk; }
 
   // Searches forward for "endstream", or where that is missing for an "endobj" with what follows an object
-  // behind it; returns the position of the data's end, in front of the end of line before the keyword, or the
-  // end of the stream, and stands there.
+  // after it; returns the position of the data's end, in front of the end of line before the keyword, or the
+  // end of the stream, and stays there.
   std::int64_t FindEndStream();
 
-  // Position in the stream behind the current token.
+  // Position in the stream after the current token.
   std::int64_t Tell() const { return m_pStream->Tell(); }
   bool Seek(std::int64_t nPos) { return m_pStream->Seek(nPos); }
   bool SeekBegin() { return m_pStream->Seek(0); }
   bool SeekEnd() { return m_pStream->Seek(-1); }
 
-  // Position of the next, or the last before the current position, occurrence of a text; stands behind it
+  // Position of the next, or the last before the current position, occurrence of a text; is after it
   // (forward) or on it (backward). -1 if there is none.
   std::int64_t FindForward(const char* szText);
   std::int64_t FindBackward(const char* szText);

@@ -14,7 +14,7 @@ std::int64_t CScanner::SkipStreamEol()
   bool bSpace = false;
   if (c == ' ')
   {
-    // A blank belongs to the separator only with an end of line behind it.
+    // A blank belongs to the separator only with an end of line after it.
     m_pStream->GetByte();
     c = m_pStream->PeekByte();
     if (c != '\r' && c != '\n')
@@ -58,7 +58,7 @@ bool CScanner::IsEndOfData()
 }
 
 // Nothing but the next object, cross-reference data or the end of the file follows an object: the word alone
-// may stand in the data of a stream.
+// may be in the data of a stream.
 bool CScanner::IsBetweenObjects()
 {
   if (!IsSpace(m_pStream->PeekByte()))

@@ -25,7 +25,7 @@ public:
   // True for those of them whose strings are plain too, which those of metadata streams are not.
   virtual bool HasPlainStrings(PDF::CObject& object) { return IsExempt(object); }
 
-  // Crypt filters of streams (ISO 32000-2, 7.6.6): that of all streams, that of embedded files, and behind it
+  // Crypt filters of streams (ISO 32000-2, 7.6.6): that of all streams, that of embedded files, and after it
   // those that streams ask for by name. A name that the file does not define is unknown.
   static constexpr int g_nUnknownCrypt = -1;
   static constexpr int g_nStreamCrypt = 0;

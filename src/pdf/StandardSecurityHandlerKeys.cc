@@ -235,7 +235,7 @@ bool TryNewPassword(const TSecurityValues& values, TBytes password, TBytes value
   return true;
 }
 
-// Algorithms 8 and 9 for one of the two passwords; the salts stand in the value.
+// Algorithms 8 and 9 for one of the two passwords; the salts are in the value.
 void MakeNewPassword(const TSecurityValues& values, TBytes password, std::span<unsigned char> value,
                      unsigned char* pEncryptedKey, TBytes ownerData, TBytes key)
 {

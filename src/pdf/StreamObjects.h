@@ -14,7 +14,7 @@ public:
   bool IsStream() override { return true; }
   CObjectPtr GetStreamObject() override { return this; }
 
-  // True if the bytes are as the dictionary's filters tell, false for decoded bytes.
+  // True if the bytes are as the dictionary's filters say, false for decoded bytes.
   virtual bool IsEncoded() const = 0;
 
   // Whether whoever made the part has chosen its encoding, so that no other one is tried.
@@ -58,7 +58,7 @@ public:
   std::int64_t GetDataLength() override { return m_nLength; }
   BSE::CObjectPtr<BSE::IByteStream> GetStream() override;
 
-  // The bytes as they stand in the file.
+  // The bytes as they are in the file.
   BSE::CObjectPtr<BSE::IByteStream> GetRawStream();
   std::int64_t GetOffset() const { return m_nOffset; }
 

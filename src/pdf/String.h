@@ -7,7 +7,7 @@ namespace PDF
 {
 
 // A string value (ISO 32000-1, 7.3.4): bytes without escapes, not ended by zero in concept (a zero byte
-// stands behind them all the same).
+// is after them all the same).
 class CString
 {
 public:

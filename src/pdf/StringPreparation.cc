@@ -111,7 +111,7 @@ char32_t ComposePair(char32_t nFirst, char32_t nSecond)
   return bFound ? pRow->m_nComposed : 0;
 }
 
-// Joins each starter with what follows it, unless a character of the same or a higher class stands between.
+// Joins each starter with what follows it, unless a character of the same or a higher class comes between.
 void Compose(TText& text)
 {
   int nStarter = -1;

@@ -1,4 +1,4 @@
-// The scan takes the file as a string of tokens and believes what stands where, not what any table says: "n g
+// The scan takes the file as a string of tokens and believes what is where, not what any table says: "n g
 // obj" is an object, and of two with one number the later is the newer. Data of streams are passed over by
 // looking for their end, so that what they hold is never taken for objects. A first scan makes the table
 // anew; a second one, for a file that is open, only collects objects that are not where their entries say,
@@ -109,7 +109,7 @@ void CXRefRecovery::Scan()
         TakeTrailer(trailer);
         m_bTrailerFound = true;
       }
-      // The token behind the dictionary may begin an object.
+      // The token after the dictionary may begin an object.
       scanner.Seek(scanner.GetTokenPos());
       break;
     }

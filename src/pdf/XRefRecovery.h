@@ -19,7 +19,7 @@ public:
   // Primary form (bSecondary false): the table is made anew from every "n g obj" in the file, the last
   // occurrence of a number counting, and the trailer from the last "trailer" or, in a file without one, from
   // cross-reference streams. Objects in object streams get entries where no plain object of their number
-  // stands behind the stream. False, reported, without a trailer or a root in it.
+  // is after the stream. False, reported, without a trailer or a root in it.
   // Secondary form: table and trailer stay, and what the table lacks or has at a wrong place goes into the
   // file's second table; of a table that is not whole, what it calls free and an object stream holds gets an
   // entry. Always true.

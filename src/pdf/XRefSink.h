@@ -23,7 +23,7 @@ public:
   void BeginHidden();
   void EndHidden();
 
-  // Behind a revision's table.
+  // After a revision's table.
   void ForgetHidden() { m_hidden.RemoveAll(); }
 
   bool IsExhausted() const { return m_nEntriesLeft < 0 || m_nUsedLeft < 0; }

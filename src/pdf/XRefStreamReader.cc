@@ -107,13 +107,13 @@ TXRefOutcome ReadXRefStream(CIndirectObject& object, CXRefSink& sink)
     const std::int64_t nCount = index.IsArray() ? GetIntegerOr(index[2 * i + 1], 0) : nSize;
     bComplete = ReadSubsection(*pStream, sink, widths, nFirst, nCount);
   }
-  // Behind the last entry stands what tells whether the entries are the ones that were written.
+  // After the last entry comes what says whether the entries are the ones that were written.
   const bool bMore = pStream->GetByte() >= 0;
   if (sink.IsExhausted() || BSE::HasGap(pData.Get()))
     return eXRefBroken;
   if (!bComplete)
     BSE::CTracer::Trace("E", "XRef Stream", "Stream is too short.");
-  // Entries behind those that are announced belong to numbers that nobody knows.
+  // Entries after those that are announced belong to numbers that nobody knows.
   return bComplete && !bMore ? eXRefWhole : eXRefShort;
 }
 

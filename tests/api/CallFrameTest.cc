@@ -199,7 +199,7 @@ TEST_F(CallFrame, InfoEntriesInBothForms)
                "ber")
       << "a refused value changes nothing";
 
-  // The set value stands before that of the document and reaches the output of every later save.
+  // The set value comes before that of the document and reaches the output of every later save.
   ASSERT_TRUE(m_saver.Open(GetPdf()));
   EXPECT_STREQ(BrevexGetInfoEntryA(p, "Title"),
                "\xC3\xBC"

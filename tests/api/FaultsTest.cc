@@ -189,7 +189,7 @@ TEST(Faults, StreamsThatFailAnywhereFailTheSave)
 {
   BrevexInitialize();
   const std::string sPdf = MakeDocument();
-  // The same behind a cipher.
+  // The same after a cipher.
   TStream plain{sPdf};
   TStream encrypted;
   ASSERT_TRUE(Save(g_ways[2], plain, encrypted).bSaved);

@@ -187,7 +187,7 @@ TEST(FileStream, DuplicatesKeepTheirPositions)
   ASSERT_EQ(pFirst->Read(&nByte, 1), 1);
   EXPECT_EQ(nByte, 77);
 
-  // Alone again, the first stream goes on where it stood.
+  // Alone again, the first stream goes on where it was.
   pDup.Reset();
   pSecond.Reset();
   ASSERT_EQ(pFirst->Read(&nByte, 1), 1);

@@ -68,7 +68,7 @@ TEST(MemoryStream, DuplicatesShareTheDataAndOutliveTheFirst)
   pFirst.Reset();
   EXPECT_EQ(ReadRest(*pDup), (TBytes{'a', 'b', '6', '7', '8', '9'}));
 
-  // A duplicate that stands behind a cut writes there, over zeros.
+  // A duplicate that is after a cut writes there, over zeros.
   BSE::CObjectPtr<BSE::CMemoryStream> pThird(dynamic_cast<BSE::CMemoryStream*>(pDup->Dup()));
   ASSERT_TRUE(pThird->SetLength(2));
   ASSERT_TRUE(WriteBytes(*pDup, {'x'}));

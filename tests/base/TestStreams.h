@@ -150,7 +150,7 @@ inline bool WriteBytes(BSE::IByteStream& stream, const TBytes& bytes)
 }
 
 // Random reads, seeks and skips on a stream whose contents are known; every answer is compared with what the
-// contents say. The stream stands at 0.
+// contents say. The stream is at 0.
 void CheckRandomReading(BSE::IByteStream& stream, const TBytes& bytes, int nSteps, unsigned nSeed = 1);
 
 // The same with writing, on an empty stream.

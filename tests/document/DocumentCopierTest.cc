@@ -107,7 +107,7 @@ TYPED_TEST(CDocumentCopierTest, LosesNothing)
   EXPECT_EQ(catalog["StructTreeRoot"]["K"]["K"][1]["Obj"], pages[0]["Annots"][0]);
   EXPECT_EQ(catalog["AcroForm"]["Fields"][0], pages[0]["Annots"][1]);
 
-  // The old tree, the catalogue and what nobody refers to stay behind: 19 objects, the new ones of the tree,
+  // The old tree, the catalogue and what nobody refers to stay after: 19 objects, the new ones of the tree,
   // the catalogue and the information dictionary, and the empty one of the page outside.
   EXPECT_LE(target->GetFile().GetObjectCount(), 30);
   EXPECT_EQ(copied.find("nobody refers"), std::string::npos);

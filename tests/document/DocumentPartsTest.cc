@@ -21,7 +21,7 @@ std::string ToText(const CString& text)
   return {reinterpret_cast<const char*>(text.GetData()), text.GetSpan().size()};
 }
 
-// Titles in order, each behind as many points as it is deep.
+// Titles in order, each after as many points as it is deep.
 std::string ListTitles(const COutline& outline, const std::string& prefix = "")
 {
   std::string text;

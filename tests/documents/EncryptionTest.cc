@@ -53,7 +53,7 @@ protected:
     return Support::ReadFile(m_folder / "encrypted.pdf");
   }
 
-  // What qpdf tells of the encryption; the document is sound for it and has the text of its sample.
+  // What qpdf says of the encryption; the document is sound for it and has the text of its sample.
   std::string Show(const std::string& sPdf, const std::string& sPassword)
   {
     const std::string sFile = m_folder / "shown.pdf";

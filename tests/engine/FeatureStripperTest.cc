@@ -32,7 +32,7 @@ std::string GetText(const CObjectPtr& string)
   return {bytes.begin(), bytes.end()};
 }
 
-// Every place where a feature can stand, by name.
+// Every place where a feature can be, by name.
 TNames ListFeatures(TSaved& saved)
 {
   TNames names;

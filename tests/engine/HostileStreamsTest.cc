@@ -40,7 +40,7 @@ TEST(HostileStreams, BombsInBombsAreDecodedForAWhile)
   EXPECT_EQ(nResult, PDF::CStreamDecoder::TResult::TooLarge);
 }
 
-// Each stream holds the headers of all that follow, and ends where they end. Two equal ones behind them are
+// Each stream holds the headers of all that follow, and ends where they end. Two equal ones after them are
 // not even looked at: 16 times the file is enough.
 TEST(HostileStreams, SharedBytesAreReadAFewTimes)
 {

@@ -76,7 +76,7 @@ const CChanges g_defaults = {
     {"m_nFallbackCompression", 2},
 };
 
-// All that a profile sets; every other field stands at its default.
+// All that a profile sets; every other field is at its default.
 const std::map<unsigned, CChanges> g_profiles = {
     {0, {}},
     {1,

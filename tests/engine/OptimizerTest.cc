@@ -1,4 +1,4 @@
-// The driver of a save: what claim of an archive file a result keeps, and what a failure leaves behind.
+// The driver of a save: what claim of an archive file a result keeps, and what a failure leaves after.
 
 #include "engine/Optimizer.h"
 

@@ -289,7 +289,7 @@ TEST(RedundantObjects, AppearancesThatAreWrittenAnewStayApart)
   EXPECT_TRUE(input.AreOne(states[0], states[1]));
 }
 
-// A stream that stands in the place of a page becomes one, and must not take the others with it.
+// A stream that is in the place of a page becomes one, and must not take the others with it.
 TEST(RedundantObjects, WhatAListMakesAPageStaysApart)
 {
   CPdfBuilder builder;

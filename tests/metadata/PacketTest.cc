@@ -45,7 +45,7 @@ std::string Describe(const XMP::CNode* pNode)
   return pNode->GetQualifiers() ? result + "(" + Describe(pNode->GetQualifiers()) + ")" : result;
 }
 
-// Every form that RDF has for a value, and the same tree again behind writing and reading.
+// Every form that RDF has for a value, and the same tree again after writing and reading.
 TEST(PacketTest, ReadsAndWritesAllForms)
 {
   const struct

@@ -98,7 +98,7 @@ TEST_F(UpdateTest, ThePacketWinsOverTheDictionary)
   EXPECT_EQ(Get(xmp, "CreationDate"), u"D:20200101120000+01'00'");
   EXPECT_EQ(Get(xmp, "Creator"), u"-");
   Update(xmp);
-  // The creation date tells the same time already.
+  // The creation date says the same time already.
   EXPECT_EQ(m_info.m_entries, (TEntries{{"Title", u"Packet"},
                                         {"Author", u"A; B"},
                                         {"Subject", u"S"},

@@ -123,7 +123,7 @@ TEST(Damage, ObjectStreamsGiveWhatCanBeHad)
   for (int i = 5; i <= 8; ++i)
     EXPECT_EQ(low.m_file.GetDamage(i) != 0, i >= 7) << i;
 
-  // Members that all stand at one place.
+  // Members that all are at one place.
   std::string index = "5 0";
   constexpr int nMembers = 1000;
   for (int i = 1; i < nMembers; ++i)
@@ -322,7 +322,7 @@ TEST(Damage, LenientFilesOpenByTheirCatalogueOrPages)
     TOpened lenient(text, nullptr, 0, true);
     ASSERT_TRUE(lenient.m_bOpened) << text;
     const CObjectPtr root = lenient.m_file.GetRoot();
-    // An assumed one has a number behind all others.
+    // An assumed one has a number after all others.
     EXPECT_EQ(std::min(root.GetObjNumber(), 8), nRoot) << text;
     EXPECT_EQ(lenient.m_file.IsRootAssumed(), nRoot == 8) << text;
     EXPECT_EQ(lenient.m_file.GetInfo().GetObjNumber(), text.find("trailer") == text.npos ? 6 : 0) << text;

@@ -74,7 +74,7 @@ TEST(EncryptedFile, FailsWithoutRandomNumbers)
   }
 }
 
-// The file opens all the same, and only the trace tells.
+// The file opens all the same, and only the trace says.
 TEST(EncryptedFile, TellsOfPermissionsThatWereChanged)
 {
   const std::string path = testing::TempDir() + "brevex_permissions_" + std::to_string(getpid());

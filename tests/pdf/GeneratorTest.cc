@@ -94,7 +94,7 @@ TEST(NumberFormat, KeepsToItsLimits)
     EXPECT_EQ(Format(c.m_dValue, c.m_nSignificant, c.m_nDecimals), c.m_szText) << c.m_dValue;
 }
 
-// Twelve digits, wherever the point stands, and no form but the shortest of them.
+// Twelve digits, wherever the point is, and no form but the shortest of them.
 TEST(NumberFormat, ReadsBackToTwelveDigits)
 {
   std::mt19937_64 random(7);

@@ -57,7 +57,7 @@ TEST(Scanner, ToldApartByTheirFirstCharacter)
 TEST(Scanner, OperatorsOfContent)
 {
   EXPECT_EQ(Kinds("' \" B B* y w"), (std::vector<int>{23, 24, 25, 26, 97, 96}));
-  // "rl" stands in the table although no operator has that name.
+  // "rl" is in the table although no operator has that name.
   EXPECT_NE(Kinds("rl")[0], eTokenKeyword);
   EXPECT_EQ(Kinds("BTx nulls"), (std::vector<int>{20, 20}));
 }

@@ -481,7 +481,7 @@ TEST(SecurityHandler, FindsTheOwnerOfEitherReading)
   }
 }
 
-// Keys that are shorter or longer than those of their version: what opens them tells.
+// Keys that are shorter or longer than those of their version: what opens them says.
 TEST(SecurityHandler, FindsTheLengthOfTheKey)
 {
   const struct

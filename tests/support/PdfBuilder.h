@@ -8,7 +8,7 @@
 namespace Support
 {
 
-// How a file says where its objects stand (ISO 32000-1, 7.5.4 and 7.5.8).
+// How a file says where its objects are (ISO 32000-1, 7.5.4 and 7.5.8).
 enum class TXRefForm
 {
   Table,
@@ -54,18 +54,18 @@ public:
   void SetObject(int nNumber, std::string sBody);
   void FreeObject(int nNumber);
 
-  // A stream with these bytes as they are; the entries stand beside Length.
+  // A stream with these bytes as they are; the entries are beside Length.
   int AddStream(std::string sBytes, std::string sEntries = {});
   // The same, compressed with FlateDecode.
   int AddFlateStream(std::string_view sData, const std::string& sEntries = {});
 
-  // Adds a page with a content stream, Helvetica as /F1 and the size of A4. Entries stand beside these.
+  // Adds a page with a content stream, Helvetica as /F1 and the size of A4. Entries are beside these.
   // Answers the number of the page object.
   int AddPage(std::string sContent, std::string sEntries = {});
   int GetPageCount() const { return static_cast<int>(m_pages.size()); }
   int GetPage(int nIndex) const { return m_pages.at(static_cast<size_t>(nIndex)); }
 
-  // What is set from here on is written as an incremental update behind what was set before.
+  // What is set from here on is written as an incremental update after what was set before.
   void BeginUpdate();
 
   std::string Build() const;
@@ -75,7 +75,7 @@ private:
 
   struct TEntry
   {
-    std::string sBody;  // what stands between obj and endobj
+    std::string sBody;  // what is between obj and endobj
     bool bStream = false;
     bool bFree = false;
     bool bOutside = false;  // not into the object streams of a hybrid file

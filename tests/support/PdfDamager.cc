@@ -29,7 +29,7 @@ size_t FindOr(std::string_view sText, std::string_view sWhat, size_t nElse, size
   return nFound == std::string_view::npos ? nElse : nFound;
 }
 
-// Puts text in place of the rest of the line behind a mark.
+// Puts text in place of the rest of the line after a mark.
 std::string ReplaceRestOfLine(std::string_view sPdf, std::string_view sMark, std::string_view sNew)
 {
   const size_t nMark = sPdf.rfind(sMark);
@@ -54,7 +54,7 @@ std::string ShiftOffsets(std::string_view sPdf, int nBy)
   return sOut;
 }
 
-// Writes another object behind the file, which a reader that scans takes for the newer one.
+// Writes another object after the file, which a reader that scans takes for the newer one.
 std::string AppendObject(std::string_view sPdf, int nNumber, const std::string& sBody)
 {
   return ReplaceText(sPdf, "xref\n", std::to_string(nNumber) + " 0 obj\n" + sBody + "\nendobj\nxrex\n", 0);

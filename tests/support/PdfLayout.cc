@@ -245,8 +245,8 @@ void CPdfLayout::Patch(size_t nPosition, size_t nValue)
   m_sOut.replace(nPosition, 10, Digits(nValue, 10));
 }
 
-// The objects of the upper half stand first, as those of a first page do; their table, the one that startxref
-// names, stands before them and leads to the table of the rest at the end.
+// The objects of the upper half are first, as those of a first page do; their table, the one that startxref
+// names, is before them and leads to the table of the rest at the end.
 void CPdfLayout::WriteLinearizedLike(const TRevision& revision)
 {
   const int nSplit = m_nNextNumber / 2 + 1;

@@ -22,7 +22,7 @@ public:
 private:
   using TRevision = CPdfBuilder::TRevision;
 
-  // Where an object stands, in the terms of a cross-reference stream.
+  // Where an object is, in the terms of a cross-reference stream.
   struct TPlace
   {
     int nType = 1;  // 0 free, 1 at an offset, 2 in an object stream

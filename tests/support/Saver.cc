@@ -17,7 +17,7 @@ CByteStream& Get(void* handle)
   return *static_cast<CByteStream*>(handle);
 }
 
-// The position behind the string that starts there, in either of its forms; the same position without one.
+// The position after the string that starts there, in either of its forms; the same position without one.
 size_t SkipString(std::string_view sText, size_t nAt)
 {
   if (nAt >= sText.size() || (sText[nAt] != '<' && sText[nAt] != '('))

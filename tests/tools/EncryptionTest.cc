@@ -39,7 +39,7 @@ protected:
     }
   }
 
-  // What qpdf tells of the encryption, without an error.
+  // What qpdf says of the encryption, without an error.
   std::string Show(const std::string& sName, const std::string& sPassword) const
   {
     const std::string sFile = m_folder.GetPath(sName);
@@ -50,7 +50,7 @@ protected:
     return result.sOut;
   }
 
-  // No password stands in anything that the command writes.
+  // No password is in anything that the command writes.
   void Run(const std::vector<std::string>& arguments, int nExitCode = 0) const
   {
     const TProcessResult result = m_folder.Run(arguments);

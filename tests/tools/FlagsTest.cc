@@ -156,7 +156,7 @@ std::string MakeFlagName(std::string sSetter)
   return sName;
 }
 
-// What stands between "BrevexSet" and "(TBrevexHandle" in the public header.
+// What is between "BrevexSet" and "(TBrevexHandle" in the public header.
 std::set<std::string> ReadSetters()
 {
   const std::string sHeader = Support::ReadFile("include/brevex/brevex.h");

@@ -37,10 +37,10 @@ public:
   // The temporary file from its start, empty, as a stream of the library. False as for Create.
   bool Restart(TBrevexStreamDescriptor& callbacks);
 
-  // True once the stream could not write for a reason that the system has told; GetError names it.
+  // True once the stream could not write for a reason that the system has given; GetError names it.
   bool HasFailedToWrite();
 
-  // Bytes in the temporary file; -1 when that cannot be told.
+  // Bytes in the temporary file; -1 when that is not known.
   std::int64_t GetSize() const;
 
   // Replaces what was written by these bytes of a file that is open for reading, or of memory.

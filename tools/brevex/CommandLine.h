@@ -31,7 +31,7 @@ struct TCommand
   TInfoOptions info;
 };
 
-// Reads the arguments behind the program's name. Where there is nothing to run, after --help or a mistake,
+// Reads the arguments after the program's name. Where there is nothing to run, after --help or a mistake,
 // the text has been written and exitCode is what to end with.
 std::optional<TCommand> ParseCommandLine(std::vector<std::string> arguments, TExitCode& exitCode);
 

@@ -20,7 +20,7 @@ public:
 
   TBrevexStreamDescriptor GetCallbacks();
 
-  // The number of the first failure of the system, or 0: the library tells no more than that there was one.
+  // The number of the first failure of the system, or 0: the library says no more than that there was one.
   int GetError() const { return m_nError; }
 
 private:

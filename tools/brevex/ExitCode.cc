@@ -25,7 +25,7 @@ TExitCode GetSaveExitCode(std::uint32_t nStatus)
   case BREVEX_STATUS_LINEARIZE_FAILED:
     return TExitCode::Internal;
   default:
-    // Numbers of errno come from the system's calls on the output; the rest tells of the document.
+    // Numbers of errno come from the system's calls on the output; the rest says of the document.
     return nStatus <= 32767 ? TExitCode::Output : TExitCode::Input;
   }
 }

@@ -27,7 +27,7 @@ inline TExitCode GetWorse(TExitCode first, TExitCode second)
 // The exit code for the status code that a failed save left.
 TExitCode GetSaveExitCode(std::uint32_t nStatus);
 
-// What to tell a user of an exception.
+// What to say to a user of an exception.
 std::string GetReason(const std::exception& exception);
 
 }  // namespace Tool

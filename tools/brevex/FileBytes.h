@@ -22,7 +22,7 @@ public:
   // For one that is none yet.
   void Take(int nFile) { m_nFile = nFile; }
 
-  // Closes it at once; false with errno if the system tells that written data was lost.
+  // Closes it at once; false with errno if the system says that written data was lost.
   bool Close();
 
 private:

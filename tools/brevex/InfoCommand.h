@@ -6,7 +6,7 @@
 namespace Tool
 {
 
-// The verb info: what the library tells of each file, on standard output. The worst exit code of all.
+// The verb info: what the library says of each file, on standard output. The worst exit code of all.
 TExitCode RunInfo(const TInfoOptions& options);
 
 }  // namespace Tool

@@ -16,7 +16,7 @@ namespace Tool
 void HandleInterruption()
 {
   signal(SIGPIPE, SIG_IGN);
-  // A limit on the size of files is a failed write, told and tidied up like any other.
+  // A limit on the size of files is a failed write, reported and tidied up like any other.
   signal(SIGXFSZ, SIG_IGN);
   sigset_t signals;
   sigemptyset(&signals);

@@ -41,7 +41,7 @@ private:
 // Written to standard error with the program's name before it.
 void WriteError(const std::string& sMessage);
 
-// The same for what an exception tells, about a file if there is a name. Needs no memory.
+// The same for what an exception says, about a file if there is a name. Needs no memory.
 void WriteException(const std::string& sFile, const std::exception& exception) noexcept;
 
 }  // namespace Tool

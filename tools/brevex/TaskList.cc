@@ -26,7 +26,7 @@ std::string GetOutput(const TOptimizeOptions& options, const fs::path& input, co
   return options.bInPlace ? input.string() : (fs::path(options.sOutputFolder) / below).string();
 }
 
-// Adds what a folder has, files to the one list and folders to the other. What cannot be read is told.
+// Adds what a folder has, files to the one list and folders to the other. What cannot be read is reported.
 void ReadFolder(const fs::path& folder, std::vector<fs::path>& files, std::vector<fs::path>& folders,
                 TTaskList& list)
 {

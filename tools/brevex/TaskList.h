@@ -14,7 +14,7 @@ struct TTask
   std::string sOutput;
 };
 
-// What there is to do, or why that cannot be told.
+// What there is to do, or why that is not known.
 struct TTaskList
 {
   std::vector<TTask> tasks;

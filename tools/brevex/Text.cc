@@ -11,7 +11,7 @@ namespace
 constexpr char32_t g_nReplacement = 0xFFFD;
 constexpr char32_t g_nInvalid = 0xFFFFFFFF;
 
-// The character that starts at nAt, and moves nAt behind it; g_nInvalid where there is none.
+// The character that starts at nAt, and moves nAt after it; g_nInvalid where there is none.
 char32_t ReadUtf8(std::string_view sText, size_t& nAt)
 {
   const auto nFirst = static_cast<unsigned char>(sText[nAt]);

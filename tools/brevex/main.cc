@@ -33,7 +33,7 @@ Tool::TExitCode Run(int nArguments, char** arguments)
                                             : Tool::RunOptimize(command->optimize);
 }
 
-// What was told on standard output may not have arrived.
+// What was written to standard output may not have arrived.
 Tool::TExitCode CheckStandardOutput(Tool::TExitCode exitCode)
 {
   const bool bWritten = std::cout.flush() && std::fflush(stdout) == 0 && std::ferror(stdout) == 0;

@@ -132,7 +132,7 @@ void CCCITTFaxDecodeFilter::TakeBlockEnd()
   if (!m_parameters.EndOfBlock)
     return;
   SkipFill();
-  int nTag = 0;  // the bit after each code that tells the kind of the row that does not come
+  int nTag = 0;  // the bit after each code that gives the kind of the row that does not come
   for (int i = 0; i < GetBlockEndCodes(m_parameters); ++i)
   {
     const int nFill = FindNextCode(nTag);

@@ -11,7 +11,7 @@ namespace BSE
 // Decodes fax images (ITU-T T.4 and T.6) to rows of one bit a pixel. A run beyond its row is cut. After a
 // code that does not exist the row keeps the colour that it has there, and the data is taken up again at the
 // next end-of-line code; such rows are reported once more of them have come than the parameters allow. Rows
-// that are too long are reported once. The data ends with the rows told, with the source, or with two
+// that are too long are reported once. The data ends with the rows stated, with the source, or with two
 // end-of-line codes one after the other if either kind of end code is expected.
 class CCCITTFaxDecodeFilter final : public CBufferedDecodeFilter
 {

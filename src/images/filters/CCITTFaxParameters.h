@@ -6,7 +6,7 @@ namespace BSE
 // Form of fax data (ISO 32000-1, table 11). Rows of less than one pixel are refused by the filters.
 struct CCCITTFaxParameters
 {
-  // Below 0 two-dimensional (Group 4), 0 one-dimensional, above 0 mixed: each row has a tag bit that tells
+  // Below 0 two-dimensional (Group 4), 0 one-dimensional, above 0 mixed: each row has a tag bit that gives
   // how it is coded. Above g_nLastMixedK only the first two rows have one, and all others are
   // two-dimensional.
   int K = 0;

@@ -50,7 +50,7 @@ boolean CDCTDecompressor::OnFill(j_decompress_ptr pInfo)
 {
   CDCTDecompressor& self = Get(pInfo);
   self.m_errors.Guard([&] { self.Fill(); });
-  // Of a single scan, the decoder tells where data is missing; it reads ahead beyond what it needs.
+  // Of a single scan, the decoder says where data is missing; it reads ahead beyond what it needs.
   if (!self.m_bInput && pInfo->buffered_image)
     WARNMS(pInfo, JWRN_JPEG_EOF);
   return TRUE;

@@ -6,7 +6,7 @@
 namespace BSE
 {
 
-// libjpeg's decompressor over an input. What stands before the first marker is skipped with a report, and
+// libjpeg's decompressor over an input. What comes before the first marker is skipped with a report, and
 // what is missing at the end is replaced by an end of the image. An image of several scans is decoded from
 // all of them; where one cannot be read, or they ask for too much work, from those before it.
 class CDCTDecompressor
@@ -21,7 +21,7 @@ public:
   // Reads up to the first scan; false if there is no image, which has been reported.
   bool ReadHeader();
 
-  // What the header tells; colour spaces may be changed until Start.
+  // What the header says; colour spaces may be changed until Start.
   jpeg_decompress_struct& GetInfo() { return m_info; }
 
   // Goes to the first row. False if the data cannot be decoded, which has been reported.

@@ -75,7 +75,7 @@ private:
 
   void ResetBuffer();
 
-  // False where the output fails, which it tells itself.
+  // False where the output fails, which it says itself.
   bool Write(std::size_t nSize);
 
   CBufferedOutputStream& m_output;

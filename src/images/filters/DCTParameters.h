@@ -15,7 +15,7 @@ enum TDCTColorSpace
   eDCTYCCK = 5
 };
 
-// Parameters of DCT data (ISO/IEC 10918-1). A decoder writes back what the header tells.
+// Parameters of DCT data (ISO/IEC 10918-1). A decoder writes back what the header says.
 struct CDCTParameters
 {
   double dResolutionX = 0;  // dots per inch; 0 for unknown

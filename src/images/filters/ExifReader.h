@@ -8,8 +8,8 @@ namespace BSE
 // What Exif data says of an image as a whole (TIFF 6.0, first directory).
 struct TExif
 {
-  int m_nOrientation = 0;     // 1 to 8; 0 where it is not told
-  double m_dResolutionX = 0;  // dots per inch; 0 where it is not told
+  int m_nOrientation = 0;     // 1 to 8; 0 where it is not stated
+  double m_dResolutionX = 0;  // dots per inch; 0 where it is not stated
   double m_dResolutionY = 0;
 };
 

@@ -7,7 +7,7 @@
 namespace BSE
 {
 
-// Bits of fax data from the high end of each byte, looked at in a window and then taken. Behind the end of
+// Bits of fax data from the high end of each byte, looked at in a window and then taken. After the end of
 // the source come zeros.
 class CFaxBitReader
 {

@@ -60,7 +60,7 @@ constexpr std::array<const char*, 13> g_longMakeUp{
 constexpr std::array<const char*, 9> g_modes{"0001", "001", "0000010", "000010", "010",
                                              "1",    "011", "000011",  "0000011"};
 
-// What introduces a mode beyond the standard ones, three bits with its number behind it.
+// What introduces a mode beyond the standard ones, three bits with its number after it.
 constexpr const char* g_szRunExtension = "000000001";
 constexpr const char* g_szModeExtension = "0000001";
 

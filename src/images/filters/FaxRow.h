@@ -13,7 +13,7 @@ namespace BSE
 class CFaxRow
 {
 public:
-  // Positions readable behind the last change, all of them the width of the row.
+  // Positions readable after the last change, all of them the width of the row.
   static constexpr int g_nSentinels = 4;
 
   // An all-white row of that many pixels.

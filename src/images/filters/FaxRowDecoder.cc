@@ -107,7 +107,7 @@ TFaxRowStatus CRowDecoder::Decode2D(const CFaxRow& above)
   int nLeft = -1;
   while (m_status == eFaxRowDone && m_nPos < m_nColumns)
   {
-    // The first change to the right and the one behind it, b1 and b2; a step to the left may have passed it.
+    // The first change to the right and the one after it, b1 and b2; a step to the left may have passed it.
     while (i > 0 && pAbove[i - 1] > nLeft)
       --i;
     while (pAbove[i] <= nLeft)

@@ -28,7 +28,7 @@ public:
   }
   void Put(const TFaxCode& code) { Put(code.m_nBits, code.m_nLength); }
 
-  // Pads with zeros up to nBits, 0 to 7, behind a byte boundary.
+  // Pads with zeros up to nBits, 0 to 7, after a byte boundary.
   void AlignTo(int nBits) { Put(0, (nBits - m_nCount) & 7); }
 
 private:

@@ -90,7 +90,7 @@ int CFlateDecodeFilter::DecodeBlock(std::span<unsigned char> block)
     const int nStatus = inflate(m_pStream, Z_SYNC_FLUSH);
     if (nStatus == Z_OK || (nStatus == Z_BUF_ERROR && m_pStream->avail_in == 0))
     {
-      // Input is exhausted only where output has room: otherwise more may stand in zlib's window.
+      // Input is exhausted only where output has room: otherwise more may be in zlib's window.
       if (m_pStream->avail_out > 0 && m_pStream->avail_in == 0 && !Refill())
         m_bEnd = m_bGap = true;
     }

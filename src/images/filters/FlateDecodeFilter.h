@@ -8,7 +8,7 @@ struct z_stream_s;
 namespace BSE
 {
 
-// Inflates (ISO 32000-1, 7.4.4; RFC 1950, 1951) straight into the reader's memory. Behind a damaged stretch
+// Inflates (ISO 32000-1, 7.4.4; RFC 1950, 1951) straight into the reader's memory. After a damaged stretch
 // decoding resumes at the next flush point, silently; without one the data error is reported once and the
 // data ends. A source that ends early ends the data without a report. Any other failure of zlib is reported
 // and ends the data. Not valid if zlib could not start.

@@ -130,7 +130,7 @@ bool CLZWDecodeFilter::DecodeCode()
     ClearTable();
     return true;
   }
-  // Right behind a clear code no entry exists that a code could name.
+  // Right after a clear code no entry exists that a code could name.
   const bool bLiteral = nCode < m_nClearCode;
   if (nCode > m_nNextCode || (m_nPrevious < 0 && !bLiteral))
   {
@@ -139,7 +139,7 @@ bool CLZWDecodeFilter::DecodeCode()
   }
   if (nCode == m_nNextCode)
   {
-    // The string of the code before with its first byte once more behind it, which is the entry to come.
+    // The string of the code before with its first byte once more after it, which is the entry to come.
     m_stack[--m_nStackPos] = m_nFirst;
     Unwind(m_nPrevious);
     // A full table makes no entry of it: the code before stays the one that can be repeated.

@@ -33,7 +33,7 @@ private:
   // The next code, or -1 at the end of the source.
   int ReadCode();
 
-  // Handles one code: its string stands at the end of m_stack then. False at the end of the data.
+  // Handles one code: its string is at the end of m_stack then. False at the end of the data.
   bool DecodeCode();
 
   // Puts the string of a code in front of what is on the stack.
@@ -47,7 +47,7 @@ private:
   int m_nBitCount = 0;
   int m_nCodeBits = 0;
   int m_nNextCode = 0;
-  int m_nPrevious = -1;  // the code before, -1 behind a clear code
+  int m_nPrevious = -1;  // the code before, -1 after a clear code
   unsigned char m_nFirst = 0;
   int m_nStackPos = g_nTableSize;  // the undelivered string is [m_nStackPos, g_nTableSize)
 

@@ -29,7 +29,7 @@ private:
   // Writes the clear code that the data starts with, once.
   bool Start();
 
-  // Writes the string matched and makes the entry of it and the byte behind it.
+  // Writes the string matched and makes the entry of it and the byte after it.
   bool EndString(int nSlot, int nByte);
 
   // The slot of the key: with its code, or free; -1 if the search was given up.

@@ -35,7 +35,7 @@ inline constexpr bool IsTIFFDepth(int nBitsPerComponent)
   return nBitsPerComponent == 1 || nBitsPerComponent == 8 || nBitsPerComponent == 16;
 }
 
-// True if the predictor exists and handles the depth; otherwise one trace line tells why not.
+// True if the predictor exists and handles the depth; otherwise one trace line says why not.
 bool CheckPredictor(const CPredictionParameters& parameters);
 
 }  // namespace BSE

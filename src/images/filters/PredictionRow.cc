@@ -87,7 +87,7 @@ void DecodeAnySize(std::size_t nSize, std::span<const unsigned char> filtered,
 template <std::size_t t_nSize>
 __m128i LoadPixel(const unsigned char* p)
 {
-  // Joined in a register: a load behind narrower stores to the same memory would wait for them.
+  // Joined in a register: a load after narrower stores to the same memory would wait for them.
   std::uint64_t nLow = 0;
   std::uint64_t nHigh = 0;
   std::memcpy(&nLow, p, std::bit_floor(t_nSize));

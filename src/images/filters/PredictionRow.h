@@ -6,7 +6,7 @@ namespace BSE
 {
 
 // Row filters of PNG (ISO/IEC 15948, clause 9) and of TIFF 6.0 (section 14), on the bytes of one row without
-// the tag. A row may be shorter than its layout tells, where data ends early.
+// the tag. A row may be shorter than its layout says, where data ends early.
 
 enum TPNGTag : unsigned char
 {

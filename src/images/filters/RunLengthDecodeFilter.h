@@ -15,7 +15,7 @@ public:
   {
   }
 
-  // Looks for a byte 128 only, wherever it stands, and reports nothing.
+  // Looks for a byte 128 only, wherever it is, and reports nothing.
   bool SkipToEnd() override;
 
 protected:

@@ -35,7 +35,7 @@ class CDocumentRun
 public:
   explicit CDocumentRun(BSE::IErrorContext* pErrorContext) : m_file(pErrorContext) {}
 
-  // True once the input has been read and the security of the output stands.
+  // True once the input has been read and the security of the output is settled.
   bool Open(BSE::IByteStream* pInput, const CTextString& password, const TEncryption* pEncryption);
 
   bool Write(BSE::IByteStream* pOutput);

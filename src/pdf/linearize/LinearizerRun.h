@@ -20,7 +20,7 @@ public:
   // A handler for the output; both must outlive the run. Before Open.
   void SetSecurity(CSecurityHandler& handler, const TPDSecurity& security);
 
-  // Metadata streams of pages stay readable, as the first part of the archive standard wants them. Without
+  // Metadata streams of pages stay readable, as the first part of the archive standard requires. Without
   // the call the conformance of the file decides.
   void KeepMetadata() { m_bKeepMetadata = true; }
 

@@ -5,7 +5,7 @@
 
 #include <span>
 
-// The ciphers of an encrypted document. Object numbers are those of the file that the bytes stand in: the old
+// The ciphers of an encrypted document. Object numbers are those of the file that the bytes are in: the old
 // ones to decrypt, the new ones to encrypt. The key of the whole document stays.
 class PDCryptor
 {

@@ -14,7 +14,7 @@ namespace
 constexpr std::int64_t g_nFirstPiece = 1 << 11;
 constexpr std::int64_t g_nPieceGrowth = 4;
 
-// What has to be seen behind a value to tell whether a stream follows.
+// What has to be seen after a value to tell whether a stream follows.
 constexpr std::int64_t g_nLookAhead = 64;
 
 constexpr std::string_view g_szEndStream = "endstream";

@@ -5,7 +5,7 @@
 #include "pdf/linearize/PDInput.h"
 #include "pdf/linearize/PDObj.h"
 
-// Where an object in use stands. Objects of object streams stand in a store of their own, unpacked.
+// Where an object in use is. Objects of object streams are in a store of their own, unpacked.
 struct TPDEntry
 {
   std::int64_t m_nPos = -1;     // in the file, or in the store; -1 if the object does not exist after all
@@ -79,7 +79,7 @@ public:
   // "1.7"
   const char* GetVersion() const { return m_szVersion; }
 
-  // Text of the array, and of an Encrypt dictionary that stands in the trailer itself; empty if there is
+  // Text of the array, and of an Encrypt dictionary that is in the trailer itself; empty if there is
   // none.
   std::span<const unsigned char> GetIdText() const { return m_id.GetSpan(); }
   std::span<const unsigned char> GetEncryptText() const { return m_encryptText.GetSpan(); }
@@ -117,7 +117,7 @@ protected:
 private:
   bool ReadStored(const TPDEntry& entry, PDObj& object);
 
-  // Behind the value of an object: whether a stream follows, and where its data is.
+  // After the value of an object: whether a stream follows, and where its data is.
   bool LocateStream(std::int64_t nPos, std::int64_t nEnd, const PDObj& object, TPDStream& stream);
   bool ReadLength(const PDObj& object, std::int64_t& nLength);
   bool IsStreamEnd(std::int64_t nPos);

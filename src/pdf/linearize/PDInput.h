@@ -55,10 +55,10 @@ public:
   // Skips white space and comments (ISO 32000-1, 7.2.3).
   void SkipSpace();
 
-  // A number without a sign behind white space; false for anything else, and for more than 18 digits.
+  // A number without a sign after white space; false for anything else, and for more than 18 digits.
   bool ReadNumber(std::int64_t& nValue);
 
-  // True, and behind it, if this word comes next behind white space; else the position is undefined.
+  // True, and after it, if this word comes next after white space; else the position is undefined.
   bool ReadWord(const char* szWord);
 
 private:

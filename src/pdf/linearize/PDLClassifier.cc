@@ -14,8 +14,8 @@
 namespace
 {
 
-// What pages share is walked again for each of them, and told for each of them. Up to these numbers for every
-// object and for bytes of the file; real documents stay far below.
+// What pages share is walked again for each of them, and listed for each of them. Up to these numbers for
+// every object and for bytes of the file; real documents stay far below.
 constexpr std::int64_t g_nRevisitsPerObject = 32;
 constexpr std::int64_t g_nFreeRevisits = std::int64_t{4} << 20;
 constexpr std::int64_t g_nBytesPerUse = 16;

@@ -70,7 +70,7 @@ public:
   TPDRole GetRole(int nObject) const { return m_objects[nObject].m_nRole; }
   bool IsFirstPage(int nObject) const { return (m_objects[nObject].m_nFlags & ePDFirstPage) != 0; }
 
-  // Outlines are shown when the document opens, and stand in front.
+  // Outlines are shown when the document opens, and come first.
   bool IsOutlinesFirst() const { return m_bOutlinesFirst; }
 
   // Frees what only the walks need.

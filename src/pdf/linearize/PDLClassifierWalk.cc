@@ -82,7 +82,7 @@ void PDLClassifier::Step(TPDEdge nEdge)
 }
 
 // A P entry leads from an annotation to its page, and from a structure element to its parent; elsewhere it is
-// followed if there is something behind it.
+// followed if there is something after it.
 bool PDLClassifier::IsFollowed(TPDEdge nEdge)
 {
   const bool bStructure = m_nPage == 0 && m_nCurrentGroup == ePDCategoryStructure;

@@ -25,7 +25,7 @@ enum TPDEdgeKind : unsigned char
   ePDDeferEnd,
   ePDFlush,      // what has been deferred comes here
   ePDChainItem,  // follows a list of outline items; not found in objects
-  ePDLeft,       // no walk follows it: Parent and Prev entries, and what stands below them
+  ePDLeft,       // no walk follows it: Parent and Prev entries, and what is below them
   ePDLeftOfTree  // nor is it carried over from the page tree: Parent, and values that pages inherit
 };
 

@@ -28,7 +28,7 @@ public:
   TState Open(BSE::IByteStream* pStream, PDCryptor* pCryptor);
 
 private:
-  struct TXRef  // an entry as a section tells it
+  struct TXRef  // an entry as a section has it
   {
     std::int64_t m_nPos;  // or the number of the object stream
     int m_nNumber;

@@ -5,7 +5,7 @@
 
 #include <algorithm>
 
-// The chain of cross-reference sections, newest first: what is told first holds.
+// The chain of cross-reference sections, newest first: what is said first holds.
 
 namespace
 {
@@ -33,7 +33,7 @@ bool PDLInput::ReadChain(std::int64_t nPos)
 {
   for (int nSections = 0; nPos >= 0; ++nSections)
   {
-    // A chain that comes back to where it was has told all that it has to tell.
+    // A chain that comes back to where it was has said all that it has to say.
     if (m_sections.Contains(nPos))
       break;
     m_sections.SetAt(nPos, nullptr);
@@ -54,7 +54,7 @@ bool PDLInput::ReadSection(std::int64_t nPos, std::int64_t& nPrev)
   return cursor.Peek() == 'x' ? ReadTableSection(nPos, nPrev) : ReadXRefStream(nPos, nPrev);
 }
 
-// In a hybrid file the table hides what only its cross-reference stream tells: that comes first.
+// In a hybrid file the table hides what only its cross-reference stream says: that comes first.
 bool PDLInput::ReadTableSection(std::int64_t nPos, std::int64_t& nPrev)
 {
   PDCursor cursor(*m_pInput, nPos + m_nHeaderOffset);

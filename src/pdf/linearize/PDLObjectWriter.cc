@@ -187,7 +187,7 @@ void PDLObjectWriter::WriteText(std::span<const unsigned char> text, PDWriter& o
   if (m_bRegular && IsPDRegular(text.front()))
     output.PutByte(' ');
   output.Put(text);
-  // Behind an empty name a number would become its text.
+  // After an empty name a number would become its text.
   m_bRegular = IsPDRegular(text.back()) || text.back() == '/';
 }
 

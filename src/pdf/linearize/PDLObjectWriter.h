@@ -5,7 +5,7 @@
 #include "pdf/linearize/PDWriter.h"
 
 // Writes objects of a document under new numbers: references are renumbered and lead to null where nothing is
-// written, pages get what they inherit, stream lengths stand in the dictionaries. Encrypted bytes are carried
+// written, pages get what they inherit, stream lengths are in the dictionaries. Encrypted bytes are carried
 // as they are where one key serves the whole document and stays; else, and for what object streams held in
 // plain, they are encrypted anew.
 class PDLObjectWriter : public PDBase
@@ -29,7 +29,7 @@ public:
   // The whole object, from its number to its end. Measuring comes before writing. False if it cannot be read.
   bool WriteObject(int nObject, PDWriter& output);
 
-  // A stream that the source has not: encrypted if the document is. The entries stand in front of its length.
+  // A stream that the source has not: encrypted if the document is. The entries come first of its length.
   bool WriteNewStream(int nNumber, std::span<const unsigned char> entries,
                       std::span<const unsigned char> data, PDWriter& output);
 

@@ -16,7 +16,7 @@ struct TPDSecurity
 // Writes a document in the order of a linearized file (ISO 32000-1, Annex F):
 //
 //   header, linearization dictionary
-//   cross-reference table of the objects that stand here, with the trailer
+//   cross-reference table of the objects that are here, with the trailer
 //   encryption dictionary, catalogue
 //   hint stream
 //   objects of the first page, and the outlines if the document opens with them
@@ -51,7 +51,7 @@ public:
   std::int64_t GetWritten() const { return m_pOutput ? m_pOutput->GetWritten() : 0; }
 
 private:
-  // Objects that stand together, in order.
+  // Objects that are together, in order.
   struct TPart
   {
     BSE::CBasicArray<int> m_objects;

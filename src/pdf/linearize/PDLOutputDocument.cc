@@ -7,7 +7,7 @@
 namespace
 {
 
-// Digits of a position or length. Numbers that are known only in the end stand in fields of this width.
+// Digits of a position or length. Numbers that are known only in the end are in fields of this width.
 constexpr int g_nPositionWidth = 10;
 constexpr int g_nGenerationWidth = 5;
 
@@ -32,7 +32,7 @@ bool PDLOutput::WriteDocument(PDWriter& output)
   return output.Tell() == m_nFileLength && !output.HasFailed();
 }
 
-// An object that is not as long as it was measured would put everything behind it in the wrong place.
+// An object that is not as long as it was measured would put everything after it in the wrong place.
 bool PDLOutput::WritePart(const TPart& part, PDWriter& output)
 {
   for (int i = 0; i < part.m_objects.GetSize(); ++i)
@@ -126,7 +126,7 @@ void PDLOutput::WriteFirstSection(PDWriter& output)
   output.Put(">>\nstartxref\n0\n%%EOF\n");
 }
 
-// The identifier stands with the encryption, whose keys may depend on it.
+// The identifier is with the encryption, whose keys may depend on it.
 void PDLOutput::WriteSecurity(PDWriter& output)
 {
   const std::span<const unsigned char> id = m_pSecurity ? m_pSecurity->m_id.GetSpan() : m_input.GetIdText();

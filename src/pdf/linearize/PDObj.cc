@@ -93,7 +93,7 @@ void DecodeHex(std::span<const unsigned char> text, BSE::CBasicArray<unsigned ch
     bytes.Add(static_cast<unsigned char>(nHigh << 4));
 }
 
-// The byte behind a backslash at i, which moves to the last byte used; -1 for a line that goes on.
+// The byte after a backslash at i, which moves to the last byte used; -1 for a line that goes on.
 int DecodeEscape(std::span<const unsigned char> text, std::size_t& i)
 {
   const unsigned char nByte = text[i];

@@ -19,12 +19,12 @@ enum TPDType : unsigned char
   ePDDictionary
 };
 
-// One value inside the text of an object. Containers stand in front of what they hold.
+// One value inside the text of an object. Containers come first of what they hold.
 struct TPDNode
 {
   std::uint32_t m_nStart;  // of the value's own text, delimiters included
   std::uint32_t m_nEnd;
-  int m_nValue;  // container: the node behind its contents; reference: object number
+  int m_nValue;  // container: the node after its contents; reference: object number
   TPDType m_nType;
   bool m_bReferences;  // it is one, or holds one
   bool m_bStrings;     // it is one, or holds one
@@ -41,7 +41,7 @@ public:
   TPDType GetType(int nNode) const { return nNode < 0 ? ePDNull : m_nodes[nNode].m_nType; }
   bool IsContainer(int nNode) const { return GetType(nNode) >= ePDArray; }
 
-  // Node behind a value and all that it holds.
+  // Node after a value and all that it holds.
   int GetNext(int nNode) const { return IsContainer(nNode) ? m_nodes[nNode].m_nValue : nNode + 1; }
 
   // The value as it is written in the source; valid as long as the source's bytes are.

@@ -82,7 +82,7 @@ TPDResult PDParser::ParseValue(PDObj& object)
   return object.GetType(0) == ePDInteger ? ParseRestOfReference(object) : TPDResult::Complete;
 }
 
-// Behind an integer outside of containers a generation and the R may follow.
+// After an integer outside of containers a generation and the R may follow.
 TPDResult PDParser::ParseRestOfReference(PDObj& object)
 {
   const std::size_t nEnd = m_nPos;

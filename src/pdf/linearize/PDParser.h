@@ -26,7 +26,7 @@ public:
   // A number without a sign.
   TPDResult ParseNumber(std::int64_t& nValue);
 
-  // Complete, and behind it, if this word comes next; Damaged, and in front of it, if something else does.
+  // Complete, and after it, if this word comes next; Damaged, and in front of it, if something else does.
   TPDResult ParseWord(const char* szWord);
 
   // Skips white space and comments; false at the end of the text.

@@ -26,7 +26,7 @@ public:
   void PutByte(unsigned char nByte);
   void PutNumber(std::int64_t nNumber);
 
-  // Behind zeros or followed by spaces, up to a width.
+  // After zeros or followed by spaces, up to a width.
   void PutZeroPadded(std::int64_t nNumber, int nWidth);
   void PutSpacePadded(std::int64_t nNumber, int nWidth);
 

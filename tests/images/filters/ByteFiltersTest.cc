@@ -54,7 +54,7 @@ void ExpectRoundTrips()
   }
 }
 
-// The source stands behind the end marker, however the end was reached.
+// The source is after the end marker, however the end was reached.
 template <class F>
 void ExpectSourceBehind(const std::string& encoded, bool bSkip)
 {

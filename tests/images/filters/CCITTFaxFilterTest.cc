@@ -189,7 +189,7 @@ TEST(CCITTFaxFilter, EndsWhereTheDataEnds)
             (TResult{"\x43\x43", {}}));
   EXPECT_EQ(DecodeBits("", group3), TResult{});
   EXPECT_EQ(DecodeBits("00000000 00000000 00000000 0000", group3), TResult{});
-  // The rows told end it too, and then what is behind the end of the block can be read from the source.
+  // The rows told end it too, and then what is after the end of the block can be read from the source.
   for (const int nRows : {0, 1, 2})
   {
     CCCITTFaxParameters parameters = MakeParameters(-1, 8);

@@ -62,7 +62,7 @@ inline std::string Contents(IByteStream& stream)
   return ReadPieces(stream, 4096);
 }
 
-// What a decoder F, made with the arguments behind its source, gives for the data.
+// What a decoder F, made with the arguments after its source, gives for the data.
 template <class F, class... A>
 std::string Decode(std::string_view data, const A&... arguments)
 {

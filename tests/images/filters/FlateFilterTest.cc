@@ -11,7 +11,7 @@ namespace BSE
 namespace
 {
 
-// Deflated by zlib itself, with a full flush after every nFlush bytes; tells where the second part starts.
+// Deflated by zlib itself, with a full flush after every nFlush bytes; says where the second part starts.
 std::string DeflateWithFlushes(const std::string& data, size_t nFlush, size_t& nSecond)
 {
   z_stream stream{};

@@ -15,7 +15,7 @@ using namespace std::string_literals;
 constexpr int g_nClear = 256;
 constexpr int g_nEnd = 257;
 
-// Packs codes as an encoder does that counts one entry for each code but the first behind a clear code.
+// Packs codes as an encoder does that counts one entry for each code but the first after a clear code.
 std::string Pack(const std::vector<int>& codes, bool bLSBFirst, int nEarlyChange)
 {
   std::vector<bool> bits;

@@ -174,7 +174,7 @@ TEST_F(LinearizerEncrypted, TakesNewPasswords)
 }
 
 // Metadata in clear is data in clear: strings beside them are encrypted as all others (ISO 32000-1, 7.6.1).
-// Signatures never are, but what stands beside them is (ISO 32000-2, 7.6.2).
+// Signatures never are, but what is beside them is (ISO 32000-2, 7.6.2).
 TEST_F(LinearizerEncrypted, StringsThatEncryptionTreatsInTheirOwnWay)
 {
   Support::CPdfBuilder builder;

@@ -66,7 +66,7 @@ public:
 
   const std::string& GetBytes() const { return m_sPdf; }
 
-  // Text of an object, without a stream's data behind the keyword.
+  // Text of an object, without a stream's data after the keyword.
   std::string GetObject(int nNumber) const
   {
     const auto found = m_positions.find(nNumber);

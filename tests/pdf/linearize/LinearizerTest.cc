@@ -182,7 +182,7 @@ TEST(Linearizer, OrdersTheCatalogue)
   }
 }
 
-// What only leads backwards or upwards, from wherever it stands, is carried over; what the page tree replaces
+// What only leads backwards or upwards, from wherever it is, is carried over; what the page tree replaces
 // is not.
 TEST(Linearizer, KeepsWhatIsReachedBackwards)
 {
@@ -222,7 +222,7 @@ TEST(Linearizer, KeepsWhatIsReachedBackwards)
     EXPECT_EQ(file.GetObject(nNumber).find("null"), std::string::npos) << file.GetObject(nNumber);
 }
 
-// What a page takes from the nodes above it stands on the page, and on no node.
+// What a page takes from the nodes above it is on the page, and on no node.
 TEST(Linearizer, CompletesPages)
 {
   CPdfBuilder builder;
@@ -334,7 +334,7 @@ TEST(Linearizer, CompressesAsTheFileDoes)
   EXPECT_NE(sPdf.find("/Filter/FlateDecode/Length 8>>\nstream\nDEFLATED\nendstream"), std::string::npos);
 }
 
-// A document that is linearized without a save tells itself whether it is to be archived.
+// A document that is linearized without a save says itself whether it is to be archived.
 TEST(Linearizer, LeavesMetadataOfArchivesReadable)
 {
   for (const bool bArchive : {false, true})
@@ -348,7 +348,7 @@ TEST(Linearizer, LeavesMetadataOfArchivesReadable)
     const BSE::CObjectPtr<BSE::IByteStream> pInput(
         new BSE::CMemoryInputStream(sPdf.data(), static_cast<std::int64_t>(sPdf.size())));
     const BSE::CObjectPtr<BSE::CMemoryStream> pOutput(new BSE::CMemoryStream);
-    // What stands in the output is overwritten.
+    // What is in the output is overwritten.
     pOutput->WriteAll(reinterpret_cast<const unsigned char*>("head"), 4);
     ASSERT_TRUE(PDF::LinearizeDocument(pInput.Get(), PDF::CTextString(), pOutput.Get(), nullptr, nullptr));
     std::string sLinear(static_cast<size_t>(pOutput->GetLength()), '\0');

@@ -11,7 +11,7 @@ namespace BSE
 {
 
 // The arithmetic decoder of ITU-T T.88, annex E. Small and copied freely: loops work on a copy of their own,
-// which the compiler can keep in registers. Behind the data come ones without end; whoever decodes asks now
+// which the compiler can keep in registers. After the data come ones without end; whoever decodes asks now
 // and then whether that has gone too far.
 class CJBIG2ArithmeticDecoder
 {
@@ -57,7 +57,7 @@ public:
   }
 
   // Decodes zeros for one context up to the first one or up to nMax of them; returns the zeros. If there are
-  // fewer than nMax, the one behind them has been decoded too. Where zeros are likely, many of them pass in
+  // fewer than nMax, the one after them has been decoded too. Where zeros are likely, many of them pass in
   // one step.
   std::int64_t DecodeZeros(TJBIG2Context& nContext, std::int64_t nMax)
   {

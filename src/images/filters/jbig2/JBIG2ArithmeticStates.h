@@ -9,7 +9,7 @@ namespace BSE
 // A context of the arithmetic coder: twice the index of its state, and one more if black is expected.
 using TJBIG2Context = unsigned char;
 
-// What a context leads to. The interval of the value that is not expected stands in the high half of a word,
+// What a context leads to. The interval of the value that is not expected is in the high half of a word,
 // where the coder's own interval is.
 struct TJBIG2State
 {

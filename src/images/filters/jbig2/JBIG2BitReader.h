@@ -7,7 +7,7 @@
 namespace BSE
 {
 
-// Bits of a segment from the high end of each byte. Behind the end come zeros, and the reader has failed.
+// Bits of a segment from the high end of each byte. After the end come zeros, and the reader has failed.
 class CJBIG2BitReader
 {
 public:
@@ -42,7 +42,7 @@ public:
     m_nBit = 0;
   }
 
-  // All bytes that are left, and those before a place in them; the reader stands at a byte.
+  // All bytes that are left, and those before a place in them; the reader is at a byte.
   std::span<const unsigned char> GetRest() const { return m_data.subspan(m_nByte); }
   std::span<const unsigned char> Take(std::size_t n)
   {

@@ -20,7 +20,7 @@ constexpr int g_nWordBits = CJBIG2Bitmap::g_nWordBits;
 constexpr int g_nCreationWork = 64;
 constexpr std::int64_t g_nOverhead = 64 + sizeof(CJBIG2Bitmap);
 
-// Word that begins nOffset bits, 0 to 63, behind the start of the first of two.
+// Word that begins nOffset bits, 0 to 63, after the start of the first of two.
 std::uint64_t Join(std::uint64_t nFirst, std::uint64_t nSecond, int nOffset)
 {
   return nOffset == 0 ? nFirst : nFirst << nOffset | nSecond >> (g_nWordBits - nOffset);

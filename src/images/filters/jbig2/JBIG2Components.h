@@ -17,7 +17,7 @@ struct TJBIG2Component
 
   int m_nLeft;
   int m_nTop;
-  int m_nRight;  // behind the last pixels
+  int m_nRight;  // after the last pixels
   int m_nBottom;
   int m_nFirstRun;
   int m_nRuns;

@@ -79,7 +79,7 @@ bool CJBIG2Decoder::FindPage()
 
 void CJBIG2Decoder::FindHeight()
 {
-  // The last stripe tells its last row; without stripes the page ends where its regions do.
+  // The last stripe says its last row; without stripes the page ends where its regions do.
   std::int64_t nStripes = 0;
   std::int64_t nRegions = 0;
   for (int i = m_nPageSegment; i < m_segments.GetCount(); ++i)

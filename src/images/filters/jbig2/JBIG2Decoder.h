@@ -16,7 +16,7 @@ enum TJBIG2Class
   eJBIG2Fatal = 91
 };
 
-// Whom a decoder tells what it meets.
+// Who hears of what a decoder meets.
 class IJBIG2Messages
 {
 public:
@@ -26,8 +26,8 @@ public:
 
 // Decodes the one page of an image in JBIG2 coding (ITU-T T.88) in the embedded form: segments without a file
 // header, those that images share in a block of their own. A damaged segment costs what is missing of it,
-// which is told as fatal; the rest of the page stands. The colour extension is refused. Work and memory are
-// limited in proportion to the data, all segments together; what is beyond ends the page with a message.
+// which is reported as fatal; the rest of the page is kept. The colour extension is refused. Work and memory
+// are limited in proportion to the data, all segments together; what is beyond ends the page with a message.
 class CJBIG2Decoder
 {
 public:
@@ -44,7 +44,7 @@ public:
   // Decodes all segments. Once only.
   void Decode();
 
-  // Null before Decode, and where the page could not be made, which has been told.
+  // Null before Decode, and where the page could not be made, which has been reported.
   const CJBIG2Bitmap* GetPage() const { return m_pPage.Get(); }
 
 private:

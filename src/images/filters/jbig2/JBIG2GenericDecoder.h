@@ -20,7 +20,7 @@ public:
 
   // Decodes into a white bitmap; where pSkip, as large as the bitmap, is black, a pixel is white without
   // being coded. False, with the reason in the run, if the data does not hold all of it; the rows up to there
-  // stand.
+  // are.
   bool Decode(CJBIG2ArithmeticDecoder& decoder, CJBIG2Bitmap& bitmap, const CJBIG2Bitmap* pSkip = nullptr);
 
   // What a dictionary hands on to another one of the same form.
@@ -39,7 +39,7 @@ private:
   // A pixel of the context that is not at its default place.
   struct TMoved
   {
-    // Whether it is so near to the left that it may stand in the word that is being decoded.
+    // Whether it is so near to the left that it may be in the word that is being decoded.
     bool IsNear() const
     {
       return m_offset.m_y == 0 && m_offset.m_x < 0 && m_offset.m_x >= -CJBIG2Bitmap::g_nWordBits;

@@ -16,7 +16,7 @@ struct TJBIG2Offset
 
 // The neighbourhood of generic regions (ITU-T T.88, 6.2.5.3). A context is three strings of pixels, from the
 // low bit on: those to the left in the same row, nearest first, then one string each of the two rows above,
-// from the right end to the left. Some of the pixels can be moved elsewhere; where they stand by default they
+// from the right end to the left. Some of the pixels can be moved elsewhere; where they are by default they
 // complete the strings.
 struct TJBIG2Template
 {

@@ -15,7 +15,7 @@ namespace BSE
 // What a code of a Huffman table stands for.
 enum TJBIG2LineKind : unsigned char
 {
-  eJBIG2Range,  // m_nFirst and the numbers above it, chosen by bits behind the code
+  eJBIG2Range,  // m_nFirst and the numbers above it, chosen by bits after the code
   eJBIG2Lower,  // the same downwards
   eJBIG2None    // no number: the end of a list
 };
@@ -25,7 +25,7 @@ struct TJBIG2HuffmanLine
 {
   std::int32_t m_nFirst;
   unsigned char m_nLength;  // of the code
-  unsigned char m_nBits;    // behind it
+  unsigned char m_nBits;    // after it
   TJBIG2LineKind m_kind;
 };
 

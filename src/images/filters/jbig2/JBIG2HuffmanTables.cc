@@ -8,7 +8,7 @@ namespace BSE
 namespace
 {
 
-// ITU-T T.88, annex B.5: the first number of a line, the length of its code, the bits behind the code. Lines
+// ITU-T T.88, annex B.5: the first number of a line, the length of its code, the bits after the code. Lines
 // without a lower or an upper end have 32 of them.
 constexpr TJBIG2HuffmanLine g_tableB1[] = {
     {0, 1, 4, eJBIG2Range}, {16, 2, 8, eJBIG2Range}, {272, 3, 16, eJBIG2Range}, {65808, 3, 32, eJBIG2Range}};

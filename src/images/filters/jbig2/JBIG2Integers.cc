@@ -10,7 +10,7 @@ namespace
 
 constexpr unsigned g_nStart = 1;
 
-// The place of the context behind a bit: the bits so far, but for the oldest ones of long numbers.
+// The place of the context after a bit: the bits so far, but for the oldest ones of long numbers.
 unsigned Append(unsigned nPrevious, unsigned nBit)
 {
   const unsigned nNext = nPrevious << 1 | nBit;

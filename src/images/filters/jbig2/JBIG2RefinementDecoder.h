@@ -16,7 +16,7 @@ public:
   CJBIG2RefinementDecoder(CJBIG2Run& run, const TJBIG2RefinementForm& form);
 
   // Decodes into a white bitmap. False, with the reason in the run, if the data does not hold all of it; the
-  // rows up to there stand.
+  // rows up to there are kept.
   bool Decode(CJBIG2ArithmeticDecoder& decoder, CJBIG2Bitmap& bitmap, const TJBIG2Reference& reference);
 
   // What a dictionary hands on to another one of the same form.

@@ -11,7 +11,7 @@ namespace BSE
 class CJBIG2Run
 {
 public:
-  // With limits in proportion to the size of the data, as Limits.h tells them.
+  // With limits in proportion to the size of the data, as Limits.h has them.
   explicit CJBIG2Run(std::int64_t nInputSize);
 
   // Without limits, for data that is our own.

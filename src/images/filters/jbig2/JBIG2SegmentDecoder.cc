@@ -365,7 +365,7 @@ CJBIG2BitmapPtr CJBIG2SegmentDecoder::DecodeGeneric(int nSegment, CByteCursor& c
   std::int64_t nHeight = region.m_nHeight;
   if (m_segments.Get(nSegment).m_bOpenLength && data.size() >= 4)
   {
-    // Behind the mark stands how many rows there are.
+    // After the mark comes the number of rows.
     nHeight = std::min<std::int64_t>(nHeight, CByteCursor(data.last(4)).Card32());
     data = data.first(data.size() - 4);
   }

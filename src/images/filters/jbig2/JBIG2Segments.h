@@ -60,7 +60,7 @@ struct TJBIG2Segment
   std::uint32_t m_nNumber;
   int m_nType;
   std::uint32_t m_nPage;
-  bool m_bOpenLength;  // the data ended with a mark, and behind that stands the count of rows
+  bool m_bOpenLength;  // the data ended with a mark, and after that comes the count of rows
   bool m_bCut;         // the data is shorter than the header says
   int m_nFirstReference;
   int m_nReferences;
@@ -101,7 +101,7 @@ inline constexpr std::uint32_t g_nJBIG2UnknownHeight = 0xFFFFFFFFU;
 inline constexpr std::int64_t g_nJBIG2PageSize = 19;
 TJBIG2Page ReadJBIG2Page(CByteCursor& cursor);
 
-// The segments of some data, one behind the other, headers and data in turn. A file header in front, which
+// The segments of some data, one after the other, headers and data in turn. A file header in front, which
 // such data should not have, is passed over.
 class CJBIG2SegmentList
 {

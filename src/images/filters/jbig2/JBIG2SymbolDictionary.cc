@@ -233,7 +233,7 @@ CJBIG2BitmapPtr CJBIG2SymbolDecoder::DecodeCollective(std::int64_t nWidth)
   if (!pBitmap || !m_run.Spend(pBitmap->GetWork()))
     return nullptr;
   m_reader.AlignToByte();
-  // Without a size the rows stand there as they are.
+  // Without a size the rows are there as they are.
   const bool bPlain = nSize == 0;
   if (bPlain)
     nSize = (nWidth + 7) / 8 * m_nHeight;

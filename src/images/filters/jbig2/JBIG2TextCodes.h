@@ -38,7 +38,7 @@ public:
   virtual bool ReadIsRefined(bool& bRefined) = 0;
   virtual bool ReadChange(TJBIG2SymbolChange& change) = 0;
 
-  // Directly behind the change that it belongs to.
+  // Directly after the change that it belongs to.
   virtual bool DecodeRefined(CJBIG2Bitmap& bitmap, const TJBIG2Reference& reference) = 0;
 };
 
@@ -129,7 +129,7 @@ private:
   const TJBIG2TextTables& m_tables;
 };
 
-// The table of symbol numbers that stands in front of a text region in Huffman coding (T.88, 7.4.3.1.7);
+// The table of symbol numbers that precedes a text region in Huffman coding (T.88, 7.4.3.1.7);
 // null, with the reason in the run, for damaged data.
 CObjectPtr<CJBIG2HuffmanTable> ReadJBIG2SymbolTable(CJBIG2Run& run, CJBIG2BitReader& reader, int nSymbols);
 

@@ -15,7 +15,7 @@ namespace
 constexpr int g_nMaxSide = 255;
 constexpr int g_nSizes = g_nMaxSide + 1;
 
-// Bits that a symbol costs where it stands, and besides its pixels in the dictionary.
+// Bits that a symbol costs where it is, and besides its pixels in the dictionary.
 constexpr double g_dInstanceBits = 13;
 constexpr double g_dSymbolBits = 8;
 

@@ -13,7 +13,7 @@ struct TJBIG2Instance
 {
   int m_nComponent;  // what it stands for
   int m_nSymbol;     // among the symbols of the layout
-  int m_nRefined;    // among its refined bitmaps, or -1 if the symbol stands as it is
+  int m_nRefined;    // among its refined bitmaps, or -1 if the symbol is as it is
   int m_x;           // corner of the symbol in the refined bitmap
   int m_y;
 };
@@ -27,7 +27,7 @@ public:
   // Borrows both.
   CJBIG2TextLayout(CJBIG2Run& run, const CJBIG2Components& components, double dBitsPerRun);
 
-  // Symbols that stand as they are; then, once only and behind that, refinements. False if there are none.
+  // Symbols that are as they are; then, once only and after that, refinements. False if there are none.
   bool AddSymbols();
   bool AddRefinements();
 

@@ -64,7 +64,7 @@ bool CJBIG2TextDecoder::DecodeInstance(CJBIG2Bitmap& bitmap)
   const CJBIG2BitmapPtr pSymbol = DecodeSymbol();
   if (!pSymbol || !m_run.Spend(pSymbol->GetWork()))
     return false;
-  // The place of the symbol is that of its corner; the text goes on behind it. What the corner does not
+  // The place of the symbol is that of its corner; the text goes on after it. What the corner does not
   // account for before the symbol comes after it.
   const bool bFarCorner = m_form.m_bTransposed ? m_form.IsBottom() : m_form.IsRight();
   const int nLength = (m_form.m_bTransposed ? pSymbol->GetHeight() : pSymbol->GetWidth()) - 1;

@@ -34,13 +34,13 @@ std::vector<fs::path> GetDocuments()
   return documents;
 }
 
-// The number behind a key of a dictionary.
+// The number after a key of a dictionary.
 size_t GetNumber(const std::string& pdf, size_t nPos, const std::string& key)
 {
   return std::strtoul(pdf.c_str() + pdf.find(key, nPos) + key.size(), nullptr, 10);
 }
 
-// The data of the first stream whose dictionary stands behind a place.
+// The data of the first stream whose dictionary follows a place.
 std::string GetStream(const std::string& pdf, size_t nPos)
 {
   const size_t nStart = pdf.find("stream\n", nPos) + 7;

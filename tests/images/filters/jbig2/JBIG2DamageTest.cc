@@ -99,7 +99,7 @@ TEST(JBIG2Damage, TellsWhatIsMissing)
         std::any_of(starts.begin(), starts.end(), [nSize](size_t n) { return nSize >= n && nSize < n + 4; });
     EXPECT_TRUE(rows == picture || bPadding || !reports.GetCodes().empty()) << nSize;
   }
-  // What stands in front of the damage and behind it is there.
+  // What is before the damage and after it is there.
   std::string damaged = data;
   damaged[starts[2] + 12] = '\x7F';
   CReports reports;

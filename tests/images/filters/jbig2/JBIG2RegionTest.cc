@@ -268,7 +268,7 @@ TEST(JBIG2Regions, FindTheHeightOfAPage)
                     Segment(10, 51, {}, ""),
                 expected);
   ExpectPicture(PageSegment(70, 0xFFFFFFFF) + GenericSegment(1, expected, 0, 0), expected);
-  // Segments that say nothing about the picture, a header of a file, and bytes behind the end.
+  // Segments that say nothing about the picture, a header of a file, and bytes after the end.
   ExpectPicture("\x97JB2\r\n\x1A\n\x01" + Number32(1) + Segment(7, 62, {}, "comment") + PageSegment(70, 90) +
                     Segment(6, 52, {}, Number32(0)) + GenericSegment(1, expected, 0, 0) + "\r\n",
                 expected);

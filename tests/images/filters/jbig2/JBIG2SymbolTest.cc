@@ -278,7 +278,7 @@ TEST(JBIG2Symbols, LayOutText)
 const CLines g_ownTable{{-3, 2, 3, eJBIG2Range},  {5, 2, 4, eJBIG2Range},    {21, 3, 9, eJBIG2Range},
                         {-4, 4, 32, eJBIG2Lower}, {533, 4, 32, eJBIG2Range}, {0, 2, 0, eJBIG2None}};
 
-// The code lengths of symbols as they stand in front of Huffman coded text, with runs of each kind.
+// The code lengths of symbols as they come first of Huffman coded text, with runs of each kind.
 void WriteSymbolCodes(CBitWriter& writer, const CLines& codes)
 {
   // Lengths of the run codes: 5 bits for each that is used.

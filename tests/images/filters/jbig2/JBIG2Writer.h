@@ -12,7 +12,7 @@
 
 #include "tests/images/filters/BitmapFixture.h"
 
-// Writes JBIG2 data of every kind, pixel by pixel as ITU-T T.88 tells it, for decoders to be tested on.
+// Writes JBIG2 data of every kind, pixel by pixel as ITU-T T.88 says it, for decoders to be tested on.
 namespace BSE
 {
 
