@@ -111,6 +111,11 @@ bool CColorSpace::OnConvertRow(TTarget target, const unsigned char* pSource, uns
   return pTransform != nullptr;
 }
 
+void CColorSpace::OnNoTransform(TTarget)
+{
+  BSE::ReportLoss(m_pCMS->GetAccount().GetErrorContext(), g_nInvalidColorSpace);
+}
+
 CColorTransform* CColorSpace::GetTransform(TTarget target)
 {
   if (!m_bTried[target])
@@ -120,6 +125,8 @@ CColorTransform* CColorSpace::GetTransform(TTarget target)
     CColorProfile* pTarget = m_pCMS->GetDefaultProfile(GetTargetKind(target));
     if (pSource && pTarget)
       m_transforms[target] = m_pCMS->CreateTransform(*pSource, *pTarget, OnGetSampleForm(), OnGetIntent());
+    if (!m_transforms[target])
+      OnNoTransform(target);
   }
   return m_transforms[target].Get();
 }

@@ -11,6 +11,9 @@ namespace DOC
 
 class IColorSpace;
 
+// Reported where colours come out other than they should, and for what is no colour space.
+inline constexpr unsigned g_nInvalidColorSpace = 0x83410617U;
+
 enum TColorSpaceType
 {
   eDeviceGray = 0,
@@ -173,6 +176,9 @@ protected:
   virtual CColorProfile* OnGetProfile() { return nullptr; }
   virtual TIntent OnGetIntent() const { return eIntentOfProfile; }
   virtual TSampleForm OnGetSampleForm() const { return eBytes; }
+
+  // Called once for each target that there is no transform for; reports a loss.
+  virtual void OnNoTransform(TTarget target);
 
   // The transform to a device; null if there is none. Borrowed.
   CColorTransform* GetTransform(TTarget target);

@@ -206,10 +206,10 @@ CColorSpaceFactory::CSpacePtr CColorSpaceFactory::CreateTint(const CObjectPtr& o
     return nullptr;
   const BSE::CObjectPtr<CFunction> pFunction = m_functions.Create(object[3]);
   if (!bDeviceN)
-    return Share(object, new CSeparationColorSpace(object, *m_pCMS, *pAlternate, pFunction.Get()));
+    return Share(object, new CSeparationColorSpace(object, *m_pCMS, *m_pCMYK, *pAlternate, pFunction.Get()));
   if (object[4]["Subtype"].IsName("NChannel"))
-    return Share(object, new CNChannelColorSpace(object, *m_pCMS, *pAlternate, pFunction.Get()));
-  return Share(object, new CDeviceNColorSpace(object, *m_pCMS, *pAlternate, pFunction.Get()));
+    return Share(object, new CNChannelColorSpace(object, *m_pCMS, *m_pCMYK, *pAlternate, pFunction.Get()));
+  return Share(object, new CDeviceNColorSpace(object, *m_pCMS, *m_pCMYK, *pAlternate, pFunction.Get()));
 }
 
 CColorSpaceFactory::CSpacePtr CColorSpaceFactory::CreatePattern(const CObjectPtr& object)

@@ -7,6 +7,8 @@
 namespace PDF
 {
 
+using DOC::g_nInvalidColorSpace;
+
 // Base of the spaces that are made from an object, on which it keeps a reference.
 class CColorSpace : public DOC::CColorSpace
 {
@@ -21,6 +23,8 @@ protected:
   {
     BSE::ReportLoss(GetContext(object, m_pCMS->GetAccount()), nCode);
   }
+
+  void OnNoTransform(DOC::TTarget) override { ReportLoss(m_object, g_nInvalidColorSpace); }
 
   // Formats the key; a text that does not fit makes none.
   void FormatKey(const char* szFormat, ...) __attribute__((format(printf, 2, 3)));

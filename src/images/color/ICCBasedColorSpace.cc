@@ -45,7 +45,7 @@ DOC::CColorProfile* CICCBasedColorSpace::OnGetProfile()
   return m_pProfile.Get();
 }
 
-void CICCBasedColorSpace::ReportFailure()
+void CICCBasedColorSpace::OnNoTransform(DOC::TTarget)
 {
   if (m_bReported || !m_pCMS->ReadsProfiles())
     return;
@@ -58,10 +58,8 @@ void CICCBasedColorSpace::ReportFailure()
 bool CICCBasedColorSpace::OnConvertRow(DOC::TTarget target, const unsigned char* pSource,
                                        unsigned char* pResult, int nCount)
 {
-  if (CColorSpace::OnConvertRow(target, pSource, pResult, nCount))
-    return true;
-  ReportFailure();
-  return ConvertBy(*m_pFallback, target, pSource, pResult, nCount);
+  return CColorSpace::OnConvertRow(target, pSource, pResult, nCount) ||
+         ConvertBy(*m_pFallback, target, pSource, pResult, nCount);
 }
 
 }  // namespace PDF

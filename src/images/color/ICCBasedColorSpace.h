@@ -23,10 +23,10 @@ protected:
   bool OnConvertRow(DOC::TTarget target, const unsigned char* pSource, unsigned char* pResult,
                     int nCount) override;
   DOC::CColorProfile* OnGetProfile() override;
+  void OnNoTransform(DOC::TTarget target) override;
 
 private:
   void OpenProfile();
-  void ReportFailure();
 
   CObjectPtr m_stream;
   BSE::CBasicArray<TRange> m_ranges;

@@ -87,7 +87,7 @@ bool IsWholeTable(BSE::CByteCursor tag, bool bWords)
   return !tag.HasFailed();
 }
 
-// Curves one after the other, each padded to four bytes.
+// Curves one after the other, each padded to four bytes but for the last.
 bool AreWholeCurves(BSE::CByteCursor curves, unsigned nCount)
 {
   constexpr int parameters[] = {1, 3, 4, 5, 7};
@@ -98,7 +98,9 @@ bool AreWholeCurves(BSE::CByteCursor curves, unsigned nCount)
     if (nType == MakeSignature("curv"))
     {
       const std::int64_t nEntries = curves.Card32();
-      curves.Take(nEntries + nEntries % 2, 2);
+      curves.Take(nEntries, 2);
+      if (nEntries % 2 == 1 && nCount > 1)
+        curves.Skip(2);
     }
     else if (nType == MakeSignature("para"))
     {

@@ -1,7 +1,6 @@
 #include "images/color/TintColorSpaces.h"
 
 #include "base/Hash.h"
-#include "images/color/DeviceColorSpaces.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -176,8 +175,6 @@ bool CTintColorSpace::ConvertPixels(DOC::TTarget target, const unsigned char* pS
 bool CTintColorSpace::ConvertByNames(DOC::TTarget target, const unsigned char* pSource,
                                      unsigned char* pResult, int nCount)
 {
-  if (!m_pInks)
-    m_pInks = new DOC::CDeviceCMYKColorSpace(*m_pCMS);
   if (!m_bReported)
     ReportLoss(m_object, g_nInvalidColorSpace);
   m_bReported = true;
@@ -193,9 +190,9 @@ bool CTintColorSpace::ConvertByNames(DOC::TTarget target, const unsigned char* p
   return ConvertBy(*m_pInks, target, m_buffer.GetData(), pResult, nCount);
 }
 
-CSeparationColorSpace::CSeparationColorSpace(const CObjectPtr& object, DOC::CCMS& cms,
+CSeparationColorSpace::CSeparationColorSpace(const CObjectPtr& object, DOC::CCMS& cms, DOC::IColorSpace& inks,
                                              DOC::IColorSpace& alternate, CFunction* pFunction)
-    : CTintColorSpace(object, cms, alternate, pFunction)
+    : CTintColorSpace(object, cms, inks, alternate, pFunction)
 {
   AddColorant(object[1]);
   const char* szAlternate = nullptr;
@@ -204,9 +201,9 @@ CSeparationColorSpace::CSeparationColorSpace(const CObjectPtr& object, DOC::CCMS
     FormatKey("S_%s_%s_%d", GetColorant(0), szAlternate, nFunction);
 }
 
-CDeviceNColorSpace::CDeviceNColorSpace(const CObjectPtr& object, DOC::CCMS& cms, DOC::IColorSpace& alternate,
-                                       CFunction* pFunction)
-    : CTintColorSpace(object, cms, alternate, pFunction)
+CDeviceNColorSpace::CDeviceNColorSpace(const CObjectPtr& object, DOC::CCMS& cms, DOC::IColorSpace& inks,
+                                       DOC::IColorSpace& alternate, CFunction* pFunction)
+    : CTintColorSpace(object, cms, inks, alternate, pFunction)
 {
   const CObjectPtr names = object[1];
   const int nNames = std::min(names.GetSize(), BSE::g_nMaxFunctionValues);

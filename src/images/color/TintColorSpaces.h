@@ -27,9 +27,10 @@ public:
   bool IsNone() const override { return m_bNone; }
 
 protected:
-  // The function may be null.
-  CTintColorSpace(const CObjectPtr& object, DOC::CCMS& cms, DOC::IColorSpace& alternate, CFunction* pFunction)
-      : CColorSpace(object, cms), m_pAlternate(&alternate), m_pFunction(pFunction)
+  // The inks are those of the device; the function may be null.
+  CTintColorSpace(const CObjectPtr& object, DOC::CCMS& cms, DOC::IColorSpace& inks,
+                  DOC::IColorSpace& alternate, CFunction* pFunction)
+      : CColorSpace(object, cms), m_pInks(&inks), m_pAlternate(&alternate), m_pFunction(pFunction)
   {
   }
 
@@ -53,6 +54,7 @@ private:
   bool ConvertWithMemo(DOC::TTarget target, const unsigned char* pSource, unsigned char* pResult, int nCount);
   bool ConvertByNames(DOC::TTarget target, const unsigned char* pSource, unsigned char* pResult, int nCount);
 
+  BSE::CObjectPtr<DOC::IColorSpace> m_pInks;
   BSE::CObjectPtr<DOC::IColorSpace> m_pAlternate;
   BSE::CObjectPtr<CFunction> m_pFunction;
   BSE::CObjectBuffer<CName, true, 4> m_colorants;
@@ -61,7 +63,6 @@ private:
   BSE::CBasicArray<unsigned char> m_buffer;                 // colours of the alternate
   BSE::CBasicArray<unsigned char> m_converted[g_nTargets];  // for all 256 amounts of one colorant
   CRowMemo m_memo;
-  BSE::CObjectPtr<DOC::IColorSpace> m_pInks;
   bool m_bNone = false;
   bool m_bReported = false;
 };
@@ -69,8 +70,8 @@ private:
 class CSeparationColorSpace : public CTintColorSpace
 {
 public:
-  CSeparationColorSpace(const CObjectPtr& object, DOC::CCMS& cms, DOC::IColorSpace& alternate,
-                        CFunction* pFunction);
+  CSeparationColorSpace(const CObjectPtr& object, DOC::CCMS& cms, DOC::IColorSpace& inks,
+                        DOC::IColorSpace& alternate, CFunction* pFunction);
   DOC::TColorSpaceType GetType() const override { return DOC::eSeparation; }
   const char* GetName() const override { return "Separation"; }
 };
@@ -79,8 +80,8 @@ class CDeviceNColorSpace : public CTintColorSpace
 {
 public:
   // The names of the object are an array of 1 to g_nMaxFunctionValues elements.
-  CDeviceNColorSpace(const CObjectPtr& object, DOC::CCMS& cms, DOC::IColorSpace& alternate,
-                     CFunction* pFunction);
+  CDeviceNColorSpace(const CObjectPtr& object, DOC::CCMS& cms, DOC::IColorSpace& inks,
+                     DOC::IColorSpace& alternate, CFunction* pFunction);
   DOC::TColorSpaceType GetType() const override { return DOC::eDeviceN; }
   const char* GetName() const override { return "DeviceN"; }
 

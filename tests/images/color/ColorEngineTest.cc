@@ -262,18 +262,33 @@ TEST(ColorEngine, DamagedProfiles)
                                  DOC::eIntentOfProfile);
     }
   }
+  // A curve of one number, at the end of its tag.
+  std::string sGamma = ColorTest::MakeGrayProfile();
+  DOC::TProfileHeader header;
+  BSE::CBasicArray<unsigned char> copy;
+  ASSERT_TRUE(DOC::CheckProfile(AsBytes(sGamma), header, copy));
+  EXPECT_NE(std::string(reinterpret_cast<const char*>(copy.GetData()), sGamma.size()).find("kTRC"),
+            std::string::npos);
   // A table that claims more points than the profile has bytes loses its name.
   std::string sProfile = ColorTest::MakeInkProfile(2.4, true);
   const std::size_t nTable = sProfile.find("mft1");
   ASSERT_NE(nTable, std::string::npos);
   sProfile[nTable + 10] = '\xFF';
-  DOC::TProfileHeader header;
-  BSE::CBasicArray<unsigned char> copy;
   ASSERT_TRUE(DOC::CheckProfile(AsBytes(sProfile), header, copy));
   const std::string sCopy(reinterpret_cast<const char*>(copy.GetData()), sProfile.size());
   EXPECT_NE(sProfile.find("A2B0"), std::string::npos);
   EXPECT_EQ(sCopy.find("A2B0"), std::string::npos);
   EXPECT_NE(sCopy.find("B2A0"), std::string::npos);
+}
+
+TEST(ColorEngine, WhatTransformsCostIsBounded)
+{
+  const BSE::CObjectPtr<DOC::CColorAccount> pAccount(new DOC::CColorAccount);
+  const CCMSPtr pEngine = DOC::CreateCMS("lcms", "/nowhere", *pAccount);
+  ASSERT_TRUE(pAccount->SpendWork(BSE::g_nFreeColorWork));
+  // By formula then.
+  EXPECT_EQ(Convert<DOC::CDeviceCMYKColorSpace>(*pEngine, DOC::eToRGB, {10, 20, 30, 100}),
+            (CBytes{145, 135, 125}));
 }
 
 TEST(ColorEngine, DefaultProfilesOfAFolder)

@@ -54,6 +54,7 @@ std::string MakeGrayProfile()
   cmsToneCurve* pCurve = cmsBuildGamma(nullptr, 1.8);
   cmsHPROFILE hProfile = cmsCreateGrayProfile(cmsD50_xyY(), pCurve);
   cmsFreeToneCurve(pCurve);
+  cmsSetProfileVersion(hProfile, 2.1);
   return Save(hProfile);
 }
 
