@@ -12,6 +12,13 @@ namespace PDF
 namespace
 {
 
+BSE::CObjectPtr<CFunction> TraceMissing(const BSE::CObjectPtr<CFunction>& pFunction)
+{
+  if (!pFunction && BSE::CTracer::IsOn())
+    BSE::CTracer::Trace("E", "PDF Function", "Error creating function.");
+  return pFunction;
+}
+
 template <class F, class... A>
 BSE::CObjectPtr<CFunction> LoadAs(const CObjectPtr& object, CColorAccount& account, A&... arguments)
 {
@@ -23,16 +30,18 @@ BSE::CObjectPtr<CFunction> LoadAs(const CObjectPtr& object, CColorAccount& accou
 
 BSE::CObjectPtr<CFunction> CFunctionFactory::Create(const CObjectPtr& object)
 {
-  const BSE::CObjectPtr<CFunction> pFunction = object.IsArray() ? Load(object) : CreateInner(object);
-  if (pFunction)
-    return pFunction;
-  if (BSE::CTracer::IsOn())
-    BSE::CTracer::Trace("E", "PDF Function", "Error creating function.");
-  BSE::ReportError(GetContext(object, *m_pAccount), g_nInvalidFunction);
-  return nullptr;
+  BSE::CObjectPtr<CFunction> pFunction = object.IsArray() ? Load(object) : Find(object);
+  if (!pFunction)
+    BSE::ReportError(GetContext(object, *m_pAccount), g_nInvalidFunction);
+  return TraceMissing(pFunction);
 }
 
 BSE::CObjectPtr<CFunction> CFunctionFactory::CreateInner(const CObjectPtr& object)
+{
+  return TraceMissing(Find(object));
+}
+
+BSE::CObjectPtr<CFunction> CFunctionFactory::Find(const CObjectPtr& object)
 {
   if (!object.IsDictionary() || m_nDepth >= BSE::g_nMaxFunctionNesting)
     return nullptr;

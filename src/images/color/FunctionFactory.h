@@ -20,10 +20,11 @@ public:
   // g_nMaxFunctionNesting deep. What is lost by that is the caller's to tell.
   BSE::CObjectPtr<CFunction> Create(const CObjectPtr& object);
 
-  // For functions inside others: reports nothing.
+  // For functions inside others: reports nothing, but traces.
   BSE::CObjectPtr<CFunction> CreateInner(const CObjectPtr& object);
 
 private:
+  BSE::CObjectPtr<CFunction> Find(const CObjectPtr& object);
   BSE::CObjectPtr<CFunction> Load(const CObjectPtr& object);
   BSE::CObjectPtr<CFunction> LoadOfType(const CObjectPtr& object, std::int64_t nType);
 
