@@ -117,7 +117,7 @@ inline constexpr std::int64_t g_nDCTWorkRatio = 256;
 // byte of the file. A photograph in inks that have a function of 200 operations costs a few hundred units for
 // each byte of its data; a profile is decoded once.
 #ifdef BREVEX_SMALL_LIMITS
-inline constexpr std::int64_t g_nFreeColorWork = std::int64_t{1} << 24;
+inline constexpr std::int64_t g_nFreeColorWork = std::int64_t{1} << 26;
 #else
 inline constexpr std::int64_t g_nFreeColorWork = std::int64_t{1} << 32;
 #endif

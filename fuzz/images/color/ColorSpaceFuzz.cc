@@ -77,6 +77,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t nSize)
     const auto nStart = static_cast<std::size_t>(pStream->Tell());
     AddStreams(file, object, pData + nStart, nSize - nStart, 0);
     const BSE::CObjectPtr<DOC::CColorAccount> pAccount(new DOC::CColorAccount(0, &handler));
+    if (*szEngine == 'n')
+      pAccount->SpendWork(BSE::g_nFreeColorWork - (1 << 23));
     const BSE::CObjectPtr<DOC::CCMS> pCMS = DOC::CreateCMS(szEngine, "/", *pAccount);
     PDF::CColorSpaceFactory factory(*pCMS);
     const BSE::CObjectPtr<DOC::IColorSpace> pSpace = factory.Create(object, object["Resources"]);

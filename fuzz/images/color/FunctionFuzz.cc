@@ -13,6 +13,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t nSize)
   BSE::CErrorHandler handler;
   PDF::CFile file(&handler);
   const BSE::CObjectPtr<DOC::CColorAccount> pAccount(new DOC::CColorAccount(0, &handler));
+  // What is left is a fraction of a second here.
+  pAccount->SpendWork(BSE::g_nFreeColorWork - (1 << 22));
   PDF::CFunctionFactory factory(*pAccount);
   const BSE::CObjectPtr<PDF::CFunction> pFunction = factory.Create(Fuzz::ParseObject(file, pData, nSize));
   if (!pFunction)
