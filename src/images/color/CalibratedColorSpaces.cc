@@ -38,7 +38,7 @@ double ReadGamma(const CObjectPtr& object)
 
 std::uint16_t ToWord(double d)
 {
-  return static_cast<std::uint16_t>(std::clamp(d, 0.0, 65535.0) + 0.5);
+  return static_cast<std::uint16_t>(std::lround(std::clamp(d, 0.0, 65535.0)));
 }
 
 }  // namespace

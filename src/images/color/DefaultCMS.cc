@@ -37,7 +37,8 @@ BSE::CObjectPtr<CColorProfile> CDefaultCMS::CreateRGBProfile(const TXYZ& white, 
   std::copy_n(gamma.begin(), 3, pProfile->m_gamma);
   for (int i = 0; i < 3; ++i)
     for (int j = 0; j < 3; ++j)
-      pProfile->m_matrix.m_values[i][j] = matrix[static_cast<std::size_t>(3 * j + i)];
+      pProfile->m_matrix.m_values[i][j] =
+          matrix[3 * static_cast<std::size_t>(j) + static_cast<std::size_t>(i)];
   return pProfile;
 }
 

@@ -15,7 +15,8 @@ namespace
 
 unsigned char RoundToByte(double d)
 {
-  return d >= 255 ? 255 : d > 0 ? static_cast<unsigned char>(d + 0.5) : 0;
+  const double dRaised = d + 0.5;
+  return dRaised >= 255 ? 255 : dRaised > 0 ? static_cast<unsigned char>(dRaised) : 0;
 }
 
 bool IsLight(const CDefaultProfile& profile)
@@ -115,7 +116,7 @@ void CDefaultTransform::ApplyBlock(const unsigned char* pSource, unsigned char* 
 {
   unsigned char screen[3 * g_nBlock];
   if (!IsLight(m_source) && !IsLight(m_target))
-    std::memcpy(pTarget, pSource, static_cast<std::size_t>(4 * nCount));
+    std::memcpy(pTarget, pSource, 4 * static_cast<std::size_t>(nCount));
   else if (!IsLight(m_source))
   {
     DecodeInks(pSource, m_pSecond ? screen : pTarget, nCount);

@@ -128,7 +128,8 @@ bool CColorSpaceYCC::OnConvertRow(TTarget target, const unsigned char* pSource, 
     const int nPixels = std::min(nCount, nBlock);
     for (int i = 0; i < nPixels; ++i, pSource += 3)
       YCCToRGB(pSource, rgb + 3 * i);
-    const auto nResults = static_cast<std::size_t>(nPixels * GetTargetComponents(target));
+    const auto nResults =
+        static_cast<std::size_t>(nPixels) * static_cast<std::size_t>(GetTargetComponents(target));
     if (!m_pRGB->ConvertRow(target, rgb, {pResult, nResults}, nPixels))
       return false;
     pResult += nResults;

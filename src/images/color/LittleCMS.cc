@@ -74,7 +74,7 @@ bool IsGamma(double d)
 
 cmsUInt16Number ToWord(double d)
 {
-  return static_cast<cmsUInt16Number>(std::clamp(d, 0.0, 1.0) * 65535 + 0.5);
+  return static_cast<cmsUInt16Number>(std::lround(std::clamp(d, 0.0, 1.0) * 65535));
 }
 
 double ToLinear(double d)
@@ -252,7 +252,7 @@ BSE::CObjectPtr<CColorProfile> CLittleCMS::CreateRGBProfile(const TXYZ& white, s
   CMatrix3 colorants;
   for (int i = 0; i < 3; ++i)
     for (int j = 0; j < 3; ++j)
-      colorants.m_values[i][j] = matrix[static_cast<std::size_t>(3 * j + i)];
+      colorants.m_values[i][j] = matrix[3 * static_cast<std::size_t>(j) + static_cast<std::size_t>(i)];
   colorants = GetAdaptation(white, g_d50) * colorants;
   cmsCIEXYZ point = {g_d50.m_dX, g_d50.m_dY, g_d50.m_dZ};
   const bool bDone = cmsWriteTag(hProfile, cmsSigMediaWhitePointTag, &point) &&
@@ -287,13 +287,24 @@ BSE::CObjectPtr<CColorProfile> CLittleCMS::CreateCMYKProfile(const char* szDescr
   cmsSetPCS(hProfile, cmsSigLabData);
   const BSE::CObjectPtr<CColorProfile> pProfile = MakeProfile(hProfile, eProfileCMYK, true, szDescription);
   cmsCIEXYZ point = {g_d50.m_dX, g_d50.m_dY, g_d50.m_dZ};
+  if (!pProfile || !cmsWriteTag(hProfile, cmsSigMediaWhitePointTag, &point))
+    return nullptr;
+  static_cast<CLittleCMSProfile&>(*pProfile).SetInkModel();
+  return pProfile;
+}
+
+bool CLittleCMS::MakeTables(CLittleCMSProfile& source, CLittleCMSProfile& target)
+{
   CNeugebauer model;
-  const bool bDone = pProfile && cmsWriteTag(hProfile, cmsSigMediaWhitePointTag, &point) &&
-                     WriteTable(hProfile, cmsSigAToB0Tag,
-                                MakeTable(m_context, 4, 3, g_nInkPoints, 1.0, SampleInks, model)) &&
-                     WriteTable(hProfile, cmsSigBToA0Tag,
-                                MakeTable(m_context, 3, 4, g_nLabPoints, 255.0 / 256.0, SampleLab, model));
-  return bDone ? pProfile : nullptr;
+  bool bDone = true;
+  if (source.TakeFromInks())
+    bDone = WriteTable(source.GetHandle(), cmsSigAToB0Tag,
+                       MakeTable(m_context, 4, 3, g_nInkPoints, 1.0, SampleInks, model));
+  if (target.TakeToInks())
+    bDone = WriteTable(target.GetHandle(), cmsSigBToA0Tag,
+                       MakeTable(m_context, 3, 4, g_nLabPoints, 255.0 / 256.0, SampleLab, model)) &&
+            bDone;
+  return bDone;
 }
 
 BSE::CObjectPtr<CColorProfile> CLittleCMS::OpenProfile(std::span<const unsigned char> data)
@@ -351,8 +362,8 @@ BSE::CObjectPtr<CColorProfile> CLittleCMS::OnCreateDefaultProfile(TProfileKind k
 BSE::CObjectPtr<CColorTransform> CLittleCMS::CreateTransform(CColorProfile& source, CColorProfile& target,
                                                              TSampleForm sourceForm, TIntent intent)
 {
-  const auto& from = static_cast<CLittleCMSProfile&>(source);
-  const auto& to = static_cast<CLittleCMSProfile&>(target);
+  auto& from = static_cast<CLittleCMSProfile&>(source);
+  auto& to = static_cast<CLittleCMSProfile&>(target);
   const bool bInks = source.GetComponentCount() == 4;
   const bool bTables = from.HasTables() || to.HasTables();
   if (!GetAccount().SpendWork(bInks     ? g_nWorkOfInks
@@ -361,6 +372,8 @@ BSE::CObjectPtr<CColorTransform> CLittleCMS::CreateTransform(CColorProfile& sour
       !GetAccount().SpendMemory(bInks     ? g_nMemoryOfInks
                                 : bTables ? g_nMemoryOfTables
                                           : g_nMemoryOfCurves))
+    return nullptr;
+  if (!MakeTables(from, to))
     return nullptr;
   // A table of Lab has a point for neither white nor black: Lab is rare, and goes the exact way.
   const cmsUInt32Number nFlags = source.GetKind() == eProfileLab ? cmsFLAGS_NOOPTIMIZE : 0;

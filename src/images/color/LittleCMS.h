@@ -4,6 +4,8 @@
 
 #include <lcms2.h>
 
+#include <utility>
+
 namespace DOC
 {
 
@@ -23,9 +25,18 @@ public:
   cmsHPROFILE GetHandle() const { return m_hProfile; }
   bool HasTables() const { return m_bTables; }
 
+  // For the profile of the built-in model of inks, whose tables are made when they are first needed: from
+  // inks, and to them.
+  void SetInkModel() { m_bInkModel = true; }
+  bool TakeFromInks() { return m_bInkModel && !std::exchange(m_bFromInks, true); }
+  bool TakeToInks() { return m_bInkModel && !std::exchange(m_bToInks, true); }
+
 private:
   cmsHPROFILE m_hProfile;
   bool m_bTables;
+  bool m_bInkModel = false;
+  bool m_bFromInks = false;
+  bool m_bToInks = false;
 };
 
 class CLittleCMSTransform : public CColorTransform
@@ -73,6 +84,9 @@ protected:
   BSE::CObjectPtr<CColorProfile> OnCreateDefaultProfile(TProfileKind kind) override;
 
 private:
+  // False if a table of the built-in model cannot be made.
+  bool MakeTables(CLittleCMSProfile& source, CLittleCMSProfile& target);
+
   BSE::CObjectPtr<CColorProfile> OpenFile(const char* szName, TProfileKind kind);
   BSE::CObjectPtr<CColorProfile> MakeProfile(cmsHPROFILE hProfile, TProfileKind kind, bool bTables,
                                              const char* szDescription);

@@ -76,7 +76,8 @@ bool CTintColorSpace::GetKeyParts(const char*& szAlternate, int& nFunction) cons
 bool CTintColorSpace::OnConvertRow(DOC::TTarget target, const unsigned char* pSource, unsigned char* pResult,
                                    int nCount)
 {
-  const auto nBytes = static_cast<std::size_t>(nCount * DOC::GetTargetComponents(target));
+  const auto nBytes =
+      static_cast<std::size_t>(nCount) * static_cast<std::size_t>(DOC::GetTargetComponents(target));
   if (m_bNone)
   {
     std::fill_n(pResult, nBytes, static_cast<unsigned char>(target == DOC::eToCMYK ? 0 : 255));
@@ -166,7 +167,7 @@ bool CTintColorSpace::ConvertPixels(DOC::TTarget target, const unsigned char* pS
   const int nBytes = nCount * m_outputs.GetSize();
   if (m_buffer.GetSize() < nBytes)
     m_buffer.SetSize(nBytes);
-  const auto nSource = static_cast<std::size_t>(nCount * GetComponentCount());
+  const auto nSource = static_cast<std::size_t>(nCount) * static_cast<std::size_t>(GetComponentCount());
   return m_pFunction->EvaluateBytes({pSource, nSource}, m_inputs.GetSpan(), m_buffer.GetSpan(),
                                     m_outputs.GetSpan(), nCount) &&
          ConvertBy(*m_pAlternate, target, m_buffer.GetData(), pResult, nCount);
