@@ -33,6 +33,13 @@ int GetTargetComponents(TTarget target)
   return target == eToGray ? 1 : target == eToCMYK ? 4 : 3;
 }
 
+bool IColorSpace::Prepare(TTarget target)
+{
+  const unsigned char source[BSE::g_nMaxFunctionValues] = {};
+  unsigned char result[4];
+  return ConvertRow(target, source, result, 1);
+}
+
 bool IColorSpace::RowToRGB(std::span<const unsigned char> source, std::span<unsigned char> target, int nCount,
                            TRowFormat format)
 {

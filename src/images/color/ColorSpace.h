@@ -118,6 +118,10 @@ public:
   // bytes, but for those that a formula converts. False as well if a span is too short.
   virtual bool ConvertColor(TTarget target, std::span<const double> color, std::span<double> result) = 0;
 
+  // Whether there are conversions to that target. Makes all that they need, and reads it from the file: rows
+  // of the same file are no time for that. To be called before they flow.
+  bool Prepare(TTarget target);
+
   bool RowToRGB(std::span<const unsigned char> source, std::span<unsigned char> target, int nCount,
                 TRowFormat format);
   bool RowToCMYK(std::span<const unsigned char> source, std::span<unsigned char> target, int nCount)

@@ -5,9 +5,9 @@
 namespace PDF
 {
 
-// Colours by an ICC profile (ISO 32000-1, 8.6.5.5), which is read with the first conversion. Where it cannot
-// be used, colours are those of the alternate, or of the device with as many components; with an engine that
-// reads profiles that is reported once as a loss, at the profile's stream.
+// Colours by an ICC profile (ISO 32000-1, 8.6.5.5), which is read with the first conversion, or by Prepare.
+// Where it cannot be used, colours are those of the alternate, or of the device with as many components; with
+// an engine that reads profiles that is reported once as a loss, at the profile's stream.
 class CICCBasedColorSpace : public CColorSpace
 {
 public:

@@ -208,8 +208,7 @@ BSE::CObjectPtr<CColorProfile> CLittleCMS::MakeProfile(cmsHPROFILE hProfile, TPr
 {
   if (!hProfile)
     return nullptr;
-  const BSE::CObjectPtr<CColorProfile> pProfile(
-      new CLittleCMSProfile(hProfile, kind, eIntentRelative, bTables));
+  BSE::CObjectPtr<CColorProfile> pProfile(new CLittleCMSProfile(hProfile, kind, eIntentRelative, bTables));
   cmsSetHeaderRenderingIntent(hProfile, INTENT_RELATIVE_COLORIMETRIC);
   return SetDescription(m_context, hProfile, szDescription) ? pProfile : nullptr;
 }
@@ -246,7 +245,7 @@ BSE::CObjectPtr<CColorProfile> CLittleCMS::CreateRGBProfile(const TXYZ& white, s
   cmsSetDeviceClass(hProfile, cmsSigDisplayClass);
   cmsSetColorSpace(hProfile, cmsSigRgbData);
   cmsSetPCS(hProfile, cmsSigXYZData);
-  const BSE::CObjectPtr<CColorProfile> pProfile = MakeProfile(hProfile, eProfileRGB, false, szText);
+  BSE::CObjectPtr<CColorProfile> pProfile = MakeProfile(hProfile, eProfileRGB, false, szText);
   if (!pProfile)
     return nullptr;
   CMatrix3 colorants;
@@ -285,7 +284,7 @@ BSE::CObjectPtr<CColorProfile> CLittleCMS::CreateCMYKProfile(const char* szDescr
   cmsSetDeviceClass(hProfile, cmsSigOutputClass);
   cmsSetColorSpace(hProfile, cmsSigCmykData);
   cmsSetPCS(hProfile, cmsSigLabData);
-  const BSE::CObjectPtr<CColorProfile> pProfile = MakeProfile(hProfile, eProfileCMYK, true, szDescription);
+  BSE::CObjectPtr<CColorProfile> pProfile = MakeProfile(hProfile, eProfileCMYK, true, szDescription);
   cmsCIEXYZ point = {g_d50.m_dX, g_d50.m_dY, g_d50.m_dZ};
   if (!pProfile || !cmsWriteTag(hProfile, cmsSigMediaWhitePointTag, &point))
     return nullptr;
@@ -329,7 +328,7 @@ BSE::CObjectPtr<CColorProfile> CLittleCMS::OpenFile(const char* szName, TProfile
   BSE::CBasicArray<unsigned char> data;
   if (!pFile->IsValid() || !pFile->ReadToArray(data, BSE::g_nMaxProfile))
     return nullptr;
-  const BSE::CObjectPtr<CColorProfile> pProfile = OpenProfile(data.GetSpan());
+  BSE::CObjectPtr<CColorProfile> pProfile = OpenProfile(data.GetSpan());
   return pProfile && pProfile->GetKind() == kind ? pProfile : nullptr;
 }
 

@@ -106,6 +106,7 @@ TEST_F(ColorSpace, FamiliesNamesAndKeys)
     EXPECT_EQ(pSpace->GetType(), nType) << szText;
     EXPECT_EQ(pSpace->GetComponentCount(), nComponents) << szText;
     EXPECT_STREQ(pSpace->GetKey(), szKey) << szText;
+    EXPECT_EQ(pSpace->Prepare(DOC::eToGray), nType != DOC::ePattern) << szText;
   }
   // Equal to three decimals is the same.
   const CSpacePtr pFirst = Create("[/CalRGB <</WhitePoint [0.95 1 1.09] /Gamma [2.2001 2.2 2.2]>>]");
@@ -208,6 +209,7 @@ TEST_F(ColorSpace, ICCBasedWithWrongCountGoesByTheAlternate)
   {
     const PDF::CObjectPtr stream = m_objects.Stream("<</N 3 /Alternate [/Lab <<>>]>>", sData);
     const CSpacePtr pSpace = m_pFactory->Create(Array("[/ICCBased]", {stream}));
+    EXPECT_TRUE(pSpace->Prepare(DOC::eToRGB));
     EXPECT_EQ(Convert(pSpace, DOC::eToRGB, source), Convert(Create("[/Lab <<>>]"), DOC::eToRGB, source));
     EXPECT_EQ(TakeCode(), PDF::g_nUnreadableProfile);
     Convert(pSpace, DOC::eToGray, source);
