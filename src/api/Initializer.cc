@@ -3,6 +3,7 @@
 #include "api/Version.h"
 #include "base/Tracer.h"
 
+#include <cstdlib>
 #include <cstring>
 #include <new>
 
@@ -50,8 +51,16 @@ BSE::CStr8 CInitializer::GetCMSEngine()
   return BSE::CStr8(m_szCMSEngine);
 }
 
+BSE::CStr8 CInitializer::GetProfileFolder()
+{
+  const std::lock_guard<std::mutex> guard(m_lock);
+  return m_profileFolder;
+}
+
 void CInitializer::OnStart()
 {
+  const char* szFolder = std::getenv("PDF_ICC_PATH");
+  m_profileFolder.Assign(szFolder && *szFolder ? szFolder : ".");
   BSE::CTracer::SetProduct(g_szProduct);
   m_bStarted.store(true, std::memory_order_release);
   if (BSE::CTracer::IsOn())

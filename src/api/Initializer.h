@@ -38,7 +38,7 @@ namespace API
 {
 
 // What belongs to the process and not to a handle: the start count, the version text, the name of the colour
-// engine. All operations may be called from any thread.
+// engine and where its profiles are. All operations may be called from any thread.
 class CInitializer final : public BSE::CCAPIInitializer
 {
 public:
@@ -52,6 +52,9 @@ public:
   void SetCMSEngine(const char* szEngine);
   BSE::CStr8 GetCMSEngine();
 
+  // The folder of the default profiles, from PDF_ICC_PATH when the library was started; "." without it.
+  BSE::CStr8 GetProfileFolder();
+
 private:
   static constexpr int g_nEngineSize = 1024;
 
@@ -60,6 +63,7 @@ private:
 
   std::atomic<bool> m_bStarted = false;
   char m_szCMSEngine[g_nEngineSize] = {};
+  BSE::CStr8 m_profileFolder{"."};
 };
 
 }  // namespace API

@@ -112,6 +112,35 @@ inline constexpr std::int64_t g_nMaxDCTMemory = std::int64_t{2} << 30;
 inline constexpr std::int64_t g_nFreeDCTWork = std::int64_t{1} << 26;
 inline constexpr std::int64_t g_nDCTWorkRatio = 256;
 
+// What the functions, colour spaces and profiles of one document may cost, all together: work in units of
+// about one arithmetic operation, a nanosecond, and memory in bytes, so much beyond a free amount for each
+// byte of the file. A photograph in inks that have a function of 200 operations costs a few hundred units for
+// each byte of its data; a profile is decoded once.
+#ifdef BREVEX_SMALL_LIMITS
+inline constexpr std::int64_t g_nFreeColorWork = std::int64_t{1} << 26;
+#else
+inline constexpr std::int64_t g_nFreeColorWork = std::int64_t{1} << 32;
+#endif
+inline constexpr std::int64_t g_nColorWorkRatio = 4096;
+inline constexpr std::int64_t g_nFreeColorMemory = std::int64_t{128} << 20;
+inline constexpr std::int64_t g_nColorMemoryRatio = 16;
+
+// Inputs and outputs of one function, and components of one colour space.
+inline constexpr int g_nMaxFunctionValues = 32;
+
+// Samples around one point of a sampled function, which is two to the power of its inputs: no function in use
+// has more than eight inputs.
+inline constexpr int g_nMaxFunctionCorners = 1 << 16;
+
+// Bytes of the program of one function: those in use have at most some thousands.
+inline constexpr std::int64_t g_nMaxFunctionProgram = std::int64_t{1} << 20;
+
+// Decoded size of one ICC profile: those of printers have some megabytes.
+inline constexpr std::int64_t g_nMaxProfile = std::int64_t{32} << 20;
+
+// Colour spaces inside each other. Only alternates of profiles can go on, which in real files have none.
+inline constexpr int g_nMaxColorSpaceNesting = 16;
+
 inline constexpr int g_nMaxFormNesting = 64;
 inline constexpr int g_nMaxFunctionNesting = 32;
 

@@ -1,0 +1,98 @@
+#pragma once
+
+#include "images/color/CMS.h"
+
+#include <lcms2.h>
+
+#include <utility>
+
+namespace DOC
+{
+
+class CLittleCMS;
+
+// A profile of Little CMS.
+class CLittleCMSProfile : public CColorProfile
+{
+public:
+  // Takes the handle over. bTables: conversions go by tables of colours.
+  CLittleCMSProfile(cmsHPROFILE hProfile, TProfileKind kind, TIntent intent, bool bTables)
+      : CColorProfile(kind, intent), m_hProfile(hProfile), m_bTables(bTables)
+  {
+  }
+  ~CLittleCMSProfile() override { cmsCloseProfile(m_hProfile); }
+
+  cmsHPROFILE GetHandle() const { return m_hProfile; }
+  bool HasTables() const { return m_bTables; }
+
+  // For the profile of the built-in model of inks, whose tables are made when they are first needed: from
+  // inks, and to them.
+  void SetInkModel() { m_bInkModel = true; }
+  bool TakeFromInks() { return m_bInkModel && !std::exchange(m_bFromInks, true); }
+  bool TakeToInks() { return m_bInkModel && !std::exchange(m_bToInks, true); }
+
+private:
+  cmsHPROFILE m_hProfile;
+  bool m_bTables;
+  bool m_bInkModel = false;
+  bool m_bFromInks = false;
+  bool m_bToInks = false;
+};
+
+class CLittleCMSTransform : public CColorTransform
+{
+public:
+  // Takes the handle over.
+  explicit CLittleCMSTransform(cmsHTRANSFORM hTransform) : m_hTransform(hTransform) {}
+  ~CLittleCMSTransform() override { cmsDeleteTransform(m_hTransform); }
+
+  void Apply(const unsigned char* pSource, unsigned char* pTarget, int nCount) override
+  {
+    cmsDoTransform(m_hTransform, pSource, pTarget, static_cast<cmsUInt32Number>(nCount));
+  }
+
+private:
+  cmsHTRANSFORM m_hTransform;
+};
+
+// The engine Little CMS 2, in a context of its own. Messages of the library go to the trace (component
+// "lcms").
+class CLittleCMS : public CCMS
+{
+public:
+  // A null or empty folder is ".".
+  CLittleCMS(CColorAccount& account, const char* szProfileFolder);
+  ~CLittleCMS() override;
+
+  // False if the library could not start.
+  bool IsValid() const override { return m_context != nullptr; }
+
+  BSE::CObjectPtr<CColorProfile> CreateGrayProfile(const TXYZ& white, double dGamma) override;
+  BSE::CObjectPtr<CColorProfile> CreateRGBProfile(const TXYZ& white, std::span<const double> gamma,
+                                                  std::span<const double> matrix) override;
+  BSE::CObjectPtr<CColorProfile> CreateLabProfile(const TXYZ& white) override;
+
+  // The profile of the built-in model of inks.
+  BSE::CObjectPtr<CColorProfile> CreateCMYKProfile(const char* szDescription);
+
+  bool ReadsProfiles() const override { return true; }
+  BSE::CObjectPtr<CColorProfile> OpenProfile(std::span<const unsigned char> data) override;
+  BSE::CObjectPtr<CColorTransform> CreateTransform(CColorProfile& source, CColorProfile& target,
+                                                   TSampleForm sourceForm, TIntent intent) override;
+
+protected:
+  BSE::CObjectPtr<CColorProfile> OnCreateDefaultProfile(TProfileKind kind) override;
+
+private:
+  // False if a table of the built-in model cannot be made.
+  bool MakeTables(CLittleCMSProfile& source, CLittleCMSProfile& target);
+
+  BSE::CObjectPtr<CColorProfile> OpenFile(const char* szName, TProfileKind kind);
+  BSE::CObjectPtr<CColorProfile> MakeProfile(cmsHPROFILE hProfile, TProfileKind kind, bool bTables,
+                                             const char* szDescription);
+
+  cmsContext m_context;
+  BSE::CStr8 m_folder;
+};
+
+}  // namespace DOC
