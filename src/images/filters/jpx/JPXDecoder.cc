@@ -1,11 +1,13 @@
 #include "images/filters/jpx/JPXDecoder.h"
 
+#include "base/BasicArray.h"
 #include "base/ByteOrder.h"
 
 #include <openjpeg.h>
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 
 namespace BSE
 {
@@ -90,6 +92,25 @@ opj_stream_t* MakeStream(TSource& source)
   return pStream;
 }
 
+// Cuts tile-parts (SOT markers: length 10, tile, length from the marker) at the end of the data. Where parts
+// are missing the codec would allocate them in full length.
+void CutTileParts(std::span<unsigned char> codestream)
+{
+  constexpr unsigned char marker[] = {0xFF, 0x90, 0, 10};
+  constexpr std::ptrdiff_t nLengthOffset = 6;
+  const auto end = codestream.end();
+  for (auto it = codestream.begin();; ++it)
+  {
+    it = std::search(it, end, std::begin(marker), std::end(marker));
+    if (end - it < nLengthOffset + 4)
+      return;
+    unsigned char* const pLength = &*it + nLengthOffset;
+    const auto nRest = static_cast<std::uint32_t>(std::min<std::ptrdiff_t>(end - it, 0x7FFFFFFF));
+    if (LoadBigEndian<std::uint32_t>(pLength) > nRest)
+      StoreBigEndian(nRest, pLength);
+  }
+}
+
 }  // namespace
 
 CJPXImage::~CJPXImage()
@@ -127,7 +148,10 @@ CScopedPtr<CJPXImage> CJPXImage::Decode(std::span<const unsigned char> codestrea
   // The strict mode refuses data of which a part is missing, the other one passes over that in silence.
   CMessage szSecond = "";
   pImage->m_bGap = true;
-  const bool bDecoded = pImage->Run(codestream, false, szSecond);
+  CBasicArray<unsigned char> copy;
+  copy.Append(codestream);
+  CutTileParts(copy.GetSpan());
+  const bool bDecoded = pImage->Run(copy.GetSpan(), false, szSecond);
   ReportError(pErrorContext,
               CScopedPtr<IError>(new CJPXError(bDecoded ? eJPXTruncated : eJPXInvalidStream, szMessage)));
   bool bAny = false;
