@@ -141,6 +141,20 @@ inline constexpr std::int64_t g_nMaxProfile = std::int64_t{32} << 20;
 // Colour spaces inside each other. Only alternates of profiles can go on, which in real files have none.
 inline constexpr int g_nMaxColorSpaceNesting = 16;
 
+// What decoding a JPEG 2000 image may take, all of which is in memory. A blank image of any size has a few
+// hundred bytes: the free amount is that of a page in colour of 600 dots an inch, and beyond it memory grows
+// with g_nMaxDecodeRatio. Packets, of which each has a byte at least where nothing is missing, bound what is
+// made for precincts and layers.
+#ifdef BREVEX_SMALL_LIMITS
+inline constexpr std::int64_t g_nFreeJPXMemory = std::int64_t{1} << 24;
+inline constexpr std::int64_t g_nFreeJPXPackets = std::int64_t{1} << 12;
+#else
+inline constexpr std::int64_t g_nFreeJPXMemory = std::int64_t{1} << 30;
+inline constexpr std::int64_t g_nFreeJPXPackets = std::int64_t{1} << 18;
+#endif
+inline constexpr std::int64_t g_nMaxJPXMemory = std::int64_t{4} << 30;
+inline constexpr std::int64_t g_nJPXPacketRatio = 16;
+
 inline constexpr int g_nMaxFormNesting = 64;
 inline constexpr int g_nMaxFunctionNesting = 32;
 

@@ -5,6 +5,7 @@
 
 #include <jerror.h>
 #include <algorithm>
+#include <tuple>
 
 namespace BSE
 {
@@ -175,8 +176,11 @@ bool CDCTDecompressor::Start(std::int64_t nEncodedSize)
 
 void CDCTDecompressor::ReadScans()
 {
+  // A second frame header is refused only after it has overwritten the first.
+  const auto header = std::tuple(m_info.image_width, m_info.image_height, m_info.num_components,
+                                 m_info.data_precision, m_info.progressive_mode, m_info.arith_code);
   bool bExhausted = false;
-  m_errors.Run(
+  const bool bRead = m_errors.Run(
       [&]
       {
         while (!m_bComplete && !bExhausted)
@@ -188,6 +192,9 @@ void CDCTDecompressor::ReadScans()
           bExhausted = IsOutOfProportion(m_nWork, g_nFreeDCTWork, g_nDCTWorkRatio, m_input.Tell() - m_nStart);
         }
       });
+  if (!bRead)
+    std::tie(m_info.image_width, m_info.image_height, m_info.num_components, m_info.data_precision,
+             m_info.progressive_mode, m_info.arith_code) = header;
   if (bExhausted)
     ReportError(m_pErrorContext, g_nSizeExceeded);
 }

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "pdf/Object.h"
+
+namespace PDF
+{
+
+// What the filters read of an image's dictionary (ISO 32000-1, Table 89), with the short keys of inline
+// images. Any of it may be absent.
+class CImageDictionary
+{
+public:
+  // May be null. Borrowed.
+  explicit CImageDictionary(CObject* pImage) : m_pImage(pImage) {}
+
+  // A number, clamped to the type; 0 for an absent one.
+  int GetWidth() const { return GetNumber("Width", "W"); }
+  int GetHeight() const { return GetNumber("Height", "H"); }
+
+  // 1 for a stencil mask.
+  int GetBitsPerComponent() const;
+
+  CObjectPtr GetColorSpace() const { return GetEither("ColorSpace", "CS"); }
+
+  // Components of the colour space: 1 for a stencil mask, 0 where that is absent or not known.
+  int GetComponentCount() const;
+
+private:
+  CObjectPtr GetEither(const char* szKey, const char* szShort) const;
+  int GetNumber(const char* szKey, const char* szShort) const;
+  bool IsStencil() const;
+
+  CObject* m_pImage;
+};
+
+// Components of a colour space as it is written, a name or an array (ISO 32000-1, 8.6); 0 for one that is not
+// known or a name that the resources explain.
+int GetColorCount(const CObjectPtr& space);
+
+// Whether it is an Indexed space, and an array.
+bool IsIndexedSpace(const CObjectPtr& space);
+bool IsLabSpace(const CObjectPtr& space);
+
+// The value of a parameter that is true or false; the default for another.
+bool GetFilterFlag(const CObjectPtr& parameters, const char* szKey, bool bDefault);
+
+// Quality of an encoder's parameters, 1 to 100, which is taken away; parameters without any entry become
+// null.
+int TakeQuality(CObjectPtr& parameters, int nDefault);
+
+}  // namespace PDF

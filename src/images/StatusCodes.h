@@ -1,0 +1,11 @@
+#pragma once
+
+// Status codes of the layer of images; the message table of the interface has their texts.
+
+namespace PDF
+{
+
+inline constexpr unsigned g_nProhibitedValue = 0x80410609U;
+inline constexpr unsigned g_nInvalidColorSpace = 0x83410617U;
+
+}  // namespace PDF

@@ -1,0 +1,191 @@
+#include "images/filters/jpx/JPXEncoder.h"
+
+#include "images/filters/jpx/JPXError.h"
+
+#include <openjpeg.h>
+#include <algorithm>
+#include <cstring>
+#include <exception>
+#include <iterator>
+#include <utility>
+
+namespace BSE
+{
+
+namespace
+{
+
+// A stream of the codec into memory. What an allocation throws is kept until the codec is left.
+struct TTarget
+{
+  CBasicArray<unsigned char>& m_bytes;
+  std::exception_ptr m_pException;
+
+  static OPJ_SIZE_T Write(void* pBuffer, OPJ_SIZE_T n, void* pTarget)
+  {
+    auto& self = *static_cast<TTarget*>(pTarget);
+    try
+    {
+      self.m_bytes.Append({static_cast<const unsigned char*>(pBuffer), n});
+      return n;
+    }
+    catch (...)
+    {
+      self.m_pException = std::current_exception();
+      return ~OPJ_SIZE_T{0};
+    }
+  }
+};
+
+struct TCloser
+{
+  ~TCloser()
+  {
+    opj_stream_destroy(m_pStream);
+    opj_destroy_codec(m_pCodec);
+    opj_image_destroy(m_pImage);
+  }
+  opj_stream_t* m_pStream = nullptr;
+  opj_codec_t* m_pCodec = nullptr;
+  opj_image_t* m_pImage = nullptr;
+};
+
+int GetComponentCount(const CJPXParameters& parameters)
+{
+  return parameters.Palette.IsEmpty() ? parameters.nChannels : 1;
+}
+
+// The signal to noise ratio, in decibels, that a quality stands for: about that of JPEG images of it.
+float GetSignalToNoise(int nQuality)
+{
+  constexpr int points[][2] = {{1, 22}, {10, 28}, {25, 31}, {50, 34}, {75, 37}, {90, 41}, {99, 48}};
+  const int* pLow = points[0];
+  for (const auto& point : points)
+  {
+    if (nQuality <= point[0])
+    {
+      const float fShare =
+          point[0] > pLow[0] ? static_cast<float>(nQuality - pLow[0]) / static_cast<float>(point[0] - pLow[0])
+                             : 0.0F;
+      return static_cast<float>(pLow[1]) + std::max(fShare, 0.0F) * static_cast<float>(point[1] - pLow[1]);
+    }
+    pLow = point;
+  }
+  return static_cast<float>(pLow[1]);
+}
+
+void SetParameters(const CJPXParameters& parameters, opj_cparameters_t& coding)
+{
+  constexpr int nDefaultResolutions = 6;
+  constexpr int nLossless = 100;
+  opj_set_default_encoder_parameters(&coding);
+  coding.tcp_numlayers = 1;
+  // No resolution may be smaller than a pixel.
+  const int nSmaller = std::min(parameters.nWidth, parameters.nHeight);
+  coding.numresolution = 1;
+  while (coding.numresolution < nDefaultResolutions && nSmaller >> coding.numresolution > 0)
+    ++coding.numresolution;
+  const bool bRGB = parameters.nColorSpace == eJPXRGB && GetComponentCount(parameters) == 3;
+  coding.tcp_mct = bRGB ? 1 : 0;
+  if (parameters.nQuality < nLossless && parameters.Palette.IsEmpty())
+  {
+    coding.irreversible = 1;
+    coding.cp_fixed_quality = 1;
+    coding.tcp_distoratio[0] = GetSignalToNoise(parameters.nQuality);
+  }
+  else
+    coding.cp_disto_alloc = 1;
+}
+
+opj_image_t* MakeImage(const CJPXParameters& parameters)
+{
+  constexpr int nMaxComponents = 255;
+  opj_image_cmptparm_t components[nMaxComponents] = {};
+  const int nCount = std::min(GetComponentCount(parameters), nMaxComponents);
+  for (opj_image_cmptparm_t& component : std::span(components, static_cast<std::size_t>(nCount)))
+  {
+    component.dx = component.dy = 1;
+    component.w = static_cast<OPJ_UINT32>(parameters.nWidth);
+    component.h = static_cast<OPJ_UINT32>(parameters.nHeight);
+    component.prec = static_cast<OPJ_UINT32>(parameters.nBitsPerComponent);
+  }
+  opj_image_t* const pImage =
+      opj_image_create(static_cast<OPJ_UINT32>(nCount), components, OPJ_CLRSPC_UNSPECIFIED);
+  if (pImage)
+  {
+    pImage->x1 = static_cast<OPJ_UINT32>(parameters.nWidth);
+    pImage->y1 = static_cast<OPJ_UINT32>(parameters.nHeight);
+  }
+  return pImage;
+}
+
+// Samples of rows that begin at whole bytes.
+class CRowReader
+{
+public:
+  CRowReader(std::span<const unsigned char> row, int nDepth) : m_row(row), m_nDepth(nDepth) {}
+
+  int Next()
+  {
+    int nValue = 0;
+    if (m_nDepth == 16)
+      nValue = m_row[m_nBit / 8] << 8 | m_row[m_nBit / 8 + 1];
+    else
+      nValue = m_row[m_nBit / 8] >> (8 - m_nDepth - static_cast<int>(m_nBit % 8)) & ((1 << m_nDepth) - 1);
+    m_nBit += static_cast<std::size_t>(m_nDepth);
+    return nValue;
+  }
+
+private:
+  std::span<const unsigned char> m_row;
+  int m_nDepth;
+  std::size_t m_nBit = 0;
+};
+
+void FillImage(const CJPXParameters& parameters, std::span<const unsigned char> rows, opj_image_t& image)
+{
+  const std::size_t nRowSize = rows.size() / static_cast<std::size_t>(parameters.nHeight);
+  std::size_t nSample = 0;
+  for (std::size_t i = 0; i + nRowSize <= rows.size(); i += nRowSize)
+  {
+    CRowReader reader(rows.subspan(i, nRowSize), parameters.nBitsPerComponent);
+    for (int x = 0; x < parameters.nWidth; ++x, ++nSample)
+    {
+      for (OPJ_UINT32 k = 0; k < image.numcomps; ++k)
+        image.comps[k].data[nSample] = reader.Next();
+    }
+  }
+}
+
+}  // namespace
+
+bool EncodeJPXCodestream(const CJPXParameters& parameters, std::span<const unsigned char> rows,
+                         CBasicArray<unsigned char>& codestream, IErrorContext* pErrorContext)
+{
+  TTarget target{codestream, nullptr};
+  TCloser closer;
+  opj_cparameters_t coding;
+  SetParameters(parameters, coding);
+  closer.m_pImage = MakeImage(parameters);
+  closer.m_pCodec = opj_create_compress(OPJ_CODEC_J2K);
+  closer.m_pStream = opj_stream_default_create(OPJ_FALSE);
+  bool bDone = closer.m_pImage && closer.m_pCodec && closer.m_pStream;
+  if (bDone)
+  {
+    FillImage(parameters, rows, *closer.m_pImage);
+    opj_stream_set_user_data(closer.m_pStream, &target, nullptr);
+    opj_stream_set_write_function(closer.m_pStream, TTarget::Write);
+    bDone = opj_setup_encoder(closer.m_pCodec, &coding, closer.m_pImage) &&
+            opj_start_compress(closer.m_pCodec, closer.m_pImage, closer.m_pStream) &&
+            opj_encode(closer.m_pCodec, closer.m_pStream) &&
+            opj_end_compress(closer.m_pCodec, closer.m_pStream);
+  }
+  if (target.m_pException)
+    std::rethrow_exception(std::exchange(target.m_pException, nullptr));
+  if (!bDone)
+    ReportError(pErrorContext,
+                CScopedPtr<IError>(new CJPXError(closer.m_pImage ? eJPXWriteFailed : eJPXOutOfMemory)));
+  return bDone;
+}
+
+}  // namespace BSE
