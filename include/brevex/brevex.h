@@ -721,6 +721,14 @@ BREVEX_API void BrevexSetRecompressStreams(TBrevexHandle* pHandle, int bValue);
 BREVEX_API int BrevexGetEffort(TBrevexHandle* pHandle);
 BREVEX_API void BrevexSetEffort(TBrevexHandle* pHandle, int nValue);
 
+/* An addition of this library, off in every profile: whether JPEG images are coded anew from the same
+ * coefficients, with Huffman tables of their own, in one scan or in progressive ones, where that makes them
+ * smaller. No sample changes. Of the application markers those that say something of the colours are kept.
+ * Damaged and very large images stay as they are. Default false.
+ */
+BREVEX_API int BrevexGetRecodeJPEG(TBrevexHandle* pHandle);
+BREVEX_API void BrevexSetRecodeJPEG(TBrevexHandle* pHandle, int bValue);
+
 /* Whether the output is linearized, for fast first display over a network. Default false. */
 BREVEX_API int BrevexGetLinearize(TBrevexHandle* pHandle);
 BREVEX_API void BrevexSetLinearize(TBrevexHandle* pHandle, int bValue);

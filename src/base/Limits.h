@@ -112,6 +112,9 @@ inline constexpr std::int64_t g_nMaxDCTMemory = std::int64_t{2} << 30;
 inline constexpr std::int64_t g_nFreeDCTWork = std::int64_t{1} << 26;
 inline constexpr std::int64_t g_nDCTWorkRatio = 256;
 
+// Memory for the coefficients of an image whose data are coded anew; larger images stay as they are.
+inline constexpr std::int64_t g_nMaxRecodedDCT = std::int64_t{96} << 20;
+
 // What the functions, colour spaces and profiles of one document may cost, all together: work in units of
 // about one arithmetic operation, a nanosecond, and memory in bytes, so much beyond a free amount for each
 // byte of the file. A photograph in inks that have a function of 200 operations costs a few hundred units for

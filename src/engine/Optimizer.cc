@@ -3,6 +3,7 @@
 #include "base/Tracer.h"
 #include "document/BTree.h"
 #include "engine/EqualObjectMerger.h"
+#include "engine/JPEGStreamRecoder.h"
 #include "engine/RedundantObjectOptimizer.h"
 #include "engine/StatusCodes.h"
 #include "engine/StreamRecompressor.h"
@@ -49,28 +50,42 @@ bool IsVersionAllowed(CConformance claim, int nMajor, int nMinor)
   return claim.GetPart() > 1 && nMajor == 1 && nMinor <= 7;
 }
 
-// Lends a recompressor to a copier, for the streams that it copies, and to its output file, for those that
-// the file makes itself.
-class CRecompressorScope
+// What happens to the streams of one save: each pass leaves to the next what it does not handle. Lent to the
+// copier, for the streams that it copies, and to the output file, for those that it makes itself.
+class CStreamPasses : public IStreamStep
 {
 public:
-  CRecompressorScope(CCopyBase& copier, CFile& file, CStreamRecompressor& recompressor)
+  CStreamPasses(CCopyBase& copier, CFile& file, const TOptimizerOptions& options, CDecodedStreams& decoded)
       : m_copier(copier), m_file(file)
   {
-    m_copier.SetStreamStep(&recompressor);
-    m_file.SetStreamDeflater(&recompressor);
+    if (options.m_bRecodeJPEG)
+      m_pRecoder.Reset(new CJPEGStreamRecoder);
+    if (options.m_bRecompressStreams)
+      m_pRecompressor.Reset(new CStreamRecompressor(options.m_nEffort, decoded));
+    m_copier.SetStreamStep(m_pRecoder || m_pRecompressor ? this : nullptr);
+    m_file.SetStreamDeflater(m_pRecompressor.Get());
   }
-  CRecompressorScope(const CRecompressorScope&) = delete;
-  CRecompressorScope& operator=(const CRecompressorScope&) = delete;
-  ~CRecompressorScope()
+  CStreamPasses(const CStreamPasses&) = delete;
+  CStreamPasses& operator=(const CStreamPasses&) = delete;
+  ~CStreamPasses()
   {
     m_copier.SetStreamStep(nullptr);
     m_file.SetStreamDeflater(nullptr);
   }
 
+  void HandleStream(const CObjectPtr& source, const CObjectPtr& target) override
+  {
+    if (m_pRecoder && m_pRecoder->Recode(*target))
+      return;
+    if (m_pRecompressor)
+      m_pRecompressor->HandleStream(source, target);
+  }
+
 private:
   CCopyBase& m_copier;
   CFile& m_file;
+  BSE::CScopedPtr<CJPEGStreamRecoder> m_pRecoder;
+  BSE::CScopedPtr<CStreamRecompressor> m_pRecompressor;
 };
 
 }  // namespace
@@ -176,10 +191,7 @@ bool COptimizer::RunSave(BSE::IByteStream* pStream, const TEncryption& encryptio
 
 bool COptimizer::CopyDocument(BSE::IByteStream* pStream, const TEncryption& encryption)
 {
-  if (!m_options.m_bRecompressStreams)
-    return CDocumentCopierT<CObjectCopier>::Save(pStream, encryption);
-  CStreamRecompressor recompressor(m_options.m_nEffort, m_decoded);
-  const CRecompressorScope scope(*this, m_output.GetFile(), recompressor);
+  const CStreamPasses passes(*this, m_output.GetFile(), m_options, m_decoded);
   return CDocumentCopierT<CObjectCopier>::Save(pStream, encryption);
 }
 

@@ -126,7 +126,7 @@ bool CStreamDecoder::HasBudget() const
   return !BSE::IsOutOfProportion(m_nDecoded, BSE::g_nFreeRecodedSize, BSE::g_nMaxRecodedRatio, m_nRead);
 }
 
-CStreamDecoder::TResult CStreamDecoder::Decode(CObject& stream)
+CStreamDecoder::TResult CStreamDecoder::DecodeFilters(CObject& stream, int nMax)
 {
   m_bPredictor = m_bData = false;
   m_data.SetSize(0);
@@ -140,7 +140,7 @@ CStreamDecoder::TResult CStreamDecoder::Decode(CObject& stream)
     return TResult::Foreign;
   if (nFilters > 0 && !HasBudget())
     return TResult::TooLarge;
-  const TResult nResult = DecodeChain(stream, nFilters);
+  const TResult nResult = DecodeChain(stream, std::min(nFilters, nMax));
   m_bData = nResult == TResult::Decoded && (!m_bPredictor || UndoPrediction());
   return nResult;
 }

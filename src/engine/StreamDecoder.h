@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/Limits.h"
 #include "engine/ByteBuffer.h"
 #include "images/filters/PredictionParameters.h"
 #include "pdf/Object.h"
@@ -34,7 +35,10 @@ public:
   bool Read(CObject& stream);
 
   // Reads and decodes. Reports of filters go nowhere.
-  TResult Decode(CObject& stream);
+  TResult Decode(CObject& stream) { return DecodeFilters(stream, BSE::g_nMaxFilters); }
+
+  // The same with no more than the first nMax filters: the data is what the one after them is given.
+  TResult DecodeFilters(CObject& stream, int nMax);
 
   // What a stream was decoded to, to be worked with later.
   struct TState

@@ -6,9 +6,9 @@
 #include "engine/StreamRecompressor.h"
 
 #include "base/MemoryStream.h"
+#include "engine/StreamEncoding.h"
 #include "pdf/DictionaryObject.h"
 #include "pdf/FilterFactory.h"
-#include "pdf/Generator.h"
 #include "pdf/SimpleObjects.h"
 #include "pdf/StreamObjects.h"
 
@@ -20,8 +20,6 @@ namespace PDF
 
 namespace
 {
-
-constexpr const char* g_filterKeys[] = {"Filter", "DecodeParms"};
 
 // "/Filter/FlateDecode"
 constexpr std::size_t g_nFilterCost = 19;
@@ -44,26 +42,6 @@ CObjectPtr CreateParameters(const BSE::CPredictionParameters& prediction)
   add("BitsPerComponent", prediction.BitsPerComponent, defaults.BitsPerComponent);
   add("Columns", prediction.Columns, defaults.Columns);
   return parameters;
-}
-
-// Bytes that a value takes in the file.
-std::size_t Measure(const CObjectPtr& value)
-{
-  if (!value)
-    return 0;
-  const BSE::CObjectPtr<BSE::CMemoryStream> pText(new BSE::CMemoryStream);
-  CGenerator generator(new BSE::CBufferedOutputStream(pText.Get()), eLayoutCompact);
-  generator.WriteValue(value.Get());
-  return static_cast<std::size_t>(generator.Tell());
-}
-
-std::size_t MeasureFilters(CObject& object)
-{
-  std::size_t nCost = 0;
-  for (const char* szKey : g_filterKeys)
-    if (const CObjectPtr value = object.GetEntry(szKey))
-      nCost += 1 + std::strlen(szKey) + Measure(value);
-  return nCost;
 }
 
 bool IsBlank(unsigned char nByte)
@@ -156,7 +134,7 @@ void CStreamRecompressor::Try(std::span<const unsigned char> data, bool bPredict
 {
   std::size_t nCost = g_nFilterCost;
   if (bPredicted)
-    nCost += std::strlen("/DecodeParms") + Measure(CreateParameters(m_decoder.GetPrediction()));
+    nCost += std::strlen("/DecodeParms") + MeasureValue(CreateParameters(m_decoder.GetPrediction()));
   if (m_nBestCost <= nCost)
     return;
   if (!m_deflater.Deflate(data, std::min(m_nBestCost - nCost, m_deflater.GetBound(data.size()) + 1),
@@ -170,14 +148,8 @@ void CStreamRecompressor::Try(std::span<const unsigned char> data, bool bPredict
 
 void CStreamRecompressor::Replace(CObject& object)
 {
-  object.AddEntry("Filter", new CNameObject("FlateDecode"));
-  if (m_bBestPredicted)
-    object.AddEntry("DecodeParms", CreateParameters(m_decoder.GetPrediction()).Get());
-  else
-    object.DeleteEntry("DecodeParms");
-  const auto nLength = static_cast<std::int64_t>(m_best.GetSize());
-  object.SetStreamObject(
-      new CEmbeddedStreamObject(new BSE::CMemoryStream(m_best.GetSpan().data(), nLength), 0, nLength));
+  const CObjectPtr parameters = m_bBestPredicted ? CreateParameters(m_decoder.GetPrediction()) : CObjectPtr();
+  ReplaceEncoding(object, "FlateDecode", parameters, m_best.GetSpan());
 }
 
 }  // namespace PDF

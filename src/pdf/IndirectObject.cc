@@ -64,7 +64,7 @@ void CIndirectObject::CheckEdit()
 {
   if (!m_pFile || m_pFile->IsWritable())
     return;
-  assert(!"an object of a file that is not written to is changed");
+  assert(false && "an object of a file that is not written to is changed");
   if (BSE::CTracer::IsOn())
     BSE::CTracer::Trace("E", "PDF Object", "Object %d of a file that is not writable is changed.",
                         m_nObjNumber);
