@@ -58,12 +58,12 @@ public:
 
   PDF::CObjectPtr Stream(const std::string& sDictionary, const std::string& sData)
   {
-    const PDF::CObjectPtr object(new PDF::CIndirectObject(&m_file, ++m_nNumber, 0, -1));
+    const BSE::CObjectPtr<PDF::CIndirectObject> pObject(
+        new PDF::CIndirectObject(&m_file, ++m_nNumber, 0, -1));
     const BSE::CObjectPtr<BSE::CMemoryStream> pData(
         new BSE::CMemoryStream(sData.data(), static_cast<std::int64_t>(sData.size())));
-    object->SetValueObject(Parse(sDictionary).Get());
-    object->SetStreamObject(new PDF::CStreamObject(pData.Get()));
-    return object;
+    pObject->SetParsed(Parse(sDictionary).Get(), new PDF::CStreamObject(pData.Get()));
+    return pObject.Get();
   }
 
   CSpacePtr GetSpace(const std::string& sText, const PDF::CObjectPtr& last = {})

@@ -24,12 +24,12 @@ void AddStreams(PDF::CFile& file, const PDF::CObjectPtr& array, const uint8_t* p
       AddStreams(file, element, pData, nSize, nDepth + 1);
     if (!element.IsDictionary() || element.IsIndirect())
       continue;
-    const PDF::CObjectPtr stream(new PDF::CIndirectObject(&file, 10 * nDepth + i + 1, 0, -1));
+    const BSE::CObjectPtr<PDF::CIndirectObject> pStream(
+        new PDF::CIndirectObject(&file, 10 * nDepth + i + 1, 0, -1));
     const BSE::CObjectPtr<BSE::CMemoryStream> pBytes(
         new BSE::CMemoryStream(pData, static_cast<std::int64_t>(nSize)));
-    stream->SetValueObject(element.Get());
-    stream->SetStreamObject(new PDF::CStreamObject(pBytes.Get()));
-    array->SetAt(i, stream.Get());
+    pStream->SetParsed(element.Get(), new PDF::CStreamObject(pBytes.Get()));
+    array->SetAt(i, pStream.Get());
   }
 }
 

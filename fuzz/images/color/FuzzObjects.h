@@ -25,10 +25,9 @@ inline PDF::CObjectPtr ParseObject(PDF::CFile& file, const std::uint8_t* pData, 
   const std::int64_t nStart = pStream->Tell();
   const BSE::CObjectPtr<BSE::CMemoryStream> pBytes(
       new BSE::CMemoryStream(pData + nStart, static_cast<std::int64_t>(nSize) - nStart));
-  PDF::CObjectPtr object(new PDF::CIndirectObject(&file, 1, 0, -1));
-  object->SetValueObject(value.Get());
-  object->SetStreamObject(new PDF::CStreamObject(pBytes.Get()));
-  return object;
+  const BSE::CObjectPtr<PDF::CIndirectObject> pObject(new PDF::CIndirectObject(&file, 1, 0, -1));
+  pObject->SetParsed(value.Get(), new PDF::CStreamObject(pBytes.Get()));
+  return pObject.Get();
 }
 
 }  // namespace Fuzz

@@ -31,25 +31,26 @@ public:
   }
 
   // An indirect object with a value of that text.
-  PDF::CObjectPtr Object(std::string_view text)
-  {
-    PDF::CObjectPtr object(new PDF::CIndirectObject(&m_file, ++m_nNumber, 0, -1));
-    object->SetValueObject(Parse(text).Get());
-    return object;
-  }
+  PDF::CObjectPtr Object(std::string_view text) { return MakeObject(text, nullptr); }
 
   PDF::CObjectPtr Stream(std::string_view dictionary, std::string_view data)
   {
-    PDF::CObjectPtr object = Object(dictionary);
     const BSE::CObjectPtr<BSE::CMemoryStream> pData(
         new BSE::CMemoryStream(data.data(), static_cast<std::int64_t>(data.size())));
-    object->SetStreamObject(new PDF::CStreamObject(pData.Get()));
-    return object;
+    return MakeObject(dictionary, new PDF::CStreamObject(pData.Get()));
   }
 
   BSE::CErrorHandler& GetHandler() { return m_handler; }
 
 private:
+  PDF::CObjectPtr MakeObject(std::string_view text, PDF::CObject* pStream)
+  {
+    const BSE::CObjectPtr<PDF::CIndirectObject> pObject(
+        new PDF::CIndirectObject(&m_file, ++m_nNumber, 0, -1));
+    pObject->SetParsed(Parse(text).Get(), pStream);
+    return pObject.Get();
+  }
+
   BSE::CErrorHandler m_handler;
   PDF::CFile m_file;
   int m_nNumber = 0;

@@ -153,14 +153,14 @@ TEST_F(ColorSpace, WrongObjectsAreReported)
 
   // Inside itself, and deeper than any file goes.
   PDF::CObjectPtr self = m_objects.Object("[/Pattern]");
-  self->Add(self.Get());
+  self.GetValueObject().Add(self);
   EXPECT_FALSE(m_pFactory->Create(self));
-  self->SetSize(1);
+  self.GetValueObject()->SetSize(1);
   PDF::CObjectPtr profile = m_objects.Stream("<</N 3>>", "x");
   for (int i = 0; i < 100; ++i)
   {
     const PDF::CObjectPtr outer = m_objects.Stream("<</N 3>>", "x");
-    outer.AddEntry("Alternate", Array("[/ICCBased]", {profile}));
+    outer.GetValueObject().AddEntry("Alternate", Array("[/ICCBased]", {profile}));
     profile = outer;
   }
   EXPECT_TRUE(m_pFactory->Create(Array("[/ICCBased]", {profile})));

@@ -197,7 +197,7 @@ TEST_F(Function, CyclesAndDepthEnd)
   const PDF::CObjectPtr self = m_objects.Object("<</FunctionType 3 /Domain [0 1] /Encode [0 1]>>");
   PDF::CObjectPtr functions = m_objects.Parse("[]");
   functions.Add(self);
-  self.AddEntry("Functions", functions);
+  self.GetValueObject().AddEntry("Functions", functions);
   EXPECT_FALSE(Create(self));
   functions->SetSize(0);
 
@@ -210,7 +210,7 @@ TEST_F(Function, CyclesAndDepthEnd)
     PDF::CObjectPtr both = m_objects.Parse("[]");
     both.Add(inner);
     both.Add(inner);
-    outer.AddEntry("Functions", both);
+    outer.GetValueObject().AddEntry("Functions", both);
     PDF::CFunctionFactory fresh(*m_pAccount);
     EXPECT_EQ(static_cast<bool>(fresh.Create(outer)), nHeight <= BSE::g_nMaxFunctionNesting) << nHeight;
     EXPECT_EQ(static_cast<bool>(Create(outer)), nHeight <= BSE::g_nMaxFunctionNesting) << nHeight;
