@@ -96,11 +96,12 @@ inline constexpr std::int64_t g_nMaxImagePixels = std::int64_t{1} << 31;
 // What a fuzzer builds is many times slower, and has less of it.
 #ifdef BREVEX_SMALL_LIMITS
 inline constexpr std::int64_t g_nFreeJBIG2Work = std::int64_t{1} << 22;
+inline constexpr std::int64_t g_nFreeJBIG2Memory = std::int64_t{16} << 20;
 #else
 inline constexpr std::int64_t g_nFreeJBIG2Work = std::int64_t{1} << 26;
+inline constexpr std::int64_t g_nFreeJBIG2Memory = std::int64_t{128} << 20;
 #endif
 inline constexpr std::int64_t g_nJBIG2WorkRatio = 1024;
-inline constexpr std::int64_t g_nFreeJBIG2Memory = std::int64_t{128} << 20;
 
 // Coefficients of a JPEG image of several scans, which are all held in memory: they grow with
 // g_nMaxDecodeRatio beyond the free amount, since a blank block takes a bit at least.

@@ -2,10 +2,10 @@
 #include "base/Tracer.h"
 #include "images/FilterRows.h"
 #include "images/ImageDictionary.h"
+#include "images/JPXColorSpace.h"
 #include "images/filters/jpx/JPXDecodeFilter.h"
 #include "images/filters/jpx/JPXEncodeFilter.h"
-#include "pdf/ArrayObject.h"
-#include "pdf/DictionaryObject.h"
+#include "pdf/File.h"
 #include "pdf/SimpleObjects.h"
 
 #include <algorithm>
@@ -21,52 +21,11 @@ using CStreamPtr = BSE::CObjectPtr<BSE::IByteStream>;
 constexpr int g_nDefaultQuality = 100;
 constexpr std::int64_t g_nMaxLookup = std::int64_t{1} << 20;
 
-CObjectPtr MakeName(const char* szName)
+// Whether entries may be added: those of a file that is only read stay as they are.
+bool CanComplete(CObject* pStream)
 {
-  return new CNameObject(CName(szName));
-}
-
-CObjectPtr MakeNumbers(std::span<const double> values)
-{
-  CObjectPtr array = new CArrayObject;
-  for (const double dValue : values)
-    array.Add(new CRealObject(dValue));
-  return array;
-}
-
-// CIE L*a*b* with the white point D50, as the format has it.
-CObjectPtr MakeLabSpace(std::span<const double> range)
-{
-  constexpr double whitePoint[] = {0.9642, 1, 0.8249};
-  CObjectPtr values = new CDictionaryObject;
-  values.AddEntry("WhitePoint", MakeNumbers(whitePoint));
-  values.AddEntry("Range", MakeNumbers(range));
-  CObjectPtr space = new CArrayObject;
-  space.Add(MakeName("Lab"));
-  space.Add(values);
-  return space;
-}
-
-// Null for colours that have no space.
-CObjectPtr MakeColorSpace(const BSE::CJPXParameters& jpx)
-{
-  CObjectPtr space;
-  if (jpx.nColorSpace == BSE::eJPXGray)
-    space = MakeName("DeviceGray");
-  else if (jpx.nColorSpace == BSE::eJPXRGB)
-    space = MakeName("DeviceRGB");
-  else if (jpx.nColorSpace == BSE::eJPXCMYK)
-    space = MakeName("DeviceCMYK");
-  else if (jpx.nColorSpace == BSE::eJPXLab)
-    space = MakeLabSpace(jpx.labRange);
-  if (!space || jpx.Palette.IsEmpty())
-    return space;
-  CObjectPtr indexed = new CArrayObject;
-  indexed.Add(MakeName("Indexed"));
-  indexed.Add(space);
-  indexed.Add(new CIntegerObject(jpx.Palette.GetSize() / jpx.nChannels - 1));
-  indexed.Add(new CStringObject(CString(jpx.Palette.GetData(), jpx.Palette.GetSize())));
-  return indexed;
+  const CFile* pFile = pStream ? pStream->GetFile() : nullptr;
+  return pStream && (!pFile || pFile->IsWritable());
 }
 
 void AddMissing(CObject& image, const char* szKey, const char* szShort, const CObjectPtr& value)
@@ -82,10 +41,10 @@ CStreamPtr CreateDecoder(BSE::IByteStream* pSource, CObject* pStream, const CObj
   jpx.nChannels = GetColorCount(space);
   jpx.bIndices = IsIndexedSpace(space);
   const BSE::CObjectPtr<BSE::CJPXDecodeFilter> pFilter(new BSE::CJPXDecodeFilter(pSource, jpx, pStream));
-  if (pStream && pFilter->IsValid())
+  if (CanComplete(pStream) && pFilter->IsValid())
   {
     const BSE::CJPXParameters& found = pFilter->GetParameters();
-    AddMissing(*pStream, "ColorSpace", "CS", MakeColorSpace(found));
+    AddMissing(*pStream, "ColorSpace", "CS", MakeJPXColorSpace(found));
     AddMissing(*pStream, "BitsPerComponent", "BPC", new CIntegerObject(found.nBitsPerComponent));
     AddMissing(*pStream, "Width", "W", new CIntegerObject(found.nWidth));
     AddMissing(*pStream, "Height", "H", new CIntegerObject(found.nHeight));

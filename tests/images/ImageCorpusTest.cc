@@ -143,5 +143,24 @@ TEST(ImageCorpus, DecodesAsOthersDo)
   EXPECT_EQ(counts.size(), 4U);
 }
 
+// Nothing is known of these pictures but that decoding them ends.
+TEST(ImageCorpus, EndsOnDamagedPictures)
+{
+  const auto files = Support::ListFiles("damaged");
+  if (files.empty())
+    GTEST_SKIP() << "needs documents in BREVEX_CORPUS";
+  for (const auto& path : files)
+  {
+    BSE::CErrorHandler handler;
+    CFile file(&handler);
+    const std::string bytes = Support::ReadFile(path);
+    if (!file.Open(MakeStream(bytes).Get()) || (file.GetEncrypt() && !file.Authenticate(nullptr)))
+      continue;
+    file.SetImageFilters(GetImageFilters());
+    for (const TPicture& picture : FindPictures(file))
+      GetDecoded(picture);
+  }
+}
+
 }  // namespace
 }  // namespace PDF

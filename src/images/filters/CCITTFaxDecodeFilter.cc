@@ -162,6 +162,7 @@ bool CCCITTFaxDecodeFilter::FindRow()
   if (!m_reader.Has(1))
   {
     m_bEnd = true;
+    m_bGap = m_bGap || m_parameters.Rows > 0;
     return false;
   }
   if (!IsEndOfLineNext())
@@ -198,6 +199,7 @@ bool CCCITTFaxDecodeFilter::DecodeRow()
 
 void CCCITTFaxDecodeFilter::HandleDamage(TFaxRowStatus status, bool b2D)
 {
+  m_bGap = true;
   if (status == eFaxRowTooLong)
   {
     if (!std::exchange(m_bTooLongReported, true))

@@ -181,6 +181,23 @@ TEST(CCITTFaxFilter, SavesWhatItCan)
             (TResult{"\0\0\0\0"s, {0x8030000BU}}));
 }
 
+TEST(CCITTFaxFilter, KnowsWhatIsMissing)
+{
+  const auto hasGap = [](const std::string& bits, int nRows)
+  {
+    CCCITTFaxParameters parameters = MakeParameters(0, 8);
+    parameters.Rows = nRows;
+    const CObjectPtr<CCCITTFaxDecodeFilter> pFilter(
+        new CCCITTFaxDecodeFilter(MakeSource(Bits(bits)).Get(), parameters));
+    ReadPieces(*pFilter, 1);
+    return pFilter->HasGap();
+  };
+  EXPECT_FALSE(hasGap(g_runs + g_runs, 2));
+  EXPECT_FALSE(hasGap(g_runs + g_runs, 0));
+  EXPECT_TRUE(hasGap(g_runs + g_runs, 3));
+  EXPECT_TRUE(hasGap("000111 00000000011 " + g_end + g_runs, 2));
+}
+
 TEST(CCITTFaxFilter, EndsWhereTheDataEnds)
 {
   const CCCITTFaxParameters group3 = MakeParameters(0, 8);

@@ -54,6 +54,7 @@ void CJBIG2DecodeFilter::ReadGlobals()
 
 void CJBIG2DecodeFilter::OnMessage(TJBIG2Class messageClass, const char* szText)
 {
+  m_bDamaged = m_bDamaged || messageClass == eJBIG2Fatal;
   ReportError(m_pErrorContext, CScopedPtr<IError>(new CJBIG2Error(messageClass, szText)));
 }
 
@@ -74,6 +75,7 @@ int CJBIG2DecodeFilter::DecodeBlock(std::span<unsigned char> block)
     m_bDecoded = true;
     m_decoder.Decode();
   }
+  m_bGap = m_bGap || m_bDamaged;
   const auto nRowSize = static_cast<std::size_t>(m_nRowSize);
   std::size_t nDone = 0;
   for (; m_decoder.GetPage() && m_nRow < m_parameters.nHeight && block.size() - nDone >= nRowSize; ++m_nRow)

@@ -62,6 +62,7 @@ private:
   CJBIG2Decoder m_decoder;
   std::int64_t m_nRowSize = 0;
   bool m_bDecoded = false;
+  bool m_bDamaged = false;
   int m_nRow = 0;  // delivered
 };
 

@@ -179,6 +179,7 @@ TEST(JBIG2Damage, SaysWhatIsWrong)
     ReadPieces(*pFilter, 10000);
     EXPECT_EQ(messages.m_codes, CCodes{c.m_nCode});
     EXPECT_EQ(messages.m_texts, std::vector{c.m_text});
+    EXPECT_EQ(pFilter->HasGap(), pFilter->IsValid() && c.m_nCode == g_nFatal);
   }
 }
 
