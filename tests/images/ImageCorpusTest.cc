@@ -121,8 +121,10 @@ void CompareFile(const std::filesystem::path& path, std::map<std::string, int>& 
   const Support::CTempFolder folder;
   for (const TPicture& picture : FindPictures(file))
   {
+    const int nErrors = file.GetErrorCount();
     const std::string decoded = GetDecoded(picture);
     EXPECT_FALSE(decoded.empty()) << path << " " << picture.m_nNumber;
+    EXPECT_EQ(file.GetErrorCount(), nErrors) << path << " " << picture.m_nNumber;
     const std::string wanted = DecodeElsewhere(picture, path, decoded.size(), folder);
     EXPECT_TRUE(wanted.empty() || decoded == wanted)
         << path << " " << picture.m_nNumber << " " << picture.m_sFilter;

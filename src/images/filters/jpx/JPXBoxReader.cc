@@ -48,10 +48,7 @@ bool ReadBox(CByteCursor& cursor, TBox& box)
 class CHeaderReader
 {
 public:
-  CHeaderReader(TJPXHeader& header, IErrorContext* pErrorContext)
-      : m_header(header), m_pErrorContext(pErrorContext)
-  {
-  }
+  explicit CHeaderReader(TJPXHeader& header) : m_header(header) {}
 
   void Read(std::span<const unsigned char> boxes);
 
@@ -65,10 +62,7 @@ private:
   void ReadDefinitions(CByteCursor cursor);
   void ReadResolution(CByteCursor cursor);
 
-  void Report(TJPXStatus status) { ReportError(m_pErrorContext, CScopedPtr<IError>(new CJPXError(status))); }
-
   TJPXHeader& m_header;
-  IErrorContext* m_pErrorContext;
   bool m_bCaptured = false;  // the resolution is that of the capture
 };
 
@@ -205,10 +199,9 @@ void CHeaderReader::ReadPalette(CByteCursor cursor)
     bValid = !bytes.empty();
     palette.m_bytes.Add(ScaleEntry(bytes, nDepth, (nForm & 0x80) != 0));
   }
+  m_header.m_bPaletteDamaged = !bValid;
   if (bValid)
     m_header.m_palette = std::move(palette);
-  else
-    Report(eJPXInvalidPalette);
 }
 
 void CHeaderReader::ReadMapping(CByteCursor cursor)
@@ -260,7 +253,7 @@ void CHeaderReader::ReadResolution(CByteCursor cursor)
 bool ReadJPXHeader(std::span<const unsigned char> data, TJPXHeader& header, IErrorContext* pErrorContext)
 {
   CByteCursor cursor(data);
-  CHeaderReader reader(header, pErrorContext);
+  CHeaderReader reader(header);
   TBox box;
   // A bare codestream is no box: its first bytes would be a length beyond all data.
   const bool bBare = data.size() >= 4 && std::equal(data.begin(), data.begin() + 4, g_startOfCodestream);

@@ -77,14 +77,15 @@ struct TJPXHeader
   int m_nColorSpace = eJPXNone;
   double m_labRange[4] = {-100, 100, -100, 100};
   TJPXPalette m_palette;
+  bool m_bPaletteDamaged = false;       // there is one that cannot be read
   CBasicArray<TJPXChannel> m_channels;  // empty if each component is a channel
   CBasicArray<TJPXDefinition> m_definitions;
   double m_dResolutionX = 0;
   double m_dResolutionY = 0;
 };
 
-// Reads the boxes of a file, or a bare codestream; a damaged box is reported and does not count. False if
-// there is no codestream, which is reported too. The data must outlive the header.
+// Reads the boxes of a file, or a bare codestream; a damaged box does not count. False if there is no
+// codestream, which is reported. The data must outlive the header.
 bool ReadJPXHeader(std::span<const unsigned char> data, TJPXHeader& header, IErrorContext* pErrorContext);
 
 // The boxes of an image, with its codestream.

@@ -72,6 +72,8 @@ CJPXPicture::CJPXPicture(const TJPXHeader& header, int nComponents, int nWanted,
 void CJPXPicture::AddChannels(int nComponents)
 {
   const int nColumns = m_header.m_palette.m_nColumns;
+  if (m_header.m_bPaletteDamaged)
+    Report(eJPXInvalidPalette);
   bool bValid = true;
   for (const TJPXChannel& channel : m_header.m_channels.GetSpan())
   {

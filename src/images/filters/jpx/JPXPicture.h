@@ -12,7 +12,7 @@ class CJPXPicture
 {
 public:
   // nWanted is the number of channels of the reader's colour space, 0 if it has none; with bIndices samples
-  // are not scaled. Opacity is left out. Damaged boxes are reported and do not count.
+  // are not scaled. Opacity is left out. Damaged boxes that would count are reported.
   CJPXPicture(const TJPXHeader& header, int nComponents, int nWanted, bool bIndices,
               IErrorContext* pErrorContext);
 
