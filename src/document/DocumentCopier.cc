@@ -143,11 +143,18 @@ bool CDocumentCopierBase::CheckInput()
 void CDocumentCopierBase::TellCatalogue()
 {
   m_copier.TellDamage(m_input.GetCatalog());
+  TellStreamData(m_input.GetCatalog());
   // What it held besides the pages is not to be found.
   if (m_input.GetFile().IsRootAssumed())
     BSE::ReportLoss(m_pErrorContext, g_nNoRoot);
   if (m_input.GetFile().IsInfoLost())
     BSE::ReportLoss(m_pErrorContext, g_nNoTrailer);
+}
+
+void CDocumentCopierBase::TellStreamData(const CObjectPtr& source)
+{
+  if (source.IsStream())
+    BSE::ReportLoss(source.Get(), g_nNotRepairable);
 }
 
 bool CDocumentCopierBase::CheckPageTree()
@@ -270,6 +277,7 @@ bool CDocumentCopierBase::CopyPageObject(int nPage)
   const CObjectPtr target = CreatePageCopy(source);
   if (!target)
     return false;
+  TellStreamData(source);
   TPageCopy page{
       source, source["Contents"], {source.FindInherited("Resources"), source.GetHolder("Resources")}};
   LookAtContent(page);

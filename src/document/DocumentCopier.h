@@ -64,6 +64,9 @@ protected:
   // Reports what the catalogue and the trailer lack. To be called once in a save.
   void TellCatalogue();
 
+  // Reports the data of an object that becomes a dictionary in the copy, and should have been one.
+  static void TellStreamData(const CObjectPtr& source);
+
   // Reports the pages that the input's tree has lost. False, reported as the end of the save, if there is no
   // page left although the input is not known to be empty: the copy would be an empty document.
   bool CheckPageTree();

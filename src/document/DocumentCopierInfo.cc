@@ -98,6 +98,7 @@ CObjectPtr CDocumentCopierBase::CopyInfo(const char* const* pszOmitted)
       if (const CObjectPtr entry = m_visitor.VisitEntry(source.GetKey(i), source.GetValue(i)))
         dictionary.AddEntry(source.GetKey(i), entry);
   m_copier.TellDamage(source);
+  TellStreamData(source);
   if (const CObjectPtr value = CCopyBase::GetDirect(source); value && !value.IsDictionary())
     BSE::ReportLoss(source.IsIndirect() ? source.Get() : m_pErrorContext, g_nNotRepairable);
   CObjectPtr info = m_output.GetFile().NewObject(0, 0, 0);

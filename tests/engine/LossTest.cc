@@ -83,6 +83,25 @@ TEST(Loss, IsToldByEverySaveThatMeetsIt)
   }
 }
 
+// Data of a catalogue or a page that a damaged file makes a stream, and may show somewhere.
+TEST(Loss, OfDataInThePlaceOfADictionary)
+{
+  for (const bool bCatalogue : {false, true})
+  {
+    const std::string sData = "/Length 3>>stream\nq Q\nendstream endobj\n";
+    const std::string sEnd = ">>endobj\n";
+    const std::string sPdf = "%PDF-1.4\n1 0 obj<</Type/Catalog/Pages 2 0 R" + (bCatalogue ? sData : sEnd) +
+                             "2 0 obj<</Type/Pages/Count 1/Kids[3 0 R]>>endobj\n"
+                             "3 0 obj<</Type/Page/Parent 2 0 R/Contents 1 0 R/MediaBox[0 0 9 9]" +
+                             (bCatalogue ? sEnd : sData) + "trailer<</Root 1 0 R>>\n";
+    CReports reports;
+    PDF::COptimizer optimizer(&reports);
+    ASSERT_TRUE(optimizer.Open(Engine::MakeStream(sPdf).Get(), nullptr));
+    EXPECT_TRUE(SaveAgain(optimizer));
+    EXPECT_EQ(reports.CountLosses(PDF::g_nNotRepairable), 1);
+  }
+}
+
 TEST(Loss, OfPagesIsToldAndOfAllPagesEndsTheSave)
 {
   const struct
