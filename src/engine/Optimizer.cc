@@ -2,6 +2,7 @@
 
 #include "base/Tracer.h"
 #include "document/BTree.h"
+#include "engine/BitonalStreamRecoder.h"
 #include "engine/EqualObjectMerger.h"
 #include "engine/JPEGStreamRecoder.h"
 #include "engine/RedundantObjectOptimizer.h"
@@ -55,14 +56,18 @@ bool IsVersionAllowed(CConformance claim, int nMajor, int nMinor)
 class CStreamPasses : public IStreamStep
 {
 public:
-  CStreamPasses(CCopyBase& copier, CFile& file, const TOptimizerOptions& options, CDecodedStreams& decoded)
+  // With bJBIG2 the version of the output knows that filter.
+  CStreamPasses(CCopyBase& copier, CFile& file, const TOptimizerOptions& options, bool bJBIG2,
+                CDecodedStreams& decoded)
       : m_copier(copier), m_file(file)
   {
     if (options.m_bRecodeJPEG)
       m_pRecoder.Reset(new CJPEGStreamRecoder);
+    if (options.m_bRecodeBitonal)
+      m_pBitonal.Reset(new CBitonalStreamRecoder(bJBIG2));
     if (options.m_bRecompressStreams)
       m_pRecompressor.Reset(new CStreamRecompressor(options.m_nEffort, decoded));
-    m_copier.SetStreamStep(m_pRecoder || m_pRecompressor ? this : nullptr);
+    m_copier.SetStreamStep(m_pRecoder || m_pBitonal || m_pRecompressor ? this : nullptr);
     m_file.SetStreamDeflater(m_pRecompressor.Get());
   }
   CStreamPasses(const CStreamPasses&) = delete;
@@ -79,12 +84,16 @@ public:
       return;
     if (m_pRecompressor)
       m_pRecompressor->HandleStream(source, target);
+    // Last, against whatever form is the shortest of the others.
+    if (m_pBitonal)
+      m_pBitonal->Recode(*target);
   }
 
 private:
   CCopyBase& m_copier;
   CFile& m_file;
   BSE::CScopedPtr<CJPEGStreamRecoder> m_pRecoder;
+  BSE::CScopedPtr<CBitonalStreamRecoder> m_pBitonal;
   BSE::CScopedPtr<CStreamRecompressor> m_pRecompressor;
 };
 
@@ -191,7 +200,8 @@ bool COptimizer::RunSave(BSE::IByteStream* pStream, const TEncryption& encryptio
 
 bool COptimizer::CopyDocument(BSE::IByteStream* pStream, const TEncryption& encryption)
 {
-  const CStreamPasses passes(*this, m_output.GetFile(), m_options, m_decoded);
+  const bool bJBIG2 = m_output.GetMajorVersion() > 1 || m_output.GetMinorVersion() >= 4;
+  const CStreamPasses passes(*this, m_output.GetFile(), m_options, bJBIG2, m_decoded);
   return CDocumentCopierT<CObjectCopier>::Save(pStream, encryption);
 }
 

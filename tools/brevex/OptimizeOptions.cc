@@ -45,6 +45,7 @@ void ApplyOptions(TBrevexHandle* pHandle, const TOptimizeOptions& options)
     BrevexSetMergeEqualObjects(pHandle, 1);
     BrevexSetRecompressStreams(pHandle, 1);
     BrevexSetRecodeJPEG(pHandle, 1);
+    BrevexSetRecodeBitonal(pHandle, 1);
   }
   if (options.nProfile == BREVEX_PROFILE_MAX)
   {

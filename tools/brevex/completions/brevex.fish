@@ -77,6 +77,8 @@ complete -c brevex -l no-recompress-streams -d 'Compress streams anew where that
 complete -c brevex -l effort -x -d 'How hard to try with --recompress-streams, 1 (fast) to 9 (small)'
 complete -c brevex -l recode-jpeg -d 'Code JPEG images anew, without a change of any sample'
 complete -c brevex -l no-recode-jpeg -d 'Code JPEG images anew, without a change of any sample'
+complete -c brevex -l recode-bitonal -d 'Encode images of one bit a sample anew as JBIG2 or Group 4'
+complete -c brevex -l no-recode-bitonal -d 'Encode images of one bit a sample anew as JBIG2 or Group 4'
 complete -c brevex -l optimize-resources -d 'Drop resources that pages do not use (no effect yet)'
 complete -c brevex -l no-optimize-resources -d 'Drop resources that pages do not use (no effect yet)'
 complete -c brevex -l auto-linearize -d 'Order the file for fast first display over a network unless that would enlarge it much'
