@@ -540,7 +540,7 @@ int CContentParser::ExecuteMarked(int nOperator)
     BeginMarkedContent(szTag, properties);
   else if (bTag)
     MarkPoint(szTag, properties);
-  return static_cast<int>(properties.size()) + 1;
+  return static_cast<int>(properties.size() + (before.empty() ? 0 : 1));
 }
 
 }  // namespace PDF

