@@ -730,8 +730,8 @@ BREVEX_API int BrevexGetRecodeJPEG(TBrevexHandle* pHandle);
 BREVEX_API void BrevexSetRecodeJPEG(TBrevexHandle* pHandle, int bValue);
 
 /* An addition of this library, off in every profile: whether images of one bit a sample that are encoded
- * without loss, fax images among them, are encoded anew as JBIG2 (from PDF 1.4 on) or Group 4, where that makes
- * them smaller. No sample changes. Damaged and incomplete images stay as they are. Default false.
+ * without loss, fax images among them, are encoded anew as JBIG2 (from PDF 1.4 on) or Group 4, where that
+ * makes them smaller. No sample changes. Damaged and incomplete images stay as they are. Default false.
  */
 BREVEX_API int BrevexGetRecodeBitonal(TBrevexHandle* pHandle);
 BREVEX_API void BrevexSetRecodeBitonal(TBrevexHandle* pHandle, int bValue);

@@ -160,6 +160,28 @@ inline constexpr std::int64_t g_nMaxJPXMemory = std::int64_t{4} << 30;
 inline constexpr std::int64_t g_nJPXPacketRatio = 16;
 
 inline constexpr int g_nMaxFormNesting = 64;
+
+// Bytes of content that are parsed for one document, so many for each byte of the file beyond a free amount:
+// a second's work. Honest content is some ten times its file, and a map draws a symbol for each ten bytes.
+// Where a form begins, and a part of a page's content, it costs as much as so many bytes.
+#ifdef BREVEX_SMALL_LIMITS
+inline constexpr std::int64_t g_nFreeContentWork = std::int64_t{1} << 22;
+#else
+inline constexpr std::int64_t g_nFreeContentWork = std::int64_t{128} << 20;
+#endif
+inline constexpr std::int64_t g_nContentWorkRatio = 256;
+inline constexpr std::int64_t g_nFormWork = 1024;
+
+// Operands of one operator, with those inside arrays; and the bytes of their text, and of one string.
+inline constexpr int g_nMaxOperands = 20480;
+inline constexpr std::int64_t g_nMaxOperandText = std::int64_t{16} << 20;
+
+// Graphics states that are saved at the same time, over all forms inside each other. Some writers save one
+// for each thing on a page and restore none.
+inline constexpr int g_nMaxSavedStates = 32768;
+
+// Bytes of one inline image as it is in the content.
+inline constexpr std::int64_t g_nMaxInlineImage = std::int64_t{64} << 20;
 inline constexpr int g_nMaxFunctionNesting = 32;
 
 // Filters in one chain.

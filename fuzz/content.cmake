@@ -1,0 +1,1 @@
+add_fuzz_target(content_parser SOURCE content/ParserFuzz.cc USES content document pdf base)

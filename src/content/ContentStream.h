@@ -1,0 +1,72 @@
+#pragma once
+
+#include "base/BufferedInputStream.h"
+#include "content/ContentAccount.h"
+#include "pdf/Object.h"
+
+namespace PDF
+{
+
+// The decoded bytes of a content stream, or of the several that a page has, one opened after the other
+// (ISO 32000-1, 7.8.2). A token ends with its stream: a line feed is between two of them, but not inside a
+// string or the data of an inline image, which some writers cut anywhere.
+class CContentStream : public BSE::CBufferedInputStream
+{
+public:
+  // A stream, or an array of streams. Borrows the account, which is charged with what is read; it may be
+  // null.
+  CContentStream(const CObjectPtr& contents, CContentAccount* pAccount);
+
+  // Bytes that are in no stream of a file.
+  explicit CContentStream(BSE::IByteStream* pData, CContentAccount* pAccount = nullptr);
+
+  // True if there is something to read from, be it empty.
+  bool IsValid() const override;
+  bool Fill() override;
+  std::int64_t Read(unsigned char* pBuffer, std::int64_t n) override;
+  bool Rewind() override;
+
+  // For the time of one token that goes on across the ends of streams, and may be so long: after that many
+  // bytes the data end. Negative for no such token.
+  void SetOpenToken(std::int64_t nMaxBytes);
+
+  // True if the last open token met its end by the limit.
+  bool WasTokenCut() const { return m_bTokenCut; }
+
+  // Puts bytes back that have been read last: they come again.
+  void PushBack(std::span<const unsigned char> bytes);
+
+  // True if the data ended because the account is spent.
+  bool WasRefused() const { return m_bRefused; }
+
+  // True once there has been any data.
+  bool HasRead() const { return m_nPos > 0 || m_pEnd != m_pBuffer; }
+
+  // True if a stream could not be read, or not to its end.
+  bool HasGap() const { return m_bGap; }
+
+private:
+  int GetPartCount() const;
+
+  // Opens the next part that can be read; false after the last one.
+  bool OpenNext();
+
+  // Closes the part that is read.
+  void EndPart();
+  int ReadPart();
+  bool Deliver(int nRead);
+
+  CObjectPtr m_contents;
+  CContentAccount* m_pAccount;
+  BSE::CObjectPtr<BSE::IByteStream> m_pPart;
+  BSE::CObjectPtr<BSE::IByteStream> m_pSingle;  // without objects
+  BSE::CBasicArray<unsigned char> m_pushedBack;
+  int m_nPushedBack = 0;  // of them, so many have been delivered
+  int m_nNext = 0;
+  std::int64_t m_nTokenLeft = -1;
+  bool m_bTokenCut = false;
+  bool m_bRefused = false;
+  bool m_bGap = false;
+};
+
+}  // namespace PDF
