@@ -88,6 +88,10 @@ constexpr bool IsOutOfProportion(std::int64_t nWork, std::int64_t nFree, std::in
 // Samples of one image.
 inline constexpr std::int64_t g_nMaxImagePixels = std::int64_t{1} << 31;
 
+// Samples and bytes of one row that filters of images read or make: 4 million pixels of four inks, far more
+// than large formats have. Memory for it is taken as the row's data comes.
+inline constexpr std::int64_t g_nMaxImageRow = std::int64_t{1} << 24;
+
 // What one JBIG2 image may cost, all its segments together. Work is counted in units of about one decision of
 // its arithmetic decoder, some nanoseconds. White areas hardly count: a page of text at 600 dots an inch
 // takes some 10 million for its 35 million pixels. One of dense dots takes all of them, and has a byte for

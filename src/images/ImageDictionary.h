@@ -22,13 +22,15 @@ public:
 
   CObjectPtr GetColorSpace() const { return GetEither("ColorSpace", "CS"); }
 
+  CObjectPtr GetDecode() const { return GetEither("Decode", "D"); }
+  bool IsStencil() const;
+
   // Components of the colour space: 1 for a stencil mask, 0 where that is absent or not known.
   int GetComponentCount() const;
 
 private:
   CObjectPtr GetEither(const char* szKey, const char* szShort) const;
   int GetNumber(const char* szKey, const char* szShort) const;
-  bool IsStencil() const;
 
   CObject* m_pImage;
 };

@@ -1,0 +1,318 @@
+#include "images/Image.h"
+
+#include "base/Tracer.h"
+#include "images/ImageDictionary.h"
+#include "images/JPXColorSpace.h"
+#include "images/StatusCodes.h"
+#include "images/filters/CCITTFaxDecodeFilter.h"
+#include "images/filters/DCTDecodeFilter.h"
+#include "images/filters/InvertFilters.h"
+#include "images/filters/RowSize.h"
+#include "images/filters/jbig2/JBIG2DecodeFilter.h"
+#include "images/filters/jpx/JPXDecodeFilter.h"
+#include "pdf/FilterFactory.h"
+#include "pdf/SimpleObjects.h"
+#include "pdf/StreamObjects.h"
+
+#include <cmath>
+
+namespace PDF
+{
+
+CImage::CImage(const CObjectPtr& image, CColorSpaceFactory& spaces, const CObjectPtr& resources)
+    : m_object(image), m_resources(resources), m_pSpaces(&spaces)
+{
+}
+
+CImage::CImage(const CImage& other) : m_pSpaces(other.m_pSpaces)
+{
+  *this = other;
+}
+
+CImage& CImage::operator=(const CImage& other)
+{
+  if (this == &other)
+    return *this;
+  m_object = other.m_object;
+  m_resources = other.m_resources;
+  m_pSpaces = other.m_pSpaces;
+  m_pColorSpace = other.m_pColorSpace;
+  m_dResolutionX = other.m_dResolutionX;
+  m_dResolutionY = other.m_dResolutionY;
+  // Readers of their own.
+  m_pStream = nullptr;
+  m_jpxSpace.Reset();
+  m_found = {};
+  m_bOpened = false;
+  return *this;
+}
+
+CImage::~CImage() = default;
+
+bool CImage::IsImageMask() const
+{
+  return CImageDictionary(m_object.Get()).IsStencil();
+}
+
+int CImage::GetWidth()
+{
+  const TFound* pFound = FindJPX();
+  return pFound ? pFound->m_nWidth : CImageDictionary(m_object.Get()).GetWidth();
+}
+
+int CImage::GetHeight()
+{
+  const TFound* pFound = FindJPX();
+  return pFound ? pFound->m_nHeight : CImageDictionary(m_object.Get()).GetHeight();
+}
+
+int CImage::GetBitsPerComponent()
+{
+  const TFound* pFound = FindJPX();
+  return pFound ? pFound->m_nBits : CImageDictionary(m_object.Get()).GetBitsPerComponent();
+}
+
+// What JPEG 2000 data says; null for other data. Only that is opened here.
+const CImage::TFound* CImage::FindJPX()
+{
+  const int nFilters = GetFilterCount(m_object.Get());
+  if (nFilters == 0 || !GetFilterName(m_object.Get(), nFilters - 1).IsName("JPXDecode"))
+    return nullptr;
+  OpenData();
+  return m_found.m_bJPX ? &m_found : nullptr;
+}
+
+void CImage::LookAtDecoder(BSE::IByteStream* pData)
+{
+  if (const auto* pJPX = dynamic_cast<BSE::CJPXDecodeFilter*>(pData); pJPX && pJPX->IsValid())
+  {
+    const BSE::CJPXParameters& jpx = pJPX->GetParameters();
+    m_found = {jpx.nWidth, jpx.nHeight, pJPX->GetSampleCount(), 8, true};
+    m_jpxSpace = MakeJPXColorSpace(jpx);
+  }
+  else if (const auto* pDCT = dynamic_cast<BSE::CDCTDecodeFilter*>(pData))
+    m_found = {pDCT->GetParameters().nWidth, pDCT->GetParameters().nHeight, pDCT->GetComponents(), 8, false};
+  else if (const auto* pFax = dynamic_cast<BSE::CCCITTFaxDecodeFilter*>(pData))
+    m_found = {pFax->GetParameters().Columns, 0, 1, 1, false};
+  else if (const auto* pJBIG2 = dynamic_cast<BSE::CJBIG2DecodeFilter*>(pData))
+    m_found = {pJBIG2->GetParameters().nWidth, 0, 1, 1, false};
+}
+
+void CImage::OpenData()
+{
+  if (m_bOpened)
+    return;
+  m_bOpened = true;
+  m_pStream = m_object.GetDecodedStream();
+  if (m_pStream && !m_pStream->IsValid())
+    m_pStream = nullptr;
+  LookAtDecoder(m_pStream.Get());
+  if (m_pStream && IsInverted())
+    m_pStream = new BSE::CInvertDecodeFilter(m_pStream.Get(), m_object.Get());
+}
+
+BSE::IByteStream* CImage::GetStream()
+{
+  OpenData();
+  return m_pStream.Get();
+}
+
+DOC::IColorSpace* CImage::GetColorSpace()
+{
+  if (m_pColorSpace)
+    return m_pColorSpace.Get();
+  CObjectPtr space = CImageDictionary(m_object.Get()).GetColorSpace();
+  if (!space && FindJPX())
+    space = m_jpxSpace;
+  if (space && !IsImageMask())
+    m_pColorSpace = m_pSpaces->Create(space, m_resources);
+  else
+    m_pColorSpace = m_pSpaces->GetDevice(1);
+  return m_pColorSpace.Get();
+}
+
+TImageCompression CImage::GetCompressionType() const
+{
+  struct TRow
+  {
+    const char* m_szName;
+    TImageCompression m_compression;
+  };
+  constexpr TRow rows[] = {{"DCTDecode", eCompressionJPEG},    {"DCT", eCompressionJPEG},
+                           {"FlateDecode", eCompressionFlate}, {"Fl", eCompressionFlate},
+                           {"LZWDecode", eCompressionLZW},     {"LZW", eCompressionLZW},
+                           {"JBIG2Decode", eCompressionJBIG2}, {"JPXDecode", eCompressionJPEG2000}};
+  const int nCount = GetFilterCount(m_object.Get());
+  if (nCount == 0)
+    return m_object["Filter"] ? eCompressionOther : eCompressionNone;
+  const CObjectPtr first = GetFilterName(m_object.Get(), 0);
+  const bool bArmoured = nCount == 2 && (first.IsName("ASCII85Decode") || first.IsName("A85"));
+  if (bArmoured && BSE::CTracer::IsOn())
+    BSE::CTracer::Trace("E", "PDF Image",
+                        "TO"
+                        "DO: fix GetCompressionType semantics");
+  if (nCount > 2 || (nCount == 2 && !bArmoured))
+    return eCompressionOther;
+  const CObjectPtr name = GetFilterName(m_object.Get(), nCount - 1);
+  for (const TRow& row : rows)
+  {
+    if (name.IsName(row.m_szName))
+      return row.m_compression;
+  }
+  if (!name.IsName("CCITTFaxDecode") && !name.IsName("CCF"))
+    return eCompressionOther;
+  const std::int64_t nK = GetIntegerOr(GetFilterParameters(m_object.Get(), nCount - 1)["K"], -1);
+  return nK < 0 ? eCompressionGroup4 : nK > 0 ? eCompressionGroup3Mixed : eCompressionGroup3;
+}
+
+bool CImage::IsBitonal()
+{
+  if (GetBitsPerComponent() != 1)
+    return false;
+  const DOC::IColorSpace* pSpace = GetColorSpace();
+  return !pSpace || pSpace->GetComponentCount() == 1;
+}
+
+bool CImage::IsGray()
+{
+  const DOC::IColorSpace* pSpace = GetBitsPerComponent() < 2 ? nullptr : GetColorSpace();
+  return pSpace && pSpace->IsGray();
+}
+
+bool CImage::IsColor()
+{
+  const DOC::IColorSpace* pSpace = GetBitsPerComponent() < 2 ? nullptr : GetColorSpace();
+  return pSpace && pSpace->IsColor();
+}
+
+std::int64_t CImage::GetRowBytes()
+{
+  const CSampleFormat format = {GetColorSpace(), GetBitsPerComponent(), GetWidth(), GetHeight()};
+  return format.IsUsable() ? format.GetRowSize() : 0;
+}
+
+bool CImage::IsInverted()
+{
+  // For JPEG 2000 data the array counts in stencil masks only (ISO 32000-1, Table 89).
+  if (m_found.m_bJPX && !IsImageMask())
+    return false;
+  const CObjectPtr decode = CImageDictionary(m_object.Get()).GetDecode();
+  return decode[0].IsNumber() && decode[1].IsNumber() &&
+         decode[0]->GetRealValue() > decode[1]->GetRealValue();
+}
+
+bool CImage::IsDecodePlain()
+{
+  const CObjectPtr decode = CImageDictionary(m_object.Get()).GetDecode();
+  if (!decode.IsArray() || (m_found.m_bJPX && !IsImageMask()))
+    return true;
+  DOC::IColorSpace* pSpace = GetColorSpace();
+  const bool bInverted = IsInverted();
+  for (int i = 0; i < pSpace->GetComponentCount(); ++i)
+  {
+    DOC::TRange range = pSpace->GetRange(i);
+    if (pSpace->GetIndexed())
+      range.m_dMax = (1 << GetBitsPerComponent()) - 1;
+    const CObjectPtr low = decode[bInverted ? 2 * i + 1 : 2 * i];
+    const CObjectPtr high = decode[bInverted ? 2 * i : 2 * i + 1];
+    if (!low.IsNumber() || !high.IsNumber())
+      return false;
+    const double dNear = 1e-4 * std::fabs(range.m_dMax - range.m_dMin);
+    if (!(std::fabs(low->GetRealValue() - range.m_dMin) <= dNear &&
+          std::fabs(high->GetRealValue() - range.m_dMax) <= dNear))
+      return false;
+  }
+  return true;
+}
+
+bool CImage::FitsData()
+{
+  if (m_found.m_nWidth == 0)
+    return true;
+  const bool bWidth = m_found.m_nBits == 8
+                          ? m_found.m_nWidth == GetWidth()
+                          : BSE::GetBitRowSize(m_found.m_nWidth) == BSE::GetBitRowSize(GetWidth());
+  return bWidth && (m_found.m_nHeight == 0 || m_found.m_nHeight == GetHeight()) &&
+         m_found.m_nComponents == GetColorSpace()->GetComponentCount() &&
+         m_found.m_nBits == GetBitsPerComponent();
+}
+
+BSE::IByteStream* CImage::Begin(CSampleFormat& format)
+{
+  const char* szWhy = nullptr;
+  BSE::IByteStream* pStream = GetStream();
+  format = {GetColorSpace(), GetBitsPerComponent(), GetWidth(), GetHeight()};
+  if (!pStream)
+    szWhy = "no data";
+  else if (!format.pColorSpace)
+    szWhy = "no color space";
+  else if (!format.IsUsable() || (format.pColorSpace->GetIndexed() && format.nBitsPerComponent > 8))
+    szWhy = "size or depth out of bounds";
+  else if (!FitsData())
+    szWhy = "the data is another image";
+  else if (!IsDecodePlain())
+    szWhy = "unusual decode array";
+  else if (m_found.m_bJPX && GetIntegerOr(m_object["SMaskInData"], 0) != 0)
+    szWhy = "the data has its own mask";
+  else if (!pStream->Rewind())
+    szWhy = "the data cannot be read again";
+  if (!szWhy)
+    return pStream;
+  if (BSE::CTracer::IsOn())
+    BSE::CTracer::Trace("I", "PDF Image", "Unable to read samples of image: %s.", szWhy);
+  return nullptr;
+}
+
+void CImage::RemoveEntry(const char* szKey, const char* szShort)
+{
+  m_object.DeleteEntry(szKey);
+  m_object.DeleteEntry(szShort);
+}
+
+void CImage::SetNumber(const char* szKey, const char* szShort, int nValue)
+{
+  m_object.DeleteEntry(szShort);
+  m_object.AddEntry(szKey, new CIntegerObject(nValue));
+}
+
+void CImage::SetData(BSE::IByteStream* pData, const char* szFilter, const CObjectPtr& parameters)
+{
+  const BSE::CObjectPtr<BSE::IByteStream> pHeld = pData;
+  RemoveEntry("Decode", "D");
+  RemoveEntry("Filter", "F");
+  RemoveEntry("DecodeParms", "DP");
+  if (szFilter)
+    m_object.AddEntry("Filter", new CNameObject(szFilter));
+  if (szFilter && parameters)
+    m_object.AddEntry("DecodeParms", parameters);
+  if (m_object)
+    m_object->SetStreamObject(new CStreamObject(pData));
+  m_pStream = nullptr;
+  m_jpxSpace.Reset();
+  m_found = {};
+  m_bOpened = false;
+}
+
+void CImage::SetWidth(int nWidth)
+{
+  SetNumber("Width", "W", nWidth);
+}
+
+void CImage::SetHeight(int nHeight)
+{
+  SetNumber("Height", "H", nHeight);
+}
+
+void CImage::SetBitsPerComponent(int nBits)
+{
+  SetNumber("BitsPerComponent", "BPC", nBits);
+}
+
+void CImage::SetColorSpace(const CObjectPtr& space)
+{
+  m_object.DeleteEntry("CS");
+  m_object.AddEntry("ColorSpace", space);
+  m_pColorSpace = nullptr;
+}
+
+}  // namespace PDF

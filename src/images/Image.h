@@ -1,0 +1,167 @@
+#pragma once
+
+#include "images/SampleFormat.h"
+#include "images/color/ColorSpaceFactory.h"
+#include "pdf/Object.h"
+
+namespace PDF
+{
+
+// How the data of an image is compressed.
+enum TImageCompression
+{
+  eCompressionNone = 0,
+  eCompressionJPEG = 1,
+  eCompressionFlate = 2,
+  eCompressionLZW = 3,
+  eCompressionGroup3 = 4,
+  eCompressionGroup3Mixed = 5,
+  eCompressionGroup4 = 6,
+  eCompressionJBIG2 = 7,
+  eCompressionJPEG2000 = 8,
+  eCompressionOther = 10
+};
+
+enum TColorAnalysis
+{
+  eOneColor = 0,
+  eTwoColors = 1,
+  eGrayColors = 2,  // more than two
+  eManyColors = 3,  // in an indexed image more than two
+  eUnknownColors = 4
+};
+
+// A light view of an image XObject or inline image (ISO 32000-1, 8.9): tells what it is, hands out its
+// samples and replaces them. Copies share the object.
+//
+// Transformations build a stream of filters over the samples and store it as the image's data, which has no
+// filter then: nothing is read before that data is. They answer false, and leave the image as it is, where
+// that is not possible; colour spaces are made ready before. That the picture and its form in the dictionary
+// do not fit together, or a Decode array that is neither as it has to be without one nor the other way round,
+// is such a case, and so is a mask inside the data. Masks and the colours in Mask and Matte are the caller's
+// business.
+class CImage
+{
+public:
+  // Resources explain names of colour spaces and may be null. The factory is borrowed.
+  CImage(const CObjectPtr& image, CColorSpaceFactory& spaces, const CObjectPtr& resources = {});
+  CImage(const CImage& other);
+  CImage& operator=(const CImage& other);
+  ~CImage();
+
+  const CObjectPtr& GetObject() const { return m_object; }
+
+  // Of JPEG 2000 data the data tells, as it is decoded: 8 bits.
+  int GetWidth();
+  int GetHeight();
+  int GetBitsPerComponent();
+  bool IsImageMask() const;
+
+  // That of the data for JPEG 2000 data without one in the dictionary; gray for an image without any, and for
+  // stencil masks. Null for one that is not valid, which has been reported. Borrowed.
+  DOC::IColorSpace* GetColorSpace();
+  TImageCompression GetCompressionType() const;
+
+  // One bit per component, and one component.
+  bool IsBitonal();
+
+  // As the colour space says; false below two bits.
+  bool IsGray();
+  bool IsColor();
+
+  // 0 where size or depth are out of bounds.
+  std::int64_t GetRowBytes();
+
+  // The samples, made once and kept; null if they cannot be had. A Decode array the other way round has been
+  // applied.
+  BSE::IByteStream* GetStream();
+
+  double GetResolutionX() const { return m_dResolutionX; }
+  double GetResolutionY() const { return m_dResolutionY; }
+  void SetResolutionX(double d) { m_dResolutionX = d; }
+  void SetResolutionY(double d) { m_dResolutionY = d; }
+
+  // Replaces the samples. The filter, null for none, is that which they are to be encoded with. Removes
+  // Decode.
+  void SetData(BSE::IByteStream* pData, const char* szFilter = nullptr, const CObjectPtr& parameters = {});
+  void SetWidth(int nWidth);
+  void SetHeight(int nHeight);
+  void SetBitsPerComponent(int nBits);
+  void SetColorSpace(const CObjectPtr& space);
+
+  // To device colours of 8 bits. A stencil mask can only become RGB, and is none then.
+  bool ConvertToGray() { return ConvertTo(DOC::eToGray); }
+  bool ConvertToRGB() { return ConvertTo(DOC::eToRGB); }
+  bool ConvertToCMYK() { return ConvertTo(DOC::eToCMYK); }
+
+  // Gives an indexed image a table of device colours; samples stay. True for others, to which nothing
+  // happens.
+  bool ConvertPalette(DOC::TTarget target);
+
+  // An indexed image to its base. True for others.
+  bool ConvertToBaseColorSpace();
+
+  // To black and white (TBitonalMode). Nothing happens to images of one bit, but that a table of black and
+  // white becomes gray.
+  bool ReduceToBitonal(int nMode);
+
+  // Makes a picture smaller. False as well for indexed ones and DeviceN, and if the size stays. The mode is
+  // for those of one bit.
+  bool Resample(int nMode, double dFactorX, double dFactorY);
+
+  // A picture of one bit to gray, of blocks of n by n; no stencil mask.
+  bool ReduceToGrayByFactor(int n);
+
+  // Cuts out columns from left to before right and rows from bottom to before top, counted from the lower
+  // edge. Where that is empty one pixel is left. Only for 8 bits; needs memory for what is cut out.
+  bool Clip(int nLeft, int nTop, int nBottom, int nRight);
+  bool Invert();
+
+  // Reads the samples and tells what colours there are: the first one, and the second for more than one, as
+  // numbers of the colour space, that of a table's base for an indexed image. The spans have room for four.
+  TColorAnalysis AnalyzeColors(std::span<double> first, std::span<double> second);
+
+private:
+  // What the decoder of a picture found in its data.
+  struct TFound
+  {
+    int m_nWidth = 0;  // 0: nothing
+    int m_nHeight = 0;
+    int m_nComponents = 0;
+    int m_nBits = 8;
+    bool m_bJPX = false;
+  };
+
+  const TFound* FindJPX();
+  void OpenData();
+  void LookAtDecoder(BSE::IByteStream* pData);
+  bool IsInverted();
+
+  // Whether samples, with a Decode array the other way round applied, are what the colour space takes.
+  bool IsDecodePlain();
+  bool FitsData();
+
+  // The samples from the first one on and their form; null, traced, if they cannot be transformed.
+  BSE::IByteStream* Begin(CSampleFormat& format);
+  void Store(BSE::IByteStream* pData, int nBits, const CObjectPtr& space);
+  void RemoveEntry(const char* szKey, const char* szShort);
+  void SetNumber(const char* szKey, const char* szShort, int nValue);
+
+  bool ConvertTo(DOC::TTarget target);
+  TColorAnalysis AnalyzeBits(BSE::IByteStream& stream, std::span<double> first, std::span<double> second);
+  bool KeepRows(BSE::IByteStream& source, const CSampleFormat& format, BSE::IByteStream& result, int nLeft,
+                int nTop, int nBottom, int nRight) const;
+
+  CObjectPtr m_object;
+  CObjectPtr m_resources;
+  CColorSpaceFactory* m_pSpaces;
+  BSE::CObjectPtr<DOC::IColorSpace> m_pColorSpace;
+  BSE::CObjectPtr<BSE::IByteStream> m_pStream;
+  CObjectPtr m_jpxSpace;
+  TFound m_found;
+  bool m_bOpened = false;
+  double m_dResolutionX = 0;
+  double m_dResolutionY = 0;
+};
+
+}  // namespace PDF

@@ -1,0 +1,221 @@
+#include "images/BitonalFilter.h"
+#include "images/Image.h"
+#include "tests/images/color/ColorObjects.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+namespace PDF
+{
+namespace
+{
+
+std::string Bytes(std::initializer_list<int> values)
+{
+  return {values.begin(), values.end()};
+}
+
+class Image : public testing::Test
+{
+protected:
+  Image()
+  {
+    const BSE::CObjectPtr<DOC::CColorAccount> pAccount(new DOC::CColorAccount);
+    m_pCMS = DOC::CreateCMS("none", "/nowhere", *pAccount);
+    m_pSpaces = std::make_unique<CColorSpaceFactory>(*m_pCMS);
+  }
+
+  CImage Make(int nWidth, int nHeight, int nBits, const std::string& entries, const std::string& data)
+  {
+    const std::string text = "<< /Width " + std::to_string(nWidth) + " /Height " + std::to_string(nHeight) +
+                             " /BitsPerComponent " + std::to_string(nBits) + entries + ">>";
+    return CImage(m_objects.Stream(text, data), *m_pSpaces);
+  }
+
+  static std::string GetSamples(CImage& image)
+  {
+    BSE::CBasicArray<unsigned char> bytes;
+    BSE::IByteStream* pStream = image.GetStream();
+    if (!pStream || !pStream->Rewind() || !pStream->ReadToArray(bytes))
+      return "(none)";
+    return {bytes.GetSpan().begin(), bytes.GetSpan().end()};
+  }
+
+  TColorAnalysis Analyze(CImage image)
+  {
+    for (double& d : m_first)
+      d = m_second[&d - m_first] = -1;
+    return image.AnalyzeColors(m_first, m_second);
+  }
+
+  ColorTest::CObjects m_objects;
+  BSE::CObjectPtr<DOC::CCMS> m_pCMS;
+  std::unique_ptr<CColorSpaceFactory> m_pSpaces;
+  double m_first[4] = {};
+  double m_second[4] = {};
+};
+
+TEST_F(Image, TellsWhatItIs)
+{
+  CImage image = Make(10, 2, 1, "/ColorSpace /DeviceRGB", "");
+  EXPECT_EQ(image.GetRowBytes(), 4);
+  EXPECT_FALSE(image.IsBitonal() || image.IsColor());
+  CImage mask(m_objects.Parse("<</W 9 /H 3 /BPC 8 /IM true /F [/A85 /CCF] /DP [null <</K 0>>]>>"),
+              *m_pSpaces);
+  EXPECT_TRUE(mask.IsBitonal() && mask.IsImageMask());
+  EXPECT_EQ(mask.GetRowBytes(), 2);
+  EXPECT_EQ(mask.GetCompressionType(), eCompressionGroup3);
+  EXPECT_FALSE(mask.GetStream());
+  EXPECT_FALSE(mask.ConvertToRGB());
+  const std::pair<const char*, TImageCompression> filters[] = {
+      {"", eCompressionNone},
+      {"/Filter /DCT", eCompressionJPEG},
+      {"/Filter [/Fl]", eCompressionFlate},
+      {"/Filter /LZWDecode", eCompressionLZW},
+      {"/Filter /CCITTFaxDecode", eCompressionGroup4},
+      {"/Filter /CCITTFaxDecode /DecodeParms <</K 4>>", eCompressionGroup3Mixed},
+      {"/Filter [/JPXDecode /FlateDecode]", eCompressionOther},
+      {"/Filter /RunLengthDecode", eCompressionOther},
+      {"/Filter 1", eCompressionOther}};
+  for (const auto& [szEntries, compression] : filters)
+    EXPECT_EQ(CImage(m_objects.Parse("<<" + std::string(szEntries) + ">>"), *m_pSpaces).GetCompressionType(),
+              compression)
+        << szEntries;
+}
+
+TEST_F(Image, DecodeTurnsSamplesOrIsRefused)
+{
+  CImage image = Make(4, 1, 1, "/Decode [1 0]", "\x50");
+  EXPECT_EQ(GetSamples(image), "\xAF");
+  EXPECT_TRUE(image.Invert());
+  EXPECT_FALSE(image.GetObject()["Decode"]);
+  EXPECT_EQ(GetSamples(image), "\x50");
+  CImage turned = Make(1, 1, 8, "/ColorSpace /DeviceRGB /Decode [1 0 1 0 1 0]", "abc");
+  EXPECT_TRUE(turned.ConvertToGray());
+  for (const char* szDecode : {"[0 .5]", "[1 0 0 1 0 1]", "[0 1]", "[0 1 0 1 0 (a)]"})
+  {
+    CImage odd = Make(1, 1, 8, "/ColorSpace /DeviceRGB /Decode " + std::string(szDecode), "abc");
+    EXPECT_FALSE(odd.ConvertToGray() || odd.Resample(0, 0.5, 0.5)) << szDecode;
+    EXPECT_TRUE(odd.GetObject()["Decode"]);
+    EXPECT_EQ(Analyze(odd), eUnknownColors);
+  }
+}
+
+TEST_F(Image, ConvertsToDeviceColors)
+{
+  CImage gray = Make(3, 1, 2, "", "\x18");
+  EXPECT_TRUE(gray.ConvertToGray());
+  EXPECT_EQ(GetSamples(gray), Bytes({0, 85, 170}));
+  EXPECT_TRUE(gray.ConvertToRGB());
+  EXPECT_EQ(GetSamples(gray), Bytes({0, 0, 0, 85, 85, 85, 170, 170, 170}));
+  EXPECT_TRUE(gray.GetObject()["ColorSpace"].IsName("DeviceRGB"));
+  CImage indexed = Make(5, 2, 1, "/ColorSpace [/Indexed /DeviceRGB 1 <102030FFFFFF>]", "\xA8\x10");
+  EXPECT_TRUE(indexed.ConvertToRGB());
+  EXPECT_EQ(GetSamples(indexed).substr(0, 6), "\xFF\xFF\xFF\x10\x20\x30");
+  EXPECT_EQ(GetSamples(indexed).size(), 30U);
+  CImage mask = Make(8, 1, 1, "/ImageMask true", "\xF0");
+  EXPECT_FALSE(mask.ConvertToGray());
+  CImage pattern = Make(1, 1, 8, "/ColorSpace /Pattern", "a");
+  EXPECT_FALSE(pattern.ConvertToCMYK());
+  EXPECT_EQ(pattern.GetObject()["BitsPerComponent"].GetIntegerValue(), 8);
+}
+
+TEST_F(Image, ResolvesPalettes)
+{
+  CImage image = Make(3, 1, 4, "/ColorSpace [/Indexed /DeviceRGB 1 <0102030A0B0C>]", Bytes({0x01, 0xF0}));
+  CImage same = image;
+  EXPECT_TRUE(image.ConvertToBaseColorSpace());
+  // Indices beyond the table are the last one.
+  EXPECT_EQ(GetSamples(image), Bytes({1, 2, 3, 10, 11, 12, 10, 11, 12}));
+  CImage gray = Make(2, 1, 8, "/ColorSpace [/Indexed /DeviceRGB 1 <0707070A0A0A>]", Bytes({1, 0}));
+  EXPECT_TRUE(gray.ConvertToBaseColorSpace());
+  EXPECT_TRUE(gray.GetObject()["ColorSpace"].IsName("DeviceGray"));
+  EXPECT_EQ(GetSamples(gray), Bytes({10, 7}));
+  CImage inks = Make(2, 1, 8, "/ColorSpace [/Indexed /DeviceCMYK 1 <00000000FFFFFFFF>]", Bytes({1, 0}));
+  EXPECT_TRUE(inks.ConvertToBaseColorSpace());
+  EXPECT_EQ(GetSamples(inks), Bytes({0, 255}));
+  CImage white = Make(8, 1, 1, "/ColorSpace [/Indexed /DeviceGray 1 <FF00>]", "\x0F");
+  EXPECT_TRUE(white.ReduceToBitonal(0));
+  EXPECT_TRUE(white.GetObject()["ColorSpace"].IsArray());
+  EXPECT_TRUE(white.ConvertToBaseColorSpace());
+  EXPECT_EQ(GetSamples(white), "\xF0");
+  CImage table = Make(1, 1, 8, "/ColorSpace [/Indexed /DeviceGray 1 <0040>]", Bytes({1}));
+  EXPECT_TRUE(table.ConvertPalette(DOC::eToRGB));
+  EXPECT_TRUE(table.GetObject()["ColorSpace"][1].IsName("DeviceRGB"));
+  EXPECT_EQ(table.GetObject()["ColorSpace"][3].GetStringValue().GetLength(), 6);
+  EXPECT_EQ(GetSamples(table), Bytes({1}));
+}
+
+TEST_F(Image, MakesPicturesSmaller)
+{
+  CImage image = Make(4, 2, 8, "", Bytes({0, 10, 20, 30, 40, 50, 60, 70}));
+  image.SetResolutionX(300);
+  EXPECT_FALSE(image.Resample(0, 1.5, 1));
+  EXPECT_FALSE(image.Resample(0, 0.99, 0.99));
+  EXPECT_TRUE(image.Resample(0, 0.5, 1.5));
+  EXPECT_EQ(image.GetWidth(), 2);
+  EXPECT_EQ(image.GetHeight(), 2);
+  EXPECT_EQ(image.GetResolutionX(), 150);
+  EXPECT_EQ(GetSamples(image), Bytes({5, 25, 45, 65}));
+  CImage bits = Make(4, 2, 1, "", "\xD0\xF0");
+  EXPECT_TRUE(bits.Resample(eBitonalThreshold, 0.5, 0.5));
+  EXPECT_EQ(GetSamples(bits), "\xC0");
+  EXPECT_EQ(bits.GetBitsPerComponent(), 1);
+  CImage blocks = Make(3, 3, 1, "", "\xE0\xE0\xE0");
+  EXPECT_TRUE(blocks.ReduceToGrayByFactor(2));
+  EXPECT_EQ(blocks.GetWidth(), 2);
+  EXPECT_EQ(GetSamples(blocks), Bytes({255, 127, 127, 63}));
+  CImage indexed = Make(4, 1, 8, "/ColorSpace [/Indexed /DeviceGray 0 <00>]", "abcd");
+  EXPECT_FALSE(indexed.Resample(0, 0.5, 0.5));
+  CImage color = Make(2, 1, 8, "/ColorSpace /DeviceRGB", Bytes({255, 255, 255, 0, 0, 0}));
+  EXPECT_TRUE(color.ReduceToBitonal(0));
+  EXPECT_EQ(GetSamples(color), "\x80");
+}
+
+TEST_F(Image, ClipsFromTheLowerEdge)
+{
+  const std::string picture = "abcdefghi";
+  CImage image = Make(3, 3, 8, "", picture);
+  EXPECT_TRUE(image.Clip(1, 2, 0, 9));
+  EXPECT_EQ(GetSamples(image), "efhi");
+  EXPECT_EQ(image.GetHeight(), 2);
+  CImage empty = Make(3, 3, 8, "", picture);
+  EXPECT_TRUE(empty.Clip(3, 1, 1, 2));
+  EXPECT_EQ(GetSamples(empty), "g");
+  CImage cut = Make(3, 3, 8, "", "abcdefgh");
+  EXPECT_FALSE(cut.Clip(0, 1, 0, 1));
+  EXPECT_EQ(GetSamples(cut), "abcdefgh");
+  CImage bits = Make(8, 1, 1, "", "a");
+  EXPECT_FALSE(bits.Clip(0, 1, 0, 1));
+}
+
+TEST_F(Image, FindsItsColors)
+{
+  EXPECT_EQ(Analyze(Make(3, 2, 1, "", "\xFF\xE1")), eOneColor);
+  EXPECT_EQ(m_first[0], 1.0);
+  EXPECT_EQ(Analyze(Make(3, 2, 1, "/Decode [1 0]", "\xE0\xE0")), eOneColor);
+  EXPECT_EQ(m_first[0], 0.0);
+  EXPECT_EQ(Analyze(Make(3, 2, 1, "", "\xE0\xC0")), eTwoColors);
+  EXPECT_EQ(Analyze(Make(3, 2, 1, "", "\xE0")), eUnknownColors);
+  const std::string rgb = "/ColorSpace /DeviceRGB";
+  EXPECT_EQ(Analyze(Make(2, 1, 8, rgb, Bytes({51, 0, 255, 51, 0, 255}))), eOneColor);
+  EXPECT_EQ(m_first[0], 0.2);
+  EXPECT_EQ(Analyze(Make(2, 1, 8, rgb, Bytes({51, 0, 255, 51, 1, 255}))), eTwoColors);
+  EXPECT_EQ(m_second[1], 1 / 255.0);
+  EXPECT_EQ(Analyze(Make(3, 1, 8, rgb, "aaabbbccc")), eGrayColors);
+  EXPECT_EQ(Analyze(Make(3, 1, 8, rgb, "aabbbbccc")), eManyColors);
+  EXPECT_EQ(Analyze(Make(4, 1, 8, rgb, "aaabbbcccddc")), eManyColors);
+  EXPECT_EQ(Analyze(Make(3, 1, 8, "/ColorSpace /DeviceCMYK", "aaabbbbcccca")), eGrayColors);
+  const std::string indexed = "/ColorSpace [/Indexed /DeviceGray 2 <00FF7F>]";
+  EXPECT_EQ(Analyze(Make(2, 1, 8, indexed, Bytes({0, 1}))), eTwoColors);
+  EXPECT_EQ(m_second[0], 1.0);
+  EXPECT_EQ(Analyze(Make(3, 1, 8, indexed, Bytes({0, 1, 2}))), eManyColors);
+  EXPECT_EQ(Analyze(Make(1, 1, 1, indexed, Bytes({0}))), eUnknownColors);
+  EXPECT_EQ(Analyze(Make(1, 1, 16, "", "aa")), eUnknownColors);
+  EXPECT_EQ(Analyze(Make(1, 1, 8, "/ColorSpace [/CalGray <</WhitePoint [1 1 1]>>]", "a")), eUnknownColors);
+}
+
+}  // namespace
+}  // namespace PDF
