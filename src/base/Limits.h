@@ -163,6 +163,22 @@ inline constexpr std::int64_t g_nFreeJPXPackets = std::int64_t{1} << 18;
 inline constexpr std::int64_t g_nMaxJPXMemory = std::int64_t{4} << 30;
 inline constexpr std::int64_t g_nJPXPacketRatio = 16;
 
+// Composite glyphs inside each other: those of real fonts have two or three levels.
+inline constexpr int g_nMaxComponentDepth = 64;
+
+// Tables of one font that nobody reads: less than two hundred are registered.
+inline constexpr int g_nMaxFontTables = 1024;
+
+// Glyph data that is put together anew because loca is damaged: so many times what there is, beyond a free
+// amount, since glyphs may share some of it.
+inline constexpr std::int64_t g_nFreeRecoveredGlyphs = std::int64_t{64} << 10;
+inline constexpr std::int64_t g_nRecoveredGlyphsRatio = 4;
+
+// Points and components of all outlines of one font, each glyph counted once, so many for each byte beyond a
+// free number: a composite of twenty bytes has at most some hundred points in real fonts.
+inline constexpr std::int64_t g_nFreeOutlineWork = std::int64_t{1} << 22;
+inline constexpr std::int64_t g_nOutlineWorkRatio = 64;
+
 inline constexpr int g_nMaxFormNesting = 64;
 
 // Bytes of content that are parsed for one document, so many for each byte of the file beyond a free amount:

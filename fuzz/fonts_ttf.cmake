@@ -1,0 +1,1 @@
+add_fuzz_target(fonts_ttf SOURCE fonts/ttf/TTFFuzz.cc USES fonts_ttf base)

@@ -1,0 +1,122 @@
+#include "fonts/ttf/CMap.h"
+
+#include <bit>
+
+namespace TTF
+{
+
+namespace
+{
+
+constexpr int g_nMaxLength = 0xFFFF;
+
+struct TSegment
+{
+  std::uint32_t m_nStart;
+  std::uint32_t m_nEnd;
+  std::uint32_t m_nDelta;
+};
+
+// Codes that follow each other, with glyphs at the same distance.
+BSE::CBasicArray<TSegment> MakeSegments(std::span<const TMapping> mappings)
+{
+  BSE::CBasicArray<TSegment> segments;
+  for (const TMapping& mapping : mappings)
+  {
+    const std::uint32_t nDelta = (mapping.m_nGlyph - mapping.m_nCode) & 0xFFFF;
+    TSegment& last = segments[segments.GetSize() - 1];
+    if (!segments.IsEmpty() && mapping.m_nCode == last.m_nEnd + 1 && nDelta == last.m_nDelta)
+      last.m_nEnd = mapping.m_nCode;
+    else
+      segments.Add({mapping.m_nCode, mapping.m_nCode, nDelta});
+  }
+  // The table ends with a segment up to the last code.
+  if (segments.IsEmpty() || segments[segments.GetSize() - 1].m_nEnd != 0xFFFF)
+    segments.Add({0xFFFF, 0xFFFF, 1});
+  return segments;
+}
+
+}  // namespace
+
+bool MakeFormat4(std::span<const TMapping> mappings, std::uint32_t nLanguage, CTableWriter& writer)
+{
+  const BSE::CBasicArray<TSegment> segments = MakeSegments(mappings);
+  const auto nSegments = static_cast<unsigned>(segments.GetSize());
+  const std::uint64_t nLength = 16 + 8 * std::uint64_t{nSegments};
+  if (nLength > g_nMaxLength)
+  {
+    CFontLog::Note("E", "Unable to serialize format %d cmap.", 4);
+    return false;
+  }
+  const unsigned nSearch = 2 * std::bit_floor(nSegments);
+  for (const unsigned n : {4U, static_cast<unsigned>(nLength), nLanguage, 2 * nSegments, nSearch,
+                           static_cast<unsigned>(std::bit_width(nSegments) - 1), 2 * nSegments - nSearch})
+    writer.Card16(n);
+  for (const TSegment& segment : segments.GetSpan())
+    writer.Card16(segment.m_nEnd);
+  writer.Card16(0);
+  for (const TSegment& segment : segments.GetSpan())
+    writer.Card16(segment.m_nStart);
+  for (const TSegment& segment : segments.GetSpan())
+    writer.Card16(segment.m_nDelta);
+  for (unsigned i = 0; i < nSegments; ++i)
+    writer.Card16(0);
+  return true;
+}
+
+bool MakeFormat0(std::span<const TMapping> mappings, std::uint32_t nLanguage, CTableWriter& writer)
+{
+  unsigned char glyphs[256] = {};
+  for (const TMapping& mapping : mappings)
+  {
+    if (mapping.m_nCode > 255 || mapping.m_nGlyph > 255)
+    {
+      CFontLog::Note("E", "Byte overflow in format 0 cmap (CID %d, GID %d).",
+                     static_cast<int>(mapping.m_nCode), static_cast<int>(mapping.m_nGlyph));
+      return false;
+    }
+    glyphs[mapping.m_nCode] = static_cast<unsigned char>(mapping.m_nGlyph);
+  }
+  writer.Card16(0);
+  writer.Card16(6 + sizeof glyphs);
+  writer.Card16(nLanguage);
+  writer.Append(glyphs);
+  return true;
+}
+
+bool CCMap::Convert(bool bSymbolic, int nGlyphs, CFontLog& log)
+{
+  int nSubtable = bSymbolic ? Find(3, 0) : Find(3, -1);
+  if (nSubtable < 0)
+    nSubtable = Find(1, bSymbolic ? 0 : -1);
+  if (nSubtable < 0)
+    return false;
+  const TSubtable subtable = GetSubtable(nSubtable);
+  const bool bFormat4 = subtable.m_nPlatform == 3;
+  BSE::CBasicArray<TMapping> mappings;
+  if (!GetMappings(nSubtable, 0x10FFFF, nGlyphs, mappings))
+    return false;
+  // Codes that the new format cannot hold have no way to be asked for in a simple font.
+  const std::uint32_t nMaxCode = bFormat4 ? 0xFFFF : 0xFF;
+  int nHeld = mappings.GetSize();
+  while (nHeld > 0 && mappings[nHeld - 1].m_nCode > nMaxCode)
+    --nHeld;
+  if (nHeld < mappings.GetSize())
+    log.LosePart();
+  mappings.SetSize(nHeld);
+  CTableWriter writer;
+  for (const unsigned n : {0U, 1U, unsigned{subtable.m_nPlatform},
+                           subtable.m_nEncoding == 10 ? 1U : unsigned{subtable.m_nEncoding}, 0U, 12U})
+    writer.Card16(n);
+  const std::uint32_t nLanguage = subtable.m_nLanguage & 0xFFFF;
+  if (!(bFormat4 ? MakeFormat4(mappings.GetSpan(), nLanguage, writer)
+                 : MakeFormat0(mappings.GetSpan(), nLanguage, writer)))
+    return false;
+  log.Note("I", "Converted cmap platform %d / encoding %d format %d to format %d.", int{subtable.m_nPlatform},
+           int{subtable.m_nEncoding}, int{subtable.m_nFormat}, bFormat4 ? 4 : 0);
+  SetBytes(writer.Detach());
+  Read(log);
+  return true;
+}
+
+}  // namespace TTF

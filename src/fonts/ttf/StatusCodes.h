@@ -1,0 +1,12 @@
+#pragma once
+
+// Status codes of font programs; the message table of the interface has their texts.
+
+namespace TTF
+{
+
+inline constexpr unsigned g_nFontRepaired = 0x0341852AU;
+inline constexpr unsigned g_nFontUnreadable = 0x80410701U;
+inline constexpr unsigned g_nGlyphMissing = 0x83410531U;
+
+}  // namespace TTF

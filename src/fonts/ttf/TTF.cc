@@ -1,0 +1,148 @@
+#include "fonts/ttf/TTF.h"
+
+#include "base/Limits.h"
+#include "fonts/ttf/GlyphCheck.h"
+
+namespace TTF
+{
+
+namespace
+{
+
+// What a reader of documents looks into, beside the outlines. gasp and the programs are for hinting.
+constexpr std::uint32_t g_neededTags[] = {
+    MakeTag("head"), MakeTag("hhea"), MakeTag("maxp"), MakeTag("hmtx"), MakeTag("vhea"), MakeTag("vmtx"),
+    MakeTag("loca"), MakeTag("glyf"), MakeTag("cvt "), MakeTag("fpgm"), MakeTag("prep"), MakeTag("gasp"),
+    MakeTag("CFF "), MakeTag("VORG"), MakeTag("cmap"), MakeTag("post"), MakeTag("name"), MakeTag("OS/2")};
+
+constexpr std::uint32_t g_codeTags[] = {MakeTag("cmap"), MakeTag("post"), MakeTag("name"), MakeTag("OS/2")};
+
+bool Contains(std::span<const std::uint32_t> tags, std::uint32_t nTag)
+{
+  return std::find(tags.begin(), tags.end(), nTag) != tags.end();
+}
+
+}  // namespace
+
+CTTF::CTTF(BSE::IErrorContext* pErrorContext)
+    : m_log(pErrorContext, nullptr),
+      m_glyf(m_loca),
+      m_cvt(MakeTag("cvt ")),
+      m_fpgm(MakeTag("fpgm")),
+      m_prep(MakeTag("prep"))
+{
+  CTable* const tables[] = {&m_head, &m_hhea, &m_maxp, &m_os2,  &m_post, &m_vhea, &m_hmtx, &m_vmtx,
+                            &m_name, &m_cmap, &m_loca, &m_glyf, &m_cvt,  &m_fpgm, &m_prep};
+  for (CTable* pTable : tables)
+    m_known.Add(pTable);
+}
+
+CTTF::~CTTF()
+{
+  for (CTable* pTable : m_others.GetSpan())
+    delete pTable;
+}
+
+CTable* CTTF::FindTable(std::uint32_t nTag)
+{
+  for (CTable* pTable : m_known.GetSpan())
+    if (pTable->GetTag() == nTag)
+      return pTable->IsPresent() ? pTable : nullptr;
+  for (CTable* pTable : m_others.GetSpan())
+    if (pTable->GetTag() == nTag && pTable->IsPresent())
+      return pTable;
+  return nullptr;
+}
+
+const CTable* CTTF::FindTable(std::uint32_t nTag) const
+{
+  return const_cast<CTTF*>(this)->FindTable(nTag);
+}
+
+bool CTTF::GetOutline(int nGlyph, COutline& outline)
+{
+  outline.RemoveAll();
+  if (nGlyph < 0 || nGlyph >= m_glyf.GetGlyphCount())
+    return false;
+  m_outlined.SetSize(m_glyf.GetGlyphCount());
+  const bool bPaid = m_outlined[nGlyph] != 0;
+  if (!bPaid && BSE::IsOutOfProportion(m_nOutlineWork, BSE::g_nFreeOutlineWork, BSE::g_nOutlineWorkRatio,
+                                       m_data.GetSize()))
+  {
+    m_log.LoseGlyph(nGlyph);
+    return false;
+  }
+  COutliner outliner(m_glyf);
+  const bool bDrawn = outliner.Get(nGlyph, outline);
+  if (!bPaid)
+    m_nOutlineWork += outliner.GetWork();
+  m_outlined[nGlyph] = 1;
+  if (!bDrawn)
+    m_log.LoseGlyph(nGlyph);
+  const int nShift = GetOutlineShift(nGlyph);
+  for (TPoint& point : outline.GetSpan())
+    point.m_dX += nShift;
+  return bDrawn;
+}
+
+// A component that lends its metrics to a composite lends its bearing and its box.
+int CTTF::GetOutlineShift(int nGlyph) const
+{
+  for (int nDepth = 0; nDepth < BSE::g_nMaxComponentDepth; ++nDepth)
+  {
+    CComponentReader reader(GetGlyph(nGlyph));
+    TComponent component;
+    int nLender = -1;
+    while (reader.Next(component))
+      if ((component.m_nFlags & TComponent::g_nMetrics) != 0)
+        nLender = component.m_nGlyph;
+    if (nLender < 0)
+      break;
+    nGlyph = nLender;
+  }
+  BSE::CByteCursor cursor(GetGlyph(nGlyph));
+  cursor.Skip(2);
+  const int nXMin = cursor.Int16();
+  return m_hmtx.GetBearing(nGlyph) - nXMin;
+}
+
+bool CTTF::CloseGlyphs(BSE::CBasicArray<unsigned char>& used) const
+{
+  if (!HasGlyphData())
+    return false;
+  TTF::CloseGlyphs(m_glyf, used);
+  return true;
+}
+
+bool CTTF::Subset(const BSE::CBasicArray<unsigned char>& used)
+{
+  BSE::CBasicArray<unsigned char> closed(used);
+  if (!CloseGlyphs(closed))
+    return false;
+  CGlyphCollector collector(closed.GetSize());
+  for (int i = 0; i < closed.GetSize(); ++i)
+  {
+    std::span<const unsigned char> data;
+    if (closed[i] != 0)
+      data = m_glyf.GetGlyph(i);
+    // What comes after the glyph in its data is nobody's; what cannot be read stays as it is.
+    TGlyphShape shape;
+    collector.Add(MeasureGlyph(data, shape) ? data.first(shape.m_nLength) : data);
+  }
+  FinishGlyphs(collector);
+  return true;
+}
+
+void CTTF::DropUnneeded(bool bCodes)
+{
+  const bool bOutlines = HasGlyphData() || FindTable(MakeTag("CFF "));
+  // Something else draws the glyphs of such a font, and may need anything.
+  if (!bOutlines)
+    return;
+  for (const BSE::CPtrArray<CTable>* pTables : {&m_known, &m_others})
+    for (CTable* pTable : pTables->GetSpan())
+      if (!Contains(g_neededTags, pTable->GetTag()) || (!bCodes && Contains(g_codeTags, pTable->GetTag())))
+        pTable->Remove();
+}
+
+}  // namespace TTF
