@@ -110,7 +110,7 @@ std::string MakeDocument(const std::string& sContent)
       "<</Type/Pages/Kids[3 0 R]/Count 1>>",
       "<</Type/Page/Parent 2 0 R/MediaBox[0 0 9 9]/Contents[4 0 R 5 0 R]/Resources<</XObject<</F 6 0 R>>"
       "/Font<</S<<>>/C<</C 1>>>>/Properties<</H 7 0 R>>/ColorSpace<</N[/Indexed/DeviceRGB 0(abc)]>>"
-      "/ExtGState<</G<</LW 1/D[[1]0]/SMask/None/Font[7 0 R 2]>>>>/Pattern<</P<</PaintType 2>>>>>>>>",
+      "/ExtGState<</G<</LW 1/D[[1]0]/SMask/None/Font[7 0 R 2]>>>>/Pattern<</P<</PaintType 2>> >> >>>>",
       makeStream("", sContent.substr(0, nCut)),
       makeStream("", sContent.substr(nCut)),
       makeStream("/Subtype/Form/Matrix[2 0 0 2 0 0]", sContent),
