@@ -192,9 +192,12 @@ inline constexpr std::int64_t g_nFreeContentWork = std::int64_t{128} << 20;
 inline constexpr std::int64_t g_nContentWorkRatio = 256;
 inline constexpr std::int64_t g_nFormWork = 1024;
 
+// What a report costs in the same bytes.
+inline constexpr std::int64_t g_nReportWork = 64;
+
 // Operands of one operator, with those inside arrays; and the bytes of their text, and of one string.
 inline constexpr int g_nMaxOperands = 20480;
-inline constexpr std::int64_t g_nMaxOperandText = std::int64_t{16} << 20;
+inline constexpr std::int64_t g_nMaxOperandText = std::int64_t{1} << 20;
 
 // Graphics states that are saved at the same time, over all forms inside each other. Some writers save one
 // for each thing on a page and restore none.

@@ -220,7 +220,6 @@ private:
   void ApplyDeviceEntries(const CObjectPtr& dictionary);
   void ApplyFontEntry(const CObjectPtr& font);
   bool ParseForm(const CObjectPtr& form);
-  bool ChargeForm();
   void MoveBy(double dX, double dY);
 
   CParserContext* m_pContext = nullptr;

@@ -67,6 +67,10 @@ int CContentParserBase::EndOfContent()
 
 int CContentParserBase::ParseNextOperator()
 {
+  // Forms in each other would keep a long text each.
+  constexpr int g_nMaxKeptText = 65536;
+  if (m_text.GetSize() > g_nMaxKeptText)
+    m_text.RemoveAll();
   m_operands.Truncate(0);
   m_text.Truncate(0);
   m_openArrays.Truncate(0);
@@ -81,7 +85,10 @@ int CContentParserBase::ParseNextOperator()
       if (nConsumed < 0)
         return eTokenInvalid;
       m_operands.Truncate(std::max(m_operands.GetSize() - nConsumed, 0));
-      return nToken;
+      if (!m_environment.GetAccount().IsSpent())
+        return nToken;
+      ReportRefusal();
+      return eTokenInvalid;
     }
     if (nToken == eTokenEnd)
       return EndOfContent();

@@ -64,6 +64,7 @@ protected:
   template <class... P>
   void Report(unsigned nCode, P... properties)
   {
+    m_environment.GetAccount().Charge(BSE::g_nReportWork);
     BSE::ReportError(this, BSE::MakeError(nCode, properties...));
   }
 
@@ -71,6 +72,7 @@ protected:
   template <class... P>
   void ReportDropped(unsigned nCode, P... properties)
   {
+    m_environment.GetAccount().Charge(BSE::g_nReportWork);
     BSE::CScopedPtr<BSE::IError> pError = BSE::MakeError(nCode, properties...);
     pError->SetConsequence(m_environment.GetConsequence());
     BSE::ReportError(this, std::move(pError));

@@ -121,8 +121,7 @@ void CContentParser::ApplyFontEntry(const CObjectPtr& font)
 {
   if (!font.IsArray() || !font[0].IsDictionary() || !font[1].IsNumber())
     return;
-  IContentResources* pResources = GetEnvironment().GetResources();
-  SetFontObject(font[0], pResources ? pResources->CreateFont(font[0]) : nullptr, font[1].GetRealValue());
+  SetFontObject(font[0], m_pContext->FindFontObject(font[0]), font[1].GetRealValue());
 }
 
 void CContentParser::ApplyDeviceEntries(const CObjectPtr& dictionary)

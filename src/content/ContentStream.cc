@@ -113,6 +113,11 @@ bool CContentStream::Fill()
     std::memcpy(m_pBuffer, m_pushedBack.GetData() + m_nPushedBack, static_cast<std::size_t>(nCopy));
     m_nPushedBack += nCopy;
     nRead = nCopy;
+    if (m_nPushedBack == m_pushedBack.GetSize())
+    {
+      m_pushedBack.RemoveAll();
+      m_nPushedBack = 0;
+    }
   }
   else
     nRead = ReadPart();

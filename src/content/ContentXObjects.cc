@@ -91,16 +91,8 @@ bool CContentParser::CanEnter(const CObjectPtr& form, const char* szName)
     ReportDropped(g_nContentUnreadable, "name", szName);
     return false;
   }
-  return ChargeForm();
-}
-
-// Forms in forms make work without end of a few bytes: then everything around this one ends as well.
-bool CContentParser::ChargeForm()
-{
-  m_bStopped = !GetEnvironment().GetAccount().Charge(BSE::g_nFormWork);
-  if (m_bStopped)
-    ReportRefusal();
-  return !m_bStopped;
+  // Forms in forms make work without end of a few bytes: then everything around this one ends as well.
+  return GetEnvironment().GetAccount().Charge(BSE::g_nFormWork);
 }
 
 void CContentParser::DoForm(const char* szName)
@@ -110,7 +102,6 @@ void CContentParser::DoForm(const char* szName)
     return;
   if (!ParseForm(form))
     ReportDropped(g_nContentUnreadable, "name", szName);
-  m_bStopped = m_bStopped || GetEnvironment().GetAccount().IsSpent();
 }
 
 bool CContentParser::ParseForm(const CObjectPtr& form)
@@ -163,6 +154,8 @@ bool CContentParser::ReadImageDictionary(const CObjectPtr& dictionary)
 
 int CContentParser::ExecuteInlineImage()
 {
+  // Its end may take a decoder to find, so that it costs as much as a form.
+  GetEnvironment().GetAccount().Charge(BSE::g_nFormWork);
   TInlineImage image;
   image.m_dictionary = new CDictionaryObject;
   if (!ReadImageDictionary(image.m_dictionary))

@@ -1,6 +1,6 @@
 #include "content/ParserContext.h"
 
-#include "base/Tracer.h"
+#include <cstdio>
 
 namespace PDF
 {
@@ -23,6 +23,7 @@ CParserContext::CParserContext(CContentEnvironment& environment, const CResource
 CParserContext::~CParserContext()
 {
   ReleaseMade(m_fonts);
+  ReleaseMade(m_fontObjects);
   ReleaseMade(m_colorSpaces);
 }
 
@@ -30,7 +31,7 @@ void CParserContext::PinCategory(const char* szCategory)
 {
   for (std::size_t i = 0; i < std::size(g_categories); ++i)
     if (!m_categories[i] && KeyEquals(szCategory, g_categories[i]))
-      m_categories[i] = m_resources.GetCategory(szCategory).GetValueObject();
+      m_categories[i] = m_resources.GetCategory(szCategory);
 }
 
 CObjectPtr CParserContext::FindResource(const char* szCategory, const char* szName)
@@ -67,9 +68,28 @@ BSE::CObjectPtr<IContentFont> CParserContext::FindFont(const char* szName, CObje
     return nullptr;
   if (BSE::IObject* pMade = FindMade(m_fonts, szName))
     return dynamic_cast<IContentFont*>(pMade);
+  // What cannot be made is tried again, and costs each time.
+  m_environment.GetAccount().Charge(BSE::g_nFormWork);
   BSE::CObjectPtr<IContentFont> pFont = pMaker->CreateFont(font);
   if (pFont)
     KeepMade(m_fonts, szName, pFont.Get());
+  return pFont;
+}
+
+BSE::CObjectPtr<IContentFont> CParserContext::FindFontObject(const CObjectPtr& font)
+{
+  IContentResources* pMaker = m_environment.GetResources();
+  if (!pMaker)
+    return nullptr;
+  char szNumber[16];
+  std::snprintf(szNumber, sizeof(szNumber), "%d", font.GetObjNumber());
+  BSE::IObject* pMade = font.GetObjNumber() > 0 ? FindMade(m_fontObjects, szNumber) : nullptr;
+  if (pMade)
+    return dynamic_cast<IContentFont*>(pMade);
+  m_environment.GetAccount().Charge(BSE::g_nFormWork);
+  BSE::CObjectPtr<IContentFont> pFont = pMaker->CreateFont(font);
+  if (pFont && font.GetObjNumber() > 0)
+    KeepMade(m_fontObjects, szNumber, pFont.Get());
   return pFont;
 }
 
@@ -92,8 +112,13 @@ bool CParserContext::FindColorSpace(const char* szName, TColorFamily& nFamily, C
     return true;
   if (BSE::IObject* pMade = FindMade(m_colorSpaces, szName))
     pSpace = dynamic_cast<IContentColorSpace*>(pMade);
-  else if ((pSpace = pMaker->CreateColorSpace(space)))
-    KeepMade(m_colorSpaces, szName, pSpace.Get());
+  else
+  {
+    m_environment.GetAccount().Charge(BSE::g_nFormWork);
+    pSpace = pMaker->CreateColorSpace(space);
+    if (pSpace)
+      KeepMade(m_colorSpaces, szName, pSpace.Get());
+  }
   if (pSpace && pSpace->IsPattern())
     nFamily = eFamilyPattern;
   return static_cast<bool>(pSpace);

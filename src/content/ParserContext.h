@@ -29,6 +29,9 @@ public:
   // alone where nobody makes fonts.
   BSE::CObjectPtr<IContentFont> FindFont(const char* szName, CObjectPtr& font);
 
+  // A font that is no resource; null as above.
+  BSE::CObjectPtr<IContentFont> FindFontObject(const CObjectPtr& font);
+
   // A colour space by its name. False if there is none.
   bool FindColorSpace(const char* szName, TColorFamily& nFamily, CObjectPtr& space,
                       BSE::CObjectPtr<IContentColorSpace>& pSpace);
@@ -47,6 +50,7 @@ private:
   CParserContext* m_pParent;
   CObjectPtr m_categories[8];
   BSE::CBasicMap m_fonts;
+  BSE::CBasicMap m_fontObjects;  // by number
   BSE::CBasicMap m_colorSpaces;
 };
 
