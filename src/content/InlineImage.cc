@@ -187,7 +187,7 @@ bool CInlineEnd::FindByLength()
 
 bool CInlineEnd::FindByDecoder(const TFilterRow& row)
 {
-  constexpr std::int64_t g_nDecodedPerWork = 16;
+  constexpr std::int64_t g_nDecodedPerWork = 2;
   unsigned char aBuffer[4096];
   m_source.Rewind();
   const BSE::CObjectPtr<BSE::IByteStream> pDecoder = row.m_pCreateDecoder(&m_source, nullptr, CObjectPtr());
@@ -197,9 +197,10 @@ bool CInlineEnd::FindByDecoder(const TFilterRow& row)
     nRead = pDecoder && pDecoder->IsValid() ? pDecoder->ReadEx(aBuffer, sizeof(aBuffer)) : -1;
     if (!m_context.GetEnvironment().GetAccount().Charge(nRead / g_nDecodedPerWork))
       return false;
-  } while (nRead > 0);
-  m_bDamaged = nRead < 0 || BSE::HasGap(pDecoder.Get());
-  return nRead == 0 && EndsAt(m_source.Tell());
+    // Where data are damaged, a decoder looks for its way on in all that follows them.
+    m_bDamaged = nRead < 0 || BSE::HasGap(pDecoder.Get());
+  } while (nRead > 0 && !m_bDamaged);
+  return !m_bDamaged && EndsAt(m_source.Tell());
 }
 
 bool CInlineEnd::IsKeywordAt(std::int64_t nPos)
