@@ -1,4 +1,3 @@
-#include "base/DecodeFilter.h"
 #include "base/ErrorHandler.h"
 #include "images/Image.h"
 #include "images/ImageFilters.h"
@@ -135,8 +134,8 @@ void ComparePicture(CImage image, std::string wanted, char nKind, const std::str
     ClearRest(wanted, image.GetWidth());
   }
   ++counts[std::string("P") + nKind];
-  // What is missing in the data is made up there.
-  if (samples.size() < wanted.size() && BSE::HasGap(image.GetStream()))
+  // The data of these pictures is too short, and what is missing is made up there.
+  if (samples.size() < wanted.size() && sName.starts_with("qpdf-png-filters-no-columns-decoded"))
     ++counts["short"];
   else
     EXPECT_EQ(samples.size(), wanted.size()) << sName;
