@@ -8,7 +8,6 @@
 #include "images/Image.h"
 #include "images/ImageFilters.h"
 #include "pdf/File.h"
-#include "pdf/IndirectObject.h"
 #include "pdf/Parser.h"
 #include "pdf/StreamObjects.h"
 
@@ -85,6 +84,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t nSize)
 {
   BSE::CErrorHandler handler;
   PDF::CFile file(&handler);
+  const BSE::CObjectPtr<BSE::CMemoryStream> pOutput(new BSE::CMemoryStream);
+  file.Create(pOutput.Get(), PDF::CString("0123456789abcdef"), true, false);
   file.SetImageFilters(PDF::GetImageFilters());
   const uint8_t* pSteps = pData;
   for (; nSize > 0 && *pData != '<'; ++pData)
@@ -99,14 +100,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t nSize)
   const std::int64_t nStart = pStream->Tell();
   const std::int64_t nLength = static_cast<std::int64_t>(nSize) - nStart;
   const BSE::CObjectPtr<BSE::CMemoryStream> pBytes(new BSE::CMemoryStream(pData + nStart, nLength));
-  const BSE::CObjectPtr<PDF::CIndirectObject> pObject(new PDF::CIndirectObject(&file, 1, 0, -1));
-  pObject->SetParsed(value.Get(), new PDF::CEmbeddedStreamObject(pBytes.Get(), 0, nLength));
+  const PDF::CObjectPtr object = file.NewObject(0, 0, 0);
+  object->SetValueObject(value.Get());
+  object->SetStreamObject(new PDF::CEmbeddedStreamObject(pBytes.Get(), 0, nLength));
 
   const BSE::CObjectPtr<DOC::CColorAccount> pAccount(new DOC::CColorAccount(0, &handler));
   pAccount->SpendWork(BSE::g_nFreeColorWork - (1 << 23));
   const BSE::CObjectPtr<DOC::CCMS> pCMS = DOC::CreateCMS("none", "/", *pAccount);
   PDF::CColorSpaceFactory factory(*pCMS);
-  PDF::CImage image(pObject.Get(), factory);
+  PDF::CImage image(object, factory);
   for (const uint8_t* p = pSteps; p != pData; ++p)
     Transform(image, *p);
   // A reader that sees whole rows, and from our filters one with little room. Colours may end where their

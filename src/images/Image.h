@@ -38,7 +38,8 @@ enum TColorAnalysis
 // filter then: nothing is read before that data is. They answer false, and leave the image as it is, where
 // that is not possible; colour spaces are made ready before. That the picture and its form in the dictionary
 // do not fit together, or a Decode array that is neither as it has to be without one nor the other way round,
-// is such a case, and so is a mask inside the data. Masks and the colours in Mask and Matte are the caller's
+// is such a case, and so are a mask inside the data and an object of a
+// file that is only read. Masks and the colours in Mask and Matte are the caller's
 // business.
 class CImage
 {
@@ -143,6 +144,9 @@ private:
 
   // The samples from the first one on and their form; null, traced, if they cannot be transformed.
   BSE::IByteStream* Begin(CSampleFormat& format);
+
+  // The same for an object that may be changed.
+  BSE::IByteStream* BeginChange(CSampleFormat& format);
   void Store(BSE::IByteStream* pData, int nBits, const CObjectPtr& space);
   void RemoveEntry(const char* szKey, const char* szShort);
   void SetNumber(const char* szKey, const char* szShort, int nValue);

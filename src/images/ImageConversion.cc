@@ -6,6 +6,7 @@
 #include "images/BitonalFilter.h"
 #include "images/ColorFilters.h"
 #include "images/Image.h"
+#include "images/ImageDictionary.h"
 #include "images/ResampleFilter.h"
 #include "images/color/ColorSpaceObject.h"
 #include "images/filters/InvertFilters.h"
@@ -94,6 +95,11 @@ bool IsTableGray(const DOC::IIndexedColorSpace& indexed)
 
 }  // namespace
 
+BSE::IByteStream* CImage::BeginChange(CSampleFormat& format)
+{
+  return CanChange(m_object.Get()) ? Begin(format) : nullptr;
+}
+
 void CImage::Store(BSE::IByteStream* pData, int nBits, const CObjectPtr& space)
 {
   SetBitsPerComponent(nBits);
@@ -110,7 +116,7 @@ bool CImage::ConvertTo(DOC::TTarget target)
   CSampleFormat format;
   if (bDevice && GetBitsPerComponent() == 8)
     return true;
-  BSE::IByteStream* pSource = Begin(format);
+  BSE::IByteStream* pSource = BeginChange(format);
   if (!pSource || (!bDevice && !pSpace->Prepare(target)))
     return false;
   CStreamPtr pResult;
@@ -132,7 +138,7 @@ bool CImage::ConvertPalette(DOC::TTarget target)
   if (!pIndexed)
     return pSpace != nullptr;
   DOC::IColorSpace* pBase = pSpace->GetAlternate();
-  if (!pBase || target == DOC::eToLab || !pBase->Prepare(target))
+  if (!pBase || !CanChange(m_object.Get()) || target == DOC::eToLab || !pBase->Prepare(target))
     return false;
   const int nSource = pBase->GetComponentCount();
   const int nResult = DOC::GetTargetComponents(target);
@@ -165,7 +171,7 @@ bool CImage::ConvertToBaseColorSpace()
   if (!pIndexed)
     return pSpace != nullptr;
   CSampleFormat format;
-  BSE::IByteStream* pSource = Begin(format);
+  BSE::IByteStream* pSource = BeginChange(format);
   if (!pSource)
     return false;
   const DOC::IColorSpace& base = pIndexed->GetBase();
@@ -199,13 +205,13 @@ bool CImage::ReduceToBitonal(int nMode)
     return false;
   if (GetBitsPerComponent() == 1)
   {
-    if (FindBlackAndWhite(*pSpace) == eBlackFirst)
+    if (CanChange(m_object.Get()) && FindBlackAndWhite(*pSpace) == eBlackFirst)
       SetColorSpace(MakeName("DeviceGray"));
     return true;
   }
   // Nothing may have changed where the second step fails.
   CSampleFormat format;
-  BSE::IByteStream* pSource = Begin(format);
+  BSE::IByteStream* pSource = BeginChange(format);
   const bool bGray = pSpace->GetType() == DOC::eDeviceGray;
   if (!pSource || IsImageMask() || (!bGray && !pSpace->Prepare(DOC::eToGray)))
     return false;
@@ -235,7 +241,7 @@ bool CImage::Resample(int nMode, double dFactorX, double dFactorY)
   CSampleFormat format;
   if (dFactorX >= 1.0 && dFactorY >= 1.0)
     return false;
-  CStreamPtr pChain = Begin(format);
+  CStreamPtr pChain = BeginChange(format);
   if (!pChain)
     return false;
   const bool bBitonal = IsBitonal();
@@ -267,7 +273,7 @@ bool CImage::Resample(int nMode, double dFactorX, double dFactorY)
 bool CImage::ReduceToGrayByFactor(int n)
 {
   CSampleFormat format;
-  BSE::IByteStream* pSource = IsBitonal() && !IsImageMask() ? Begin(format) : nullptr;
+  BSE::IByteStream* pSource = IsBitonal() && !IsImageMask() ? BeginChange(format) : nullptr;
   // Blocks are shares of white: colours of one component that are something else would not be kept.
   if (!pSource || format.pColorSpace->GetType() != DOC::eDeviceGray)
     return false;
@@ -283,7 +289,7 @@ bool CImage::ReduceToGrayByFactor(int n)
 bool CImage::Invert()
 {
   BSE::IByteStream* pSource = GetStream();
-  if (!pSource || !pSource->Rewind())
+  if (!pSource || !CanChange(m_object.Get()) || !pSource->Rewind())
     return false;
   const CStreamPtr pResult(new BSE::CInvertDecodeFilter(pSource, m_object.Get()));
   SetData(pResult.Get());
@@ -309,7 +315,7 @@ bool CImage::KeepRows(BSE::IByteStream& source, const CSampleFormat& format, BSE
 bool CImage::Clip(int nLeft, int nTop, int nBottom, int nRight)
 {
   CSampleFormat format;
-  BSE::IByteStream* pSource = GetBitsPerComponent() == 8 ? Begin(format) : nullptr;
+  BSE::IByteStream* pSource = GetBitsPerComponent() == 8 ? BeginChange(format) : nullptr;
   if (!pSource)
     return false;
   nLeft = std::max(nLeft, 0);

@@ -1,6 +1,7 @@
 #include "images/ImageDictionary.h"
 
 #include "base/Checked.h"
+#include "pdf/File.h"
 #include "pdf/FilterTable.h"
 
 #include <algorithm>
@@ -54,6 +55,12 @@ int CImageDictionary::GetBitsPerComponent() const
 int CImageDictionary::GetComponentCount() const
 {
   return IsStencil() ? 1 : GetColorCount(GetColorSpace());
+}
+
+bool CanChange(CObject* pObject)
+{
+  const CFile* pFile = pObject ? pObject->GetFile() : nullptr;
+  return pObject && (!pFile || pFile->IsWritable());
 }
 
 int GetColorCount(const CObjectPtr& space)

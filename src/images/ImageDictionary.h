@@ -35,6 +35,9 @@ private:
   CObject* m_pImage;
 };
 
+// Whether the object may be changed: those of a file that is only read stay as they are.
+bool CanChange(CObject* pObject);
+
 // Components of a colour space as it is written, a name or an array (ISO 32000-1, 8.6); 0 for one that is not
 // known or a name that the resources explain.
 int GetColorCount(const CObjectPtr& space);

@@ -5,7 +5,6 @@
 #include "images/JPXColorSpace.h"
 #include "images/filters/jpx/JPXDecodeFilter.h"
 #include "images/filters/jpx/JPXEncodeFilter.h"
-#include "pdf/File.h"
 #include "pdf/SimpleObjects.h"
 
 #include <algorithm>
@@ -21,13 +20,6 @@ using CStreamPtr = BSE::CObjectPtr<BSE::IByteStream>;
 constexpr int g_nDefaultQuality = 100;
 constexpr std::int64_t g_nMaxLookup = std::int64_t{1} << 20;
 
-// Whether entries may be added: those of a file that is only read stay as they are.
-bool CanComplete(CObject* pStream)
-{
-  const CFile* pFile = pStream ? pStream->GetFile() : nullptr;
-  return pStream && (!pFile || pFile->IsWritable());
-}
-
 void AddMissing(CObject& image, const char* szKey, const char* szShort, const CObjectPtr& value)
 {
   if (value && !image.GetEntry(szKey) && !image.GetEntry(szShort))
@@ -41,7 +33,7 @@ CStreamPtr CreateDecoder(BSE::IByteStream* pSource, CObject* pStream, const CObj
   jpx.nChannels = GetColorCount(space);
   jpx.bIndices = IsIndexedSpace(space);
   const BSE::CObjectPtr<BSE::CJPXDecodeFilter> pFilter(new BSE::CJPXDecodeFilter(pSource, jpx, pStream));
-  if (CanComplete(pStream) && pFilter->IsValid())
+  if (CanChange(pStream) && pFilter->IsValid())
   {
     const BSE::CJPXParameters& found = pFilter->GetParameters();
     AddMissing(*pStream, "ColorSpace", "CS", MakeJPXColorSpace(found));

@@ -1,6 +1,8 @@
+#include "base/ErrorHandler.h"
 #include "images/BitonalFilter.h"
 #include "images/Image.h"
-#include "tests/images/color/ColorObjects.h"
+#include "pdf/Parser.h"
+#include "tests/pdf/WriterSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -20,18 +22,29 @@ std::string Bytes(std::initializer_list<int> values)
 class Image : public testing::Test
 {
 protected:
-  Image()
+  Image() : m_file(&m_handler)
   {
+    EXPECT_TRUE(m_file.Create(m_pOutput.Get(), CString("0123456789abcdef"), true, false));
     const BSE::CObjectPtr<DOC::CColorAccount> pAccount(new DOC::CColorAccount);
     m_pCMS = DOC::CreateCMS("none", "/nowhere", *pAccount);
     m_pSpaces = std::make_unique<CColorSpaceFactory>(*m_pCMS);
+  }
+
+  CObjectPtr Parse(const std::string& text)
+  {
+    const BSE::CObjectPtr<BSE::CBufferedInputStream> pStream(
+        new BSE::CMemoryInputStream(text.data(), static_cast<std::int64_t>(text.size())));
+    CParser parser(&m_file, pStream.Get(), nullptr);
+    return parser.ParseValue();
   }
 
   CImage Make(int nWidth, int nHeight, int nBits, const std::string& entries, const std::string& data)
   {
     const std::string text = "<< /Width " + std::to_string(nWidth) + " /Height " + std::to_string(nHeight) +
                              " /BitsPerComponent " + std::to_string(nBits) + entries + ">>";
-    return CImage(m_objects.Stream(text, data), *m_pSpaces);
+    const CObjectPtr object = AddObject(m_file, 0, Parse(text));
+    object->SetStreamObject(new CStreamObject(MakeStream(data).Get()));
+    return CImage(object, *m_pSpaces);
   }
 
   static std::string GetSamples(CImage& image)
@@ -50,7 +63,9 @@ protected:
     return image.AnalyzeColors(m_first, m_second);
   }
 
-  ColorTest::CObjects m_objects;
+  BSE::CErrorHandler m_handler;
+  BSE::CObjectPtr<BSE::CMemoryStream> m_pOutput{new BSE::CMemoryStream};
+  CFile m_file;
   BSE::CObjectPtr<DOC::CCMS> m_pCMS;
   std::unique_ptr<CColorSpaceFactory> m_pSpaces;
   double m_first[4] = {};
@@ -62,8 +77,7 @@ TEST_F(Image, TellsWhatItIs)
   CImage image = Make(10, 2, 1, "/ColorSpace /DeviceRGB", "");
   EXPECT_EQ(image.GetRowBytes(), 4);
   EXPECT_FALSE(image.IsBitonal() || image.IsColor());
-  CImage mask(m_objects.Parse("<</W 9 /H 3 /BPC 8 /IM true /F [/A85 /CCF] /DP [null <</K 0>>]>>"),
-              *m_pSpaces);
+  CImage mask(Parse("<</W 9 /H 3 /BPC 8 /IM true /F [/A85 /CCF] /DP [null <</K 0>>]>>"), *m_pSpaces);
   EXPECT_TRUE(mask.IsBitonal() && mask.IsImageMask());
   EXPECT_EQ(mask.GetRowBytes(), 2);
   EXPECT_EQ(mask.GetCompressionType(), eCompressionGroup3);
@@ -80,7 +94,7 @@ TEST_F(Image, TellsWhatItIs)
       {"/Filter /RunLengthDecode", eCompressionOther},
       {"/Filter 1", eCompressionOther}};
   for (const auto& [szEntries, compression] : filters)
-    EXPECT_EQ(CImage(m_objects.Parse("<<" + std::string(szEntries) + ">>"), *m_pSpaces).GetCompressionType(),
+    EXPECT_EQ(CImage(Parse("<<" + std::string(szEntries) + ">>"), *m_pSpaces).GetCompressionType(),
               compression)
         << szEntries;
 }

@@ -1,6 +1,7 @@
 #include "base/ErrorHandler.h"
 #include "images/BitonalFilter.h"
 #include "images/ColorFilters.h"
+#include "images/ImageSizeFilter.h"
 #include "images/ResampleFilter.h"
 #include "images/SampleRows.h"
 #include "images/StatusCodes.h"
@@ -226,6 +227,17 @@ TEST(AntialiasFilter, CountsBits)
   // 5 by 3 pixels in blocks of two: those at the edges are cut off.
   CAntialiasFilter filter(MakeStream(Bytes({0xC8, 0x40, 0xF8})).Get(), {nullptr, 1, 5, 3}, 2);
   EXPECT_EQ(Read(filter, 2), Bytes({191, 0, 63, 127, 127, 63}));
+}
+
+TEST(ImageSizeFilter, ReportsAnotherLength)
+{
+  for (const std::int64_t nExpected : {3, 4, 5})
+  {
+    BSE::CErrorHandler handler;
+    CImageSizeFilter filter(MakeStream("abcd").Get(), nExpected, &handler);
+    EXPECT_EQ(Read(filter, 3), "abcd");
+    EXPECT_EQ(handler.GetLastCode(), nExpected == 4 ? 0U : g_nSampleLength);
+  }
 }
 
 TEST(ColorFilters, SelectAndUnmatte)
