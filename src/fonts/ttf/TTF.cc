@@ -133,6 +133,16 @@ bool CTTF::Subset(const BSE::CBasicArray<unsigned char>& used)
   return true;
 }
 
+void CTTF::ClearMetrics(const BSE::CBasicArray<unsigned char>& used)
+{
+  BSE::CBasicArray<unsigned char> closed(used);
+  closed.SetSize(GetGlyphCount());
+  CloseGlyphs(closed);
+  m_hmtx.Clear(closed);
+  if (m_vhea.IsPresent())
+    m_vmtx.Clear(closed);
+}
+
 void CTTF::DropUnneeded(bool bCodes)
 {
   // Something else draws the glyphs of such a font, and may need anything.

@@ -105,6 +105,8 @@ TEST_P(CInstalledFontTest, SubsetKeepsItsGlyphs)
           BSE::CBasicArray<unsigned char> used = MarkSome(random, font.GetGlyphCount());
           ASSERT_TRUE(subset.Subset(used));
           subset.DropUnneeded(nSubset % 2 != 0);
+          if (nSubset == 2)
+            subset.ClearMetrics(used);
           ASSERT_TRUE(subset.CloseGlyphs(used));
           const CBytes written = WriteFont(subset);
           ExpectSoundFile(written);
@@ -131,7 +133,10 @@ TEST_P(CInstalledFontTest, GlyphsAreReadRight)
           TGlyph glyph;
           if (!font.HasGlyphData() || !face.GetGlyph(i, false, glyph))
             continue;
-          ASSERT_EQ(font.GetHmtx().GetAdvance(i), glyph.m_metrics[0]);
+          // FreeType takes the metrics of a composite from a component that lends them.
+          ASSERT_TRUE(TTF::IsComposite(font.GetGlyph(i)) ||
+                      font.GetHmtx().GetAdvance(i) == glyph.m_metrics[0])
+              << "glyph " << i;
           ASSERT_TRUE(font.GetOutline(i, outline));
           ASSERT_EQ(outline.GetSize(), static_cast<int>(glyph.m_points.size())) << "glyph " << i;
           std::vector<int> ends;
