@@ -17,6 +17,28 @@ void CMetrics::FillUp()
   SetBytes(std::move(bytes));
 }
 
+void CMetrics::Clear(const BSE::CBasicArray<unsigned char>& used)
+{
+  BSE::CBasicArray<unsigned char> bytes;
+  bytes.Append(GetBytes());
+  const auto ClearAt = [&](int nOffset, int nSize)
+  {
+    for (int i = nOffset; i < nOffset + nSize; ++i)
+      bytes.SetAt(i, 0);
+  };
+  bool bLastAdvance = false;
+  for (int i = m_nMetrics; i < m_nGlyphs; ++i)
+    if (used[i] == 0)
+      ClearAt(4 * m_nMetrics + 2 * (i - m_nMetrics), 2);
+    else
+      bLastAdvance = true;
+  // The last advance is that of all glyphs after it too.
+  for (int i = 0; i < m_nMetrics; ++i)
+    if (used[i] == 0 && (i + 1 < m_nMetrics || !bLastAdvance))
+      ClearAt(4 * i, 4);
+  SetBytes(std::move(bytes));
+}
+
 int CMetrics::GetAdvance(int nGlyph) const
 {
   if (nGlyph < 0 || nGlyph >= m_nGlyphs || m_nMetrics == 0)

@@ -26,6 +26,9 @@ public:
   int GetAdvance(int nGlyph) const;
   int GetBearing(int nGlyph) const;
 
+  // Sets the metrics of glyphs that are not marked to zero, a byte for each glyph.
+  void Clear(const BSE::CBasicArray<unsigned char>& used);
+
 private:
   std::size_t GetNeeded() const;
 

@@ -133,15 +133,31 @@ bool CTTF::Subset(const BSE::CBasicArray<unsigned char>& used)
   return true;
 }
 
+void CTTF::ClearMetrics(const BSE::CBasicArray<unsigned char>& used)
+{
+  BSE::CBasicArray<unsigned char> closed(used);
+  closed.SetSize(GetGlyphCount());
+  CloseGlyphs(closed);
+  m_hmtx.Clear(closed);
+  if (m_vhea.IsPresent())
+    m_vmtx.Clear(closed);
+}
+
 void CTTF::DropUnneeded(bool bCodes)
 {
-  const bool bOutlines = HasGlyphData() || FindTable(MakeTag("CFF "));
   // Something else draws the glyphs of such a font, and may need anything.
-  if (!bOutlines)
+  if (!HasGlyphData() && !FindTable(MakeTag("CFF ")))
     return;
+  const auto IsNeeded = [&](std::uint32_t nTag)
+  {
+    if (bCodes || !Contains(g_codeTags, nTag))
+      return Contains(g_neededTags, nTag);
+    // Without vertical metrics the programs of glyphs see points that are made from OS/2.
+    return nTag == m_os2.GetTag() && m_maxp.m_nMaxSizeOfInstructions > 0 && !m_vhea.IsPresent();
+  };
   for (const BSE::CPtrArray<CTable>* pTables : {&m_known, &m_others})
     for (CTable* pTable : pTables->GetSpan())
-      if (!Contains(g_neededTags, pTable->GetTag()) || (!bCodes && Contains(g_codeTags, pTable->GetTag())))
+      if (!IsNeeded(pTable->GetTag()))
         pTable->Remove();
 }
 

@@ -58,6 +58,11 @@ public:
   // glyphs stay. False, and nothing has changed, without glyph data.
   bool Subset(const BSE::CBasicArray<unsigned char>& used);
 
+  // Sets advances and bearings of all glyphs to zero that are not marked and needed by none that is. They
+  // take more room in a subset than its glyphs, but who knows glyphs by their numbers in it finds theirs no
+  // longer.
+  void ClearMetrics(const BSE::CBasicArray<unsigned char>& used);
+
   // Drops the tables that nobody asks for in a document. bCodes: glyphs are found by codes or names, and not
   // by their numbers alone.
   void DropUnneeded(bool bCodes);

@@ -62,7 +62,8 @@ bool CFontFace::GetGlyph(int nGlyph, bool bRender, TGlyph& glyph) const
   for (const unsigned nSize : {12U, 40U})
   {
     if (!bRender || FT_Set_Pixel_Sizes(face, 0, nSize) != 0 ||
-        FT_Load_Glyph(face, static_cast<FT_UInt>(nGlyph), FT_LOAD_RENDER | FT_LOAD_NO_BITMAP) != 0)
+        FT_Load_Glyph(face, static_cast<FT_UInt>(nGlyph),
+                      FT_LOAD_RENDER | FT_LOAD_NO_BITMAP | FT_LOAD_NO_AUTOHINT) != 0)
       continue;
     const FT_Bitmap& bitmap = face->glyph->bitmap;
     CBytes pixels(bitmap.buffer, bitmap.buffer + static_cast<std::size_t>(bitmap.pitch) * bitmap.rows);

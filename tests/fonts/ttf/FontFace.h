@@ -12,7 +12,7 @@ namespace Fonts
 
 using CBytes = std::vector<unsigned char>;
 
-// What FreeType makes of a glyph: in units of the font, and at two sizes with hinting.
+// What FreeType makes of a glyph: in units of the font, and at two sizes with the hints of the font.
 struct TGlyph
 {
   std::vector<std::pair<long, long>> m_points;
@@ -43,6 +43,7 @@ public:
 
 private:
   struct TState;
+
   std::unique_ptr<TState> m_pState;
 };
 
