@@ -85,7 +85,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t nSize)
   BSE::CBasicArray<unsigned char> used;
   used.SetSize(font.GetGlyphCount());
   for (int i = 0; i < used.GetSize(); ++i)
-    used[i] = i % 8 == 0 ? pData[1] & 1 : (pData[1] >> i % 8) & 1;
+    used[i] = static_cast<unsigned char>((i % 8 == 0 ? pData[1] : pData[1] >> i % 8) & 1);
   Require(again.Subset(used) == again.HasGlyphData());
   if ((pData[0] & 8) != 0)
     again.ClearMetrics(used);
