@@ -181,6 +181,9 @@ private:
   bool Admit(int nOperator, TOperatorClass nClass);
   bool AdmitOnPage(int nOperator, TOperatorClass nClass);
   bool AdmitInPath(int nOperator, TOperatorClass nClass);
+
+  // For BT and ET outside a text object, where the second is dropped.
+  bool BeginText(int nOperator);
   bool AdmitInText(int nOperator, TOperatorClass nClass);
   bool AdmitPathInText(int nOperator);
   bool StartPath(int nOperator, unsigned nCode);

@@ -62,14 +62,7 @@ bool CContentParser::AdmitOnPage(int nOperator, TOperatorClass nClass)
     ReportPlaceStrict(g_nOperatorStrict, nOperator);
     return true;
   case eClassTextObject:
-    if (nOperator == eOpET)
-    {
-      ReportPlace(g_nOperatorDropped, nOperator);
-      return false;
-    }
-    m_nObject = eObjectText;
-    m_bTextInterrupted = false;
-    return true;
+    return BeginText(nOperator);
   case eClassTextPosition:
   case eClassTextShow:
     ResumeText();
@@ -77,6 +70,18 @@ bool CContentParser::AdmitOnPage(int nOperator, TOperatorClass nClass)
   default:
     return true;
   }
+}
+
+bool CContentParser::BeginText(int nOperator)
+{
+  if (nOperator == eOpET)
+  {
+    ReportPlace(g_nOperatorDropped, nOperator);
+    return false;
+  }
+  m_nObject = eObjectText;
+  m_bTextInterrupted = false;
+  return true;
 }
 
 bool CContentParser::AdmitInPath(int nOperator, TOperatorClass nClass)
@@ -95,14 +100,7 @@ bool CContentParser::AdmitInPath(int nOperator, TOperatorClass nClass)
     m_nObject = eObjectClippingPath;
     return true;
   case eClassTextObject:
-    if (nOperator == eOpET)
-    {
-      ReportPlace(g_nOperatorDropped, nOperator);
-      return false;
-    }
-    m_nObject = eObjectText;
-    m_bTextInterrupted = false;
-    return true;
+    return BeginText(nOperator);
   case eClassColor:
     return true;
   case eClassTextPosition:

@@ -138,8 +138,6 @@ bool CContentParser::ReadImageDictionary(const CObjectPtr& dictionary)
   constexpr std::int64_t g_nMaxValues = 100000;
   CScanner& scanner = GetScanner();
   SetValueLimit(g_nMaxValues);
-  // Values of objects are checked for the file that they are in, and these are in none.
-  SetScannerStrict(false);
   scanner.ReadToken();
   while (scanner.GetToken() == eTokenName)
   {
@@ -148,7 +146,6 @@ bool CContentParser::ReadImageDictionary(const CObjectPtr& dictionary)
     if (const CObjectPtr value = ParseObject())
       dictionary.AddEntry(key.GetText(), value);
   }
-  SetScannerStrict(GetEnvironment().IsStrict());
   return static_cast<int>(scanner.GetToken()) == eOpID;
 }
 

@@ -11,6 +11,7 @@
 #include "engine/StreamEncoding.h"
 #include "images/ImageDictionary.h"
 #include "images/ImageFilters.h"
+#include "images/filters/CCITTFaxParameters.h"
 #include "pdf/DictionaryObject.h"
 #include "pdf/FilterFactory.h"
 #include "pdf/SimpleObjects.h"
@@ -90,7 +91,7 @@ bool CBitonalStreamRecoder::DecodeFax(CObject& stream, int nFilter, std::size_t 
     return false;
   const CObjectPtr parameters = GetFilterParameters(&stream, nFilter);
   const CImageDictionary image(&stream);
-  if (GetFilterParameter(parameters, "Columns", 1728) != image.GetWidth())
+  if (GetFilterParameter(parameters, "Columns", BSE::CCCITTFaxParameters().Columns) != image.GetWidth())
     return false;
   const BSE::CErrorSuppressor quiet(stream.OnGetErrorHandler());
   const std::span<const unsigned char> data = m_decoder.GetData();

@@ -73,6 +73,17 @@ void CParser::UpdateConformance()
   m_scanner.SetStrict(conformance.IsStrict(), nMaxString, nCode != 0 && nCode <= 8191 ? 127 : -1);
 }
 
+CConformance CParser::GetConformance() const
+{
+  return m_pFile ? m_pFile->GetConformance() : CConformance();
+}
+
+bool CParser::IsLimited() const
+{
+  const CConformance conformance = GetConformance();
+  return !conformance.IsNone() && conformance.GetCode() <= 0x15FF;
+}
+
 void CParser::Report(unsigned nCode)
 {
   m_nFailure = nCode;
@@ -197,8 +208,7 @@ CObjectPtr CParser::ParseString()
 CObjectPtr CParser::ParseName()
 {
   const auto nLength = static_cast<std::size_t>(m_scanner.GetTextLength());
-  if (m_scanner.IsStrict() && m_pFile->GetConformance().GetPart() >= 2 &&
-      !IsUtf8(m_scanner.GetText(), nLength))
+  if (m_scanner.IsStrict() && GetConformance().GetPart() >= 2 && !IsUtf8(m_scanner.GetText(), nLength))
     Report(g_nNotUtf8);
   return new CNameObject(CName(m_scanner.GetText(), nLength));
 }
@@ -219,8 +229,7 @@ CObjectPtr CParser::ParseArray()
   }
   if (m_scanner.GetToken() == eTokenArrayEnd)
     m_scanner.ReadToken();
-  if (m_scanner.IsStrict() && pArray->GetSize() >= g_nStrictArraySize &&
-      m_pFile->GetConformance().GetCode() <= 0x15FF)
+  if (m_scanner.IsStrict() && pArray->GetSize() >= g_nStrictArraySize && IsLimited())
     Report(g_nArrayTooLong);
   return pArray.Get();
 }
@@ -242,8 +251,7 @@ CObjectPtr CParser::ParseDictionary()
       continue;
     }
     const CName key(m_scanner.GetText(), static_cast<std::size_t>(m_scanner.GetTextLength()));
-    if (m_scanner.IsStrict() && m_pFile->GetConformance().GetPart() >= 2 &&
-        !IsUtf8(key.GetText(), key.GetLength()))
+    if (m_scanner.IsStrict() && GetConformance().GetPart() >= 2 && !IsUtf8(key.GetText(), key.GetLength()))
       Report(g_nNotUtf8);
     m_scanner.ReadToken();
     const bool bContents = m_bDecrypt && m_scanner.GetToken() == eTokenString && key == "Contents";
@@ -266,8 +274,7 @@ CObjectPtr CParser::ParseDictionary()
     m_bCut = m_bCut || bContentsCut;
   if (m_scanner.GetToken() == eTokenDictionaryEnd)
     m_scanner.ReadToken();
-  if (m_scanner.IsStrict() && nEntries >= g_nStrictDictionarySize &&
-      m_pFile->GetConformance().GetCode() <= 0x15FF)
+  if (m_scanner.IsStrict() && nEntries >= g_nStrictDictionarySize && IsLimited())
     Report(g_nDictionaryTooLong);
   return pDictionary.Get();
 }

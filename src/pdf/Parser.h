@@ -1,5 +1,6 @@
 #pragma once
 
+#include "pdf/Conformance.h"
 #include "pdf/Scanner.h"
 #include "pdf/XRefSink.h"
 
@@ -138,6 +139,11 @@ private:
   int SkipSpaceBytes();
   int SkipSpaceBytes(int& nLast);
   void Report(unsigned nCode);
+  // Of the file; none for values that are in no file.
+  CConformance GetConformance() const;
+
+  // Whether the conformance limits the size of arrays and dictionaries.
+  bool IsLimited() const;
   void ReportStrict(bool bOk, unsigned nCode)
   {
     if (!bOk && m_scanner.IsStrict())

@@ -15,13 +15,8 @@
 namespace
 {
 
-std::string ReadAll(BSE::IByteStream* pStream)
-{
-  BSE::CBasicArray<unsigned char> bytes;
-  if (!pStream || !pStream->ReadToArray(bytes))
-    return "failed";
-  return std::string(bytes.GetSpan().begin(), bytes.GetSpan().end());
-}
+using Engine::MakeStream;
+using Engine::ReadAll;
 
 // Discs of several sizes, with zeros after the last pixel of a row.
 std::string MakeRows(int nWidth, int nHeight)
@@ -79,7 +74,7 @@ void Check(const std::vector<TImage>& images, int nHeight, const std::string& sV
   PDF::COptimizer optimizer(&errors);
   optimizer.GetOptions().m_bRecodeBitonal = true;
   const BSE::CObjectPtr<BSE::IByteStream> pOutput(new BSE::CMemoryStream);
-  ASSERT_TRUE(optimizer.Open(Engine::MakeStream(builder.Build()).Get(), nullptr));
+  ASSERT_TRUE(optimizer.Open(MakeStream(builder.Build()).Get(), nullptr));
   ASSERT_TRUE(optimizer.Save(pOutput.Get(), {}));
   pOutput->Rewind();
   PDF::CDocument result(&errors);

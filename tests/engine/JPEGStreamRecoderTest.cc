@@ -14,13 +14,8 @@
 namespace
 {
 
-std::string ReadAll(BSE::IByteStream* pStream)
-{
-  BSE::CBasicArray<unsigned char> bytes;
-  if (!pStream || !pStream->ReadToArray(bytes))
-    return "failed";
-  return std::string(bytes.GetSpan().begin(), bytes.GetSpan().end());
-}
+using Engine::MakeStream;
+using Engine::ReadAll;
 
 TEST(JPEGStreamRecoder, CodesImagesAnew)
 {
@@ -49,7 +44,7 @@ TEST(JPEGStreamRecoder, CodesImagesAnew)
     PDF::COptimizer optimizer(&errors);
     optimizer.GetOptions().m_bRecodeJPEG = true;
     const BSE::CObjectPtr<BSE::IByteStream> pOutput(new BSE::CMemoryStream);
-    ASSERT_TRUE(optimizer.Open(Engine::MakeStream(builder.Build()).Get(), nullptr));
+    ASSERT_TRUE(optimizer.Open(MakeStream(builder.Build()).Get(), nullptr));
     ASSERT_TRUE(optimizer.Save(pOutput.Get(), {}));
     pOutput->Rewind();
     PDF::CDocument result(&errors);

@@ -69,6 +69,14 @@ inline BSE::CObjectPtr<BSE::IByteStream> MakeStream(const std::string& sBytes)
   return new BSE::CMemoryStream(sBytes.data(), static_cast<std::int64_t>(sBytes.size()));
 }
 
+inline std::string ReadAll(BSE::IByteStream* pStream)
+{
+  BSE::CBasicArray<unsigned char> bytes;
+  if (!pStream || !pStream->ReadToArray(bytes))
+    return "failed";
+  return std::string(bytes.GetSpan().begin(), bytes.GetSpan().end());
+}
+
 struct TReport
 {
   unsigned m_nCode;

@@ -9,26 +9,16 @@
 #include "base/MemoryStream.h"
 #include "engine/Optimizer.h"
 #include "pdf/FilterFactory.h"
+#include "tests/engine/SmallFile.h"
 #include "tests/support/Deflate.h"
 #include "tests/support/PdfBuilder.h"
 
 namespace
 {
 
+using Engine::MakeStream;
+using Engine::ReadAll;
 using Support::CPdfBuilder;
-
-BSE::CObjectPtr<BSE::IByteStream> MakeStream(const std::string& sBytes)
-{
-  return new BSE::CMemoryStream(sBytes.data(), static_cast<std::int64_t>(sBytes.size()));
-}
-
-std::string ReadAll(BSE::IByteStream* pStream)
-{
-  BSE::CBasicArray<unsigned char> bytes;
-  if (!pStream || !pStream->ReadToArray(bytes))
-    return "failed";
-  return std::string(bytes.GetSpan().begin(), bytes.GetSpan().end());
-}
 
 struct TStream
 {

@@ -19,13 +19,6 @@ constexpr JOCTET g_endOfImage[] = {0xFF, JPEG_EOI};
 // Markers APP1 are kept up to this length, which has room for what is read of Exif.
 constexpr unsigned g_nMaxExif = 1000;
 
-// Blocks of coefficients that one row of a scan visits.
-std::int64_t GetRowBlocks(const jpeg_decompress_struct& info)
-{
-  const int nRows = info.comps_in_scan == 1 ? info.cur_comp_info[0]->v_samp_factor : 1;
-  return std::int64_t{info.MCUs_per_row} * info.blocks_in_MCU * nRows;
-}
-
 }  // namespace
 
 CDCTDecompressor::CDCTDecompressor(CBufferedInputStream& input, IErrorContext* pErrorContext)
@@ -141,20 +134,10 @@ bool CDCTDecompressor::ReadHeader()
   return !m_bFailed;
 }
 
-std::int64_t CDCTDecompressor::GetCoefficientSize() const
-{
-  std::int64_t nBlocks = 0;
-  for (const jpeg_component_info& component :
-       std::span(m_info.comp_info, static_cast<std::size_t>(m_info.num_components)))
-    nBlocks += std::int64_t{component.width_in_blocks + static_cast<JDIMENSION>(component.h_samp_factor)} *
-               (component.height_in_blocks + static_cast<JDIMENSION>(component.v_samp_factor));
-  return nBlocks * static_cast<std::int64_t>(sizeof(JBLOCK));
-}
-
 bool CDCTDecompressor::Start(std::int64_t nEncodedSize)
 {
   const bool bScans = jpeg_has_multiple_scans(&m_info) != 0;
-  const std::int64_t nMemory = bScans ? GetCoefficientSize() : 0;
+  const std::int64_t nMemory = bScans ? GetDCTCoefficientSize(m_info) : 0;
   if (nMemory > g_nMaxDCTMemory ||
       IsOutOfProportion(nMemory, g_nFreeDCTMemory, g_nMaxDecodeRatio, nEncodedSize))
   {
@@ -188,7 +171,7 @@ void CDCTDecompressor::ReadScans()
           const int nStep = jpeg_consume_input(&m_info);
           m_bComplete = nStep == JPEG_REACHED_EOI;
           if (nStep == JPEG_ROW_COMPLETED || nStep == JPEG_SCAN_COMPLETED)
-            m_nWork += GetRowBlocks(m_info);
+            m_nWork += GetDCTRowBlocks(m_info);
           bExhausted = IsOutOfProportion(m_nWork, g_nFreeDCTWork, g_nDCTWorkRatio, m_input.Tell() - m_nStart);
         }
       });

@@ -60,8 +60,6 @@ private:
   void Fill();
   void ReturnUnread();
 
-  // Bytes that the coefficients of an image of several scans take in memory.
-  std::int64_t GetCoefficientSize() const;
   void ReadScans();
 
   CBufferedInputStream& m_input;

@@ -3,6 +3,7 @@
 #include "base/Tracer.h"
 
 #include <jerror.h>
+#include <span>
 #include <utility>
 
 namespace BSE
@@ -66,6 +67,22 @@ constexpr bool IsHarmless(int nNumber)
 }
 
 }  // namespace
+
+std::int64_t GetDCTCoefficientSize(const jpeg_decompress_struct& info)
+{
+  std::int64_t nBlocks = 0;
+  for (const jpeg_component_info& component :
+       std::span(info.comp_info, static_cast<std::size_t>(info.num_components)))
+    nBlocks += std::int64_t{component.width_in_blocks + static_cast<JDIMENSION>(component.h_samp_factor)} *
+               (component.height_in_blocks + static_cast<JDIMENSION>(component.v_samp_factor));
+  return nBlocks * static_cast<std::int64_t>(sizeof(JBLOCK));
+}
+
+std::int64_t GetDCTRowBlocks(const jpeg_decompress_struct& info)
+{
+  const int nRows = info.comps_in_scan == 1 ? info.cur_comp_info[0]->v_samp_factor : 1;
+  return std::int64_t{info.MCUs_per_row} * info.blocks_in_MCU * nRows;
+}
 
 CDCTErrors::CDCTErrors(IErrorContext* pContext) : m_pContext(pContext)
 {

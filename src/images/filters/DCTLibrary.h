@@ -15,6 +15,12 @@
 namespace BSE
 {
 
+// Bytes that the coefficients of an image take in memory, once its header has been read.
+std::int64_t GetDCTCoefficientSize(const jpeg_decompress_struct& info);
+
+// Blocks of coefficients that one row of a scan visits.
+std::int64_t GetDCTRowBlocks(const jpeg_decompress_struct& info);
+
 // The error manager of one use of libjpeg. libjpeg leaves by a jump where it cannot go on, over its own
 // frames alone: what a callback throws is kept until they are left. Each message is reported once for each
 // use.

@@ -77,9 +77,7 @@ private:
   static void OnProgress(j_common_ptr pInfo)
   {
     CCoefficients& self = *static_cast<TProgress*>(pInfo->progress)->m_pOwner;
-    jpeg_decompress_struct& info = self.m_info;
-    const int nRows = info.comps_in_scan == 1 ? info.cur_comp_info[0]->v_samp_factor : 1;
-    self.m_nWork += std::int64_t{info.MCUs_per_row} * info.blocks_in_MCU * nRows;
+    self.m_nWork += GetDCTRowBlocks(self.m_info);
     if (IsOutOfProportion(self.m_nWork, g_nFreeDCTWork, g_nDCTWorkRatio, std::ssize(self.m_data)))
       ERREXIT(pInfo, JERR_IMAGE_TOO_BIG);
   }
@@ -97,19 +95,9 @@ private:
     if (m_errors.HasGap() || m_info.arith_code || m_info.data_precision != g_nDepth ||
         (m_info.num_components != 1 && m_info.num_components != 3 && m_info.num_components != 4))
       return false;
-    const std::int64_t nMemory = GetCoefficientSize();
+    const std::int64_t nMemory = GetDCTCoefficientSize(m_info);
     return nMemory <= g_nMaxRecodedDCT &&
            !IsOutOfProportion(nMemory, g_nFreeDCTMemory, g_nMaxDecodeRatio, std::ssize(m_data));
-  }
-
-  std::int64_t GetCoefficientSize() const
-  {
-    std::int64_t nBlocks = 0;
-    for (const jpeg_component_info& component :
-         std::span(m_info.comp_info, static_cast<std::size_t>(m_info.num_components)))
-      nBlocks += std::int64_t{component.width_in_blocks + static_cast<JDIMENSION>(component.h_samp_factor)} *
-                 (component.height_in_blocks + static_cast<JDIMENSION>(component.v_samp_factor));
-    return nBlocks * static_cast<std::int64_t>(sizeof(JBLOCK));
   }
 
   std::span<const unsigned char> m_data;

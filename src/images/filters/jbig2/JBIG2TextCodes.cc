@@ -25,7 +25,7 @@ CJBIG2ArithmeticTextCodes::CJBIG2ArithmeticTextCodes(CJBIG2Run& run, CJBIG2Arith
                                                      CJBIG2RefinementDecoder& refinement, int nSymbolBits)
     : m_run(run), m_decoder(decoder), m_refinement(refinement)
 {
-  m_symbols.Start(nSymbolBits);
+  m_contexts.m_symbols.Start(nSymbolBits);
 }
 
 bool CJBIG2ArithmeticTextCodes::CheckData()
@@ -42,38 +42,39 @@ bool CJBIG2ArithmeticTextCodes::Read(CJBIG2IntegerContexts& contexts, std::int64
 
 bool CJBIG2ArithmeticTextCodes::ReadStep(std::int64_t& nStep, bool& bEnd)
 {
-  bEnd = !m_steps.Decode(m_decoder, nStep);
+  bEnd = !m_contexts.m_steps.Decode(m_decoder, nStep);
   return m_run.Spend(g_nNumberWork) && CheckData();
 }
 
 bool CJBIG2ArithmeticTextCodes::ReadPlace(int nBits, std::int64_t& nPlace)
 {
   nPlace = 0;
-  return nBits == 0 || Read(m_places, nPlace);
+  return nBits == 0 || Read(m_contexts.m_places, nPlace);
 }
 
 bool CJBIG2ArithmeticTextCodes::ReadSymbol(std::int64_t& nSymbol)
 {
-  nSymbol = m_symbols.Decode(m_decoder);
-  return m_run.Spend(m_symbols.GetBits()) && CheckData();
+  nSymbol = m_contexts.m_symbols.Decode(m_decoder);
+  return m_run.Spend(m_contexts.m_symbols.GetBits()) && CheckData();
 }
 
 bool CJBIG2ArithmeticTextCodes::ReadIsRefined(bool& bRefined)
 {
   std::int64_t nValue = 0;
-  const bool bDone = Read(m_refined, nValue);
+  const bool bDone = Read(m_contexts.m_refined, nValue);
   bRefined = nValue != 0;
   return bDone;
 }
 
 bool CJBIG2ArithmeticTextCodes::ReadChange(TJBIG2SymbolChange& change)
 {
-  return Read(m_widths, change.m_nWidth) && Read(m_heights, change.m_nHeight) && ReadMove(change);
+  return Read(m_contexts.m_widths, change.m_nWidth) && Read(m_contexts.m_heights, change.m_nHeight) &&
+         ReadMove(change);
 }
 
 bool CJBIG2ArithmeticTextCodes::ReadMove(TJBIG2SymbolChange& change)
 {
-  return Read(m_columns, change.m_x) && Read(m_rows, change.m_y);
+  return Read(m_contexts.m_columns, change.m_x) && Read(m_contexts.m_rows, change.m_y);
 }
 
 bool CJBIG2ArithmeticTextCodes::DecodeRefined(CJBIG2Bitmap& bitmap, const TJBIG2Reference& reference)

@@ -42,6 +42,21 @@ public:
   virtual bool DecodeRefined(CJBIG2Bitmap& bitmap, const TJBIG2Reference& reference) = 0;
 };
 
+// The contexts of the numbers in a text region in arithmetic coding, for both directions.
+struct TJBIG2TextContexts
+{
+  CJBIG2IntegerContexts m_stripSteps;
+  CJBIG2IntegerContexts m_firstSteps;
+  CJBIG2IntegerContexts m_steps;
+  CJBIG2IntegerContexts m_places;
+  CJBIG2IntegerContexts m_refined;
+  CJBIG2IntegerContexts m_widths;
+  CJBIG2IntegerContexts m_heights;
+  CJBIG2IntegerContexts m_columns;
+  CJBIG2IntegerContexts m_rows;
+  CJBIG2SymbolContexts m_symbols;
+};
+
 class CJBIG2ArithmeticTextCodes final : public IJBIG2TextCodes
 {
 public:
@@ -49,8 +64,8 @@ public:
   CJBIG2ArithmeticTextCodes(CJBIG2Run& run, CJBIG2ArithmeticDecoder& decoder,
                             CJBIG2RefinementDecoder& refinement, int nSymbolBits);
 
-  bool ReadStripStep(std::int64_t& nStep) override { return Read(m_stripSteps, nStep); }
-  bool ReadFirstStep(std::int64_t& nStep) override { return Read(m_firstSteps, nStep); }
+  bool ReadStripStep(std::int64_t& nStep) override { return Read(m_contexts.m_stripSteps, nStep); }
+  bool ReadFirstStep(std::int64_t& nStep) override { return Read(m_contexts.m_firstSteps, nStep); }
   bool ReadStep(std::int64_t& nStep, bool& bEnd) override;
   bool ReadPlace(int nBits, std::int64_t& nPlace) override;
   bool ReadSymbol(std::int64_t& nSymbol) override;
@@ -68,16 +83,7 @@ private:
   CJBIG2Run& m_run;
   CJBIG2ArithmeticDecoder& m_decoder;
   CJBIG2RefinementDecoder& m_refinement;
-  CJBIG2IntegerContexts m_stripSteps;
-  CJBIG2IntegerContexts m_firstSteps;
-  CJBIG2IntegerContexts m_steps;
-  CJBIG2IntegerContexts m_places;
-  CJBIG2IntegerContexts m_refined;
-  CJBIG2IntegerContexts m_widths;
-  CJBIG2IntegerContexts m_heights;
-  CJBIG2IntegerContexts m_columns;
-  CJBIG2IntegerContexts m_rows;
-  CJBIG2SymbolContexts m_symbols;
+  TJBIG2TextContexts m_contexts;
 };
 
 // The tables of Huffman coding.

@@ -3,6 +3,7 @@
 #include "images/filters/jbig2/JBIG2GenericEncoder.h"
 #include "images/filters/jbig2/JBIG2Integers.h"
 #include "images/filters/jbig2/JBIG2RefinementEncoder.h"
+#include "images/filters/jbig2/JBIG2TextCodes.h"
 
 #include <algorithm>
 #include <utility>
@@ -15,21 +16,6 @@ namespace
 
 constexpr int g_nTemplates = 4;
 constexpr int g_nMaxStripBits = 3;
-
-// The contexts of the numbers in a text region.
-struct TTextContexts
-{
-  CJBIG2IntegerContexts m_stripSteps;
-  CJBIG2IntegerContexts m_firstSteps;
-  CJBIG2IntegerContexts m_steps;
-  CJBIG2IntegerContexts m_places;
-  CJBIG2IntegerContexts m_refined;
-  CJBIG2IntegerContexts m_widths;
-  CJBIG2IntegerContexts m_heights;
-  CJBIG2IntegerContexts m_columns;
-  CJBIG2IntegerContexts m_rows;
-  CJBIG2SymbolContexts m_symbols;
-};
 
 }  // namespace
 
@@ -147,7 +133,7 @@ void CJBIG2TextEncoder::PutText(const TForm& form, bool bRefined, CJBIG2SegmentD
   data.Put32(static_cast<std::uint32_t>(m_instances.GetSize()));
   CJBIG2ArithmeticEncoder encoder;
   CJBIG2RefinementEncoder refinement(form.m_nRefinementTemplate);
-  TTextContexts contexts;
+  TJBIG2TextContexts contexts;
   contexts.m_symbols.Start(GetJBIG2CodeBits(m_layout.GetSymbols().GetSize()));
   contexts.m_stripSteps.Encode(encoder, 0);
   std::int64_t nStrip = -1;
