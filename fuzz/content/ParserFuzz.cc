@@ -4,6 +4,7 @@
 #include "base/BufferedInputStream.h"
 #include "base/ErrorHandler.h"
 #include "base/MemoryStream.h"
+#include "content/ContentColorSpace.h"
 #include "content/ContentParser.h"
 #include "pdf/DictionaryObject.h"
 #include "pdf/SimpleObjects.h"
@@ -36,18 +37,15 @@ private:
   bool m_bComposite;
 };
 
-class CFonts : public PDF::IContentResources
+class CResources : public PDF::CContentColorResources
 {
 public:
+  using CContentColorResources::CContentColorResources;
   BSE::CObjectPtr<PDF::IContentFont> CreateFont(const PDF::CObjectPtr& font) override
   {
     return new CFont(font["C"].IsNumber());
   }
   BSE::CObjectPtr<PDF::IContentFont> GetDefaultFont() override { return nullptr; }
-  BSE::CObjectPtr<PDF::IContentColorSpace> CreateColorSpace(const PDF::CObjectPtr&) override
-  {
-    return nullptr;
-  }
 };
 
 // Counts what it sees, and looks at all that it is given.
@@ -109,7 +107,8 @@ std::string MakeDocument(const std::string& sContent)
       "<</Type/Catalog/Pages 2 0 R/OCProperties<</OCGs[7 0 R]/D<</OFF[7 0 R]>>>>>>",
       "<</Type/Pages/Kids[3 0 R]/Count 1>>",
       "<</Type/Page/Parent 2 0 R/MediaBox[0 0 9 9]/Contents[4 0 R 5 0 R]/Resources<</XObject<</F 6 0 R>>"
-      "/Font<</S<<>>/C<</C 1>>>>/Properties<</H 7 0 R>>/ColorSpace<</N[/Indexed/DeviceRGB 0(abc)]>>"
+      "/Font<</S<<>>/C<</C 1>>>>/Properties<</H 7 0 R>>/ColorSpace<</N[/Indexed/DeviceRGB "
+      "0(abc)]/L[/Pattern[/Lab<<>>]]>>"
       "/ExtGState<</G<</LW 1/D[[1]0]/SMask/None/Font[7 0 R 2]>>>>/Pattern<</P<</PaintType 2>> >> >>>>",
       makeStream("", sContent.substr(0, nCut)),
       makeStream("", sContent.substr(nCut)),
@@ -130,8 +129,11 @@ std::string MakeDocument(const std::string& sContent)
 
 unsigned Parse(PDF::CDocument& document, BSE::IErrorContext& handler, bool bStrict)
 {
-  CFonts fonts;
-  PDF::CContentEnvironment environment(document, &fonts);
+  const BSE::CObjectPtr<DOC::CColorAccount> pAccount(new DOC::CColorAccount);
+  const BSE::CObjectPtr<DOC::CCMS> pCMS = DOC::CreateCMS("none", "", *pAccount);
+  PDF::CColorSpaceFactory spaces(*pCMS);
+  CResources resources(spaces);
+  PDF::CContentEnvironment environment(document, &resources);
   environment.SetStrict(bStrict);
   const PDF::CPage page = document.GetPage(0);
   PDF::CParserContext context(environment, page.GetResources(), nullptr);

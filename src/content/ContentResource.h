@@ -7,8 +7,8 @@
 namespace PDF
 {
 
-// What content needs of the fonts and colour spaces that it names, as interfaces that the rooms of those
-// implement: parsing itself does without them.
+// What content needs of the fonts and colour spaces that it names, as interfaces: parsing itself does without
+// what implements them. Colour spaces are in ContentColorSpace.h.
 
 // No such code.
 inline constexpr int g_nNoCID = 65535;

@@ -1,5 +1,6 @@
 // Contents in parts, forms, marked content that is hidden, and text that is measured.
 
+#include "content/ContentColorSpace.h"
 #include "content/StatusCodes.h"
 #include "tests/content/RecordingParser.h"
 
@@ -12,6 +13,7 @@ namespace
 using Content::CSample;
 using Content::TResult;
 using testing::ElementsAre;
+using testing::ElementsAreArray;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 
@@ -146,9 +148,17 @@ private:
   bool m_bVertical;
 };
 
-class CTestFonts : public PDF::IContentResources
+struct TSpaces
+{
+  BSE::CObjectPtr<DOC::CColorAccount> m_pAccount = new DOC::CColorAccount;
+  BSE::CObjectPtr<DOC::CCMS> m_pCMS = DOC::CreateCMS("none", "", *m_pAccount);
+  PDF::CColorSpaceFactory m_factory{*m_pCMS};
+};
+
+class CTestResources : private TSpaces, public PDF::CContentColorResources
 {
 public:
+  CTestResources() : CContentColorResources(m_factory) {}
   BSE::CObjectPtr<PDF::IContentFont> CreateFont(const PDF::CObjectPtr& font) override
   {
     const PDF::CObjectPtr name = font["BaseFont"];
@@ -157,15 +167,11 @@ public:
     return new CTestFont(!name.IsName("Simple"), name.IsName("Vertical"));
   }
   BSE::CObjectPtr<PDF::IContentFont> GetDefaultFont() override { return new CTestFont(false, false); }
-  BSE::CObjectPtr<PDF::IContentColorSpace> CreateColorSpace(const PDF::CObjectPtr&) override
-  {
-    return nullptr;
-  }
 };
 
 PDF::TMatrix Measure(const std::string& sContent)
 {
-  CTestFonts fonts;
+  CTestResources fonts;
   CSample sample;
   sample.SetFonts(&fonts).SetResources(
       "/Font<</S<</BaseFont/Simple>>/C<</BaseFont/Wide>>/V<</BaseFont/Vertical>>>>");
@@ -183,6 +189,42 @@ TEST(ContentText, IsMeasured)
   const PDF::TMatrix down = Measure("/V 10 Tf 50 Tz [<41> 500] TJ");
   EXPECT_DOUBLE_EQ(down.m_dE, 0);
   EXPECT_DOUBLE_EQ(down.m_dF, -15);
+}
+
+TEST(ContentColors, SpacesOfTheDocument)
+{
+  struct
+  {
+    const char* m_szChoice;
+    DOC::TColorSpaceType m_type;
+    std::vector<double> m_initial;
+  } const rows[] = {{"/DeviceCMYK cs", DOC::eDeviceCMYK, {0, 0, 0, 1}},
+                    {"/K cs", DOC::eDeviceCMYK, {0, 0, 0, 1}},
+                    {"/L cs", DOC::eLab, {0, 5, 0}},
+                    {"/I cs", DOC::eIndexed, {0}},
+                    {"/S cs", DOC::eSeparation, {1}},
+                    {"/P cs .5 /U scn", DOC::eSeparation, {0.5}}};
+  CSample sample;
+  sample.SetResources(
+      "/ColorSpace<</K/DeviceCMYK/L[/Lab<</WhitePoint[.9 1 .9]/Range[5 9 -9 9]>>]/I[/Indexed/DeviceRGB "
+      "0(abc)]"
+      "/S 10 0 R/P[/Pattern 10 0 R]/B[/Indexed 7 7]>>/Pattern<</U<</PatternType 1/PaintType 2>>>>");
+  sample.Add(10, "[/Separation/Gold/DeviceGray<</FunctionType 2/N 1/Domain[0 1]>>]");
+  for (const auto& row : rows)
+  {
+    CTestResources resources;
+    const TResult result = sample.SetFonts(&resources).Parse(row.m_szChoice);
+    EXPECT_THAT(result.m_codes, IsEmpty()) << row.m_szChoice;
+    const DOC::IColorSpace* pSpace = resources.GetSpace(result.m_state.m_fill);
+    ASSERT_TRUE(pSpace) << row.m_szChoice;
+    EXPECT_EQ(pSpace->GetType(), row.m_type) << row.m_szChoice;
+    EXPECT_THAT(result.m_state.m_fill.m_components.GetSpan(), ElementsAreArray(row.m_initial));
+  }
+  CTestResources resources;
+  sample.SetFonts(&resources);
+  EXPECT_FALSE(resources.GetSpace(sample.Parse("/Pattern cs").m_state.m_fill));
+  EXPECT_THAT(sample.Parse("/B cs /L cs 1 1 scn").m_codes,
+              UnorderedElementsAre(PDF::g_nColorSpaceUnknown, PDF::g_nOperandCount));
 }
 
 TEST(ContentText, PageBoxAndRotation)
