@@ -49,6 +49,12 @@ void Transform(PDF::CImage& image, int nStep)
   case 'k':
     image.ConvertToCMYK();
     return;
+  case 'm':
+    image.MakeStencil();
+    return;
+  case 'o':
+    image.ReduceColorComplexity();
+    return;
   case 'p':
     image.ConvertPalette(DOC::eToGray);
     return;
@@ -57,6 +63,9 @@ void Transform(PDF::CImage& image, int nStep)
     return;
   case 's':
     image.Resample(1, 0.4, 0.7);
+    return;
+  case 'y':
+    image.ReadSamples();
     return;
   default:
     image.ReduceToBitonal(nStep - '0');

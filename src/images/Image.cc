@@ -1,5 +1,7 @@
 #include "images/Image.h"
 
+#include "base/Limits.h"
+#include "base/MemoryStream.h"
 #include "base/Tracer.h"
 #include "images/ImageDictionary.h"
 #include "images/JPXColorSpace.h"
@@ -10,14 +12,25 @@
 #include "images/filters/RowSize.h"
 #include "images/filters/jbig2/JBIG2DecodeFilter.h"
 #include "images/filters/jpx/JPXDecodeFilter.h"
+#include "pdf/ArrayObject.h"
+#include "pdf/File.h"
 #include "pdf/FilterFactory.h"
+#include "pdf/IndirectObject.h"
 #include "pdf/SimpleObjects.h"
 #include "pdf/StreamObjects.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace PDF
 {
+
+namespace
+{
+
+constexpr int g_nBlockSize = 1 << 16;
+
+}  // namespace
 
 CImage::CImage(const CObjectPtr& image, CColorSpaceFactory& spaces, const CObjectPtr& resources)
     : m_object(image), m_resources(resources), m_pSpaces(&spaces)
@@ -40,14 +53,19 @@ CImage& CImage::operator=(const CImage& other)
   m_dResolutionX = other.m_dResolutionX;
   m_dResolutionY = other.m_dResolutionY;
   // Readers of their own.
-  m_pStream = nullptr;
-  m_jpxSpace.Reset();
-  m_found = {};
-  m_bOpened = false;
+  Forget();
   return *this;
 }
 
 CImage::~CImage() = default;
+
+void CImage::Forget()
+{
+  m_pStream = nullptr;
+  m_jpxSpace.Reset();
+  m_found = {};
+  m_bOpened = false;
+}
 
 bool CImage::IsImageMask() const
 {
@@ -107,7 +125,14 @@ void CImage::OpenData()
   if (m_pStream && !m_pStream->IsValid())
     m_pStream = nullptr;
   LookAtDecoder(m_pStream.Get());
-  if (m_pStream && IsInverted())
+  // The data tells, whatever the dictionary does; once it has become other data the dictionary will.
+  if (FindJPX() && CanChange(m_object.Get()))
+  {
+    SetWidth(m_found.m_nWidth);
+    SetHeight(m_found.m_nHeight);
+    SetBitsPerComponent(m_found.m_nBits);
+  }
+  if (m_pStream && GetDecode() == eDecodeInverted)
     m_pStream = new BSE::CInvertDecodeFilter(m_pStream.Get(), m_object.Get());
 }
 
@@ -191,28 +216,14 @@ std::int64_t CImage::GetRowBytes()
   return format.IsUsable() ? format.GetRowSize() : 0;
 }
 
-bool CImage::IsInverted()
+bool CImage::HasDecode(const CObjectPtr& decode, bool bInverted)
 {
-  // For JPEG 2000 data the array counts in stencil masks only (ISO 32000-1, Table 89).
-  if (m_found.m_bJPX && !IsImageMask())
-    return false;
-  const CObjectPtr decode = CImageDictionary(m_object.Get()).GetDecode();
-  return decode[0].IsNumber() && decode[1].IsNumber() &&
-         decode[0]->GetRealValue() > decode[1]->GetRealValue();
-}
-
-bool CImage::IsDecodePlain()
-{
-  const CObjectPtr decode = CImageDictionary(m_object.Get()).GetDecode();
-  if (!decode.IsArray() || (m_found.m_bJPX && !IsImageMask()))
-    return true;
-  DOC::IColorSpace* pSpace = GetColorSpace();
-  const bool bInverted = IsInverted();
-  for (int i = 0; i < pSpace->GetComponentCount(); ++i)
+  const DOC::IColorSpace* pSpace = GetColorSpace();
+  for (int i = 0; pSpace && i < pSpace->GetComponentCount(); ++i)
   {
     DOC::TRange range = pSpace->GetRange(i);
     if (pSpace->GetIndexed())
-      range.m_dMax = (1 << GetBitsPerComponent()) - 1;
+      range.m_dMax = (1 << std::clamp(GetBitsPerComponent(), 0, 16)) - 1;
     const CObjectPtr low = decode[bInverted ? 2 * i + 1 : 2 * i];
     const CObjectPtr high = decode[bInverted ? 2 * i : 2 * i + 1];
     if (!low.IsNumber() || !high.IsNumber())
@@ -222,7 +233,16 @@ bool CImage::IsDecodePlain()
           std::fabs(high->GetRealValue() - range.m_dMax) <= dNear))
       return false;
   }
-  return true;
+  return pSpace != nullptr;
+}
+
+TDecode CImage::GetDecode()
+{
+  const CObjectPtr decode = CImageDictionary(m_object.Get()).GetDecode();
+  // For JPEG 2000 data the array counts in stencil masks only (ISO 32000-1, Table 89).
+  if (!decode.IsArray() || (!IsImageMask() && FindJPX()) || HasDecode(decode, false))
+    return eDecodeNone;
+  return HasDecode(decode, true) ? eDecodeInverted : eDecodeOther;
 }
 
 bool CImage::FitsData()
@@ -237,30 +257,66 @@ bool CImage::FitsData()
          m_found.m_nBits == GetBitsPerComponent();
 }
 
-BSE::IByteStream* CImage::Begin(CSampleFormat& format)
+const char* CImage::FindObstacle()
 {
-  const char* szWhy = nullptr;
-  BSE::IByteStream* pStream = GetStream();
-  format = {GetColorSpace(), GetBitsPerComponent(), GetWidth(), GetHeight()};
-  if (!pStream)
-    szWhy = "no data";
-  else if (!format.pColorSpace)
-    szWhy = "no color space";
-  else if (!format.IsUsable() || (format.pColorSpace->GetIndexed() && format.nBitsPerComponent > 8))
-    szWhy = "size or depth out of bounds";
-  else if (!FitsData())
-    szWhy = "the data is another image";
-  else if (!IsDecodePlain())
+  const CSampleFormat format = {GetColorSpace(), GetBitsPerComponent(), GetWidth(), GetHeight()};
+  if (!GetStream())
+    return "no data";
+  if (!format.pColorSpace)
+    return "no color space";
+  if (!format.IsUsable() || (format.pColorSpace->GetIndexed() && format.nBitsPerComponent > 8))
+    return "size or depth out of bounds";
+  if (!FitsData())
+    return "the data is another image";
+  if (m_found.m_bJPX && GetIntegerOr(m_object["SMaskInData"], 0) != 0)
+    return "the data has its own mask";
+  return nullptr;
+}
+
+bool CImage::HasWholeSamples()
+{
+  return !FindObstacle();
+}
+
+BSE::IByteStream* CImage::Begin(CSampleFormat& format, bool bColors)
+{
+  const char* szWhy = FindObstacle();
+  if (!szWhy && bColors && GetDecode() == eDecodeOther)
     szWhy = "unusual decode array";
-  else if (m_found.m_bJPX && GetIntegerOr(m_object["SMaskInData"], 0) != 0)
-    szWhy = "the data has its own mask";
-  else if (!pStream->Rewind())
+  else if (!szWhy && !GetStream()->Rewind())
     szWhy = "the data cannot be read again";
+  format = {GetColorSpace(), GetBitsPerComponent(), GetWidth(), GetHeight()};
   if (!szWhy)
-    return pStream;
+    return GetStream();
   if (BSE::CTracer::IsOn())
     BSE::CTracer::Trace("I", "PDF Image", "Unable to read samples of image: %s.", szWhy);
   return nullptr;
+}
+
+bool CImage::ReadSamples()
+{
+  CSampleFormat format;
+  BSE::IByteStream* pSource = Begin(format, false);
+  if (!pSource)
+    return false;
+  const std::int64_t nSize = format.GetRowSize() * format.nHeight;
+  const bool bKept = nSize <= BSE::g_nMaxRecodedSize && CanChange(m_object.Get());
+  const BSE::CObjectPtr<BSE::CMemoryStream> pKept(new BSE::CMemoryStream);
+  BSE::CBasicArray<unsigned char> block;
+  block.SetSize(g_nBlockSize);
+  for (std::int64_t nLeft = nSize; nLeft > 0;)
+  {
+    const std::int64_t nStep = std::min<std::int64_t>(nLeft, block.GetSize());
+    if (pSource->ReadFully(block.GetData(), nStep) < nStep ||
+        (bKept && !pKept->WriteAll(block.GetData(), nStep)))
+      return false;
+    nLeft -= nStep;
+  }
+  if (BSE::HasGap(pSource))
+    return false;
+  if (bKept && pKept->Rewind())
+    SetData(pKept.Get());
+  return true;
 }
 
 void CImage::RemoveEntry(const char* szKey, const char* szShort)
@@ -278,7 +334,11 @@ void CImage::SetNumber(const char* szKey, const char* szShort, int nValue)
 void CImage::SetData(BSE::IByteStream* pData, const char* szFilter, const CObjectPtr& parameters)
 {
   const BSE::CObjectPtr<BSE::IByteStream> pHeld = pData;
-  RemoveEntry("Decode", "D");
+  const TDecode decode = GetDecode();
+  if (decode == eDecodeInverted)
+    TurnColorKey();
+  if (decode != eDecodeOther)
+    RemoveEntry("Decode", "D");
   RemoveEntry("Filter", "F");
   RemoveEntry("DecodeParms", "DP");
   if (szFilter)
@@ -287,10 +347,48 @@ void CImage::SetData(BSE::IByteStream* pData, const char* szFilter, const CObjec
     m_object.AddEntry("DecodeParms", parameters);
   if (m_object)
     m_object->SetStreamObject(new CStreamObject(pData));
-  m_pStream = nullptr;
-  m_jpxSpace.Reset();
-  m_found = {};
-  m_bOpened = false;
+  Forget();
+}
+
+// The ranges are those of samples as they are stored (ISO 32000-1, 8.9.6.4).
+void CImage::TurnColorKey()
+{
+  const CObjectPtr ranges = m_object["Mask"];
+  const std::int64_t nHigh = (std::int64_t{1} << std::clamp(GetBitsPerComponent(), 0, 16)) - 1;
+  if (!ranges.IsArray())
+    return;
+  const CObjectPtr turned = new CArrayObject;
+  for (int i = 0; i < ranges.GetSize(); ++i)
+    turned.Add(
+        new CIntegerObject(nHigh - std::clamp<std::int64_t>(GetIntegerOr(ranges[i ^ 1], 0), 0, nHigh)));
+  m_object.AddEntry("Mask", turned);
+}
+
+CObjectPtr CImage::MakeCopy() const
+{
+  CFile* pFile = m_object.GetFile();
+  const CObjectPtr value = m_object.GetValueObject();
+  if (!pFile || !pFile->IsWritable() || !value)
+    return nullptr;
+  // The number is for reports. Without a generation the object is not taken for the one in the table.
+  const CObjectPtr copy = new CIndirectObject(pFile, m_object.GetObjNumber(), -1, -1);
+  copy->SetValueObject(value->Clone());
+  copy->SetStreamObject(m_object.GetStreamObject());
+  return copy;
+}
+
+bool CImage::TakeCopy(const CObjectPtr& copy)
+{
+  const CObjectPtr stream = copy.GetStreamObject();
+  const auto* pPart = dynamic_cast<const CStreamPart*>(stream.Get());
+  // Filters that are still to be read report to their object.
+  if (!CanChange(m_object.Get()) || !pPart || !pPart->IsEncoded())
+    return false;
+  m_object->SetValueObject(copy.GetValueObject());
+  m_object->SetStreamObject(stream);
+  m_pColorSpace = nullptr;
+  Forget();
+  return true;
 }
 
 void CImage::SetWidth(int nWidth)

@@ -31,16 +31,23 @@ enum TColorAnalysis
   eUnknownColors = 4
 };
 
+// What a Decode array does.
+enum TDecode
+{
+  eDecodeNone,      // absent, as it would be without one, or of no meaning to this data
+  eDecodeInverted,  // the other way round in all components: samples have been turned
+  eDecodeOther      // samples are as they are stored, and the array stays with them
+};
+
 // A light view of an image XObject or inline image (ISO 32000-1, 8.9): tells what it is, hands out its
 // samples and replaces them. Copies share the object.
 //
 // Transformations build a stream of filters over the samples and store it as the image's data, which has no
-// filter then: nothing is read before that data is. They answer false, and leave the image as it is, where
-// that is not possible; colour spaces are made ready before. That the picture and its form in the dictionary
-// do not fit together, or a Decode array that is neither as it has to be without one nor the other way round,
-// is such a case, and so are a mask inside the data and an object of a
-// file that is only read. Masks and the colours in Mask and Matte are the caller's
-// business.
+// filter then: nothing is read before that data is, and what is missing in it shows only there (BSE::HasGap).
+// Who replaces a picture for good calls ReadSamples before. They answer false, and leave the image as it is,
+// where they are not possible; colour spaces are made ready before. That the data is not what the dictionary
+// tells (HasWholeSamples) is such a case, and so is an object of a file that is only read; where colours
+// count, eDecodeOther. Masks and the colours in Mask and Matte are the caller's business.
 class CImage
 {
 public:
@@ -73,17 +80,27 @@ public:
   // 0 where size or depth are out of bounds.
   std::int64_t GetRowBytes();
 
-  // The samples, made once and kept; null if they cannot be had. A Decode array the other way round has been
-  // applied.
+  // The samples, made once and kept; null if they cannot be had.
   BSE::IByteStream* GetStream();
+  TDecode GetDecode();
+
+  // Whether the samples, and the dictionary beside them, are all that the picture is: those of other data
+  // cannot take its place. Not so where the two differ in size or components, where the colour space is not
+  // valid, and for a mask inside the data.
+  bool HasWholeSamples();
+
+  // Reads the samples, for what encodes or compares them more than once. They are in memory then, unless they
+  // are larger than BSE::g_nMaxRecodedSize. False, with the image as it was, if any are missing or damaged.
+  bool ReadSamples();
 
   double GetResolutionX() const { return m_dResolutionX; }
   double GetResolutionY() const { return m_dResolutionY; }
   void SetResolutionX(double d) { m_dResolutionX = d; }
   void SetResolutionY(double d) { m_dResolutionY = d; }
 
-  // Replaces the samples. The filter, null for none, is that which they are to be encoded with. Removes
-  // Decode.
+  // Replaces the samples by others of the same form, those of GetStream above all. The filter, null for none,
+  // is that which they are to be encoded with. Removes Decode but where it is eDecodeOther; with an inverted
+  // one the colours that Mask makes transparent are turned as well.
   void SetData(BSE::IByteStream* pData, const char* szFilter = nullptr, const CObjectPtr& parameters = {});
   void SetWidth(int nWidth);
   void SetHeight(int nHeight);
@@ -118,6 +135,29 @@ public:
   bool Clip(int nLeft, int nTop, int nBottom, int nRight);
   bool Invert();
 
+  // What the colours allow without a change of the picture: one pixel for a single one, one bit for black and
+  // white, gray for grays. True if anything has changed.
+  bool ReduceColorComplexity();
+
+  // Makes a soft mask, cut at half, a stencil mask that paints where it is white. The data is to be encoded
+  // with Flate.
+  bool MakeStencil();
+
+  // Whether this is an indexed picture of one bit whose table has black and white alone, in either order.
+  bool HasBitonalTable();
+
+  // Converts the colour that the samples have been blended with, in Matte of the soft mask, as the samples
+  // are about to be. False, with nothing changed, if that is not possible. True without one.
+  bool ConvertMatte(DOC::TTarget target);
+
+  // A stream object with the same entries and data that is in no file's table, and so never written: to try
+  // something with. The data is read by one of the two at a time. Null for an object of no file that is
+  // written.
+  CObjectPtr MakeCopy() const;
+
+  // Takes the entries and data of such a copy. False unless its data has been encoded (CObject::Encode).
+  bool TakeCopy(const CObjectPtr& copy);
+
   // Reads the samples and tells what colours there are: the first one, and the second for more than one, as
   // numbers of the colour space, that of a table's base for an indexed image. The spans have room for four.
   TColorAnalysis AnalyzeColors(std::span<double> first, std::span<double> second);
@@ -136,20 +176,26 @@ private:
   const TFound* FindJPX();
   void OpenData();
   void LookAtDecoder(BSE::IByteStream* pData);
-  bool IsInverted();
-
-  // Whether samples, with a Decode array the other way round applied, are what the colour space takes.
-  bool IsDecodePlain();
+  bool HasDecode(const CObjectPtr& decode, bool bInverted);
   bool FitsData();
 
-  // The samples from the first one on and their form; null, traced, if they cannot be transformed.
-  BSE::IByteStream* Begin(CSampleFormat& format);
+  // Gives up what is known of the data.
+  void Forget();
+
+  // What keeps samples from being the picture; null for nothing.
+  const char* FindObstacle();
+
+  // The samples from the first one on and their form; null, traced, if they cannot be transformed. Samples
+  // that are transformed without regard to what they mean may have eDecodeOther.
+  BSE::IByteStream* Begin(CSampleFormat& format, bool bColors = true);
 
   // The same for an object that may be changed.
-  BSE::IByteStream* BeginChange(CSampleFormat& format);
+  BSE::IByteStream* BeginChange(CSampleFormat& format, bool bColors = true);
   void Store(BSE::IByteStream* pData, int nBits, const CObjectPtr& space);
   void RemoveEntry(const char* szKey, const char* szShort);
   void SetNumber(const char* szKey, const char* szShort, int nValue);
+  void TurnColorKey();
+  bool MakeOnePixel(std::span<const double> color);
 
   bool ConvertTo(DOC::TTarget target);
   TColorAnalysis AnalyzeBits(BSE::IByteStream& stream, std::span<double> first, std::span<double> second);

@@ -1,6 +1,7 @@
 // What colours an image has.
 
 #include "base/BufferedInputStream.h"
+#include "base/DecodeFilter.h"
 #include "base/Memory.h"
 #include "images/Image.h"
 #include "images/SampleRows.h"
@@ -135,7 +136,10 @@ TColorAnalysis CImage::AnalyzeColors(std::span<double> first, std::span<double> 
   if (!pStream)
     return eUnknownColors;
   if (bBitonal)
-    return AnalyzeBits(*pStream, first, second);
+  {
+    const TColorAnalysis analysis = AnalyzeBits(*pStream, first, second);
+    return BSE::HasGap(pStream) ? eUnknownColors : analysis;
+  }
   CColorCounter counter(format.GetComponents(), pIndexed != nullptr);
   BSE::CBasicArray<unsigned char> row;
   row.SetSize(static_cast<int>(format.GetRowSize()));
@@ -146,6 +150,9 @@ TColorAnalysis CImage::AnalyzeColors(std::span<double> first, std::span<double> 
     if (!counter.Add(row.GetSpan()))
       break;
   }
+  // What a decoder has put in place of damaged samples is no colour of the picture.
+  if (BSE::HasGap(pStream))
+    return eUnknownColors;
   GiveColor(*pSpace, counter.m_first, first);
   if (counter.m_analysis != eOneColor)
     GiveColor(*pSpace, counter.m_second, second);

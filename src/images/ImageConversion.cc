@@ -95,13 +95,18 @@ bool IsTableGray(const DOC::IIndexedColorSpace& indexed)
 
 }  // namespace
 
-BSE::IByteStream* CImage::BeginChange(CSampleFormat& format)
+BSE::IByteStream* CImage::BeginChange(CSampleFormat& format, bool bColors)
 {
-  return CanChange(m_object.Get()) ? Begin(format) : nullptr;
+  return CanChange(m_object.Get()) ? Begin(format, bColors) : nullptr;
 }
 
 void CImage::Store(BSE::IByteStream* pData, int nBits, const CObjectPtr& space)
 {
+  // Of the colours and samples that were.
+  const BSE::CObjectPtr<BSE::IByteStream> pHeld = pData;
+  if (GetDecode() == eDecodeInverted)
+    TurnColorKey();
+  RemoveEntry("Decode", "D");
   SetBitsPerComponent(nBits);
   SetColorSpace(space);
   SetData(pData);
@@ -205,7 +210,7 @@ bool CImage::ReduceToBitonal(int nMode)
     return false;
   if (GetBitsPerComponent() == 1)
   {
-    if (CanChange(m_object.Get()) && FindBlackAndWhite(*pSpace) == eBlackFirst)
+    if (CanChange(m_object.Get()) && GetDecode() != eDecodeOther && FindBlackAndWhite(*pSpace) == eBlackFirst)
       SetColorSpace(MakeName("DeviceGray"));
     return true;
   }
@@ -241,7 +246,7 @@ bool CImage::Resample(int nMode, double dFactorX, double dFactorY)
   CSampleFormat format;
   if (dFactorX >= 1.0 && dFactorY >= 1.0)
     return false;
-  CStreamPtr pChain = BeginChange(format);
+  CStreamPtr pChain = BeginChange(format, false);
   if (!pChain)
     return false;
   const bool bBitonal = IsBitonal();
@@ -288,8 +293,9 @@ bool CImage::ReduceToGrayByFactor(int n)
 
 bool CImage::Invert()
 {
-  BSE::IByteStream* pSource = GetStream();
-  if (!pSource || !CanChange(m_object.Get()) || !pSource->Rewind())
+  CSampleFormat format;
+  BSE::IByteStream* pSource = BeginChange(format);
+  if (!pSource)
     return false;
   const CStreamPtr pResult(new BSE::CInvertDecodeFilter(pSource, m_object.Get()));
   SetData(pResult.Get());
@@ -309,13 +315,13 @@ bool CImage::KeepRows(BSE::IByteStream& source, const CSampleFormat& format, BSE
     if (nRow < nTop && !result.WriteAll(row.GetData() + nLeft * nComponents, (nRight - nLeft) * nComponents))
       return false;
   }
-  return true;
+  return !BSE::HasGap(&source);
 }
 
 bool CImage::Clip(int nLeft, int nTop, int nBottom, int nRight)
 {
   CSampleFormat format;
-  BSE::IByteStream* pSource = GetBitsPerComponent() == 8 ? BeginChange(format) : nullptr;
+  BSE::IByteStream* pSource = GetBitsPerComponent() == 8 ? BeginChange(format, false) : nullptr;
   if (!pSource)
     return false;
   nLeft = std::max(nLeft, 0);

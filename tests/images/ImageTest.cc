@@ -111,10 +111,85 @@ TEST_F(Image, DecodeTurnsSamplesOrIsRefused)
   for (const char* szDecode : {"[0 .5]", "[1 0 0 1 0 1]", "[0 1]", "[0 1 0 1 0 (a)]"})
   {
     CImage odd = Make(1, 1, 8, "/ColorSpace /DeviceRGB /Decode " + std::string(szDecode), "abc");
-    EXPECT_FALSE(odd.ConvertToGray() || odd.Resample(0, 0.5, 0.5)) << szDecode;
-    EXPECT_TRUE(odd.GetObject()["Decode"]);
+    EXPECT_FALSE(odd.ConvertToGray() || odd.Invert()) << szDecode;
     EXPECT_EQ(Analyze(odd), eUnknownColors);
+    // What does not ask for colours leaves samples with their array.
+    EXPECT_TRUE(odd.Clip(0, 1, 0, 1) && odd.ReadSamples());
+    EXPECT_EQ(GetSamples(odd), "abc") << szDecode;
+    EXPECT_TRUE(odd.GetObject()["Decode"]);
   }
+  CImage table = Make(8, 1, 1, "/ColorSpace [/Indexed /DeviceGray 1 <00FF>] /Decode [0 255]", "a");
+  EXPECT_TRUE(table.ReduceToBitonal(0));
+  EXPECT_TRUE(table.GetObject()["ColorSpace"].IsArray());
+  // The colours that are transparent are those of stored samples.
+  CImage keyed = Make(1, 1, 4, "/Decode [1 0] /Mask [2 7]", "\x30");
+  EXPECT_TRUE(keyed.ReadSamples());
+  EXPECT_EQ(GetSamples(keyed), "\xCF");
+  EXPECT_FALSE(keyed.GetObject()["Decode"]);
+  EXPECT_EQ(keyed.GetObject()["Mask"][0].GetIntegerValue(), 8);
+  EXPECT_EQ(keyed.GetObject()["Mask"][1].GetIntegerValue(), 13);
+}
+
+TEST_F(Image, ReducesWhatColorsAllow)
+{
+  const std::string rgb = "/ColorSpace /DeviceRGB";
+  const std::string indexed = "/ColorSpace [/Indexed /DeviceRGB 2 <0000FFFFFFFF000000>]";
+  struct
+  {
+    int m_nWidth;
+    int m_nBits;
+    std::string m_entries;
+    std::string m_data;
+    bool m_bReduced;
+    int m_nNewBits;
+    std::string m_samples;
+  } const rows[] = {{2, 8, rgb, Bytes({1, 2, 253, 1, 2, 253}), true, 8, Bytes({1, 2, 253})},
+                    {2, 8, indexed, Bytes({0, 0}), true, 8, Bytes({0, 0, 255})},
+                    {9, 1, "/ImageMask true", "\xFF\x80", true, 1, "\xFF"},
+                    {2, 8, indexed, Bytes({2, 1}), true, 1, "\x40"},
+                    {2, 8, rgb, Bytes({0, 0, 0, 254, 254, 254}), false, 8, Bytes({0, 0, 0, 254, 254, 254})},
+                    {3, 8, rgb, "aaabbbccc", true, 8, "abc"},
+                    {3, 8, "", "abc", false, 8, "abc"},
+                    {2, 1, "", "\x40", false, 1, "\x40"},
+                    {2, 8, rgb, "aaabb", false, 8, "aaabb"}};
+  for (const auto& row : rows)
+  {
+    CImage image = Make(row.m_nWidth, 1, row.m_nBits, row.m_entries, row.m_data);
+    EXPECT_EQ(image.ReduceColorComplexity(), row.m_bReduced) << row.m_entries;
+    EXPECT_EQ(GetSamples(image), row.m_samples) << row.m_entries;
+    EXPECT_EQ(image.GetBitsPerComponent(), row.m_nNewBits) << row.m_entries;
+  }
+  const std::string table = "/ColorSpace [/Indexed /DeviceRGB 1 ";
+  EXPECT_TRUE(Make(8, 1, 1, table + "<FFFFFF000000>]", "a").HasBitonalTable());
+  EXPECT_FALSE(Make(8, 1, 1, table + "<000000FFFFFE>]", "a").HasBitonalTable());
+}
+
+TEST_F(Image, MasksFollow)
+{
+  CImage mask = Make(2, 1, 8, "/ColorSpace /DeviceGray", Bytes({0, 255}));
+  EXPECT_TRUE(mask.MakeStencil());
+  EXPECT_TRUE(mask.IsImageMask());
+  EXPECT_EQ(static_cast<unsigned char>(GetSamples(mask)[0]) & 0xC0, 0x80);
+  EXPECT_TRUE(mask.GetObject()->Encode());
+  EXPECT_EQ(mask.GetCompressionType(), eCompressionFlate);
+  CImage image = Make(1, 1, 8, "/ColorSpace /DeviceRGB", "abc");
+  image.GetObject().AddEntry("SMask", Make(1, 1, 8, "/Matte [1 1 1]", "a").GetObject());
+  EXPECT_TRUE(image.ConvertMatte(DOC::eToCMYK));
+  EXPECT_EQ(image.GetObject()["SMask"]["Matte"].GetSize(), 4);
+  EXPECT_FALSE(image.ConvertMatte(DOC::eToGray));
+}
+
+TEST_F(Image, CopiesAreTriedAndTaken)
+{
+  CImage image = Make(2, 1, 8, "/ColorSpace [/Indexed /DeviceRGB 1 <010203040506>]", Bytes({1, 0}));
+  CImage copy(image.MakeCopy(), *m_pSpaces);
+  EXPECT_TRUE(copy.ConvertToBaseColorSpace());
+  EXPECT_EQ(GetSamples(image), Bytes({1, 0}));
+  EXPECT_FALSE(image.TakeCopy(copy.GetObject()));
+  copy.SetData(copy.GetStream(), "FlateDecode");
+  EXPECT_TRUE(copy.GetObject()->Encode() && image.TakeCopy(copy.GetObject()));
+  EXPECT_EQ(GetSamples(image), Bytes({4, 5, 6, 1, 2, 3}));
+  EXPECT_TRUE(image.GetObject()["ColorSpace"].IsName("DeviceRGB"));
 }
 
 TEST_F(Image, ConvertsToDeviceColors)
