@@ -168,6 +168,10 @@ protected:
   // False, reported, if content with this object is being parsed around this, or too much else is.
   bool CanEnter(const CObjectPtr& form, const char* szName);
 
+  // Parses the content of a form, or of something else that has a stream, a box, a matrix and resources like
+  // one, with a parser of its own. The matrix is the one around it. False if nothing could be read.
+  bool ParseForm(const CObjectPtr& form, const TMatrix& around);
+
   // The matrix of a page's box with its rotation.
   static TMatrix GetBoxMatrix(const TRectangle& box, int nRotation);
 
@@ -222,7 +226,6 @@ private:
   void ApplyLineEntries(const CObjectPtr& dictionary);
   void ApplyDeviceEntries(const CObjectPtr& dictionary);
   void ApplyFontEntry(const CObjectPtr& font);
-  bool ParseForm(const CObjectPtr& form);
   void MoveBy(double dX, double dY);
 
   CParserContext* m_pContext = nullptr;

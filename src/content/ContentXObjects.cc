@@ -100,11 +100,11 @@ void CContentParser::DoForm(const char* szName)
   const CObjectPtr form = FindXObject(szName);
   if (!CanEnter(form, szName))
     return;
-  if (!ParseForm(form))
+  if (!ParseForm(form, m_state.m_ctm))
     ReportDropped(g_nContentUnreadable, "name", szName);
 }
 
-bool CContentParser::ParseForm(const CObjectPtr& form)
+bool CContentParser::ParseForm(const CObjectPtr& form, const TMatrix& around)
 {
   const BSE::CObjectPtr<CContentStream> pStream(new CContentStream(form, &GetEnvironment().GetAccount()));
   CResources resources = form["Resources"];
@@ -121,8 +121,7 @@ bool CContentParser::ParseForm(const CObjectPtr& form)
   pParser->m_aVisible[0] = m_aVisible[m_nMarked];
   pParser->m_bIgnoreOptional = m_bIgnoreOptional;
   TMatrix matrix;
-  if (ReadMatrix(form["Matrix"], matrix))
-    pParser->m_state.m_ctm = matrix * m_state.m_ctm;
+  pParser->m_state.m_ctm = ReadMatrix(form["Matrix"], matrix) ? matrix * around : around;
   if (const CObjectPtr parents = form["StructParents"]; parents.IsInteger())
     pParser->SetStructParents(parents.GetIntegerValue());
   else if (const CObjectPtr parent = form["StructParent"]; parent.IsInteger())
