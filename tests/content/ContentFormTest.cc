@@ -249,7 +249,7 @@ TEST(ContentColors, SpotColorantsAreFoundOnce)
             ">>>>]>>/XObject<</F 5 0 R/I 6 0 R>>/Pattern<</T 7 0 R/H<</PatternType 2/Shading<<" +
             "/ColorSpace" + spot("Shaded") +
             ">>>>>>/Font<</F<</Subtype/Type3/CharProcs<</a 8 0 R>>/Resources<<" + colors("Glyph") +
-            ">>>>>>/ExtGState<</G<</SMask<</G 12 0 R>>>>>>>>>>"},
+            ">>>>>>/ExtGState<</G<</SMask<</G 12 0 R>>>> >> >>>>"},
        {4, stream("",
                   "/P cs /Q CS /N cs /F Do /F Do /I Do /Pattern cs /T scn /H scn BT /F 1 Tf ET /G gs "
                   "BI /W 1 /H 1 /BPC 8 /CS /Q ID a EI")},
