@@ -78,11 +78,9 @@ TEST(JBIG2Encoder, FindsWhatRepeats)
     const int x = i % 20 * 40;
     const int y = i / 20 * 40;
     for (int k = 0; k < 30; ++k)
-    {
       for (const auto& [dx, dy] : {std::pair(k, 0), std::pair(k, 29), std::pair(0, k), std::pair(29, k),
                                    std::pair(10 + k / 3, 10 + k / 4)})
         nested.Set(x + dx, y + dy);
-    }
     nested.Set(x + 30, y + 30);
     nested.Invert(x + i % 28 + 1, y + 5);
   }
