@@ -122,8 +122,8 @@ void COptContentAnalyzer::SetExtGState(const char* szName)
     KeepGlyphs(font);
   // A soft mask is drawn by the matrix of this moment (ISO 32000-1, 11.6.5.3).
   const CObjectPtr group = state["SMask"]["G"];
-  if (group.IsStream() && m_analysis.AddPlace(group, GetCTM(), m_clip) && CanEnter(group, szName))
-    ParseForm(group, GetCTM());
+  if (group.IsStream() && m_analysis.AddPlace(group, GetCTM(), m_clip))
+    ParseContent(group, GetContext()->GetResources(), GetCTM(), szName);
 }
 
 void COptContentAnalyzer::SetStrokeColor(const TColorValue& color)
@@ -143,11 +143,11 @@ void COptContentAnalyzer::SetFillColor(const TColorValue& color)
 // A cell is drawn in many places, so that any part of it may be visible somewhere.
 void COptContentAnalyzer::AnalyzePattern(const CObjectPtr& pattern)
 {
-  if (!pattern.IsStream() || !m_analysis.AddPlace(pattern, m_base, g_everywhere) || !CanEnter(pattern, ""))
+  if (!pattern.IsStream() || !m_analysis.AddPlace(pattern, m_base, g_everywhere))
     return;
   const TRectangle clip = m_clip;
   m_clip = g_everywhere;
-  ParseForm(pattern, m_base);
+  ParseContent(pattern, GetContext()->GetResources(), m_base, "");
   m_clip = clip;
 }
 
