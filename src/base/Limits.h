@@ -179,6 +179,10 @@ inline constexpr std::int64_t g_nRecoveredGlyphsRatio = 4;
 inline constexpr std::int64_t g_nFreeOutlineWork = std::int64_t{1} << 22;
 inline constexpr std::int64_t g_nOutlineWorkRatio = 64;
 
+// Operators and numbers that one glyph of CFF or Type 1 runs through, with those of its subroutines: the
+// largest glyphs of real fonts have some ten thousand.
+inline constexpr std::int64_t g_nMaxGlyphSteps = std::int64_t{1} << 20;
+
 inline constexpr int g_nMaxFormNesting = 64;
 
 // Bytes of content that are parsed for one document, so many for each byte of the file beyond a free amount:

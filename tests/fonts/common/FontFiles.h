@@ -1,0 +1,22 @@
+#pragma once
+
+#include "base/MemoryStream.h"
+#include "tests/fonts/common/FontFace.h"
+
+#include <filesystem>
+
+namespace Fonts
+{
+
+// Some of the font files with that ending in the folders of installed fonts; all of those in the folders that
+// the variable BREVEX_FONTS names, separated by colons.
+std::vector<std::filesystem::path> ListFonts(const char* szEnding);
+
+CBytes ReadBytes(const std::filesystem::path& path);
+
+BSE::CBasicArray<unsigned char> ToArray(const CBytes& data);
+
+// All that is in the stream.
+CBytes TakeBytes(BSE::CMemoryStream& stream);
+
+}  // namespace Fonts
