@@ -179,6 +179,11 @@ inline constexpr std::int64_t g_nRecoveredGlyphsRatio = 4;
 inline constexpr std::int64_t g_nFreeOutlineWork = std::int64_t{1} << 22;
 inline constexpr std::int64_t g_nOutlineWorkRatio = 64;
 
+// Steps and values of the program of one Type 1 font, so many for each byte beyond a free number. Fonts run
+// through their text once, and fill their encoding in a loop.
+inline constexpr std::int64_t g_nFreePostScript = 100000;
+inline constexpr std::int64_t g_nPostScriptRatio = 4;
+
 // Operators and numbers that one glyph of CFF or Type 1 runs through, with those of its subroutines: the
 // largest glyphs of real fonts have some ten thousand.
 inline constexpr std::int64_t g_nMaxGlyphSteps = std::int64_t{1} << 20;

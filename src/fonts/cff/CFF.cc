@@ -128,14 +128,22 @@ int CCFF::GetComponentGlyph(int nCode) const
   return nCode < 0 || nCode > 255 ? -1 : FindGlyph(FONT::GetStandardString(FONT::GetStandardEncoding(nCode)));
 }
 
+bool CCFF::Run(int nGlyph, CType2Parser& parser)
+{
+  if (nGlyph < 0 || nGlyph >= GetGlyphCount() || !HasWorkLeft())
+    return false;
+  const bool bRun = parser.Parse(GetCharString(nGlyph));
+  m_nWork += parser.GetWork();
+  return bRun;
+}
+
 bool CCFF::RunGlyph(int nGlyph, FONT::CGlyph& glyph, bool bComponent)
 {
   glyph.Clear();
-  if (nGlyph < 0 || nGlyph >= GetGlyphCount() || !HasWorkLeft())
+  if (nGlyph < 0 || nGlyph >= GetGlyphCount())
     return false;
   CType2Recorder recorder(GetContext(nGlyph), glyph);
-  const bool bRun = recorder.Parse(GetCharString(nGlyph));
-  m_nWork += recorder.GetWork();
+  const bool bRun = Run(nGlyph, recorder);
   if (!bRun || bComponent || !recorder.HasAccent())
     return bRun;
   FONT::CGlyph part;
@@ -163,7 +171,7 @@ bool CCFF::GetWidth(int nGlyph, double& dWidth)
   if (nGlyph < 0 || nGlyph >= GetGlyphCount())
     return false;
   CType2WidthParser parser(GetContext(nGlyph));
-  return parser.Parse(GetCharString(nGlyph)) && parser.GetWidth(dWidth);
+  return Run(nGlyph, parser) && parser.GetWidth(dWidth);
 }
 
 bool CCFF::CloseGlyphs(BSE::CBasicArray<unsigned char>& used)
@@ -176,12 +184,10 @@ bool CCFF::CloseGlyphs(BSE::CBasicArray<unsigned char>& used)
   {
     if (used[i] == 0)
       continue;
-    if (!HasWorkLeft())
-      return false;
     CType2SeacChecker parser(GetContext(i));
     // What cannot be run draws nothing beyond that either.
-    parser.Parse(GetCharString(i));
-    m_nWork += parser.GetWork();
+    if (!Run(i, parser) && !HasWorkLeft())
+      return false;
     for (const int nCode : {parser.GetBase(), parser.GetAccent()})
       if (const int nPart = parser.HasAccent() ? GetComponentGlyph(nCode) : -1; nPart >= 0)
         used[nPart] = 1;
@@ -239,11 +245,9 @@ bool CCFF::ReplaceAccents(const BSE::CBasicArray<unsigned char>& used, CIndex& c
   {
     if (!used.IsEmpty() && used[i] == 0)
       continue;
-    if (!HasWorkLeft())
-      return false;
     CType2SeacChecker parser(GetContext(i));
-    parser.Parse(GetCharString(i));
-    m_nWork += parser.GetWork();
+    if (!Run(i, parser) && !HasWorkLeft())
+      return false;
     if (!parser.HasAccent())
       continue;
     FONT::CGlyph glyph;

@@ -78,6 +78,10 @@ public:
   // What the charstring of a glyph runs with.
   TType2Context GetContext(int nGlyph) const;
 
+  // Runs the charstring of a glyph at the cost of the font. False if that fails, or if this font asks for far
+  // more than its size can honestly hold.
+  bool Run(int nGlyph, CType2Parser& parser);
+
   // The glyph as it is drawn, accents put in their places. False, which is reported, if it cannot be drawn,
   // or if this font asks for far more than its size can honestly hold.
   bool GetGlyph(int nGlyph, FONT::CGlyph& glyph);

@@ -64,9 +64,7 @@ bool CSubrPruner::Prune()
   for (int i = 0; i < m_font.GetGlyphCount(); ++i)
   {
     CCallCollector collector(*this, m_font.GetContext(i), m_font.GetFontDictOf(i) + 1);
-    const bool bRun = m_font.HasWorkLeft() && collector.Parse(m_font.GetCharString(i));
-    m_font.m_nWork += collector.GetWork();
-    if (!bRun)
+    if (!m_font.Run(i, collector))
       return false;
   }
   if (!m_bFixed)

@@ -6,7 +6,7 @@ namespace FONT
 void CGlyph::Clear()
 {
   m_dX = m_dY = m_dWidth = 0;
-  m_bOpen = false;
+  m_bOpen = m_bMoved = false;
   m_segments.Truncate(0);
   m_stems.Truncate(0);
   m_masks.Truncate(0);
@@ -18,6 +18,7 @@ void CGlyph::MoveBy(double dX, double dY)
   m_dX += dX;
   m_dY += dY;
   m_bOpen = false;
+  m_bMoved = true;
 }
 
 void CGlyph::SetPoint(double dX, double dY)
@@ -32,6 +33,7 @@ void CGlyph::Open()
   if (!m_bOpen)
     m_segments.Add({TSegment::eMove, 0, {0, 0, 0, 0, m_dX, m_dY}});
   m_bOpen = true;
+  m_bMoved = false;
 }
 
 void CGlyph::LineBy(double dX, double dY)
@@ -64,6 +66,9 @@ int CGlyph::AddStem(bool bVertical, double dEdge, double dWidth)
 
 void CGlyph::AddMask(const TStemMask& mask)
 {
+  // The contour begins with the stems that were in force before.
+  if (m_bMoved)
+    Open();
   // Of masks with nothing between them only the last one matters.
   const int nLast = m_segments.GetSize() - 1;
   if (nLast >= 0 && m_segments[nLast].m_nKind == TSegment::eHints)

@@ -90,6 +90,7 @@ private:
   void Open();
 
   bool m_bOpen = false;
+  bool m_bMoved = false;  // since the last step
 };
 
 }  // namespace FONT

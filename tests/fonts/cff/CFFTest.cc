@@ -16,8 +16,6 @@ namespace
 {
 
 using CFF::CTypes;
-using CUsed = BSE::CBasicArray<unsigned char>;
-
 CBytes Write(const CFF::CCFF& font)
 {
   const BSE::CObjectPtr<BSE::CMemoryStream> pStream(new BSE::CMemoryStream);

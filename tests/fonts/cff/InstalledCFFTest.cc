@@ -1,6 +1,5 @@
 #include "fonts/cff/CFF.h"
-#include "fonts/ttf/OTF.h"
-#include "tests/fonts/common/FontFiles.h"
+#include "tests/fonts/cff/BareFont.h"
 
 #include <gtest/gtest.h>
 
@@ -16,23 +15,10 @@ namespace
 
 constexpr int g_nSubsets = 3;
 
-using CUsed = BSE::CBasicArray<unsigned char>;
-
 CBytes Write(const CFF::CCFF& font)
 {
   const BSE::CObjectPtr<BSE::CMemoryStream> pStream(new BSE::CMemoryStream);
   return font.Write(*pStream) ? TakeBytes(*pStream) : CBytes();
-}
-
-// The bare font of a file.
-CBytes ReadCFF(const std::filesystem::path& path)
-{
-  const CBytes data = ReadBytes(path);
-  if (path.extension() == ".cff")
-    return data;
-  OTF::COTF font;
-  const BSE::CObjectPtr<BSE::CMemoryStream> pStream(new BSE::CMemoryStream);
-  return font.Read(ToArray(data), "", true) && font.ToBareCFF(*pStream) ? TakeBytes(*pStream) : CBytes();
 }
 
 // FreeType finds the glyphs of bare fonts by their CIDs, if they have some.
@@ -49,15 +35,6 @@ void ExpectSameGlyph(const CFF::CCFF& font, const CFontFace& before, int nGlyph,
   ASSERT_EQ(before.GetGlyph(GetFaceGlyph(font, nGlyph), bRender, expected),
             after.GetGlyph(GetFaceGlyph(result, nNew), bRender, found));
   ASSERT_TRUE(expected == found) << "glyph " << nGlyph;
-}
-
-CUsed MarkSome(std::minstd_rand& random, int nGlyphs, int nMarks)
-{
-  CUsed used;
-  used.SetSize(nGlyphs);
-  for (int i = 0; i < nMarks; ++i)
-    used[static_cast<int>(random() % static_cast<unsigned>(nGlyphs))] = 1;
-  return used;
 }
 
 // Calls the test with each font, as it is read and as FreeType sees it.
@@ -92,40 +69,9 @@ void ExpectOutlines(CFF::CCFF& font, const CFontFace& face, int nGlyph)
   ASSERT_TRUE(font.GetGlyph(nGlyph, glyph)) << "glyph " << nGlyph;
   double dWidth = 0;
   ASSERT_TRUE(font.GetWidth(nGlyph, dWidth) && dWidth == glyph.m_dWidth);
-  std::vector<std::pair<double, double>> points;
-  std::size_t nStart = 0;
-  const auto Close = [&]
-  {
-    // To FreeType a last point that is the first one again is none, and neither is a line of no length.
-    if (points.size() > nStart + 1 && points.back() == points[nStart])
-      points.pop_back();
-    nStart = points.size();
-  };
-  for (const FONT::TSegment& segment : glyph.m_segments.GetSpan())
-  {
-    if (segment.m_nKind == FONT::TSegment::eHints)
-      continue;
-    if (segment.m_nKind == FONT::TSegment::eMove)
-      Close();
-    if (segment.m_nKind == FONT::TSegment::eLine &&
-        points.back() == std::make_pair(segment.GetX(), segment.GetY()))
-      continue;
-    for (int i = segment.m_nKind == FONT::TSegment::eCurve ? 0 : 4; i < 6; i += 2)
-      points.emplace_back(segment.m_d[i], segment.m_d[i + 1]);
-  }
-  Close();
-  // FreeType counts fractions of a unit in its own way, and slants the outlines where the matrix does.
-  if (font.GetTop().Has(CFF::CTypes::eFontMatrix) ||
-      std::any_of(points.begin(), points.end(),
-                  [](const auto& p)
-                  { return p.first != std::floor(p.first) || p.second != std::floor(p.second); }))
-    return;
-  ASSERT_EQ(points.size(), expected.m_points.size()) << "glyph " << nGlyph;
-  for (std::size_t i = 0; i < points.size(); ++i)
-  {
-    ASSERT_LE(std::abs(points[i].first - static_cast<double>(expected.m_points[i].first)), 1);
-    ASSERT_LE(std::abs(points[i].second - static_cast<double>(expected.m_points[i].second)), 1);
-  }
+  // FreeType slants the outlines where the matrix does.
+  if (!font.GetTop().Has(CFF::CTypes::eFontMatrix))
+    ExpectSamePath(glyph, expected);
 }
 
 }  // namespace

@@ -1,6 +1,9 @@
 #include "tests/fonts/common/FontFiles.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -58,6 +61,51 @@ CBytes TakeBytes(BSE::CMemoryStream& stream)
   stream.Rewind();
   stream.ReadFully(data.data(), stream.GetLength());
   return data;
+}
+
+CUsed MarkSome(std::minstd_rand& random, int nGlyphs, int nMarks)
+{
+  CUsed used;
+  used.SetSize(nGlyphs);
+  for (int i = 0; i < nMarks; ++i)
+    used[static_cast<int>(random() % static_cast<unsigned>(nGlyphs))] = 1;
+  return used;
+}
+
+void ExpectSamePath(const FONT::CGlyph& glyph, const TGlyph& expected)
+{
+  std::vector<std::pair<double, double>> points;
+  std::size_t nStart = 0;
+  const auto Close = [&]
+  {
+    // To FreeType a last point that is the first one again is none, and neither is a line of no length.
+    if (points.size() > nStart + 1 && points.back() == points[nStart])
+      points.pop_back();
+    nStart = points.size();
+  };
+  for (const FONT::TSegment& segment : glyph.m_segments.GetSpan())
+  {
+    if (segment.m_nKind == FONT::TSegment::eHints)
+      continue;
+    if (segment.m_nKind == FONT::TSegment::eMove)
+      Close();
+    if (segment.m_nKind == FONT::TSegment::eLine &&
+        points.back() == std::make_pair(segment.GetX(), segment.GetY()))
+      continue;
+    for (int i = segment.m_nKind == FONT::TSegment::eCurve ? 0 : 4; i < 6; i += 2)
+      points.emplace_back(segment.m_d[i], segment.m_d[i + 1]);
+  }
+  Close();
+  // FreeType counts fractions of a unit in its own way.
+  for (const auto& [dX, dY] : points)
+    if (dX != std::floor(dX) || dY != std::floor(dY))
+      return;
+  ASSERT_EQ(points.size(), expected.m_points.size());
+  for (std::size_t i = 0; i < points.size(); ++i)
+  {
+    ASSERT_LE(std::abs(points[i].first - static_cast<double>(expected.m_points[i].first)), 1);
+    ASSERT_LE(std::abs(points[i].second - static_cast<double>(expected.m_points[i].second)), 1);
+  }
 }
 
 }  // namespace Fonts

@@ -1,9 +1,11 @@
 #pragma once
 
 #include "base/MemoryStream.h"
+#include "fonts/common/Glyph.h"
 #include "tests/fonts/common/FontFace.h"
 
 #include <filesystem>
+#include <random>
 
 namespace Fonts
 {
@@ -18,5 +20,12 @@ BSE::CBasicArray<unsigned char> ToArray(const CBytes& data);
 
 // All that is in the stream.
 CBytes TakeBytes(BSE::CMemoryStream& stream);
+
+using CUsed = BSE::CBasicArray<unsigned char>;
+
+CUsed MarkSome(std::minstd_rand& random, int nGlyphs, int nMarks);
+
+// Within a unit; glyphs with fractions of units are not compared.
+void ExpectSamePath(const FONT::CGlyph& glyph, const TGlyph& expected);
 
 }  // namespace Fonts
