@@ -107,7 +107,7 @@ CIntrinsicEncoding::CIntrinsicEncoding(CFontProgram& program) : CSimpleEncoding(
 
 CDifferenceEncoding::CDifferenceEncoding(const BSE::CObjectPtr<CSimpleEncoding>& pBase,
                                          const CObjectPtr& differences)
-    : CSimpleEncoding(""), m_pBase(pBase)
+    : CSimpleEncoding("Custom"), m_pBase(pBase)
 {
   for (unsigned i = 0; i < 256; ++i)
     m_names[i] = pBase ? pBase->GetGlyphName(i) : nullptr;
