@@ -187,9 +187,9 @@ inline constexpr std::int64_t g_nPostScriptRatio = 4;
 // Operators and numbers that one glyph of CFF or Type 1 runs through, with those of its subroutines: the
 // largest glyphs of real fonts have some ten thousand.
 inline constexpr std::int64_t g_nMaxGlyphSteps = std::int64_t{1} << 20;
-// Bytes of programs and CMaps and elements of arrays that are read for the fonts of one document, so many times
-// the file beyond a free amount: what fonts share is read once, and a sound file decodes to some ten times its
-// length.
+// Bytes of programs and CMaps and elements of arrays that are read for the fonts of one document, so many
+// times the file beyond a free amount: what fonts share is read once, and a sound file decodes to some ten
+// times its length.
 #ifdef BREVEX_SMALL_LIMITS
 inline constexpr std::int64_t g_nFreeFontWork = std::int64_t{1} << 22;
 #else
