@@ -2,6 +2,7 @@
 
 #include "base/Tracer.h"
 #include "base/Unicode.h"
+#include "fonts/pdf/FontProgramOpenType.h"
 #include "fonts/pdf/FontProgramTrueType.h"
 
 #include <cstdio>
@@ -57,6 +58,12 @@ BSE::CScopedPtr<CFontProgram> CFontProgram::Create(BSE::CBasicArray<unsigned cha
   {
   case eFormatTrueType:
     pProgram.Reset(new CFontProgramTrueType(pErrorContext));
+    break;
+  case eFormatOpenType:
+    pProgram.Reset(new CFontProgramOpenType(pErrorContext));
+    break;
+  case eFormatCFF:
+    pProgram.Reset(new CFontProgramType1C(pErrorContext));
     break;
   default:
     Trace("Font program is of unknown type.");

@@ -4,6 +4,7 @@
 #include "base/ErrorContext.h"
 #include "base/Hash.h"
 #include "base/Stream.h"
+#include "fonts/common/Glyph.h"
 #include "fonts/pdf/GlyphNames.h"
 
 #include <span>
@@ -53,22 +54,6 @@ struct TFontBox
   double m_dRight = 0;
   double m_dTop = 0;
 };
-
-// A step of an outline in thousandths of the em: a move or line has one point, a curve three.
-struct TPathStep
-{
-  enum TKind : int
-  {
-    eMove,
-    eLine,
-    eCurve
-  };
-  TKind m_nKind;
-  double m_aX[3];
-  double m_aY[3];
-};
-
-using CGlyphPath = BSE::CBasicArray<TPathStep>;
 
 // A font program (ISO 32000-1, 9.9), embedded or installed: glyphs by their number, with metrics and names,
 // which of them are used, and what can be done to it. One class for each format. All metrics are in
@@ -164,8 +149,11 @@ public:
 
   virtual double GetWidth(int nGlyph) = 0;
 
-  // False if the glyph cannot be drawn.
-  virtual bool GetOutline(int nGlyph, CGlyphPath& path) = 0;
+  // Units of the font, in which outlines are, to the em.
+  virtual double GetUnitsPerEm() = 0;
+
+  // The outline as it is drawn. False if the glyph cannot be drawn.
+  virtual bool GetOutline(int nGlyph, FONT::CGlyph& outline) = 0;
 
   // A byte for each glyph, all 0 at the first call. Empty for a program without glyphs.
   std::span<unsigned char> GetUsedGlyphs();

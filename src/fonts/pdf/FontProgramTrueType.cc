@@ -176,19 +176,20 @@ double CFontProgramTrueType::GetWidth(int nGlyph)
   return Scale(m_pFont->GetHmtx().GetAdvance(nGlyph));
 }
 
-bool CFontProgramTrueType::GetOutline(int nGlyph, CGlyphPath& path)
+bool CFontProgramTrueType::GetOutline(int nGlyph, FONT::CGlyph& outline)
 {
-  path.RemoveAll();
-  TTF::COutline outline;
-  if (!m_pFont->GetOutline(nGlyph, outline))
+  outline.Clear();
+  TTF::COutline points;
+  if (!m_pFont->GetOutline(nGlyph, points))
     return false;
-  for (TTF::TPoint& point : outline.GetSpan())
-  {
-    point.m_dX = Scale(point.m_dX);
-    point.m_dY = Scale(point.m_dY);
-  }
-  AddQuadratics(outline.GetSpan(), path);
+  outline.m_dWidth = m_pFont->GetHmtx().GetAdvance(nGlyph);
+  AddQuadratics(points.GetSpan(), outline);
   return true;
+}
+
+double CFontProgramTrueType::GetUnitsPerEm()
+{
+  return m_pFont->GetHead().m_nUnitsPerEm;
 }
 
 bool CFontProgramTrueType::CanSubset()

@@ -37,7 +37,8 @@ public:
   double GetXHeight() override;
   double GetStemV() override;
   double GetWidth(int nGlyph) override;
-  bool GetOutline(int nGlyph, CGlyphPath& path) override;
+  double GetUnitsPerEm() override;
+  bool GetOutline(int nGlyph, FONT::CGlyph& outline) override;
   bool CanSubset() override;
   bool Subset(unsigned nUsage) override;
   void HashMergeKey(BSE::CHashFunction& hash) override;

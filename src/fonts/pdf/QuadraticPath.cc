@@ -26,37 +26,29 @@ TPlace GetMiddle(TPlace a, TPlace b)
 class CContour
 {
 public:
-  CContour(TPlace start, CGlyphPath& path) : m_pen(start), m_path(path)
+  CContour(TPlace start, FONT::CGlyph& outline) : m_outline(outline)
   {
-    Add(TPathStep::eMove, start, {}, {});
+    outline.MoveBy(start.m_dX - outline.m_dX, start.m_dY - outline.m_dY);
   }
-  void LineTo(TPlace end)
-  {
-    Add(TPathStep::eLine, end, {}, {});
-    m_pen = end;
-  }
+  void LineTo(TPlace end) { m_outline.LineBy(end.m_dX - m_outline.m_dX, end.m_dY - m_outline.m_dY); }
+
+  // The control points of the cubic curve are two thirds of the way to the one of the quadratic.
   void CurveTo(TPlace control, TPlace end)
   {
-    const auto Raise = [&](TPlace from)
-    {
-      return TPlace{from.m_dX + (control.m_dX - from.m_dX) * 2 / 3,
-                    from.m_dY + (control.m_dY - from.m_dY) * 2 / 3};
-    };
-    Add(TPathStep::eCurve, Raise(m_pen), Raise(end), end);
-    m_pen = end;
+    const double dX1 = (control.m_dX - m_outline.m_dX) * 2 / 3;
+    const double dY1 = (control.m_dY - m_outline.m_dY) * 2 / 3;
+    const double dX3 = (end.m_dX - control.m_dX) * 2 / 3;
+    const double dY3 = (end.m_dY - control.m_dY) * 2 / 3;
+    const double dX2 = end.m_dX - dX3 - (m_outline.m_dX + dX1);
+    const double dY2 = end.m_dY - dY3 - (m_outline.m_dY + dY1);
+    m_outline.CurveBy(dX1, dY1, dX2, dY2, dX3, dY3);
   }
 
 private:
-  void Add(TPathStep::TKind nKind, TPlace a, TPlace b, TPlace c)
-  {
-    m_path.Add({nKind, {a.m_dX, b.m_dX, c.m_dX}, {a.m_dY, b.m_dY, c.m_dY}});
-  }
-
-  TPlace m_pen;
-  CGlyphPath& m_path;
+  FONT::CGlyph& m_outline;
 };
 
-void AddContour(std::span<const TTF::TPoint> points, CGlyphPath& path)
+void AddContour(std::span<const TTF::TPoint> points, FONT::CGlyph& outline)
 {
   const std::size_t nCount = points.size();
   std::size_t nFirst = 0;
@@ -68,7 +60,7 @@ void AddContour(std::span<const TTF::TPoint> points, CGlyphPath& path)
       bNone ? GetMiddle(GetPlace(points[nCount - 1]), GetPlace(points[0])) : GetPlace(points[nFirst]);
   if (bNone)
     nFirst = nCount - 1;
-  CContour contour(start, path);
+  CContour contour(start, outline);
   TPlace control{};
   bool bControl = false;
   for (std::size_t i = 1; i <= nCount; ++i)
@@ -88,13 +80,13 @@ void AddContour(std::span<const TTF::TPoint> points, CGlyphPath& path)
 
 }  // namespace
 
-void AddQuadratics(std::span<const TTF::TPoint> points, CGlyphPath& path)
+void AddQuadratics(std::span<const TTF::TPoint> points, FONT::CGlyph& outline)
 {
   std::size_t nStart = 0;
   for (std::size_t i = 0; i < points.size(); ++i)
     if (points[i].m_bEnd)
     {
-      AddContour(points.subspan(nStart, i + 1 - nStart), path);
+      AddContour(points.subspan(nStart, i + 1 - nStart), outline);
       nStart = i + 1;
     }
 }
