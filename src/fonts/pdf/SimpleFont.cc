@@ -118,16 +118,18 @@ BSE::CObjectPtr<CSimpleEncoding> CSimpleFont::CreateDefaultEncoding() const
 
 void CSimpleFont::FindGlyphs(CFontProgram& program, unsigned nCode, TGlyphs& glyphs) const
 {
-  if (const char* szName = GetSimpleEncoding().GetGlyphName(nCode))
+  const char* szName = GetSimpleEncoding().GetGlyphName(nCode);
+  if (!szName)
   {
-    glyphs.Add(program.GetGlyphIndexByName(szName));
-    // Other names for the same.
-    char16_t unit = 0;
-    if (glyphs.m_nCount == 0 && GetGlyphText(szName, &unit, 1) == 1)
-      if (const char* szOther = FindCharacterName(unit == 0xA0 ? u' ' : unit == 0xAD ? u'-' : unit))
-        glyphs.Add(program.GetGlyphIndexByName(szOther));
+    glyphs.Add(program.GetGlyphIndexByCode(nCode));
+    return;
   }
-  glyphs.Add(program.GetGlyphIndexByCode(nCode));
+  glyphs.Add(program.GetGlyphIndexByName(szName));
+  // Other names for the same.
+  char16_t unit = 0;
+  if (glyphs.m_nCount == 0 && GetGlyphText(szName, &unit, 1) == 1)
+    if (const char* szOther = FindCharacterName(unit == 0xA0 ? u' ' : unit == 0xAD ? u'-' : unit))
+      glyphs.Add(program.GetGlyphIndexByName(szOther));
 }
 
 void CSimpleFont::GetCodeToGlyphMap(BSE::CBasicArray<std::uint16_t>& map) const
@@ -150,6 +152,9 @@ void CSimpleFont::MarkUsedGlyphs(CFontProgram& program) const
   const std::span<unsigned char> used = program.GetUsedGlyphs();
   if (!used.empty())
     used[0] = 1;
+  // Nobody knows what codes mean to a program that has no names.
+  if (AreAllGlyphsUsed() || program.IsCIDKeyed())
+    std::fill(used.begin(), used.end(), static_cast<unsigned char>(1));
   ForEachUsed(
       [&](unsigned nCode)
       {
