@@ -2,6 +2,7 @@
 
 #include "fonts/pdf/FontRegistry.h"
 #include "fonts/pdf/StandardFonts.h"
+#include "pdf/SimpleObjects.h"
 
 #include <cstring>
 
@@ -15,6 +16,38 @@ constexpr int g_nMaxCharacters = 65536;
 
 // Flags of a descriptor.
 constexpr int g_nSymbolicFlag = 4;
+
+constexpr int g_nPrefixLetters = 6;
+
+// Letters that are the same for the same glyphs.
+void MakePrefix(std::span<const unsigned char> used, char (&szPrefix)[g_nPrefixLetters + 2])
+{
+  constexpr std::size_t nGroup = 24;
+  unsigned nSum = 0;
+  unsigned nValue = 0;
+  for (std::size_t i = 0; i < used.size(); ++i)
+  {
+    nValue = (used[i] != 0 ? 1U : 0U) | nValue * 2;
+    if ((i + 1) % nGroup == 0)
+      nSum ^= std::exchange(nValue, 0U);
+  }
+  nSum ^= nValue;
+  for (int i = g_nPrefixLetters - 1; i >= 0; --i, nSum /= 26)
+    szPrefix[i] = static_cast<char>('A' + nSum % 26);
+  szPrefix[g_nPrefixLetters] = '+';
+  szPrefix[g_nPrefixLetters + 1] = 0;
+}
+
+void SetPrefix(const CObjectPtr& dictionary, const char* szKey, const char* szPrefix)
+{
+  const CObjectPtr old = dictionary[szKey];
+  const char* szName = old.IsName() ? old.GetNameValue() : nullptr;
+  if (!szName)
+    return;
+  BSE::CStr8 name(szPrefix);
+  name.Append(szName + GetSubsetPrefixLength(szName));
+  dictionary.AddEntry(szKey, new CNameObject(name.GetText()));
+}
 
 }  // namespace
 
@@ -94,6 +127,18 @@ BSE::CStr16 CFont::GetName() const
     name.Append(static_cast<char16_t>(nCharacter != 0 && nByte >= 128 ? nCharacter : nByte));
   }
   return name;
+}
+
+void CFont::UpdateName()
+{
+  CFontProgram* pProgram = GetProgram();
+  if (!pProgram || !pProgram->HasUsedGlyphs())
+    return;
+  char szPrefix[g_nPrefixLetters + 2];
+  MakePrefix(pProgram->GetUsedGlyphs(), szPrefix);
+  SetPrefix(m_object, "BaseFont", szPrefix);
+  SetPrefix(GetDescendantObject(), "BaseFont", szPrefix);
+  SetPrefix(GetDescriptorObject(), "FontName", szPrefix);
 }
 
 CToUnicode* CFont::FindToUnicode() const

@@ -73,6 +73,10 @@ public:
   BSE::CStr16 GetName() const;
   const char* GetBaseName() const;
 
+  // After the program has changed: puts a prefix in front of the names in the dictionaries that tells which
+  // of its glyphs are used, in place of one that is there.
+  void UpdateName();
+
   // Never null.
   virtual BSE::CObjectPtr<CEncoding> GetEncoding() const = 0;
   bool HasToUnicode() const { return static_cast<bool>(m_object["ToUnicode"]); }
@@ -114,7 +118,10 @@ protected:
   // The text of the descriptor's flags and what else tells it.
   virtual bool FindSymbolic() const;
 
-  // The entries of a font, in a composite one those of its descendant.
+  // Null but for a composite font.
+  virtual CObjectPtr GetDescendantObject() const { return {}; }
+
+  // The entry of the font, in a composite one that of its descendant.
   virtual CObjectPtr GetDescriptorObject() const { return m_object["FontDescriptor"]; }
 
   // ToUnicode, null without one.

@@ -1,6 +1,7 @@
 #include "fonts/pdf/FontProgramTrueType.h"
 
 #include "fonts/pdf/QuadraticPath.h"
+#include "fonts/ttf/TTFMerger.h"
 
 #include <cstring>
 
@@ -101,7 +102,7 @@ std::span<const char> CFontProgramTrueType::FindGlyphName(int nGlyph)
 
 char32_t CFontProgramTrueType::FindCharacter(int nGlyph)
 {
-  if (m_characters.IsEmpty())
+  if (m_characters.GetSize() != GetGlyphCount())
   {
     m_characters.SetSize(GetGlyphCount());
     const TTF::CCMap& cmap = m_pFont->GetCMap();
@@ -200,6 +201,30 @@ bool CFontProgramTrueType::CanSubset()
 bool CFontProgramTrueType::Subset(unsigned)
 {
   return HasUsedGlyphs() && m_pFont->Subset(m_used);
+}
+
+TMergeResult CFontProgramTrueType::DoMerge(CFontProgram& other, unsigned nUsage)
+{
+  auto* pOther = dynamic_cast<CFontProgramTrueType*>(&other);
+  const bool bByNumber = (nUsage & g_nUsedByCID) != 0;
+  // Where glyphs are asked for by numbers and by codes, neither can change.
+  if (!pOther || (bByNumber && nUsage != g_nUsedByCID))
+    return eNotMerged;
+  for (CFontProgramTrueType* pProgram : {this, pOther})
+    if (pProgram->HasUsedGlyphs())
+      pProgram->m_pFont->CloseGlyphs(pProgram->m_used);
+  TTF::CTTFMerger merger(*m_pFont, *pOther->m_pFont, m_used.GetSpan(), pOther->m_used.GetSpan());
+  const auto nResult = static_cast<TMergeResult>(merger.Merge(bByNumber));
+  if (nResult == eNotMerged || !HasUsedGlyphs())
+    return nResult;
+  // What the other one used, this one uses now.
+  m_used.SetSize(GetGlyphCount());
+  for (int i = 0; i < pOther->m_used.GetSize(); ++i)
+    if (const int nGlyph = merger.FindGlyph(i); pOther->m_used[i] != 0 && nGlyph >= 0)
+      m_used.SetAt(nGlyph, 1);
+  if (!pOther->HasUsedGlyphs())
+    m_used.RemoveAll();
+  return nResult;
 }
 
 void CFontProgramTrueType::HashMergeKey(BSE::CHashFunction& hash)

@@ -58,6 +58,7 @@ protected:
   // Takes the font over.
   explicit CFontProgramTrueType(TTF::CTTF* pFont) : m_pFont(pFont) {}
 
+  TMergeResult DoMerge(CFontProgram& other, unsigned nUsage) override;
   std::span<const char> FindGlyphName(int nGlyph) override;
   char32_t FindCharacter(int nGlyph) override;
 

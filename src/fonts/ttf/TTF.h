@@ -95,6 +95,8 @@ protected:
   CFontLog& GetLog() { return m_log; }
 
 private:
+  friend class CTTFMerger;
+
   struct TEntry
   {
     std::uint32_t m_nTag;

@@ -121,7 +121,7 @@ TEST(EmbeddedFonts, LeadToGlyphs)
   Support::CPdfBuilder builder;
   const int nFile = builder.AddFlateStream(Support::ReadFile(path));
   const int nDescriptor =
-      builder.AddObject("<</Type/FontDescriptor/Flags 32/FontFile " + Number(nFile) + ">>");
+      builder.AddObject("<</Type/FontDescriptor/FontName/ABCDEF+D/Flags 32/FontFile " + Number(nFile) + ">>");
   const std::string sSimple = "<</Type/Font/Subtype/Type1/BaseFont/D/FontDescriptor " + Number(nDescriptor);
   const int nSimple =
       builder.AddObject(sSimple + "/Encoding<</BaseEncoding/WinAnsiEncoding/Differences[1/Omega/f_f]>>>>");
@@ -149,6 +149,11 @@ TEST(EmbeddedFonts, LeadToGlyphs)
   PDF::CFontFile* pFile = pSimple->GetFontFile();
   ASSERT_TRUE(pFile->WriteProgram(*pProgram, false, PDF::g_nUsedNonSymbolic, "FlateDecode"));
   EXPECT_GT(document.GetObject(nFile)["Length1"].GetIntegerValue(), 1000);
+  pSimple->UpdateName();
+  const std::string sName = pSimple->GetBaseName();
+  EXPECT_EQ(sName.substr(6), "+D");
+  EXPECT_NE(sName, "ABCDEF+D");
+  EXPECT_TRUE(document.GetObject(nDescriptor)["FontName"].IsName(sName.c_str()));
   const auto pComposite = document.GetFont(nComposite);
   ASSERT_EQ(pComposite->GetKind(), PDF::eFontTrueType);
   pComposite->GrowUsedChars(4);
