@@ -4,6 +4,7 @@
 #include "base/Unicode.h"
 #include "fonts/pdf/FontProgramOpenType.h"
 #include "fonts/pdf/FontProgramTrueType.h"
+#include "fonts/pdf/FontProgramType1.h"
 
 #include <cstdio>
 #include <cstring>
@@ -58,6 +59,9 @@ BSE::CScopedPtr<CFontProgram> CFontProgram::Create(BSE::CBasicArray<unsigned cha
   {
   case eFormatTrueType:
     pProgram.Reset(new CFontProgramTrueType(pErrorContext));
+    break;
+  case eFormatType1:
+    pProgram.Reset(new CFontProgramType1(pErrorContext));
     break;
   case eFormatOpenType:
     pProgram.Reset(new CFontProgramOpenType(pErrorContext));

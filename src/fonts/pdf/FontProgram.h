@@ -176,7 +176,8 @@ public:
   // number, 0 on failure.
   virtual int DuplicateGlyph(int, int, const char*) { return 0; }
 
-  // The other formats that it can be had in; null where that is not possible.
+  // The other formats that it can be had in, with the glyphs that are used marked; null where that is not
+  // possible. What names codes have is told to a font that does not know it itself.
   virtual BSE::CScopedPtr<CFontProgram> ToCFF() { return nullptr; }
   virtual BSE::CScopedPtr<CFontProgram> ToType1(std::span<const char* const>) { return nullptr; }
 

@@ -1,5 +1,8 @@
 #include "fonts/pdf/FontProgramType1C.h"
 
+#include "fonts/cff/Type1Conversion.h"
+#include "fonts/pdf/FontProgramType1.h"
+
 #include <cmath>
 #include <cstring>
 
@@ -146,6 +149,18 @@ bool CFontProgramType1C::MakeCIDKeyed()
   const bool bMade = m_font.MakeCIDKeyed(m_used);
   NotifyChanged();
   return bMade;
+}
+
+BSE::CScopedPtr<CFontProgram> CFontProgramType1C::ToType1(std::span<const char* const>)
+{
+  if (IsCIDKeyed())
+    return nullptr;
+  BSE::CScopedPtr<CFontProgramType1> pProgram(new CFontProgramType1(m_pErrorContext));
+  CFF::CType2ToType1Converter converter(pProgram->GetFont(), m_font);
+  if (!converter.Convert())
+    return nullptr;
+  pProgram->SetValid();
+  return pProgram;
 }
 
 }  // namespace PDF

@@ -10,7 +10,10 @@ namespace PDF
 class CFontProgramType1C : public CFontProgram
 {
 public:
-  explicit CFontProgramType1C(BSE::IErrorContext* pErrorContext) : m_font(pErrorContext) {}
+  explicit CFontProgramType1C(BSE::IErrorContext* pErrorContext)
+      : m_pErrorContext(pErrorContext), m_font(pErrorContext)
+  {
+  }
 
   bool IsCIDKeyed() const override { return m_font.IsCIDKeyed(); }
   TFontKind GetKind() const override { return eFontType1C; }
@@ -43,6 +46,10 @@ public:
   void HashMergeKey(BSE::CHashFunction& hash) override;
   int DuplicateGlyph(int nGlyph, int nCode, const char* szName) override;
   bool MakeCIDKeyed() override;
+  BSE::CScopedPtr<CFontProgram> ToType1(std::span<const char* const> encoding) override;
+
+  // For a font that was made and not read.
+  void SetValid() { m_bValid = true; }
 
   CFF::CCFF& GetFont() { return m_font; }
 
@@ -55,6 +62,7 @@ private:
   double GetEdge(bool bTop);
   double Scale(double dValue) { return dValue * 1000 / GetUnitsPerEm(); }
 
+  BSE::IErrorContext* m_pErrorContext;
   CFF::CCFF m_font;
   bool m_bValid = false;
 };
