@@ -11,7 +11,7 @@
 namespace
 {
 
-constexpr int g_nObjects = 16;
+constexpr int g_nObjects = 64;
 
 void CheckSimple(PDF::CFont& font)
 {
@@ -54,6 +54,8 @@ void CheckProgram(PDF::CFont& font)
     pProgram->GetWidth(i);
     pProgram->GetOutline(i, outline);
   }
+  pProgram->ToCFF();
+  pProgram->ToBareCFF();
   if (pProgram->CanSubset())
     pProgram->Subset(font.IsComposite() ? PDF::g_nUsedByCID : PDF::g_nUsedNonSymbolic);
   font.GetFontFile()->WriteProgram(*pProgram, font.IsComposite(), PDF::g_nUsedByCID, "FlateDecode");

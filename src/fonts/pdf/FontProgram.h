@@ -176,10 +176,14 @@ public:
   // number, 0 on failure.
   virtual int DuplicateGlyph(int, int, const char*) { return 0; }
 
-  // The other formats that it can be had in, with the glyphs that are used marked; null where that is not
-  // possible. What names codes have is told to a font that does not know it itself.
+  // The other formats that it can be had in; null where that is not possible. A program without an encoding
+  // of its own takes the names and the glyphs of 256 codes, and has no other glyphs then.
   virtual BSE::CScopedPtr<CFontProgram> ToCFF() { return nullptr; }
-  virtual BSE::CScopedPtr<CFontProgram> ToType1(std::span<const char* const>) { return nullptr; }
+  virtual BSE::CScopedPtr<CFontProgram> ToType1(std::span<const char* const, 256>,
+                                                std::span<const std::uint16_t>)
+  {
+    return nullptr;
+  }
 
   // The outlines alone of an OpenType program with CFF outlines; else null.
   virtual BSE::CScopedPtr<CFontProgram> ToBareCFF() { return nullptr; }

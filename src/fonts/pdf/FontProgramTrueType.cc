@@ -27,7 +27,7 @@ void* ToEntry(int nGlyph)
 }  // namespace
 
 CFontProgramTrueType::CFontProgramTrueType(BSE::IErrorContext* pErrorContext)
-    : m_pFont(new TTF::CTTF(pErrorContext))
+    : m_pErrorContext(pErrorContext), m_pFont(new TTF::CTTF(pErrorContext))
 {
 }
 

@@ -43,6 +43,9 @@ public:
   bool Subset(unsigned nUsage) override;
   void HashMergeKey(BSE::CHashFunction& hash) override;
 
+  BSE::CScopedPtr<CFontProgram> ToType1(std::span<const char* const, 256> names,
+                                        std::span<const std::uint16_t> glyphs) override;
+
   // Whether cmap has a subtable for this platform and encoding.
   bool HasCMap(int nPlatform, int nEncoding) const
   {
@@ -55,9 +58,6 @@ public:
   TTF::CTTF& GetFont() { return *m_pFont; }
 
 protected:
-  // Takes the font over.
-  explicit CFontProgramTrueType(TTF::CTTF* pFont) : m_pFont(pFont) {}
-
   TMergeResult DoMerge(CFontProgram& other, unsigned nUsage) override;
   std::span<const char> FindGlyphName(int nGlyph) override;
   char32_t FindCharacter(int nGlyph) override;
@@ -65,6 +65,7 @@ protected:
   // A number of the font in thousandths.
   double Scale(double dValue) const;
 
+  BSE::IErrorContext* m_pErrorContext = nullptr;
   BSE::CScopedPtr<TTF::CTTF> m_pFont;
   bool m_bValid = false;
 

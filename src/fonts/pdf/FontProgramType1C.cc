@@ -151,7 +151,8 @@ bool CFontProgramType1C::MakeCIDKeyed()
   return bMade;
 }
 
-BSE::CScopedPtr<CFontProgram> CFontProgramType1C::ToType1(std::span<const char* const>)
+BSE::CScopedPtr<CFontProgram> CFontProgramType1C::ToType1(std::span<const char* const, 256>,
+                                                          std::span<const std::uint16_t>)
 {
   if (IsCIDKeyed())
     return nullptr;

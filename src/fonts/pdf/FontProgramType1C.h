@@ -46,7 +46,8 @@ public:
   void HashMergeKey(BSE::CHashFunction& hash) override;
   int DuplicateGlyph(int nGlyph, int nCode, const char* szName) override;
   bool MakeCIDKeyed() override;
-  BSE::CScopedPtr<CFontProgram> ToType1(std::span<const char* const> encoding) override;
+  BSE::CScopedPtr<CFontProgram> ToType1(std::span<const char* const, 256> names,
+                                        std::span<const std::uint16_t> glyphs) override;
 
   // For a font that was made and not read.
   void SetValid() { m_bValid = true; }

@@ -1,5 +1,6 @@
 // Font dictionaries: what content and the passes ask of them.
 
+#include "base/MemoryStream.h"
 #include "fonts/pdf/FontProgramTrueType.h"
 #include "tests/fonts/pdf/FontDocument.h"
 #include "tests/support/TempFolder.h"
@@ -162,6 +163,85 @@ TEST(EmbeddedFonts, LeadToGlyphs)
   EXPECT_EQ(map[2], 256);
   EXPECT_EQ(map[3], 0);
   EXPECT_TRUE(document.GetReports().empty());
+}
+
+BSE::CScopedPtr<PDF::CFontProgram> ReadProgram(PDF::CFontProgram& program)
+{
+  const BSE::CObjectPtr<BSE::CMemoryStream> pStream(new BSE::CMemoryStream);
+  EXPECT_TRUE(program.Write(*pStream, 0, nullptr) && pStream->Rewind());
+  return PDF::CFontProgram::Create(*pStream, "", true, nullptr);
+}
+
+BSE::CScopedPtr<PDF::CFontProgram> ReadProgram(const std::filesystem::path& path)
+{
+  const std::string sData = Support::ReadFile(path);
+  BSE::CMemoryStream stream(sData.data(), static_cast<std::int64_t>(sData.size()));
+  return PDF::CFontProgram::Create(stream, "", true, nullptr);
+}
+
+// From glyphs to other formats and back to the same names, codes and widths.
+TEST(FontPrograms, AreConverted)
+{
+  const std::filesystem::path trueType = "/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf";
+  if (!std::filesystem::exists(trueType))
+    GTEST_SKIP() << "needs " << trueType;
+  const auto pTrueType = ReadProgram(trueType);
+  const auto pEncoding = PDF::CreatePredefinedEncoding("WinAnsiEncoding");
+  const char* aNames[256];
+  std::uint16_t aGlyphs[256];
+  for (unsigned i = 0; i < 256; ++i)
+  {
+    aNames[i] = i == 'Q' ? nullptr : pEncoding->GetGlyphName(i);
+    aGlyphs[i] = static_cast<std::uint16_t>(pTrueType->GetGlyphIndexByUnicode(pEncoding->GetUnicode32(i)));
+  }
+  const auto pMade = pTrueType->ToType1(aNames, aGlyphs);
+  ASSERT_TRUE(pMade);
+  auto pType1 = ReadProgram(*pMade);
+  ASSERT_TRUE(pType1);
+  EXPECT_EQ(pType1->GetKind(), PDF::eFontType1);
+  EXPECT_STREQ(pType1->GetIntrinsicName('A'), "A");
+  EXPECT_EQ(pType1->GetGlyphIndexByCode('Q'),
+            pType1->GetGlyphIndexByName(("g" + std::to_string(aGlyphs['Q'])).c_str()));
+  const auto pConverted = pType1->ToCFF();
+  ASSERT_TRUE(pConverted);
+  const auto pCFF = ReadProgram(*pConverted);
+  ASSERT_TRUE(pCFF);
+  EXPECT_EQ(pCFF->GetKind(), PDF::eFontType1C);
+  for (unsigned i = 32; i < 256; ++i)
+  {
+    const double dWidth = pTrueType->GetWidth(aGlyphs[i]);
+    EXPECT_NEAR(pType1->GetWidth(pType1->GetGlyphIndexByCode(i)), dWidth, 0.6) << i;
+    EXPECT_NEAR(pCFF->GetWidth(pCFF->GetGlyphIndexByCode(i)), dWidth, 0.6) << i;
+  }
+  FONT::CGlyph before;
+  FONT::CGlyph after;
+  ASSERT_TRUE(pTrueType->GetOutline(aGlyphs['g'], before) &&
+              pCFF->GetOutline(pCFF->GetGlyphIndexByCode('g'), after));
+  ASSERT_EQ(before.m_segments.GetSize(), after.m_segments.GetSize());
+  for (int i = 0; i < before.m_segments.GetSize(); ++i)
+    EXPECT_NEAR(before.m_segments[i].GetX() * 1000 / pTrueType->GetUnitsPerEm(), after.m_segments[i].GetX(),
+                0.6);
+}
+
+TEST(FontPrograms, GiveTheirOutlinesAlone)
+{
+  const std::filesystem::path path = "/usr/share/fonts/opentype/linux-libertine/LinLibertine_R.otf";
+  if (!std::filesystem::exists(path))
+    GTEST_SKIP() << "needs " << path;
+  const auto pOpenType = ReadProgram(path);
+  ASSERT_TRUE(pOpenType && pOpenType->IsOpenType());
+  const int nGlyph = pOpenType->GetGlyphIndexByUnicode('A');
+  ASSERT_STREQ(pOpenType->GetGlyphName(nGlyph), "A");
+  pOpenType->GetUsedGlyphs()[static_cast<std::size_t>(nGlyph)] = 1;
+  const auto pBare = pOpenType->ToBareCFF();
+  ASSERT_TRUE(pBare && pBare->CanSubset() && pBare->MakeCIDKeyed());
+  EXPECT_TRUE(pBare->Subset(PDF::g_nUsedByCID));
+  EXPECT_EQ(pBare->GetGlyphCount(), 2);
+  const auto pRead = ReadProgram(*pBare);
+  EXPECT_EQ(pRead->GetWidth(pRead->GetGlyphIndexByCID(nGlyph)), pOpenType->GetWidth(nGlyph));
+  // What is around the outlines takes others, too.
+  ASSERT_TRUE(pOpenType->MakeCIDKeyed());
+  EXPECT_TRUE(ReadProgram(*pOpenType)->IsCIDKeyed());
 }
 
 }  // namespace
