@@ -189,6 +189,24 @@ inline constexpr std::int64_t g_nRecoveredGlyphsRatio = 4;
 inline constexpr std::int64_t g_nFreeOutlineWork = std::int64_t{1} << 22;
 inline constexpr std::int64_t g_nOutlineWorkRatio = 64;
 
+// Steps and values of the program of one Type 1 font, so many for each byte beyond a free number. Fonts run
+// through their text once, and fill their encoding in a loop.
+inline constexpr std::int64_t g_nFreePostScript = 100000;
+inline constexpr std::int64_t g_nPostScriptRatio = 4;
+
+// Operators and numbers that one glyph of CFF or Type 1 runs through, with those of its subroutines: the
+// largest glyphs of real fonts have some ten thousand.
+inline constexpr std::int64_t g_nMaxGlyphSteps = std::int64_t{1} << 20;
+// Bytes of programs and CMaps and elements of arrays that are read for the fonts of one document, so many
+// times the file beyond a free amount: what fonts share is read once, and a sound file decodes to some ten
+// times its length.
+#ifdef BREVEX_SMALL_LIMITS
+inline constexpr std::int64_t g_nFreeFontWork = std::int64_t{1} << 22;
+#else
+inline constexpr std::int64_t g_nFreeFontWork = std::int64_t{256} << 20;
+#endif
+inline constexpr std::int64_t g_nFontWorkRatio = 200;
+
 inline constexpr int g_nMaxFormNesting = 64;
 
 // Bytes of content that are parsed for one document, so many for each byte of the file beyond a free amount:

@@ -33,9 +33,11 @@ public:
   // Of a simple font: 256 widths.
   virtual std::span<const double> GetWidths() const = 0;
 
-  // Of a composite font: the CIDs of codes of one byte and of two, g_nNoCID where there is none.
+  // Of a composite font: the CIDs of codes of one byte, of two, and of three and four, which few fonts have;
+  // g_nNoCID where there is none.
   virtual int CodeToCID(unsigned nCode) const = 0;
   virtual int Code2ToCID(unsigned nCode) const = 0;
+  virtual int LongCodeToCID(unsigned, int) const { return g_nNoCID; }
   virtual double GetWidth(int nCID) const = 0;
   virtual double GetVerticalWidth(int nCID) const = 0;
 };

@@ -139,6 +139,18 @@ void CTextWalker::ReadCompositeCode()
   m_nCode = m_nCode << 8 | (m_rest.size() > 1 ? m_rest[1] : 0U);
   m_nCodeLength = m_rest.size() > 1 ? 2 : 1;
   m_nCID = font.Code2ToCID(m_nCode);
+  unsigned nCode = m_nCode;
+  for (std::size_t i = 2; m_nCID == g_nNoCID && i < 4 && i < m_rest.size(); ++i)
+  {
+    nCode = nCode << 8 | m_rest[i];
+    const int nLength = static_cast<int>(i) + 1;
+    m_nCID = font.LongCodeToCID(nCode, nLength);
+    if (m_nCID != g_nNoCID)
+    {
+      m_nCode = nCode;
+      m_nCodeLength = nLength;
+    }
+  }
   if (m_nCID == g_nNoCID)
     m_nCID = 0;
 }

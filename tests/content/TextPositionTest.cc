@@ -1,6 +1,7 @@
-// Where the frame has text, against where mutool has it: the origins of the glyphs of the first pages of each
-// file, in fonts whose widths are in their dictionaries.
+// Where the frame and the fonts have text, against where mutool has it: the origins of the glyphs of the
+// first pages of each file.
 
+#include "fonts/pdf/FontRegistry.h"
 #include "tests/content/ContentPages.h"
 
 #include <cmath>
@@ -15,79 +16,58 @@ using PDF::CObjectPtr;
 constexpr int g_nPages = 3;
 constexpr double g_dTolerance = 0.01;
 
-// Widths as the dictionary has them: of a simple font, or of a composite one whose codes are CIDs.
-class CDictionaryFont : public BSE::CObject, public PDF::IContentFont
+// A font with widths in whole thousandths, as mutool counts, but for those of Type 3 fonts.
+class CRoundedFont : public BSE::CObject, public PDF::IContentFont
 {
 public:
-  explicit CDictionaryFont(const CObjectPtr& font) : m_bComposite(font["Subtype"].IsName("Type0"))
+  explicit CRoundedFont(const BSE::CObjectPtr<PDF::CFont>& pFont) : m_pFont(pFont)
   {
-    if (font["Subtype"].IsName("Type3"))
-      m_dFactor = font["FontMatrix"][0].GetRealValue();
-    if (m_bComposite)
-      ReadComposite(font);
-    else
-      ReadSimple(font);
+    for (const double dWidth : pFont->GetWidths())
+      m_widths.push_back(Round(dWidth));
   }
-  bool IsKnown() const { return m_bKnown; }
   bool IsValid() const override { return true; }
-  bool IsComposite() const override { return m_bComposite; }
-  bool IsVertical() const override { return false; }
-  double GetGlyphSpaceFactor() const override { return m_dFactor; }
-  double GetSpaceWidth() const override { return 0; }
-  double GetDefaultVerticalWidth() const override { return -1000; }
+  bool IsComposite() const override { return m_pFont->IsComposite(); }
+  bool IsVertical() const override { return m_pFont->IsVertical(); }
+  double GetGlyphSpaceFactor() const override { return m_pFont->GetGlyphSpaceFactor(); }
+  double GetSpaceWidth() const override { return m_pFont->GetSpaceWidth(); }
+  double GetDefaultVerticalWidth() const override { return m_pFont->GetDefaultVerticalWidth(); }
   std::span<const double> GetWidths() const override { return m_widths; }
-  int CodeToCID(unsigned) const override { return PDF::g_nNoCID; }
-  int Code2ToCID(unsigned nCode) const override { return static_cast<int>(nCode); }
-  double GetWidth(int nCID) const override { return m_widths[static_cast<std::size_t>(nCID)]; }
-  double GetVerticalWidth(int) const override { return -1000; }
+  int CodeToCID(unsigned nCode) const override { return m_pFont->CodeToCID(nCode); }
+  int Code2ToCID(unsigned nCode) const override { return m_pFont->Code2ToCID(nCode); }
+  int LongCodeToCID(unsigned nCode, int nLength) const override
+  {
+    return m_pFont->LongCodeToCID(nCode, nLength);
+  }
+  double GetWidth(int nCID) const override { return Round(m_pFont->GetWidth(nCID)); }
+  double GetVerticalWidth(int nCID) const override { return m_pFont->GetVerticalWidth(nCID); }
+
+  // Of writing to the right, from that of writing downwards.
+  PDF::TVerticalMetrics GetOrigin(int nCID) const { return m_pFont->GetVerticalMetrics(nCID); }
 
 private:
-  void ReadSimple(const CObjectPtr& font)
-  {
-    const CObjectPtr widths = font["Widths"];
-    m_bKnown = widths.IsArray();
-    m_widths.assign(256, font["FontDescriptor"]["MissingWidth"].GetRealValue());
-    const std::int64_t nFirst = font["FirstChar"].GetIntegerValue();
-    for (int i = 0; i < widths.GetSize() && nFirst + i >= 0 && nFirst + i < 256; ++i)
-      m_widths[static_cast<std::size_t>(nFirst + i)] =
-          font["Subtype"].IsName("Type3") ? widths[i].GetRealValue() : GetWhole(widths[i]);
-  }
-  void ReadComposite(const CObjectPtr& font)
-  {
-    const CObjectPtr descendant = font["DescendantFonts"][0];
-    m_bKnown = font["Encoding"].IsName("Identity-H") && descendant.IsDictionary();
-    m_widths.assign(65536, descendant["DW"].IsNumber() ? descendant["DW"].GetRealValue() : 1000);
-    const CObjectPtr widths = descendant["W"];
-    for (int i = 0; i + 1 < widths.GetSize();)
-    {
-      const std::int64_t nFirst = widths[i].GetIntegerValue();
-      const CObjectPtr second = widths[i + 1];
-      const bool bList = second.IsArray();
-      const std::int64_t nCount = bList ? second.GetSize() : second.GetIntegerValue() - nFirst + 1;
-      for (int n = 0; n < nCount && nFirst + n < 65536; ++n)
-        m_widths.at(static_cast<std::size_t>(nFirst + n)) = GetWhole(bList ? second[n] : widths[i + 2]);
-      i += bList ? 2 : 3;
-    }
-  }
+  double Round(double dWidth) const { return m_pFont->IsType3() ? dWidth : std::floor(dWidth + 0.5); }
 
-  // mutool counts in whole thousandths.
-  static double GetWhole(const CObjectPtr& width) { return std::floor(width.GetRealValue() + 0.5); }
-
+  BSE::CObjectPtr<PDF::CFont> m_pFont;
   std::vector<double> m_widths;
-  double m_dFactor = 0.001;
-  bool m_bComposite;
-  bool m_bKnown = false;
 };
 
-class CDictionaryFonts : public PDF::IContentResources
+class CRoundedFonts : public PDF::IContentResources
 {
 public:
+  explicit CRoundedFonts(PDF::CDocument& document) : m_registry(document) {}
   BSE::CObjectPtr<PDF::IContentFont> CreateFont(const CObjectPtr& font) override
   {
-    return new CDictionaryFont(font);
+    const BSE::CObjectPtr<PDF::CFont> pFont = m_registry.CreateFont(font);
+    return pFont ? new CRoundedFont(pFont) : nullptr;
   }
-  BSE::CObjectPtr<PDF::IContentFont> GetDefaultFont() override { return nullptr; }
+  BSE::CObjectPtr<PDF::IContentFont> GetDefaultFont() override
+  {
+    return new CRoundedFont(m_registry.GetDefaultFont());
+  }
   BSE::CObjectPtr<PDF::IContentColorSpace> CreateColorSpace(const CObjectPtr&) override { return nullptr; }
+
+private:
+  PDF::CFontRegistry m_registry;
 };
 
 struct TPoint
@@ -111,32 +91,22 @@ public:
     return BSE::CScopedPtr<PDF::CContentParser>(
         new CGlyphCollector(GetEnvironment(), pStream, box, nRotation, m_points));
   }
-  void BeginText() override
-  {
-    m_bLost = false;
-    CContentParser::BeginText();
-  }
-  void MoveTextPosition(double dX, double dY) override
-  {
-    m_bLost = false;
-    CContentParser::MoveTextPosition(dX, dY);
-  }
-  void SetTextMatrix(const PDF::TMatrix& matrix) override
-  {
-    m_bLost = false;
-    CContentParser::SetTextMatrix(matrix);
-  }
   void ShowText(std::span<const unsigned char> text) override
   {
     const PDF::TTextState& state = GetState().m_text;
-    const auto* pFont = dynamic_cast<const CDictionaryFont*>(state.m_pFont.Get());
-    // What follows text of unknown width is not known either.
-    m_bLost = m_bLost || !pFont || !pFont->IsKnown();
+    const auto* pFont = dynamic_cast<const CRoundedFont*>(state.m_pFont.Get());
     PDF::TMatrix matrix = GetState().m_textMatrix;
-    for (PDF::CTextWalker walker(state, text); !m_bLost && walker.Next();)
+    for (PDF::CTextWalker walker(state, text); pFont && walker.Next();)
     {
       PDF::TMatrix place = matrix;
       place.Translate(0, state.m_dRise);
+      if (state.m_bVertical)
+      {
+        // There a character written downwards has the far end of its displacement.
+        const PDF::TVerticalMetrics origin = pFont->GetOrigin(walker.GetCID());
+        const double dSize = 0.001 * state.m_dSize;
+        place.Translate(-origin.m_dX * dSize * state.m_dScale, -(origin.m_dY + origin.m_dMove) * dSize);
+      }
       place = place * GetCTM();
       if (walker.GetCode() != 32 && state.m_dSize != 0)
         m_points.push_back({place.m_dE, place.m_dF});
@@ -147,7 +117,6 @@ public:
 
 private:
   std::vector<TPoint>& m_points;
-  bool m_bLost = false;
 };
 
 using TCells = std::multimap<std::pair<long, long>, TPoint>;
@@ -188,7 +157,7 @@ bool IsThere(const TCells& cells, const TPoint& point)
 std::vector<TPoint> Collect(PDF::CDocument& document, int nPage)
 {
   std::vector<TPoint> points;
-  CDictionaryFonts fonts;
+  CRoundedFonts fonts(document);
   PDF::CContentEnvironment environment(document, &fonts);
   const PDF::CPage page = document.GetPage(nPage);
   PDF::CParserContext context(environment, page.GetResources(), nullptr);

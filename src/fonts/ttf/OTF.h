@@ -37,6 +37,9 @@ public:
   const COTF_CFF& GetCFF() const { return m_cff; }
   const COTF_VORG& GetVORG() const { return m_vorg; }
 
+  // Other outlines for the same glyphs.
+  void SetCFF(BSE::CBasicArray<unsigned char>&& bytes) { m_cff.SetBytes(std::move(bytes)); }
+
   // Parses VORG, if there is one that can be read.
   bool ReadOrigins() { return m_vorg.IsPresent() && m_vorg.Parse(); }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/BasicString.h"
+#include "base/Hash.h"
 #include "base/Stream.h"
 #include "fonts/ttf/CMap.h"
 #include "fonts/ttf/Glyf.h"
@@ -70,6 +71,9 @@ public:
   // Brings cmap into the form for a simple font; false, and nothing has changed, if there is none.
   bool ConvertCMap(bool bSymbolic) { return m_cmap.Convert(bSymbolic, GetGlyphCount(), m_log); }
 
+  // Feeds what is the same in all fonts that this one can be merged with.
+  void HashMergeKey(BSE::CHashFunction& hash) const;
+
   std::uint32_t GetVersion() const { return m_nVersion; }
   const CHead& GetHead() const { return m_head; }
   const Chhea& GetHhea() const { return m_hhea; }
@@ -91,6 +95,8 @@ protected:
   CFontLog& GetLog() { return m_log; }
 
 private:
+  friend class CTTFMerger;
+
   struct TEntry
   {
     std::uint32_t m_nTag;

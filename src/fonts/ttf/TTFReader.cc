@@ -2,7 +2,6 @@
 
 #include "base/Limits.h"
 #include "base/Tracer.h"
-#include "fonts/ttf/StatusCodes.h"
 
 namespace TTF
 {
@@ -28,7 +27,7 @@ bool CTTF::Read(BSE::IByteStream& stream, const char* szName, bool bCheck)
   BSE::CBasicArray<unsigned char> data;
   if (stream.ReadToArray(data, BSE::g_nMaxDecodedSize))
     return Read(std::move(data), szName, bCheck);
-  BSE::ReportEnd(m_log.GetErrorContext(), BSE::MakeError(g_nFontUnreadable, "font", szName ? szName : ""));
+  CFontLog(m_log.GetErrorContext(), szName).ReportEnd();
   return false;
 }
 
@@ -40,11 +39,11 @@ bool CTTF::Read(BSE::CBasicArray<unsigned char>&& data, const char* szName, bool
   m_data = std::move(data);
   if (!ReadTables(bCheck))
   {
-    BSE::ReportEnd(m_log.GetErrorContext(), BSE::MakeError(g_nFontUnreadable, "font", m_sName.GetText()));
+    m_log.ReportEnd();
     return false;
   }
   if (m_log.GetFaults() > 0)
-    BSE::ReportError(m_log.GetErrorContext(), BSE::MakeError(g_nFontRepaired, "font", m_sName.GetText()));
+    m_log.ReportRepair();
   return true;
 }
 

@@ -1,7 +1,7 @@
 #include "base/ErrorHandler.h"
+#include "fonts/common/StatusCodes.h"
 #include "fonts/ttf/GlyphCheck.h"
 #include "fonts/ttf/OTF.h"
-#include "fonts/ttf/StatusCodes.h"
 #include "tests/fonts/ttf/FontSamples.h"
 
 #include <gtest/gtest.h>
@@ -19,7 +19,7 @@ public:
   void OnNoteError(BSE::IError& error) override
   {
     m_nLosses += error.GetConsequence() == BSE::eContentLost ? 1 : 0;
-    m_nRepairs += error.GetCode() == TTF::g_nFontRepaired ? 1 : 0;
+    m_nRepairs += error.GetCode() == FONT::g_nFontRepaired ? 1 : 0;
   }
   int m_nLosses = 0;
   int m_nRepairs = 0;
@@ -193,7 +193,7 @@ TEST(FontDamageTest, CutFilesEndWithAReport)
     OTF::COTF font(&reports);
     const bool bRead =
         ReadFont(font, CBytes(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(nLength)));
-    EXPECT_TRUE(bRead ? reports.m_nRepairs > 0 : reports.GetEndCode() == TTF::g_nFontUnreadable) << nLength;
+    EXPECT_TRUE(bRead ? reports.m_nRepairs > 0 : reports.GetEndCode() == FONT::g_nFontUnreadable) << nLength;
   }
 }
 

@@ -1,65 +1,17 @@
 #include "tests/fonts/ttf/FontSamples.h"
 
-#include <algorithm>
-#include <cstdlib>
-#include <fstream>
-#include <iterator>
-#include <sstream>
-
 namespace Fonts
 {
 
-namespace
-{
-
-// Of the many fonts of one family, which are much alike, so many.
-constexpr std::size_t g_nSample = 24;
-
-}  // namespace
-
-std::vector<std::filesystem::path> ListFonts(const char* szEnding)
-{
-  const char* szFolders = std::getenv("BREVEX_FONTS");
-  std::istringstream folders(szFolders ? szFolders
-                                       : "/usr/share/fonts/truetype/dejavu:/usr/share/fonts/truetype/noto:"
-                                         "/usr/share/fonts/opentype");
-  std::vector<std::filesystem::path> sample;
-  for (std::string sFolder; std::getline(folders, sFolder, ':');)
-  {
-    std::error_code error;
-    std::vector<std::filesystem::path> fonts;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(sFolder, error))
-      if (entry.path().extension() == szEnding)
-        fonts.push_back(entry.path());
-    std::sort(fonts.begin(), fonts.end());
-    const std::size_t nStep = szFolders ? 1 : std::max<std::size_t>(1, fonts.size() / g_nSample);
-    for (std::size_t i = 0; i < fonts.size(); i += nStep)
-      sample.push_back(fonts[i]);
-  }
-  return sample;
-}
-
-CBytes ReadBytes(const std::filesystem::path& path)
-{
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
 bool ReadFont(TTF::CTTF& font, const CBytes& data, const char* szName)
 {
-  BSE::CBasicArray<unsigned char> bytes;
-  bytes.Append(data);
-  return font.Read(std::move(bytes), szName, true);
+  return font.Read(ToArray(data), szName, true);
 }
 
 CBytes WriteFont(TTF::CTTF& font)
 {
   const BSE::CObjectPtr<BSE::CMemoryStream> pStream(new BSE::CMemoryStream);
-  if (!font.Write(*pStream) || !pStream->Rewind())
-    return {};
-  CBytes data(static_cast<std::size_t>(pStream->GetLength()));
-  pStream->ReadFully(data.data(), pStream->GetLength());
-  return data;
+  return font.Write(*pStream) ? TakeBytes(*pStream) : CBytes();
 }
 
 void Put16(CBytes& bytes, unsigned n)

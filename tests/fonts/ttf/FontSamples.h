@@ -1,22 +1,13 @@
 #pragma once
 
-#include "base/BasicArray.h"
-#include "base/MemoryStream.h"
 #include "fonts/ttf/TTF.h"
-#include "tests/fonts/ttf/FontFace.h"
+#include "tests/fonts/common/FontFiles.h"
 
-#include <filesystem>
 #include <string>
 #include <vector>
 
 namespace Fonts
 {
-
-// Some of the font files with that ending in the folders of installed fonts; all of those in the folders that
-// the variable BREVEX_FONTS names, separated by colons.
-std::vector<std::filesystem::path> ListFonts(const char* szEnding);
-
-CBytes ReadBytes(const std::filesystem::path& path);
 
 // Reads and checks a font.
 bool ReadFont(TTF::CTTF& font, const CBytes& data, const char* szName = "");

@@ -1,4 +1,5 @@
 #include "fonts/ttf/OTF.h"
+#include "fonts/ttf/TTFMerger.h"
 #include "tests/fonts/ttf/FontSamples.h"
 
 #include <gtest/gtest.h>
@@ -187,6 +188,99 @@ TEST_P(CInstalledFontTest, MappingsAreReadAndConverted)
         const CFontFace converted(WriteFont(font));
         ASSERT_TRUE(converted.IsLoaded() && converted.GetMappings(3, 1, after));
         ASSERT_TRUE(before == after);
+      });
+}
+
+// A subset of a font, as its program knows it.
+struct TPart
+{
+  TTF::CTTF m_font;
+  BSE::CBasicArray<unsigned char> m_used;
+  std::map<std::uint32_t, std::uint32_t> m_codes;
+};
+
+// Leaves only the codes of the marked glyphs, and the marks of those that have one, in a cmap of one
+// subtable.
+void KeepCodes(TPart& part)
+{
+  auto& cmap = const_cast<TTF::CCMap&>(part.m_font.GetCMap());
+  BSE::CBasicArray<TTF::TMapping> all;
+  BSE::CBasicArray<TTF::TMapping> kept;
+  BSE::CBasicArray<unsigned char> used;
+  used.SetSize(part.m_used.GetSize());
+  cmap.GetMappings(cmap.Find(3, 1), 0xFFFF, part.m_font.GetGlyphCount(), all);
+  for (const TTF::TMapping& mapping : all.GetSpan())
+    if (part.m_used[static_cast<int>(mapping.m_nGlyph)] != 0)
+    {
+      kept.Add(mapping);
+      used[static_cast<int>(mapping.m_nGlyph)] = 1;
+      part.m_codes[mapping.m_nCode] = mapping.m_nGlyph;
+    }
+  part.m_used = used;
+  TTF::CTableWriter writer;
+  for (const unsigned n : {0U, 1U, 3U, 1U, 0U, 12U})
+    writer.Card16(n);
+  ASSERT_TRUE(TTF::MakeFormat4(kept.GetSpan(), 0, writer));
+  cmap.SetBytes(writer.Detach());
+  TTF::CFontLog log(nullptr, "");
+  cmap.Read(log);
+}
+
+void MakePart(const CBytes& data, std::minstd_rand& random, bool bByNumber, TPart& part)
+{
+  ASSERT_TRUE(ReadFont(part.m_font, data));
+  part.m_used = MarkSome(random, part.m_font.GetGlyphCount());
+  if (!bByNumber)
+    KeepCodes(part);
+  ASSERT_TRUE(part.m_font.Subset(part.m_used));
+  if (bByNumber)
+    part.m_font.ClearMetrics(part.m_used);
+  part.m_font.CloseGlyphs(part.m_used);
+}
+
+// Two subsets of a font together are the subset of all that they have: by numbers, and by codes too.
+TEST_P(CInstalledFontTest, SubsetsAreMerged)
+{
+  std::minstd_rand random(7);
+  const auto Check = [&](OTF::COTF& font, const CFontFace& face, bool bByNumber)
+  {
+    const CBytes data = WriteFont(font);
+    TPart part;
+    TPart other;
+    MakePart(data, random, bByNumber, part);
+    MakePart(data, random, bByNumber, other);
+    if (!bByNumber && other.m_codes.empty())
+      return;
+    TTF::CTTFMerger merger(part.m_font, other.m_font, part.m_used.GetSpan(), other.m_used.GetSpan());
+    ASSERT_EQ(merger.Merge(bByNumber), TTF::eMerged);
+    TTF::CTTFMerger again(part.m_font, other.m_font, {}, other.m_used.GetSpan());
+    EXPECT_EQ(again.Merge(bByNumber), TTF::eIdentical);
+    const CBytes written = WriteFont(part.m_font);
+    ExpectSoundFile(written);
+    const CFontFace after(written);
+    ASSERT_TRUE(after.IsLoaded());
+    for (int i = 0; bByNumber && i < font.GetGlyphCount(); ++i)
+      if (part.m_used[i] != 0 || other.m_used[i] != 0)
+        ExpectSameGlyph(face, after, i, true);
+    std::map<std::uint32_t, std::uint32_t> mappings;
+    after.GetMappings(3, 1, mappings);
+    part.m_codes.insert(other.m_codes.begin(), other.m_codes.end());
+    for (const auto& [nCode, nGlyph] : part.m_codes)
+    {
+      TGlyph expected;
+      TGlyph found;
+      ASSERT_EQ(face.GetGlyph(static_cast<int>(nGlyph), true, expected),
+                after.GetGlyph(static_cast<int>(mappings[nCode]), true, found));
+      ASSERT_TRUE(expected == found) << nCode;
+    }
+  };
+  ForEach(
+      [&](OTF::COTF& font, const CFontFace& face)
+      {
+        if (font.HasGlyphData())
+          Check(font, face, true);
+        if (font.HasGlyphData() && font.GetCMap().Find(3, 1) >= 0)
+          Check(font, face, false);
       });
 }
 

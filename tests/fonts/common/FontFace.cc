@@ -1,4 +1,4 @@
-#include "tests/fonts/ttf/FontFace.h"
+#include "tests/fonts/common/FontFace.h"
 
 #include <ft2build.h>
 #include FT_FREETYPE_H

@@ -1,0 +1,85 @@
+#include "fonts/pdf/FontDescriptor.h"
+
+#include "base/MemoryStream.h"
+#include "base/Tracer.h"
+#include "fonts/pdf/StatusCodes.h"
+#include "pdf/SimpleObjects.h"
+#include "pdf/StreamObjects.h"
+
+namespace PDF
+{
+
+namespace
+{
+
+constexpr const char* g_fileKeys[] = {"FontFile", "FontFile2", "FontFile3"};
+constexpr const char* g_lengthKeys[] = {"Length1", "Length2", "Length3"};
+constexpr int g_nHeadSize = 4;
+
+}  // namespace
+
+TFontFormat CFontFile::GetFormat()
+{
+  if (std::exchange(m_bFormatKnown, true))
+    return m_nFormat;
+  unsigned char head[g_nHeadSize];
+  const BSE::CObjectPtr<BSE::IByteStream> pStream = m_object.GetDecodedStream();
+  const std::int64_t nRead =
+      pStream && m_account.Charge(g_nHeadSize) ? pStream->ReadFully(head, g_nHeadSize) : 0;
+  return m_nFormat = FindFontFormat({head, static_cast<std::size_t>(nRead)});
+}
+
+CFontProgram* CFontFile::GetProgram(const char* szFont)
+{
+  if (std::exchange(m_bTried, true))
+    return m_pProgram.Get();
+  BSE::CBasicArray<unsigned char> data;
+  if (ReadStream(m_object, m_account, data))
+    m_pProgram = CFontProgram::Create(std::move(data), szFont, true, m_account.GetErrorContext());
+  if (m_pProgram)
+    return m_pProgram.Get();
+  if (BSE::CTracer::IsOn())
+    BSE::CTracer::Trace("E", "PDF Font", "Couldn't read font program for font %s.", szFont ? szFont : "");
+  BSE::ReportError(m_object.Get(), BSE::MakeError(g_nProgramUnreadable, "font", szFont ? szFont : ""));
+  return nullptr;
+}
+
+bool CFontFile::WriteProgram(CFontProgram& program, bool bCID, unsigned nUsage, const char* szFilter)
+{
+  const BSE::CObjectPtr<BSE::CMemoryStream> pData(new BSE::CMemoryStream);
+  int aLengths[3] = {};
+  if (!program.Write(*pData, nUsage, aLengths) || !pData->Rewind())
+    return false;
+  const CObjectPtr dictionary = m_object.GetValueObject();
+  dictionary.DeleteEntry("DecodeParms");
+  dictionary.AddEntry("Filter", new CNameObject(szFilter));
+  for (int i = 0; i < 3; ++i)
+    if (aLengths[i] > 0)
+      dictionary.AddEntry(g_lengthKeys[i], new CIntegerObject(aLengths[i]));
+    else
+      dictionary.DeleteEntry(g_lengthKeys[i]);
+  if (program.IsOpenType())
+    dictionary.AddEntry("Subtype", new CNameObject("OpenType"));
+  else if (program.GetKind() == eFontType1C)
+    dictionary.AddEntry("Subtype", new CNameObject(bCID ? "CIDFontType0C" : "Type1C"));
+  else
+    dictionary.DeleteEntry("Subtype");
+  m_object->SetStreamObject(new CStreamObject(pData.Get()));
+  return true;
+}
+
+CObjectPtr CFontDescriptor::GetFontFileStream() const
+{
+  const char* szKey = GetFontFileKey();
+  return szKey ? m_object[szKey] : CObjectPtr();
+}
+
+const char* CFontDescriptor::GetFontFileKey() const
+{
+  for (const char* szKey : g_fileKeys)
+    if (m_object[szKey].IsStream())
+      return szKey;
+  return nullptr;
+}
+
+}  // namespace PDF

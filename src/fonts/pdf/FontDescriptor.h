@@ -1,0 +1,70 @@
+#pragma once
+
+#include "base/Checked.h"
+#include "document/SemanticObject.h"
+#include "fonts/pdf/FontAccount.h"
+#include "fonts/pdf/FontProgram.h"
+
+namespace PDF
+{
+
+// The stream of a font program, which is read when it is asked for.
+class CFontFile : public CSemanticObject
+{
+public:
+  CFontFile(const CObjectPtr& stream, CFontAccount& account)
+      : CSemanticObject(stream.Get()), m_account(account)
+  {
+  }
+
+  // What the first bytes of the data say.
+  TFontFormat GetFormat();
+
+  // Borrowed; null if it cannot be read, which is reported with the name of the font that asked first.
+  CFontProgram* GetProgram(const char* szFont);
+
+  // Gives the program away; it is not read again.
+  BSE::CScopedPtr<CFontProgram> DetachProgram() { return std::move(m_pProgram); }
+
+  // Replaces the program. The stream keeps the data of the old one until it is written.
+  void SetProgram(BSE::CScopedPtr<CFontProgram>&& pProgram)
+  {
+    m_pProgram = std::move(pProgram);
+    m_bTried = true;
+  }
+
+  // Puts the program's data into the stream, to be encoded by the filter, with the entries that go with its
+  // kind. False, and the stream has not changed, if the program cannot be written.
+  bool WriteProgram(CFontProgram& program, bool bCID, unsigned nUsage, const char* szFilter);
+
+  unsigned m_nOptimizeState = 0;  // what passes note of the file
+
+private:
+  CFontAccount& m_account;
+  BSE::CScopedPtr<CFontProgram> m_pProgram;
+  TFontFormat m_nFormat = eFormatUnknown;
+  bool m_bFormatKnown = false;
+  bool m_bTried = false;
+};
+
+// A font descriptor (ISO 32000-1, 9.8).
+class CFontDescriptor : public CSemanticObject
+{
+public:
+  explicit CFontDescriptor(const CObjectPtr& dictionary) : CSemanticObject(dictionary.Get()) {}
+
+  // Names of entries with numbers: ItalicAngle, FontWeight, Ascent, Descent, Leading, CapHeight, StemH,
+  // StemV, XHeight, MaxWidth, AvgWidth, MissingWidth.
+  double GetNumber(const char* szKey) const { return m_object[szKey].GetRealValue(); }
+  int GetFlags() const { return BSE::ClampTo<int>(GetIntegerOr(m_object["Flags"], 0)); }
+  bool HasFlags() const { return m_object["Flags"].IsNumber(); }
+  CObjectPtr GetCharSet() const { return m_object["CharSet"]; }
+
+  // The stream of the program, of the first of the three entries that has one; null without one.
+  CObjectPtr GetFontFileStream() const;
+
+  // The entry that has it, null without one.
+  const char* GetFontFileKey() const;
+};
+
+}  // namespace PDF

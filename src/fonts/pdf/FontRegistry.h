@@ -1,0 +1,79 @@
+#pragma once
+
+#include "document/ObjectHasher.h"
+#include "fonts/pdf/CompositeFont.h"
+
+namespace PDF
+{
+
+class CDocument;
+
+// The fonts of a document, each made once, with what they share. Lives as long as anything that it gave out.
+class CFontRegistry
+{
+public:
+  explicit CFontRegistry(CDocument& document);
+  CFontRegistry(const CFontRegistry&) = delete;
+  CFontRegistry& operator=(const CFontRegistry&) = delete;
+
+  // Fonts with equal dictionaries are one. Null, which is traced, for a dictionary that is no font.
+  BSE::CObjectPtr<CFont> CreateFont(const CObjectPtr& dictionary);
+
+  // What text without a font is shown in: Helvetica, which is not in the file.
+  BSE::CObjectPtr<CFont> GetDefaultFont();
+
+  // The fonts that were asked for, in that order, without descendants and the default one.
+  int GetFontCount() const { return m_fonts.GetSize(); }
+  CFont* GetFont(int nIndex) const { return m_fonts[nIndex]; }
+
+  CFontAccount& GetAccount() { return m_account; }
+
+  // What stands for an object, which is the same for the same object.
+  BSE::CObjectPtr<CFontDescriptor> GetDescriptor(const CObjectPtr& dictionary);
+
+  // Borrowed; null if it is no stream.
+  CFontFile* GetFontFile(const CObjectPtr& stream);
+  BSE::CObjectPtr<CToUnicode> GetToUnicode(const CObjectPtr& object);
+  BSE::CObjectPtr<CWidthTable> GetWidthTable(const CObjectPtr& array, int nPerCID);
+
+  // Null for a name that no encoding has.
+  BSE::CObjectPtr<CSimpleEncoding> GetPredefinedEncoding(const char* szName);
+
+private:
+  CFont* FindFont(const CObjectPtr& dictionary, TObjectDigest& digest) const;
+  BSE::CObjectPtr<CFont> MakeFont(const CObjectPtr& dictionary);
+  BSE::CObjectPtr<CFont> MakeSimpleFont(const CObjectPtr& dictionary);
+  BSE::CObjectPtr<CFont> MakeCompositeFont(const CObjectPtr& dictionary);
+  BSE::CObjectPtr<CCIDFont> MakeCIDFont(const CObjectPtr& dictionary);
+  TFontFormat FindFormat(const CObjectPtr& dictionary);
+
+  CFontAccount m_account;
+  BSE::CObjectArray<CFont> m_fonts;
+  BSE::CValueKeyPtrMap<int, CFont> m_byNumber;
+  BSE::CValueKeyPtrMap<const CObject*, CFont> m_byAddress;  // of direct dictionaries, which their fonts hold
+  BSE::CValueKeyPtrMap<TObjectDigest, CFont> m_byDigest;
+  BSE::CValueKeyObjectMap<int, CFont> m_descendants;
+  BSE::CValueKeyObjectMap<int, CFontDescriptor> m_descriptors;
+  BSE::CValueKeyObjectMap<int, CFontFile> m_files;
+  BSE::CValueKeyObjectMap<int, CToUnicode> m_toUnicode;
+  BSE::CValueKeyObjectMap<int, CWidthTable> m_widths;
+  BSE::CObjectArray<CSimpleEncoding> m_encodings;
+  BSE::CObjectPtr<CFont> m_pDefault;
+};
+
+// Gives content its fonts. Colour spaces are left to the class that derives from it.
+class CFontResources : public IContentResources
+{
+public:
+  explicit CFontResources(CFontRegistry& registry) : m_registry(registry) {}
+  BSE::CObjectPtr<IContentFont> CreateFont(const CObjectPtr& font) override
+  {
+    return m_registry.CreateFont(font);
+  }
+  BSE::CObjectPtr<IContentFont> GetDefaultFont() override { return m_registry.GetDefaultFont(); }
+
+private:
+  CFontRegistry& m_registry;
+};
+
+}  // namespace PDF

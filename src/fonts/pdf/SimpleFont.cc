@@ -1,0 +1,249 @@
+#include "base/Tracer.h"
+#include "fonts/pdf/Font.h"
+#include "fonts/pdf/FontProgramTrueType.h"
+#include "fonts/pdf/FontRegistry.h"
+#include "fonts/pdf/StandardFonts.h"
+
+#include <cstring>
+
+namespace PDF
+{
+
+namespace
+{
+
+constexpr int g_nSymbolicFlag = 4;
+constexpr int g_nNonsymbolicFlag = 32;
+
+}  // namespace
+
+double CSimpleFont::GetSpaceWidth() const
+{
+  const int nCode = GetSimpleEncoding().FindName("space");
+  return nCode < 0 ? 0 : GetWidth(nCode);
+}
+
+std::span<const double> CSimpleFont::GetWidths() const
+{
+  if (m_widths.IsEmpty())
+    ReadWidths();
+  return m_widths.GetSpan();
+}
+
+double CSimpleFont::GetWidth(int nCharacter) const
+{
+  return nCharacter >= 0 && nCharacter < g_nCodes ? GetWidths()[static_cast<std::size_t>(nCharacter)] : 0;
+}
+
+void CSimpleFont::SetWidth(int nCharacter, double dWidth)
+{
+  if (!GetWidths().empty())
+    m_widths.SetAt(nCharacter, dWidth);
+}
+
+void CSimpleFont::ReadWidths() const
+{
+  m_widths.SetSize(g_nCodes);
+  const std::span<double> all = m_widths.GetSpan();
+  const CFontDescriptor* pDescriptor = GetFontDescriptor();
+  std::fill(all.begin(), all.end(), pDescriptor && !IsType3() ? pDescriptor->GetNumber("MissingWidth") : 0.0);
+  const CObjectPtr widths = m_object["Widths"];
+  if (!widths.IsArray())
+  {
+    ReadMissingWidths(all);
+    return;
+  }
+  const std::int64_t nFirst = m_object["FirstChar"].GetIntegerValue();
+  const int nCount = std::min(widths.GetSize(), g_nCodes);
+  for (int i = 0; i < nCount; ++i)
+    if (nFirst > -g_nCodes && nFirst + i >= 0 && nFirst + i < g_nCodes)
+      m_widths.SetAt(static_cast<int>(nFirst + i), widths[i].GetRealValue());
+}
+
+// Of a standard font, or else as the program has them.
+void CSimpleFont::ReadMissingWidths(std::span<double> widths) const
+{
+  const CSimpleEncoding& encoding = GetSimpleEncoding();
+  CFontProgram* pProgram = GetProgram();
+  const TStandardFont* pStandard = pProgram ? nullptr : FindStandardFont(GetBaseName());
+  for (unsigned i = 0; i < g_nCodes; ++i)
+  {
+    TGlyphs glyphs;
+    if (pProgram)
+      FindGlyphs(*pProgram, i, glyphs);
+    if (glyphs.m_nCount > 0)
+      widths[i] = pProgram->GetWidth(glyphs.m_aGlyphs[0]);
+    else if (const int nWidth = pStandard ? pStandard->GetWidth(encoding.GetGlyphName(i)) : -1; nWidth >= 0)
+      widths[i] = nWidth;
+    else if (pStandard && widths[i] == 0)
+      widths[i] = pStandard->m_nMissingWidth;
+  }
+}
+
+CSimpleEncoding& CSimpleFont::GetSimpleEncoding() const
+{
+  if (!m_pEncoding)
+    m_pEncoding = CreateEncoding();
+  return *m_pEncoding;
+}
+
+BSE::CObjectPtr<CSimpleEncoding> CSimpleFont::CreateEncoding() const
+{
+  const CObjectPtr encoding = m_object["Encoding"];
+  if (encoding.IsName())
+  {
+    if (const auto pEncoding = m_registry.GetPredefinedEncoding(encoding.GetNameValue()))
+      return pEncoding;
+    if (BSE::CTracer::IsOn())
+      BSE::CTracer::Trace("E", "Font Encoding", "Unknown encoding %s.", encoding.GetNameValue());
+  }
+  if (!encoding.IsDictionary())
+    return CreateDefaultEncoding();
+  BSE::CObjectPtr<CSimpleEncoding> pBase =
+      m_registry.GetPredefinedEncoding(encoding["BaseEncoding"].GetNameValue());
+  if (!pBase)
+    pBase = CreateDefaultEncoding();
+  const CObjectPtr differences = encoding["Differences"];
+  return new CDifferenceEncoding(
+      pBase, m_registry.GetAccount().Charge(differences.GetSize()) ? differences : CObjectPtr());
+}
+
+BSE::CObjectPtr<CSimpleEncoding> CSimpleFont::CreateDefaultEncoding() const
+{
+  if (CFontProgram* pProgram = GetProgram())
+    return new CIntrinsicEncoding(*pProgram);
+  const TStandardFont* pStandard = FindStandardFont(GetBaseName());
+  return m_registry.GetPredefinedEncoding(pStandard ? pStandard->m_szEncoding : "StandardEncoding");
+}
+
+void CSimpleFont::FindGlyphs(CFontProgram& program, unsigned nCode, TGlyphs& glyphs) const
+{
+  const char* szName = GetSimpleEncoding().GetGlyphName(nCode);
+  if (!szName)
+  {
+    glyphs.Add(program.GetGlyphIndexByCode(nCode));
+    return;
+  }
+  glyphs.Add(program.GetGlyphIndexByName(szName));
+  // Other names for the same.
+  char16_t unit = 0;
+  if (glyphs.m_nCount == 0 && GetGlyphText(szName, &unit, 1) == 1)
+    if (const char* szOther = FindCharacterName(unit == 0xA0 ? u' ' : unit == 0xAD ? u'-' : unit))
+      glyphs.Add(program.GetGlyphIndexByName(szOther));
+}
+
+void CSimpleFont::GetCodeToGlyphMap(BSE::CBasicArray<std::uint16_t>& map) const
+{
+  map.RemoveAll();
+  CFontProgram* pProgram = GetProgram();
+  if (!pProgram)
+    return;
+  map.SetSize(g_nCodes);
+  for (unsigned i = 0; i < g_nCodes; ++i)
+  {
+    TGlyphs glyphs;
+    FindGlyphs(*pProgram, i, glyphs);
+    map.SetAt(static_cast<int>(i), static_cast<std::uint16_t>(glyphs.m_nCount > 0 ? glyphs.m_aGlyphs[0] : 0));
+  }
+}
+
+void CSimpleFont::MarkUsedGlyphs(CFontProgram& program) const
+{
+  const std::span<unsigned char> used = program.GetUsedGlyphs();
+  if (!used.empty())
+    used[0] = 1;
+  // Nobody knows what codes mean to a program that has no names.
+  if (AreAllGlyphsUsed() || program.IsCIDKeyed())
+    std::fill(used.begin(), used.end(), static_cast<unsigned char>(1));
+  ForEachUsed(
+      [&](unsigned nCode)
+      {
+        TGlyphs glyphs;
+        FindGlyphs(program, nCode, glyphs);
+        for (int i = 0; i < glyphs.m_nCount; ++i)
+          if (std::cmp_less(glyphs.m_aGlyphs[i], used.size()))
+            used[static_cast<std::size_t>(glyphs.m_aGlyphs[i])] = 1;
+      });
+}
+
+bool CTrueTypeFont::FindSymbolic() const
+{
+  const CFontDescriptor* pDescriptor = GetFontDescriptor();
+  const int nFlags = pDescriptor ? pDescriptor->GetFlags() : 0;
+  if ((nFlags & g_nNonsymbolicFlag) != 0)
+    return false;
+  const CObjectPtr encoding = m_object["Encoding"];
+  if (encoding.IsName("MacRomanEncoding"))
+    return false;
+  if (encoding.IsName("WinAnsiEncoding"))
+  {
+    const auto* pProgram = dynamic_cast<const CFontProgramTrueType*>(GetProgram());
+    if (pProgram && pProgram->HasCMap(3, 1))
+      return false;
+    return (nFlags & g_nSymbolicFlag) != 0;
+  }
+  return CSimpleFont::FindSymbolic();
+}
+
+BSE::CObjectPtr<CSimpleEncoding> CTrueTypeFont::CreateDefaultEncoding() const
+{
+  if (IsSymbolic())
+    return CSimpleFont::CreateDefaultEncoding();
+  return m_registry.GetPredefinedEncoding("StandardEncoding");
+}
+
+// ISO 32000-1, 9.6.6.4. What a font should be and what it is are two things, and readers differ in which they
+// go by: all the ways lead to glyphs that may be shown.
+void CTrueTypeFont::FindGlyphs(CFontProgram& program, unsigned nCode, TGlyphs& glyphs) const
+{
+  if (!IsSymbolic())
+    FindByName(program, nCode, glyphs);
+  glyphs.Add(program.GetGlyphIndexByCode(nCode));
+  if (const auto* pTrueType = dynamic_cast<const CFontProgramTrueType*>(&program))
+  {
+    glyphs.Add(pTrueType->GetMappedGlyph(1, 0, nCode));
+    glyphs.Add(pTrueType->GetMappedGlyph(3, 1, nCode));
+  }
+  if (IsSymbolic())
+    FindByName(program, nCode, glyphs);
+  // Without any table a code is a glyph.
+  if (glyphs.m_nCount == 0 && std::cmp_less(nCode, program.GetGlyphCount()) && !m_object["Encoding"])
+    glyphs.Add(static_cast<int>(nCode));
+}
+
+void CTrueTypeFont::FindByName(CFontProgram& program, unsigned nCode, TGlyphs& glyphs) const
+{
+  const char* szName = GetSimpleEncoding().GetGlyphName(nCode);
+  if (!szName)
+    return;
+  char16_t units[2];
+  const int nUnits = GetGlyphText(szName, units, 2);
+  const char32_t nCharacter = nUnits == 1 ? units[0] : GetSimpleEncoding().GetUnicode32(nCode);
+  if (nCharacter != 0)
+    glyphs.Add(program.GetGlyphIndexByUnicode(nCharacter));
+  const auto* pTrueType = dynamic_cast<const CFontProgramTrueType*>(&program);
+  const int nMacCode = m_registry.GetPredefinedEncoding("MacRomanEncoding")->FindName(szName);
+  if (pTrueType && nMacCode >= 0)
+    glyphs.Add(pTrueType->GetMappedGlyph(1, 0, static_cast<std::uint32_t>(nMacCode)));
+  glyphs.Add(program.GetGlyphIndexByName(szName));
+}
+
+CObjectPtr CType3Font::GetCharProc(unsigned nCode) const
+{
+  const char* szName = GetSimpleEncoding().GetGlyphName(nCode);
+  return szName ? m_object["CharProcs"][szName] : CObjectPtr();
+}
+
+double CType3Font::GetGlyphSpaceFactor() const
+{
+  const CObjectPtr factor = GetFontMatrix()[0];
+  return factor.IsNumber() ? factor.GetRealValue() : 0.001;
+}
+
+// Without a name no code has a glyph.
+BSE::CObjectPtr<CSimpleEncoding> CType3Font::CreateDefaultEncoding() const
+{
+  return new CDifferenceEncoding(nullptr, {});
+}
+
+}  // namespace PDF
