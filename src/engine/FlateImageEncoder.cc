@@ -1,3 +1,6 @@
+// Which form and which prediction is the best shows in a fast compression as well, and only that one is then
+// compressed with all effort.
+
 #include "engine/FlateImageEncoder.h"
 
 #include "base/BasicArray.h"
@@ -8,6 +11,7 @@
 #include "pdf/SimpleObjects.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace PDF
 {
@@ -28,6 +32,12 @@ CObjectPtr MakePrediction(const TSampleForm& form)
   if (form.m_nBits != defaults.BitsPerComponent)
     parameters.AddEntry("BitsPerComponent", new CIntegerObject(form.m_nBits));
   return parameters;
+}
+
+// What the entries of an encoding take in the file.
+std::size_t MeasureEntries(const CObjectPtr& parameters, const TSampleForm& form)
+{
+  return MeasureFilter("FlateDecode", parameters) + MeasureValue(form.m_space);
 }
 
 // All rows after their PNG filters, each of which is chosen for its row.
@@ -56,14 +66,17 @@ void PredictRows(std::span<const unsigned char> rows, const BSE::TPredictionLayo
 
 bool CFlateImageEncoder::Encode(CSamples& samples, bool bReduce, std::size_t nLimit)
 {
-  m_nBestCost = nLimit;
-  m_bFound = false;
+  m_nQuickCost = std::numeric_limits<std::size_t>::max();
+  m_chosen.SetSize(0);
   m_best.SetSize(0);
   if (bReduce)
     TryForms(samples);
   else
     TryForm(samples);
-  return m_bFound;
+  const std::size_t nEntries = MeasureEntries(m_parameters, m_form);
+  return nLimit > nEntries && m_chosen.GetSize() > 0 &&
+         m_deflater.Deflate(m_chosen.GetSpan(),
+                            std::min(nLimit - nEntries, m_deflater.GetBound(m_chosen.GetSize()) + 1), m_best);
 }
 
 // What is half or a third of the samples is not tried in full beside that; a table is, whose indices have
@@ -98,16 +111,15 @@ void CFlateImageEncoder::TryForm(const CSamples& samples)
 void CFlateImageEncoder::Try(std::span<const unsigned char> data, const CObjectPtr& parameters,
                              const TSampleForm& form)
 {
-  const std::size_t nCost = MeasureFilter("FlateDecode", parameters) + MeasureValue(form.m_space);
-  if (m_nBestCost <= nCost ||
-      !m_deflater.Deflate(data, std::min(m_nBestCost - nCost, m_deflater.GetBound(data.size()) + 1),
-                          m_candidate))
+  const std::size_t nEntries = MeasureEntries(parameters, form);
+  if (m_nQuickCost <= nEntries ||
+      !m_quick.Deflate(data, std::min(m_nQuickCost - nEntries, m_quick.GetBound(data.size()) + 1),
+                       m_candidate))
     return;
-  m_nBestCost = nCost + m_candidate.GetSize();
-  m_bestParameters = parameters;
-  m_bestForm = form;
-  m_best.Swap(m_candidate);
-  m_bFound = true;
+  m_nQuickCost = nEntries + m_candidate.GetSize();
+  m_parameters = parameters;
+  m_form = form;
+  m_chosen.Assign(data);
 }
 
 }  // namespace PDF

@@ -21,23 +21,27 @@ public:
   // The best, valid until the next call: its data, the parameters of "FlateDecode", which may be null, and
   // the form that it has the samples in.
   std::span<const unsigned char> GetData() const { return m_best.GetSpan(); }
-  const CObjectPtr& GetParameters() const { return m_bestParameters; }
-  const TSampleForm& GetForm() const { return m_bestForm; }
+  const CObjectPtr& GetParameters() const { return m_parameters; }
+  const TSampleForm& GetForm() const { return m_form; }
 
 private:
+  // Of those that choose.
+  static constexpr int g_nQuickEffort = 3;
+
   void TryForms(CSamples& samples);
   void TryForm(const CSamples& samples);
   void Try(std::span<const unsigned char> data, const CObjectPtr& parameters, const TSampleForm& form);
 
   int m_nEffort;
   CDeflater m_deflater;
+  CDeflater m_quick{g_nQuickEffort};
   CByteBuffer m_candidate;
+  CByteBuffer m_chosen;
   CByteBuffer m_best;
   CByteBuffer m_predicted;
-  CObjectPtr m_bestParameters;
-  TSampleForm m_bestForm;
-  std::size_t m_nBestCost = 0;
-  bool m_bFound = false;
+  CObjectPtr m_parameters;
+  TSampleForm m_form;
+  std::size_t m_nQuickCost = 0;
 };
 
 }  // namespace PDF

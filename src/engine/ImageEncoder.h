@@ -45,7 +45,8 @@ class CImageEncoder
 {
 public:
   // Borrowed.
-  explicit CImageEncoder(const TOptimizerOptions& options) : m_options(options), m_deflater(options.m_nEffort), m_flate(options.m_nEffort)
+  explicit CImageEncoder(const TOptimizerOptions& options)
+      : m_options(options), m_deflater(options.m_nEffort), m_flate(options.m_nEffort)
   {
   }
 

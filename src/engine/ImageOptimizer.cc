@@ -392,7 +392,18 @@ void CImageOptimizer::CWork::Finish()
   else if (!m_bInput)
     BSE::CTracer::Trace("D", "PDF Optimizer", "No candidate image, adding input image as candidate.");
   if (!bReplaced)
+  {
     RestoreState(m_inputValue, m_inputPart);
+    // The samples have been deflated in every way that is known: nothing comes of trying once more.
+    constexpr unsigned nBytes = eCompressionFlagRaw | eCompressionFlagFlate | eCompressionFlagLZW;
+    if (!m_bModified && (m_nCurrent & nBytes) != 0 && m_record.m_aTried[eCompressionFlate] >= 0 &&
+        m_options.m_bRecodeSamples && m_image.GetBitsPerComponent() != 1)
+    {
+      const CObjectPtr part(m_inputPart->Clone());
+      static_cast<CStreamPart*>(part.Get())->SetEncodingFinal();
+      m_object->SetStreamObject(part.Get());
+    }
+  }
   m_record.m_nSizeAfter = bReplaced ? m_best.m_encoded.m_data.GetSize() : m_record.m_nSizeBefore;
 }
 
