@@ -252,10 +252,11 @@ TEST_F(Image, MakesPicturesSmaller)
   EXPECT_TRUE(bits.Resample(eBitonalThreshold, 0.5, 0.5));
   EXPECT_EQ(GetSamples(bits), "\xC0");
   EXPECT_EQ(bits.GetBitsPerComponent(), 1);
-  CImage blocks = Make(3, 3, 1, "", "\xE0\xE0\xE0");
+  // 5 by 3 pixels in blocks of two: those at the edges are cut off.
+  CImage blocks = Make(5, 3, 1, "", "\xC8\x40\xF8");
   EXPECT_TRUE(blocks.ReduceToGrayByFactor(2));
-  EXPECT_EQ(blocks.GetWidth(), 2);
-  EXPECT_EQ(GetSamples(blocks), Bytes({255, 127, 127, 63}));
+  EXPECT_EQ(blocks.GetWidth(), 3);
+  EXPECT_EQ(GetSamples(blocks), Bytes({191, 0, 63, 127, 127, 63}));
   CImage indexed = Make(4, 1, 8, "/ColorSpace [/Indexed /DeviceGray 0 <00>]", "abcd");
   EXPECT_FALSE(indexed.Resample(0, 0.5, 0.5));
   CImage color = Make(2, 1, 8, "/ColorSpace /DeviceRGB", Bytes({255, 255, 255, 0, 0, 0}));
