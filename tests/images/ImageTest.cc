@@ -1,6 +1,7 @@
 #include "base/ErrorHandler.h"
 #include "images/BitonalFilter.h"
 #include "images/Image.h"
+#include "images/ImageFilters.h"
 #include "pdf/Parser.h"
 #include "tests/pdf/WriterSupport.h"
 
@@ -24,6 +25,7 @@ class Image : public testing::Test
 protected:
   Image() : m_file(&m_handler)
   {
+    m_file.SetImageFilters(GetImageFilters());
     EXPECT_TRUE(m_file.Create(m_pOutput.Get(), CString("0123456789abcdef"), true, false));
     const BSE::CObjectPtr<DOC::CColorAccount> pAccount(new DOC::CColorAccount);
     m_pCMS = DOC::CreateCMS("none", "/nowhere", *pAccount);
@@ -190,6 +192,19 @@ TEST_F(Image, CopiesAreTriedAndTaken)
   EXPECT_TRUE(copy.GetObject()->Encode() && image.TakeCopy(copy.GetObject()));
   EXPECT_EQ(GetSamples(image), Bytes({4, 5, 6, 1, 2, 3}));
   EXPECT_TRUE(image.GetObject()["ColorSpace"].IsName("DeviceRGB"));
+  // A decoder that delivers whole rows only, and damage that shows at the end alone.
+  const std::string bits(126 * 600, 'x');
+  for (const bool bCut : {false, true})
+  {
+    CImage fax = Make(1008, 600, 1, "", bits);
+    fax.SetData(fax.GetStream(), "CCITTFaxDecode", Parse("<</K -1 /Columns 1008>>"));
+    EXPECT_TRUE(fax.GetObject()->Encode());
+    if (bCut)
+      fax.SetHeight(601);
+    EXPECT_EQ(fax.ReadSamples(), !bCut);
+    EXPECT_EQ(fax.GetCompressionType(), bCut ? eCompressionGroup4 : eCompressionNone);
+    EXPECT_EQ(GetSamples(fax).substr(0, bits.size()), bits);
+  }
 }
 
 TEST_F(Image, ConvertsToDeviceColors)
