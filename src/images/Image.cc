@@ -314,6 +314,8 @@ bool CImage::ReadSamples()
       return false;
     nLeft -= nStep;
   }
+  // Some damage shows after the last row alone.
+  pSource->Read(block.GetData(), block.GetSize());
   if (BSE::HasGap(pSource))
     return false;
   if (bKept && pKept->Rewind())
