@@ -202,7 +202,7 @@ TEST_F(Image, CopiesAreTriedAndTaken)
     if (bCut)
       fax.SetHeight(601);
     EXPECT_EQ(fax.ReadSamples(), !bCut);
-    EXPECT_EQ(fax.GetCompressionType(), bCut ? eCompressionGroup4 : eCompressionNone);
+    EXPECT_EQ(fax.GetCompressionType(), bCut ? eCompressionGroup4 : eCompressionRaw);
     EXPECT_EQ(GetSamples(fax).substr(0, bits.size()), bits);
   }
 }
