@@ -299,11 +299,13 @@ bool CImage::ReadSamples()
   BSE::IByteStream* pSource = Begin(format, false);
   if (!pSource)
     return false;
-  const std::int64_t nSize = format.GetRowSize() * format.nHeight;
+  // Decoders of pictures deliver whole rows.
+  const std::int64_t nRow = format.GetRowSize();
+  const std::int64_t nSize = nRow * format.nHeight;
   const bool bKept = nSize <= BSE::g_nMaxRecodedSize && CanChange(m_object.Get());
   const BSE::CObjectPtr<BSE::CMemoryStream> pKept(new BSE::CMemoryStream);
   BSE::CBasicArray<unsigned char> block;
-  block.SetSize(g_nBlockSize);
+  block.SetSize(static_cast<int>(std::max<std::int64_t>(g_nBlockSize / nRow, 1) * nRow));
   for (std::int64_t nLeft = nSize; nLeft > 0;)
   {
     const std::int64_t nStep = std::min<std::int64_t>(nLeft, block.GetSize());
@@ -312,6 +314,8 @@ bool CImage::ReadSamples()
       return false;
     nLeft -= nStep;
   }
+  // Some damage shows after the last row alone.
+  pSource->Read(block.GetData(), block.GetSize());
   if (BSE::HasGap(pSource))
     return false;
   if (bKept && pKept->Rewind())

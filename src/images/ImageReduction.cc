@@ -98,8 +98,8 @@ bool CImage::HasBitonalTable()
   const unsigned char nFirst = table.front();
   const unsigned char nSecond = table.back();
   return (nFirst == 0 || nFirst == 255) && nSecond == 255 - nFirst &&
-         std::all_of(table.begin(), table.begin() + nHalf, [=](unsigned char n) { return n == nFirst; }) &&
-         std::all_of(table.begin() + nHalf, table.end(), [=](unsigned char n) { return n == nSecond; });
+         std::ranges::all_of(table.first(nHalf), [=](unsigned char n) { return n == nFirst; }) &&
+         std::ranges::all_of(table.subspan(nHalf), [=](unsigned char n) { return n == nSecond; });
 }
 
 bool CImage::ConvertMatte(DOC::TTarget target)

@@ -37,16 +37,6 @@ bool IsInline(const CBasicArray<T>& array)
   return nData >= nArray && nData < nArray + sizeof(array);
 }
 
-TEST(BasicArray, SizeClasses)
-{
-  const std::pair<std::size_t, std::size_t> cases[] = {
-      {0, 8},    {8, 8},       {9, 32},
-      {32, 32},  {33, 64},     {64, 64},
-      {65, 128}, {4097, 8192}, {~std::size_t{0}, ~std::size_t{0}}};
-  for (const auto& [nBytes, nClass] : cases)
-    EXPECT_EQ(GetArraySizeClass(nBytes), nClass);
-}
-
 TEST(BasicArray, MovesBetweenInlineAndHeap)
 {
   int n = 0;
@@ -143,21 +133,6 @@ TEST(ObjectArray, KeepsReferences)
     EXPECT_EQ(pOther->GetRefCount(), 1);
   }
   EXPECT_EQ(nAlive, 0);
-}
-
-TEST(BasicMap, GrowsAtTheSeventeenthKey)
-{
-  CBasicMap raw;
-  EXPECT_EQ(raw.GetCapacity(), 0);
-  std::vector<int> entries;
-  for (int i = 0; i < 17; ++i)
-  {
-    EXPECT_EQ(raw.GetCapacity(), i == 0 ? 0 : 32);
-    entries.push_back(raw.SetAt(&i, sizeof(i), nullptr));
-  }
-  EXPECT_EQ(raw.GetCapacity(), 64);
-  for (int i = 0; i < 17; ++i)
-    EXPECT_EQ(raw.Lookup(&i, sizeof(i)), i);
 }
 
 TEST(BasicMap, RemovedKeyLeavesAGap)

@@ -1,6 +1,7 @@
 #include "base/ErrorHandler.h"
 #include "images/BitonalFilter.h"
 #include "images/Image.h"
+#include "images/ImageFilters.h"
 #include "pdf/Parser.h"
 #include "tests/pdf/WriterSupport.h"
 
@@ -24,6 +25,7 @@ class Image : public testing::Test
 protected:
   Image() : m_file(&m_handler)
   {
+    m_file.SetImageFilters(GetImageFilters());
     EXPECT_TRUE(m_file.Create(m_pOutput.Get(), CString("0123456789abcdef"), true, false));
     const BSE::CObjectPtr<DOC::CColorAccount> pAccount(new DOC::CColorAccount);
     m_pCMS = DOC::CreateCMS("none", "/nowhere", *pAccount);
@@ -190,6 +192,19 @@ TEST_F(Image, CopiesAreTriedAndTaken)
   EXPECT_TRUE(copy.GetObject()->Encode() && image.TakeCopy(copy.GetObject()));
   EXPECT_EQ(GetSamples(image), Bytes({4, 5, 6, 1, 2, 3}));
   EXPECT_TRUE(image.GetObject()["ColorSpace"].IsName("DeviceRGB"));
+  // A decoder that delivers whole rows only, and damage that shows at the end alone.
+  const std::string bits(126 * 600, 'x');
+  for (const bool bCut : {false, true})
+  {
+    CImage fax = Make(1008, 600, 1, "", bits);
+    fax.SetData(fax.GetStream(), "CCITTFaxDecode", Parse("<</K -1 /Columns 1008>>"));
+    EXPECT_TRUE(fax.GetObject()->Encode());
+    if (bCut)
+      fax.SetHeight(601);
+    EXPECT_EQ(fax.ReadSamples(), !bCut);
+    EXPECT_EQ(fax.GetCompressionType(), bCut ? eCompressionGroup4 : eCompressionRaw);
+    EXPECT_EQ(GetSamples(fax).substr(0, bits.size()), bits);
+  }
 }
 
 TEST_F(Image, ConvertsToDeviceColors)
@@ -252,10 +267,11 @@ TEST_F(Image, MakesPicturesSmaller)
   EXPECT_TRUE(bits.Resample(eBitonalThreshold, 0.5, 0.5));
   EXPECT_EQ(GetSamples(bits), "\xC0");
   EXPECT_EQ(bits.GetBitsPerComponent(), 1);
-  CImage blocks = Make(3, 3, 1, "", "\xE0\xE0\xE0");
+  // 5 by 3 pixels in blocks of two: those at the edges are cut off.
+  CImage blocks = Make(5, 3, 1, "", "\xC8\x40\xF8");
   EXPECT_TRUE(blocks.ReduceToGrayByFactor(2));
-  EXPECT_EQ(blocks.GetWidth(), 2);
-  EXPECT_EQ(GetSamples(blocks), Bytes({255, 127, 127, 63}));
+  EXPECT_EQ(blocks.GetWidth(), 3);
+  EXPECT_EQ(GetSamples(blocks), Bytes({191, 0, 63, 127, 127, 63}));
   CImage indexed = Make(4, 1, 8, "/ColorSpace [/Indexed /DeviceGray 0 <00>]", "abcd");
   EXPECT_FALSE(indexed.Resample(0, 0.5, 0.5));
   CImage color = Make(2, 1, 8, "/ColorSpace /DeviceRGB", Bytes({255, 255, 255, 0, 0, 0}));

@@ -222,13 +222,6 @@ TEST(BitonalFilter, FollowsTheRulesOfEachMode)
             Bytes({0x40, 0x40, 0x80}));
 }
 
-TEST(AntialiasFilter, CountsBits)
-{
-  // 5 by 3 pixels in blocks of two: those at the edges are cut off.
-  CAntialiasFilter filter(MakeStream(Bytes({0xC8, 0x40, 0xF8})).Get(), {nullptr, 1, 5, 3}, 2);
-  EXPECT_EQ(Read(filter, 2), Bytes({191, 0, 63, 127, 127, 63}));
-}
-
 TEST(ImageSizeFilter, ReportsAnotherLength)
 {
   for (const std::int64_t nExpected : {3, 4, 5})

@@ -11,9 +11,12 @@
 namespace BSE
 {
 
+// The folder of the samples.
+extern const char* const g_szSamples;
+
 inline std::string ReadSample(const std::string& sName)
 {
-  return Support::ReadFile(BREVEX_SAMPLES "/" + sName);
+  return Support::ReadFile(std::string(g_szSamples) + "/" + sName);
 }
 
 // Big-endian.

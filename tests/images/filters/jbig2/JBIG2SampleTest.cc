@@ -5,6 +5,9 @@
 
 namespace BSE
 {
+
+const char* const g_szSamples = BREVEX_SAMPLES;
+
 namespace
 {
 
@@ -25,7 +28,7 @@ std::string Take(std::string_view& rest, const std::string& before)
 TEST(JBIG2Samples, ShowTheirPictures)
 {
   int nPictures = 0;
-  for (const auto& entry : std::filesystem::directory_iterator(BREVEX_SAMPLES))
+  for (const auto& entry : std::filesystem::directory_iterator(g_szSamples))
   {
     if (entry.path().extension() != ".bin")
       continue;

@@ -9,6 +9,9 @@
 
 namespace BSE
 {
+
+const char* const g_szSamples = BREVEX_SAMPLES;
+
 namespace
 {
 

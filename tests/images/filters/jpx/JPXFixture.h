@@ -17,10 +17,13 @@ inline int GetTestSample(int nComponent, int x, int y, int nDepth)
   return (x * (5 + nComponent) + y * (9 - nComponent) + (x / 8 + y / 8) % 2 * 40) & ((1 << nDepth) - 1);
 }
 
+// The folder of the samples.
+extern const char* const g_szSamples;
+
 // A codestream without loss: its size and components, see samples/README.md.
 inline std::string ReadCodestream(const std::string& sName)
 {
-  return Support::ReadFile(BREVEX_SAMPLES "/" + sName + ".j2k");
+  return Support::ReadFile(std::string(g_szSamples) + "/" + sName + ".j2k");
 }
 
 // A box with contents.
