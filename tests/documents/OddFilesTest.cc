@@ -300,6 +300,12 @@ std::vector<TOddFile> MakeTrees()
                  "<</Type/Page/Parent 2 0 R/Contents 4 0 R/MediaBox 99 0 R/Rotate 98 0 R/Resources 97 0 R>>",
                  sText, sFont}),
        1, TOutcome::Whole, kept},
+      {"PageWithLostKids",
+       "%PDF-1.7\n2 0 obj\n<</Type/Page/Kids[7 0 R]/Count 1/MediaBox[0 0 9 9]>>\nendobj\n3 0 obj\n"
+       "<</Type/Page/MediaBox[0 0 9 9]>>\nendobj\n7 0 obj\n<</Type/Pages/Kids[3 %%\nendobj\n%%EOF\n",
+       2,
+       TOutcome::Loss,
+       {}},
   };
 }
 
