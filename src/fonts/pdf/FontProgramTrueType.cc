@@ -232,4 +232,12 @@ void CFontProgramTrueType::HashMergeKey(BSE::CHashFunction& hash)
   m_pFont->HashMergeKey(hash);
 }
 
+int CFontProgramTrueType::DuplicateGlyph(int nGlyph, int nCode, const char*)
+{
+  const int nCopy = TTF::CTTFMerger(*m_pFont, *m_pFont, {}, {}).Duplicate(nGlyph, nCode);
+  if (nCopy > 0)
+    NotifyChanged();
+  return nCopy;
+}
+
 }  // namespace PDF
