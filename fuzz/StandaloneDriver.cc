@@ -34,10 +34,8 @@ std::vector<CBytes> ReadSeeds(const std::filesystem::path& path)
   if (std::filesystem::is_directory(path))
   {
     for (const auto& entry : std::filesystem::directory_iterator(path))
-    {
       if (entry.is_regular_file())
         files.push_back(entry.path());
-    }
     std::sort(files.begin(), files.end());
   }
   else if (std::filesystem::exists(path))

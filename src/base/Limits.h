@@ -37,6 +37,16 @@ inline constexpr std::int64_t g_nMaxRecodedSize = std::int64_t{64} << 20;
 inline constexpr std::int64_t g_nMaxRecodedRatio = 100;
 inline constexpr std::int64_t g_nFreeRecodedSize = std::int64_t{64} << 20;
 
+// Samples of one image that is encoded anew, and of all images of a file together: so many times its length,
+// beyond a free amount. What is beyond stays as it is.
+inline constexpr std::int64_t g_nMaxImageSamples = std::int64_t{1} << 30;
+#ifdef BREVEX_SMALL_LIMITS
+inline constexpr std::int64_t g_nFreeImageSamples = std::int64_t{1} << 20;
+#else
+inline constexpr std::int64_t g_nFreeImageSamples = std::int64_t{64} << 20;
+#endif
+inline constexpr std::int64_t g_nImageSamplesRatio = 200;
+
 // Decoded object streams that a file keeps in memory: any number of small ones, no more than a few large ones
 // while the objects are read in the order of the file, and more as streams have to be decoded again.
 inline constexpr std::int64_t g_nFreeCachedStreams = std::int64_t{8} << 20;

@@ -29,6 +29,8 @@ public:
   // Borrowed.
   explicit CContentColorResources(CColorSpaceFactory& spaces) : m_spaces(spaces) {}
 
+  CColorSpaceFactory& GetFactory() const { return m_spaces; }
+
   BSE::CObjectPtr<IContentColorSpace> CreateColorSpace(const CObjectPtr& space) override;
 
   // The space that the components of a colour are in: for a pattern that of those without colours of their

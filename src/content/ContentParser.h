@@ -168,6 +168,12 @@ protected:
   // False, reported, if content with this object is being parsed around this, or too much else is.
   bool CanEnter(const CObjectPtr& form, const char* szName);
 
+  // Parses the content of a form, or of what has its content as a form does: a pattern, a glyph, an
+  // appearance. Resources stand in where it has none; the matrix is the one around it. What cannot be entered
+  // or read is reported by the name.
+  void ParseContent(const CObjectPtr& form, const CResources& standIn, const TMatrix& around,
+                    const char* szName);
+
   // The matrix of a page's box with its rotation.
   static TMatrix GetBoxMatrix(const TRectangle& box, int nRotation);
 
@@ -222,7 +228,7 @@ private:
   void ApplyLineEntries(const CObjectPtr& dictionary);
   void ApplyDeviceEntries(const CObjectPtr& dictionary);
   void ApplyFontEntry(const CObjectPtr& font);
-  bool ParseForm(const CObjectPtr& form);
+  bool ParseForm(const CObjectPtr& form, const CResources& standIn, const TMatrix& around);
   void MoveBy(double dX, double dY);
 
   CParserContext* m_pContext = nullptr;

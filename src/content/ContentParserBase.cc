@@ -33,6 +33,7 @@ void CContentParserBase::Rewind()
   m_operands.Truncate(0);
   m_text.Truncate(0);
   m_bTokenKept = false;
+  m_nJoined = eTokenNone;
 }
 
 int CContentParserBase::Stop(unsigned nCode)
@@ -141,6 +142,8 @@ void CContentParserBase::SetText(TOperand& operand, const char* pText, std::size
 int CContentParserBase::ReadToken(TOperand& operand)
 {
   int nToken = eTokenNone;
+  if (m_nJoined != eTokenNone)
+    return std::exchange(m_nJoined, eTokenNone);
   if (m_bTokenKept)
   {
     m_bTokenKept = false;
@@ -195,6 +198,7 @@ int CContentParserBase::TakeScannerToken(TOperand& operand)
   case eTokenReal:
     operand.m_nCount = scanner.GetInteger();
     operand.m_dNumber = scanner.GetReal();
+    m_nJoined = scanner.GetJoinedOperator();
     break;
   case eTokenString:
   case eTokenName:

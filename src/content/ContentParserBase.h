@@ -120,6 +120,7 @@ private:
   BSE::CBasicArray<int> m_openArrays;  // "[" among the operands that are not closed yet
   BSE::CBasicArray<int> m_openDictionaries;
   bool m_bTokenKept = false;
+  TToken m_nJoined = eTokenNone;  // an operator that the last number has brought with it
 };
 
 }  // namespace PDF

@@ -97,19 +97,22 @@ bool CContentParser::CanEnter(const CObjectPtr& form, const char* szName)
 
 void CContentParser::DoForm(const char* szName)
 {
-  const CObjectPtr form = FindXObject(szName);
-  if (!CanEnter(form, szName))
-    return;
-  if (!ParseForm(form))
+  ParseContent(FindXObject(szName), m_pContext->GetResources(), m_state.m_ctm, szName);
+}
+
+void CContentParser::ParseContent(const CObjectPtr& form, const CResources& standIn, const TMatrix& around,
+                                  const char* szName)
+{
+  if (CanEnter(form, szName) && !ParseForm(form, standIn, around))
     ReportDropped(g_nContentUnreadable, "name", szName);
 }
 
-bool CContentParser::ParseForm(const CObjectPtr& form)
+bool CContentParser::ParseForm(const CObjectPtr& form, const CResources& standIn, const TMatrix& around)
 {
   const BSE::CObjectPtr<CContentStream> pStream(new CContentStream(form, &GetEnvironment().GetAccount()));
   CResources resources = form["Resources"];
   if (!resources.IsDictionary())
-    resources = m_pContext->GetResources();
+    resources = standIn;
   TRectangle box = m_box;
   ReadRectangle(form["BBox"], box);
   const BSE::CScopedPtr<CContentParser> pParser = CreateParser(pStream, box, 0);
@@ -121,8 +124,7 @@ bool CContentParser::ParseForm(const CObjectPtr& form)
   pParser->m_aVisible[0] = m_aVisible[m_nMarked];
   pParser->m_bIgnoreOptional = m_bIgnoreOptional;
   TMatrix matrix;
-  if (ReadMatrix(form["Matrix"], matrix))
-    pParser->m_state.m_ctm = matrix * m_state.m_ctm;
+  pParser->m_state.m_ctm = ReadMatrix(form["Matrix"], matrix) ? matrix * around : around;
   if (const CObjectPtr parents = form["StructParents"]; parents.IsInteger())
     pParser->SetStructParents(parents.GetIntegerValue());
   else if (const CObjectPtr parent = form["StructParent"]; parent.IsInteger())

@@ -295,7 +295,8 @@ void CDocumentCopierBase::CopyPageEntries(const TPageCopy& page, const CObjectPt
   for (int i = value.GetBegin(); i != value.GetEnd(); i = value.GetNext(i))
   {
     const char* szKey = value.GetKey(i);
-    if (GetInheritedKey(szKey) >= 0 || IsOneOf(szKey, {"Parent", "Type", "B"}))
+    // With kids, whose loss has been reported, it would be a node of the tree in the copy.
+    if (GetInheritedKey(szKey) >= 0 || IsOneOf(szKey, {"Parent", "Type", "B", "Kids", "Count"}))
       continue;
     const CObjectPtr source = KeyEquals(szKey, "Contents") ? page.m_contents : value.GetValue(i);
     if (!IsPageEntryKept(szKey, source))

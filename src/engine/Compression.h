@@ -1,24 +1,9 @@
 #pragma once
 
+#include "images/ImageCompression.h"
+
 namespace PDF
 {
-
-// Numbers of image compressions, in options that name one.
-enum TCompression : unsigned
-{
-  eCompressionRaw = 0,
-  eCompressionJPEG = 1,
-  eCompressionFlate = 2,
-  eCompressionLZW = 3,
-  eCompressionGroup31D = 4,
-  eCompressionGroup3 = 5,
-  eCompressionGroup4 = 6,
-  eCompressionJBIG2 = 7,
-  eCompressionJPEG2000 = 8,
-  eCompressionMRC = 9,           // mixed raster content; continuous-tone sets only
-  eCompressionUnspecified = 10,  // none chosen
-  eCompressionInvalid = 11
-};
 
 // Flags of image compressions, in options that hold a set: 1 shifted left by the number, and one without a
 // number.

@@ -1,13 +1,19 @@
 #include "engine/Optimizer.h"
 
+#include "base/ScopedValue.h"
 #include "base/Tracer.h"
 #include "document/BTree.h"
 #include "engine/BitonalStreamRecoder.h"
+#include "engine/ContentAnalysis.h"
 #include "engine/EqualObjectMerger.h"
+#include "engine/ImageOptimizer.h"
 #include "engine/JPEGStreamRecoder.h"
 #include "engine/RedundantObjectOptimizer.h"
+#include "engine/SampleRecoder.h"
 #include "engine/StatusCodes.h"
 #include "engine/StreamRecompressor.h"
+#include "images/ImageFilters.h"
+#include "pdf/StreamObjects.h"
 #include "pdf/linearize/Linearizer.h"
 
 #include <algorithm>
@@ -51,23 +57,33 @@ bool IsVersionAllowed(CConformance claim, int nMajor, int nMinor)
   return claim.GetPart() > 1 && nMajor == 1 && nMinor <= 7;
 }
 
+// Whether images are to be changed or encoded anew: each class of them has a set, and is left alone without.
+bool WorksOnImages(const TOptimizerOptions& options)
+{
+  return (options.m_nBitonalCompressions | options.m_nContinuousCompressions |
+          options.m_nIndexedCompressions) != 0;
+}
+
 // What happens to the streams of one save: each pass leaves to the next what it does not handle. Lent to the
 // copier, for the streams that it copies, and to the output file, for those that it makes itself.
 class CStreamPasses : public IStreamStep
 {
 public:
-  // With bJBIG2 the version of the output knows that filter.
+  // With bJBIG2 the version of the output knows that filter. The pass for images may be null.
   CStreamPasses(CCopyBase& copier, CFile& file, const TOptimizerOptions& options, bool bJBIG2,
-                CDecodedStreams& decoded)
-      : m_copier(copier), m_file(file)
+                CDecodedStreams& decoded, CImageOptimizer* pImages)
+      : m_copier(copier), m_file(file), m_pImages(pImages)
   {
     if (options.m_bRecodeJPEG)
       m_pRecoder.Reset(new CJPEGStreamRecoder);
+    if (options.m_bRecodeSamples)
+      m_pSamples.Reset(new CSampleRecoder(options.m_nEffort));
     if (options.m_bRecodeBitonal)
       m_pBitonal.Reset(new CBitonalStreamRecoder(bJBIG2));
     if (options.m_bRecompressStreams)
       m_pRecompressor.Reset(new CStreamRecompressor(options.m_nEffort, decoded));
-    m_copier.SetStreamStep(m_pRecoder || m_pBitonal || m_pRecompressor ? this : nullptr);
+    m_copier.SetStreamStep(m_pImages || m_pRecoder || m_pSamples || m_pBitonal || m_pRecompressor ? this
+                                                                                                  : nullptr);
     m_file.SetStreamDeflater(m_pRecompressor.Get());
   }
   CStreamPasses(const CStreamPasses&) = delete;
@@ -80,9 +96,15 @@ public:
 
   void HandleStream(const CObjectPtr& source, const CObjectPtr& target) override
   {
+    // What an image has become is as short as it can be. One that stays is next for those passes that change
+    // no sample.
+    if (m_pImages)
+      m_pImages->Optimize(source, target);
+    if (static_cast<CStreamPart*>(target.GetStreamObject().Get())->IsEncodingFinal())
+      return;
     if (m_pRecoder && m_pRecoder->Recode(*target))
       return;
-    if (m_pRecompressor)
+    if ((!m_pSamples || !m_pSamples->Recode(source, *target)) && m_pRecompressor)
       m_pRecompressor->HandleStream(source, target);
     // Last, against whatever form is the shortest of the others.
     if (m_pBitonal)
@@ -92,7 +114,9 @@ public:
 private:
   CCopyBase& m_copier;
   CFile& m_file;
+  CImageOptimizer* m_pImages;
   BSE::CScopedPtr<CJPEGStreamRecoder> m_pRecoder;
+  BSE::CScopedPtr<CSampleRecoder> m_pSamples;
   BSE::CScopedPtr<CBitonalStreamRecoder> m_pBitonal;
   BSE::CScopedPtr<CStreamRecompressor> m_pRecompressor;
 };
@@ -103,6 +127,8 @@ COptimizer::COptimizer(BSE::IErrorContext* pErrorContext)
     : CDocumentCopierT<CObjectCopier>(pErrorContext), m_stripper(m_options, pErrorContext)
 {
   m_bKeepFileId = true;
+  m_input.GetFile().SetImageFilters(GetImageFilters());
+  m_output.GetFile().SetImageFilters(GetImageFilters());
 }
 
 COptimizer::~COptimizer()
@@ -150,6 +176,7 @@ bool COptimizer::Close()
     ResetState();
   m_standIns.RemoveAll();
   m_decoded.RemoveAll();
+  m_images.RemoveAll();
   return CloseDocuments();
 }
 
@@ -201,7 +228,12 @@ bool COptimizer::RunSave(BSE::IByteStream* pStream, const TEncryption& encryptio
 bool COptimizer::CopyDocument(BSE::IByteStream* pStream, const TEncryption& encryption)
 {
   const bool bJBIG2 = m_output.GetMajorVersion() > 1 || m_output.GetMinorVersion() >= 4;
-  const CStreamPasses passes(*this, m_output.GetFile(), m_options, bJBIG2, m_decoded);
+  BSE::CScopedPtr<CImageOptimizer> pImages;
+  if (m_images.GetCount() > 0 && WorksOnImages(m_options))
+    pImages.Reset(new CImageOptimizer(m_input.GetFile(), m_options, m_standIns, m_images,
+                                      m_output.GetMajorVersion(), m_output.GetMinorVersion()));
+  const BSE::CScopedValue<CImageOptimizer*> images(m_pImages, pImages.Get());
+  const CStreamPasses passes(*this, m_output.GetFile(), m_options, bJBIG2, m_decoded, pImages.Get());
   return CDocumentCopierT<CObjectCopier>::Save(pStream, encryption);
 }
 
@@ -229,8 +261,16 @@ bool COptimizer::Analyze()
     return false;
   }
   FindDuplicates();
+  AnalyzeContent();
   m_bAnalyzed = true;
   return true;
+}
+
+void COptimizer::AnalyzeContent()
+{
+  m_images.RemoveAll();
+  if (WorksOnImages(m_options))
+    CContentAnalysis(m_input, m_standIns, m_images).Run();
 }
 
 void COptimizer::FindDuplicates()

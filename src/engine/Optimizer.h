@@ -3,12 +3,15 @@
 #include "document/DocumentCopier.h"
 #include "document/ObjectCopier.h"
 #include "engine/DecodedStreams.h"
+#include "engine/ImageRecord.h"
 #include "engine/ObjectStripper.h"
 #include "engine/OptimizerOptions.h"
 #include "engine/StandIns.h"
 
 namespace PDF
 {
+
+class CImageOptimizer;
 
 // The engine behind a handle: an input document, an output document, and a save that copies the one into the
 // other, object by object, with what the options ask for done on the way.
@@ -57,6 +60,10 @@ public:
   // Back to the state before the analysis: nothing known, no claim lost, no conformance for the output.
   void ResetState();
 
+  // What the analysis knows of the images, and the last save has made of them. None before an analysis that
+  // an option for images asked for.
+  const CImageRecords& GetImages() const { return m_images; }
+
   // The object of the input that stands for this one and all its duplicates; itself for most, and for an
   // object of another file.
   CObjectPtr GetStandIn(const CObjectPtr& object);
@@ -64,9 +71,9 @@ public:
   // A duplicate is replaced by the object that stands for it; what is dropped gives null.
   CObjectPtr VisitIndirect(const CObjectPtr& object) override;
 
-  // What the strip flags keep. Inside the form, signed signature fields and "SigFlags" go; the widget of a
-  // signature that is flattened becomes a stamp. A list of
-  // references closes up where an object is dropped.
+  // What the strip flags keep, with the masks of images as simple as they can be. Inside the form, signed
+  // signature fields and "SigFlags" go; the widget of a signature that is flattened becomes a stamp. A list
+  // of references closes up where an object is dropped.
   CObjectPtr VisitDictionary(const CObjectPtr& object) override;
   CObjectPtr VisitArray(const CObjectPtr& object) override;
 
@@ -85,6 +92,8 @@ private:
   bool RunSave(BSE::IByteStream* pStream, const TEncryption& encryption);
   bool CopyDocument(BSE::IByteStream* pStream, const TEncryption& encryption);
   void FindDuplicates();
+  void AnalyzeContent();
+  bool CopyMask(const CObjectPtr& image, const char* szKey, const CObjectPtr& mask, const CObjectPtr& copy);
   void DecideConformance();
   bool IsClaimLost(CConformance conformance);
   bool HasColorConversionLostClaim(TColorModel nModel) const;
@@ -110,6 +119,8 @@ private:
   TOptimizerOptions m_options;
   CStandIns m_standIns;
   CDecodedStreams m_decoded;  // by the analysis, and not yet copied
+  CImageRecords m_images;
+  CImageOptimizer* m_pImages = nullptr;  // during the copy, where there is such work
   bool m_bAnalyzed = false;
   bool m_bConformanceLost = false;
   bool m_bFilterSignedFields = false;  // inside the form

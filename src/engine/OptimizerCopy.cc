@@ -3,6 +3,7 @@
 #include "base/ScopedValue.h"
 #include "base/Tracer.h"
 #include "engine/FeatureStripper.h"
+#include "engine/ImageOptimizer.h"
 #include "engine/OptOutlinesCopier.h"
 #include "engine/OptPartCopiers.h"
 #include "engine/Optimizer.h"
@@ -42,12 +43,34 @@ CObjectPtr COptimizer::VisitDictionary(const CObjectPtr& object)
     if (KeyEquals(szKey, "SigFlags") && (m_bFilterSignedFields || object["Fields"]))
       continue;
     const CObjectPtr value = object.GetValue(i);
+    if (m_pImages && value.IsStream() && CopyMask(object, szKey, value, copy))
+      continue;
     const bool bFields = m_bFilterSignedFields && KeyEquals(szKey, "Fields") && value.IsArray();
     const BSE::CScopedValue inFields(m_bInFieldsArray, m_bInFieldsArray || bFields);
     if (const CObjectPtr entry = VisitEntry(szKey, value))
       copy.AddEntry(szKey, entry);
   }
   return copy;
+}
+
+// True if the entry is a mask of an image that does not stay as it is.
+bool COptimizer::CopyMask(const CObjectPtr& image, const char* szKey, const CObjectPtr& mask,
+                          const CObjectPtr& copy)
+{
+  const bool bSoft = KeyEquals(szKey, "SMask");
+  if (!bSoft && (!KeyEquals(szKey, "Mask") || image["SMask"]))
+    return false;
+  switch (m_pImages->JudgeMask(image, static_cast<bool>(GetCopy(GetStandIn(mask)))))
+  {
+  case eMaskDropped:
+    return true;
+  case eMaskMadeStencil:
+    if (const CObjectPtr entry = VisitEntry(szKey, mask))
+      copy.AddEntry(m_pImages->IsStencilMade(mask) ? "Mask" : szKey, entry);
+    return true;
+  default:
+    return false;
+  }
 }
 
 // What a flattened signature shows stays on its page as a stamp, which has nothing of a field.

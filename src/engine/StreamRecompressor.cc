@@ -76,7 +76,9 @@ void CStreamRecompressor::Deflate(std::span<const unsigned char> data,
 
 void CStreamRecompressor::HandleStream(const CObjectPtr& source, const CObjectPtr& target)
 {
-  if (!Decode(source.GetObjNumber(), *target))
+  // What has been decoded is the source's: another pass may have given the copy other data.
+  const bool bSame = source && source.GetStreamObject() == target.GetStreamObject();
+  if (!Decode(bSame ? source.GetObjNumber() : 0, *target))
     return;
   if (m_decoder.GetData().size() > g_nLargeData &&
       m_decoder.GetEncodedSize() < m_decoder.GetData().size() / g_nDenseRatio)

@@ -35,6 +35,7 @@ int GuessColorTransform(CObject* pStream)
 CStreamPtr CreateDecoder(BSE::IByteStream* pSource, CObject* pStream, const CObjectPtr& parameters)
 {
   BSE::CDCTParameters dct;
+  dct.nHeight = CImageDictionary(pStream).GetHeight();
   dct.nColorTransform = parameters["ColorTransform"].IsNumber()
                             ? GetFilterParameter(parameters, "ColorTransform", 0)
                             : GuessColorTransform(pStream);

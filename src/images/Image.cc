@@ -156,12 +156,12 @@ DOC::IColorSpace* CImage::GetColorSpace()
   return m_pColorSpace.Get();
 }
 
-TImageCompression CImage::GetCompressionType() const
+TCompression CImage::GetCompressionType() const
 {
   struct TRow
   {
     const char* m_szName;
-    TImageCompression m_compression;
+    TCompression m_compression;
   };
   constexpr TRow rows[] = {{"DCTDecode", eCompressionJPEG},    {"DCT", eCompressionJPEG},
                            {"FlateDecode", eCompressionFlate}, {"Fl", eCompressionFlate},
@@ -169,7 +169,7 @@ TImageCompression CImage::GetCompressionType() const
                            {"JBIG2Decode", eCompressionJBIG2}, {"JPXDecode", eCompressionJPEG2000}};
   const int nCount = GetFilterCount(m_object.Get());
   if (nCount == 0)
-    return m_object["Filter"] ? eCompressionOther : eCompressionNone;
+    return m_object["Filter"] ? eCompressionUnspecified : eCompressionRaw;
   const CObjectPtr first = GetFilterName(m_object.Get(), 0);
   const bool bArmoured = nCount == 2 && (first.IsName("ASCII85Decode") || first.IsName("A85"));
   if (bArmoured && BSE::CTracer::IsOn())
@@ -177,7 +177,7 @@ TImageCompression CImage::GetCompressionType() const
                         "TO"
                         "DO: fix GetCompressionType semantics");
   if (nCount > 2 || (nCount == 2 && !bArmoured))
-    return eCompressionOther;
+    return eCompressionUnspecified;
   const CObjectPtr name = GetFilterName(m_object.Get(), nCount - 1);
   for (const TRow& row : rows)
   {
@@ -185,9 +185,9 @@ TImageCompression CImage::GetCompressionType() const
       return row.m_compression;
   }
   if (!name.IsName("CCITTFaxDecode") && !name.IsName("CCF"))
-    return eCompressionOther;
+    return eCompressionUnspecified;
   const std::int64_t nK = GetIntegerOr(GetFilterParameters(m_object.Get(), nCount - 1)["K"], -1);
-  return nK < 0 ? eCompressionGroup4 : nK > 0 ? eCompressionGroup3Mixed : eCompressionGroup3;
+  return nK < 0 ? eCompressionGroup4 : nK > 0 ? eCompressionGroup3 : eCompressionGroup31D;
 }
 
 bool CImage::IsBitonal()

@@ -1,26 +1,12 @@
 #pragma once
 
+#include "images/ImageCompression.h"
 #include "images/SampleFormat.h"
 #include "images/color/ColorSpaceFactory.h"
 #include "pdf/Object.h"
 
 namespace PDF
 {
-
-// How the data of an image is compressed.
-enum TImageCompression
-{
-  eCompressionNone = 0,
-  eCompressionJPEG = 1,
-  eCompressionFlate = 2,
-  eCompressionLZW = 3,
-  eCompressionGroup3 = 4,
-  eCompressionGroup3Mixed = 5,
-  eCompressionGroup4 = 6,
-  eCompressionJBIG2 = 7,
-  eCompressionJPEG2000 = 8,
-  eCompressionOther = 10
-};
 
 enum TColorAnalysis
 {
@@ -68,7 +54,8 @@ public:
   // That of the data for JPEG 2000 data without one in the dictionary; gray for an image without any, and for
   // stencil masks. Null for one that is not valid, which has been reported. Borrowed.
   DOC::IColorSpace* GetColorSpace();
-  TImageCompression GetCompressionType() const;
+  // eCompressionUnspecified for what has no number.
+  TCompression GetCompressionType() const;
 
   // One bit per component, and one component.
   bool IsBitonal();

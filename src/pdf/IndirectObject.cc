@@ -185,18 +185,19 @@ bool CIndirectObject::Encode()
     return true;
   BSE::CObjectPtr<BSE::IByteStream> pData = pPart->GetStream();
   BSE::CObjectPtr<BSE::CMemoryStream> pEncoded(new BSE::CMemoryStream);
-  BSE::CObjectPtr<BSE::IByteStream> pFilter = CreateEncodeChain(pEncoded.Get(), this);
-  // No bytes are no bytes in any encoding, also in one that cannot be written.
-  if (pData && !pFilter && pPart->GetDataLength() == 0)
+  const BSE::CObjectPtr<BSE::IByteStream> pFilter = CreateEncodeChain(pEncoded.Get(), this);
+  if (!pData)
+    return false;
+  const bool bEncoded = pFilter &&
+                        pFilter->CopyFrom(pData.Get(), std::numeric_limits<std::int64_t>::max(), false) &&
+                        CloseEncodeChain(pFilter.Get());
+  // No bytes are no bytes in any encoding, also in one that cannot be written or needs some.
+  if (!bEncoded && pPart->GetDataLength() == 0)
   {
-    m_pStream = new CEmbeddedStreamObject(pEncoded.Get(), 0, 0);
+    m_pStream = new CEmbeddedStreamObject(new BSE::CMemoryStream, 0, 0);
     return true;
   }
-  if (!pData || !pFilter)
-    return false;
-  if (!pFilter->CopyFrom(pData.Get(), std::numeric_limits<std::int64_t>::max(), false))
-    return false;
-  if (!CloseEncodeChain(pFilter.Get()))
+  if (!bEncoded)
     return false;
   m_pStream = new CEmbeddedStreamObject(pEncoded.Get(), 0, pEncoded->GetLength());
   return true;

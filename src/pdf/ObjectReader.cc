@@ -281,11 +281,12 @@ void CObjectReader::EnterRecoveredHolders(const BSE::CBasicArray<int>& holders, 
 
 void CObjectReader::UnloadUnused(CIndirectObject& object)
 {
-  // All values go with the table then.
-  if (m_bReleasing)
+  // All values go with the table then. An object that could not be queued comes back as it is let go of.
+  if (m_bReleasing || m_bQueuing)
     return;
   try
   {
+    const BSE::CScopedValue queuing(m_bQueuing, true);
     m_unloadQueue.Add(&object);
   }
   catch (...)

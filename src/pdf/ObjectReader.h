@@ -84,6 +84,7 @@ private:
   unsigned m_nReadFailure = 0;
   int m_nLoadDepth = 0;
   bool m_bUnloading = false;
+  bool m_bQueuing = false;
   bool m_bReleasing = false;
 };
 

@@ -337,8 +337,9 @@ void CScanner::ReadNumber(int c)
   const bool bNextNumber = c == '.';
   if (c >= 0)
     m_pStream->UngetByte();
-  if (!bNextNumber)
-    SkipRegular();
+  m_nJoined = eTokenNone;
+  if (!bNextNumber && IsRegular(c))
+    SkipJoined();
   if (bNegative)
     nMantissa = -nMantissa;
   if (!bPoint && !bOverflow)
@@ -355,10 +356,10 @@ void CScanner::ReadNumber(int c)
   m_nInteger = Truncate(m_dReal);
 }
 
-void CScanner::SkipRegular()
+void CScanner::SkipJoined()
 {
-  while (IsRegular(m_pStream->PeekByte()))
-    m_pStream->GetByte();
+  ReadKeyword(m_pStream->GetByte());
+  m_nJoined = m_nToken >= eTokenFirstOperator ? m_nToken : eTokenNone;
 }
 
 void CScanner::ReadKeyword(int c)

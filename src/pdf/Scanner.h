@@ -40,6 +40,10 @@ public:
   std::int64_t GetInteger() const { return m_nInteger; }
   double GetReal() const { return m_dReal; }
 
+  // The operator that is written directly after the current number, as in "10w"; eTokenNone for no operator.
+  // Other characters there are skipped.
+  TToken GetJoinedOperator() const { return m_nJoined; }
+
   // Text of a string, name or keyword, ended by a zero byte that the length does not count.
   const char* GetText() const { return m_text.GetData(); }
   int GetTextLength() const { return m_text.GetSize() - 1; }
@@ -103,7 +107,7 @@ private:
   void ReadName();
   void ReadNumber(int nFirst);
   void ReadKeyword(int nFirst);
-  void SkipRegular();
+  void SkipJoined();
   void CheckStringLength();
   void BeginText() { m_text.Truncate(0); }
   void EndText() { m_text.Add('\0'); }
@@ -111,6 +115,7 @@ private:
   BSE::CObjectPtr<BSE::CBufferedInputStream> m_pStream;
   BSE::IErrorContext* m_pErrorContext;
   TToken m_nToken = eTokenNone;
+  TToken m_nJoined = eTokenNone;
   std::int64_t m_nTokenPos = -1;
   std::int64_t m_nInteger = 0;
   double m_dReal = 0;

@@ -138,9 +138,7 @@ bool IsUnexpected(const fs::path& path, unsigned nCode)
 TEST(ContentCorpus, SoundFilesAreParsedWithoutAReport)
 {
   if (!fs::is_directory(Support::GetCorpus() / "real"))
-  {
     GTEST_SKIP() << "needs a folder of documents in BREVEX_CORPUS";
-  }
   TCounts counts;
   Content::ForEachDocument("real",
                            [&](const fs::path& path, const std::string&, PDF::CDocument& document)
@@ -159,9 +157,7 @@ TEST(ContentCorpus, SoundFilesAreParsedWithoutAReport)
 TEST(ContentCorpus, DamagedFilesAreSurvived)
 {
   if (!fs::is_directory(Support::GetCorpus() / "damaged"))
-  {
     GTEST_SKIP() << "needs a folder of documents in BREVEX_CORPUS";
-  }
   TCounts counts;
   Content::ForEachDocument("damaged",
                            [&](const fs::path&, const std::string&, PDF::CDocument& document)

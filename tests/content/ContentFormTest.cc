@@ -1,6 +1,7 @@
 // Contents in parts, forms, marked content that is hidden, and text that is measured.
 
 #include "content/ContentColorSpace.h"
+#include "content/SpotColorantExtractor.h"
 #include "content/StatusCodes.h"
 #include "tests/content/RecordingParser.h"
 
@@ -225,6 +226,48 @@ TEST(ContentColors, SpacesOfTheDocument)
   EXPECT_FALSE(resources.GetSpace(sample.Parse("/Pattern cs").m_state.m_fill));
   EXPECT_THAT(sample.Parse("/B cs /L cs 1 1 scn").m_codes,
               UnorderedElementsAre(PDF::g_nColorSpaceUnknown, PDF::g_nOperandCount));
+}
+
+TEST(ContentColors, SpotColorantsAreFoundOnce)
+{
+  const auto spot = [](const char* szName)
+  { return "[/Separation/" + std::string(szName) + "/DeviceGray<</FunctionType 2/N 1/Domain[0 1]>>]"; };
+  const auto stream = [](const std::string& sEntries, const std::string& sData)
+  {
+    return "<<" + sEntries + "/Length " + std::to_string(sData.size()) + ">>stream\n" + sData + "\nendstream";
+  };
+  const auto colors = [&](const char* szName) { return "/ColorSpace<</S" + spot(szName) + ">>"; };
+  PDF::TOpenDocument document(PDF::MakePdf(
+      {{1, "<</Type/Catalog/Pages 2 0 R>>"},
+       {2, "<</Type/Pages/Kids[3 0 R]/Count 1>>"},
+       {3,
+        "<</Type/Page/Parent 2 0 R/MediaBox[0 0 9 9]/Contents 4 0 R/Annots[<</AP<</N 10 0 R/D<</A 11 0 "
+        "R>>>>>>]"
+        "/Resources<</ColorSpace<</P[/Pattern" +
+            spot("Page") + "]/Q" + spot("Page") + "/U" + spot("Unused") +
+            "/N[/DeviceN[/A/B]/DeviceGray 9 0 R<</Colorants<</A" + spot("Ink") +
+            ">>>>]>>/XObject<</F 5 0 R/I 6 0 R>>/Pattern<</T 7 0 R/H<</PatternType 2/Shading<<" +
+            "/ColorSpace" + spot("Shaded") +
+            ">>>>>>/Font<</F<</Subtype/Type3/CharProcs<</a 8 0 R>>/Resources<<" + colors("Glyph") +
+            ">>>>>>/ExtGState<</G<</SMask<</G 12 0 R>>>> >> >>>>"},
+       {4, stream("",
+                  "/P cs /Q CS /N cs /F Do /F Do /I Do /Pattern cs /T scn /H scn BT /F 1 Tf ET /G gs "
+                  "BI /W 1 /H 1 /BPC 8 /CS /Q ID a EI")},
+       {5, stream("/Subtype/Form/Resources<<" + colors("Form") + ">>", "/S cs")},
+       {6, stream("/Subtype/Image/ColorSpace" + spot("Image"), "")},
+       {7, stream("/PatternType 1/Resources<<" + colors("Tile") + ">>", "/S cs")},
+       {8, stream("", "/S cs")},
+       {9, "<</FunctionType 4>>"},
+       {10, stream("/Subtype/Form/Resources<<" + colors("Normal") + ">>", "/S cs")},
+       {11, stream("/Subtype/Form/Resources<<" + colors("Down") + ">>", "/S cs")},
+       {12, stream("/Subtype/Form/Resources<<" + colors("Mask") + ">>", "/S cs")}}));
+  CTestResources resources;
+  PDF::CSpotColorantExtractor extractor(document.m_document, resources.GetFactory());
+  std::vector<std::string> names;
+  while (const BSE::CObjectPtr<DOC::IColorSpace> pSpace = extractor.GetNext())
+    names.emplace_back(pSpace->GetTint()->GetColorant(0));
+  EXPECT_THAT(names, ElementsAre("Page", "Ink", "Form", "Image", "Tile", "Shaded", "Glyph", "Mask", "Normal",
+                                 "Down"));
 }
 
 TEST(ContentText, PageBoxAndRotation)

@@ -210,6 +210,9 @@ TEST(ContentOperators, TooManyOperands)
 // The same values by the short way and by the scanner, which takes over at the end of the data.
 TEST(ContentOperators, NumbersAndStringsInAllForms)
 {
+  // Operators need no space after a number; whatever else is there is none.
+  EXPECT_EQ(Log("1 0 0RG -1w 12x w 10 20m 30 40.5l S"),
+            "/DeviceRGB CS\n1 0 0 SC\n-1 w\n12 w\n10 20 m\n30 40.5 l\nS\n");
   EXPECT_EQ(Log("-.5 w +2. w 3.25%c\n w 0x w 1e5 w --7 w 12345678901234567890 w"),
             "-0.5 w\n2 w\n3.25 w\n0 w\n1 w\n-7 w\n1.23457e+19 w\n");
   EXPECT_EQ(Rich("BT /F 1 Tf(a\\)\\101(b))Tj<4 1 4>Tj/F#46 BMC EMC ET").m_log,

@@ -194,9 +194,7 @@ std::size_t CountKnown(const std::string& sName)
 TEST(TextPositions, AgreeWithMutool)
 {
   if (!fs::is_directory(Support::GetCorpus() / "real") || !Support::HasProgram("mutool"))
-  {
     GTEST_SKIP() << "needs mutool and a folder of documents in BREVEX_CORPUS";
-  }
   std::size_t nAll = 0;
   Content::ForEachDocument(
       "real",

@@ -32,9 +32,7 @@ bool IsSoundInput(const fs::path& path, const std::string& sPassword)
 TEST(Corpus, SoundFilesStaySound)
 {
   if (!fs::is_directory(GetCorpus() / "real") || !Support::HasProgram("qpdf"))
-  {
     GTEST_SKIP() << "needs qpdf and a folder of documents in BREVEX_CORPUS";
-  }
   std::map<std::string, TCorpusFile> manifest = ReadManifest();
   for (const fs::path& path : ListFiles("real"))
   {
@@ -77,17 +75,13 @@ TEST(Corpus, EncryptedFilesOpenWithTheirPassword)
 {
   if (!fs::is_directory(GetCorpus() / "real") || !Support::HasProgram("qpdf") ||
       !Support::HasProgram("pdftotext"))
-  {
     GTEST_SKIP() << "needs qpdf, pdftotext and a folder of documents in BREVEX_CORPUS";
-  }
   for (const auto& [sName, file] : ReadManifest())
   {
     const std::string sPassword = "--password=" + file.sPassword;
     if (sName.rfind("real/", 0) != 0 ||
         Support::RunProgram({"qpdf", sPassword, "--is-encrypted", GetCorpus() / sName}).nExitCode != 0)
-    {
       continue;
-    }
     SCOPED_TRACE(sName);
     const std::string sPdf = Support::ReadFile(GetCorpus() / sName);
     const std::string sMarked = "\xEF\xBB\xBF" + file.sPassword;
@@ -114,9 +108,7 @@ TEST(Corpus, EncryptedFilesOpenWithTheirPassword)
 TEST(Corpus, DamagedFilesAreSurvived)
 {
   if (!fs::is_directory(GetCorpus() / "damaged"))
-  {
     GTEST_SKIP() << "needs a folder of documents in BREVEX_CORPUS";
-  }
   std::map<std::string, TCorpusFile> manifest = ReadManifest();
   for (const fs::path& path : ListFiles("damaged"))
   {
@@ -124,13 +116,9 @@ TEST(Corpus, DamagedFilesAreSurvived)
     const TCorpusFile& file = manifest["damaged/" + path.filename().string()];
     CSaver saver;
     if (saver.Open(Support::ReadFile(path), Support::TRoad::Memory, file.sPassword.c_str()))
-    {
       saver.Save();
-    }
     else
-    {
       EXPECT_TRUE(BREVEX_STATUS_IS_ERROR(saver.GetCode())) << std::hex << saver.GetCode();
-    }
   }
 }
 

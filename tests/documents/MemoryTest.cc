@@ -23,9 +23,7 @@ std::string MakeDocument(int nPages)
   {
     std::string sContent(g_nPageBytes, ' ');
     for (char& c : sContent)
-    {
       c = "0123456789abcdef\n"[random() % 17];
-    }
     builder.AddPage("%" + sContent);
   }
   return builder.Build();
@@ -36,12 +34,8 @@ long ReadStatus(const std::string& sKey)
 {
   std::ifstream status("/proc/self/status");
   for (std::string sLine; std::getline(status, sLine);)
-  {
     if (sLine.rfind(sKey + ":", 0) == 0)
-    {
       return std::stol(sLine.substr(sKey.size() + 1));
-    }
-  }
   return -1;
 }
 
@@ -65,9 +59,7 @@ TEST(Memory, FollowsOnePage)
   GTEST_SKIP() << "a sanitizer keeps freed memory";
 #endif
   if (ReadStatus("VmHWM") < 0)
-  {
     GTEST_SKIP() << "there is no /proc/self/status";
-  }
   const long nFew = MeasureSave(20);
   const long nMany = MeasureSave(200);
   RecordProperty("few", static_cast<int>(nFew));

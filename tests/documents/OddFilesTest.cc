@@ -99,17 +99,13 @@ std::string MakeCompressed(int nCount, int nDamaged, bool bTail)
   }
   std::string sData = sHeads + sBodies;
   if (nDamaged >= 0)
-  {
     sData[sHeads.size() + static_cast<size_t>(nDamaged)] = '}';
-  }
   std::string sPdf = "%PDF-1.5\n4 0 obj\n" + g_sContents + "\nendobj\n";
   const size_t nStream = sPdf.size();
   sPdf += "5 0 obj\n<</Type/ObjStm/N " + std::to_string(nCount) + "/First " + std::to_string(sHeads.size()) +
           "/Length " + std::to_string(sData.size()) + ">>\nstream\n" + sData + "\nendstream\nendobj\n";
   if (!bTail)
-  {
     return sPdf;
-  }
   const auto entry = [](int nType, size_t nSecond, int nThird)
   {
     const std::string sEntry = {static_cast<char>(nType), static_cast<char>(nSecond >> 8),
@@ -342,9 +338,7 @@ TEST_P(OddFiles, ComeOutWhole)
   ASSERT_TRUE(sPlain) << std::hex << saver.GetCode();
   ExpectOutcome(saver, GetParam(), *sPlain);
   for (const std::string& sText : GetParam().kept)
-  {
     EXPECT_NE(sPlain->find(sText), sPlain->npos) << sText;
-  }
   // The second save of a document loses what the first one has lost.
   const auto nLosses = BrevexGetLossCount(saver.Get());
   ASSERT_TRUE(saver.Save());

@@ -39,14 +39,10 @@ std::vector<std::string> SaveOnAllRoads(const std::string& sPdf)
       CSaver saver;
       EXPECT_TRUE(saver.Open(sPdf, in));
       for (const TRoad out : g_roads)
-      {
         results.push_back(Support::MaskVariable(saver.Save(out).value_or("failed")));
-      }
     }
     if (std::time(nullptr) == nStart)
-    {
       break;
-    }
   }
   return results;
 }
@@ -56,9 +52,7 @@ TEST_P(Layouts, AllRoadsGiveTheSameBytes)
   const std::vector<std::string> results = SaveOnAllRoads(GetParam().sPdf);
   EXPECT_NE(results.front(), "failed");
   for (size_t i = 1; i < results.size(); ++i)
-  {
     EXPECT_TRUE(results[i] == results.front()) << "in " << i / 3 << ", out " << i % 3;
-  }
 }
 
 // What cannot be read must not pass for damage: a save that answers success has all pages.

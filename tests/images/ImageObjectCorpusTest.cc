@@ -23,15 +23,13 @@ constexpr std::size_t g_nMaxPictures = 40;  // of one file
 constexpr long g_nMaxPixels = 4000000;
 
 // Pictures that pdfimages decodes to something else, for reasons that are known: it takes the opacity of JPEG
-// 2000 data for a colour, rounds some of its samples of 16 bits up that are an exact byte, and does not know
-// all of JBIG2, whose pictures have a test of their own.
-const std::set<std::string> g_different = {"pdfjs-jpx_smaskindata 5",
-                                           "pdfjs-jpx_smaskindata 6",
-                                           "pdfjs-jpx_smaskindata 7",
-                                           "pdfjs-jpx_smaskindata 8",
-                                           "pdfjs-issue19326 8",
-                                           "pdfjs-bitmap-refine-tpgron 5",
-                                           "pdfjs-bitmap-symbol-symhuff-texthuff 5"};
+// 2000 data for a colour, rounds some of its samples of 16 bits up that are an exact byte, does not know all
+// of JBIG2, whose pictures have a test of their own, and has a sine of 360 degrees that is below 0.
+const std::set<std::string> g_different = {
+    "pdfjs-colorspace_atan 4",      "pdfjs-jpx_smaskindata 5",
+    "pdfjs-jpx_smaskindata 6",      "pdfjs-jpx_smaskindata 7",
+    "pdfjs-jpx_smaskindata 8",      "pdfjs-issue19326 8",
+    "pdfjs-bitmap-refine-tpgron 5", "pdfjs-bitmap-symbol-symhuff-texthuff 5"};
 
 struct TPicture
 {
@@ -86,13 +84,24 @@ std::string ReadPicture(const Support::CTempFolder& folder, int nIndex, char& nK
   return {};
 }
 
-// Whether others get the same colours: device spaces that need no profile, and tables of them.
-bool IsComparable(DOC::IColorSpace* pSpace)
+// Whether others get the very same colours: device spaces that need no profile, and tables of them.
+bool IsExact(const DOC::IColorSpace& space)
 {
-  if (!pSpace)
-    return false;
-  const DOC::IColorSpace& base = pSpace->GetIndexed() ? pSpace->GetIndexed()->GetBase() : *pSpace;
+  const DOC::IColorSpace& base = space.GetIndexed() ? space.GetIndexed()->GetBase() : space;
   return base.GetType() == DOC::eDeviceGray || base.GetType() == DOC::eDeviceRGB;
+}
+
+// Whether samples differ by no more than other rounding makes. Profiles of inks are left out: others take
+// another rendering intent.
+bool IsNear(const std::string& samples, const std::string& wanted, const DOC::IColorSpace& space)
+{
+  constexpr int nNear = 5;
+  const bool bInks = space.GetType() == DOC::eICCBased && space.GetComponentCount() == 4;
+  return bInks ||
+         std::equal(samples.begin(), samples.end(), wanted.begin(), wanted.end(),
+                    [](char a, char b) {
+                      return std::abs(static_cast<unsigned char>(a) - static_cast<unsigned char>(b)) <= nNear;
+                    });
 }
 
 std::string GetSamples(CImage& image)
@@ -117,6 +126,7 @@ void ComparePicture(CImage image, std::string wanted, char nKind, const std::str
                     std::map<std::string, int>& counts)
 {
   const bool bBits = nKind == '4';
+  const BSE::CObjectPtr<DOC::IColorSpace> pSpace = image.GetColorSpace();
   const bool bIndexed = image.GetColorSpace()->GetIndexed();
   const bool bDone =
       bBits          ? image.IsBitonal() && (!bIndexed || (image.ConvertToGray() && image.ReduceToBitonal(0)))
@@ -134,6 +144,12 @@ void ComparePicture(CImage image, std::string wanted, char nKind, const std::str
     ClearRest(wanted, image.GetWidth());
   }
   ++counts[std::string("P") + nKind];
+  if (!IsExact(*pSpace))
+  {
+    ++counts[pSpace->GetName()];
+    EXPECT_TRUE(IsNear(samples, wanted, *pSpace) || g_different.contains(sName)) << sName;
+    return;
+  }
   // The data of these pictures is too short, and what is missing is made up there.
   if (samples.size() < wanted.size() && sName.starts_with("qpdf-png-filters-no-columns-decoded"))
     ++counts["short"];
@@ -158,7 +174,7 @@ void CompareFile(const std::filesystem::path& path, std::map<std::string, int>& 
   ASSERT_TRUE(target.Create(pOutput.Get(), CString("0123456789abcdef"), true, false));
   target.SetImageFilters(GetImageFilters());
   const BSE::CObjectPtr<DOC::CColorAccount> pAccount(new DOC::CColorAccount);
-  const BSE::CObjectPtr<DOC::CCMS> pCMS = DOC::CreateCMS("none", "/nowhere", *pAccount);
+  const BSE::CObjectPtr<DOC::CCMS> pCMS = DOC::CreateCMS("lcms", "/nowhere", *pAccount);
   CColorSpaceFactory spaces(*pCMS);
   const Support::CTempFolder folder;
   Support::RunProgram({"pdfimages", path, folder / "x"});
@@ -170,7 +186,7 @@ void CompareFile(const std::filesystem::path& path, std::map<std::string, int>& 
     CImage image(copy, spaces);
     char nKind = 0;
     const std::string wanted = ReadPicture(folder, picture.m_nIndex, nKind);
-    if (nKind && IsComparable(image.GetColorSpace()))
+    if (nKind && image.GetColorSpace())
       ComparePicture(image, wanted, nKind, path.stem().string() + " " + std::to_string(picture.m_nObject),
                      counts);
   }
@@ -188,6 +204,7 @@ TEST(ImageObjectCorpus, SamplesAreThoseOfOthers)
     RecordProperty(sKind, nCount);
   EXPECT_GT(counts["P4"] + counts["P5"], 0);
   EXPECT_GT(counts["P6"], 0);
+  EXPECT_GT(counts["ICCBased"], 0);
 }
 
 }  // namespace

@@ -80,19 +80,19 @@ TEST_F(Image, TellsWhatItIs)
   CImage mask(Parse("<</W 9 /H 3 /BPC 8 /IM true /F [/A85 /CCF] /DP [null <</K 0>>]>>"), *m_pSpaces);
   EXPECT_TRUE(mask.IsBitonal() && mask.IsImageMask());
   EXPECT_EQ(mask.GetRowBytes(), 2);
-  EXPECT_EQ(mask.GetCompressionType(), eCompressionGroup3);
+  EXPECT_EQ(mask.GetCompressionType(), eCompressionGroup31D);
   EXPECT_FALSE(mask.GetStream());
   EXPECT_FALSE(mask.ConvertToRGB());
-  const std::pair<const char*, TImageCompression> filters[] = {
-      {"", eCompressionNone},
+  const std::pair<const char*, TCompression> filters[] = {
+      {"", eCompressionRaw},
       {"/Filter /DCT", eCompressionJPEG},
       {"/Filter [/Fl]", eCompressionFlate},
       {"/Filter /LZWDecode", eCompressionLZW},
       {"/Filter /CCITTFaxDecode", eCompressionGroup4},
-      {"/Filter /CCITTFaxDecode /DecodeParms <</K 4>>", eCompressionGroup3Mixed},
-      {"/Filter [/JPXDecode /FlateDecode]", eCompressionOther},
-      {"/Filter /RunLengthDecode", eCompressionOther},
-      {"/Filter 1", eCompressionOther}};
+      {"/Filter /CCITTFaxDecode /DecodeParms <</K 4>>", eCompressionGroup3},
+      {"/Filter [/JPXDecode /FlateDecode]", eCompressionUnspecified},
+      {"/Filter /RunLengthDecode", eCompressionUnspecified},
+      {"/Filter 1", eCompressionUnspecified}};
   for (const auto& [szEntries, compression] : filters)
     EXPECT_EQ(CImage(Parse("<<" + std::string(szEntries) + ">>"), *m_pSpaces).GetCompressionType(),
               compression)

@@ -8,31 +8,50 @@
 namespace PDF
 {
 
-// A file with a string, an ordinary stream and an embedded file, the entries Secret, Stream and Embedded of
-// its catalogue. Both streams hold their key as text.
-inline std::string MakeCryptSample(const TEncryption& encryption)
+// A page and what is added, written with an encryption.
+template <class F>
+std::string WriteEncryptedFile(const TEncryption& encryption, bool bObjectStreams, F fnAdd)
 {
   const BSE::CObjectPtr<BSE::CMemoryStream> pOutput(new BSE::CMemoryStream);
   CFile file(nullptr);
   file.InitVersion(1, 7);
-  EXPECT_TRUE(file.Create(pOutput.Get(), CString("0123456789abcdef"), true, false));
+  EXPECT_TRUE(file.Create(pOutput.Get(), CString("0123456789abcdef"), true, bObjectStreams));
   file.SetSecurityHandler(CStandardSecurityHandler::Create(encryption, file.GetId1(), nullptr).Get());
   AddPages(file, 1, 0);
-  for (const char* szKey : {"Stream", "Embedded"})
-  {
-    const CObjectPtr dictionary = MakeDictionary({{"Filter", MakeArray({MakeName("ASCIIHexDecode")})}});
-    if (std::string(szKey) == "Embedded")
-    {
-      dictionary->AddEntry("Type", MakeName("EmbeddedFile").Get());
-      dictionary->AddEntry("Room", MakeName(std::string(100, 'x').c_str()).Get());
-    }
-    const CObjectPtr object = AddObject(file, g_nGroupDirect, dictionary);
-    object->SetStreamObject(new CStreamObject(MakeStream(szKey).Get()));
-    file.GetRoot()->AddEntry(szKey, object.Get());
-  }
-  file.GetRoot()->AddEntry("Secret", MakeString("Secret").Get());
+  fnAdd(file);
   EXPECT_TRUE(file.Close());
   return GetBytes(*pOutput);
+}
+
+inline void AddStream(CFile& file, const char* szKey, const CObjectPtr& dictionary, const CObjectPtr& stream)
+{
+  const CObjectPtr object = AddObject(file, g_nGroupDirect, dictionary);
+  object->SetStreamObject(stream);
+  file.GetRoot()->AddEntry(szKey, object.Get());
+}
+
+inline CObjectPtr MakeStreamObject(const std::string& data)
+{
+  return new CStreamObject(MakeStream(data).Get());
+}
+
+// A file with a string, an ordinary stream and an embedded file, the entries Secret, Stream and Embedded of
+// its catalogue. Both streams hold their key as text.
+inline std::string MakeCryptSample(const TEncryption& encryption)
+{
+  return WriteEncryptedFile(encryption, false,
+                            [](CFile& file)
+                            {
+                              AddStream(file, "Stream",
+                                        MakeDictionary({{"Filter", MakeArray({MakeName("ASCIIHexDecode")})}}),
+                                        MakeStreamObject("Stream"));
+                              AddStream(file, "Embedded",
+                                        MakeDictionary({{"Filter", MakeArray({MakeName("ASCIIHexDecode")})},
+                                                        {"Type", MakeName("EmbeddedFile")},
+                                                        {"Room", MakeName(std::string(100, 'x').c_str())}}),
+                                        MakeStreamObject("Embedded"));
+                              file.GetRoot()->AddEntry("Secret", MakeString("Secret").Get());
+                            });
 }
 
 // Gives the embedded file other entries, of its type and its filters.
@@ -81,13 +100,17 @@ inline std::string ReadCryptSample(CFile& file)
                      static_cast<std::size_t>(secret.GetLength()));
 }
 
+// Opens with the user's password.
+inline bool OpenCryptSample(CFile& file, const std::string& bytes, const char* szPassword = "user")
+{
+  const CString password(szPassword);
+  return file.Open(MakeStream(bytes).Get()) && file.Authenticate(&password);
+}
+
 inline std::string ReadCryptSample(const std::string& bytes, const char* szPassword)
 {
   CFile file(nullptr);
-  const CString password(szPassword);
-  if (!file.Open(MakeStream(bytes).Get()) || !file.Authenticate(&password))
-    return "closed";
-  return ReadCryptSample(file);
+  return OpenCryptSample(file, bytes, szPassword) ? ReadCryptSample(file) : "closed";
 }
 
 // Another reader, where it is installed, finds the file sound and these texts in it, for either password.

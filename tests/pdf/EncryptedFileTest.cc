@@ -173,29 +173,20 @@ TEST(EncryptedFile, EncryptsTheStringsOfPlainMetadata)
 {
   TEncryption encryption = MakeEncryption(128, "AESV2", "AESV2", nullptr);
   encryption.m_bEncryptMetadata = false;
-  const BSE::CObjectPtr<BSE::CMemoryStream> pOutput(new BSE::CMemoryStream);
-  {
-    CFile file(nullptr);
-    file.InitVersion(1, 7);
-    ASSERT_TRUE(file.Create(pOutput.Get(), CString(g_szId), true, false));
-    file.SetSecurityHandler(CStandardSecurityHandler::Create(encryption, file.GetId1(), nullptr).Get());
-    AddPages(file, 1, 0);
-    const CObjectPtr stream = AddObject(
-        file, g_nGroupDirect,
-        MakeDictionary(
-            {{"Type", MakeName("Metadata")}, {"Subtype", MakeName("XML")}, {"S", MakeString("Secret")}}));
-    stream->SetStreamObject(new CStreamObject(MakeStream("<Embedded/>").Get()));
-    file.GetRoot()->AddEntry("Metadata", stream.Get());
-    ASSERT_TRUE(file.Close());
-  }
-  const std::string bytes = GetBytes(*pOutput);
+  const std::string bytes = WriteEncryptedFile(encryption, false,
+                                               [](CFile& file)
+                                               {
+                                                 AddStream(file, "Metadata",
+                                                           MakeDictionary({{"Type", MakeName("Metadata")},
+                                                                           {"Subtype", MakeName("XML")},
+                                                                           {"S", MakeString("Secret")}}),
+                                                           MakeStreamObject("<Embedded/>"));
+                                               });
   EXPECT_NE(bytes.find("\n<Embedded/>\n"), std::string::npos);
   EXPECT_EQ(bytes.find("(Secret)"), std::string::npos);
   EXPECT_EQ(bytes.find("<536563726574>"), std::string::npos);
   CFile file(nullptr);
-  ASSERT_TRUE(file.Open(MakeStream(bytes).Get()));
-  const CString password("user");
-  ASSERT_TRUE(file.Authenticate(&password));
+  ASSERT_TRUE(OpenCryptSample(file, bytes));
   const CObjectPtr metadata = file.GetRoot()["Metadata"];
   EXPECT_TRUE(metadata["S"].GetStringValue() == CString("Secret"));
   EXPECT_EQ(GetBytes(*metadata.GetDecodedStream()), "<Embedded/>");
@@ -205,27 +196,17 @@ TEST(EncryptedFile, EncryptsTheStringsOfPlainMetadata)
 // The place makes a cross-reference stream, not what an object says of itself.
 TEST(EncryptedFile, EncryptsWhatOnlyClaimsToBeCrossReferences)
 {
-  const BSE::CObjectPtr<BSE::CMemoryStream> pOutput(new BSE::CMemoryStream);
-  {
-    CFile file(nullptr);
-    file.InitVersion(1, 7);
-    ASSERT_TRUE(file.Create(pOutput.Get(), CString(g_szId), true, true));
-    const TEncryption encryption = MakeEncryption(128, "AESV2", "AESV2", nullptr);
-    file.SetSecurityHandler(CStandardSecurityHandler::Create(encryption, file.GetId1(), nullptr).Get());
-    AddPages(file, 1, 0);
-    const CObjectPtr stream = AddObject(
-        file, g_nGroupDirect, MakeDictionary({{"Type", MakeName("XRef")}, {"S", MakeString("Own")}}));
-    stream->SetStreamObject(new CStreamObject(MakeStream("Secret").Get()));
-    file.GetRoot()->AddEntry("Data", stream.Get());
-    ASSERT_TRUE(file.Close());
-  }
-  const std::string bytes = GetBytes(*pOutput);
+  const std::string bytes = WriteEncryptedFile(
+      MakeEncryption(128, "AESV2", "AESV2", nullptr), true,
+      [](CFile& file)
+      {
+        AddStream(file, "Data", MakeDictionary({{"Type", MakeName("XRef")}, {"S", MakeString("Own")}}),
+                  MakeStreamObject("Secret"));
+      });
   EXPECT_EQ(bytes.find("Secret"), std::string::npos);
   EXPECT_EQ(bytes.find("(Own)"), std::string::npos);
   CFile file(nullptr);
-  ASSERT_TRUE(file.Open(MakeStream(bytes).Get()));
-  const CString password("user");
-  ASSERT_TRUE(file.Authenticate(&password));
+  ASSERT_TRUE(OpenCryptSample(file, bytes));
   EXPECT_TRUE(file.GetRoot()["Data"]["S"].GetStringValue() == CString("Own"));
   EXPECT_EQ(GetBytes(*file.GetRoot()["Data"].GetDecodedStream()), "Secret");
   int nSections = 0;
@@ -240,31 +221,23 @@ TEST(EncryptedFile, EncryptsWhatOnlyClaimsToBeCrossReferences)
 // What a signature holds is put into a file that is already encrypted.
 TEST(EncryptedFile, LeavesSignaturesPlain)
 {
-  const BSE::CObjectPtr<BSE::CMemoryStream> pOutput(new BSE::CMemoryStream);
-  {
-    CFile file(nullptr);
-    file.InitVersion(1, 7);
-    ASSERT_TRUE(file.Create(pOutput.Get(), CString(g_szId), true, false));
-    const TEncryption encryption = MakeEncryption(128, "AESV2", "AESV2", nullptr);
-    file.SetSecurityHandler(CStandardSecurityHandler::Create(encryption, file.GetId1(), nullptr).Get());
-    AddPages(file, 1, 0);
-    file.GetRoot()->AddEntry("Signature",
-                             MakeDictionary({{"Type", MakeName("Sig")},
-                                             {"Contents", MakeString("Signed")},
-                                             {"ByteRange", MakeArray({MakeInteger(0), MakeInteger(0)})},
-                                             {"Reason", MakeString("Secret")}})
-                                 .Get());
-    file.GetRoot()->AddEntry("Note", MakeDictionary({{"Contents", MakeString("Signed")}}).Get());
-    ASSERT_TRUE(file.Close());
-  }
-  const std::string bytes = GetBytes(*pOutput);
+  const std::string bytes = WriteEncryptedFile(
+      MakeEncryption(128, "AESV2", "AESV2", nullptr), false,
+      [](CFile& file)
+      {
+        file.GetRoot()->AddEntry("Signature",
+                                 MakeDictionary({{"Type", MakeName("Sig")},
+                                                 {"Contents", MakeString("Signed")},
+                                                 {"ByteRange", MakeArray({MakeInteger(0), MakeInteger(0)})},
+                                                 {"Reason", MakeString("Secret")}})
+                                     .Get());
+        file.GetRoot()->AddEntry("Note", MakeDictionary({{"Contents", MakeString("Signed")}}).Get());
+      });
   const std::size_t nPlain = bytes.find("<5369676E6564>");
   ASSERT_NE(nPlain, std::string::npos);
   EXPECT_EQ(bytes.find("<5369676E6564>", nPlain + 1), std::string::npos);
   CFile file(nullptr);
-  ASSERT_TRUE(file.Open(MakeStream(bytes).Get()));
-  const CString password("user");
-  ASSERT_TRUE(file.Authenticate(&password));
+  ASSERT_TRUE(OpenCryptSample(file, bytes));
   for (const char* szKey : {"Signature", "Note"})
     EXPECT_TRUE(file.GetRoot()[szKey]["Contents"].GetStringValue() == CString("Signed")) << szKey;
   EXPECT_TRUE(file.GetRoot()["Signature"]["Reason"].GetStringValue() == CString("Secret"));

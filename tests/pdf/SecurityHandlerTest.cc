@@ -1,19 +1,17 @@
 #include "pdf/StandardSecurityHandler.h"
 
-#include "base/Cipher.h"
 #include "base/ErrorHandler.h"
-#include "base/Hash.h"
 #include "pdf/CryptFilter.h"
-#include "tests/pdf/WriterSupport.h"
+#include "tests/pdf/CryptSample.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -193,34 +191,6 @@ TEST(SecurityHandler, SurvivesDamagedValues)
   EXPECT_FALSE(pHandler->DecryptString(whole, 2, 0) == CString("hello \xA9"));
 }
 
-// Algorithms 2 and 5 of ISO 32000-1, 7.6.3 for keys of less than 128 bits: the key, and the value U.
-void FillUserValue(TSecurityValues& values, TBytes padded, TByteArray& key)
-{
-  const auto nKey = static_cast<std::size_t>(values.m_nKeyLength);
-  BSE::CHashMD5 hash;
-  hash.Update(padded);
-  hash.Update(TBytes(values.m_O).first(32));
-  constexpr unsigned char permissions[] = {0xFC, 0xFF, 0xFF, 0xFF};
-  hash.Update(permissions);
-  hash.Update(values.m_id1.GetSpan());
-  std::array<unsigned char, 16> digest;
-  hash.Final(digest);
-  for (int i = 0; i < 50; ++i)
-    digest = BSE::ComputeHash<BSE::CHashMD5>(TBytes(digest).first(nKey));
-  key.Append(TBytes(digest).first(nKey));
-  BSE::CHashMD5 check;
-  check.Update(FromHex("28bf4e5e4e758a4164004e56fffa01082e2e00b6d0683e802f0ca9fe6453697a").GetSpan());
-  check.Update(values.m_id1.GetSpan());
-  check.Final(std::span(values.m_U).first<16>());
-  for (int nRound = 0; nRound < 20; ++nRound)
-  {
-    TByteArray roundKey;
-    for (const unsigned char nByte : key.GetSpan())
-      roundKey.Add(static_cast<unsigned char>(nByte ^ nRound));
-    BSE::CRC4(roundKey.GetSpan()).Process(TBytes(values.m_U).first(16), values.m_U);
-  }
-}
-
 struct TForm
 {
   int m_nKeyLength;
@@ -269,24 +239,19 @@ std::string MakeData(int nLength)
 
 std::string WriteEncrypted(const TEncryption& encryption, bool bObjectStreams)
 {
-  const BSE::CObjectPtr<BSE::CMemoryStream> pOutput(new BSE::CMemoryStream);
-  CFile file(nullptr);
-  file.InitVersion(1, 7);
-  EXPECT_TRUE(file.Create(pOutput.Get(), CString(g_szId), true, bObjectStreams));
-  file.SetSecurityHandler(CStandardSecurityHandler::Create(encryption, file.GetId1(), nullptr).Get());
-  AddPages(file, 1, 0);
-  const CObjectPtr streams = MakeArray({});
-  for (const int nLength : g_lengths)
-  {
-    const CObjectPtr object =
-        AddObject(file, g_nGroupDirect, MakeDictionary({{"Name", MakeString("stream's")}}));
-    object->SetStreamObject(new CStreamObject(MakeStream(MakeData(nLength)).Get()));
-    streams->Add(object.Get());
-  }
-  file.GetRoot()->AddEntry("Streams", streams.Get());
-  file.GetRoot()->AddEntry("Secret", MakeString("a string").Get());
-  EXPECT_TRUE(file.Close());
-  return GetBytes(*pOutput);
+  return WriteEncryptedFile(encryption, bObjectStreams,
+                            [](CFile& file)
+                            {
+                              const CObjectPtr streams = MakeArray({});
+                              for (const int nLength : g_lengths)
+                              {
+                                AddStream(file, "Last", MakeDictionary({{"Name", MakeString("stream's")}}),
+                                          MakeStreamObject(MakeData(nLength)));
+                                streams->Add(file.GetRoot()["Last"].Get());
+                              }
+                              file.GetRoot()->AddEntry("Streams", streams.Get());
+                              file.GetRoot()->AddEntry("Secret", MakeString("a string").Get());
+                            });
 }
 
 void ExpectReadable(const std::string& bytes, const CString& password, const TForm& form)
@@ -351,27 +316,16 @@ TEST(SecurityHandler, LeavesPlainStreamsAlone)
   TEncryption encryption;
   encryption.m_szStreamCrypt = "AESV2";
   encryption.m_bEncryptMetadata = false;
-  const BSE::CObjectPtr<BSE::CMemoryStream> pOutput(new BSE::CMemoryStream);
-  {
-    CFile file(nullptr);
-    file.InitVersion(1, 7);
-    ASSERT_TRUE(file.Create(pOutput.Get(), CString(g_szId), true, false));
-    file.SetSecurityHandler(CStandardSecurityHandler::Create(encryption, file.GetId1(), nullptr).Get());
-    AddPages(file, 1, 0);
-    const auto addStream = [&file](const char* szKey, const CObjectPtr& dictionary)
-    {
-      const CObjectPtr object = AddObject(file, g_nGroupDirect, dictionary);
-      object->SetStreamObject(new CEmbeddedStreamObject(MakeStream("plain data").Get(), 0, 10));
-      file.GetRoot()->AddEntry(szKey, object.Get());
-    };
-    addStream("Plain", MakeDictionary({{"Filter", MakeArray({MakeName("Crypt")})}}));
-    addStream("Metadata", MakeDictionary({{"Type", MakeName("Metadata")}}));
-    ASSERT_TRUE(file.Close());
-  }
-  const std::string bytes = GetBytes(*pOutput);
+  const std::string bytes = WriteEncryptedFile(
+      encryption, false,
+      [](CFile& file)
+      {
+        const auto data = [] { return new CEmbeddedStreamObject(MakeStream("plain data").Get(), 0, 10); };
+        AddStream(file, "Plain", MakeDictionary({{"Filter", MakeArray({MakeName("Crypt")})}}), data());
+        AddStream(file, "Metadata", MakeDictionary({{"Type", MakeName("Metadata")}}), data());
+      });
   CFile file(nullptr);
-  ASSERT_TRUE(file.Open(MakeStream(bytes).Get()));
-  ASSERT_TRUE(file.Authenticate(nullptr));
+  ASSERT_TRUE(OpenCryptSample(file, bytes, ""));
   for (const char* szKey : {"Plain", "Metadata"})
   {
     const auto pData = file.GetRoot()[szKey].GetDecodedStream();
@@ -437,47 +391,34 @@ TEST(SecurityHandler, WritesWhatItAndOthersRead)
 // has.
 TEST(SecurityHandler, FindsTheOwnerOfEitherReading)
 {
-  // Its O hides "user" from "owner", and its U is that of "user", for the identifier g_szId and 64 bits.
-  constexpr std::size_t nKey = 8;
-  const auto pad = [](const char* szPassword)
+  // O hides "user" from "owner", and U is that of "user", for the identifier g_szId and 64 bits.
+  const struct
   {
-    const CString padding = FromHex("28bf4e5e4e758a4164004e56fffa01082e2e00b6d0683e802f0ca9fe6453697a");
-    std::string text = szPassword;
-    text.append(reinterpret_cast<const char*>(padding.GetData()), 32 - text.size());
-    return text;
-  };
-  const auto toBytes = [](const std::string& text)
-  { return TBytes(reinterpret_cast<const unsigned char*>(text.data()), text.size()); };
-  for (const std::size_t nHashed : {nKey, std::size_t{16}})
+    const char* m_szO;
+    const char* m_szU;
+    const char* m_szKey;
+  } cases[] = {{"c72a52a5d0d5489d9d674ab6a9a8c5bd0c1adad9602807eb1f52867fedb2cd61",
+                "dbaa6d1766348bac51a30280f73603b8", "b154c4fa82bf6160"},
+               {"808b6846e0e99aee3b4dec725c7deb74982fc6c0b56891fc8add0a28ba8cdfe2",
+                "88939913faeab2ace6528c8eca118067", "2aa60e94cb16a427"}};
+  for (const auto& c : cases)
   {
     TSecurityValues values;
     values.m_nV = 2;
     values.m_nR = 3;
-    values.m_nKeyLength = nKey;
+    values.m_nKeyLength = 8;
     values.m_nPermissions = -4;
-    values.m_id1.Append(toBytes(g_szId));
-    std::array<unsigned char, 16> digest = BSE::ComputeHash<BSE::CHashMD5>(toBytes(pad("owner")));
-    for (int i = 0; i < 50; ++i)
-      digest = BSE::ComputeHash<BSE::CHashMD5>(TBytes(digest).first(nHashed));
-    const std::string user = pad("user");
-    std::ranges::copy(toBytes(user), values.m_O);
-    for (int nRound = 0; nRound < 20; ++nRound)
-    {
-      unsigned char key[nKey];
-      for (std::size_t i = 0; i < nKey; ++i)
-        key[i] = static_cast<unsigned char>(digest[i] ^ nRound);
-      BSE::CRC4(key).Process(TBytes(values.m_O).first(32), values.m_O);
-    }
-    TByteArray expected;
-    FillUserValue(values, toBytes(user), expected);
+    values.m_id1.Append(CString(g_szId).GetSpan());
+    std::ranges::copy(FromHex(c.m_szO).GetSpan(), values.m_O);
+    std::ranges::copy(FromHex(c.m_szU).GetSpan(), values.m_U);
     TByteArray key;
-    EXPECT_TRUE(FindKey(values, toBytes("owner"), key)) << nHashed;
-    EXPECT_TRUE(std::ranges::equal(key.GetSpan(), expected.GetSpan()));
-    EXPECT_TRUE(IsOwnerPassword(values, toBytes("owner")));
-    EXPECT_FALSE(IsOwnerPassword(values, toBytes("user")));
-    EXPECT_FALSE(FindKey(values, toBytes("Owner"), key));
-    ASSERT_TRUE(MoveKey(values, toBytes("owner"), toBytes("other"), key));
-    EXPECT_TRUE(FindKey(values, toBytes("user"), key));
+    EXPECT_TRUE(FindKey(values, CString("owner").GetSpan(), key));
+    EXPECT_TRUE(std::ranges::equal(key.GetSpan(), FromHex(c.m_szKey).GetSpan()));
+    EXPECT_TRUE(IsOwnerPassword(values, CString("owner").GetSpan()));
+    EXPECT_FALSE(IsOwnerPassword(values, CString("user").GetSpan()));
+    EXPECT_FALSE(FindKey(values, CString("Owner").GetSpan(), key));
+    ASSERT_TRUE(MoveKey(values, CString("owner").GetSpan(), CString("other").GetSpan(), key));
+    EXPECT_TRUE(FindKey(values, CString("user").GetSpan(), key));
   }
 }
 
@@ -493,20 +434,20 @@ TEST(SecurityHandler, FindsTheLengthOfTheKey)
     int m_nFilterLength;  // in bytes
   } cases[] = {{4, 4, 5, 128, 5},    {4, 4, 10, 80, 10},  {4, 4, 10, 128, 80}, {4, 4, 5, 40, 16},
                {1, 3, 16, 128, 128}, {1, 3, 16, 40, 128}, {2, 3, 16, 40, 128}};
+  // U for no password, an O of zeros and no permissions, and "text" in object 3, for each length.
+  const std::map<int, std::pair<const char*, const char*>> values = {
+      {5, {"f0edf34b214fdea0c4e771cba5009365", "f1bd4df9"}},
+      {10, {"0dd84f5d0a72204b25046e950240466d", "7838566e"}},
+      {16, {"a80f35fa1942742176d76977160fcbaf", "114c22e3"}}};
+  const std::string zeros(32, '0');
   for (const auto& c : cases)
   {
     SCOPED_TRACE(std::to_string(c.m_nV) + " " + std::to_string(c.m_nKey) + " " + std::to_string(c.m_nLength));
-    TSecurityValues values;
-    values.m_nR = c.m_nR;
-    values.m_nKeyLength = c.m_nKey;
-    values.m_id1.Append(CString(g_szId).GetSpan());
-    TByteArray key;
-    FillUserValue(values,
-                  FromHex("28bf4e5e4e758a4164004e56fffa01082e2e00b6d0683e802f0ca9fe6453697a").GetSpan(), key);
-    const TKnownFile known = {c.m_nV, c.m_nR, c.m_nLength, "V2", true, "", "", "", "", ""};
+    const auto& [szU, szText] = values.at(c.m_nKey);
+    const std::string sU = szU + zeros;
+    const std::string sO = zeros + zeros;
+    const TKnownFile known = {c.m_nV, c.m_nR, c.m_nLength, "V2", true, sO.c_str(), sU.c_str(), "", "", ""};
     const CObjectPtr encrypt = MakeEncrypt(known);
-    encrypt->AddEntry("U", new CStringObject(CString(values.m_U, 32)));
-    encrypt->AddEntry("O", new CStringObject(CString(values.m_O, 32)));
     encrypt["CF"]["StdCF"]->AddEntry("Length", MakeInteger(c.m_nFilterLength).Get());
     const auto pHandler = CStandardSecurityHandler::Open(encrypt, CString(g_szId), nullptr);
     ASSERT_TRUE(pHandler);
@@ -514,11 +455,7 @@ TEST(SecurityHandler, FindsTheLengthOfTheKey)
     EXPECT_FALSE(pHandler->Authenticate(&wrong));
     ASSERT_TRUE(pHandler->Authenticate(nullptr));
     EXPECT_EQ(pHandler->GetKeyLength(), c.m_nKey * 8);
-    CRC4CryptAlgorithm expected;
-    TByteArray text;
-    expected.SetKey(key.GetSpan(), 3, 0);
-    expected.Encrypt(CString("text").GetSpan(), text);
-    EXPECT_EQ(ToText(pHandler->DecryptString(CString(text.GetData(), text.GetSize()), 3, 0)), "text");
+    EXPECT_EQ(ToText(pHandler->DecryptString(FromHex(szText), 3, 0)), "text");
     TEncryption alike;
     pHandler->TakeCiphers(false, alike);
     EXPECT_TRUE(CStandardSecurityHandler::Create(alike, CString(g_szId), nullptr));

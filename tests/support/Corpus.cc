@@ -26,13 +26,9 @@ std::map<std::string, TCorpusFile> ReadManifest()
     std::vector<std::string> columns;
     std::istringstream line(sLine);
     for (std::string sColumn; std::getline(line, sColumn, '\t');)
-    {
       columns.push_back(sColumn);
-    }
     if (columns.size() > 8)
-    {
       files[columns[0]] = {std::atoi(columns[7].c_str()), columns[8]};
-    }
   }
   return files;
 }
@@ -41,9 +37,7 @@ std::vector<fs::path> ListFiles(const char* szSet)
 {
   std::vector<fs::path> files;
   for (const auto& entry : fs::directory_iterator(GetCorpus() / szSet))
-  {
     files.push_back(entry.path());
-  }
   std::sort(files.begin(), files.end());
   return files;
 }

@@ -42,9 +42,7 @@ std::string Deflate(std::string_view sData, int nLevel)
 {
   z_stream stream{};
   if (deflateInit(&stream, nLevel) != Z_OK)
-  {
     throw std::bad_alloc();
-  }
   std::string sOut = Run(stream, sData, [](z_stream& s) { return deflate(&s, Z_FINISH); });
   deflateEnd(&stream);
   return sOut;
@@ -54,9 +52,7 @@ std::string Inflate(std::string_view sData)
 {
   z_stream stream{};
   if (inflateInit(&stream) != Z_OK)
-  {
     throw std::bad_alloc();
-  }
   std::string sOut = Run(stream, sData, [](z_stream& s) { return inflate(&s, Z_NO_FLUSH); });
   inflateEnd(&stream);
   return sOut;

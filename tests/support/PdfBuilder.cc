@@ -97,9 +97,7 @@ int CPdfBuilder::AddStream(std::string sBytes, std::string sEntries)
   const int nNumber = ReserveObject();
   std::string sLength = std::to_string(sBytes.size());
   if (m_bIndirectLengths)
-  {
     sLength = std::to_string(AddObject(sLength)) + " 0 R";
-  }
   TEntry entry;
   entry.bStream = true;
   entry.sBody = "<< /Length " + sLength + " " + sEntries + " >>\nstream\n" + sBytes + "\nendstream";
@@ -115,9 +113,7 @@ int CPdfBuilder::AddFlateStream(std::string_view sData, const std::string& sEntr
 int CPdfBuilder::AddPage(std::string sContent, std::string sEntries)
 {
   if (m_nFont == 0)
-  {
     m_nFont = AddObject("<< /Type /Font /Subtype /Type1 /BaseFont /Helvetica >>");
-  }
   const int nContent = AddStream(std::move(sContent));
   const int nPage =
       AddObject("<< /Type /Page /Parent " + std::to_string(g_nPageTree) +
@@ -150,9 +146,7 @@ void CPdfBuilder::WritePageTree()
 {
   std::string sKids;
   for (const int nPage : m_pages)
-  {
     sKids += std::to_string(nPage) + " 0 R ";
-  }
   SetObject(g_nPageTree,
             "<< /Type /Pages /Count " + std::to_string(m_pages.size()) + " /Kids [" + sKids + "] >>");
   GetRevision()[g_nPageTree].bOutside = true;

@@ -17,9 +17,7 @@ std::string Repeat(std::string_view sText, int nCount)
 {
   std::string sOut;
   for (int i = 0; i < nCount; ++i)
-  {
     sOut += sText;
-  }
   return sOut;
 }
 
@@ -34,9 +32,7 @@ std::string ReplaceRestOfLine(std::string_view sPdf, std::string_view sMark, std
 {
   const size_t nMark = sPdf.rfind(sMark);
   if (nMark == std::string_view::npos)
-  {
     return std::string(sPdf);
-  }
   const size_t nFrom = nMark + sMark.size();
   const size_t nTo = FindOr(sPdf, "\n", sPdf.size(), nFrom);
   return std::string(sPdf.substr(0, nFrom)) + std::string(sNew) + std::string(sPdf.substr(nTo));
@@ -76,9 +72,7 @@ std::string CutStream(std::string_view sPdf, size_t nKeep)
   const size_t nStart = FindOr(sPdf, "stream\n", sPdf.size());
   const size_t nEnd = FindOr(sPdf, "\nendstream", sPdf.size(), nStart);
   if (nStart + 7 + nKeep >= nEnd)
-  {
     return std::string(sPdf);
-  }
   return std::string(sPdf.substr(0, nStart + 7 + nKeep)) + std::string(sPdf.substr(nEnd));
 }
 
@@ -225,9 +219,7 @@ std::string ReplaceText(std::string_view sText, std::string_view sOld, std::stri
     nDone = nAt + sOld.size();
     ++nSeen;
     if (nWhich == g_nLast || (bReplace && nWhich >= 0))
-    {
       break;
-    }
     nAt = sText.find(sOld, nDone);
   }
   sOut += sText.substr(nDone);

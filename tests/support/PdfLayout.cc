@@ -22,9 +22,7 @@ std::string Digits(size_t nValue, int nWidth)
 void AppendBytes(std::string& sOut, size_t nValue, int nBytes)
 {
   for (int i = nBytes - 1; i >= 0; --i)
-  {
     sOut += static_cast<char>(nValue >> (8 * i) & 0xFF);
-  }
 }
 
 // The PNG predictor "up", which writers use for cross-reference streams (ISO 32000-1, 7.4.4.4).
@@ -34,9 +32,7 @@ std::string PredictUp(const std::string& sRows)
   for (size_t i = 0; i < sRows.size(); ++i)
   {
     if (i % g_nRowBytes == 0)
-    {
       sOut += '\2';
-    }
     const int nAbove = i < g_nRowBytes ? 0 : sRows[i - g_nRowBytes];
     sOut += static_cast<char>(sRows[i] - nAbove);
   }
@@ -72,9 +68,7 @@ std::string CPdfLayout::Write()
     return std::move(m_sOut);
   }
   for (const TRevision& revision : m_builder.m_revisions)
-  {
     WriteRevision(revision);
-  }
   return std::move(m_sOut);
 }
 
@@ -104,28 +98,16 @@ void CPdfLayout::WriteRevision(const TRevision& revision)
   TPlaces packedPlaces;
   std::vector<int> packed;
   if (m_nPrevious == 0)
-  {
     places[0] = {0, 0, 65535};
-  }
   for (const auto& [nNumber, entry] : revision)
-  {
     if (entry.bFree)
-    {
       places[nNumber] = {0, 0, 1};
-    }
     else if (IsPacked(entry))
-    {
       packed.push_back(nNumber);
-    }
     else
-    {
       WriteObject(nNumber, entry.sBody, places);
-    }
-  }
   if (!packed.empty())
-  {
     WriteObjectStreams(packed, revision, packedPlaces);
-  }
 
   if (m_builder.m_form == TXRefForm::Stream)
   {
@@ -137,9 +119,7 @@ void CPdfLayout::WriteRevision(const TRevision& revision)
   if (!packedPlaces.empty())
   {
     for (const int nNumber : packed)
-    {
       places[nNumber] = {0, 0, 65535};
-    }
     const size_t nStream = WriteXRefStream(std::move(packedPlaces), "");
     sEntries += " /XRefStm " + std::to_string(nStream);
   }
@@ -185,9 +165,7 @@ std::string CPdfLayout::GetTrailerEntries() const
 {
   std::string sEntries = "/Root " + std::to_string(CPdfBuilder::g_nCatalog) + " 0 R";
   if (m_nPrevious != 0)
-  {
     sEntries += " /Prev " + std::to_string(m_nPrevious);
-  }
   return sEntries + " " + m_builder.m_sTrailerEntries;
 }
 
@@ -264,22 +242,16 @@ void CPdfLayout::WriteLinearizedLike(const TRevision& revision)
   const size_t nTableAt = m_sOut.size();
   const size_t nTable = GetOffset();
   for (auto it = revision.lower_bound(nSplit); it != revision.end(); ++it)
-  {
     first[it->first] = {1, 0, 0};
-  }
   const std::string sFirstEntries = GetTrailerEntries() + " /Prev " + sOpen;
   WriteTable(first, sFirstEntries);
   const size_t nPrevAt = m_sOut.rfind(sOpen);
   m_sOut += "startxref\n0\n%%EOF\n";
   for (auto it = revision.lower_bound(nSplit); it != revision.end(); ++it)
-  {
     WriteObject(it->first, it->second.sBody, first);
-  }
   const size_t nFirstEnd = GetOffset();
   for (auto it = revision.begin(); it != revision.lower_bound(nSplit); ++it)
-  {
     WriteObject(it->first, it->second.sBody, rest);
-  }
   const size_t nMain = GetOffset();
   WriteTable(rest, GetTrailerEntries());
   WriteEnd(nTable);

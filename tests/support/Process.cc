@@ -31,9 +31,7 @@ namespace
   {
     std::vector<char*> arguments;
     for (const std::string& s : command)
-    {
       arguments.push_back(const_cast<char*>(s.c_str()));
-    }
     arguments.push_back(nullptr);
     alarm(static_cast<unsigned>(nSeconds));
     execvp(arguments[0], arguments.data());
@@ -50,15 +48,11 @@ TProcessResult RunProgram(const std::vector<std::string>& command, std::string_v
   WriteFile(streams / "in", sInput);
   const pid_t nProcess = fork();
   if (nProcess == 0)
-  {
     BecomeProgram(command, streams, sFolder, nSeconds);
-  }
   int nStatus = 0;
   if (nProcess < 0 || waitpid(nProcess, &nStatus, 0) != nProcess ||
       (WIFEXITED(nStatus) && WEXITSTATUS(nStatus) == 127))
-  {
     throw std::runtime_error("cannot run " + command.at(0));
-  }
   TProcessResult result;
   result.nExitCode = WIFEXITED(nStatus) ? WEXITSTATUS(nStatus) : 128 + WTERMSIG(nStatus);
   result.sOut = ReadFile(streams / "out");
@@ -71,12 +65,8 @@ bool HasProgram(const std::string& sName)
   const char* szPath = std::getenv("PATH");
   std::istringstream folders(szPath != nullptr ? szPath : "");
   for (std::string sFolder; std::getline(folders, sFolder, ':');)
-  {
     if (access((std::filesystem::path(sFolder) / sName).c_str(), X_OK) == 0)
-    {
       return true;
-    }
-  }
   return false;
 }
 

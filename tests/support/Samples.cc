@@ -14,9 +14,7 @@ std::string MakeContent(int nPage)
 {
   std::string sContent = "BT /F1 24 Tf 72 770 Td (Page " + std::to_string(nPage) + ") Tj ET\n";
   for (int i = 0; i < 20; ++i)
-  {
     sContent += std::to_string(72 + 20 * i) + " 700 10 10 re f\n";
-  }
   return sContent;
 }
 
@@ -101,9 +99,7 @@ std::vector<TSample> MakeSamples()
   CPdfBuilder many;
   many.SetXRefForm(TXRefForm::Stream).SetObjectStreams(100);
   for (int i = 1; i <= 300; ++i)
-  {
     many.AddPage(MakeContent(i));
-  }
   Add(samples, "ManyPages", many);
   return samples;
 }

@@ -21,15 +21,11 @@ CByteStream& Get(void* handle)
 size_t SkipString(std::string_view sText, size_t nAt)
 {
   if (nAt >= sText.size() || (sText[nAt] != '<' && sText[nAt] != '('))
-  {
     return nAt;
-  }
   const char cEnd = sText[nAt] == '<' ? '>' : ')';
   size_t nEnd = nAt + 1;
   while (nEnd < sText.size() && sText[nEnd] != cEnd)
-  {
     nEnd += sText[nEnd] == '\\' ? 2U : 1U;
-  }
   return nEnd + 1;
 }
 
@@ -43,9 +39,7 @@ void MaskFileIds(std::string& sPdf)
     const size_t nSecond = sPdf.find_first_not_of(" \n", SkipString(sPdf, nFirst));
     const size_t nEnd = SkipString(sPdf, nSecond);
     if (nEnd > nFirst && nEnd <= sPdf.size())
-    {
       sPdf.replace(nFirst, nEnd - nFirst, "*");
-    }
   }
 }
 
@@ -65,12 +59,8 @@ bool Matches(std::string_view sText, std::string_view sPattern)
 void MaskPattern(std::string& sText, std::string_view sPattern)
 {
   for (size_t nAt = 0; nAt + sPattern.size() <= sText.size(); ++nAt)
-  {
     if (Matches(std::string_view(sText).substr(nAt), sPattern))
-    {
       sText.replace(nAt, sPattern.size(), sPattern);
-    }
-  }
 }
 
 }  // namespace
@@ -116,13 +106,9 @@ std::int64_t CByteStream::Read(void* handle, void* pBuffer, size_t nSize)
   const std::int64_t nLeft = std::max<std::int64_t>(GetLength(handle) - stream.m_nPosition, 0);
   const size_t nTaken = std::min(nSize, static_cast<size_t>(nLeft));
   if (stream.Fails(nTaken))
-  {
     return -1;
-  }
   if (nTaken > 0)
-  {
     stream.m_sBytes.copy(static_cast<char*>(pBuffer), nTaken, static_cast<size_t>(stream.m_nPosition));
-  }
   stream.m_nPosition += static_cast<std::int64_t>(nTaken);
   return static_cast<std::int64_t>(nTaken);
 }
@@ -131,9 +117,7 @@ std::int64_t CByteStream::Write(void* handle, const void* pBuffer, size_t nSize)
 {
   CByteStream& stream = Support::Get(handle);
   if (stream.Fails(nSize))
-  {
     return -1;
-  }
   const auto nAt = static_cast<size_t>(stream.m_nPosition);
   stream.m_sBytes.resize(std::max(stream.m_sBytes.size(), nAt + nSize));
   std::copy_n(static_cast<const char*>(pBuffer), nSize, stream.m_sBytes.begin() + stream.m_nPosition);
@@ -161,9 +145,7 @@ CSaver::~CSaver()
 bool CSaver::Open(const std::string& sPdf, TRoad road, const char* szPassword)
 {
   if (road == TRoad::Memory)
-  {
     return BrevexOpenMemA(m_pHandle, sPdf.data(), sPdf.size(), szPassword) != 0;
-  }
   if (road == TRoad::Stream)
   {
     // The stream before is in use until the new one is opened.
@@ -218,9 +200,7 @@ std::string MaskVariable(std::string sPdf)
   MaskFileIds(sPdf);
   for (const std::string_view sPattern :
        {"D:##############", "####-##-##T##:##:##", "xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx"})
-  {
     MaskPattern(sPdf, sPattern);
-  }
   return sPdf;
 }
 

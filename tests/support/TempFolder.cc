@@ -39,13 +39,9 @@ std::string ReadFile(const std::filesystem::path& path)
   const std::ifstream in(path, std::ios::binary);
   std::ostringstream out;
   if (!in)
-  {
     throw std::runtime_error("cannot read " + path.string());
-  }
   if (in.rdbuf()->in_avail() != 0)
-  {
     out << in.rdbuf();
-  }
   return std::move(out).str();
 }
 
@@ -54,9 +50,7 @@ void WriteFile(const std::filesystem::path& path, std::string_view sBytes)
   std::ofstream out(path, std::ios::binary);
   out.write(sBytes.data(), static_cast<std::streamsize>(sBytes.size()));
   if (!out.flush())
-  {
     throw std::runtime_error("cannot write " + path.string());
-  }
 }
 
 }  // namespace Support

@@ -34,14 +34,10 @@ std::vector<std::string> SaveAll(unsigned nProfile)
     results.push_back(sResult);
   };
   for (const Support::TSample& sample : Support::MakeSamples())
-  {
     save(sample.sPdf);
-  }
   const std::string sPlain = Support::MakePlainSample().sPdf;
   for (const Support::TDamage& damage : Support::GetDamages())
-  {
     save(damage.pfApply(sPlain));
-  }
   return results;
 }
 
@@ -84,9 +80,7 @@ TEST(Threads, StartAndEndFromAnyThread)
         });
   }
   for (std::thread& thread : threads)
-  {
     thread.join();
-  }
 }
 
 }  // namespace

@@ -6,13 +6,14 @@ namespace
 {
 
 // Every reduction that changes no sample, glyph or feature: the profile for archives less what it may lose.
-// The sets for images that may be stored with loss lack KEEP, with which an image would be encoded anew in
-// the compression it has. A profile sets no target version, as the setter of the bitonal set would do.
+// Images are left to the passes that encode them anew without a change, which the sets of compressions are
+// not about: those also bring samples, colours and arrays of values into another form.
 void SetLossless(TBrevexHandle* pHandle)
 {
   BrevexSetProfile(pHandle, BREVEX_PROFILE_ARCHIVE);
-  BrevexSetContinuousCompressions(pHandle, BREVEX_COMPRESSION_FLAG_FLATE);
-  BrevexSetIndexedCompressions(pHandle, BREVEX_COMPRESSION_FLAG_FLATE);
+  BrevexSetBitonalCompressions(pHandle, 0);
+  BrevexSetContinuousCompressions(pHandle, 0);
+  BrevexSetIndexedCompressions(pHandle, 0);
   BrevexSetClipImages(pHandle, 0);
   BrevexSetReduceColorComplexity(pHandle, 0);
   BrevexSetConvertToCFF(pHandle, 0);
@@ -46,6 +47,7 @@ void ApplyOptions(TBrevexHandle* pHandle, const TOptimizeOptions& options)
     BrevexSetRecompressStreams(pHandle, 1);
     BrevexSetRecodeJPEG(pHandle, 1);
     BrevexSetRecodeBitonal(pHandle, 1);
+    BrevexSetRecodeSamples(pHandle, 1);
   }
   if (options.nProfile == BREVEX_PROFILE_MAX)
   {

@@ -3,7 +3,6 @@
 #include "base/FileStream.h"
 #include "base/Limits.h"
 #include "base/Tracer.h"
-#include "images/color/Matrix.h"
 #include "images/color/Neugebauer.h"
 #include "images/color/ProfileCheck.h"
 
@@ -70,6 +69,13 @@ bool WriteCurve(cmsContext context, cmsHPROFILE hProfile, cmsTagSignature nTag, 
 bool IsGamma(double d)
 {
   return d > 0 && d < 100;
+}
+
+bool IsD50(const TXYZ& white)
+{
+  constexpr double dNear = 0.002;
+  return std::fabs(white.m_dX - g_d50.m_dX) < dNear && std::fabs(white.m_dY - g_d50.m_dY) < dNear &&
+         std::fabs(white.m_dZ - g_d50.m_dZ) < dNear;
 }
 
 cmsUInt16Number ToWord(double d)
@@ -186,6 +192,32 @@ cmsUInt32Number GetFormat(TProfileKind kind, TSampleForm form)
 
 }  // namespace
 
+void CLittleCMSLabTransform::Adapt(cmsUInt16Number* pLab) const
+{
+  const double lab[3] = {pLab[0] / 655.35, pLab[1] / 257.0 - 128, pLab[2] / 257.0 - 128};
+  double xyz[3];
+  double adapted[3];
+  double result[3];
+  LabToXYZ(lab, m_white, xyz);
+  m_adaptation.Apply(xyz, adapted);
+  XYZToLab(adapted, g_d50, result);
+  pLab[0] = ToWord(result[0] / 100);
+  pLab[1] = ToWord((result[1] + 128) / 255);
+  pLab[2] = ToWord((result[2] + 128) / 255);
+}
+
+void CLittleCMSLabTransform::Apply(const unsigned char* pSource, unsigned char* pTarget, int nCount)
+{
+  for (; nCount > 0; --nCount, pSource += 3 * sizeof(cmsUInt16Number))
+  {
+    cmsUInt16Number lab[3];
+    std::memcpy(lab, pSource, sizeof(lab));
+    Adapt(lab);
+    CLittleCMSTransform::Apply(reinterpret_cast<const unsigned char*>(lab), pTarget, 1);
+    pTarget += m_nTargetSize;
+  }
+}
+
 CLittleCMS::CLittleCMS(CColorAccount& account, const char* szProfileFolder)
     : CCMS(account),
       m_context(cmsCreateContext(nullptr, nullptr)),
@@ -272,7 +304,11 @@ BSE::CObjectPtr<CColorProfile> CLittleCMS::CreateLabProfile(const TXYZ& white)
   char szText[g_nDescription];
   std::snprintf(szText, sizeof(szText), "Lab: WhitePoint [%5.3lf, %5.3lf, %5.3lf]", white.m_dX, white.m_dY,
                 white.m_dZ);
-  return MakeProfile(cmsCreateLab4ProfileTHR(m_context, &point), eProfileLab, false, szText);
+  BSE::CObjectPtr<CColorProfile> pProfile =
+      MakeProfile(cmsCreateLab4ProfileTHR(m_context, &point), eProfileLab, false, szText);
+  if (pProfile)
+    static_cast<CLittleCMSProfile&>(*pProfile).SetLabWhite(white);
+  return pProfile;
 }
 
 BSE::CObjectPtr<CColorProfile> CLittleCMS::CreateCMYKProfile(const char* szDescription)
@@ -382,7 +418,9 @@ BSE::CObjectPtr<CColorTransform> CLittleCMS::CreateTransform(CColorProfile& sour
       GetFormat(target.GetKind(), eBytes), static_cast<cmsUInt32Number>(used), nFlags);
   if (!hTransform)
     return nullptr;
-  return new CLittleCMSTransform(hTransform);
+  const bool bAdapted = source.GetKind() == eProfileLab && sourceForm == eLab16 && !IsD50(from.GetLabWhite());
+  return bAdapted ? new CLittleCMSLabTransform(hTransform, from.GetLabWhite(), target.GetComponentCount())
+                  : new CLittleCMSTransform(hTransform);
 }
 
 }  // namespace DOC

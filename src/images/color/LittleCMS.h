@@ -1,6 +1,6 @@
 #pragma once
 
-#include "images/color/CMS.h"
+#include "images/color/Matrix.h"
 
 #include <lcms2.h>
 
@@ -31,8 +31,13 @@ public:
   bool TakeFromInks() { return m_bInkModel && !std::exchange(m_bFromInks, true); }
   bool TakeToInks() { return m_bInkModel && !std::exchange(m_bToInks, true); }
 
+  // The white of Lab: the library takes all Lab for that under D50.
+  void SetLabWhite(const TXYZ& white) { m_labWhite = white; }
+  const TXYZ& GetLabWhite() const { return m_labWhite; }
+
 private:
   cmsHPROFILE m_hProfile;
+  TXYZ m_labWhite = g_d50;
   bool m_bTables;
   bool m_bInkModel = false;
   bool m_bFromInks = false;
@@ -53,6 +58,27 @@ public:
 
 private:
   cmsHTRANSFORM m_hTransform;
+};
+
+// Of 16-bit Lab under another white than D50, to which colours are adapted first.
+class CLittleCMSLabTransform : public CLittleCMSTransform
+{
+public:
+  CLittleCMSLabTransform(cmsHTRANSFORM hTransform, const TXYZ& white, int nTargetSize)
+      : CLittleCMSTransform(hTransform),
+        m_white(white),
+        m_adaptation(GetAdaptation(white, g_d50)),
+        m_nTargetSize(nTargetSize)
+  {
+  }
+  void Apply(const unsigned char* pSource, unsigned char* pTarget, int nCount) override;
+
+private:
+  void Adapt(cmsUInt16Number* pLab) const;
+
+  TXYZ m_white;
+  CMatrix3 m_adaptation;
+  int m_nTargetSize;  // of a pixel
 };
 
 // The engine Little CMS 2, in a context of its own. Messages of the library go to the trace (component

@@ -27,7 +27,8 @@ CDCTDecodeFilter::CDCTDecodeFilter(IByteStream* pSource, const CDCTParameters& p
                                    IErrorContext* pErrorContext)
     : CBufferedDecodeFilter(pSource, pErrorContext),
       m_parameters(parameters),
-      m_nColorTransform(parameters.nColorTransform)
+      m_nColorTransform(parameters.nColorTransform),
+      m_nLines(parameters.nHeight)
 {
   Open();
 }
@@ -39,7 +40,7 @@ void CDCTDecodeFilter::Open()
   m_bStarted = false;
   m_nRowSize = 0;
   m_pDecompressor.Reset(new CDCTDecompressor(*m_pInput, m_pErrorContext));
-  if (!m_pDecompressor->ReadHeader() || !SetColorSpace())
+  if ((!m_pDecompressor->ReadHeader() && !OpenWithLines()) || !SetColorSpace())
   {
     End();
     return;
@@ -51,6 +52,20 @@ void CDCTDecodeFilter::Open()
   m_parameters.nHeight = static_cast<int>(info.image_height);
   m_parameters.nColorSpace = info.jpeg_color_space;
   ReadMarkers();
+}
+
+bool CDCTDecodeFilter::OpenWithLines()
+{
+  if (!m_pDecompressor->LacksLines())
+    return false;
+  m_pDecompressor.Reset();
+  CBufferedDecodeFilter::RewindSource();
+  TDCTLines lines = FindDCTLines(*m_pInput);
+  if (lines.m_nCount == 0)
+    lines.m_nCount = std::clamp(m_nLines, 0, 0xFFFF);
+  CBufferedDecodeFilter::RewindSource();
+  m_pDecompressor.Reset(new CDCTDecompressor(*m_pInput, m_pErrorContext, lines));
+  return m_pDecompressor->ReadHeader();
 }
 
 bool CDCTDecodeFilter::SetColorSpace()

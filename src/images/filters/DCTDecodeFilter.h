@@ -19,7 +19,7 @@ class CDCTDecompressor;
 class CDCTDecodeFilter final : public CBufferedDecodeFilter
 {
 public:
-  // nColorTransform is read of the parameters.
+  // nColorTransform is read of the parameters, and nHeight for data that does not tell it.
   explicit CDCTDecodeFilter(IByteStream* pSource, const CDCTParameters& parameters = {},
                             IErrorContext* pErrorContext = nullptr);
   ~CDCTDecodeFilter() override;
@@ -47,6 +47,7 @@ protected:
 
 private:
   void Open();
+  bool OpenWithLines();
   bool SetColorSpace();
   void ReadMarkers();
   void End();
@@ -54,6 +55,7 @@ private:
 
   CDCTParameters m_parameters;
   int m_nColorTransform;
+  int m_nLines;
   CScopedPtr<CDCTDecompressor> m_pDecompressor;  // null once the data has ended
   std::int64_t m_nRowSize = 0;
   int m_nComponents = 0;

@@ -19,11 +19,61 @@ constexpr JOCTET g_endOfImage[] = {0xFF, JPEG_EOI};
 // Markers APP1 are kept up to this length, which has room for what is read of Exif.
 constexpr unsigned g_nMaxExif = 1000;
 
+constexpr int g_nScanMarker = 0xDA;
+constexpr int g_nLinesMarker = 0xDC;
+constexpr int g_nLinesLength = 4;
+
+// Two bytes; negative at the end.
+int Read16(CBufferedInputStream& input)
+{
+  const int nHigh = input.GetByte();
+  const int nLow = input.GetByte();
+  return nLow < 0 ? -1 : nHigh << 8 | nLow;
+}
+
 }  // namespace
 
-CDCTDecompressor::CDCTDecompressor(CBufferedInputStream& input, IErrorContext* pErrorContext)
-    : m_input(input), m_pErrorContext(pErrorContext), m_errors(pErrorContext)
+TDCTLines FindDCTLines(CBufferedInputStream& input)
 {
+  TDCTLines lines;
+  lines.m_bSought = true;
+  bool bScan = false;
+  int nLast = 0;
+  for (int nByte = input.GetByte(); nByte >= 0; nLast = nByte, nByte = input.GetByte())
+  {
+    const bool bFrame = nByte >= 0xC0 && nByte <= 0xCF && nByte != 0xC4 && nByte != 0xC8 && nByte != 0xCC;
+    if (nLast != 0xFF || nByte < 0xC0 || nByte == 0xFF || (nByte >= 0xD0 && nByte <= 0xD8))
+      continue;
+    const bool bLines = bScan && nByte == g_nLinesMarker;
+    if ((bScan && !bLines) || nByte == JPEG_EOI)
+      break;
+    const int nLength = Read16(input);
+    if (nLength < 2)
+      break;
+    if (bLines)
+    {
+      lines.m_nCount = nLength == g_nLinesLength ? std::max(Read16(input), 0) : 0;
+      break;
+    }
+    if (bFrame && lines.m_nHeaderPos < 0)
+    {
+      lines.m_nHeaderPos = input.Tell() + 1;
+      input.Skip(std::max(nLength - 2, 3));
+    }
+    else
+      input.Skip(nLength - 2);
+    bScan = nByte == g_nScanMarker;
+    nByte = 0;
+  }
+  return lines;
+}
+
+CDCTDecompressor::CDCTDecompressor(CBufferedInputStream& input, IErrorContext* pErrorContext,
+                                   const TDCTLines& lines)
+    : m_input(input), m_pErrorContext(pErrorContext), m_errors(pErrorContext), m_lines(lines)
+{
+  if (!lines.m_bSought)
+    m_errors.Expect(JERR_EMPTY_IMAGE);
   m_source.m_pOwner = this;
   m_source.init_source = OnStart;
   m_source.fill_input_buffer = OnFill;
@@ -72,9 +122,28 @@ void CDCTDecompressor::Fill()
   if (m_bInput)
     m_input.Consume(m_input.GetBuffered().size());
   m_bInput = !m_input.GetBuffered().empty() || m_input.Fill();
-  const std::span<const JOCTET> bytes = m_bInput ? m_input.GetBuffered() : g_endOfImage;
+  const std::span<const JOCTET> bytes = m_bInput ? FillInLines(m_input.GetBuffered()) : g_endOfImage;
   m_source.next_input_byte = bytes.data();
   m_source.bytes_in_buffer = bytes.size();
+}
+
+std::span<const JOCTET> CDCTDecompressor::FillInLines(std::span<const JOCTET> bytes)
+{
+  const std::int64_t nPos = m_lines.m_nHeaderPos - m_input.Tell();
+  if (m_lines.m_nHeaderPos < 0 || nPos < -1 || nPos >= std::ssize(bytes))
+    return bytes;
+  m_filledIn.RemoveAll();
+  m_filledIn.Append(bytes);
+  if (nPos >= 0)
+    m_filledIn[static_cast<int>(nPos)] = static_cast<JOCTET>(m_lines.m_nCount >> 8);
+  if (nPos + 1 < std::ssize(bytes))
+    m_filledIn[static_cast<int>(nPos + 1)] = static_cast<JOCTET>(m_lines.m_nCount);
+  return m_filledIn.GetSpan();
+}
+
+bool CDCTDecompressor::LacksLines() const
+{
+  return m_errors.HasMet() && m_info.image_height == 0 && m_info.image_width > 0 && m_info.num_components > 0;
 }
 
 void CDCTDecompressor::ReturnUnread()

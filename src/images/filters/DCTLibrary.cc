@@ -126,7 +126,9 @@ void CDCTErrors::ReportMessage(j_common_ptr pInfo)
 void CDCTErrors::OnExit(j_common_ptr pInfo)
 {
   CDCTErrors& errors = Get(pInfo);
-  errors.ReportMessage(pInfo);
+  errors.m_bMet = errors.m_nExpected != 0 && errors.m_nExpected == errors.m_manager.msg_code;
+  if (!errors.m_bMet)
+    errors.ReportMessage(pInfo);
   std::longjmp(errors.m_jump, 1);
 }
 

@@ -71,6 +71,10 @@ public:
   // Whether data were reported as wrong or missing.
   bool HasGap() const { return m_bGap; }
 
+  // A failure that the caller has an answer to, by libjpeg's code: it is not reported. HasMet tells of it.
+  void Expect(int nCode) { m_nExpected = nCode; }
+  bool HasMet() const { return m_bMet; }
+
   void Report(int nNumber, const char* szText);
 
 private:
@@ -86,6 +90,8 @@ private:
   IErrorContext* m_pContext;
   std::exception_ptr m_pException;
   std::uint64_t m_reported[4] = {};
+  int m_nExpected = 0;
+  bool m_bMet = false;
   bool m_bGap = false;
 };
 

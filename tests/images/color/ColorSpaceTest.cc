@@ -187,6 +187,13 @@ TEST_F(ColorSpace, LabBytesComeBack)
     pLab->ToReal(CBytes{255, 128, 0}, color);
     EXPECT_EQ(std::vector<double>(color, color + 3), (std::vector<double>{100, 0, -128}));
   }
+  // Under the white of the screen, by the formulas of ISO 11664-4 and IEC 61966-2-1.
+  const CBytes screen =
+      Convert(Create("[/Lab <</WhitePoint [.95047 1 1.08883] /Range [-128 127 -128 127]>>]"), DOC::eToRGB,
+              {82, 122, 162, 123, 163, 203});
+  const CBytes exact = {82, 77, 18, 185, 87, 0};
+  for (std::size_t i = 0; i < exact.size(); ++i)
+    EXPECT_NEAR(screen[i], exact[i], 1) << i;
   // A smaller range is stretched over the bytes.
   const CBytes lab = Convert(Create("[/Lab <</WhitePoint [0.9642 1 0.8249] /Range [0 50 -50 0]>>]"),
                              DOC::eToLab, {255, 255, 0});

@@ -56,10 +56,8 @@ inline TBitmap MakeNoise(int nWidth, int nHeight, unsigned nDensity, unsigned nS
   for (int y = 0; y < nHeight; ++y)
   {
     for (int x = 0; x < nWidth; ++x)
-    {
       if (random() % 1000 < nDensity)
         bitmap.Set(x, y);
-    }
   }
   return bitmap;
 }
@@ -95,20 +93,16 @@ inline TBitmap MakePage(int nWidth, int nHeight, unsigned nSeed)
       for (int y = 0; y < shape.m_nHeight; ++y)
       {
         for (int x = 0; x < shape.m_nWidth; ++x)
-        {
           if (shape.Get(x, y))
             bitmap.Set(nLeft + x, nTop + y);
-        }
       }
       if (random() % 8 == 0)
         bitmap.Invert(nLeft + static_cast<int>(random() % 9), nTop + static_cast<int>(random() % 9));
       nLeft += shape.m_nWidth + 2 + static_cast<int>(random() % 2 * 8);
     }
     if (random() % 4 == 0)
-    {
       for (int x = 3; x < nWidth - 3; ++x)
         bitmap.Set(x, nTop + 22);
-    }
   }
   return bitmap;
 }

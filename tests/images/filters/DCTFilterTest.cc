@@ -241,6 +241,25 @@ std::string WithSize(std::string jpeg, const char* szFrame, const std::string& s
   return jpeg.replace(jpeg.find(szFrame) + 5, 4, size);
 }
 
+TEST(DCTFilter, FindsLinesThatTheHeaderLacks)
+{
+  const std::string jpeg = MakeJpeg(20, 33, 3);
+  const TPicture whole = DecodePicture(jpeg);
+  const std::string open = WithSize(jpeg, "\xFF\xC0", "\0\0\0\x14"s);
+  std::string told = open;
+  told.insert(told.size() - 2, "\xFF\xDC\0\4\0\x21"s);
+  EXPECT_EQ(DecodePicture(told).m_rows, whole.m_rows);
+  // In another buffer than the rest.
+  EXPECT_EQ(DecodePicture(Insert(told, '\xEF', std::string(BSE::g_nDefaultBlockSize - 14, 'x'))).m_rows,
+            whole.m_rows);
+  EXPECT_EQ(DecodePicture(open).m_codes, CCodes{0x8A040021U});
+  CDCTParameters parameters;
+  parameters.nHeight = 33;
+  EXPECT_EQ(
+      ReadPieces(*CObjectPtr<CDCTDecodeFilter>(new CDCTDecodeFilter(MakeSource(open).Get(), parameters)), 60),
+      whole.m_rows);
+}
+
 TEST(DCTFilter, BoundsWorkAndMemory)
 {
   const std::string plain = MakeJpeg(20, 20, 3);

@@ -33,10 +33,8 @@ std::string Pack(const std::vector<int>& codes, bool bLSBFirst, int nEarlyChange
   }
   std::string data((bits.size() + 7) / 8, '\0');
   for (size_t i = 0; i < bits.size(); ++i)
-  {
     if (bits[i])
       data[i / 8] = static_cast<char>(data[i / 8] | (bLSBFirst ? 1 << (i % 8) : 0x80 >> (i % 8)));
-  }
   return data;
 }
 

@@ -99,10 +99,8 @@ public:
   int FindObject(const std::string& sText) const
   {
     for (const auto& [nNumber, nPosition] : m_positions)
-    {
       if (GetObject(nNumber).find(sText) != std::string::npos)
         return nNumber;
-    }
     return 0;
   }
   bool IsInFront(int nNumber) const { return m_positions.at(nNumber) < m_nFirstPageEnd; }
@@ -157,11 +155,9 @@ inline std::vector<std::string> GetComplaints(const std::string& sPdf, const std
         Support::RunProgram({"qpdf", "--password=" + sPassword, szCheck, folder / "file.pdf"});
     std::istringstream text(result.sOut + result.sErr);
     for (std::string sLine; std::getline(text, sLine);)
-    {
       if (sLine.find("WARNING") != std::string::npos || sLine.find("ERROR") != std::string::npos ||
           (result.nExitCode == 2 && sLine.find("qpdf") != std::string::npos))
         lines.push_back(sLine);
-    }
   }
   return lines;
 }

@@ -24,10 +24,8 @@ std::vector<fs::path> GetDocuments()
   if (!fs::is_directory(folder))
     return documents;
   for (const fs::directory_entry& entry : fs::directory_iterator(folder))
-  {
     if (entry.path().extension() == ".pdf")
       documents.push_back(entry.path());
-  }
   std::sort(documents.begin(), documents.end());
   return documents;
 }

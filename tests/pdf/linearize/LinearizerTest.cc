@@ -250,10 +250,8 @@ TEST(Linearizer, CompletesPages)
   EXPECT_NE(sFirst.find("/Rotate 0"), std::string::npos);
   EXPECT_NE(sSecond.find("/Rotate 90"), std::string::npos);
   for (const std::string& sPage : {sFirst, sSecond})
-  {
     for (const char* szText : {"/CropBox[1 1 9 9]", "/MediaBox ", "/Resources<</Font<</F "})
       EXPECT_NE(sPage.find(szText), std::string::npos) << szText;
-  }
   EXPECT_EQ(file.GetReference(file.FindObject("/Mark 2"), "Parent"), file.FindObject("/Count 1"));
   EXPECT_TRUE(file.IsInFront(file.FindObject("/Courier")));
   for (const char* szKey : {"/Rotate", "/CropBox", "/MediaBox", "/Resources"})

@@ -1,5 +1,6 @@
 // Data that is damaged, or made to cost more than it should.
 
+#include "images/filters/jbig2/JBIG2ArithmeticEncoder.h"
 #include "tests/images/filters/jbig2/JBIG2Fixture.h"
 
 namespace BSE
@@ -12,79 +13,26 @@ using namespace std::string_literals;
 constexpr unsigned g_nFatal = 0x8A030015U;
 constexpr unsigned g_nWarning = 0x0A038014U;
 
-std::string GenericSegment(unsigned nNumber, const TBitmap& bitmap, int x, int y, int nFlags = 0)
+// Where the segments after the page begin, each with a number below 256.
+std::vector<size_t> FindSegments(const std::string& data)
 {
-  CArithmeticWriter writer;
-  writer.Generic(bitmap, 0, DefaultPlaces(0));
-  return Segment(nNumber, 38, {},
-                 RegionHead(bitmap.m_nWidth, bitmap.m_nHeight, x, y, nFlags) + Number8(0) +
-                     Numbers(DefaultPlaces(0)) + writer.Finish());
-}
-
-// A dictionary with one symbol.
-std::string DictionarySegment(unsigned nNumber, const TBitmap& symbol)
-{
-  CArithmeticWriter writer;
-  writer.Integer("IADH", symbol.m_nHeight);
-  writer.Integer("IADW", symbol.m_nWidth);
-  writer.Generic(symbol, 0, DefaultPlaces(0));
-  writer.Integer("IADW", std::nullopt);
-  writer.Integer("IAEX", 0);
-  writer.Integer("IAEX", 1);
-  return Segment(nNumber, 0, {},
-                 Number16(0) + Numbers(DefaultPlaces(0)) + Number32(1) + Number32(1) + writer.Finish());
-}
-
-// The only symbol of a dictionary again and again in one line.
-std::string TextSegment(unsigned nNumber, unsigned nDictionary, int nWidth, int nHeight, int nCount,
-                        int nStep)
-{
-  CArithmeticWriter writer;
-  writer.Integer("IADT", 0);
-  writer.Integer("IADT", 0);
-  writer.Integer("IAFS", 0);
-  for (int i = 1; i < nCount; ++i)
-    writer.Integer("IADS", nStep);
-  writer.Integer("IADS", std::nullopt);
-  return Segment(nNumber, 6, {nDictionary},
-                 RegionHead(nWidth, nHeight, 0, 0) + Number16(16) + Number32(nCount) + writer.Finish());
-}
-
-std::string PatternSegment(unsigned nNumber)
-{
-  CArithmeticWriter writer;
-  writer.Generic(MakeNoise(16, 4, 500, 1), 0, {{-4, 0}, {-3, -1}, {2, -2}, {-2, -2}});
-  return Segment(nNumber, 16, {}, Number8(0) + Number8(4) + Number8(4) + Number32(3) + writer.Finish());
-}
-
-std::string HalftoneSegment(unsigned nNumber, unsigned nDictionary)
-{
-  CArithmeticWriter writer;
-  writer.Generic(MakeNoise(15, 10, 500, 2), 0, DefaultPlaces(0));
-  writer.Generic(MakeNoise(15, 10, 500, 3), 0, DefaultPlaces(0));
-  return Segment(nNumber, 22, {nDictionary},
-                 RegionHead(60, 40, 60, 0) + Number8(0) + Number32(15) + Number32(10) + Number32(0) +
-                     Number32(0) + Number16(1024) + Number16(0) + writer.Finish());
-}
-
-// A page with a segment of each kind, and where they begin.
-std::string MakeData(std::vector<size_t>& starts)
-{
-  std::string data = PageSegment(130, 90);
-  for (const std::string& segment :
-       {DictionarySegment(1, MakeNoise(11, 9, 500, 4)), TextSegment(2, 1, 130, 90, 9, 3), PatternSegment(3),
-        HalftoneSegment(4, 3), GenericSegment(5, MakePage(100, 40, 5), 10, 45)})
+  std::vector<size_t> starts;
+  size_t nLength = 0;
+  for (size_t i = 0; i < data.size(); i += nLength)
   {
-    starts.push_back(data.size());
-    data += segment;
+    if (i > 0)
+      starts.push_back(i);
+    const size_t nHead = 11 + (static_cast<unsigned char>(data[i + 5]) >> 5);
+    nLength = nHead + static_cast<unsigned char>(data[i + nHead - 1]) +
+              (size_t{256} * static_cast<unsigned char>(data[i + nHead - 2]));
   }
-  return data;
+  return starts;
 }
 
 TEST(JBIG2Damage, TellsWhatIsMissing)
 {
-  std::vector<size_t> starts;
-  const std::string data = MakeData(starts);
+  const std::string data = ReadSample("page.jb2");
+  const std::vector<size_t> starts = FindSegments(data);
   CReports none;
   const std::string picture = DecodeJBIG2(data, none);
   ASSERT_EQ(none.GetCodes(), CCodes{});
@@ -111,8 +59,8 @@ TEST(JBIG2Damage, TellsWhatIsMissing)
 
 TEST(JBIG2Damage, SurvivesAnyByte)
 {
-  std::vector<size_t> starts;
-  const std::string data = MakeData(starts);
+  const std::string data = ReadSample("page.jb2");
+  const std::vector<size_t> starts = FindSegments(data);
   std::mt19937 random(6);
   for (int i = 0; i < 3000; ++i)
   {
@@ -149,25 +97,25 @@ struct TCase
 TEST(JBIG2Damage, SaysWhatIsWrong)
 {
   const std::string page = PageSegment(60, 20);
-  const TBitmap bitmap = MakeNoise(60, 20, 500, 7);
+  const std::string zeros(30, '\0');
+  const std::string text = RegionHead(60, 20) + zeros;
   const std::u16string colour = u"the colour extension is not supported";
   const std::u16string missing = u"a segment that it refers to is missing or damaged";
   const TCase cases[] = {
       {"", g_nFatal, u"there is no page"},
-      {Segment(1, 51, {}, ""), g_nFatal, u"there is no page"},
+      {Segment(1, 51, "", ""), g_nFatal, u"there is no page"},
       {PageSegment(0, 20), g_nFatal, u"there is no page"},
       {PageSegment(70000, 70000), g_nFatal, u"page 0: a bitmap has an impossible size"},
-      {page + GenericSegment(1, bitmap, 0, 0, 8), g_nFatal, u"generic region 1: " + colour},
-      {page + Segment(1, 54, {}, "xx"), g_nFatal, u"colour palette 1: " + colour},
-      {page + GenericSegment(1, bitmap, 0, 0, 5), g_nFatal,
+      {page + GenericSegment(60, 20, 8, zeros), g_nFatal, u"generic region 1: " + colour},
+      {page + Segment(1, 54, "", "xx"), g_nFatal, u"colour palette 1: " + colour},
+      {page + GenericSegment(60, 20, 5, zeros), g_nFatal,
        u"generic region 1: the header is cut or impossible"},
-      {page + Segment(1, 13, {}, ""), g_nWarning, u"segment 1: a segment of an unknown type is left out"},
+      {page + Segment(1, 13, "", ""), g_nWarning, u"segment 1: a segment of an unknown type is left out"},
       {page + PageSegment(60, 20), g_nWarning, u"page 0: a second page is left out"},
-      {page + TextSegment(2, 1, 60, 20, 2, 0), g_nFatal, u"text region 2: " + missing},
-      {page + TextSegment(1, 1, 60, 20, 2, 0), g_nFatal, u"text region 1: " + missing},
-      {page + Segment(1, 22, {}, RegionHead(60, 20, 0, 0) + std::string(21, '\0')), g_nFatal,
-       u"halftone region 1: it refers to no pattern dictionary"},
-      {page + Segment(1, 53, {}, std::string(9, '\0')), g_nFatal,
+      {page + Segment(2, 6, "\1", text), g_nFatal, u"text region 2: " + missing},
+      {page + Segment(1, 6, "\1", text), g_nFatal, u"text region 1: " + missing},
+      {page + Segment(1, 22, "", text), g_nFatal, u"halftone region 1: it refers to no pattern dictionary"},
+      {page + Segment(1, 53, "", std::string(9, '\0')), g_nFatal,
        u"tables 1: the Huffman table is cut or has an impossible range"},
       {page + "\xFF\xFF"s, g_nFatal, u"the header of a segment is damaged"},
   };
@@ -185,32 +133,17 @@ TEST(JBIG2Damage, SaysWhatIsWrong)
 
 TEST(JBIG2Damage, KeepsWithinItsLimits)
 {
-  const TBitmap symbol = MakeNoise(600, 600, 500, 8);
-  // Dictionaries that each make known what two of the one before do.
-  std::string doubling = PageSegment(60, 20) + DictionarySegment(1, TBitmap(1, 1));
-  for (unsigned i = 2; i < 40; ++i)
-  {
-    CArithmeticWriter writer;
-    const std::int64_t nCount = std::int64_t{1} << (i - 1);
-    writer.Integer("IAEX", 0);
-    writer.Integer("IAEX", nCount);
-    doubling +=
-        Segment(i, 0, {i - 1, i - 1},
-                Number16(0) + Numbers(DefaultPlaces(0)) + Number32(nCount) + Number32(0) + writer.Finish());
-  }
-  const std::string head = Number16(0) + Numbers(DefaultPlaces(0));
   const std::string cases[] = {
       // A large page, large symbols drawn often, a grid of many places, many symbols, a doubling.
       PageSegment(46000, 46000),
-      PageSegment(1000, 1000) + DictionarySegment(1, symbol) + TextSegment(2, 1, 1000, 1000, 200000, -599),
-      PageSegment(60, 20) + Segment(1, 16, {}, Number8(1) + Number8(1) + Number8(1) + Number32(0) + "\x80") +
-          Segment(2, 22, {1},
-                  RegionHead(60, 20, 0, 0) + Number8(8) + Number32(1 << 30) + Number32(1) +
-                      std::string(20, '\0')),
-      PageSegment(60, 20) + Segment(1, 0, {},
-                                    Number16(2) + Numbers(DefaultPlaces(0)) + Number32(0) + Number32(0) +
-                                        Number32(0x3FFFFFFF) + std::string(50, '\0')),
-      doubling,
+      ReadSample("heavy.jb2"),
+      PageSegment(60, 20) + Segment(1, 16, "", "\1\1\1\0\0\0\0\x80"s) +
+          Segment(2, 22, "\1",
+                  RegionHead(60, 20) + '\x8' + Number(1 << 30, 4) + Number(1, 4) + std::string(20, '\0')),
+      PageSegment(60, 20) + Segment(1, 0, "",
+                                    "\0\2\x03\xFF\xFD\xFF\x02\xFE\xFE\xFE"s + std::string(8, '\0') +
+                                        Number(0x3FFFFFFF, 4) + std::string(50, '\0')),
+      ReadSample("doubling.jb2"),
   };
   for (const std::string& data : cases)
   {
@@ -226,11 +159,8 @@ TEST(JBIG2Damage, KeepsWithinItsLimits)
   const std::string code(encoder.GetBytes().begin(), encoder.GetBytes().end());
   CReports reports;
   const CObjectPtr<CJBIG2DecodeFilter> pFilter(new CJBIG2DecodeFilter(
-      MakeSource(
-          PageSegment(20000, 20000) +
-          Segment(1, 38, {}, RegionHead(20000, 20000, 0, 0) + Number8(0) + Numbers(DefaultPlaces(0)) + code))
-          .Get(),
-      CJBIG2Parameters{}, &reports));
+      MakeSource(PageSegment(20000, 20000) + GenericSegment(20000, 20000, 0, code)).Get(), CJBIG2Parameters{},
+      &reports));
   std::string row(2500, '\0');
   EXPECT_EQ(pFilter->Read(reinterpret_cast<unsigned char*>(row.data()), 2500), 2500);
   EXPECT_EQ(reports.GetCodes(), CCodes{});

@@ -1,4 +1,5 @@
 #include "images/filters/jbig2/JBIG2EncodeFilter.h"
+#include "images/filters/jbig2/JBIG2GenericEncoder.h"
 
 #include "tests/images/filters/jbig2/JBIG2Fixture.h"
 
@@ -28,10 +29,22 @@ std::string Encode(const TBitmap& bitmap)
 // What one generic region would take.
 size_t GetGenericSize(const TBitmap& bitmap)
 {
-  CArithmeticWriter writer;
-  writer.Generic(bitmap, 0, DefaultPlaces(0));
-  return PageSegment(1, 1).size() + Segment(1, 38, {}, RegionHead(1, 1, 0, 0) + Number8(0)).size() + 8 +
-         writer.Finish().size();
+  CJBIG2Run run;
+  const CObjectPtr<CJBIG2Bitmap> pBitmap = CJBIG2Bitmap::Create(run, bitmap.m_nWidth, bitmap.m_nHeight);
+  for (int i = 0; i < bitmap.m_nWidth * bitmap.m_nHeight; ++i)
+    if (bitmap.Get(i % bitmap.m_nWidth, i / bitmap.m_nWidth))
+      pBitmap->FillRun(i / bitmap.m_nWidth, i % bitmap.m_nWidth, i % bitmap.m_nWidth + 1);
+  CJBIG2ArithmeticEncoder encoder;
+  CJBIG2GenericEncoder(TJBIG2GenericForm::Make(0)).Encode(encoder, *pBitmap);
+  encoder.Flush();
+  return PageSegment(1, 1).size() + GenericSegment(1, 1, 0, "").size() + encoder.GetBytes().size();
+}
+
+void ExpectPicture(const std::string& data, const TBitmap& expected)
+{
+  CReports reports;
+  EXPECT_TRUE(DecodeJBIG2(data, reports) == expected.m_rows);
+  EXPECT_EQ(reports.GetCodes(), CCodes{});
 }
 
 TEST(JBIG2Encoder, RoundTripsAndIsNeverLarger)
@@ -65,11 +78,9 @@ TEST(JBIG2Encoder, FindsWhatRepeats)
     const int x = i % 20 * 40;
     const int y = i / 20 * 40;
     for (int k = 0; k < 30; ++k)
-    {
-      for (const TPlace& place :
-           {TPlace{k, 0}, TPlace{k, 29}, TPlace{0, k}, TPlace{29, k}, TPlace{10 + k / 3, 10 + k / 4}})
-        nested.Set(x + place.m_x, y + place.m_y);
-    }
+      for (const auto& [dx, dy] : {std::pair(k, 0), std::pair(k, 29), std::pair(0, k), std::pair(29, k),
+                                   std::pair(10 + k / 3, 10 + k / 4)})
+        nested.Set(x + dx, y + dy);
     nested.Set(x + 30, y + 30);
     nested.Invert(x + i % 28 + 1, y + 5);
   }

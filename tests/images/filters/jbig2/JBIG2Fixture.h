@@ -4,11 +4,50 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/images/filters/BitmapFixture.h"
 #include "tests/images/filters/FilterFixture.h"
-#include "tests/images/filters/jbig2/JBIG2Writer.h"
+#include "tests/support/TempFolder.h"
 
 namespace BSE
 {
+
+inline std::string ReadSample(const std::string& sName)
+{
+  return Support::ReadFile(BREVEX_SAMPLES "/" + sName);
+}
+
+// Big-endian.
+inline std::string Number(std::int64_t nValue, int nBytes)
+{
+  std::string bytes;
+  for (int i = nBytes - 1; i >= 0; --i)
+    bytes.push_back(static_cast<char>(nValue >> (8 * i)));
+  return bytes;
+}
+
+// A segment of page 1 that refers to at most four others.
+inline std::string Segment(int nNumber, int nType, const std::string& references, const std::string& data)
+{
+  return Number(nNumber, 4) + Number(nType, 1) + Number(std::ssize(references) << 5, 1) + references + '\1' +
+         Number(std::ssize(data), 4) + data;
+}
+
+inline std::string PageSegment(std::int64_t nWidth, std::int64_t nHeight)
+{
+  return Segment(0, 48, "", Number(nWidth, 4) + Number(nHeight, 4) + std::string(11, '\0'));
+}
+
+inline std::string RegionHead(int nWidth, int nHeight, int nFlags = 0)
+{
+  return Number(nWidth, 4) + Number(nHeight, 4) + std::string(8, '\0') + Number(nFlags, 1);
+}
+
+// Template 0, its movable pixels in their places, and code.
+inline std::string GenericSegment(int nWidth, int nHeight, int nFlags, const std::string& code)
+{
+  return Segment(1, 38, "",
+                 RegionHead(nWidth, nHeight, nFlags) + '\0' + "\x03\xFF\xFD\xFF\x02\xFE\xFE\xFE" + code);
+}
 
 // The picture of JBIG2 data with 1 for black.
 inline std::string DecodeJBIG2(const std::string& data, CReports& reports, const std::string& globals = {})
@@ -27,15 +66,6 @@ inline std::string DecodeJBIG2(const std::string& data, CReports& reports, const
     rows[i] = static_cast<char>(~rows[i] & (bLast ? nMask : 0xFF));
   }
   return rows;
-}
-
-// The data shows the picture, and nothing is reported.
-inline void ExpectPicture(const std::string& data, const TBitmap& expected, const std::string& globals = {})
-{
-  CReports reports;
-  EXPECT_TRUE(DecodeJBIG2(data, reports, globals) == expected.m_rows);
-  for (const std::u16string& sText : reports.GetTexts())
-    ADD_FAILURE() << std::string(sText.begin(), sText.end());
 }
 
 }  // namespace BSE

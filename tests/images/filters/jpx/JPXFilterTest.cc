@@ -1,4 +1,3 @@
-#include "images/filters/jpx/JPXDecodeFilter.h"
 #include "images/filters/jpx/JPXEncodeFilter.h"
 
 #include <gtest/gtest.h>
@@ -6,8 +5,7 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "tests/images/filters/FilterFixture.h"
-#include "tests/images/filters/jpx/JPXWriter.h"
+#include "tests/images/filters/jpx/JPXFixture.h"
 
 namespace BSE
 {
@@ -15,32 +13,6 @@ namespace
 {
 
 using namespace std::string_literals;
-
-struct TPicture
-{
-  std::string m_rows;
-  CJPXParameters m_parameters;
-  int m_nSamples = 0;
-  bool m_bOpacity = false;
-  CCodes m_codes;
-};
-
-TPicture DecodePicture(const std::string& data, int nChannels = 0, bool bIndices = false)
-{
-  CReports reports;
-  CJPXParameters parameters;
-  parameters.nChannels = nChannels;
-  parameters.bIndices = bIndices;
-  const CObjectPtr<CJPXDecodeFilter> pFilter(
-      new CJPXDecodeFilter(MakeSource(data).Get(), parameters, &reports));
-  TPicture picture;
-  picture.m_rows = ReadPieces(*pFilter, pFilter->GetBlockSize());
-  picture.m_parameters = pFilter->GetParameters();
-  picture.m_nSamples = pFilter->GetSampleCount();
-  picture.m_bOpacity = pFilter->HasOpacity();
-  picture.m_codes = reports.GetCodes();
-  return picture;
-}
 
 std::string EncodePicture(const std::string& rows, const CJPXParameters& parameters)
 {
@@ -189,7 +161,7 @@ TEST(JPXFilter, ScalesPalettes)
   const std::string palette = MakeBox("pclr", "\0\2\3\x01\x0B\x87\0\x0F\xFF\x80\2\x01\0\x7F"s);
   const std::string mapping = MakeBox("cmap", "\0\0\1\2\0\0\1\0\0\0\1\1"s);
   const TPicture picture =
-      DecodePicture(MakeFile(MakeColor(16) + palette + mapping, MakeCodestream(3, 2, {{1, 1, 1}})));
+      DecodePicture(MakeFile(MakeColor(16) + palette + mapping, ReadCodestream("3x2-1-bits")));
   const unsigned char wanted[] = {0, 0, 255, 255, 170, 15};
   EXPECT_TRUE(std::ranges::equal(picture.m_parameters.Palette.GetSpan(), wanted));
   EXPECT_EQ(picture.m_codes, CCodes{});
@@ -197,9 +169,9 @@ TEST(JPXFilter, ScalesPalettes)
 
 TEST(JPXFilter, ReadsColorSpaces)
 {
-  const std::string gray = MakeCodestream(4, 3, {{}});
-  const std::string color = MakeCodestream(4, 3, {{}, {}, {}});
-  const std::string four = MakeCodestream(4, 3, {{}, {}, {}, {}});
+  const std::string gray = ReadCodestream("4x3-1");
+  const std::string color = ReadCodestream("4x3-3");
+  const std::string four = ReadCodestream("4x3-4");
   const auto profile = [](const std::string& space)
   { return MakeBox("colr", "\2\0\0"s + std::string(16, 'x') + space); };
   const struct
@@ -210,8 +182,8 @@ TEST(JPXFilter, ReadsColorSpaces)
   } cases[] = {{gray, eJPXGray, 1},
                {color, eJPXRGB, 3},
                {four, eJPXCMYK, 4},
-               {MakeCodestream(4, 3, {{}, {}}), eJPXNone, 2},
-               {MakeCodestream(4, 3, {{}, {}, {}, {}, {}}), eJPXNone, 5},
+               {ReadCodestream("4x3-2"), eJPXNone, 2},
+               {ReadCodestream("4x3-5"), eJPXNone, 5},
                {MakeFile(MakeColor(17), gray), eJPXGray, 1},
                {MakeFile(MakeColor(16), color), eJPXRGB, 3},
                {MakeFile(MakeColor(18), color), eJPXRGB, 3},
@@ -245,7 +217,7 @@ TEST(JPXFilter, ReadsColorSpaces)
 
 TEST(JPXFilter, OrdersChannelsAndLeavesOpacityOut)
 {
-  const std::string four = MakeCodestream(5, 4, {{}, {}, {}, {}});
+  const std::string four = ReadCodestream("5x4-4");
   const std::string all = DecodePicture(four).m_rows;
   // The first channel is opacity, and the others come from the last colour to the first.
   const std::string definitions = MakeBox("cdef", "\0\4\0\0\0\1\0\0\0\1\0\0\0\3\0\2\0\0\0\2\0\3\0\0\0\1"s);
@@ -262,37 +234,33 @@ TEST(JPXFilter, OrdersChannelsAndLeavesOpacityOut)
 
 TEST(JPXFilter, RepeatsSamples)
 {
-  for (const int nLeft : {0, 1, 3})
+  for (const std::string sName : {"steps-0", "steps-0-tiles", "steps-1", "steps-3"})
   {
-    for (const int nTile : {0, 12})
+    const int nLeft = sName[6] - '0';
+    const TPicture picture = DecodePicture(ReadCodestream(sName));
+    ASSERT_EQ(picture.m_rows.size(), 19U * 11 * 3);
+    for (int i = 0; i < 19 * 11; ++i)
     {
-      const std::vector<TTestComponent> components{{}, {2, 2, 8, true}, {3, 1, 12, false}};
-      const TPicture picture =
-          DecodePicture(MakeCodestream(19, 11, components, nLeft == 0 ? nTile : 0, nLeft, 2));
-      ASSERT_EQ(picture.m_rows.size(), 19U * 11 * 3);
-      for (int i = 0; i < 19 * 11; ++i)
+      const int x = i % 19;
+      const int y = i / 19;
+      const auto sample = [&](int nComponent, int nStepX, int nStepY, int nDepth)
       {
-        const int x = i % 19;
-        const int y = i / 19;
-        const auto sample = [&](int nComponent, int nStepX, int nStepY, int nDepth)
-        {
-          const int nColumn = std::max((nLeft + x) / nStepX - (nLeft + nStepX - 1) / nStepX, 0);
-          const int nRow = std::max((2 + y) / nStepY - (2 + nStepY - 1) / nStepY, 0);
-          return GetTestSample(nComponent, nColumn, nRow, nDepth) >> (nDepth - 8);
-        };
-        const auto nPlace = static_cast<std::size_t>(3 * i);
-        const int wanted[] = {sample(0, 1, 1, 8), sample(1, 2, 2, 8), sample(2, 3, 1, 12)};
-        for (std::size_t k = 0; k < 3; ++k)
-          ASSERT_EQ(static_cast<unsigned char>(picture.m_rows[nPlace + k]), wanted[k])
-              << i << " " << k << " " << nLeft;
-      }
+        const int nColumn = std::max((nLeft + x) / nStepX - (nLeft + nStepX - 1) / nStepX, 0);
+        const int nRow = std::max((2 + y) / nStepY - (2 + nStepY - 1) / nStepY, 0);
+        return GetTestSample(nComponent, nColumn, nRow, nDepth) >> (nDepth - 8);
+      };
+      const auto nPlace = static_cast<std::size_t>(3 * i);
+      const int wanted[] = {sample(0, 1, 1, 8), sample(1, 2, 2, 8), sample(2, 3, 1, 12)};
+      for (std::size_t k = 0; k < 3; ++k)
+        ASSERT_EQ(static_cast<unsigned char>(picture.m_rows[nPlace + k]), wanted[k])
+            << i << " " << k << " " << sName;
     }
   }
 }
 
 TEST(JPXFilter, DeliversWholeRowsAgain)
 {
-  const std::string data = MakeCodestream(10, 10, {{}, {}, {}});
+  const std::string data = ReadCodestream("10x10-3");
   const CObjectPtr<CJPXDecodeFilter> pFilter(new CJPXDecodeFilter(MakeSource(data).Get()));
   unsigned char row[30];
   EXPECT_EQ(pFilter->Read(row, 29), 0);

@@ -1,0 +1,298 @@
+// A document is not known by its objects alone: at which resolution an image is shown, only the content says
+// that paints it. So all of it is read once. A form that many pages draw in the same place is read for the
+// first of them only, which makes the difference between the length of the file and that of its pages
+// unrolled.
+
+#include "engine/ContentAnalysis.h"
+
+#include "base/Tracer.h"
+#include "engine/OptContentAnalyzer.h"
+#include "images/ImageDictionary.h"
+#include "pdf/File.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace PDF
+{
+
+namespace
+{
+
+constexpr double g_dPointsPerInch = 72;
+
+// What it costs to look at a resource, in bytes of content.
+constexpr std::int64_t g_nEntryWork = 16;
+
+// Places that are remembered; what is beyond is read again.
+constexpr int g_nMaxPlaces = 1 << 16;
+
+// The part of the unit square, 0 to 1 in both directions, that a matrix puts inside the clip. False for a
+// matrix that flattens it.
+bool FindVisiblePart(const TMatrix& matrix, const TRectangle& clip, TRectangle& part)
+{
+  const double dDeterminant = matrix.m_dA * matrix.m_dD - matrix.m_dB * matrix.m_dC;
+  if (!std::isfinite(dDeterminant) || std::abs(dDeterminant) < 1e-12)
+    return false;
+  part = {1, 1, 0, 0};
+  for (const double dX : {clip.m_dLeft - matrix.m_dE, clip.m_dRight - matrix.m_dE})
+    for (const double dY : {clip.m_dBottom - matrix.m_dF, clip.m_dTop - matrix.m_dF})
+    {
+      const double dU = (matrix.m_dD * dX - matrix.m_dC * dY) / dDeterminant;
+      const double dV = (matrix.m_dA * dY - matrix.m_dB * dX) / dDeterminant;
+      part.m_dLeft = std::min(part.m_dLeft, std::clamp(dU, 0.0, 1.0));
+      part.m_dRight = std::max(part.m_dRight, std::clamp(dU, 0.0, 1.0));
+      part.m_dBottom = std::min(part.m_dBottom, std::clamp(dV, 0.0, 1.0));
+      part.m_dTop = std::max(part.m_dTop, std::clamp(dV, 0.0, 1.0));
+      // An overflow tells nothing.
+      if (!std::isfinite(dU) || !std::isfinite(dV))
+        part = {0, 0, 1, 1};
+    }
+  return true;
+}
+
+}  // namespace
+
+// One use, in points on the page.
+struct CContentAnalysis::TUse
+{
+  double m_dWidth = 0;
+  double m_dHeight = 0;
+  bool m_bFlat = false;
+  TRectangle m_part = {0, 0, 1, 1};
+};
+
+CContentAnalysis::CContentAnalysis(CDocument& document, const CStandIns& standIns, CImageRecords& images)
+    : m_document(document), m_standIns(standIns), m_images(images), m_environment(document)
+{
+}
+
+void CContentAnalysis::Run()
+{
+  for (int nPage = 0; nPage < m_document.GetPageCount(); ++nPage)
+  {
+    AnalyzePage(nPage);
+    if (!m_environment.GetAccount().IsSpent())
+      continue;
+    BSE::CTracer::Trace("I", "PDF Analyzer", "Content is too much work; images stay as they are.");
+    for (int i = m_images.GetBegin(); i != m_images.GetEnd(); i = m_images.GetNext(i))
+      m_images.GetAt(i)->m_bKeepAsIs = true;
+    return;
+  }
+}
+
+void CContentAnalysis::AnalyzePage(int nPage)
+{
+  const CPage page = m_document.GetPage(nPage);
+  TRectangle box = g_defaultMediaBox;
+  ReadRectangle(page.FindInherited("MediaBox"), box);
+  const CObjectPtr unit = page["UserUnit"];
+  m_dUserUnit = unit.IsNumber() && unit.GetRealValue() > 0 ? unit.GetRealValue() : 1;
+  m_nPage = nPage + 1;
+  if (const CObjectPtr contents = page.FindInherited("Contents"))
+  {
+    const BSE::CObjectPtr<CContentStream> pStream(new CContentStream(contents, &m_environment.GetAccount()));
+    COptContentAnalyzer analyzer(*this, m_environment, pStream, box, page.GetRotate(),
+                                 m_document.GetErrorContext());
+    CParserContext context(m_environment, page.FindInherited("Resources"), nullptr);
+    analyzer.Parse(&context, false);
+  }
+  KeepAppearances(page["Annots"]);
+  if (page)
+    page->Unload();
+}
+
+void CContentAnalysis::AddImage(const CObjectPtr& image, const TMatrix& matrix, const TRectangle& clip)
+{
+  const CObjectPtr object = GetStandIn(image);
+  CImageRecord* pRecord = FindOrAdd(object, eRolePainted);
+  if (!pRecord)
+    return;
+  TUse use;
+  use.m_dWidth = std::hypot(matrix.m_dA, matrix.m_dB) * m_dUserUnit;
+  use.m_dHeight = std::hypot(matrix.m_dC, matrix.m_dD) * m_dUserUnit;
+  use.m_bFlat = !FindVisiblePart(matrix, clip, use.m_part);
+  const double dX = pRecord->m_nWidth * g_dPointsPerInch / use.m_dWidth;
+  const double dY = pRecord->m_nHeight * g_dPointsPerInch / use.m_dHeight;
+  if (use.m_bFlat || !std::isfinite(dX) || !std::isfinite(dY))
+    pRecord->m_bKeepAsIs = true;
+  else
+  {
+    pRecord->m_dResolutionX = std::min(pRecord->m_dResolutionX, dX);
+    pRecord->m_dResolutionY = std::min(pRecord->m_dResolutionY, dY);
+    const auto scale = [](double dShare, int nSize) { return dShare * nSize; };
+    const TRectangle& part = use.m_part;
+    pRecord->m_nLeft =
+        std::min(pRecord->m_nLeft, static_cast<int>(std::floor(scale(part.m_dLeft, pRecord->m_nWidth))));
+    pRecord->m_nRight =
+        std::max(pRecord->m_nRight, static_cast<int>(std::ceil(scale(part.m_dRight, pRecord->m_nWidth))));
+    pRecord->m_nBottom =
+        std::min(pRecord->m_nBottom, static_cast<int>(std::floor(scale(part.m_dBottom, pRecord->m_nHeight))));
+    pRecord->m_nTop =
+        std::max(pRecord->m_nTop, static_cast<int>(std::ceil(scale(part.m_dTop, pRecord->m_nHeight))));
+  }
+  AddMasks(object, *pRecord, use);
+  object->Unload();
+}
+
+// An explicit mask hides a soft one from nobody: the soft one counts where both are (ISO 32000-1, Table 89).
+void CContentAnalysis::AddMasks(const CObjectPtr& image, const CImageRecord& record, const TUse& use)
+{
+  const CObjectPtr soft = GetStandIn(image["SMask"]);
+  const CObjectPtr hard = GetStandIn(image["Mask"]);
+  const auto add = [&](const CObjectPtr& mask, TImageRole nRole)
+  {
+    CImageRecord* pMask = mask.IsStream() ? FindOrAdd(mask, nRole) : nullptr;
+    if (!pMask)
+      return;
+    const double dX = pMask->m_nWidth * g_dPointsPerInch / use.m_dWidth;
+    const double dY = pMask->m_nHeight * g_dPointsPerInch / use.m_dHeight;
+    if (use.m_bFlat || !std::isfinite(dX) || !std::isfinite(dY))
+      pMask->m_bKeepAsIs = true;
+    pMask->m_dResolutionX = std::min(pMask->m_dResolutionX, dX);
+    pMask->m_dResolutionY = std::min(pMask->m_dResolutionY, dY);
+    pMask->m_nLeft = pMask->m_nBottom = 0;
+    pMask->m_nRight = pMask->m_nWidth;
+    pMask->m_nTop = pMask->m_nHeight;
+    pMask->m_bKeepAsIs = pMask->m_bKeepAsIs || record.m_bKeepAsIs;
+    mask->Unload();
+  };
+  add(hard, eRoleMask);
+  // With colours that have been blended with it before, a soft mask cannot change alone.
+  if (soft && !soft["Matte"])
+    add(soft, eRoleSoftMask);
+}
+
+CImageRecord* CContentAnalysis::FindOrAdd(const CObjectPtr& image, TImageRole nRole)
+{
+  const int nNumber = image.GetObjNumber();
+  if (nNumber <= 0 || !image.IsStream())
+    return nullptr;
+  if (CImageRecord* pRecord = m_images.Find(nNumber))
+  {
+    pRecord->m_nRoles |= nRole;
+    return pRecord;
+  }
+  const CImageDictionary dictionary(image.Get());
+  const BSE::CObjectPtr<CImageRecord> pRecord(new CImageRecord);
+  pRecord->m_nObjNumber = nNumber;
+  pRecord->m_nRoles = nRole;
+  pRecord->m_nPage = m_nPage;
+  pRecord->m_nWidth = std::max(dictionary.GetWidth(), 0);
+  pRecord->m_nHeight = std::max(dictionary.GetHeight(), 0);
+  pRecord->m_nLeft = pRecord->m_nWidth;
+  pRecord->m_nBottom = pRecord->m_nHeight;
+  pRecord->m_dResolutionX = pRecord->m_dResolutionY = HUGE_VAL;
+  pRecord->m_bKeepAsIs = pRecord->m_nWidth == 0 || pRecord->m_nHeight == 0;
+  m_images.SetAt(nNumber, pRecord.Get());
+  return pRecord.Get();
+}
+
+CObjectPtr CContentAnalysis::GetStandIn(const CObjectPtr& object) const
+{
+  const int nNumber = object.GetObjNumber();
+  const int nOther = object.IsIndirect() ? m_standIns.Get(nNumber) : nNumber;
+  return nOther == nNumber ? object : m_document.GetFile().GetObject(nOther, -1);
+}
+
+bool CContentAnalysis::AddPlace(const CObjectPtr& form, const TMatrix& matrix, const TRectangle& clip)
+{
+  // What looks its resources up around it may find others in another place.
+  if (form.GetObjNumber() <= 0 || !form["Resources"].IsDictionary())
+    return true;
+  struct TPlace
+  {
+    double m_dNumber;
+    TMatrix m_matrix;
+    TRectangle m_clip;
+  };
+  const TPlace place = {static_cast<double>(form.GetObjNumber()), matrix, clip};
+  if (m_places.Lookup(&place, sizeof place) >= 0)
+    return false;
+  if (m_places.GetCount() < g_nMaxPlaces)
+    m_places.SetAt(&place, sizeof place, nullptr);
+  return true;
+}
+
+void CContentAnalysis::KeepImage(const CObjectPtr& image)
+{
+  const CObjectPtr object = GetStandIn(image);
+  for (const CObjectPtr& kept : {object, GetStandIn(object["SMask"]), GetStandIn(object["Mask"])})
+  {
+    if (CImageRecord* pRecord = kept.IsStream() ? FindOrAdd(kept, eRolePainted) : nullptr)
+      pRecord->m_bKeepAsIs = true;
+    if (kept)
+      kept->Unload();
+  }
+}
+
+// A list in place of recursion: resources lead to others in any depth.
+void CContentAnalysis::KeepImages(const CObjectPtr& resources)
+{
+  BSE::CObjectArray<CObject> list;
+  const auto addResources = [&](const CObjectPtr& holder)
+  {
+    if (holder.GetObjNumber() <= 0 || m_kept.Add(holder.GetObjNumber()))
+      if (const CObjectPtr own = holder["Resources"]; own.IsDictionary())
+        list.Add(own.Get());
+  };
+  if (!resources.IsDictionary() || (resources.IsIndirect() && !m_kept.Add(resources.GetObjNumber())))
+    return;
+  list.Add(resources.Get());
+  while (list.GetSize() > 0)
+  {
+    const CObjectPtr next = list[list.GetSize() - 1];
+    list.RemoveAt(list.GetSize() - 1);
+    for (const char* szCategory : {"XObject", "Pattern", "Font", "ExtGState"})
+    {
+      const CObjectPtr entries = next[szCategory];
+      for (int i = entries.GetBegin(); i != entries.GetEnd(); i = entries.GetNext(i))
+      {
+        const CObjectPtr entry = entries.GetValue(i);
+        if (!m_environment.GetAccount().Charge(g_nEntryWork))
+          return;
+        if (entry["Subtype"].IsName("Image"))
+          KeepImage(entry);
+        else if (const CObjectPtr group = entry["SMask"]["G"])
+          addResources(group);
+        else
+          addResources(entry);
+        if (entry)
+          entry->Unload();
+      }
+    }
+  }
+}
+
+void CContentAnalysis::KeepAppearance(const CObjectPtr& appearance)
+{
+  if (appearance.IsStream())
+  {
+    if (appearance.GetObjNumber() <= 0 || m_kept.Add(appearance.GetObjNumber()))
+      KeepImages(appearance["Resources"]);
+    return;
+  }
+  for (int i = appearance.GetBegin(); i != appearance.GetEnd(); i = appearance.GetNext(i))
+    if (const CObjectPtr state = appearance.GetValue(i); state.IsStream())
+      if (state.GetObjNumber() <= 0 || m_kept.Add(state.GetObjNumber()))
+        KeepImages(state["Resources"]);
+}
+
+// An appearance is scaled to its annotation and may be shown anywhere.
+void CContentAnalysis::KeepAppearances(const CObjectPtr& annots)
+{
+  if (!annots.IsArray() || (annots.IsIndirect() && !m_appearances.Add(annots.GetObjNumber())))
+    return;
+  for (int i = 0; i < annots.GetSize(); ++i)
+  {
+    const CObjectPtr annotation = annots[i];
+    if (annotation.IsIndirect() && !m_appearances.Add(annotation.GetObjNumber()))
+      continue;
+    for (const char* szKey : {"N", "R", "D"})
+      KeepAppearance(annotation["AP"][szKey]);
+    if (annotation)
+      annotation->Unload();
+  }
+}
+
+}  // namespace PDF

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "engine/Deflater.h"
+#include "engine/SampleForm.h"
+
+namespace PDF
+{
+
+// Deflates the samples of images with and without a predictor for each row, and in the forms of the same
+// colours that are shorter.
+class CFlateImageEncoder
+{
+public:
+  // 1 (fast) to 9 (small); from 5 on predictors are tried.
+  explicit CFlateImageEncoder(int nEffort) : m_nEffort(nEffort), m_deflater(nEffort) {}
+
+  // The samples may be in another form afterwards. With bReduce other forms are tried. False if nothing takes
+  // less than the limit in the file: data, filter, parameters and colour space.
+  bool Encode(CSamples& samples, bool bReduce, std::size_t nLimit);
+
+  // The best, valid until the next call: its data, the parameters of "FlateDecode", which may be null, and
+  // the form that it has the samples in.
+  std::span<const unsigned char> GetData() const { return m_best.GetSpan(); }
+  const CObjectPtr& GetParameters() const { return m_bestParameters; }
+  const TSampleForm& GetForm() const { return m_bestForm; }
+
+private:
+  void TryForms(CSamples& samples);
+  void TryForm(const CSamples& samples);
+  void Try(std::span<const unsigned char> data, const CObjectPtr& parameters, const TSampleForm& form);
+
+  int m_nEffort;
+  CDeflater m_deflater;
+  CByteBuffer m_candidate;
+  CByteBuffer m_best;
+  CByteBuffer m_predicted;
+  CObjectPtr m_bestParameters;
+  TSampleForm m_bestForm;
+  std::size_t m_nBestCost = 0;
+  bool m_bFound = false;
+};
+
+}  // namespace PDF

@@ -1,0 +1,513 @@
+// Each image of the copy is brought to the form that the options ask for and then encoded in every way that
+// they allow; the shortest result stays. The samples are read once, whole and without tolerance, before
+// anything is tried: what a reader makes of missing data is not known, so that a damaged image is better left
+// as it is. The result is decoded again before it replaces anything.
+
+#include "engine/ImageOptimizer.h"
+
+#include "base/DecodeFilter.h"
+#include "base/ErrorHandler.h"
+#include "base/Limits.h"
+#include "base/Tracer.h"
+#include "engine/StreamEncoding.h"
+#include "pdf/File.h"
+#include "pdf/FilterFactory.h"
+#include "pdf/SimpleObjects.h"
+#include "pdf/StreamObjects.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <limits>
+
+namespace PDF
+{
+
+namespace
+{
+
+constexpr unsigned g_nLossy = eCompressionFlagJPEG | eCompressionFlagJPEG2000;
+
+// Below, no encoding but the plain bytes may be the shortest.
+constexpr std::int64_t g_nTinyImage = 16;
+
+// What the mean difference of a sample may be between an image and its lossy form. Any that is meant is far
+// below; colours in the wrong order or turned around are far above.
+constexpr std::int64_t g_nMaxMeanError = 40;
+
+unsigned GetAllowed(int nMajor, int nMinor)
+{
+  constexpr unsigned nAll = 0x7FF;
+  if (nMajor == 0 || (nMajor == 1 && nMinor <= 3))
+    return nAll & ~unsigned{eCompressionFlagJPEG2000 | eCompressionFlagJBIG2};
+  if (nMajor == 1 && nMinor == 4)
+    return nAll & ~unsigned{eCompressionFlagJPEG2000};
+  return nAll;
+}
+
+// What a small error becomes in a tint transform, nobody knows.
+bool HasTints(const DOC::IColorSpace* pSpace)
+{
+  const DOC::IColorSpace* pBase = pSpace && pSpace->GetIndexed() ? pSpace->GetAlternate() : pSpace;
+  return pBase && (pBase->GetType() == DOC::eSeparation || pBase->GetType() == DOC::eDeviceN);
+}
+
+unsigned GetCurrentFlag(const CImage& image)
+{
+  const TCompression nCompression = image.GetCompressionType();
+  return nCompression > eCompressionJPEG2000 ? 0 : 1u << nCompression;
+}
+
+}  // namespace
+
+// The work on one image.
+class CImageOptimizer::CWork
+{
+public:
+  CWork(CImageOptimizer& owner, CImageRecord& record, const CObjectPtr& source, const CObjectPtr& object)
+      : m_owner(owner),
+        m_options(owner.m_options),
+        m_record(record),
+        m_object(object),
+        m_image(object, owner.m_spaces),
+        // The mask of the copy has been written, and is not there any more.
+        m_bMatte(source["SMask"]["Matte"])
+  {
+  }
+
+  void Run();
+
+private:
+  // An encoding, and the form of the samples that it holds.
+  struct TCandidate
+  {
+    TEncodedImage m_encoded;
+    CObjectPtr m_space;
+    int m_nBits = 0;
+    TImageSamples m_samples;
+  };
+
+  unsigned GetSet();
+  bool Prepare();
+  void Simplify();
+  void ReduceColors();
+  bool ConvertColors(bool bIndexed);
+  void Downsample();
+  unsigned ChooseSet();
+  bool ReadSamples(TImageSamples& samples);
+  void Race(unsigned nSet);
+  void TryEncoding(unsigned nFlag, const TImageSamples& samples);
+  void TryBaseColors(unsigned nSet);
+  bool Verify(const TCandidate& candidate);
+  void SaveState(CObjectPtr& value, CObjectPtr& part) const;
+  void RestoreState(const CObjectPtr& value, const CObjectPtr& part);
+  void Finish();
+
+  CImageOptimizer& m_owner;
+  const TOptimizerOptions& m_options;
+  CImageRecord& m_record;
+  CObjectPtr m_object;
+  CImage m_image;
+  CObjectPtr m_inputValue;
+  CObjectPtr m_inputPart;
+  unsigned m_nCurrent = 0;
+  bool m_bForce = false;
+  bool m_bModified = false;
+  bool m_bColorKey = false;
+  bool m_bMatte;
+  bool m_bInput = false;  // whether the image of the input competes
+  std::int64_t m_nBest = std::numeric_limits<std::int64_t>::max();
+  TCandidate m_best;
+};
+
+unsigned CImageOptimizer::CWork::GetSet()
+{
+  if (m_image.IsBitonal())
+    return m_options.m_nBitonalCompressions;
+  const DOC::IColorSpace* pSpace = m_image.GetColorSpace();
+  if (pSpace && pSpace->GetIndexed())
+    return m_options.m_nIndexedCompressions;
+  return m_image.IsColor() || m_image.IsGray() ? m_options.m_nContinuousCompressions : 0;
+}
+
+void CImageOptimizer::CWork::SaveState(CObjectPtr& value, CObjectPtr& part) const
+{
+  value = m_object->GetValueObject()->Clone();
+  part = m_object.GetStreamObject();
+}
+
+void CImageOptimizer::CWork::RestoreState(const CObjectPtr& value, const CObjectPtr& part)
+{
+  m_object->SetValueObject(value->Clone());
+  m_object->SetStreamObject(part.Get());
+  m_image = CImage(m_object, m_owner.m_spaces);
+}
+
+// False for an image that is left alone.
+bool CImageOptimizer::CWork::Prepare()
+{
+  if (GetSet() == 0 || m_image.GetDecode() == eDecodeOther || !m_image.HasWholeSamples() ||
+      !m_owner.IsChargeable(m_image))
+    return false;
+  m_nCurrent = GetCurrentFlag(m_image);
+  m_bForce = m_options.m_bForceRecompression;
+  m_bColorKey = m_object["Mask"].IsArray();
+  SaveState(m_inputValue, m_inputPart);
+  m_record.m_nSizeBefore = static_cast<CStreamPart*>(m_inputPart.Get())->GetDataLength();
+  m_image.SetResolutionX(m_record.m_dResolutionX);
+  m_image.SetResolutionY(m_record.m_dResolutionY);
+  if (m_image.ReadSamples())
+    return true;
+  BSE::CTracer::Trace("E", "PDF Optimizer", "Cannot read image into memory");
+  return false;
+}
+
+void CImageOptimizer::CWork::Run()
+{
+  if (!Prepare())
+    return;
+  Simplify();
+  unsigned nSet = GetSet();
+  // The image of the input competes unless it is to be encoded in any case.
+  if ((nSet & eCompressionFlagKeep) == 0 && m_options.m_bForceCompressionTypes && (m_nCurrent & nSet) == 0)
+    m_bForce = true;
+  m_bInput = !m_bForce;
+  if ((nSet & ~unsigned{eCompressionFlagMRC}) != 0)
+    Downsample();
+  if (m_options.m_nColorConversion != eColorConversionNone && !m_bColorKey &&
+      !m_image.GetColorSpace()->GetIndexed())
+    m_bModified = ConvertColors(false) || m_bModified;
+  nSet = ChooseSet();
+  if (m_bInput)
+    m_nBest = m_record.m_nSizeBefore;
+  if (!m_options.m_bImageStratConserv || m_bModified || m_bForce)
+    Race(nSet);
+  Finish();
+}
+
+void CImageOptimizer::CWork::Simplify()
+{
+  if (!m_image.IsImageMask() && m_image.HasBitonalTable() && m_image.ReduceToBitonal(0))
+    m_bModified = m_object["ColorSpace"].IsName("DeviceGray");
+  ReduceColors();
+  const bool bIndexed = m_image.GetColorSpace() && m_image.GetColorSpace()->GetIndexed();
+  if (m_options.m_nColorConversion != eColorConversionNone && bIndexed && m_image.IsColor() && !m_bMatte &&
+      !m_bColorKey)
+    m_bModified = ConvertColors(true) || m_bModified;
+}
+
+// A picture with colours that are hidden, or blended with those of its mask, is not what it looks like.
+void CImageOptimizer::CWork::ReduceColors()
+{
+  if (m_options.m_bReduceColorComplexity && !m_bColorKey && !m_bMatte)
+    m_bModified = m_image.ReduceColorComplexity() || m_bModified;
+}
+
+bool CImageOptimizer::CWork::ConvertColors(bool bIndexed)
+{
+  if (m_bMatte || m_image.IsImageMask() || !m_image.IsColor())
+    return false;
+  const TColorConversion nConversion = m_options.m_nColorConversion;
+  const DOC::TTarget target = nConversion == eColorConversionRGB    ? DOC::eToRGB
+                              : nConversion == eColorConversionCMYK ? DOC::eToCMYK
+                                                                    : DOC::eToGray;
+  // A table is as good as samples, and shorter.
+  if (bIndexed)
+    return m_image.ConvertPalette(target);
+  const DOC::IColorSpace* pBefore = m_image.GetColorSpace();
+  const bool bConverted = target == DOC::eToRGB    ? m_image.ConvertToRGB()
+                          : target == DOC::eToCMYK ? m_image.ConvertToCMYK()
+                                                   : m_image.ConvertToGray();
+  return bConverted && m_image.GetColorSpace() != pBefore;
+}
+
+void CImageOptimizer::CWork::Downsample()
+{
+  double dResolution = m_options.m_dBitonalResolution;
+  double dThreshold = m_options.m_dBitonalThreshold;
+  if (m_image.IsColor())
+  {
+    dResolution = m_options.m_dColorResolution;
+    dThreshold = m_options.m_dColorThreshold;
+  }
+  else if (m_image.IsGray())
+  {
+    dResolution = m_options.m_dMonochromeResolution;
+    dThreshold = m_options.m_dMonochromeThreshold;
+  }
+  else if (!m_image.IsBitonal())
+    return;
+  if (!(dThreshold > -1.0) || m_bMatte || m_bColorKey)
+    return;
+  const double dX = m_image.GetResolutionX();
+  const double dY = m_image.GetResolutionY();
+  const bool bWanted = (dX >= dThreshold && dX > dResolution) || (dY >= dThreshold && dY > dResolution);
+  if (bWanted && dX > 0 && dY > 0)
+    m_bModified =
+        m_image.Resample(static_cast<int>(m_options.m_nDitheringMode), dResolution / dX, dResolution / dY) ||
+        m_bModified;
+}
+
+unsigned CImageOptimizer::CWork::ChooseSet()
+{
+  unsigned nSet = GetSet();
+  if ((nSet & eCompressionFlagKeep) != 0)
+    nSet = (nSet & ~unsigned{eCompressionFlagKeep}) | m_nCurrent;
+  else if (m_options.m_bForceCompressionTypes && (m_nCurrent & nSet) == 0)
+    m_bForce = true;
+  if (m_image.GetBitsPerComponent() != 8 || m_bColorKey || HasTints(m_image.GetColorSpace()))
+    nSet &= ~g_nLossy;
+  if (m_image.GetBitsPerComponent() != 1)
+    nSet &= ~unsigned{eCompressionFlagGroup31D | eCompressionFlagGroup3 | eCompressionFlagGroup4 |
+                      eCompressionFlagJBIG2};
+  nSet &= m_owner.m_nAllowed & ~unsigned{eCompressionFlagMRC};
+  if (!m_options.m_bForceCompressionTypes &&
+      std::int64_t{m_image.GetWidth()} * m_image.GetHeight() <= g_nTinyImage)
+    nSet |= eCompressionFlagRaw;
+  if (nSet != 0)
+    return nSet;
+  if (m_options.m_bForceCompressionTypes)
+    BSE::CTracer::Trace(
+        "D", "PDF Optimizer",
+        "No compression for image available although force re-compression is set, using flate.");
+  return eCompressionFlagFlate;
+}
+
+// Into memory, from which every encoder takes them. False if they are fewer than they should be.
+bool CImageOptimizer::CWork::ReadSamples(TImageSamples& samples)
+{
+  samples.m_nWidth = m_image.GetWidth();
+  samples.m_nHeight = m_image.GetHeight();
+  samples.m_nBits = m_image.GetBitsPerComponent();
+  samples.m_nComponents = m_image.GetColorSpace() ? m_image.GetColorSpace()->GetComponentCount() : 1;
+  const std::int64_t nSize = m_image.GetRowBytes() * samples.m_nHeight;
+  BSE::IByteStream* pStream = m_image.GetStream();
+  if (nSize <= 0 || !pStream || !pStream->Rewind())
+    return false;
+  samples.m_pData = new BSE::CMemoryStream;
+  return samples.m_pData->CopyFrom(pStream, nSize, false) && samples.m_pData->GetLength() == nSize &&
+         !BSE::HasGap(pStream);
+}
+
+void CImageOptimizer::CWork::Race(unsigned nSet)
+{
+  TImageSamples samples;
+  if (!ReadSamples(samples))
+  {
+    BSE::CTracer::Trace("E", "PDF Optimizer", "Cannot read image into memory");
+    return;
+  }
+  const bool bIndexed = m_image.GetColorSpace() && m_image.GetColorSpace()->GetIndexed();
+  for (unsigned nFlag = eCompressionFlagRaw; nFlag <= eCompressionFlagJPEG2000; nFlag <<= 1)
+    if ((nSet & nFlag) != 0 && !(bIndexed && (nFlag & g_nLossy) != 0))
+      TryEncoding(nFlag, samples);
+  if (bIndexed && (nSet & g_nLossy) != 0)
+    TryBaseColors(nSet & g_nLossy);
+}
+
+void CImageOptimizer::CWork::TryEncoding(unsigned nFlag, const TImageSamples& samples)
+{
+  TCandidate candidate;
+  const bool bReduce = m_options.m_bRecodeSamples && !m_bColorKey && !m_bMatte && !m_image.IsImageMask();
+  if (!m_owner.m_encoder.Encode(nFlag, *m_object, samples, bReduce, candidate.m_encoded))
+    return;
+  const std::int64_t nSize = candidate.m_encoded.m_data.GetSize();
+  for (int i = 0; i < g_nTriedCompressions; ++i)
+    if (nFlag == 1u << i)
+      m_record.m_aTried[i] = nSize;
+  if (nSize >= m_nBest)
+    return;
+  const bool bOther = candidate.m_encoded.m_nBits != 0;
+  candidate.m_space = bOther ? candidate.m_encoded.m_space : m_object["ColorSpace"];
+  candidate.m_nBits = bOther ? candidate.m_encoded.m_nBits : samples.m_nBits;
+  candidate.m_samples = samples;
+  m_nBest = nSize;
+  m_best = std::move(candidate);
+}
+
+// What loses samples cannot do so with indices: it gets the colours that they stand for.
+void CImageOptimizer::CWork::TryBaseColors(unsigned nSet)
+{
+  CObjectPtr value;
+  CObjectPtr part;
+  SaveState(value, part);
+  TImageSamples samples;
+  if (m_image.ConvertToBaseColorSpace() && m_image.GetBitsPerComponent() == 8 && ReadSamples(samples))
+    for (const unsigned nFlag : {unsigned{eCompressionFlagJPEG}, unsigned{eCompressionFlagJPEG2000}})
+      if ((nSet & nFlag) != 0)
+        TryEncoding(nFlag, samples);
+  RestoreState(value, part);
+}
+
+// Decodes what has been applied to the object, and compares it with the samples.
+bool CImageOptimizer::CWork::Verify(const TCandidate& candidate)
+{
+  CImage result(m_object, m_owner.m_spaces);
+  const TImageSamples& samples = candidate.m_samples;
+  BSE::IByteStream* pStream = result.HasWholeSamples() ? result.GetStream() : nullptr;
+  if (!pStream || !pStream->Rewind() || !samples.m_pData->Rewind())
+    return false;
+  const bool bLossy = (candidate.m_encoded.m_nFlag & g_nLossy) != 0;
+  BSE::CBasicArray<unsigned char> decoded;
+  BSE::CBasicArray<unsigned char> row;
+  row.SetSize(static_cast<int>(result.GetRowBytes()));
+  decoded.SetSize(row.GetSize());
+  const int nFill =
+      static_cast<int>(row.GetSize() * std::int64_t{8} -
+                       std::int64_t{samples.m_nWidth} * samples.m_nComponents * samples.m_nBits);
+  std::int64_t nError = 0;
+  for (int i = 0; i < samples.m_nHeight; ++i)
+  {
+    if (pStream->ReadFully(decoded.GetData(), row.GetSize()) != row.GetSize() ||
+        samples.m_pData->ReadFully(row.GetData(), row.GetSize()) != row.GetSize())
+      return false;
+    if (nFill > 0 && nFill < 8)
+    {
+      const auto nMask = static_cast<unsigned char>(0xFF << nFill);
+      row.GetData()[row.GetSize() - 1] &= nMask;
+      decoded.GetData()[row.GetSize() - 1] &= nMask;
+    }
+    if (bLossy)
+      for (int k = 0; k < row.GetSize(); ++k)
+        nError += std::abs(row.GetData()[k] - decoded.GetData()[k]);
+    else if (std::memcmp(row.GetData(), decoded.GetData(), static_cast<std::size_t>(row.GetSize())) != 0)
+      return false;
+  }
+  return !BSE::HasGap(pStream) && nError <= g_nMaxMeanError * row.GetSize() * std::int64_t{samples.m_nHeight};
+}
+
+void CImageOptimizer::CWork::Finish()
+{
+  bool bReplaced = false;
+  if (m_best.m_encoded.IsFilled())
+  {
+    if (m_best.m_space)
+      m_image.SetColorSpace(m_best.m_space);
+    m_image.SetBitsPerComponent(m_best.m_nBits);
+    m_best.m_encoded.Apply(*m_object);
+    // Samples of another form are others.
+    bReplaced = m_best.m_encoded.m_nBits != 0 || Verify(m_best);
+    if (!bReplaced)
+      BSE::CTracer::Trace("E", "PDF Optimizer", "Encoded image differs from its samples.");
+  }
+  else if (!m_bInput)
+    BSE::CTracer::Trace("D", "PDF Optimizer", "No candidate image, adding input image as candidate.");
+  if (!bReplaced)
+    RestoreState(m_inputValue, m_inputPart);
+  m_record.m_nSizeAfter = bReplaced ? m_best.m_encoded.m_data.GetSize() : m_record.m_nSizeBefore;
+}
+
+CImageOptimizer::CImageOptimizer(CFile& input, const TOptimizerOptions& options, const CStandIns& standIns,
+                                 CImageRecords& records, int nMajor, int nMinor)
+    : m_input(input),
+      m_options(options),
+      m_standIns(standIns),
+      m_records(records),
+      m_nAllowed(GetAllowed(nMajor, nMinor)),
+      m_pAccount(new DOC::CColorAccount(input.GetInput()->GetLength())),
+      m_pCMS(DOC::CreateCMS("", "", *m_pAccount)),
+      m_spaces(*m_pCMS),
+      m_encoder(options)
+{
+}
+
+CImageOptimizer::~CImageOptimizer() = default;
+
+CObjectPtr CImageOptimizer::GetStandIn(const CObjectPtr& object) const
+{
+  const int nNumber = object.GetObjNumber();
+  const int nOther = object.IsIndirect() ? m_standIns.Get(nNumber) : nNumber;
+  return nOther == nNumber ? object : m_input.GetObject(nOther, -1);
+}
+
+bool CImageOptimizer::Charge(std::int64_t nBytes)
+{
+  m_nRead += nBytes;
+  return !BSE::IsOutOfProportion(m_nRead, BSE::g_nFreeImageSamples, BSE::g_nImageSamplesRatio,
+                                 m_input.GetInput()->GetLength());
+}
+
+bool CImageOptimizer::IsChargeable(CImage& image)
+{
+  const std::int64_t nSize = image.GetRowBytes() * image.GetHeight();
+  if (nSize > 0 && nSize <= BSE::g_nMaxImageSamples && Charge(nSize))
+    return true;
+  BSE::CTracer::Trace("I", "PDF Optimizer", "Image stays as it is: its samples are out of proportion.");
+  return false;
+}
+
+TMaskFate CImageOptimizer::JudgeMask(const CObjectPtr& image, bool bMaskCopied)
+{
+  if (!m_options.m_bReduceColorComplexity || !image["Subtype"].IsName("Image"))
+    return eMaskKept;
+  const CObjectPtr soft = GetStandIn(image["SMask"]);
+  const CObjectPtr mask = soft ? soft : GetStandIn(image["Mask"]);
+  // Without a soft mask the other one would count.
+  if (!mask.IsStream() || soft["Matte"] || (soft && image["Mask"]))
+    return eMaskKept;
+  const TMaskState nState = LookAtMask(mask, soft ? eRoleSoftMask : eRoleMask);
+  if (nState == eMaskIsOpaque)
+    return eMaskDropped;
+  return nState == eMaskBecomesStencil && !bMaskCopied ? eMaskMadeStencil : eMaskKept;
+}
+
+TMaskState CImageOptimizer::LookAtMask(const CObjectPtr& mask, TImageRole nRole)
+{
+  CImageRecord* pRecord = m_records.Find(mask.GetObjNumber());
+  // What is also something else would change there as well.
+  if (!pRecord || pRecord->m_bKeepAsIs || pRecord->m_nRoles != nRole)
+    return eMaskUnknown;
+  if (pRecord->m_nMaskState != eMaskUnknown)
+    return pRecord->m_nMaskState;
+  pRecord->m_nMaskState = eMaskStays;
+  const BSE::CErrorSuppressor quiet(mask->OnGetErrorHandler());
+  CImage image(mask, m_spaces);
+  if (image.GetDecode() == eDecodeOther || !image.HasWholeSamples() || !IsChargeable(image))
+    return eMaskStays;
+  if (nRole == eRoleSoftMask)
+    pRecord->m_nMaskState = LookAtSoftMask(image);
+  else
+  {
+    double aFirst[4] = {};
+    double aSecond[4] = {};
+    if (image.IsImageMask() && image.AnalyzeColors(aFirst, aSecond) == eOneColor && aFirst[0] == 0 &&
+        !BSE::HasGap(image.GetStream()))
+      pRecord->m_nMaskState = eMaskIsOpaque;
+  }
+  return pRecord->m_nMaskState;
+}
+
+TMaskState CImageOptimizer::LookAtSoftMask(CImage& mask)
+{
+  constexpr double dNear = 1e-6;
+  double aFirst[4] = {};
+  double aSecond[4] = {};
+  const TColorAnalysis colors = mask.AnalyzeColors(aFirst, aSecond);
+  if (!mask.GetStream() || BSE::HasGap(mask.GetStream()))
+    return eMaskStays;
+  if (colors == eOneColor)
+    return aFirst[0] == 1 ? eMaskIsOpaque : eMaskStays;
+  const auto isEnd = [](double d) { return d <= dNear || d >= 1 - dNear; };
+  return colors == eTwoColors && isEnd(aFirst[0]) && isEnd(aSecond[0]) ? eMaskBecomesStencil : eMaskStays;
+}
+
+bool CImageOptimizer::IsStencilMade(const CObjectPtr& mask)
+{
+  CImageRecord* pRecord = m_records.Find(GetStandIn(mask).GetObjNumber());
+  if (!pRecord || pRecord->m_bStencilMade)
+    return pRecord != nullptr;
+  pRecord->m_nMaskState = eMaskStays;
+  return false;
+}
+
+void CImageOptimizer::Optimize(const CObjectPtr& source, const CObjectPtr& target)
+{
+  CImageRecord* pRecord = source ? m_records.Find(source.GetObjNumber()) : nullptr;
+  if (!pRecord || pRecord->m_bKeepAsIs || !target["Subtype"].IsName("Image"))
+    return;
+  const BSE::CErrorSuppressor quiet(target->OnGetErrorHandler());
+  if (pRecord->m_nMaskState == eMaskBecomesStencil)
+    pRecord->m_bStencilMade = CImage(target, m_spaces).MakeStencil();
+  CWork(*this, *pRecord, source, target).Run();
+}
+
+}  // namespace PDF

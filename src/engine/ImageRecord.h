@@ -1,0 +1,71 @@
+#pragma once
+
+#include "base/BasicArray.h"
+#include "base/BasicMap.h"
+#include "base/Object.h"
+
+#include <cstdint>
+
+namespace PDF
+{
+
+// The numbers of TCompression that stand for one encoding.
+inline constexpr int g_nTriedCompressions = 9;
+
+// How an image is painted: by itself, or as the mask of others. Flags, since one object may be all of it.
+enum TImageRole : unsigned
+{
+  eRolePainted = 1,
+  eRoleMask = 2,     // the "Mask" stream of an image
+  eRoleSoftMask = 4  // its "SMask"
+};
+
+// What is known of a mask after it has been looked at.
+enum TMaskState
+{
+  eMaskUnknown,
+  eMaskStays,
+  eMaskBecomesStencil,  // a soft mask of black and white
+  eMaskIsOpaque         // hides nothing, and can go
+};
+
+// What a save has found out about one image object of the input, and what it has made of it. Resolutions are
+// in dots per inch, the lowest of all uses; the visible part is in samples, counted from the lower left, the
+// union over all uses.
+class CImageRecord : public BSE::CObject
+{
+public:
+  bool IsValid() const override { return true; }
+
+  // Whether it is painted itself, and no more than a mask of others.
+  bool IsPainted() const { return (m_nRoles & eRolePainted) != 0; }
+
+  int m_nObjNumber = 0;
+  unsigned m_nRoles = 0;
+  int m_nPage = 0;  // of the first use, from 1
+  int m_nWidth = 0;
+  int m_nHeight = 0;
+  int m_nLeft = 0;
+  int m_nRight = 0;
+  int m_nBottom = 0;
+  int m_nTop = 0;
+  double m_dResolutionX = 0;
+  double m_dResolutionY = 0;
+  TMaskState m_nMaskState = eMaskUnknown;
+
+  // Painted in a place where the analysis does not follow it, or not only in such as it follows: nothing
+  // about the image may change.
+  bool m_bKeepAsIs = false;
+
+  // What has been made of it, once it was copied. Bytes of encoded data; -1 for what has not been tried, by
+  // the number of the compression.
+  std::int64_t m_nSizeBefore = -1;
+  std::int64_t m_nSizeAfter = -1;
+  std::int64_t m_aTried[g_nTriedCompressions] = {-1, -1, -1, -1, -1, -1, -1, -1, -1};
+  bool m_bStencilMade = false;
+};
+
+// By object number of the input, in the order of the first use.
+using CImageRecords = BSE::CValueKeyObjectMap<int, CImageRecord>;
+
+}  // namespace PDF

@@ -1,0 +1,211 @@
+#include "engine/OptContentAnalyzer.h"
+
+#include "base/Limits.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace PDF
+{
+
+namespace
+{
+
+constexpr double g_dFar = std::numeric_limits<double>::max();
+
+// Around everything: for content of which nothing is known to be hidden.
+constexpr TRectangle g_everywhere = {-g_dFar, -g_dFar, g_dFar, g_dFar};
+
+void Widen(TRectangle& box, const TMatrix& matrix, double dX, double dY)
+{
+  const double dLeft = matrix.m_dA * dX + matrix.m_dC * dY + matrix.m_dE;
+  const double dBottom = matrix.m_dB * dX + matrix.m_dD * dY + matrix.m_dF;
+  box.m_dLeft = std::min(box.m_dLeft, dLeft);
+  box.m_dRight = std::max(box.m_dRight, dLeft);
+  box.m_dBottom = std::min(box.m_dBottom, dBottom);
+  box.m_dTop = std::max(box.m_dTop, dBottom);
+}
+
+constexpr TRectangle g_nowhere = {g_dFar, g_dFar, -g_dFar, -g_dFar};
+
+TRectangle MapBox(const TRectangle& box, const TMatrix& matrix)
+{
+  TRectangle result = g_nowhere;
+  for (const double dX : {box.m_dLeft, box.m_dRight})
+    for (const double dY : {box.m_dBottom, box.m_dTop})
+      Widen(result, matrix, dX, dY);
+  return result;
+}
+
+// A side of the one that lies outside the other is moved in; what has nothing in common ends as a line.
+void Narrow(TRectangle& clip, const TRectangle& box)
+{
+  clip.m_dLeft = std::max(clip.m_dLeft, box.m_dLeft);
+  clip.m_dBottom = std::max(clip.m_dBottom, box.m_dBottom);
+  clip.m_dRight = std::max(clip.m_dLeft, std::min(clip.m_dRight, box.m_dRight));
+  clip.m_dTop = std::max(clip.m_dBottom, std::min(clip.m_dTop, box.m_dTop));
+}
+
+}  // namespace
+
+COptContentAnalyzer::COptContentAnalyzer(CContentAnalysis& analysis, CContentEnvironment& environment,
+                                         const BSE::CObjectPtr<CContentStream>& pStream,
+                                         const TRectangle& box, int nRotation,
+                                         BSE::IErrorContext* pErrorContext)
+    : CContentParser(environment, pStream, box, nRotation, pErrorContext),
+      m_analysis(analysis),
+      m_base(GetBoxMatrix(box, nRotation)),
+      m_clip(MapBox(box, m_base))
+{
+  IgnoreOptionalContent(true);
+}
+
+COptContentAnalyzer::COptContentAnalyzer(const COptContentAnalyzer& around,
+                                         const BSE::CObjectPtr<CContentStream>& pStream,
+                                         const TRectangle& box, int nRotation)
+    : CContentParser(around.GetEnvironment(), pStream, box, nRotation, around.GetParent()),
+      m_analysis(around.m_analysis),
+      m_clip(around.m_clip),
+      m_bNested(true)
+{
+}
+
+BSE::CScopedPtr<CContentParser> COptContentAnalyzer::CreateParser(
+    const BSE::CObjectPtr<CContentStream>& pStream, const TRectangle& box, int nRotation)
+{
+  return BSE::CScopedPtr<CContentParser>(new COptContentAnalyzer(*this, pStream, box, nRotation));
+}
+
+void COptContentAnalyzer::Begin(CParserContext* pContext)
+{
+  CContentParser::Begin(pContext);
+  if (!pContext || !m_bNested)
+    return;
+  m_base = m_state.m_ctm;
+  Narrow(m_clip, MapBox(GetBox(), m_base));
+}
+
+bool COptContentAnalyzer::Parse(CParserContext* pContext, bool bCompatible)
+{
+  const bool bEnded = CContentParser::Parse(pContext, bCompatible);
+  if ((!bEnded || GetContent().HasGap()) && pContext)
+    m_analysis.KeepImages(pContext->GetResources());
+  return bEnded;
+}
+
+void COptContentAnalyzer::Save()
+{
+  if (m_clips.GetSize() < BSE::g_nMaxSavedStates)
+    m_clips.Add(m_clip);
+  else
+    ++m_nUnsaved;
+  CContentParser::Save();
+}
+
+void COptContentAnalyzer::Restore()
+{
+  CContentParser::Restore();
+  if (m_nUnsaved > 0)
+    --m_nUnsaved;
+  else if (const int nLast = m_clips.GetSize() - 1; nLast >= 0)
+  {
+    m_clip = m_clips[nLast];
+    m_clips.Truncate(nLast);
+  }
+}
+
+void COptContentAnalyzer::SetExtGState(const char* szName)
+{
+  CContentParser::SetExtGState(szName);
+  const CObjectPtr state = GetContext()->FindResource("ExtGState", szName);
+  if (const CObjectPtr font = state["Font"][0])
+    KeepGlyphs(font);
+  // A soft mask is drawn by the matrix of this moment (ISO 32000-1, 11.6.5.3).
+  const CObjectPtr group = state["SMask"]["G"];
+  if (group.IsStream() && m_analysis.AddPlace(group, GetCTM(), m_clip))
+    ParseContent(group, GetContext()->GetResources(), GetCTM(), szName);
+}
+
+void COptContentAnalyzer::SetStrokeColor(const TColorValue& color)
+{
+  CContentParser::SetStrokeColor(color);
+  if (color.m_szPattern)
+    AnalyzePattern(GetContext()->FindResource("Pattern", color.m_szPattern));
+}
+
+void COptContentAnalyzer::SetFillColor(const TColorValue& color)
+{
+  CContentParser::SetFillColor(color);
+  if (color.m_szPattern)
+    AnalyzePattern(GetContext()->FindResource("Pattern", color.m_szPattern));
+}
+
+// A cell is drawn in many places, so that any part of it may be visible somewhere.
+void COptContentAnalyzer::AnalyzePattern(const CObjectPtr& pattern)
+{
+  if (!pattern.IsStream() || !m_analysis.AddPlace(pattern, m_base, g_everywhere))
+    return;
+  const TRectangle clip = m_clip;
+  m_clip = g_everywhere;
+  ParseContent(pattern, GetContext()->GetResources(), m_base, "");
+  m_clip = clip;
+}
+
+// The procedures of glyphs are drawn by the size of each text and are not followed.
+void COptContentAnalyzer::KeepGlyphs(const CObjectPtr& font)
+{
+  if (!font["Subtype"].IsName("Type3"))
+    return;
+  const CObjectPtr own = font["Resources"];
+  m_analysis.KeepImages(own.IsDictionary() ? own : CObjectPtr(GetContext()->GetResources()));
+}
+
+void COptContentAnalyzer::SetFont(const char* szName, double dSize)
+{
+  CContentParser::SetFont(szName, dSize);
+  KeepGlyphs(m_state.m_text.m_font);
+}
+
+void COptContentAnalyzer::AddPoint(double dX, double dY)
+{
+  if (!m_bPathBox)
+    m_pathBox = g_nowhere;
+  m_bPathBox = true;
+  Widen(m_pathBox, GetCTM(), dX, dY);
+}
+
+void COptContentAnalyzer::CurveTo(double dX1, double dY1, double dX2, double dY2, double dX3, double dY3)
+{
+  AddPoint(dX1, dY1);
+  AddPoint(dX2, dY2);
+  AddPoint(dX3, dY3);
+}
+
+void COptContentAnalyzer::Rectangle(double dX, double dY, double dWidth, double dHeight)
+{
+  // All four corners: two are not enough where the axes are turned.
+  AddPoint(dX, dY);
+  AddPoint(dX + dWidth, dY);
+  AddPoint(dX, dY + dHeight);
+  AddPoint(dX + dWidth, dY + dHeight);
+}
+
+void COptContentAnalyzer::Clip()
+{
+  if (m_bPathBox)
+    Narrow(m_clip, m_pathBox);
+}
+
+void COptContentAnalyzer::DoForm(const char* szName)
+{
+  const CObjectPtr form = FindXObject(szName);
+  if (m_analysis.AddPlace(form, GetCTM(), m_clip))
+    CContentParser::DoForm(szName);
+}
+
+void COptContentAnalyzer::DoImage(const char* szName)
+{
+  m_analysis.AddImage(FindXObject(szName), GetCTM(), m_clip);
+}
+
+}  // namespace PDF

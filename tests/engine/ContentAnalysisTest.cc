@@ -1,0 +1,157 @@
+// What the analysis knows of images after it has read the content around them.
+
+#include <gtest/gtest.h>
+
+#include "engine/Optimizer.h"
+#include "tests/engine/SmallFile.h"
+
+namespace
+{
+
+using Engine::CSmallFile;
+
+// A page of 100 by 100 points. The images are 100 samples wide and 50 high, with all sets of compressions
+// empty but one, so that the analysis looks at them.
+class ContentAnalysis : public testing::Test
+{
+protected:
+  int AddImage(const std::string& sEntries = {}, int nWidth = 100, int nHeight = 50)
+  {
+    return m_file.AddStream("data", "/Type/XObject/Subtype/Image/Width " + std::to_string(nWidth) +
+                                        "/Height " + std::to_string(nHeight) +
+                                        "/BitsPerComponent 8/ColorSpace/DeviceGray" + sEntries);
+  }
+  static std::string Ref(int n) { return std::to_string(n) + " 0 R"; }
+  void AddPage(const std::string& sContent, const std::string& sResources, const std::string& sEntries = {})
+  {
+    m_file.AddPage("/MediaBox[0 0 100 100]/Contents " + Ref(m_file.AddStream(sContent, "")) + "/Resources<<" +
+                   sResources + ">>" + sEntries);
+  }
+  void Run()
+  {
+    m_optimizer.GetOptions().m_nIndexedCompressions = PDF::eCompressionFlagFlate;
+    ASSERT_TRUE(m_optimizer.Open(Engine::MakeStream(m_file.Build("")).Get(), nullptr));
+    ASSERT_TRUE(m_optimizer.Analyze());
+  }
+  const PDF::CImageRecord* Get(int nNumber) const { return m_optimizer.GetImages().Find(nNumber); }
+  bool IsKept(int nNumber) const { return Get(nNumber) && Get(nNumber)->m_bKeepAsIs; }
+
+  CSmallFile m_file;
+  BSE::CErrorHandler m_errors;
+  PDF::COptimizer m_optimizer{&m_errors};
+};
+
+TEST_F(ContentAnalysis, TakesTheLowestResolution)
+{
+  const int nImage = AddImage();
+  const int nTurned = AddImage();
+  const int nUnused = AddImage();
+  const std::string sObjects =
+      "/XObject<</A " + Ref(nImage) + "/B " + Ref(nTurned) + "/C " + Ref(nUnused) + ">>";
+  AddPage("q 24 0 0 12 0 0 cm /A Do Q q 72 0 0 18 0 0 cm /A Do Q q 0 36 -9 0 50 50 cm /B Do Q", sObjects);
+  AddPage("q 0.5 0 0 0.5 0 0 cm 20 0 0 20 0 0 cm /B Do Q", sObjects, "/UserUnit 4/Rotate 90");
+  Run();
+  ASSERT_TRUE(Get(nImage) && Get(nTurned));
+  EXPECT_NEAR(Get(nImage)->m_dResolutionX, 100, 1e-9);
+  EXPECT_NEAR(Get(nImage)->m_dResolutionY, 200, 1e-9);
+  EXPECT_EQ(Get(nImage)->m_nPage, 1);
+  EXPECT_NEAR(Get(nTurned)->m_dResolutionX, 180, 1e-9);
+  EXPECT_NEAR(Get(nTurned)->m_dResolutionY, 90, 1e-9);
+  EXPECT_EQ(Get(nUnused), nullptr);
+}
+
+TEST_F(ContentAnalysis, FindsTheVisiblePart)
+{
+  const int nHalf = AddImage();
+  const int nUnion = AddImage();
+  const int nFree = AddImage();
+  const std::string sObjects = "/XObject<</A " + Ref(nHalf) + "/B " + Ref(nUnion) + "/C " + Ref(nFree) + ">>";
+  AddPage(
+      "q 0 0 50 100 re W n 100 0 0 100 0 0 cm /A Do Q "
+      "q 0 0 20 50 re W n 100 0 0 100 0 0 cm /B Do Q q 10 10 m 30 10 l 30 60 l h W n 100 0 0 100 0 0 cm /B "
+      "Do Q "
+      "q 0 0 1 1 re W n Q 100 0 0 100 0 0 cm /C Do",
+      sObjects);
+  Run();
+  const PDF::CImageRecord& half = *Get(nHalf);
+  EXPECT_EQ((std::array{half.m_nLeft, half.m_nRight, half.m_nBottom, half.m_nTop}),
+            (std::array{0, 50, 0, 50}));
+  const PDF::CImageRecord& both = *Get(nUnion);
+  EXPECT_EQ((std::array{both.m_nLeft, both.m_nRight, both.m_nBottom, both.m_nTop}),
+            (std::array{0, 30, 0, 30}));
+  EXPECT_EQ(Get(nFree)->m_nRight, 100);
+}
+
+TEST_F(ContentAnalysis, FollowsFormsPatternsAndSoftMasks)
+{
+  const int nInForm = AddImage();
+  const int nInPattern = AddImage();
+  const int nInGroup = AddImage();
+  const int nForm = m_file.AddStream(
+      "q 10 0 0 10 0 0 cm /I Do Q",
+      "/Subtype/Form/BBox[0 0 5 10]/Matrix[2 0 0 2 0 0]/Resources<</XObject<</I " + Ref(nInForm) + ">>>>");
+  const int nPattern =
+      m_file.AddStream("10 0 0 10 0 0 cm /I Do",
+                       "/PatternType 1/PaintType 1/BBox[0 0 9 9]/XStep 9/YStep 9/Matrix[3 0 0 3 0 0]"
+                       "/Resources<</XObject<</I " +
+                           Ref(nInPattern) + ">>>>");
+  const int nGroup =
+      m_file.AddStream("10 0 0 10 0 0 cm /I Do",
+                       "/Subtype/Form/BBox[0 0 10 10]/Resources<</XObject<</I " + Ref(nInGroup) + ">>>>");
+  AddPage("5 0 0 5 0 0 cm /F Do /S gs /Pattern cs /P scn 0 0 9 9 re f",
+          "/XObject<</F " + Ref(nForm) + ">>/Pattern<</P " + Ref(nPattern) + ">>/ExtGState<</S<</SMask<</G " +
+              Ref(nGroup) + ">>>>>>");
+  Run();
+  ASSERT_TRUE(Get(nInForm) && Get(nInPattern) && Get(nInGroup));
+  EXPECT_NEAR(Get(nInForm)->m_dResolutionX, 72, 1e-9);
+  EXPECT_EQ(Get(nInForm)->m_nRight, 50);
+  // A pattern goes by the page's system, whatever the transformation is.
+  EXPECT_NEAR(Get(nInPattern)->m_dResolutionX, 240, 1e-9);
+  EXPECT_EQ(Get(nInPattern)->m_nRight, 90);
+  EXPECT_NEAR(Get(nInGroup)->m_dResolutionX, 144, 1e-9);
+}
+
+TEST_F(ContentAnalysis, KeepsWhatItCannotFollow)
+{
+  const int nInGlyph = AddImage();
+  const int nInAppearance = AddImage();
+  const int nFlat = AddImage();
+  const int nAfterDamage = AddImage();
+  const int nFine = AddImage();
+  const int nFont =
+      m_file.Add("<</Type/Font/Subtype/Type3/Resources<</XObject<</I " + Ref(nInGlyph) + ">>>>>>");
+  const int nLook = m_file.AddStream(
+      "/I Do", "/Subtype/Form/BBox[0 0 1 1]/Resources<</XObject<</I " + Ref(nInAppearance) + ">>>>");
+  const std::string sObjects = "/XObject<</A " + Ref(nInGlyph) + "/B " + Ref(nInAppearance) + "/C " +
+                               Ref(nFlat) + "/D " + Ref(nFine) + ">>/Font<</T " + Ref(nFont) + ">>";
+  AddPage("q 10 0 0 10 0 0 cm /A Do /B Do /D Do 1 0 0 0 0 0 cm /C Do Q BT /T 1 Tf ET", sObjects,
+          "/Annots[<</Subtype/Stamp/AP<</N<</On " + Ref(nLook) + ">>>>>>]");
+  const int nCut = m_file.AddStream("no flate data", "/Filter/FlateDecode");
+  m_file.AddPage("/Contents " + Ref(nCut) + "/Resources<</XObject<</A " + Ref(nAfterDamage) + ">>>>");
+  Run();
+  for (const int nNumber : {nInGlyph, nInAppearance, nFlat, nAfterDamage})
+    EXPECT_TRUE(IsKept(nNumber)) << nNumber;
+  EXPECT_FALSE(IsKept(nFine));
+}
+
+TEST_F(ContentAnalysis, KnowsMasks)
+{
+  const int nSoft = AddImage({}, 200, 100);
+  const int nHard = AddImage("/ImageMask true", 50, 50);
+  const int nBlended = AddImage("/Matte[0]");
+  const int nWithSoft = AddImage("/SMask " + Ref(nSoft));
+  const int nWithHard = AddImage("/Mask " + Ref(nHard));
+  const int nWithBlended = AddImage("/SMask " + Ref(nBlended));
+  AddPage("72 0 0 72 0 0 cm /A Do /B Do /C Do /D Do", "/XObject<</A " + Ref(nWithSoft) + "/B " +
+                                                          Ref(nWithHard) + "/C " + Ref(nWithBlended) + "/D " +
+                                                          Ref(nHard) + ">>");
+  Run();
+  ASSERT_TRUE(Get(nSoft) && Get(nHard));
+  EXPECT_NEAR(Get(nSoft)->m_dResolutionX, 200, 1e-9);
+  EXPECT_NEAR(Get(nHard)->m_dResolutionX, 50, 1e-9);
+  EXPECT_EQ(Get(nSoft)->m_nRoles, PDF::eRoleSoftMask);
+  EXPECT_EQ(Get(nHard)->m_nRoles, unsigned{PDF::eRoleMask} | PDF::eRolePainted);
+  EXPECT_EQ(Get(nBlended), nullptr);
+}
+
+}  // namespace

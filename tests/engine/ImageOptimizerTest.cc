@@ -1,0 +1,282 @@
+// Images in a whole save under options that change them: what is tried and what wins, which pictures stay as
+// they are, and what becomes of masks.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "engine/Optimizer.h"
+#include "images/ImageFilters.h"
+#include "tests/engine/SmallFile.h"
+
+namespace
+{
+
+using Engine::CSmallFile;
+
+constexpr unsigned g_nKeep = PDF::eCompressionFlagKeep;
+
+// A page of 72 by 72 points that shows every image that is added: so many samples wide, so many dots per
+// inch.
+class ImageOptimizer : public testing::Test
+{
+protected:
+  static std::string Ref(int n) { return std::to_string(n) + " 0 R"; }
+
+  int Add(int nWidth, int nHeight, const std::string& sEntries, const std::string& sData, bool bShown = true)
+  {
+    const int nNumber =
+        m_file.AddStream(sData, "/Type/XObject/Subtype/Image/Width " + std::to_string(nWidth) + "/Height " +
+                                    std::to_string(nHeight) + sEntries);
+    if (bShown)
+    {
+      const std::string sName = "I" + std::to_string(nNumber);
+      m_sObjects += "/" + sName + " " + Ref(nNumber);
+      m_sContent += "q 72 0 0 72 0 0 cm /" + sName + " Do Q ";
+      m_shown.push_back(sName);
+    }
+    return nNumber;
+  }
+  int AddGray(int nSize, const std::string& sData, const std::string& sEntries = {}, bool bShown = true)
+  {
+    return Add(nSize, nSize, "/BitsPerComponent 8/ColorSpace/DeviceGray" + sEntries, sData, bShown);
+  }
+
+  // Waves with a little noise, which are hard for deflating, and easy for a transform.
+  static std::string MakeWaves(int nWidth, int nHeight, int nComponents)
+  {
+    std::string sData;
+    for (int y = 0; y < nHeight; ++y)
+      for (int x = 0; x < nWidth; ++x)
+        for (int i = 0; i < nComponents; ++i)
+          sData += static_cast<char>(128 + 50 * std::sin(0.11 * x + i) + 50 * std::cos(0.07 * y + 0.013 * x) +
+                                     (x * 7919 + y * 104729 + x * y) % 5);
+    return sData;
+  }
+
+  void Save(const std::string& sVersion = "1.7")
+  {
+    const int nContent = m_file.AddStream(m_sContent, "");
+    m_file.AddPage("/MediaBox[0 0 72 72]/Contents " + Ref(nContent) + "/Resources<</XObject<<" + m_sObjects +
+                   ">>>>");
+    ASSERT_TRUE(m_optimizer.Open(Engine::MakeStream(m_file.Build("")).Get(), nullptr));
+    m_optimizer.GetOptions().SetVersion(sVersion.c_str());
+    ASSERT_TRUE(m_optimizer.Open(Engine::MakeStream(m_file.Build("")).Get(), nullptr));
+    const BSE::CObjectPtr<BSE::IByteStream> pOutput(new BSE::CMemoryStream);
+    ASSERT_TRUE(m_optimizer.Save(pOutput.Get(), {}));
+    pOutput->Rewind();
+    m_result.GetFile().SetImageFilters(PDF::GetImageFilters());
+    ASSERT_TRUE(m_result.Open(pOutput.Get(), nullptr));
+  }
+
+  PDF::CObjectPtr Get(std::size_t nIndex)
+  {
+    return m_result.GetPage(0).GetResources()["XObject"][m_shown[nIndex].c_str()];
+  }
+  static std::string GetSamples(const PDF::CObjectPtr& image)
+  {
+    return Engine::ReadAll(image.GetDecodedStream().Get());
+  }
+  static std::string GetFilter(const PDF::CObjectPtr& image)
+  {
+    const PDF::CObjectPtr filter = image["Filter"];
+    std::string sNames;
+    for (int i = 0; i < (filter.IsArray() ? filter.GetSize() : 1); ++i)
+      if (const char* szName = (filter.IsArray() ? filter[i] : filter).GetNameValue())
+        sNames += szName;
+    return sNames;
+  }
+  PDF::TOptimizerOptions& Options() { return m_optimizer.GetOptions(); }
+
+  CSmallFile m_file;
+  std::string m_sContent;
+  std::string m_sObjects;
+  std::vector<std::string> m_shown;
+  BSE::CErrorHandler m_errors;
+  PDF::COptimizer m_optimizer{&m_errors};
+  PDF::CDocument m_result{&m_errors};
+};
+
+TEST_F(ImageOptimizer, LeavesClassesWithoutASetAlone)
+{
+  const std::string sData = MakeWaves(300, 300, 1);
+  AddGray(300, sData);
+  Options().m_nBitonalCompressions = PDF::eCompressionFlagFlate;
+  Options().SetThreshold(0);
+  Options().m_bReduceColorComplexity = Options().m_bForceRecompression = true;
+  Save();
+  EXPECT_EQ(GetFilter(Get(0)), "");
+  EXPECT_EQ(GetSamples(Get(0)), sData);
+}
+
+TEST_F(ImageOptimizer, BringsImagesToTheResolution)
+{
+  AddGray(300, MakeWaves(300, 300, 1));
+  AddGray(200, MakeWaves(200, 200, 1));
+  AddGray(300, MakeWaves(300, 300, 1), "/Mask[7 7]");
+  Add(400, 100, "/BitsPerComponent 8/ColorSpace/DeviceRGB", MakeWaves(400, 100, 3));
+  Options().m_nContinuousCompressions = PDF::eCompressionFlagFlate;
+  Options().m_dMonochromeResolution = 200;
+  Options().m_dMonochromeThreshold = 200;
+  Options().m_dColorThreshold = 250;
+  Save();
+  EXPECT_EQ(Get(0)["Width"].GetIntegerValue(), 200);
+  EXPECT_EQ(Get(0)["Height"].GetIntegerValue(), 200);
+  // At the threshold, but not above the resolution; and with colours that are transparent.
+  EXPECT_EQ(Get(1)["Width"].GetIntegerValue(), 200);
+  EXPECT_EQ(Get(2)["Width"].GetIntegerValue(), 300);
+  // One axis passes, the other one is not enlarged.
+  EXPECT_EQ(Get(3)["Width"].GetIntegerValue(), 150);
+  EXPECT_EQ(Get(3)["Height"].GetIntegerValue(), 100);
+  const std::string sSamples = GetSamples(Get(0));
+  const std::string sExpected = MakeWaves(300, 300, 1);
+  ASSERT_EQ(sSamples.size(), 40000U);
+  for (std::size_t i = 0; i < 200; ++i)
+    EXPECT_NEAR(static_cast<unsigned char>(sSamples[100 * 200 + i]),
+                static_cast<unsigned char>(sExpected[150 * 300 + i * 3 / 2]), 20);
+}
+
+TEST_F(ImageOptimizer, KeepsTheSmallestOfAll)
+{
+  const std::string sWaves = MakeWaves(160, 160, 3);
+  Add(160, 160, "/BitsPerComponent 8/ColorSpace/DeviceRGB", sWaves);
+  Add(160, 160, "/BitsPerComponent 8/ColorSpace/DeviceRGB/Mask[1 2 1 2 1 2]", sWaves);
+  Add(160, 160, "/BitsPerComponent 4/ColorSpace/DeviceGray", MakeWaves(80, 160, 1));
+  Add(3, 3, "/BitsPerComponent 8/ColorSpace/DeviceGray", "abcdefghi");
+  Options().m_nContinuousCompressions =
+      PDF::eCompressionFlagJPEG | PDF::eCompressionFlagFlate | g_nKeep | PDF::eCompressionFlagLZW;
+  Save();
+  EXPECT_EQ(GetFilter(Get(0)), "FlateDecodeDCTDecode");
+  const std::string sSamples = GetSamples(Get(0));
+  ASSERT_EQ(sSamples.size(), sWaves.size());
+  for (std::size_t i = 0; i < sSamples.size(); i += 997)
+    EXPECT_NEAR(static_cast<unsigned char>(sSamples[i]), static_cast<unsigned char>(sWaves[i]), 16);
+  // No lossy form for transparent colours and other depths; no filter at all for a few samples.
+  EXPECT_EQ(GetFilter(Get(1)), "FlateDecode");
+  EXPECT_EQ(GetSamples(Get(1)), sWaves);
+  EXPECT_EQ(GetFilter(Get(2)), "FlateDecode");
+  EXPECT_EQ(GetSamples(Get(2)), MakeWaves(80, 160, 1));
+  EXPECT_EQ(GetFilter(Get(3)), "");
+  EXPECT_EQ(GetSamples(Get(3)), "abcdefghi");
+}
+
+TEST_F(ImageOptimizer, StaysWithTheInputWhereThatIsBetter)
+{
+  // Samples that are missing, an array that gives them another meaning, and noise.
+  AddGray(40, MakeWaves(40, 39, 1), "/Filter[]");
+  AddGray(40, MakeWaves(40, 40, 1), "/Decode[0 0.5]");
+  std::string sNoise;
+  unsigned nState = 1;
+  for (int i = 0; i < 1600; ++i)
+    sNoise += static_cast<char>((nState = nState * 1664525 + 1013904223) >> 24);
+  AddGray(40, sNoise);
+  Options().m_nContinuousCompressions = PDF::eCompressionFlagFlate;
+  Options().SetThreshold(0);
+  Options().SetResolution(20);
+  Options().m_dMonochromeThreshold = 45;
+  Save();
+  EXPECT_EQ(GetSamples(Get(0)), MakeWaves(40, 39, 1));
+  EXPECT_EQ(GetSamples(Get(1)), MakeWaves(40, 40, 1));
+  EXPECT_EQ(GetSamples(Get(2)), sNoise);
+}
+
+TEST_F(ImageOptimizer, ForcesWhatIsAskedFor)
+{
+  std::string sNoise;
+  unsigned nState = 1;
+  for (int i = 0; i < 1600; ++i)
+    sNoise += static_cast<char>((nState = nState * 1664525 + 1013904223) >> 24);
+  AddGray(40, sNoise);
+  Options().m_nContinuousCompressions = PDF::eCompressionFlagLZW;
+  Options().m_bForceCompressionTypes = true;
+  Save();
+  EXPECT_EQ(GetFilter(Get(0)), "LZWDecode");
+  EXPECT_EQ(GetSamples(Get(0)), sNoise);
+}
+
+TEST_F(ImageOptimizer, EncodesBitsAsTheVersionAllows)
+{
+  for (const char* szVersion : {"1.3", "1.4"})
+  {
+    SCOPED_TRACE(szVersion);
+    std::string sRows;
+    for (int i = 0; i < 100; ++i)
+      sRows += std::string(5, static_cast<char>(i % 20 < 3 ? 0x3C : 0xFF)) + "\xFF\xFF\x0F\x80";
+    m_sContent = m_sObjects = {};
+    m_shown.clear();
+    m_file = {};
+    Add(66, 100, "/BitsPerComponent 1/ColorSpace[/Indexed/DeviceRGB 1<000000FFFFFF>]", sRows);
+    Add(66, 100, "/ImageMask true/Decode[1 0]", sRows);
+    Options().m_nBitonalCompressions = PDF::eCompressionFlagGroup4 | PDF::eCompressionFlagJBIG2 | g_nKeep;
+    Save(szVersion);
+    const char* szFilter = std::string(szVersion) == "1.3" ? "CCITTFaxDecode" : "JBIG2Decode";
+    EXPECT_EQ(GetFilter(Get(0)), szFilter);
+    EXPECT_TRUE(Get(0)["ColorSpace"].IsName("DeviceGray"));
+    EXPECT_EQ(GetFilter(Get(1)), szFilter);
+    EXPECT_TRUE(Get(1)["ImageMask"].GetBooleanValue());
+    EXPECT_FALSE(Get(1)["Decode"]);
+    const std::string sPlain = GetSamples(Get(0));
+    const std::string sTurned = GetSamples(Get(1));
+    ASSERT_EQ(sPlain.size(), sRows.size());
+    ASSERT_EQ(sTurned.size(), sRows.size());
+    for (std::size_t i = 0; i < sRows.size(); ++i)
+    {
+      const int nMask = i % 9 == 8 ? 0xC0 : 0xFF;
+      EXPECT_EQ(sPlain[i] & nMask, sRows[i] & nMask);
+      EXPECT_EQ(sTurned[i] & nMask, ~sRows[i] & nMask);
+    }
+  }
+}
+
+TEST_F(ImageOptimizer, SimplifiesColorsAndMasks)
+{
+  const auto mask = [&](const std::string& sSamples) { return AddGray(20, sSamples, {}, false); };
+  std::string sSharp(400, '\0');
+  for (std::size_t i = 0; i < 400; i += 3)
+    sSharp[i] = '\xFF';
+  const int nOpaque = mask(std::string(400, '\xFF'));
+  const int nSharp = mask(sSharp);
+  const int nFaint = mask(std::string(200, '\0') + std::string(200, '\x80'));
+  const int nPainted = AddGray(20, sSharp.substr(1) + sSharp.substr(0, 1));
+  const int nBits = Add(20, 20, "/BitsPerComponent 1/ColorSpace/DeviceGray", std::string(60, '\x5A'), false);
+  const std::string sWaves = MakeWaves(20, 20, 1);
+  std::string sGray;
+  for (const char c : sWaves)
+    sGray += std::string(3, c);
+  const std::string sColor = "/BitsPerComponent 8/ColorSpace/DeviceRGB/SMask ";
+  Add(20, 20, sColor + Ref(nOpaque), sGray);
+  Add(20, 20, sColor + Ref(nOpaque), sGray);
+  Add(20, 20, sColor + Ref(nSharp), std::string(1200, 'c'));
+  Add(20, 20, sColor + Ref(nFaint), sGray);
+  Add(20, 20, sColor + Ref(nPainted), sGray);
+  Add(20, 20, sColor + Ref(nBits), sGray);
+  Options().m_nContinuousCompressions = Options().m_nBitonalCompressions = PDF::eCompressionFlagFlate;
+  Options().m_bReduceColorComplexity = true;
+  // What these passes know of the input is not true of the copy any more.
+  Options().m_bMergeEqualObjects = Options().m_bRecompressStreams = true;
+  Save();
+  for (const std::size_t i : {1U, 2U})
+  {
+    EXPECT_FALSE(Get(i)["SMask"] || Get(i)["Mask"]);
+    EXPECT_TRUE(Get(i)["ColorSpace"].IsName("DeviceGray"));
+    EXPECT_EQ(GetSamples(Get(i)), sWaves);
+  }
+  // One colour, behind a stencil that paints where its bits are 0.
+  EXPECT_EQ(Get(3)["Width"].GetIntegerValue(), 1);
+  EXPECT_EQ(GetSamples(Get(3)), "ccc");
+  EXPECT_FALSE(Get(3)["SMask"]);
+  const PDF::CObjectPtr stencil = Get(3)["Mask"];
+  EXPECT_TRUE(stencil["ImageMask"].GetBooleanValue());
+  EXPECT_FALSE(stencil["ColorSpace"]);
+  const std::string sBits = GetSamples(stencil);
+  ASSERT_EQ(sBits.size(), 60U);
+  for (std::size_t i = 0; i < 400; ++i)
+    EXPECT_EQ((sBits[i / 20 * 3 + i % 20 / 8] >> (7 - i % 20 % 8) & 1) == 0, i % 3 == 0) << i;
+  EXPECT_EQ(GetSamples(Get(4)["SMask"]).substr(0, 400), std::string(200, '\0') + std::string(200, '\x80'));
+  EXPECT_TRUE(Get(6)["Mask"]["ImageMask"].GetBooleanValue());
+  EXPECT_EQ(static_cast<unsigned char>(GetSamples(Get(6)["Mask"])[0]), 0xA5);
+  // What is painted by itself does not become something else as a mask.
+  EXPECT_TRUE(Get(5)["SMask"].IsStream());
+}
+
+}  // namespace
