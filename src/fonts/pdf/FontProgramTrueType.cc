@@ -1,6 +1,5 @@
 #include "fonts/pdf/FontProgramTrueType.h"
 
-#include "fonts/pdf/QuadraticPath.h"
 #include "fonts/ttf/TTFMerger.h"
 
 #include <cstring>
@@ -184,7 +183,7 @@ bool CFontProgramTrueType::GetOutline(int nGlyph, FONT::CGlyph& outline)
   if (!m_pFont->GetOutline(nGlyph, points))
     return false;
   outline.m_dWidth = m_pFont->GetHmtx().GetAdvance(nGlyph);
-  AddQuadratics(points.GetSpan(), outline);
+  TTF::ToGlyph(points, outline);
   return true;
 }
 
