@@ -27,19 +27,21 @@ unsigned GetByte(std::uint32_t nValue, int nBytes, int nIndex)
 
 }  // namespace
 
-bool ReadStream(const CObjectPtr& stream, CFontAccount& account, BSE::CBasicArray<unsigned char>& data)
+bool ReadStream(const CObjectPtr& stream, CFontAccount& account, BSE::CBasicArray<unsigned char>& data,
+                bool& bWhole)
 {
   data.RemoveAll();
+  bWhole = false;
   if (!stream.IsStream() || account.IsSpent())
     return false;
   const BSE::CObjectPtr<BSE::IByteStream> pStream = stream.GetDecodedStream();
   if (!pStream)
     return false;
-  const bool bRead = pStream->ReadToArray(data, BSE::g_nMaxDecodedSize);
-  if (account.Charge(data.GetSize()) && (bRead || !data.IsEmpty()))
+  bWhole = pStream->ReadToArray(data, BSE::g_nMaxDecodedSize);
+  if (account.Charge(data.GetSize()) && (bWhole || !data.IsEmpty()))
     return true;
   data.RemoveAll();
-  return false;
+  return bWhole = false;
 }
 
 int CCMapEncoding::GetCID(std::uint32_t nCode, int nLength) const
@@ -111,10 +113,11 @@ CEmbeddedCMapEncoding::CEmbeddedCMapEncoding(const CObjectPtr& stream, CFontAcco
   const CObjectPtr parent = stream["UseCMap"];
   if (parent)
     UseCMap(parent, nDepth + 1);
-  if (ReadStream(stream, account, data))
+  bool bWhole = false;
+  if (ReadStream(stream, account, data, bWhole))
     Parse(data.GetSpan());
-  else
-    Fault("no data");
+  if (!bWhole)
+    Fault("data is missing");
   ReadKeys(stream);
   for (CCodeMap* pMaps : {m_aCIDs, m_aNotdefs})
     for (int i = 0; i < g_nMaxCodeLength; ++i)

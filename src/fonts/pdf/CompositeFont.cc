@@ -81,9 +81,9 @@ BSE::CObjectPtr<CEncoding> CCIDFont::GetEncoding() const
   return new CIdentityEncoding("Identity-H", false);
 }
 
-void CCIDFont::GetCodeToGlyphMap(BSE::CBasicArray<std::uint16_t>& map) const
+bool CCIDFont::GetCodeToGlyphMap(BSE::CBasicArray<std::uint16_t>& map) const
 {
-  GetGlyphs(GetCharCount(), map);
+  return GetGlyphs(GetCharCount(), map);
 }
 
 void CCIDFont::MarkUsedGlyphs(CFontProgram& program) const
@@ -92,28 +92,33 @@ void CCIDFont::MarkUsedGlyphs(CFontProgram& program) const
   MarkGlyph(used, 0);
 }
 
-void CCIDType0Font::GetGlyphs(int nCount, BSE::CBasicArray<std::uint16_t>& map) const
+bool CCIDType0Font::GetGlyphs(int nCount, BSE::CBasicArray<std::uint16_t>& map) const
 {
   map.RemoveAll();
   const CFontProgram* pProgram = GetProgram();
   if (!pProgram || !pProgram->IsCIDKeyed())
-    return;
+    return pProgram || !GetFontFile();
   map.SetSize(nCount);
   for (int i = 0; i < nCount; ++i)
     map.SetAt(i, static_cast<std::uint16_t>(pProgram->GetGlyphIndexByCID(i)));
+  return true;
 }
 
-void CCIDType2Font::GetGlyphs(int nCount, BSE::CBasicArray<std::uint16_t>& map) const
+bool CCIDType2Font::GetGlyphs(int nCount, BSE::CBasicArray<std::uint16_t>& map) const
 {
   map.RemoveAll();
   const CObjectPtr stream = m_object["CIDToGIDMap"];
+  if (!stream.IsStream())
+    return true;
   BSE::CBasicArray<unsigned char> data;
-  if (!stream.IsStream() || !ReadStream(stream, m_registry.GetAccount(), data))
-    return;
+  bool bWhole = false;
+  if (!ReadStream(stream, m_registry.GetAccount(), data, bWhole) || !bWhole)
+    return false;
   map.SetSize(nCount);
   BSE::CByteCursor cursor(data.GetSpan());
   for (int i = 0; i < nCount; ++i)
     map.SetAt(i, static_cast<std::uint16_t>(cursor.Card16()));
+  return true;
 }
 
 CType0Font::CType0Font(CFontRegistry& registry, const CObjectPtr& object,
@@ -140,13 +145,12 @@ void CType0Font::MarkUsedGlyphs(CFontProgram& program) const
 {
   const std::span<unsigned char> used = program.GetUsedGlyphs();
   MarkGlyph(used, 0);
-  if (AreAllGlyphsUsed())
+  BSE::CBasicArray<std::uint16_t> map;
+  if (!GetCodeToGlyphMap(map) || AreAllGlyphsUsed())
   {
     std::fill(used.begin(), used.end(), static_cast<unsigned char>(1));
     return;
   }
-  BSE::CBasicArray<std::uint16_t> map;
-  GetCodeToGlyphMap(map);
   ForEachUsed([&](unsigned nCID)
               { MarkGlyph(used, map.IsEmpty() ? static_cast<int>(nCID) : map[static_cast<int>(nCID)]); });
 }

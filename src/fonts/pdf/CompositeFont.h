@@ -18,11 +18,11 @@ public:
   void SetWidth(int nCharacter, double dWidth) override;
   void ResetWidths() override;
   BSE::CObjectPtr<CEncoding> GetEncoding() const override;
-  void GetCodeToGlyphMap(BSE::CBasicArray<std::uint16_t>& map) const override;
+  bool GetCodeToGlyphMap(BSE::CBasicArray<std::uint16_t>& map) const override;
   void MarkUsedGlyphs(CFontProgram& program) const override;
 
-  // The glyphs for the CIDs of a composite font, of which so many are asked for.
-  virtual void GetGlyphs(int nCount, BSE::CBasicArray<std::uint16_t>& map) const = 0;
+  // The glyphs for the CIDs of a composite font, of which so many are asked for. As GetCodeToGlyphMap.
+  virtual bool GetGlyphs(int nCount, BSE::CBasicArray<std::uint16_t>& map) const = 0;
 
 protected:
   CCIDFont(CFontRegistry& registry, const CObjectPtr& object) : CFont(registry, object, 0) {}
@@ -42,7 +42,7 @@ class CCIDType0Font : public CCIDFont
 public:
   CCIDType0Font(CFontRegistry& registry, const CObjectPtr& object) : CCIDFont(registry, object) {}
   TFontKind GetKind() const override { return eFontType1; }
-  void GetGlyphs(int nCount, BSE::CBasicArray<std::uint16_t>& map) const override;
+  bool GetGlyphs(int nCount, BSE::CBasicArray<std::uint16_t>& map) const override;
 };
 
 class CCIDType0CFont : public CCIDType0Font
@@ -57,7 +57,7 @@ class CCIDType2Font : public CCIDFont
 public:
   CCIDType2Font(CFontRegistry& registry, const CObjectPtr& object) : CCIDFont(registry, object) {}
   TFontKind GetKind() const override { return eFontTrueType; }
-  void GetGlyphs(int nCount, BSE::CBasicArray<std::uint16_t>& map) const override;
+  bool GetGlyphs(int nCount, BSE::CBasicArray<std::uint16_t>& map) const override;
 };
 
 // A composite font (ISO 32000-1, 9.7): from codes by a CMap to the CIDs of its descendant.
@@ -87,9 +87,9 @@ public:
     return m_pEncoding->LongCodeToCID(nCode, nLength);
   }
   BSE::CObjectPtr<CEncoding> GetEncoding() const override { return m_pEncoding; }
-  void GetCodeToGlyphMap(BSE::CBasicArray<std::uint16_t>& map) const override
+  bool GetCodeToGlyphMap(BSE::CBasicArray<std::uint16_t>& map) const override
   {
-    m_pDescendant->GetGlyphs(GetCharCount(), map);
+    return m_pDescendant->GetGlyphs(GetCharCount(), map);
   }
   void MarkUsedGlyphs(CFontProgram& program) const override;
 

@@ -52,7 +52,7 @@ void SetPrefix(const CObjectPtr& dictionary, const char* szKey, const char* szPr
 }  // namespace
 
 CFont::CFont(CFontRegistry& registry, const CObjectPtr& object, int nCharacters)
-    : m_registry(registry), m_object(object)
+    : m_registry(registry), m_object(object), m_origin(object)
 {
   m_used.SetSize(nCharacters);
 }
@@ -79,7 +79,10 @@ TVerticalMetrics CFont::GetVerticalMetrics(int nCharacter) const
 
 CFontDescriptor* CFont::GetFontDescriptor() const
 {
-  if (const CObjectPtr object = GetDescriptorObject(); object.IsDictionary())
+  const CObjectPtr object = GetDescriptorObject();
+  if (m_pDescriptor && object == m_pDescriptor->GetObject())
+    return m_pDescriptor.Get();
+  if (object.IsDictionary())
     m_pDescriptor = m_registry.GetDescriptor(object);
   else
     m_pDescriptor.Reset();

@@ -103,9 +103,9 @@ public:
   bool AreAllGlyphsUsed() const { return m_bAllGlyphsUsed; }
   void SetAllGlyphsUsed() { m_bAllGlyphsUsed = true; }
 
-  // The glyph in the program for each character; empty where that is the character's number. Without a
-  // program it is empty.
-  virtual void GetCodeToGlyphMap(BSE::CBasicArray<std::uint16_t>& map) const = 0;
+  // The glyph in the program for each character; empty where that is the character's number, and without a
+  // program. False if that cannot be told.
+  virtual bool GetCodeToGlyphMap(BSE::CBasicArray<std::uint16_t>& map) const = 0;
 
   // Marks the glyphs that any reader could take for the characters that are used, in the program's table.
   virtual void MarkUsedGlyphs(CFontProgram& program) const = 0;
@@ -140,6 +140,7 @@ protected:
   CObjectPtr m_object;
 
 private:
+  const CObjectPtr m_origin;  // the registry knows the font by it
   BSE::CBasicArray<unsigned char> m_used;
   mutable BSE::CObjectPtr<CFontDescriptor> m_pDescriptor;
   mutable BSE::CObjectPtr<CToUnicode> m_pToUnicode;
@@ -163,7 +164,7 @@ public:
   void ResetWidths() override { m_widths.RemoveAll(); }
   BSE::CObjectPtr<CEncoding> GetEncoding() const override { return &GetSimpleEncoding(); }
   CSimpleEncoding& GetSimpleEncoding() const;
-  void GetCodeToGlyphMap(BSE::CBasicArray<std::uint16_t>& map) const override;
+  bool GetCodeToGlyphMap(BSE::CBasicArray<std::uint16_t>& map) const override;
   void MarkUsedGlyphs(CFontProgram& program) const override;
 
 protected:

@@ -45,8 +45,9 @@ private:
   BSE::CValueKeyIObjectMap<int> m_cmaps;
 };
 
-// The decoded data of a stream. False, and it is empty, if it cannot be read or costs too much; a stream that
-// is damaged gives what can be saved of it.
-bool ReadStream(const CObjectPtr& stream, CFontAccount& account, BSE::CBasicArray<unsigned char>& data);
+// The decoded data of a stream; bWhole is false for one that is damaged. False, and it is empty, if it cannot
+// be read or costs too much; a stream that is damaged gives what can be saved of it.
+bool ReadStream(const CObjectPtr& stream, CFontAccount& account, BSE::CBasicArray<unsigned char>& data,
+                bool& bWhole);
 
 }  // namespace PDF

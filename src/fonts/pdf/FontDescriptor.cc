@@ -18,6 +18,27 @@ constexpr int g_nHeadSize = 4;
 
 }  // namespace
 
+CHeldReports::~CHeldReports()
+{
+  for (BSE::IError* pError : m_losses.GetSpan())
+    delete pError;
+}
+
+void CHeldReports::OnReportError(BSE::CScopedPtr<BSE::IError> pError)
+{
+  if (pError->GetConsequence() != BSE::eContentLost)
+    return;
+  m_losses.Reserve(m_losses.GetSize() + 1);
+  m_losses.Add(pError.Detach());
+}
+
+void CHeldReports::Release(BSE::IErrorContext* pContext)
+{
+  for (BSE::IError*& pError : m_losses.GetSpan())
+    BSE::ReportError(pContext, BSE::CScopedPtr<BSE::IError>(std::exchange(pError, nullptr)));
+  m_losses.RemoveAll();
+}
+
 TFontFormat CFontFile::GetFormat()
 {
   if (std::exchange(m_bFormatKnown, true))
@@ -34,8 +55,9 @@ CFontProgram* CFontFile::GetProgram(const char* szFont)
   if (std::exchange(m_bTried, true))
     return m_pProgram.Get();
   BSE::CBasicArray<unsigned char> data;
-  if (ReadStream(m_object, m_account, data))
-    m_pProgram = CFontProgram::Create(std::move(data), szFont, true, m_account.GetErrorContext());
+  bool bWhole = false;
+  if (ReadStream(m_object, m_account, data, bWhole))
+    m_pProgram = CFontProgram::Create(std::move(data), szFont, true, &m_reports);
   if (m_pProgram)
     return m_pProgram.Get();
   if (BSE::CTracer::IsOn())
@@ -65,6 +87,7 @@ bool CFontFile::WriteProgram(CFontProgram& program, bool bCID, unsigned nUsage, 
   else
     dictionary.DeleteEntry("Subtype");
   m_object->SetStreamObject(new CStreamObject(pData.Get()));
+  m_reports.Release(m_object.Get());
   return true;
 }
 

@@ -8,6 +8,26 @@
 namespace PDF
 {
 
+// Holds back what a program reports: what it loses by being read is lost only where it is written.
+class CHeldReports : public BSE::IErrorContext
+{
+public:
+  CHeldReports() = default;
+  CHeldReports(const CHeldReports&) = delete;
+  CHeldReports& operator=(const CHeldReports&) = delete;
+  ~CHeldReports() override;
+  BSE::CErrorHandler* OnGetErrorHandler() override { return nullptr; }
+  void OnReportError(BSE::CScopedPtr<BSE::IError> pError) override;
+  void OnReport(unsigned, const BSE::CErrorProperties*) override {}
+  void OnAddContextInfo(BSE::IError&) override {}
+
+  // Reports the losses.
+  void Release(BSE::IErrorContext* pContext);
+
+private:
+  BSE::CPtrArray<BSE::IError> m_losses;  // owned
+};
+
 // The stream of a font program, which is read when it is asked for.
 class CFontFile : public CSemanticObject
 {
@@ -41,6 +61,7 @@ public:
 
 private:
   CFontAccount& m_account;
+  CHeldReports m_reports;  // outlives the program
   BSE::CScopedPtr<CFontProgram> m_pProgram;
   TFontFormat m_nFormat = eFormatUnknown;
   bool m_bFormatKnown = false;

@@ -152,7 +152,7 @@ public:
   // Units of the font, in which outlines are, to the em.
   virtual double GetUnitsPerEm() = 0;
 
-  // The outline as it is drawn. False if the glyph cannot be drawn.
+  // The outline as it is drawn, curves to whole units. False if the glyph cannot be drawn.
   virtual bool GetOutline(int nGlyph, FONT::CGlyph& outline) = 0;
 
   // A byte for each glyph, all 0 at the first call. Empty for a program without glyphs.

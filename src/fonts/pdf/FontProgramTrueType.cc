@@ -1,6 +1,5 @@
 #include "fonts/pdf/FontProgramTrueType.h"
 
-#include "fonts/pdf/QuadraticPath.h"
 #include "fonts/ttf/TTFMerger.h"
 
 #include <cstring>
@@ -184,7 +183,7 @@ bool CFontProgramTrueType::GetOutline(int nGlyph, FONT::CGlyph& outline)
   if (!m_pFont->GetOutline(nGlyph, points))
     return false;
   outline.m_dWidth = m_pFont->GetHmtx().GetAdvance(nGlyph);
-  AddQuadratics(points.GetSpan(), outline);
+  TTF::ToGlyph(points, outline);
   return true;
 }
 
@@ -230,6 +229,14 @@ TMergeResult CFontProgramTrueType::DoMerge(CFontProgram& other, unsigned nUsage)
 void CFontProgramTrueType::HashMergeKey(BSE::CHashFunction& hash)
 {
   m_pFont->HashMergeKey(hash);
+}
+
+int CFontProgramTrueType::DuplicateGlyph(int nGlyph, int nCode, const char*)
+{
+  const int nCopy = TTF::CTTFMerger(*m_pFont, *m_pFont, {}, {}).Duplicate(nGlyph, nCode);
+  if (nCopy > 0)
+    NotifyChanged();
+  return nCopy;
 }
 
 }  // namespace PDF

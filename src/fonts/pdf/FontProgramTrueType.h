@@ -43,6 +43,9 @@ public:
   bool Subset(unsigned nUsage) override;
   void HashMergeKey(BSE::CHashFunction& hash) override;
 
+  // The name is nobody's: names are found by codes.
+  int DuplicateGlyph(int nGlyph, int nCode, const char* szName) override;
+
   BSE::CScopedPtr<CFontProgram> ToType1(std::span<const char* const, 256> names,
                                         std::span<const std::uint16_t> glyphs) override;
 

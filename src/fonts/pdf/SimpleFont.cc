@@ -132,12 +132,12 @@ void CSimpleFont::FindGlyphs(CFontProgram& program, unsigned nCode, TGlyphs& gly
       glyphs.Add(program.GetGlyphIndexByName(szOther));
 }
 
-void CSimpleFont::GetCodeToGlyphMap(BSE::CBasicArray<std::uint16_t>& map) const
+bool CSimpleFont::GetCodeToGlyphMap(BSE::CBasicArray<std::uint16_t>& map) const
 {
   map.RemoveAll();
   CFontProgram* pProgram = GetProgram();
   if (!pProgram)
-    return;
+    return !GetFontFile();
   map.SetSize(g_nCodes);
   for (unsigned i = 0; i < g_nCodes; ++i)
   {
@@ -145,6 +145,7 @@ void CSimpleFont::GetCodeToGlyphMap(BSE::CBasicArray<std::uint16_t>& map) const
     FindGlyphs(*pProgram, i, glyphs);
     map.SetAt(static_cast<int>(i), static_cast<std::uint16_t>(glyphs.m_nCount > 0 ? glyphs.m_aGlyphs[0] : 0));
   }
+  return true;
 }
 
 void CSimpleFont::MarkUsedGlyphs(CFontProgram& program) const

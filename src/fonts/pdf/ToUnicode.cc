@@ -35,9 +35,9 @@ CToUnicode::CToUnicode(const CObjectPtr& object, CFontAccount& account)
   BSE::CBasicArray<unsigned char> data;
   if (object.IsName("Identity") || object.IsName("Identity-H"))
     SetIdentity();
-  else if (object.IsStream() && ReadStream(object, account, data))
+  else if (object.IsStream() && ReadStream(object, account, data, m_bComplete))
   {
-    m_bComplete = !object["UseCMap"];
+    m_bComplete = m_bComplete && !object["UseCMap"];
     Parse(data.GetSpan());
   }
   else

@@ -48,13 +48,17 @@ public:
   {
     if (m_font.FindGlyph(FONT::MakeName(szName)) >= 0)
       return true;
-    FONT::CGlyph glyph;
-    if (!m_program.GetOutline(nGlyph, glyph))
+    TTF::COutline outline;
+    if (!m_program.GetFont().GetOutline(nGlyph, outline))
       return false;
-    glyph.m_dWidth = std::round(glyph.m_dWidth * m_dScale);
-    for (FONT::TSegment& segment : glyph.m_segments.GetSpan())
-      for (double& d : segment.m_d)
-        d = std::round(d * m_dScale);
+    for (TTF::TPoint& point : outline.GetSpan())
+    {
+      point.m_dX *= m_dScale;
+      point.m_dY *= m_dScale;
+    }
+    FONT::CGlyph glyph;
+    glyph.m_dWidth = std::round(m_program.GetWidth(nGlyph));
+    TTF::ToGlyph(outline, glyph);
     return m_writer.Add(FONT::MakeName(szName), glyph) >= 0;
   }
 

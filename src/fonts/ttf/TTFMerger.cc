@@ -176,9 +176,7 @@ bool CTTFMerger::MatchByCodes()
   for (int i = 0; i < nSubtables; ++i)
     if (!MatchSubtable(i))
       return false;
-  BSE::CBasicArray<unsigned char> subtables = m_cmapSubtables.Detach();
-  m_cmapDirectory.Append(subtables.GetSpan());
-  m_cmap = m_cmapDirectory.Detach();
+  FinishCMap();
   return TakeComponents() && IsAllMatched();
 }
 
@@ -227,23 +225,70 @@ bool CTTFMerger::MatchSubtable(int nSubtable)
   }
   for (; nOwn < ownCodes.GetSize(); ++nOwn)
     m_added.Add(ownCodes[nOwn]);
-  CTableWriter bytes;
-  const bool bBytes = own.m_nFormat == 0;
-  const std::span<const TMapping> codes = m_added.GetSpan();
-  if (!codes.empty() && codes.back().m_nCode > 0xFFFF)
-    return Abort("Aborting TTF merge because of cmap(%d,%d) format %d.", own.m_nPlatform, own.m_nEncoding,
-                 own.m_nFormat);
-  if (!(bBytes ? MakeFormat0(codes, own.m_nLanguage & 0xFFFF, bytes)
-               : MakeFormat4(codes, own.m_nLanguage & 0xFFFF, bytes)))
-    return Abort("Aborting TTF merge because of cmap(%d,%d) format %d overflow.", own.m_nPlatform,
-                 own.m_nEncoding, own.m_nFormat);
-  m_cmapDirectory.Card16(own.m_nPlatform);
-  m_cmapDirectory.Card16(own.m_nEncoding);
-  m_cmapDirectory.Card32(
-      static_cast<std::uint32_t>(4 + 8 * m_font.m_cmap.GetSubtableCount() + m_cmapSubtables.GetSize()));
-  const BSE::CBasicArray<unsigned char> subtable = bytes.Detach();
-  m_cmapSubtables.Append(subtable.GetSpan());
+  return PutSubtable(own, m_added.GetSpan(), m_added.GetSize() != ownCodes.GetSize());
+}
+
+bool CTTFMerger::PutSubtable(const CCMap::TSubtable& subtable, std::span<const TMapping> codes, bool bChanged)
+{
+  CTableWriter writer;
+  const std::uint32_t nLanguage = subtable.m_nLanguage & 0xFFFF;
+  BSE::CByteCursor old = m_font.m_cmap.GetCursor().GetPart(subtable.m_nOffset);
+  if (!bChanged)
+    writer.Append(old.Take(subtable.m_nLength));
+  else if ((!codes.empty() && codes.back().m_nCode > 0xFFFF) ||
+           !(subtable.m_nFormat == 0 ? MakeFormat0(codes, nLanguage, writer)
+                                     : MakeFormat4(codes, nLanguage, writer)))
+    return Abort("Aborting TTF merge because of cmap(%d,%d) format %d overflow.", subtable.m_nPlatform,
+                 subtable.m_nEncoding, subtable.m_nFormat);
+  const int nDirectory = 4 + 8 * m_font.m_cmap.GetSubtableCount();
+  m_cmapDirectory.Card16(subtable.m_nPlatform);
+  m_cmapDirectory.Card16(subtable.m_nEncoding);
+  m_cmapDirectory.Card32(static_cast<std::uint32_t>(nDirectory + m_cmapSubtables.GetSize()));
+  const BSE::CBasicArray<unsigned char> bytes = writer.Detach();
+  m_cmapSubtables.Append(bytes.GetSpan());
   return true;
+}
+
+void CTTFMerger::FinishCMap()
+{
+  const BSE::CBasicArray<unsigned char> subtables = m_cmapSubtables.Detach();
+  m_cmapDirectory.Append(subtables.GetSpan());
+  m_cmap = m_cmapDirectory.Detach();
+}
+
+int CTTFMerger::Duplicate(int nGlyph, int nCode)
+{
+  if (!m_font.HasGlyphData() || nGlyph < 0 || nGlyph >= m_source.GetSize() ||
+      m_source.GetSize() >= g_nMaxGlyphs)
+    return 0;
+  const int nCopy = m_source.Add({false, nGlyph});
+  m_cmapDirectory.Card16(0);
+  m_cmapDirectory.Card16(static_cast<unsigned>(m_font.m_cmap.GetSubtableCount()));
+  for (int i = 0; nCode >= 0 && nCode < 256 && i < m_font.m_cmap.GetSubtableCount(); ++i)
+  {
+    const CCMap::TSubtable& subtable = m_font.m_cmap.GetSubtable(i);
+    if (!m_font.m_cmap.GetMappings(i, g_nMaxCode, m_font.GetGlyphCount(), m_added))
+      return 0;
+    // The codes of a symbolic font may be in a page of their own.
+    std::uint32_t nEntry = static_cast<std::uint32_t>(nCode);
+    if (subtable.m_nPlatform == 3 && !m_added.IsEmpty() && m_added[0].m_nCode >= 0xF000)
+      nEntry += m_added[0].m_nCode & 0xFF00;
+    const bool bOwnCodes =
+        (subtable.m_nPlatform == 3 || subtable.m_nPlatform == 1) && subtable.m_nEncoding == 0;
+    int nAt = 0;
+    while (nAt < m_added.GetSize() && m_added[nAt].m_nCode < nEntry)
+      ++nAt;
+    if (bOwnCodes && (nAt == m_added.GetSize() || m_added[nAt].m_nCode != nEntry))
+      m_added.InsertAt(nAt);
+    if (bOwnCodes)
+      m_added[nAt] = {nEntry, static_cast<std::uint32_t>(nCopy)};
+    if (!PutSubtable(subtable, m_added.GetSpan(), bOwnCodes))
+      return 0;
+  }
+  if (nCode >= 0 && nCode < 256 && m_font.m_cmap.GetSubtableCount() > 0)
+    FinishCMap();
+  Rebuild();
+  return nCopy;
 }
 
 // A code that the other font has too: the same glyph, or one that this font had cleared.

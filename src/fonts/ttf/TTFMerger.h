@@ -25,6 +25,10 @@ public:
   // is one.
   TMerge Merge(bool bByNumber);
 
+  // Instead of merging: a copy of a glyph as the last one, which a code below 256 of (1,0) and (3,0) leads
+  // to. Its number, 0 if the font is full or the code cannot be entered.
+  int Duplicate(int nGlyph, int nCode);
+
   // Where a glyph of the other font is in the result, -1 if it is not.
   int FindGlyph(int nOther) const { return m_map[nOther]; }
 
@@ -40,6 +44,8 @@ private:
   bool MatchByNumber();
   bool MatchByCodes();
   bool MatchSubtable(int nSubtable);
+  bool PutSubtable(const CCMap::TSubtable& subtable, std::span<const TMapping> codes, bool bChanged);
+  void FinishCMap();
   bool MatchCode(const TMapping& own, const TMapping& other);
   bool IsAllMatched() const;
   bool IsSameGlyph(int nOwn, int nOther, int nDepth);

@@ -201,7 +201,7 @@ struct TPart
 
 // Leaves only the codes of the marked glyphs, and the marks of those that have one, in a cmap of one
 // subtable.
-void KeepCodes(TPart& part)
+void KeepCodes(TPart& part, unsigned nEncoding = 1)
 {
   auto& cmap = const_cast<TTF::CCMap&>(part.m_font.GetCMap());
   BSE::CBasicArray<TTF::TMapping> all;
@@ -218,7 +218,7 @@ void KeepCodes(TPart& part)
     }
   part.m_used = used;
   TTF::CTableWriter writer;
-  for (const unsigned n : {0U, 1U, 3U, 1U, 0U, 12U})
+  for (const unsigned n : {0U, 1U, 3U, nEncoding, 0U, 12U})
     writer.Card16(n);
   ASSERT_TRUE(TTF::MakeFormat4(kept.GetSpan(), 0, writer));
   cmap.SetBytes(writer.Detach());
@@ -281,6 +281,31 @@ TEST_P(CInstalledFontTest, SubsetsAreMerged)
           Check(font, face, true);
         if (font.HasGlyphData() && font.GetCMap().Find(3, 1) >= 0)
           Check(font, face, false);
+      });
+}
+
+TEST_P(CInstalledFontTest, GlyphsAreDuplicated)
+{
+  std::minstd_rand random(9);
+  ForEach(
+      [&](OTF::COTF& font, const CFontFace& face)
+      {
+        if (!font.HasGlyphData() || font.GetCMap().Find(3, 1) < 0)
+          return;
+        TPart part;
+        MakePart(WriteFont(font), random, true, part);
+        KeepCodes(part, 0);
+        const int nGlyph = part.m_codes.empty() ? 0 : static_cast<int>(part.m_codes.begin()->second);
+        const int nCopy = TTF::CTTFMerger(part.m_font, part.m_font, {}, {}).Duplicate(nGlyph, 'A');
+        ASSERT_EQ(nCopy, font.GetGlyphCount());
+        const CFontFace after(WriteFont(part.m_font));
+        std::map<std::uint32_t, std::uint32_t> mappings;
+        ASSERT_TRUE(after.GetMappings(3, 0, mappings));
+        EXPECT_EQ(mappings['A'], static_cast<std::uint32_t>(nCopy));
+        TGlyph expected;
+        TGlyph found;
+        ASSERT_EQ(face.GetGlyph(nGlyph, true, expected), after.GetGlyph(nCopy, true, found));
+        EXPECT_TRUE(expected == found);
       });
 }
 
