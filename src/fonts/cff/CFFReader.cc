@@ -205,6 +205,7 @@ bool CCFF::ReadEncoding(const BSE::CByteCursor& data)
     for (int i = GetGlyphCount() - 1; i > 0; --i)
       if (m_glyphIDs[i] < FONT::g_nStandardStrings)
         glyphs[m_glyphIDs[i]] = static_cast<unsigned short>(i);
+    glyphs[0] = 0;
     for (int i = 0; i < 256; ++i)
       m_encoding[i] = glyphs[nEncoding == 0 ? FONT::GetStandardEncoding(i) : FONT::GetExpertEncoding(i)];
     return true;

@@ -65,7 +65,6 @@ private:
 
   double m_dDefaultWidth;
   double m_dNominalWidth;
-  bool m_bWidthPending = false;
   double m_dX = 0;
   double m_dY = 0;
   int m_nStems = 0;

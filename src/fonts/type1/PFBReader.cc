@@ -5,6 +5,7 @@
 #include "fonts/type1/Parser.h"
 
 #include <algorithm>
+#include <functional>
 
 namespace PFB
 {
@@ -40,7 +41,7 @@ protected:
       if (value.m_nType != PS::eString || m_font.GetGlyphCount() >= 0xFFFF)
         return false;
       m_font.m_names.Add(m_font.Keep(key));
-      m_font.m_charStrings.Add(value.m_text);
+      m_font.m_charStrings.Add(KeepData(value.m_text));
       return true;
     }
     // In what blends designs all values are rows of those of each.
@@ -67,7 +68,7 @@ protected:
         return false;
       if (nIndex >= m_font.m_subrs.GetSize())
         m_font.m_subrs.SetSize(nIndex + 1);
-      m_font.m_subrs[nIndex] = value.m_text;
+      m_font.m_subrs[nIndex] = KeepData(value.m_text);
       return true;
     }
     if (!IsNamed(array, "Encoding"))
@@ -106,6 +107,16 @@ private:
   static bool IsNamed(FONT::TName name, const char* szName)
   {
     return FONT::IsSameName(name, FONT::MakeName(szName));
+  }
+
+  // What has been written as a string in the text, and not read as data, ends with the interpreter.
+  TData KeepData(TData data)
+  {
+    const std::less<const unsigned char*> less;
+    const TData all = m_font.m_data.GetSpan();
+    const bool bOwn =
+        !data.empty() && !less(data.data(), all.data()) && less(data.data(), all.data() + all.size());
+    return bOwn ? data : m_font.m_store.Add(data);
   }
 
   // In place, up to what is no digit.

@@ -3,6 +3,8 @@
 #include "base/Limits.h"
 #include "base/Tracer.h"
 
+#include <functional>
+
 namespace PS
 {
 
