@@ -59,6 +59,12 @@ public:
   void LineBy(double dX, double dY);
   void CurveBy(double dX1, double dY1, double dX2, double dY2, double dX3, double dY3, bool bFlex = false);
 
+  // A quadratic curve with one control point, as the cubic one that it is.
+  void QuadraticBy(double dX1, double dY1, double dX2, double dY2)
+  {
+    CurveBy(dX1 * 2 / 3, dY1 * 2 / 3, (dX1 + dX2) / 3, (dY1 + dY2) / 3, dX2 * 2 / 3, dY2 * 2 / 3);
+  }
+
   // Moves the current point without a step.
   void SetPoint(double dX, double dY);
 

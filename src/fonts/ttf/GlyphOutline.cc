@@ -28,7 +28,54 @@ int ReadDelta(BSE::CByteCursor& cursor, unsigned nFlag, unsigned nShort, unsigne
   return (nFlag & nSame) != 0 ? 0 : cursor.Int16();
 }
 
+TPoint GetMiddle(const TPoint& a, const TPoint& b)
+{
+  return {(a.m_dX + b.m_dX) / 2, (a.m_dY + b.m_dY) / 2, true, false};
+}
+
+// A contour without a point on it begins halfway between two of the others.
+void AddContour(std::span<const TPoint> points, FONT::CGlyph& glyph)
+{
+  const std::size_t nCount = points.size();
+  std::size_t nFirst = 0;
+  while (nFirst < nCount && !points[nFirst].m_bOnCurve)
+    ++nFirst;
+  const bool bNone = nFirst == nCount;
+  const TPoint start = bNone ? GetMiddle(points[nCount - 1], points[0]) : points[nFirst];
+  glyph.MoveBy(start.m_dX - glyph.m_dX, start.m_dY - glyph.m_dY);
+  // The points after the start, and the start again; all of them where it is none of them.
+  const auto At = [&](std::size_t n) { return n == nCount ? start : points[(nFirst + n) % nCount]; };
+  for (std::size_t n = bNone ? 0 : 1; n < nCount; ++n)
+  {
+    const TPoint point = At(n);
+    if (point.m_bOnCurve)
+    {
+      glyph.LineBy(point.m_dX - glyph.m_dX, point.m_dY - glyph.m_dY);
+      continue;
+    }
+    const TPoint next = At(n + 1);
+    const TPoint end = next.m_bOnCurve ? next : GetMiddle(point, next);
+    glyph.QuadraticBy(point.m_dX - glyph.m_dX, point.m_dY - glyph.m_dY, end.m_dX - point.m_dX,
+                      end.m_dY - point.m_dY);
+    n += next.m_bOnCurve ? 1 : 0;
+  }
+}
+
 }  // namespace
+
+void ToGlyph(const COutline& outline, FONT::CGlyph& glyph)
+{
+  const std::span<const TPoint> points = outline.GetSpan();
+  for (std::size_t nStart = 0, nEnd = 0; nEnd < points.size(); ++nEnd)
+    if (points[nEnd].m_bEnd)
+    {
+      AddContour(points.subspan(nStart, nEnd + 1 - nStart), glyph);
+      nStart = nEnd + 1;
+    }
+  for (FONT::TSegment& segment : glyph.m_segments.GetSpan())
+    for (double& d : segment.m_d)
+      d = std::round(d);
+}
 
 bool COutliner::Get(int nGlyph, COutline& outline)
 {

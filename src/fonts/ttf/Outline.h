@@ -1,5 +1,6 @@
 #pragma once
 
+#include "fonts/common/Glyph.h"
 #include "fonts/ttf/Glyf.h"
 
 namespace TTF
@@ -16,6 +17,10 @@ struct TPoint
 };
 
 using COutline = BSE::CBasicArray<TPoint>;
+
+// The same as the program of another format would draw it: each contour from a point on it, with cubic
+// curves, whose points are rounded to whole units.
+void ToGlyph(const COutline& outline, FONT::CGlyph& glyph);
 
 // Makes the outlines of glyphs, composites with all their components, in the units of the font.
 class COutliner

@@ -149,8 +149,12 @@ bool CType1CharStringParser::ExecuteHint(int nOperator)
   const int nCount = nOperator == eHStem || nOperator == eVStem ? 2 : 6;
   if (!Needs(nCount))
     return false;
-  for (const double* d = m_stack + m_nStack - nCount; d < m_stack + m_nStack; d += 2)
-    OnStem(bVertical, d[0] + (bVertical ? m_dBearingX : m_dBearingY), d[1]);
+  const double* d = m_stack + m_nStack - nCount;
+  const double dOrigin = bVertical ? m_dBearingX : m_dBearingY;
+  if (nCount == 2)
+    OnStem(bVertical, d[0] + dOrigin, d[1]);
+  else
+    OnStem3(bVertical, {d[0] + dOrigin, d[1], d[2] + dOrigin, d[3], d[4] + dOrigin, d[5]});
   m_nStack = 0;
   return true;
 }
@@ -310,6 +314,12 @@ bool CType1CharStringParser::EndFlex(int nCount)
   return true;
 }
 
+void CType1CharStringParser::OnStem3(bool bVertical, const double (&d)[6])
+{
+  for (int i = 0; i < 6; i += 2)
+    OnStem(bVertical, d[i], d[i + 1]);
+}
+
 void CType1CharStringParser::OnFlex(const double (&d)[12])
 {
   OnCurve(d[0], d[1], d[2], d[3], d[4], d[5]);
@@ -322,7 +332,7 @@ void CType1Recorder::OnWidth(double dBearingX, double dBearingY, double dWidth)
   m_glyph.SetPoint(dBearingX, dBearingY);
 }
 
-void CType1Recorder::OnStem(bool bVertical, double dEdge, double dWidth)
+int CType1Recorder::AddStem(bool bVertical, double dEdge, double dWidth)
 {
   // Edges may come in any order; only those of single edges mean something by it.
   if (dWidth < 0 && dWidth != -20 && dWidth != -21)
@@ -332,10 +342,29 @@ void CType1Recorder::OnStem(bool bVertical, double dEdge, double dWidth)
   }
   const int nStem = m_glyph.AddStem(bVertical, dEdge, dWidth);
   m_bStemsLost = m_bStemsLost || nStem < 0;
-  if (nStem < 0 || m_active.Has(nStem))
-    return;
-  m_active.Set(nStem);
-  m_bHintsChanged = true;
+  if (nStem >= 0 && !m_active.Has(nStem))
+  {
+    m_active.Set(nStem);
+    m_bHintsChanged = true;
+  }
+  return nStem;
+}
+
+void CType1Recorder::OnStem(bool bVertical, double dEdge, double dWidth)
+{
+  AddStem(bVertical, dEdge, dWidth);
+}
+
+void CType1Recorder::OnStem3(bool bVertical, const double (&d)[6])
+{
+  FONT::TStemMask counters{};
+  for (int i = 0; i < 6; i += 2)
+    if (const int nStem = AddStem(bVertical, d[i], d[i + 1]); nStem >= 0)
+      counters.Set(nStem);
+  // Each replacement of hints says it again.
+  const auto known = m_glyph.m_counters.GetSpan();
+  if (std::find(known.begin(), known.end(), counters) == known.end())
+    m_glyph.AddCounters(counters);
 }
 
 void CType1Recorder::OnHintReplacement()

@@ -63,6 +63,9 @@ protected:
   virtual void OnWidth(double /*dBearingX*/, double /*dBearingY*/, double /*dWidth*/) {}
   virtual void OnStem(bool /*bVertical*/, double /*dEdge*/, double /*dWidth*/) {}
 
+  // Three stems whose counters are kept equal: edges and widths.
+  virtual void OnStem3(bool bVertical, const double (&d)[6]);
+
   // The stems so far are no longer in force.
   virtual void OnHintReplacement() {}
   virtual void OnMove(double, double) {}
@@ -145,6 +148,7 @@ public:
 protected:
   void OnWidth(double dBearingX, double dBearingY, double dWidth) override;
   void OnStem(bool bVertical, double dEdge, double dWidth) override;
+  void OnStem3(bool bVertical, const double (&d)[6]) override;
   void OnHintReplacement() override;
   void OnMove(double dX, double dY) override;
   void OnLine(double dX, double dY) override;
@@ -154,6 +158,7 @@ protected:
   void OnEnd() override;
 
 private:
+  int AddStem(bool bVertical, double dEdge, double dWidth);
   void FlushHints();
 
   FONT::CGlyph& m_glyph;
