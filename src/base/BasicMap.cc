@@ -122,7 +122,8 @@ int CBasicMap::FindSlot(const void* pKey, std::size_t nLength) const
   while (m_pIndex[nSlot] >= 0)
   {
     const TEntry& entry = m_pEntries[m_pIndex[nSlot]];
-    if (entry.m_pKey && entry.m_nLength == nLength && std::memcmp(entry.m_pKey, pKey, nLength) == 0)
+    if (entry.m_pKey && entry.m_nLength == nLength &&
+        (nLength == 0 || std::memcmp(entry.m_pKey, pKey, nLength) == 0))
       break;
     nSlot = (nSlot + 1) & nMask;
   }
