@@ -197,6 +197,10 @@ inline constexpr std::int64_t g_nPostScriptRatio = 4;
 // Operators and numbers that one glyph of CFF or Type 1 runs through, with those of its subroutines: the
 // largest glyphs of real fonts have some ten thousand.
 inline constexpr std::int64_t g_nMaxGlyphSteps = std::int64_t{1} << 20;
+
+// So many of them are free each time: what few glyphs of real fonts exceed costs nothing, however often they
+// are drawn.
+inline constexpr std::int64_t g_nFreeGlyphSteps = 1024;
 // Bytes of programs and CMaps and elements of arrays that are read for the fonts of one document, so many
 // times the file beyond a free amount: what fonts share is read once, and a sound file decodes to some ten
 // times its length.

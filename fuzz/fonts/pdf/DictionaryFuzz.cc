@@ -4,6 +4,7 @@
 #include "base/MemoryStream.h"
 #include "document/Document.h"
 #include "fonts/pdf/FontRegistry.h"
+#include "pdf/DictionaryObject.h"
 
 #include <cstdlib>
 #include <string>
@@ -37,7 +38,7 @@ void CheckComposite(PDF::CFont& font)
   font.GrowUsedChars(300);
 }
 
-void CheckProgram(PDF::CFont& font)
+void CheckProgram(PDF::CFont& font, const PDF::CObjectPtr& target)
 {
   PDF::CFontProgram* pProgram = font.GetProgram();
   BSE::CBasicArray<std::uint16_t> map;
@@ -58,7 +59,7 @@ void CheckProgram(PDF::CFont& font)
   pProgram->ToBareCFF();
   if (pProgram->CanSubset())
     pProgram->Subset(font.IsComposite() ? PDF::g_nUsedByCID : PDF::g_nUsedNonSymbolic);
-  font.GetFontFile()->WriteProgram(*pProgram, font.IsComposite(), PDF::g_nUsedByCID, "FlateDecode");
+  font.GetFontFile()->WriteProgram(*pProgram, font.IsComposite(), PDF::g_nUsedByCID, "FlateDecode", target);
 }
 
 }  // namespace
@@ -73,6 +74,10 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* pData, std::size_t nS
       new BSE::CMemoryInputStream(sPdf.data(), static_cast<std::int64_t>(sPdf.size())));
   if (!document.Open(pInput.Get(), nullptr))
     return 0;
+  PDF::CDocument output(nullptr);
+  output.Create(new BSE::CMemoryStream, PDF::CString("id"), false, false);
+  const PDF::CObjectPtr target = output.GetFile().NewObject(1, 0, PDF::g_nGroupDirect);
+  target->SetValueObject(new PDF::CDictionaryObject);
   PDF::CFontRegistry fonts(document);
   for (int i = 2; i < g_nObjects; ++i)
   {
@@ -89,7 +94,7 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* pData, std::size_t nS
       CheckComposite(*pFont);
     else
       CheckSimple(*pFont);
-    CheckProgram(*pFont);
+    CheckProgram(*pFont, target);
   }
   return 0;
 }

@@ -116,7 +116,8 @@ public:
   // -1 if the font is full or the name taken.
   int DuplicateGlyph(int nGlyph, int nCode, const char* szName);
 
-  // Drops the subroutines that no glyph calls. False, and nothing has changed, if calls cannot be told.
+  // Drops the subroutines that no glyph calls. Subsets of one font no longer go together then, so that it
+  // comes last. False, and nothing has changed, if calls cannot be told.
   bool DropUnusedSubrs();
 
   // For making a font anew, out of another format. Strings and data are copied.

@@ -95,7 +95,6 @@ public:
 
 protected:
   bool FindSymbolic() const override { return m_pDescendant->IsSymbolic(); }
-  CObjectPtr GetDescendantObject() const override { return m_pDescendant->GetObject(); }
   CObjectPtr GetDescriptorObject() const override { return m_pDescendant->GetObject()["FontDescriptor"]; }
 
 private:

@@ -2,7 +2,6 @@
 
 #include "fonts/pdf/FontRegistry.h"
 #include "fonts/pdf/StandardFonts.h"
-#include "pdf/SimpleObjects.h"
 
 #include <cstring>
 
@@ -36,17 +35,6 @@ void MakePrefix(std::span<const unsigned char> used, char (&szPrefix)[g_nPrefixL
     szPrefix[i] = static_cast<char>('A' + nSum % 26);
   szPrefix[g_nPrefixLetters] = '+';
   szPrefix[g_nPrefixLetters + 1] = 0;
-}
-
-void SetPrefix(const CObjectPtr& dictionary, const char* szKey, const char* szPrefix)
-{
-  const CObjectPtr old = dictionary[szKey];
-  const char* szName = old.IsName() ? old.GetNameValue() : nullptr;
-  if (!szName)
-    return;
-  BSE::CStr8 name(szPrefix);
-  name.Append(szName + GetSubsetPrefixLength(szName));
-  dictionary.AddEntry(szKey, new CNameObject(name.GetText()));
 }
 
 }  // namespace
@@ -132,16 +120,16 @@ BSE::CStr16 CFont::GetName() const
   return name;
 }
 
-void CFont::UpdateName()
+BSE::CStr8 CFont::MakeSubsetName(const char* szName) const
 {
   CFontProgram* pProgram = GetProgram();
-  if (!pProgram || !pProgram->HasUsedGlyphs())
-    return;
+  if (!pProgram || !pProgram->HasUsedGlyphs() || !szName)
+    return BSE::CStr8(szName);
   char szPrefix[g_nPrefixLetters + 2];
   MakePrefix(pProgram->GetUsedGlyphs(), szPrefix);
-  SetPrefix(m_object, "BaseFont", szPrefix);
-  SetPrefix(GetDescendantObject(), "BaseFont", szPrefix);
-  SetPrefix(GetDescriptorObject(), "FontName", szPrefix);
+  BSE::CStr8 name(szPrefix);
+  name.Append(szName + GetSubsetPrefixLength(szName));
+  return name;
 }
 
 CToUnicode* CFont::FindToUnicode() const

@@ -73,9 +73,9 @@ public:
   BSE::CStr16 GetName() const;
   const char* GetBaseName() const;
 
-  // After the program has changed: puts a prefix in front of the names in the dictionaries that tells which
-  // of its glyphs are used, in place of one that is there.
-  void UpdateName();
+  // A name of the font after its program has changed: with a prefix that tells which of the glyphs are used,
+  // in place of one that is there. The same name where that is not known.
+  BSE::CStr8 MakeSubsetName(const char* szName) const;
 
   // Never null.
   virtual BSE::CObjectPtr<CEncoding> GetEncoding() const = 0;
@@ -117,9 +117,6 @@ protected:
 
   // The text of the descriptor's flags and what else tells it.
   virtual bool FindSymbolic() const;
-
-  // Null but for a composite font.
-  virtual CObjectPtr GetDescendantObject() const { return {}; }
 
   // The entry of the font, in a composite one that of its descendant.
   virtual CObjectPtr GetDescriptorObject() const { return m_object["FontDescriptor"]; }

@@ -66,13 +66,14 @@ CFontProgram* CFontFile::GetProgram(const char* szFont)
   return nullptr;
 }
 
-bool CFontFile::WriteProgram(CFontProgram& program, bool bCID, unsigned nUsage, const char* szFilter)
+bool CFontFile::WriteProgram(CFontProgram& program, bool bCID, unsigned nUsage, const char* szFilter,
+                             const CObjectPtr& target)
 {
   const BSE::CObjectPtr<BSE::CMemoryStream> pData(new BSE::CMemoryStream);
   int aLengths[3] = {};
   if (!program.Write(*pData, nUsage, aLengths) || !pData->Rewind())
     return false;
-  const CObjectPtr dictionary = m_object.GetValueObject();
+  const CObjectPtr dictionary = target.GetValueObject();
   dictionary.DeleteEntry("DecodeParms");
   dictionary.AddEntry("Filter", new CNameObject(szFilter));
   for (int i = 0; i < 3; ++i)
@@ -86,8 +87,8 @@ bool CFontFile::WriteProgram(CFontProgram& program, bool bCID, unsigned nUsage, 
     dictionary.AddEntry("Subtype", new CNameObject(bCID ? "CIDFontType0C" : "Type1C"));
   else
     dictionary.DeleteEntry("Subtype");
-  m_object->SetStreamObject(new CStreamObject(pData.Get()));
-  m_reports.Release(m_object.Get());
+  target->SetStreamObject(new CStreamObject(pData.Get()));
+  m_reports.Release(target.Get());
   return true;
 }
 

@@ -53,9 +53,11 @@ public:
     m_bTried = true;
   }
 
-  // Puts the program's data into the stream, to be encoded by the filter, with the entries that go with its
-  // kind. False, and the stream has not changed, if the program cannot be written.
-  bool WriteProgram(CFontProgram& program, bool bCID, unsigned nUsage, const char* szFilter);
+  // Puts the program's data into the stream of an object that can be written to, to be encoded by the filter,
+  // with the entries that go with its kind. False, and the object has not changed, if the program cannot be
+  // written. What the program has lost by being read is reported with the object.
+  bool WriteProgram(CFontProgram& program, bool bCID, unsigned nUsage, const char* szFilter,
+                    const CObjectPtr& target);
 
   unsigned m_nOptimizeState = 0;  // what passes note of the file
 

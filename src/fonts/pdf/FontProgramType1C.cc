@@ -20,7 +20,11 @@ bool CFontProgramType1C::Write(BSE::IByteStream& stream, unsigned, int* pLengths
 {
   if (pLengths)
     pLengths[0] = pLengths[1] = pLengths[2] = 0;
-  return m_bValid && m_font.Write(stream);
+  if (!m_bValid)
+    return false;
+  // Not before: programs are merged where their subroutines are the same.
+  m_font.DropUnusedSubrs();
+  return m_font.Write(stream);
 }
 
 int CFontProgramType1C::GetSupplement() const
@@ -98,7 +102,6 @@ bool CFontProgramType1C::Subset(unsigned nUsage)
 {
   if (!HasUsedGlyphs() || !m_font.Subset(m_used, nUsage))
     return false;
-  m_font.DropUnusedSubrs();
   NotifyChanged();
   return true;
 }

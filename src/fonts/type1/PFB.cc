@@ -198,7 +198,7 @@ bool CPFB::Run(int nGlyph, CType1CharStringParser& parser)
   if (nGlyph < 0 || nGlyph >= GetGlyphCount() || !HasWorkLeft())
     return false;
   const bool bRun = parser.Parse(GetCharString(nGlyph));
-  m_nWork += parser.GetWork();
+  m_nWork += std::max<std::int64_t>(0, parser.GetWork() - BSE::g_nFreeGlyphSteps);
   return bRun;
 }
 

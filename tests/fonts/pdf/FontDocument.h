@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/BufferedInputStream.h"
+#include "base/MemoryStream.h"
 #include "document/Document.h"
 #include "fonts/pdf/FontRegistry.h"
 #include "tests/support/PdfBuilder.h"
@@ -28,11 +28,12 @@ public:
 class CFontDocument
 {
 public:
-  explicit CFontDocument(const std::string& sPdf) : m_sPdf(sPdf), m_document(&m_reports)
+  explicit CFontDocument(const std::string& sPdf) : m_document(&m_reports)
   {
+    // Objects can be changed.
     const BSE::CObjectPtr<BSE::IByteStream> pInput(
-        new BSE::CMemoryInputStream(m_sPdf.data(), static_cast<std::int64_t>(m_sPdf.size())));
-    EXPECT_TRUE(m_document.Open(pInput.Get(), nullptr));
+        new BSE::CMemoryStream(sPdf.data(), static_cast<std::int64_t>(sPdf.size())));
+    EXPECT_TRUE(m_document.Open(pInput.Get(), nullptr, true));
     m_pFonts.Reset(new PDF::CFontRegistry(m_document));
   }
   PDF::CObjectPtr GetObject(int nNumber) { return m_document.GetFile().GetObject(nNumber, 0); }
@@ -41,7 +42,6 @@ public:
   const std::vector<unsigned>& GetReports() const { return m_reports.m_codes; }
 
 private:
-  std::string m_sPdf;
   CReports m_reports;
   PDF::CDocument m_document;
   BSE::CScopedPtr<PDF::CFontRegistry> m_pFonts;
