@@ -4,6 +4,7 @@
 #include "fonts/cff/CharStringGenerator.h"
 #include "fonts/cff/Type2Converters.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace CFF

@@ -2,6 +2,7 @@
 
 #include "base/Limits.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 
