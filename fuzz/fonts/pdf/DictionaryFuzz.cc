@@ -74,8 +74,10 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* pData, std::size_t nS
       new BSE::CMemoryInputStream(sPdf.data(), static_cast<std::int64_t>(sPdf.size())));
   if (!document.Open(pInput.Get(), nullptr))
     return 0;
+  const BSE::CObjectPtr<BSE::IByteStream> pOutput(new BSE::CMemoryStream);
   PDF::CDocument output(nullptr);
-  output.Create(new BSE::CMemoryStream, PDF::CString("id"), false, false);
+  if (!output.Create(pOutput.Get(), PDF::CString("0123456789abcdef"), false, false))
+    return 0;
   const PDF::CObjectPtr target = output.GetFile().NewObject(1, 0, PDF::g_nGroupDirect);
   target->SetValueObject(new PDF::CDictionaryObject);
   PDF::CFontRegistry fonts(document);
