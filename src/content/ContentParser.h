@@ -256,11 +256,15 @@ private:
   unsigned char m_aVisible[50] = {1};
 };
 
-// Goes through the codes of a text that is shown in a font (ISO 32000-1, 9.4.3 and 9.7.6).
-class CTextWalker
+// Goes through the codes of a text that is shown in a font (ISO 32000-1, 9.7.6).
+class CCodeWalker
 {
 public:
-  CTextWalker(const TTextState& state, std::span<const unsigned char> text) : m_state(state), m_rest(text) {}
+  // Borrows the font.
+  CCodeWalker(const IContentFont& font, bool bComposite, std::span<const unsigned char> text)
+      : m_font(font), m_rest(text), m_bComposite(bComposite)
+  {
+  }
 
   // The next code; false at the end.
   bool Next();
@@ -271,18 +275,33 @@ public:
   // The CID in a composite font, the code in a simple one.
   int GetCID() const { return m_nCID; }
 
+private:
+  void ReadCompositeCode();
+
+  const IContentFont& m_font;
+  std::span<const unsigned char> m_rest;
+  bool m_bComposite;
+  unsigned m_nCode = 0;
+  int m_nCodeLength = 0;
+  int m_nCID = 0;
+};
+
+// The same, with what each glyph moves the text position by (ISO 32000-1, 9.4.4). The state has a font.
+class CTextWalker : public CCodeWalker
+{
+public:
+  CTextWalker(const TTextState& state, std::span<const unsigned char> text)
+      : CCodeWalker(*state.m_pFont, state.m_bComposite, text), m_state(state)
+  {
+  }
+  bool Next();
+
   // What the glyph moves the text position by, spacing included.
   double GetMoveX() const { return m_state.m_bVertical ? 0 : m_dMove; }
   double GetMoveY() const { return m_state.m_bVertical ? m_dMove : 0; }
 
 private:
-  void ReadCompositeCode();
-
   const TTextState& m_state;
-  std::span<const unsigned char> m_rest;
-  unsigned m_nCode = 0;
-  int m_nCodeLength = 0;
-  int m_nCID = 0;
   double m_dMove = 0;
 };
 

@@ -127,24 +127,23 @@ void CContentParser::ShowTextArray(std::span<const TOperand> elements)
   }
 }
 
-void CTextWalker::ReadCompositeCode()
+void CCodeWalker::ReadCompositeCode()
 {
   // A code of two bytes that the text cuts has a second byte of 0.
-  const IContentFont& font = *m_state.m_pFont;
   m_nCode = m_rest[0];
   m_nCodeLength = 1;
-  m_nCID = font.CodeToCID(m_nCode);
+  m_nCID = m_font.CodeToCID(m_nCode);
   if (m_nCID != g_nNoCID)
     return;
   m_nCode = m_nCode << 8 | (m_rest.size() > 1 ? m_rest[1] : 0U);
   m_nCodeLength = m_rest.size() > 1 ? 2 : 1;
-  m_nCID = font.Code2ToCID(m_nCode);
+  m_nCID = m_font.Code2ToCID(m_nCode);
   unsigned nCode = m_nCode;
   for (std::size_t i = 2; m_nCID == g_nNoCID && i < 4 && i < m_rest.size(); ++i)
   {
     nCode = nCode << 8 | m_rest[i];
     const int nLength = static_cast<int>(i) + 1;
-    m_nCID = font.LongCodeToCID(nCode, nLength);
+    m_nCID = m_font.LongCodeToCID(nCode, nLength);
     if (m_nCID != g_nNoCID)
     {
       m_nCode = nCode;
@@ -155,28 +154,34 @@ void CTextWalker::ReadCompositeCode()
     m_nCID = 0;
 }
 
-bool CTextWalker::Next()
+bool CCodeWalker::Next()
 {
-  if (m_rest.empty() || !m_state.m_pFont)
+  if (m_rest.empty())
     return false;
-  double dWidth = 0;
-  if (m_state.m_bComposite)
-  {
+  if (m_bComposite)
     ReadCompositeCode();
-    dWidth =
-        m_state.m_bVertical ? m_state.m_pFont->GetVerticalWidth(m_nCID) : m_state.m_pFont->GetWidth(m_nCID);
-  }
   else
   {
     m_nCode = m_rest[0];
     m_nCodeLength = 1;
     m_nCID = m_rest[0];
-    const std::span<const double> widths = m_state.m_pFont->GetWidths();
-    dWidth = m_nCode < widths.size() ? widths[m_nCode] : 0;
   }
   m_rest = m_rest.subspan(static_cast<std::size_t>(m_nCodeLength));
+  return true;
+}
+
+bool CTextWalker::Next()
+{
+  if (!CCodeWalker::Next())
+    return false;
+  const IContentFont& font = *m_state.m_pFont;
+  double dWidth = 0;
+  if (m_state.m_bComposite)
+    dWidth = m_state.m_bVertical ? font.GetVerticalWidth(GetCID()) : font.GetWidth(GetCID());
+  else if (const std::span<const double> widths = font.GetWidths(); GetCode() < widths.size())
+    dWidth = widths[GetCode()];
   m_dMove = dWidth * m_state.m_dGlyphFactor * m_state.m_dSize + m_state.m_dCharSpacing;
-  if (m_nCode == 32 && m_nCodeLength == 1)
+  if (GetCode() == 32 && GetCodeLength() == 1)
     m_dMove += m_state.m_dWordSpacing;
   if (!m_state.m_bVertical)
     m_dMove *= m_state.m_dScale;

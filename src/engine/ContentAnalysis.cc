@@ -6,6 +6,7 @@
 #include "engine/ContentAnalysis.h"
 
 #include "base/Tracer.h"
+#include "document/NameTree.h"
 #include "engine/OptContentAnalyzer.h"
 #include "images/ImageDictionary.h"
 #include "pdf/File.h"
@@ -51,7 +52,21 @@ bool FindVisiblePart(const TMatrix& matrix, const TRectangle& clip, TRectangle& 
   return true;
 }
 
+class CUnknownColorSpace : public BSE::CObject, public IContentColorSpace
+{
+public:
+  bool IsValid() const override { return true; }
+  bool IsPattern() const override { return false; }
+  int GetComponentCount() const override { return 0; }
+  void GetInitialColor(std::span<double>) const override {}
+};
+
 }  // namespace
+
+CAnalysisResources::CAnalysisResources(CFontRegistry& registry)
+    : CFontResources(registry), m_pSpace(new CUnknownColorSpace)
+{
+}
 
 // One use, in points on the page.
 struct CContentAnalysis::TUse
@@ -62,8 +77,14 @@ struct CContentAnalysis::TUse
   TRectangle m_part = {0, 0, 1, 1};
 };
 
-CContentAnalysis::CContentAnalysis(CDocument& document, const CStandIns& standIns, CImageRecords& images)
-    : m_document(document), m_standIns(standIns), m_images(images), m_environment(document)
+CContentAnalysis::CContentAnalysis(CDocument& document, const CStandIns& standIns, CImageRecords& images,
+                                   CFontRegistry* pFonts)
+    : m_document(document),
+      m_standIns(standIns),
+      m_images(images),
+      m_pFonts(pFonts),
+      m_pResources(pFonts ? new CAnalysisResources(*pFonts) : nullptr),
+      m_environment(document, m_pResources.Get())
 {
 }
 
@@ -72,13 +93,35 @@ void CContentAnalysis::Run()
   for (int nPage = 0; nPage < m_document.GetPageCount(); ++nPage)
   {
     AnalyzePage(nPage);
-    if (!m_environment.GetAccount().IsSpent())
-      continue;
-    BSE::CTracer::Trace("I", "PDF Analyzer", "Content is too much work; images stay as they are.");
-    for (int i = m_images.GetBegin(); i != m_images.GetEnd(); i = m_images.GetNext(i))
-      m_images.GetAt(i)->m_bKeepAsIs = true;
-    return;
+    if (m_environment.GetAccount().IsSpent())
+      return KeepAll();
   }
+  KeepHidden();
+  if (m_environment.GetAccount().IsSpent())
+    KeepAll();
+}
+
+void CContentAnalysis::KeepAll()
+{
+  BSE::CTracer::Trace("I", "PDF Analyzer", "Content is too much work; images and fonts stay as they are.");
+  for (int i = m_images.GetBegin(); i != m_images.GetEnd(); i = m_images.GetNext(i))
+    m_images.GetAt(i)->m_bKeepAsIs = true;
+  for (int i = 0; m_pFonts && i < m_pFonts->GetFontCount(); ++i)
+    m_pFonts->GetFont(i)->SetAllGlyphsUsed();
+}
+
+// What is shown only when something is typed into a form, or when a script asks for it.
+void CContentAnalysis::KeepHidden()
+{
+  const CObjectPtr root = m_document.GetFile().GetRoot();
+  KeepResources(root["AcroForm"]["DR"]);
+  for (const char* szTree : {"Pages", "Templates"})
+    for (CNameTreeReader reader(root["Names"][szTree]); reader.Next();)
+    {
+      const CObjectPtr page = reader.GetValue();
+      KeepResources(page["Resources"]);
+      KeepAppearances(page["Annots"]);
+    }
 }
 
 void CContentAnalysis::AnalyzePage(int nPage)
@@ -190,9 +233,7 @@ CImageRecord* CContentAnalysis::FindOrAdd(const CObjectPtr& image, TImageRole nR
 
 CObjectPtr CContentAnalysis::GetStandIn(const CObjectPtr& object) const
 {
-  const int nNumber = object.GetObjNumber();
-  const int nOther = object.IsIndirect() ? m_standIns.Get(nNumber) : nNumber;
-  return nOther == nNumber ? object : m_document.GetFile().GetObject(nOther, -1);
+  return m_standIns.Get(m_document.GetFile(), object);
 }
 
 bool CContentAnalysis::AddPlace(const CObjectPtr& form, const TMatrix& matrix, const TRectangle& clip)
@@ -226,8 +267,40 @@ void CContentAnalysis::KeepImage(const CObjectPtr& image)
   }
 }
 
+void CContentAnalysis::KeepFont(const CObjectPtr& font)
+{
+  if (!m_pFonts)
+    return;
+  if (const BSE::CObjectPtr<CFont> pFont = m_pFonts->CreateFont(GetStandIn(font)))
+    pFont->SetAllGlyphsUsed();
+}
+
+void CContentAnalysis::AddText(CFont& font, std::span<const unsigned char> text)
+{
+  if (!font.IsComposite())
+  {
+    const std::span<unsigned char> used = font.GetUsedChars();
+    for (const unsigned char nCode : text)
+      used[nCode] = 1;
+    return;
+  }
+  for (CCodeWalker walker(font, true, text); walker.Next();)
+  {
+    int nCID = walker.GetCID();
+    if (nCID >= font.GetCharCount() && !font.GrowUsedChars(nCID + 1))
+    {
+      if (BSE::CTracer::IsOn())
+        BSE::CTracer::Trace("I", "PDF Analyzer", "CID of text out of range (%d, max %d).", nCID,
+                            font.GetCharCount() - 1);
+      nCID = 0;
+    }
+    if (nCID < font.GetCharCount())
+      font.GetUsedChars()[static_cast<std::size_t>(nCID)] = 1;
+  }
+}
+
 // A list in place of recursion: resources lead to others in any depth.
-void CContentAnalysis::KeepImages(const CObjectPtr& resources)
+void CContentAnalysis::KeepResources(const CObjectPtr& resources)
 {
   BSE::CObjectArray<CObject> list;
   const auto addResources = [&](const CObjectPtr& holder)
@@ -251,6 +324,10 @@ void CContentAnalysis::KeepImages(const CObjectPtr& resources)
         const CObjectPtr entry = entries.GetValue(i);
         if (!m_environment.GetAccount().Charge(g_nEntryWork))
           return;
+        if (KeyEquals(szCategory, "Font"))
+          KeepFont(entry);
+        else if (const CObjectPtr font = entry["Font"][0])
+          KeepFont(font);
         if (entry["Subtype"].IsName("Image"))
           KeepImage(entry);
         else if (const CObjectPtr group = entry["SMask"]["G"])
@@ -269,13 +346,13 @@ void CContentAnalysis::KeepAppearance(const CObjectPtr& appearance)
   if (appearance.IsStream())
   {
     if (appearance.GetObjNumber() <= 0 || m_kept.Add(appearance.GetObjNumber()))
-      KeepImages(appearance["Resources"]);
+      KeepResources(appearance["Resources"]);
     return;
   }
   for (int i = appearance.GetBegin(); i != appearance.GetEnd(); i = appearance.GetNext(i))
     if (const CObjectPtr state = appearance.GetValue(i); state.IsStream())
       if (state.GetObjNumber() <= 0 || m_kept.Add(state.GetObjNumber()))
-        KeepImages(state["Resources"]);
+        KeepResources(state["Resources"]);
 }
 
 // An appearance is scaled to its annotation and may be shown anywhere.
@@ -290,6 +367,9 @@ void CContentAnalysis::KeepAppearances(const CObjectPtr& annots)
       continue;
     for (const char* szKey : {"N", "R", "D"})
       KeepAppearance(annotation["AP"][szKey]);
+    for (const char* szKey : {"I", "RI", "IX"})
+      KeepAppearance(annotation["MK"][szKey]);
+    KeepAppearance(annotation["RO"]);
     if (annotation)
       annotation->Unload();
   }

@@ -6,21 +6,37 @@
 #include "document/NumberSet.h"
 #include "engine/ImageRecord.h"
 #include "engine/StandIns.h"
+#include "fonts/pdf/FontRegistry.h"
 
 namespace PDF
 {
 
+// Gives content the fonts of a registry. Of colours nothing is known, and nothing is wrong with them.
+class CAnalysisResources : public CFontResources
+{
+public:
+  explicit CAnalysisResources(CFontRegistry& registry);
+  BSE::CObjectPtr<IContentColorSpace> CreateColorSpace(const CObjectPtr&) override { return m_pSpace; }
+
+private:
+  BSE::CObjectPtr<IContentColorSpace> m_pSpace;
+};
+
 // The pass that looks at a document before anything of it is written: reads the content of every page, with
-// all forms, patterns and soft masks in it, and fills a record for each image that is painted.
+// all forms, patterns and soft masks in it, fills a record for each image that is painted, and marks the
+// characters of fonts that are shown.
 //
 // What it cannot follow is on the safe side: images of glyph procedures and appearances, and those of content
-// that could not be read to its end, are noted as such that have to stay as they are. Reports go to the
-// document's error context and mean no loss. Holds the content of one page at a time.
+// that could not be read to its end, are noted as such that have to stay as they are, and all characters of
+// the fonts there as used. Reports go to the document's error context and mean no loss. Holds the content of
+// one page at a time.
 class CContentAnalysis
 {
 public:
-  // All are borrowed. Stand-ins are those of the document's file; records are added to.
-  CContentAnalysis(CDocument& document, const CStandIns& standIns, CImageRecords& images);
+  // All are borrowed. Stand-ins are those of the document's file; records and fonts are added to. Without a
+  // registry fonts play no part.
+  CContentAnalysis(CDocument& document, const CStandIns& standIns, CImageRecords& images,
+                   CFontRegistry* pFonts);
   CContentAnalysis(const CContentAnalysis&) = delete;
   CContentAnalysis& operator=(const CContentAnalysis&) = delete;
 
@@ -31,9 +47,12 @@ public:
   // A use of an image. The matrix takes its unit square to points on the page, where the clip is.
   void AddImage(const CObjectPtr& image, const TMatrix& matrix, const TRectangle& clip);
 
-  // Notes that all images must stay as they are that a resource dictionary leads to, through forms, patterns,
-  // fonts of procedures and soft masks.
-  void KeepImages(const CObjectPtr& resources);
+  // Notes that all images must stay as they are, and may fonts show all that they have, that a resource
+  // dictionary leads to, through forms, patterns, fonts of procedures and soft masks.
+  void KeepResources(const CObjectPtr& resources);
+
+  // A text that is shown.
+  void AddText(CFont& font, std::span<const unsigned char> text);
 
   // False if that has been analyzed with the same matrix, clip and resources of its own before: it would
   // tell nothing new.
@@ -43,9 +62,12 @@ private:
   struct TUse;
 
   void AnalyzePage(int nPage);
+  void KeepAll();
+  void KeepHidden();
   void KeepAppearances(const CObjectPtr& annots);
   void KeepAppearance(const CObjectPtr& appearance);
   void KeepImage(const CObjectPtr& image);
+  void KeepFont(const CObjectPtr& font);
   CObjectPtr GetStandIn(const CObjectPtr& object) const;
   CImageRecord* FindOrAdd(const CObjectPtr& image, TImageRole nRole);
   void AddMasks(const CObjectPtr& image, const CImageRecord& record, const TUse& use);
@@ -53,8 +75,10 @@ private:
   CDocument& m_document;
   const CStandIns& m_standIns;
   CImageRecords& m_images;
+  CFontRegistry* m_pFonts;
+  BSE::CScopedPtr<CAnalysisResources> m_pResources;  // null without fonts
   CContentEnvironment m_environment;
-  CNumberSet m_kept;  // holders of resources that KeepImages has been through
+  CNumberSet m_kept;  // holders of resources that KeepResources has been through
   CNumberSet m_appearances;
   BSE::CBasicMap m_places;
   double m_dUserUnit = 1;

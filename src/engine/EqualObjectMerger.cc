@@ -26,7 +26,7 @@ public:
 
 protected:
   // What was a duplicate before may stand for an object that has been merged with a third one.
-  int GetTarget(int nNumber) const override { return m_standIns.Get(m_standIns.Get(nNumber)); }
+  int GetTarget(int nNumber) const override { return m_standIns.Get(nNumber); }
 
 private:
   const CStandIns& m_standIns;

@@ -425,9 +425,7 @@ CImageOptimizer::~CImageOptimizer() = default;
 
 CObjectPtr CImageOptimizer::GetStandIn(const CObjectPtr& object) const
 {
-  const int nNumber = object.GetObjNumber();
-  const int nOther = object.IsIndirect() ? m_standIns.Get(nNumber) : nNumber;
-  return nOther == nNumber ? object : m_input.GetObject(nOther, -1);
+  return m_standIns.Get(m_input, object);
 }
 
 bool CImageOptimizer::Charge(std::int64_t nBytes)

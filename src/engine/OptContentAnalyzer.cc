@@ -66,7 +66,8 @@ COptContentAnalyzer::COptContentAnalyzer(const COptContentAnalyzer& around,
     : CContentParser(around.GetEnvironment(), pStream, box, nRotation, around.GetParent()),
       m_analysis(around.m_analysis),
       m_clip(around.m_clip),
-      m_bNested(true)
+      m_bNested(true),
+      m_pInherited(around.m_pInherited)
 {
 }
 
@@ -81,6 +82,10 @@ void COptContentAnalyzer::Begin(CParserContext* pContext)
   CContentParser::Begin(pContext);
   if (!pContext || !m_bNested)
     return;
+  // The same content may be drawn again with another font around it, and is not read again for that.
+  if (m_state.m_text.m_pFont)
+    m_pInherited = m_state.m_text.m_pFont;
+  SetFontObject({}, nullptr, m_state.m_text.m_dSize);
   m_base = m_state.m_ctm;
   Narrow(m_clip, MapBox(GetBox(), m_base));
 }
@@ -89,7 +94,7 @@ bool COptContentAnalyzer::Parse(CParserContext* pContext, bool bCompatible)
 {
   const bool bEnded = CContentParser::Parse(pContext, bCompatible);
   if ((!bEnded || GetContent().HasGap()) && pContext)
-    m_analysis.KeepImages(pContext->GetResources());
+    m_analysis.KeepResources(pContext->GetResources());
   return bEnded;
 }
 
@@ -157,13 +162,22 @@ void COptContentAnalyzer::KeepGlyphs(const CObjectPtr& font)
   if (!font["Subtype"].IsName("Type3"))
     return;
   const CObjectPtr own = font["Resources"];
-  m_analysis.KeepImages(own.IsDictionary() ? own : CObjectPtr(GetContext()->GetResources()));
+  m_analysis.KeepResources(own.IsDictionary() ? own : CObjectPtr(GetContext()->GetResources()));
 }
 
 void COptContentAnalyzer::SetFont(const char* szName, double dSize)
 {
   CContentParser::SetFont(szName, dSize);
   KeepGlyphs(m_state.m_text.m_font);
+}
+
+void COptContentAnalyzer::ShowText(std::span<const unsigned char> text)
+{
+  // All fonts come from the registry.
+  if (auto* pFont = static_cast<CFont*>(m_state.m_text.m_pFont.Get()))
+    m_analysis.AddText(*pFont, text);
+  else if (auto* pInherited = static_cast<CFont*>(m_pInherited.Get()))
+    pInherited->SetAllGlyphsUsed();
 }
 
 void COptContentAnalyzer::AddPoint(double dX, double dY)

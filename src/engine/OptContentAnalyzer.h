@@ -28,6 +28,7 @@ public:
   void SetStrokeColor(const TColorValue& color) override;
   void SetFillColor(const TColorValue& color) override;
   void SetFont(const char* szName, double dSize) override;
+  void ShowText(std::span<const unsigned char> text) override;
   void MoveTo(double dX, double dY) override { AddPoint(dX, dY); }
   void LineTo(double dX, double dY) override { AddPoint(dX, dY); }
   void CurveTo(double dX1, double dY1, double dX2, double dY2, double dX3, double dY3) override;
@@ -55,6 +56,7 @@ private:
   TRectangle m_pathBox;
   bool m_bPathBox = false;
   bool m_bNested = false;
+  BSE::CObjectPtr<IContentFont> m_pInherited;  // what text is shown in that sets no font in this content
 };
 
 }  // namespace PDF

@@ -12,6 +12,7 @@
 #include "engine/SampleRecoder.h"
 #include "engine/StatusCodes.h"
 #include "engine/StreamRecompressor.h"
+#include "fonts/pdf/FontRegistry.h"
 #include "images/ImageFilters.h"
 #include "pdf/StreamObjects.h"
 #include "pdf/linearize/Linearizer.h"
@@ -63,6 +64,29 @@ bool WorksOnImages(const TOptimizerOptions& options)
   return (options.m_nBitonalCompressions | options.m_nContinuousCompressions |
           options.m_nIndexedCompressions) != 0;
 }
+
+// Whether fonts are to be changed, and it has to be known what text shows of them.
+bool WorksOnFonts(const TOptimizerOptions& options)
+{
+  return options.m_bSubsetFonts || options.m_bMergeEmbeddedFonts || options.m_bMergeFonts ||
+         options.m_bRemoveStandardFonts || options.m_bConvertToCFF || options.m_bRenameFonts ||
+         options.m_bUnembedFonts || options.m_bEmbedFonts;
+}
+
+// The fonts of the input as the copy will have them, without duplicates.
+class COptFontRegistry : public CFontRegistry
+{
+public:
+  COptFontRegistry(CDocument& document, const CStandIns& standIns)
+      : CFontRegistry(document), m_file(document.GetFile()), m_standIns(standIns)
+  {
+  }
+  CObjectPtr GetStandIn(const CObjectPtr& object) const override { return m_standIns.Get(m_file, object); }
+
+private:
+  CFile& m_file;
+  const CStandIns& m_standIns;
+};
 
 // What happens to the streams of one save: each pass leaves to the next what it does not handle. Lent to the
 // copier, for the streams that it copies, and to the output file, for those that it makes itself.
@@ -174,6 +198,7 @@ bool COptimizer::Close()
 {
   if (m_input.IsOpened())
     ResetState();
+  m_pFonts.Reset();
   m_standIns.RemoveAll();
   m_decoded.RemoveAll();
   m_images.RemoveAll();
@@ -269,8 +294,12 @@ bool COptimizer::Analyze()
 void COptimizer::AnalyzeContent()
 {
   m_images.RemoveAll();
-  if (WorksOnImages(m_options))
-    CContentAnalysis(m_input, m_standIns, m_images).Run();
+  m_pFonts.Reset();
+  const bool bImages = WorksOnImages(m_options);
+  if (WorksOnFonts(m_options))
+    m_pFonts.Reset(new COptFontRegistry(m_input, m_standIns));
+  if (bImages || m_pFonts)
+    CContentAnalysis(m_input, m_standIns, m_images, m_pFonts.Get()).Run();
 }
 
 void COptimizer::FindDuplicates()
@@ -294,16 +323,11 @@ void COptimizer::FindDuplicates()
   if (!m_options.m_bMergeEqualObjects)
     return;
   MergeEqualObjects(file, m_options.m_bRecompressStreams, m_standIns, m_decoded);
-  m_standIns.Settle(redundant.GetTable());
 }
 
 CObjectPtr COptimizer::GetStandIn(const CObjectPtr& object)
 {
-  if (object.GetFile() != &m_input.GetFile())
-    return object;
-  const int nNumber = object.GetObjNumber();
-  const int nOther = m_standIns.Get(nNumber);
-  return nOther == nNumber ? object : m_input.GetFile().GetObject(nOther, -1);
+  return m_standIns.Get(m_input.GetFile(), object);
 }
 
 CObjectPtr COptimizer::VisitIndirect(const CObjectPtr& object)

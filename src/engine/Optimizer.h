@@ -11,6 +11,7 @@
 namespace PDF
 {
 
+class CFontRegistry;
 class CImageOptimizer;
 
 // The engine behind a handle: an input document, an output document, and a save that copies the one into the
@@ -63,6 +64,10 @@ public:
   // What the analysis knows of the images, and the last save has made of them. None before an analysis that
   // an option for images asked for.
   const CImageRecords& GetImages() const { return m_images; }
+
+  // The fonts that the analysis has met, in the order of their first use; null before one that an option for
+  // fonts asked for.
+  CFontRegistry* GetFonts() const { return m_pFonts.Get(); }
 
   // The object of the input that stands for this one and all its duplicates; itself for most, and for an
   // object of another file.
@@ -120,6 +125,7 @@ private:
   CStandIns m_standIns;
   CDecodedStreams m_decoded;  // by the analysis, and not yet copied
   CImageRecords m_images;
+  BSE::CScopedPtr<CFontRegistry> m_pFonts;
   CImageOptimizer* m_pImages = nullptr;  // during the copy, where there is such work
   bool m_bAnalyzed = false;
   bool m_bConformanceLost = false;

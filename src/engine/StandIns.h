@@ -14,10 +14,20 @@ public:
   // The object itself for most.
   int Get(int nNumber) const
   {
-    const int nOther = m_numbers[nNumber];
-    return nOther > 0 ? nOther : nNumber;
+    for (int nOther = m_numbers[nNumber]; nOther > 0 && nOther != nNumber; nOther = m_numbers[nNumber])
+      nNumber = nOther;
+    return nNumber;
+  }
+
+  // The same for an object, which is one of that file or has no other.
+  CObjectPtr Get(CFile& file, const CObjectPtr& object) const
+  {
+    const int nNumber = object.GetFile() == &file ? object.GetObjNumber() : 0;
+    return nNumber > 0 && Contains(nNumber) ? file.GetObject(Get(nNumber), -1) : object;
   }
   bool Contains(int nNumber) const { return m_numbers[nNumber] > 0; }
+
+  // The other one must not lead back. What stands in already for others takes them along.
   void Set(int nNumber, int nOther) { m_numbers.Provide(nNumber) = nOther; }
 
   // The duplicates of an object table.
@@ -26,14 +36,6 @@ public:
     for (int i = table.GetNext(-1); i >= 0; i = table.GetNext(i))
       if (const int nCanonical = table[i].m_nCanonical; nCanonical != 0 && nCanonical != i)
         Set(i, nCanonical);
-  }
-
-  // Takes the duplicates of a table, which are in already, to what their object has meanwhile been set to.
-  void Settle(const CObjectTable& table)
-  {
-    for (int i = table.GetNext(-1); i >= 0; i = table.GetNext(i))
-      if (Contains(i))
-        Set(i, Get(Get(i)));
   }
   void RemoveAll() { m_numbers.RemoveAll(); }
 

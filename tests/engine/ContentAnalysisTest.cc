@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "engine/Optimizer.h"
+#include "fonts/pdf/FontRegistry.h"
 #include "tests/engine/SmallFile.h"
 
 namespace
@@ -27,14 +28,38 @@ protected:
     m_file.AddPage("/MediaBox[0 0 100 100]/Contents " + Ref(m_file.AddStream(sContent, "")) + "/Resources<<" +
                    sResources + ">>" + sEntries);
   }
-  void Run()
+  int AddFont(const std::string& sEntries = "/Subtype/Type1/BaseFont/Helvetica")
+  {
+    return m_file.Add("<</Type/Font" + sEntries + ">>");
+  }
+  void Run(const std::string& sCatalog = {})
   {
     m_optimizer.GetOptions().m_nIndexedCompressions = PDF::eCompressionFlagFlate;
-    ASSERT_TRUE(m_optimizer.Open(Engine::MakeStream(m_file.Build("")).Get(), nullptr));
+    m_optimizer.GetOptions().m_bSubsetFonts = true;
+    ASSERT_TRUE(m_optimizer.Open(Engine::MakeStream(m_file.Build("", sCatalog)).Get(), nullptr));
     ASSERT_TRUE(m_optimizer.Analyze());
   }
   const PDF::CImageRecord* Get(int nNumber) const { return m_optimizer.GetImages().Find(nNumber); }
   bool IsKept(int nNumber) const { return Get(nNumber) && Get(nNumber)->m_bKeepAsIs; }
+
+  // The characters that are used of a font, "all", or "none" for a font that was not met.
+  std::string GetUsed(int nNumber)
+  {
+    for (int i = 0; i < m_optimizer.GetFonts()->GetFontCount(); ++i)
+    {
+      PDF::CFont& font = *m_optimizer.GetFonts()->GetFont(i);
+      if (font.GetObject().GetObjNumber() != nNumber)
+        continue;
+      if (font.AreAllGlyphsUsed())
+        return "all";
+      std::string sUsed;
+      for (int j = 0; j < font.GetCharCount(); ++j)
+        if (font.GetUsedChars()[static_cast<std::size_t>(j)] != 0)
+          sUsed += static_cast<char>(j);
+      return sUsed;
+    }
+    return "none";
+  }
 
   CSmallFile m_file;
   BSE::CErrorHandler m_errors;
@@ -152,6 +177,56 @@ TEST_F(ContentAnalysis, KnowsMasks)
   EXPECT_EQ(Get(nSoft)->m_nRoles, PDF::eRoleSoftMask);
   EXPECT_EQ(Get(nHard)->m_nRoles, unsigned{PDF::eRoleMask} | PDF::eRolePainted);
   EXPECT_EQ(Get(nBlended), nullptr);
+}
+
+TEST_F(ContentAnalysis, MarksTheTextThatIsShown)
+{
+  const int nPlain = AddFont();
+  const int nByState = AddFont("/Subtype/Type1/BaseFont/Courier");
+  const int nWide = AddFont("/Subtype/Type0/Encoding/Identity-H/DescendantFonts[<</Subtype/CIDFontType2>>]");
+  const int nUnused = AddFont("/Subtype/Type1/BaseFont/Symbol");
+  AddPage("BT /F 1 Tf (ab) Tj [(c)5(d)] TJ q /G gs (x) Tj Q (e)' 1 2 (f)\" /W 1 Tf <0041004200> Tj ET",
+          "/Font<</F " + Ref(nPlain) + "/W " + Ref(nWide) + "/U " + Ref(nUnused) +
+              ">>/ExtGState<</G<</Font[" + Ref(nByState) + " 1]>>>>");
+  Run();
+  EXPECT_EQ(GetUsed(nPlain), "abcdef");
+  EXPECT_EQ(GetUsed(nByState), "x");
+  EXPECT_EQ(GetUsed(nWide), std::string("\0AB", 3));
+  EXPECT_EQ(GetUsed(nUnused), "none");
+}
+
+// Whatever may show text that nobody reads here.
+TEST_F(ContentAnalysis, LeavesFontsWholeWhereItDoesNotFollowText)
+{
+  int nSerial = 0;
+  const auto addFont = [&]
+  { return AddFont("/Subtype/Type1/BaseFont/Helvetica/Serial " + std::to_string(++nSerial)); };
+  const auto makeFonts = [](int nFont) { return "/Resources<</Font<</F " + Ref(nFont) + ">>>>"; };
+  const auto addForm = [&](int nFont)
+  { return m_file.AddStream("BT /F 1 Tf (a) Tj ET", "/Subtype/Form/BBox[0 0 1 1]" + makeFonts(nFont)); };
+  const int nAround = addFont();
+  const int nInForm = addFont();
+  const int nInLook = addFont();
+  const int nInIcon = addFont();
+  const int nInDefaults = addFont();
+  const int nInTemplate = addFont();
+  const int nInGlyph = addFont();
+  const int nAfterDamage = addFont();
+  const int nInherits =
+      m_file.AddStream("BT (a) Tj ET BT /G 1 Tf (b) Tj ET",
+                       "/Subtype/Form/BBox[0 0 1 1]/Resources<</Font<</G " + Ref(nInForm) + ">>>>");
+  const int nGlyphs = m_file.Add("<</Type/Font/Subtype/Type3" + makeFonts(nInGlyph) + ">>");
+  AddPage("BT /T 1 Tf /F 1 Tf (x) Tj ET /X Do",
+          "/Font<</F " + Ref(nAround) + "/T " + Ref(nGlyphs) + ">>/XObject<</X " + Ref(nInherits) + ">>",
+          "/Annots[<</Subtype/Widget/AP<</N " + Ref(addForm(nInLook)) + ">>/MK<</I " + Ref(addForm(nInIcon)) +
+              ">>>>]");
+  const int nCut = m_file.AddStream("no flate data", "/Filter/FlateDecode");
+  m_file.AddPage("/Contents " + Ref(nCut) + makeFonts(nAfterDamage));
+  Run("/AcroForm<</DR<</Font<</F " + Ref(nInDefaults) + ">>>>>>/Names<</Templates<</Names[(t)<<" +
+      makeFonts(nInTemplate) + ">>]>>>>");
+  for (const int nFont : {nAround, nInLook, nInIcon, nInDefaults, nInTemplate, nInGlyph, nAfterDamage})
+    EXPECT_EQ(GetUsed(nFont), "all") << nFont;
+  EXPECT_EQ(GetUsed(nInForm), "b");
 }
 
 }  // namespace

@@ -67,7 +67,7 @@ TVerticalMetrics CFont::GetVerticalMetrics(int nCharacter) const
 
 CFontDescriptor* CFont::GetFontDescriptor() const
 {
-  const CObjectPtr object = GetDescriptorObject();
+  const CObjectPtr object = m_registry.GetStandIn(GetDescriptorObject());
   if (m_pDescriptor && object == m_pDescriptor->GetObject())
     return m_pDescriptor.Get();
   if (object.IsDictionary())

@@ -52,8 +52,9 @@ CFont* CFontRegistry::FindFont(const CObjectPtr& dictionary, TObjectDigest& dige
   return m_byDigest.Find(digest);
 }
 
-BSE::CObjectPtr<CFont> CFontRegistry::CreateFont(const CObjectPtr& dictionary)
+BSE::CObjectPtr<CFont> CFontRegistry::CreateFont(const CObjectPtr& object)
 {
+  const CObjectPtr dictionary = GetStandIn(object);
   if (!dictionary.IsDictionary())
     return nullptr;
   TObjectDigest digest{};
@@ -124,7 +125,7 @@ BSE::CObjectPtr<CFont> CFontRegistry::MakeSimpleFont(const CObjectPtr& dictionar
 
 BSE::CObjectPtr<CFont> CFontRegistry::MakeCompositeFont(const CObjectPtr& dictionary)
 {
-  const CObjectPtr descendant = dictionary["DescendantFonts"][0];
+  const CObjectPtr descendant = GetStandIn(dictionary["DescendantFonts"][0]);
   if (!descendant.IsDictionary())
     return nullptr;
   const BSE::CObjectPtr<CFont> pFont =
@@ -160,14 +161,16 @@ BSE::CObjectPtr<CFont> CFontRegistry::GetDefaultFont()
   return m_pDefault;
 }
 
-BSE::CObjectPtr<CFontDescriptor> CFontRegistry::GetDescriptor(const CObjectPtr& dictionary)
+BSE::CObjectPtr<CFontDescriptor> CFontRegistry::GetDescriptor(const CObjectPtr& object)
 {
+  const CObjectPtr dictionary = GetStandIn(object);
   return FindOrMake(m_descriptors, dictionary,
                     [&] { return BSE::CObjectPtr<CFontDescriptor>(new CFontDescriptor(dictionary)); });
 }
 
-CFontFile* CFontRegistry::GetFontFile(const CObjectPtr& stream)
+CFontFile* CFontRegistry::GetFontFile(const CObjectPtr& object)
 {
+  const CObjectPtr stream = GetStandIn(object);
   if (!stream.IsStream() || stream.GetObjNumber() <= 0)
     return nullptr;
   return FindOrMake(m_files, stream,
@@ -177,10 +180,11 @@ CFontFile* CFontRegistry::GetFontFile(const CObjectPtr& stream)
 
 BSE::CObjectPtr<CToUnicode> CFontRegistry::GetToUnicode(const CObjectPtr& object)
 {
-  if (!object)
+  const CObjectPtr map = GetStandIn(object);
+  if (!map)
     return nullptr;
-  return FindOrMake(m_toUnicode, object,
-                    [&] { return BSE::CObjectPtr<CToUnicode>(new CToUnicode(object, m_account)); });
+  return FindOrMake(m_toUnicode, map,
+                    [&] { return BSE::CObjectPtr<CToUnicode>(new CToUnicode(map, m_account)); });
 }
 
 BSE::CObjectPtr<CWidthTable> CFontRegistry::GetWidthTable(const CObjectPtr& array, int nPerCID)

@@ -9,15 +9,20 @@ namespace PDF
 class CDocument;
 
 // The fonts of a document, each made once, with what they share. Lives as long as anything that it gave out.
+// Who knows of objects that stand for others derives from it, and all is asked for by those.
 class CFontRegistry
 {
 public:
   explicit CFontRegistry(CDocument& document);
   CFontRegistry(const CFontRegistry&) = delete;
   CFontRegistry& operator=(const CFontRegistry&) = delete;
+  virtual ~CFontRegistry() = default;
+
+  // The object that stands for this one and all its duplicates.
+  virtual CObjectPtr GetStandIn(const CObjectPtr& object) const { return object; }
 
   // Fonts with equal dictionaries are one. Null, which is traced, for a dictionary that is no font.
-  BSE::CObjectPtr<CFont> CreateFont(const CObjectPtr& dictionary);
+  BSE::CObjectPtr<CFont> CreateFont(const CObjectPtr& object);
 
   // What text without a font is shown in: Helvetica, which is not in the file.
   BSE::CObjectPtr<CFont> GetDefaultFont();
@@ -39,10 +44,10 @@ public:
   CFontAccount& GetAccount() { return m_account; }
 
   // What stands for an object, which is the same for the same object.
-  BSE::CObjectPtr<CFontDescriptor> GetDescriptor(const CObjectPtr& dictionary);
+  BSE::CObjectPtr<CFontDescriptor> GetDescriptor(const CObjectPtr& object);
 
   // Borrowed; null if it is no stream.
-  CFontFile* GetFontFile(const CObjectPtr& stream);
+  CFontFile* GetFontFile(const CObjectPtr& object);
   BSE::CObjectPtr<CToUnicode> GetToUnicode(const CObjectPtr& object);
   BSE::CObjectPtr<CWidthTable> GetWidthTable(const CObjectPtr& array, int nPerCID);
 
