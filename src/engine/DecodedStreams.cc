@@ -26,6 +26,12 @@ bool CDecodedStreams::Take(int nNumber, CStreamDecoder& decoder)
   return true;
 }
 
+void CDecodedStreams::Remove(int nNumber)
+{
+  CStreamDecoder decoder;
+  Take(nNumber, decoder);
+}
+
 void CDecodedStreams::RemoveAll()
 {
   m_undecodable.RemoveAll();

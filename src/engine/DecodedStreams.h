@@ -26,6 +26,9 @@ public:
   // Puts a decoder into the state in which it was when the stream was added, but for the encoded bytes, of
   // which only the number is known, and forgets the stream. False if it is not there.
   bool Take(int nNumber, CStreamDecoder& decoder);
+
+  // Forgets the data of a stream, which has got others.
+  void Remove(int nNumber);
   void RemoveAll();
 
 private:

@@ -6,6 +6,7 @@
 #include "engine/BitonalStreamRecoder.h"
 #include "engine/ContentAnalysis.h"
 #include "engine/EqualObjectMerger.h"
+#include "engine/FontOptimizer.h"
 #include "engine/ImageOptimizer.h"
 #include "engine/JPEGStreamRecoder.h"
 #include "engine/RedundantObjectOptimizer.h"
@@ -238,6 +239,7 @@ bool COptimizer::RunSave(BSE::IByteStream* pStream, const TEncryption& encryptio
 {
   if (!Analyze())
     return false;
+  OptimizeFonts();
   if (m_input.GetConformance().IsArchival())
     DecideConformance();
   m_bLinearize = m_options.m_bLinearize;
@@ -295,11 +297,23 @@ void COptimizer::AnalyzeContent()
 {
   m_images.RemoveAll();
   m_pFonts.Reset();
+  m_bFontsDone = false;
   const bool bImages = WorksOnImages(m_options);
   if (WorksOnFonts(m_options))
     m_pFonts.Reset(new COptFontRegistry(m_input, m_standIns));
   if (bImages || m_pFonts)
     CContentAnalysis(m_input, m_standIns, m_images, m_pFonts.Get()).Run();
+}
+
+// Once for an open document, since the fonts of the input are changed.
+void COptimizer::OptimizeFonts()
+{
+  if (!m_pFonts || std::exchange(m_bFontsDone, true))
+    return;
+  CFontEditor editor(m_input, *m_pFonts, m_options, m_standIns, m_decoded);
+  CFontOptimizer optimizer(editor);
+  optimizer.Run();
+  m_bConformanceLost = m_bConformanceLost || optimizer.IsClaimLost();
 }
 
 void COptimizer::FindDuplicates()

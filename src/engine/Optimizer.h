@@ -98,6 +98,7 @@ private:
   bool CopyDocument(BSE::IByteStream* pStream, const TEncryption& encryption);
   void FindDuplicates();
   void AnalyzeContent();
+  void OptimizeFonts();
   bool CopyMask(const CObjectPtr& image, const char* szKey, const CObjectPtr& mask, const CObjectPtr& copy);
   void DecideConformance();
   bool IsClaimLost(CConformance conformance);
@@ -128,6 +129,7 @@ private:
   BSE::CScopedPtr<CFontRegistry> m_pFonts;
   CImageOptimizer* m_pImages = nullptr;  // during the copy, where there is such work
   bool m_bAnalyzed = false;
+  bool m_bFontsDone = false;
   bool m_bConformanceLost = false;
   bool m_bFilterSignedFields = false;  // inside the form
   bool m_bInFieldsArray = false;       // the next array is the form's list of fields

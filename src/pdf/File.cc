@@ -416,6 +416,7 @@ bool CFile::Close()
 
 void CFile::ReleaseAll()
 {
+  m_bEditable = false;
   m_reader.SetReleasing(true);
   m_state.DropTrailer();
   m_state.m_linearized = nullptr;

@@ -70,6 +70,11 @@ public:
   bool IsOpened() const { return m_state.m_bOpened; }
   bool IsWritable() const { return m_writer.GetOutput() != nullptr; }
 
+  // Lets objects of a file be changed that is not written to, until it is closed: a copy of it has the
+  // changes. What is changed stays in memory as long as somebody holds it.
+  void AllowEdits() { m_bEditable = true; }
+  bool IsEditable() const { return m_bEditable || IsWritable(); }
+
   // --- Objects
   // The object of a reference; null for a number outside 1 to the limit.
   CObjectPtr GetObject(int nObjNumber, int nGenNumber);
@@ -254,6 +259,7 @@ private:
   std::int64_t m_nAdmittedBytes = 0;  // copied from a source's streams
   int m_nErrors = 0;
   bool m_bLenient = false;
+  bool m_bEditable = false;
 };
 
 }  // namespace PDF

@@ -59,10 +59,11 @@ void CIndirectObject::OnAddContextInfo(BSE::IError& error)
     pProperties->Set("Object No.", m_nObjNumber);
 }
 
-// What is changed in an input is neither written nor safe: it is gone as soon as the object is unloaded.
+// What is changed in an input by mistake is neither written nor safe: it is gone as soon as the object is
+// unloaded.
 void CIndirectObject::CheckEdit()
 {
-  if (!m_pFile || m_pFile->IsWritable())
+  if (!m_pFile || m_pFile->IsEditable())
     return;
   assert(false && "an object of a file that is not written to is changed");
   if (BSE::CTracer::IsOn())

@@ -110,6 +110,10 @@ public:
   // Marks the glyphs that any reader could take for the characters that are used, in the program's table.
   virtual void MarkUsedGlyphs(CFontProgram& program) const = 0;
 
+  // Whether the dictionary is direct in some place where it is used, and so cannot be changed there.
+  bool HasDirectUse() const { return m_bDirectUse; }
+  void SetDirectUse() { m_bDirectUse = true; }
+
   unsigned m_nOptimizeState = 0;  // what passes note of the font
 
 protected:
@@ -146,6 +150,7 @@ private:
   mutable bool m_bToUnicodeRead = false;
   bool m_bOwnToUnicode = false;
   bool m_bAllGlyphsUsed = false;
+  bool m_bDirectUse = false;
 };
 
 // Simple fonts (ISO 32000-1, 9.6): codes of one byte.

@@ -55,8 +55,9 @@ CFontProgram* CFontFile::GetProgram(const char* szFont)
   if (std::exchange(m_bTried, true))
     return m_pProgram.Get();
   BSE::CBasicArray<unsigned char> data;
-  bool bWhole = false;
-  if (ReadStream(m_object, m_account, data, bWhole))
+  const bool bRead = ReadStream(m_object, m_account, data, m_bWhole);
+  m_nDataLength = data.GetSize();
+  if (bRead)
     m_pProgram = CFontProgram::Create(std::move(data), szFont, true, &m_reports);
   if (m_pProgram)
     return m_pProgram.Get();

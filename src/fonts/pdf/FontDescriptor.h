@@ -21,6 +21,8 @@ public:
   void OnReport(unsigned, const BSE::CErrorProperties*) override {}
   void OnAddContextInfo(BSE::IError&) override {}
 
+  bool IsEmpty() const { return m_losses.IsEmpty(); }
+
   // Reports the losses.
   void Release(BSE::IErrorContext* pContext);
 
@@ -42,6 +44,12 @@ public:
 
   // Borrowed; null if it cannot be read, which is reported with the name of the font that asked first.
   CFontProgram* GetProgram(const char* szFont);
+
+  // Whether the data and all of the program could be read, so that writing it anew loses nothing.
+  bool IsWhole() const { return m_bWhole && m_reports.IsEmpty(); }
+
+  // Bytes of the decoded data that the program was read from.
+  std::int64_t GetDataLength() const { return m_nDataLength; }
 
   // Gives the program away; it is not read again.
   BSE::CScopedPtr<CFontProgram> DetachProgram() { return std::move(m_pProgram); }
@@ -66,6 +74,8 @@ private:
   CHeldReports m_reports;  // outlives the program
   BSE::CScopedPtr<CFontProgram> m_pProgram;
   TFontFormat m_nFormat = eFormatUnknown;
+  std::int64_t m_nDataLength = 0;
+  bool m_bWhole = false;
   bool m_bFormatKnown = false;
   bool m_bTried = false;
 };

@@ -63,6 +63,8 @@ BSE::CObjectPtr<CFont> CFontRegistry::CreateFont(const CObjectPtr& object)
   {
     if (nNumber > 0)
       m_byNumber.SetAt(nNumber, pFont);
+    else
+      pFont->SetDirectUse();
     return pFont;
   }
   BSE::CObjectPtr<CFont> pFont = m_account.Charge(g_nFontSize) ? MakeFont(dictionary) : nullptr;
@@ -73,7 +75,10 @@ BSE::CObjectPtr<CFont> CFontRegistry::CreateFont(const CObjectPtr& object)
   if (nNumber > 0)
     m_byNumber.SetAt(nNumber, pFont.Get());
   else
+  {
     m_byAddress.SetAt(dictionary.Get(), pFont.Get());
+    pFont->SetDirectUse();
+  }
   return pFont;
 }
 

@@ -1,0 +1,60 @@
+#pragma once
+
+#include "engine/FontEditor.h"
+
+namespace PDF
+{
+
+// A font program with the fonts of the document that are drawn with it.
+class CFontUse : public BSE::CObject
+{
+public:
+  bool IsValid() const override { return true; }
+  CFontFile& GetFile() const { return *m_pFile; }
+
+  CFontFile* m_pFile = nullptr;
+  BSE::CPtrArray<CFont> m_fonts;  // in order of their first use
+  bool m_bFixed = false;          // the program cannot become one of another kind
+};
+
+// Rewrites the fonts of an input in place, before it is copied: programs keep the glyphs that are shown,
+// subsets of one program become one, and equal fonts too. Works on what the analysis has found of the fonts,
+// once for an open document. Nothing fails: a font that cannot be handled stays as it was.
+class CFontOptimizer
+{
+public:
+  // Borrows all. Edits may be null.
+  explicit CFontOptimizer(CFontEditor& editor);
+  CFontOptimizer(const CFontOptimizer&) = delete;
+  CFontOptimizer& operator=(const CFontOptimizer&) = delete;
+
+  void Run();
+
+  // Whether a claim of ISO 19005-1 cannot be kept, which wants the glyphs of some fonts listed.
+  bool IsClaimLost() const { return m_bClaimLost; }
+
+private:
+  void CollectUses();
+  void PrepareFonts();
+  void Prepare(CFontUse& use);
+  void CorrectDictionaries(CFontUse& use, const CFontProgram& program);
+  void StripWrapper(CFontUse& use);
+  void WriteBackFonts();
+  void UpdateNames(CFontUse& use);
+  void SimplifyFont(CFont& font);
+  void SimplifyEncoding(CFont& font);
+  void AddWidths(CFont& font);
+  void WriteProgram(CFontUse& use);
+  void Convert(CFontUse& use);
+  void SetKeys(CFontUse& use);
+  void DropGlyphLists(CFontUse& use);
+  void TraceResults();
+  bool KeepsClaim() const;
+
+  CFontEditor& m_editor;
+  const TOptimizerOptions& m_options;
+  BSE::CValueKeyObjectMap<const CFontFile*, CFontUse> m_uses;
+  bool m_bClaimLost = false;
+};
+
+}  // namespace PDF
