@@ -47,6 +47,14 @@ inline constexpr std::int64_t g_nFreeImageSamples = std::int64_t{64} << 20;
 #endif
 inline constexpr std::int64_t g_nImageSamplesRatio = 200;
 
+// Samples of all images that are extracted from a file, together: g_nMaxDecodeRatio times its length, beyond a
+// free amount of a hundred pages without a mark.
+#ifdef BREVEX_SMALL_LIMITS
+inline constexpr std::int64_t g_nFreeExtracted = std::int64_t{1} << 22;
+#else
+inline constexpr std::int64_t g_nFreeExtracted = std::int64_t{1} << 30;
+#endif
+
 // Decoded object streams that a file keeps in memory: any number of small ones, no more than a few large ones
 // while the objects are read in the order of the file, and more as streams have to be decoded again.
 inline constexpr std::int64_t g_nFreeCachedStreams = std::int64_t{8} << 20;

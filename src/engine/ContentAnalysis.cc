@@ -258,13 +258,18 @@ bool CContentAnalysis::AddPlace(const CObjectPtr& form, const TMatrix& matrix, c
 void CContentAnalysis::KeepImage(const CObjectPtr& image)
 {
   const CObjectPtr object = GetStandIn(image);
-  for (const CObjectPtr& kept : {object, GetStandIn(object["SMask"]), GetStandIn(object["Mask"])})
+  const auto keep = [&](const CObjectPtr& kept, TImageRole nRole)
   {
-    if (CImageRecord* pRecord = kept.IsStream() ? FindOrAdd(kept, eRolePainted) : nullptr)
+    if (CImageRecord* pRecord = kept.IsStream() ? FindOrAdd(kept, nRole) : nullptr)
       pRecord->m_bKeepAsIs = true;
     if (kept)
       kept->Unload();
-  }
+  };
+  const CObjectPtr soft = GetStandIn(object["SMask"]);
+  const CObjectPtr hard = GetStandIn(object["Mask"]);
+  keep(object, eRolePainted);
+  keep(soft, eRoleSoftMask);
+  keep(hard, eRoleMask);
 }
 
 void CContentAnalysis::KeepFont(const CObjectPtr& font)

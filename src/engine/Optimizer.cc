@@ -67,11 +67,11 @@ bool WorksOnImages(const TOptimizerOptions& options)
 }
 
 // Whether fonts are to be changed, and it has to be known what text shows of them.
-bool WorksOnFonts(const TOptimizerOptions& options)
+bool WorksOnFonts(const TOptimizerOptions& options, const CFontEdits& edits)
 {
   return options.m_bSubsetFonts || options.m_bMergeEmbeddedFonts || options.m_bMergeFonts ||
-         options.m_bRemoveStandardFonts || options.m_bConvertToCFF || options.m_bRenameFonts ||
-         options.m_bUnembedFonts || options.m_bEmbedFonts;
+         options.m_bRemoveStandardFonts || options.m_bConvertToCFF || edits.m_bRenameFonts ||
+         edits.m_bUnembedFonts || edits.m_bEmbedFonts;
 }
 
 // The fonts of the input as the copy will have them, without duplicates.
@@ -198,7 +198,10 @@ void COptimizer::ApplyVersion()
 bool COptimizer::Close()
 {
   if (m_input.IsOpened())
+  {
     ResetState();
+    m_fontEdits.RemoveAll();
+  }
   m_pFonts.Reset();
   m_standIns.RemoveAll();
   m_decoded.RemoveAll();
@@ -299,7 +302,7 @@ void COptimizer::AnalyzeContent()
   m_pFonts.Reset();
   m_bFontsDone = false;
   const bool bImages = WorksOnImages(m_options);
-  if (WorksOnFonts(m_options))
+  if (WorksOnFonts(m_options, m_fontEdits))
     m_pFonts.Reset(new COptFontRegistry(m_input, m_standIns));
   if (bImages || m_pFonts)
     CContentAnalysis(m_input, m_standIns, m_images, m_pFonts.Get()).Run();

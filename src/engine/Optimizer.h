@@ -3,6 +3,7 @@
 #include "document/DocumentCopier.h"
 #include "document/ObjectCopier.h"
 #include "engine/DecodedStreams.h"
+#include "engine/FontEdits.h"
 #include "engine/ImageRecord.h"
 #include "engine/ObjectStripper.h"
 #include "engine/OptimizerOptions.h"
@@ -41,6 +42,9 @@ public:
   TOptimizerOptions& GetOptions() { return m_options; }
   const TOptimizerOptions& GetOptions() const { return m_options; }
   void SetProfile(unsigned nProfile) { m_options.SetProfile(nProfile); }
+
+  // Requests for single fonts. They go when a document is closed.
+  CFontEdits& GetFontEdits() { return m_fontEdits; }
 
   // Closes what is open, then opens the input. The output starts with its conformance and version, or with
   // the version of the options where one is set. A null password is the empty one. False, reported and
@@ -123,6 +127,7 @@ private:
   CObjectPtr CloseUp(const CObjectPtr& source, const CObjectPtr& copy) const;
 
   TOptimizerOptions m_options;
+  CFontEdits m_fontEdits;
   CStandIns m_standIns;
   CDecodedStreams m_decoded;  // by the analysis, and not yet copied
   CImageRecords m_images;

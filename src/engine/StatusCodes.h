@@ -8,6 +8,9 @@ namespace PDF
 {
 
 inline constexpr unsigned g_nSignatureNotCopied = 0x0A1B8002U;
+inline constexpr unsigned g_nImageUnreadable = 0x0A178006U;
+inline constexpr unsigned g_nColorSpaceSubstituted = 0x06430403U;
+inline constexpr unsigned g_nMaskRemoved = 0x06430905U;
 inline constexpr unsigned g_nInvalidCompliance = 0x83410546U;
 
 }  // namespace PDF

@@ -257,6 +257,27 @@ bool CImage::FitsData()
          m_found.m_nBits == GetBitsPerComponent();
 }
 
+bool CImage::GetDataFormat(CSampleFormat& format)
+{
+  OpenData();
+  format = {GetColorSpace(), GetBitsPerComponent(), GetWidth(), GetHeight()};
+  if (m_found.m_nWidth > 0)
+  {
+    const bool bRows = BSE::GetBitRowSize(m_found.m_nWidth) == BSE::GetBitRowSize(format.nWidth);
+    if (m_found.m_nBits == 8 || !bRows)
+      format.nWidth = m_found.m_nWidth;
+    format.nHeight = m_found.m_nHeight > 0 ? m_found.m_nHeight : format.nHeight;
+    format.nBitsPerComponent = m_found.m_nBits;
+    if (!format.pColorSpace || format.GetComponents() != m_found.m_nComponents)
+      format.pColorSpace = m_pSpaces->GetDevice(m_found.m_nComponents);
+  }
+  const bool bIndexed = format.pColorSpace && format.pColorSpace->GetIndexed();
+  if (format.pColorSpace && format.IsUsable() && !(bIndexed && format.nBitsPerComponent > 8))
+    return true;
+  BSE::CTracer::Trace("I", "PDF Image", "The form of the samples of an image is not known.");
+  return false;
+}
+
 const char* CImage::FindObstacle()
 {
   const CSampleFormat format = {GetColorSpace(), GetBitsPerComponent(), GetWidth(), GetHeight()};

@@ -67,6 +67,11 @@ public:
   // 0 where size or depth are out of bounds.
   std::int64_t GetRowBytes();
 
+  // The form of the samples of GetStream. Where the decoder of a picture knows better than the dictionary it
+  // is the decoder's, with colours of a device if there are others than the image's colour space has. False,
+  // which has been traced, if nobody knows it or it is out of bounds.
+  bool GetDataFormat(CSampleFormat& format);
+
   // The samples, made once and kept; null if they cannot be had.
   BSE::IByteStream* GetStream();
   TDecode GetDecode();

@@ -47,6 +47,10 @@ static const TFunction g_functions[] = {
     NAME(BrevexGetReportTextA),
     NAME(BrevexGetReportTextW),
     NAME(BrevexGetLossCount),
+    NAME(BrevexRenameFontA),
+    NAME(BrevexRenameFontW),
+    NAME(BrevexUnembedFontA),
+    NAME(BrevexUnembedFontW),
 #include "OptionNames.inc"
 };
 

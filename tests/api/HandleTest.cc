@@ -10,6 +10,8 @@
 #include "api/MessageTable.h"
 #include "api/OptimizerHandle.h"
 #include "api/TextArgument.h"
+#include "tests/support/Samples.h"
+#include "tests/support/Saver.h"
 
 namespace
 {
@@ -112,6 +114,34 @@ TEST_F(Handle, TextsSetFromNull)
   text.Set(static_cast<const char16_t*>(nullptr));
   EXPECT_EQ(text.GetA(), nullptr);
   EXPECT_EQ(text.GetW(), nullptr);
+}
+
+TEST_F(Handle, FontEditsAreKeptUntilTheDocumentIsClosed)
+{
+  Support::CSaver saver;
+  TBrevexHandle* p = saver.Get();
+  const PDF::CFontEdits& edits = p->GetOptimizer().GetFontEdits();
+  EXPECT_TRUE(BrevexRenameFontA(p,
+                                "Stra\xC3\x9F"
+                                "e",
+                                "Weg"));
+  EXPECT_TRUE(BrevexUnembedFontW(p, u"Stra\u00DFe"));
+  EXPECT_EQ(edits.GetCount(), 1);
+  EXPECT_FALSE(BrevexUnembedFontW(p, std::u16string(129, u'\u00DF').c_str())) << "258 bytes";
+  EXPECT_FALSE(BrevexUnembedFontA(p, "a\xFF"));
+  EXPECT_FALSE(BrevexUnembedFontA(p, nullptr));
+  EXPECT_FALSE(BrevexRenameFontA(p, "Weg", nullptr));
+  EXPECT_FALSE(BrevexRenameFontA(nullptr, "a", "b"));
+  EXPECT_EQ(saver.GetCode(), 0U);
+  BrevexSetProfile(p, BREVEX_PROFILE_WEB);
+  EXPECT_TRUE(saver.Open(Support::MakePlainSample().sPdf));
+  EXPECT_TRUE(saver.Save().has_value());
+  const PDF::CFontEdit* pEdit = edits.Find(
+      "Stra\xC3\x9F"
+      "e");
+  EXPECT_TRUE(pEdit != nullptr && pEdit->m_bRename && pEdit->m_bUnembed);
+  EXPECT_TRUE(BrevexClose(p));
+  EXPECT_EQ(edits.GetCount(), 0);
 }
 
 TEST_F(Handle, ColourEngineIsCut)

@@ -95,26 +95,33 @@ void AddProfile(CLI::App& app, TOptimizeOptions& options)
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
 }
 
+// A flag that may be repeated, of two texts with "=" between. Asks for more than a smaller file.
+CLI::Option* AddPairs(CLI::App& app, const char* szName, const char* szForm, const char* szHelp,
+                      std::vector<std::pair<std::string, std::string>>& pairs, bool& bAllowLarger)
+{
+  const auto take = [szName, szForm, &pairs, &bAllowLarger](const std::vector<std::string>& texts)
+  {
+    for (const std::string& s : texts)
+    {
+      const size_t nEquals = s.find('=');
+      if (nEquals == 0 || nEquals == std::string::npos)
+      {
+        throw CLI::ValidationError(szName, "'" + s + "' is not " + szForm);
+      }
+      pairs.emplace_back(s.substr(0, nEquals), s.substr(nEquals + 1));
+      bAllowLarger = true;
+    }
+  };
+  return app.add_option_function<std::vector<std::string>>(szName, take, szHelp)
+      ->type_name(szForm)
+      ->allow_extra_args(false);
+}
+
 void AddDocument(CLI::App& app, TOptimizeOptions& options)
 {
-  app.add_option_function<std::vector<std::string>>(
-         "--info",
-         [&](const std::vector<std::string>& entries)
-         {
-           for (const std::string& s : entries)
-           {
-             const size_t nEquals = s.find('=');
-             if (nEquals == 0 || nEquals == std::string::npos)
-             {
-               throw CLI::ValidationError("--info", "'" + s + "' is not KEY=VALUE");
-             }
-             options.infoEntries.emplace_back(s.substr(0, nEquals), s.substr(nEquals + 1));
-             options.bAllowLarger = true;
-           }
-         },
-         "Set an entry of the document information, such as Title=Report; may be repeated")
-      ->type_name("KEY=VALUE")
-      ->allow_extra_args(false);
+  AddPairs(app, "--info", "KEY=VALUE",
+           "Set an entry of the document information, such as Title=Report; may be repeated",
+           options.infoEntries, options.bAllowLarger);
   app.add_option("--cms-engine", options.sColorEngine,
                  "Colour management: lcms, none, neugebauer, or a file of primaries")
       ->type_name("NAME");
@@ -122,6 +129,48 @@ void AddDocument(CLI::App& app, TOptimizeOptions& options)
       "--allow-larger", options.bAllowLarger,
       "Keep a result that is not smaller than the input. Implied by what asks for more than a smaller "
       "file: --linearize, --info, --strip, a --pdf-version, encryption and the like");
+}
+
+// The library takes names of up to 256 bytes that are not empty.
+void CheckFontName(const char* szFlag, const std::string& sName)
+{
+  const size_t nLength = ToUtf8(ToUtf16(sName).c_str()).size();
+  if (nLength == 0 || nLength > 256)
+  {
+    throw CLI::ValidationError(szFlag, "'" + sName + "' is no name of a font");
+  }
+}
+
+void AddFonts(CLI::App& app, TOptimizeOptions& options)
+{
+  AddPairs(app, "--rename-font", "OLD=NEW",
+           "Give the fonts of a name another one; may be repeated (no effect yet)", options.fontNames,
+           options.bAllowLarger)
+      ->group("Fonts");
+  app.add_option_function<std::vector<std::string>>(
+         "--unembed-font",
+         [&](const std::vector<std::string>& names)
+         {
+           options.unembeddedFonts.insert(options.unembeddedFonts.end(), names.begin(), names.end());
+           options.bAllowLarger = true;
+         },
+         "Take out the programs of the fonts of a name, * for all; may be repeated (no effect yet)")
+      ->type_name("FONT")
+      ->group("Fonts")
+      ->allow_extra_args(false);
+}
+
+void CheckFonts(const TOptimizeOptions& options)
+{
+  for (const auto& [sOld, sNew] : options.fontNames)
+  {
+    CheckFontName("--rename-font", sOld);
+    CheckFontName("--rename-font", sNew);
+  }
+  for (const std::string& sName : options.unembeddedFonts)
+  {
+    CheckFontName("--unembed-font", sName);
+  }
 }
 
 void AddFiles(CLI::App& app, TOptimizeOptions& options)
@@ -193,6 +242,7 @@ void AddOptimize(CLI::App& app, TOptimizeOptions& options)
   {
     AddSetting(app, flag, options);
   }
+  AddFonts(app, options);
 }
 
 void AddInfo(CLI::App& app, TInfoOptions& options)
@@ -242,6 +292,7 @@ std::optional<TCommand> ParseCommandLine(std::vector<std::string> arguments, TEx
       encryption.Finish();
       command.optimize.bAllowLarger |= command.optimize.encryption.protection != TProtection::Keep;
       CheckFiles(command.optimize);
+      CheckFonts(command.optimize);
     }
     command.verb = pInfo->parsed() ? TVerb::Info : TVerb::Optimize;
     return command;

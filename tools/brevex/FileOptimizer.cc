@@ -58,6 +58,22 @@ void SetVersion(const CHandle& handle, const TOptimizeOptions& options)
   }
 }
 
+void SetRequests(const CHandle& handle, const TOptimizeOptions& options)
+{
+  for (const auto& [sKey, sValue] : options.infoEntries)
+  {
+    BrevexSetInfoEntryW(handle.Get(), ToUtf16(sKey).c_str(), ToUtf16(sValue).c_str());
+  }
+  for (const auto& [sOld, sNew] : options.fontNames)
+  {
+    BrevexRenameFontW(handle.Get(), ToUtf16(sOld).c_str(), ToUtf16(sNew).c_str());
+  }
+  for (const std::string& sName : options.unembeddedFonts)
+  {
+    BrevexUnembedFontW(handle.Get(), ToUtf16(sName).c_str());
+  }
+}
+
 // A text as the narrow functions take it: file names go through them as bytes, passwords as UTF-8 with its
 // mark.
 std::string MarkPassword(const std::optional<std::string>& sPassword)
@@ -176,10 +192,7 @@ void CFileOptimizer::Optimize(const TTask& task, TFileResult& result) const
 
   const CHandle handle;
   ApplyOptions(handle.Get(), m_options);
-  for (const auto& [sKey, sValue] : m_options.infoEntries)
-  {
-    BrevexSetInfoEntryW(handle.Get(), ToUtf16(sKey).c_str(), ToUtf16(sValue).c_str());
-  }
+  SetRequests(handle, m_options);
   result.losses = GetLosses(handle.Get());
   SetVersion(handle, m_options);
 

@@ -28,6 +28,8 @@ struct TOptimizeOptions
   std::string sPdfVersion = "auto";  // also "keep", or a version
   std::vector<std::function<void(TBrevexHandle*)>> settings;
   std::vector<std::pair<std::string, std::string>> infoEntries;
+  std::vector<std::pair<std::string, std::string>> fontNames;  // old and new
+  std::vector<std::string> unembeddedFonts;
   std::optional<std::string> sPassword;
   TEncryptionOptions encryption;
   std::string sColorEngine;

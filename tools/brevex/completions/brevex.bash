@@ -95,6 +95,12 @@ _brevex()
     --strip)
       _brevex_list "threads metadata piece-info structure thumbnails spider alternates forms links annots output-intents hidden-annots none all" "$current"
       return ;;
+    --rename-font)
+      :
+      return ;;
+    --unembed-font)
+      :
+      return ;;
     --effort)
       :
       return ;;
@@ -138,14 +144,14 @@ _brevex()
       --flatten-signature-fields --no-flatten-signature-fields --flatten-signed-fields
       --no-flatten-signed-fields --remove-standard-fonts --no-remove-standard-fonts
       --remove-non-symbolic-fonts --no-remove-non-symbolic-fonts --subset-fonts --no-subset-fonts
-      --merge-embedded-fonts --no-merge-embedded-fonts --convert-to-cff --no-convert-to-cff --lenient-opening
-      --no-lenient-opening --remove-redundant-objects --no-remove-redundant-objects --merge-equal
-      --no-merge-equal --recompress-streams --no-recompress-streams --effort --recode-jpeg --no-recode-jpeg
-      --recode-bitonal --no-recode-bitonal --recode-samples --no-recode-samples --optimize-resources
-      --no-optimize-resources --auto-linearize --no-auto-linearize --linearize --no-linearize --extract-images
-      --no-extract-images --extract-fonts --no-extract-fonts --password --password-file --user-password
-      --user-password-file --owner-password --owner-password-file --encryption --permissions --decrypt
-      --version"
+      --merge-embedded-fonts --no-merge-embedded-fonts --convert-to-cff --no-convert-to-cff --rename-font
+      --unembed-font --lenient-opening --no-lenient-opening --remove-redundant-objects
+      --no-remove-redundant-objects --merge-equal --no-merge-equal --recompress-streams
+      --no-recompress-streams --effort --recode-jpeg --no-recode-jpeg --recode-bitonal --no-recode-bitonal
+      --recode-samples --no-recode-samples --optimize-resources --no-optimize-resources --auto-linearize
+      --no-auto-linearize --linearize --no-linearize --extract-images --no-extract-images --extract-fonts
+      --no-extract-fonts --password --password-file --user-password --user-password-file --owner-password
+      --owner-password-file --encryption --permissions --decrypt --version"
     mapfile -t COMPREPLY < <(compgen -W "$flags" -- "$current")
     return
   fi

@@ -66,6 +66,8 @@ complete -c brevex -l merge-embedded-fonts -d 'Merge embedded programs of the sa
 complete -c brevex -l no-merge-embedded-fonts -d 'Merge embedded programs of the same font (no effect yet)'
 complete -c brevex -l convert-to-cff -d 'Convert Type 1 font programs to the compact font format (no effect yet)'
 complete -c brevex -l no-convert-to-cff -d 'Convert Type 1 font programs to the compact font format (no effect yet)'
+complete -c brevex -l rename-font -x -d 'Give the fonts of a name another one'
+complete -c brevex -l unembed-font -x -d 'Take out the programs of the fonts of a name, * for all'
 complete -c brevex -l lenient-opening -d 'Open files without a header, trailer or catalogue where pages are found (the default)'
 complete -c brevex -l no-lenient-opening -d 'Open files without a header, trailer or catalogue where pages are found (the default)'
 complete -c brevex -l remove-redundant-objects -d 'Merge equal objects'
