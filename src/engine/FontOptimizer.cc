@@ -5,9 +5,12 @@
 
 #include "engine/FontOptimizer.h"
 
+#include "base/Limits.h"
 #include "base/MemoryStream.h"
 #include "base/Tracer.h"
 #include "document/Document.h"
+#include "engine/Deflater.h"
+#include "engine/FontProgramMerger.h"
 #include "fonts/pdf/CompositeFont.h"
 #include "pdf/ArrayObject.h"
 #include "pdf/DictionaryObject.h"
@@ -19,6 +22,9 @@ namespace PDF
 
 namespace
 {
+
+// One part in so many less needs no proof.
+constexpr int g_nClearGain = 8;
 
 constexpr const char* g_fileKeys[] = {"FontFile", "FontFile2", "FontFile3"};
 
@@ -37,9 +43,6 @@ constexpr struct
                    {eFileMergedAway, "merged fp dup, "}, {eFileToCFF, "conv to CFF, "},
                    {eFileToType1, "conv to T1, "},       {eFileUpdated, "updated, "}};
 
-// Fonts that are not any more what they were, or are not to be touched.
-constexpr unsigned g_nGone = eFontUnembedded | eFontMergedAway | eFontReplaced;
-
 void SetName(const CObjectPtr& dictionary, const char* szKey, const char* szName)
 {
   if (dictionary && !dictionary[szKey].IsName(szName))
@@ -54,6 +57,8 @@ void CFontOptimizer::Run()
 {
   CollectUses();
   PrepareFonts();
+  if (m_options.m_bMergeEmbeddedFonts)
+    CFontProgramMerger(m_editor, m_uses).Run();
   WriteBackFonts();
   TraceResults();
 }
@@ -64,13 +69,12 @@ void CFontOptimizer::CollectUses()
   {
     CFont& font = *m_editor.GetFonts().GetFont(i);
     CFontFile* pFile = font.GetFontFile();
-    if (!pFile || font.IsType3() || (font.m_nOptimizeState & g_nGone) != 0)
+    if (!pFile || font.IsType3() || (font.m_nOptimizeState & g_nFontGone) != 0)
       continue;
     CFontUse* pUse = m_uses.Find(pFile);
     if (!pUse)
     {
-      const BSE::CObjectPtr<CFontUse> pNew(new CFontUse);
-      pNew->m_pFile = pFile;
+      const BSE::CObjectPtr<CFontUse> pNew(new CFontUse(*pFile));
       m_uses.SetAt(pFile, pNew.Get());
       pUse = pNew.Get();
     }
@@ -121,6 +125,7 @@ void CFontOptimizer::Prepare(CFontUse& use)
     return;
   if (nUsage == eFileUsedByCID && pProgram->GetKind() == eFontType1C && !pProgram->IsCIDKeyed() &&
       pProgram->MakeCIDKeyed())
+    // Nothing else has changed with it, so that the program of the input would do as well.
     file.m_nOptimizeState |= eFileUpdated;
   if (m_options.m_bSubsetFonts && (file.m_nOptimizeState & (eFileWhole | eFileDropped)) == 0 &&
       pProgram->CanSubset() && pProgram->Subset(nUsage))
@@ -178,6 +183,7 @@ void CFontOptimizer::StripWrapper(CFontUse& use)
     SetName(holder, "Subtype", pFont->IsComposite() ? "CIDFontType0" : "Type1");
     holder.DeleteEntry("CIDToGIDMap");
   }
+  use.m_bNeeded = true;
   file.SetProgram(std::move(pBare));
   file.m_nOptimizeState |= eFileUpdated;
 }
@@ -200,7 +206,7 @@ void CFontOptimizer::WriteBackFonts()
   }
   for (int i = 0; i < m_editor.GetFonts().GetFontCount(); ++i)
     if (CFont& font = *m_editor.GetFonts().GetFont(i);
-        !font.IsType3() && (font.m_nOptimizeState & g_nGone) == 0)
+        !font.IsType3() && (font.m_nOptimizeState & g_nFontGone) == 0)
       SimplifyFont(font);
 }
 
@@ -223,6 +229,28 @@ void CFontOptimizer::Convert(CFontUse& use)
   }
 }
 
+// What is hardly shorter by itself may be longer once both are compressed.
+bool CFontOptimizer::IsWorthWriting(CFontFile& file, CFontProgram& program)
+{
+  const BSE::CObjectPtr<BSE::CMemoryStream> pData(new BSE::CMemoryStream);
+  BSE::CBasicArray<unsigned char> data;
+  if (!program.Write(*pData, file.m_nOptimizeState & eFileUsage, nullptr) || !pData->Rewind() ||
+      !pData->ReadToArray(data))
+    return false;
+  if (data.GetSize() < file.GetDataLength() / g_nClearGain * (g_nClearGain - 1))
+    return true;
+  BSE::CBasicArray<unsigned char> before;
+  const BSE::CObjectPtr<BSE::IByteStream> pBefore = file.GetObject().GetDecodedStream();
+  if (!pBefore || !pBefore->ReadToArray(before, BSE::g_nMaxDecodedSize))
+    return false;
+  CDeflater deflater(m_options.m_nEffort);
+  CByteBuffer encoded;
+  const auto nBound = deflater.GetBound(before.GetSpan().size()) + 1;
+  if (!deflater.Deflate(before.GetSpan(), nBound, encoded))
+    return true;
+  return deflater.Deflate(data.GetSpan(), encoded.GetSize(), encoded);
+}
+
 void CFontOptimizer::WriteProgram(CFontUse& use)
 {
   CFontFile& file = use.GetFile();
@@ -233,10 +261,12 @@ void CFontOptimizer::WriteProgram(CFontUse& use)
   CFontProgram* pProgram = file.GetProgram(nullptr);
   const bool bCID = (nState & eFileUsedByCID) != 0;
   const CObjectPtr stream = file.GetObject();
-  if (!pProgram || !CFontEditor::Edit(stream) ||
+  const bool bNeeded = (nState & eFileMerged) != 0 || use.m_bNeeded;
+  if (!pProgram || (!bNeeded && !IsWorthWriting(file, *pProgram)) || !CFontEditor::Edit(stream) ||
       !file.WriteProgram(*pProgram, bCID, nState & eFileUsage, "FlateDecode", stream))
   {
     nState &= ~nChanged;
+    file.DetachProgram();
     return;
   }
   m_editor.ForgetData(stream);

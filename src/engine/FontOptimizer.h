@@ -1,21 +1,10 @@
 #pragma once
 
 #include "engine/FontEditor.h"
+#include "engine/FontUse.h"
 
 namespace PDF
 {
-
-// A font program with the fonts of the document that are drawn with it.
-class CFontUse : public BSE::CObject
-{
-public:
-  bool IsValid() const override { return true; }
-  CFontFile& GetFile() const { return *m_pFile; }
-
-  CFontFile* m_pFile = nullptr;
-  BSE::CPtrArray<CFont> m_fonts;  // in order of their first use
-  bool m_bFixed = false;          // the program cannot become one of another kind
-};
 
 // Rewrites the fonts of an input in place, before it is copied: programs keep the glyphs that are shown,
 // subsets of one program become one, and equal fonts too. Works on what the analysis has found of the fonts,
@@ -44,6 +33,7 @@ private:
   void SimplifyFont(CFont& font);
   void SimplifyEncoding(CFont& font);
   void AddWidths(CFont& font);
+  bool IsWorthWriting(CFontFile& file, CFontProgram& program);
   void WriteProgram(CFontUse& use);
   void Convert(CFontUse& use);
   void SetKeys(CFontUse& use);
@@ -53,7 +43,7 @@ private:
 
   CFontEditor& m_editor;
   const TOptimizerOptions& m_options;
-  BSE::CValueKeyObjectMap<const CFontFile*, CFontUse> m_uses;
+  CFontUses m_uses;
   bool m_bClaimLost = false;
 };
 

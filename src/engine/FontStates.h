@@ -15,6 +15,9 @@ enum TFontState : unsigned
   eFontReplaced = 64  // by a standard font
 };
 
+// Fonts that are not any more what they were, or have no program.
+inline constexpr unsigned g_nFontGone = eFontUnembedded | eFontMergedAway | eFontReplaced;
+
 // What they note of a font program, in CFontFile::m_nOptimizeState. The first four are the usage that the
 // program is told.
 enum TFontFileState : unsigned

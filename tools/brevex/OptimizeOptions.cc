@@ -16,7 +16,6 @@ void SetLossless(TBrevexHandle* pHandle)
   BrevexSetIndexedCompressions(pHandle, 0);
   BrevexSetClipImages(pHandle, 0);
   BrevexSetReduceColorComplexity(pHandle, 0);
-  BrevexSetConvertToCFF(pHandle, 0);
   BrevexSetStrip(pHandle, 0);
 }
 
