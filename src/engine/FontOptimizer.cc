@@ -11,6 +11,8 @@
 #include "document/Document.h"
 #include "engine/Deflater.h"
 #include "engine/FontProgramMerger.h"
+#include "engine/FontUnembedder.h"
+#include "engine/StandardFontReplacer.h"
 #include "fonts/pdf/CompositeFont.h"
 #include "pdf/ArrayObject.h"
 #include "pdf/DictionaryObject.h"
@@ -51,14 +53,23 @@ void SetName(const CObjectPtr& dictionary, const char* szKey, const char* szName
 
 }  // namespace
 
-CFontOptimizer::CFontOptimizer(CFontEditor& editor) : m_editor(editor), m_options(editor.GetOptions()) {}
+CFontOptimizer::CFontOptimizer(CFontEditor& editor, const CFontEdits& edits)
+    : m_editor(editor), m_edits(edits), m_options(editor.GetOptions())
+{
+}
 
 void CFontOptimizer::Run()
 {
+  if (m_edits.m_bUnembedFonts)
+    CFontUnembedder(m_editor, m_edits).Run();
+  if (m_options.m_bRemoveStandardFonts)
+    CStandardFontReplacer(m_editor).Run();
   CollectUses();
   PrepareFonts();
   if (m_options.m_bMergeEmbeddedFonts)
     CFontProgramMerger(m_editor, m_uses).Run();
+  if (m_edits.m_bRenameFonts)
+    RenameFonts();
   WriteBackFonts();
   TraceResults();
 }
@@ -186,6 +197,29 @@ void CFontOptimizer::StripWrapper(CFontUse& use)
   use.m_bNeeded = true;
   file.SetProgram(std::move(pBare));
   file.m_nOptimizeState |= eFileUpdated;
+}
+
+void CFontOptimizer::RenameFonts()
+{
+  for (int i = 0; i < m_editor.GetFonts().GetFontCount(); ++i)
+  {
+    CFont& font = *m_editor.GetFonts().GetFont(i);
+    const CFontEdit* pEdit = m_edits.Find(GetPlainName(font));
+    if (!pEdit || !pEdit->m_bRename || font.IsType3() || (font.m_nOptimizeState & eFontReplaced) != 0)
+      continue;
+    const CObjectPtr object = m_editor.EditFont(font);
+    if (!object)
+    {
+      if (BSE::CTracer::IsOn())
+        BSE::CTracer::Trace("I", "PDF Optimizer", "Font \"%s\" keeps its name.", font.GetBaseName());
+      continue;
+    }
+    const char* szName = pEdit->m_sNewName.GetText();
+    SetName(m_editor.EditDescriptor(font), "FontName", szName);
+    SetName(m_editor.EditDescendant(font), "BaseFont", szName);
+    SetName(object, "BaseFont", szName);
+    font.m_nOptimizeState |= eFontRenamed;
+  }
 }
 
 void CFontOptimizer::WriteBackFonts()

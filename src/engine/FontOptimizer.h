@@ -1,6 +1,7 @@
 #pragma once
 
 #include "engine/FontEditor.h"
+#include "engine/FontEdits.h"
 #include "engine/FontUse.h"
 
 namespace PDF
@@ -12,8 +13,8 @@ namespace PDF
 class CFontOptimizer
 {
 public:
-  // Borrows all. Edits may be null.
-  explicit CFontOptimizer(CFontEditor& editor);
+  // Borrows both.
+  CFontOptimizer(CFontEditor& editor, const CFontEdits& edits);
   CFontOptimizer(const CFontOptimizer&) = delete;
   CFontOptimizer& operator=(const CFontOptimizer&) = delete;
 
@@ -28,6 +29,7 @@ private:
   void Prepare(CFontUse& use);
   void CorrectDictionaries(CFontUse& use, const CFontProgram& program);
   void StripWrapper(CFontUse& use);
+  void RenameFonts();
   void WriteBackFonts();
   void UpdateNames(CFontUse& use);
   void SimplifyFont(CFont& font);
@@ -42,6 +44,7 @@ private:
   bool KeepsClaim() const;
 
   CFontEditor& m_editor;
+  const CFontEdits& m_edits;
   const TOptimizerOptions& m_options;
   CFontUses m_uses;
   bool m_bClaimLost = false;

@@ -314,7 +314,7 @@ void COptimizer::OptimizeFonts()
   if (!m_pFonts || std::exchange(m_bFontsDone, true))
     return;
   CFontEditor editor(m_input, *m_pFonts, m_options, m_standIns, m_decoded);
-  CFontOptimizer optimizer(editor);
+  CFontOptimizer optimizer(editor, m_fontEdits);
   optimizer.Run();
   m_bConformanceLost = m_bConformanceLost || optimizer.IsClaimLost();
 }

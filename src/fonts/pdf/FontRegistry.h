@@ -24,6 +24,9 @@ public:
   // Fonts with equal dictionaries are one. Null, which is traced, for a dictionary that is no font.
   BSE::CObjectPtr<CFont> CreateFont(const CObjectPtr& object);
 
+  // The same for a dictionary that is in no file, and is not among the fonts that were asked for.
+  BSE::CObjectPtr<CFont> MakeUnlisted(const CObjectPtr& dictionary) { return MakeFont(dictionary); }
+
   // What text without a font is shown in: Helvetica, which is not in the file.
   BSE::CObjectPtr<CFont> GetDefaultFont();
 
