@@ -10,6 +10,7 @@
 #include "base/Tracer.h"
 #include "document/Document.h"
 #include "engine/Deflater.h"
+#include "engine/FontMerger.h"
 #include "engine/FontProgramMerger.h"
 #include "engine/FontUnembedder.h"
 #include "engine/StandardFontReplacer.h"
@@ -68,6 +69,8 @@ void CFontOptimizer::Run()
   PrepareFonts();
   if (m_options.m_bMergeEmbeddedFonts)
     CFontProgramMerger(m_editor, m_uses).Run();
+  if (m_options.m_bMergeFonts)
+    CFontMerger(m_editor).Run();
   if (m_edits.m_bRenameFonts)
     RenameFonts();
   WriteBackFonts();
