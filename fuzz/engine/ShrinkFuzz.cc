@@ -16,7 +16,8 @@ namespace
 
 constexpr std::int64_t g_nMaxCompared = 1 << 20;
 
-// The first decoded bytes of the contents of a page, those of each stream in its turn.
+// The first decoded bytes of the contents of a page, those of each stream in its turn. The metadata of the
+// document are brought up to date for all that refer to them, so that they do not count.
 std::vector<unsigned char> ReadContents(PDF::CDocument& document, int nPage)
 {
   std::vector<unsigned char> bytes;
@@ -25,6 +26,8 @@ std::vector<unsigned char> ReadContents(PDF::CDocument& document, int nPage)
   for (int i = 0; i < nParts && std::ssize(bytes) < g_nMaxCompared; ++i)
   {
     const PDF::CObjectPtr part = contents.IsArray() ? contents[i] : contents;
+    if (part.IsStream() && part == document.GetCatalog()["Metadata"])
+      continue;
     const BSE::CObjectPtr<BSE::IByteStream> pData = part.IsStream() ? part.GetDecodedStream() : nullptr;
     unsigned char piece[4096];
     for (std::int64_t nRead = 1; pData && nRead > 0 && std::ssize(bytes) < g_nMaxCompared;)
