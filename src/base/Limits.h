@@ -47,8 +47,8 @@ inline constexpr std::int64_t g_nFreeImageSamples = std::int64_t{64} << 20;
 #endif
 inline constexpr std::int64_t g_nImageSamplesRatio = 200;
 
-// Samples of all images that are extracted from a file, together: g_nMaxDecodeRatio times its length, beyond a
-// free amount of a hundred pages without a mark.
+// Samples of all images that are extracted from a file, together: g_nMaxDecodeRatio times its length, beyond
+// a free amount of a hundred pages without a mark.
 #ifdef BREVEX_SMALL_LIMITS
 inline constexpr std::int64_t g_nFreeExtracted = std::int64_t{1} << 22;
 #else
