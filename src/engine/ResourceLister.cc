@@ -1,5 +1,6 @@
 #include "engine/ResourceLister.h"
 
+#include "engine/FontStates.h"
 #include "pdf/File.h"
 
 #include <algorithm>
@@ -11,9 +12,6 @@ namespace PDF
 
 namespace
 {
-
-// In CFont::m_nOptimizeState: the font has become another one.
-constexpr unsigned g_nMergedAway = 8;
 
 constexpr int g_nPrefix = 7;  // of a subset: six letters and '+'
 
@@ -123,7 +121,7 @@ void CResourceLister::ListFonts(const CFontRegistry& fonts)
   m_listing.Write(
       CListingRow().AddText("FontName, FontType, Encoding, IsCID, IsEmbedded, IsSubsetted, Filename\n"));
   for (int i = 0; i < fonts.GetFontCount(); ++i)
-    if (const CFont& font = *fonts.GetFont(i); (font.m_nOptimizeState & g_nMergedAway) == 0)
+    if (const CFont& font = *fonts.GetFont(i); (font.m_nOptimizeState & eFontMergedAway) == 0)
       ListFont(font);
 }
 

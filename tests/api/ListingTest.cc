@@ -51,7 +51,8 @@ struct TDocument
     const std::string sFonts =
         "/Font<</A " + addFont("/Subtype/Type1/BaseFont/Helvetica/Encoding/WinAnsiEncoding") + "/B " +
         addFont("/Subtype/Type1/BaseFont/ABCDEF+Own/Encoding/MacRomanEncoding" + sDescriptor) + "/C " +
-        addFont("/Subtype/Type1/BaseFont/Own#22,#0A#23#FF#25s/Encoding/WinAnsiEncoding" + sDescriptor) + "/D " +
+        addFont("/Subtype/Type1/BaseFont/Own#22,#0A#23#FF#25s/Encoding/WinAnsiEncoding" + sDescriptor) +
+        "/D " +
         addFont(
             "/Subtype/Type3/FontBBox[0 0 1 1]/FontMatrix[1 0 0 1 0 0]/CharProcs<<>>/Encoding<<>>/FirstChar "
             "0/LastChar 0/Widths[1]") +
