@@ -217,7 +217,8 @@ typedef struct TBrevexEncryption
 enum TBrevexStep
 {
   BREVEX_STEP_OPEN = 1,
-  BREVEX_STEP_SAVE = 2
+  BREVEX_STEP_SAVE = 2,
+  BREVEX_STEP_LIST = 3
 };
 
 /* How grave a status code is, whatever it meant for the result. */
@@ -236,7 +237,8 @@ enum TBrevexConsequence
   BREVEX_CONSEQUENCE_END = 2   /* the reason for which an operation, or an optional part of it, gave up */
 };
 
-/* One report of the last open or save, from BrevexGetReport. Later versions may add members at the end. */
+/* One report of the last open, save or listing, from BrevexGetReport. Later versions may add members at the
+ * end. */
 typedef struct TBrevexReport
 {
   uint32_t nSize;    /* bytes of the record: set by the caller to sizeof(TBrevexReport), then by the library
@@ -436,11 +438,10 @@ BREVEX_API const TBrevexChar* BrevexGetErrorMessageW(TBrevexHandle* pHandle);
 
 /* The status code of the last report cannot tell what has become of a document: later reports hide earlier
  * ones, and the same code stands for damage with and without a loss. So the reports of the last open and of
- * the last save after it are kept, in the order in which they were met, equal ones as one with a count, and
- * a loss or an end in place of the remark that it follows from. At most 1,000 are kept; losses find room
- * before remarks do. They can be read until the next open, those of a
- * save until the next save, also after BrevexClose. No query adds any, and none of these calls changes the
- * error code.
+ * the last save or listing after it are kept, in the order in which they were met, equal ones as one with a
+ * count, and a loss or an end in place of the remark that it follows from. At most 1,000 are kept; losses
+ * find room before remarks do. They can be read until the next open, those of a save or listing until the
+ * next one, also after BrevexClose. No query adds any, and none of these calls changes the error code.
  */
 
 /* Number of reports that are kept. */
@@ -457,8 +458,8 @@ BREVEX_API int BrevexGetReport(TBrevexHandle* pHandle, int nIndex, TBrevexReport
 BREVEX_API const char* BrevexGetReportTextA(TBrevexHandle* pHandle, int nIndex);
 BREVEX_API const TBrevexChar* BrevexGetReportTextW(TBrevexHandle* pHandle, int nIndex);
 
-/* How many losses the last open and the last save met, those included that found no room among the reports. 0
- * after a successful save: all that the options keep is in the output.
+/* How many losses the last open and the last save or listing met, those included that found no room among the
+ * reports. 0 after a successful save: all that the options keep is in the output.
  */
 BREVEX_API uint64_t BrevexGetLossCount(TBrevexHandle* pHandle);
 
@@ -770,15 +771,51 @@ BREVEX_API void BrevexSetLinearize(TBrevexHandle* pHandle, int bValue);
 BREVEX_API int BrevexGetAutoLinearize(TBrevexHandle* pHandle);
 BREVEX_API void BrevexSetAutoLinearize(TBrevexHandle* pHandle, int bValue);
 
-/* ---- Extraction during a save
- * ------------------------------------------------------------------------------ */
+/* ---- Listing and extraction
+ * --------------------------------------------------------------------------------- */
 
-/* Whether images are also written to files in the working directory. Default false; profiles leave it alone.
+/* Lists the images of the open document as lines of text into a file, which is created or emptied, or to
+ * standard output where the path is null or empty. A first line names the columns, which are separated by ",
+ * ": page of the first use, number of the object, "Width", "Height" and "BitsPerComponent" as the document
+ * has them, or 0; the family of the colour space, or "Image mask" without one; the lowest resolution in dots
+ * per inch, 0 where it is not known; the filters, joined by ":"; bytes of the samples and of the stream, with
+ * their ratio; and a file name, which is that of BrevexSetExtractImages but for JPEG images: those are listed
+ * as "img%d.tif" and extracted as "img%d.jpg". Images of content itself and masks of images are not listed,
+ * and none with BrevexSetRemoveImages. In names of filters and fonts control characters, '"', '#' and bytes
+ * that are no UTF-8 are written as '#' with two hexadecimal digits.
+ *
+ * Reads the content of all pages, once for an open document. Nothing else is written, unless extraction is
+ * on. False without a document, where the file cannot be written, and for the file that the document is read
+ * from.
+ */
+BREVEX_API int BrevexListImagesA(TBrevexHandle* pHandle, const char* szPath);
+BREVEX_API int BrevexListImagesW(TBrevexHandle* pHandle, const TBrevexChar* szPath);
+
+/* The same for the fonts that content shows, in the order of their first use: the name without the prefix of
+ * a subset, in quotes; "Type1", "TrueType", "Type1C" or "Type3"; the name of the encoding; "CID" for
+ * composite fonts, else "Non-CID"; "Embedded", "Non-embedded", or "N/A" for Type 3; "Subsetted",
+ * "Non-subsetted", or "N/A" without an embedded program; and the file name of BrevexSetExtractFonts, empty
+ * without a program.
+ */
+BREVEX_API int BrevexListFontsA(TBrevexHandle* pHandle, const char* szPath);
+BREVEX_API int BrevexListFontsW(TBrevexHandle* pHandle, const TBrevexChar* szPath);
+
+/* Whether the first save or listing of an open document also writes the images that are painted into files in
+ * the working directory: "img%d.jpg" with the data as it is where the only filter is DCTDecode, else
+ * "img%d.tif", with the number of the object. TIFF files have the samples as they are, with their ICC
+ * profile, wherever TIFF can say it: gray, RGB, CMYK and tables of RGB. Other colours become those of the
+ * device of their alternate space; that, and masks, which are left out, is told by a report without a
+ * consequence. A file that is there already is replaced, unless it is the one that the document is read from.
+ * An image that cannot be read or written is reported as a loss, as is one that is damaged, of which as much
+ * is written as could be read. Default false; profiles leave it alone.
  */
 BREVEX_API int BrevexGetExtractImages(TBrevexHandle* pHandle);
 BREVEX_API void BrevexSetExtractImages(TBrevexHandle* pHandle, int bValue);
 
-/* The same for embedded fonts. */
+/* The same for the embedded programs of fonts that are shown, as they are: "fnt%d.pfb" for Type 1,
+ * "fnt%d.ttf" for TrueType and "fnt%d.cff" for all that has outlines of CFF, with the number of the program's
+ * object.
+ */
 BREVEX_API int BrevexGetExtractFonts(TBrevexHandle* pHandle);
 BREVEX_API void BrevexSetExtractFonts(TBrevexHandle* pHandle, int bValue);
 

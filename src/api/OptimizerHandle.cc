@@ -179,6 +179,20 @@ bool COptimizerHandle::SaveWith(BSE::IByteStream* pStream, const PDF::TEncryptio
   return Conclude(m_optimizer.Save(pStream, encryption));
 }
 
+bool COptimizerHandle::ListImages(const char* szPath)
+{
+  Clear();
+  m_reports.BeginList();
+  return Conclude(m_optimizer.ListImages(szPath));
+}
+
+bool COptimizerHandle::ListFonts(const char* szPath)
+{
+  Clear();
+  m_reports.BeginList();
+  return Conclude(m_optimizer.ListFonts(szPath));
+}
+
 bool COptimizerHandle::Close()
 {
   return Conclude(CloseDocument());

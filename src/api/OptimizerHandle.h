@@ -34,6 +34,10 @@ public:
   // Keeps the result for FetchResult.
   bool SaveMemory();
 
+  // A null or empty path is standard output.
+  bool ListImages(const char* szPath);
+  bool ListFonts(const char* szPath);
+
   // Moves the result into the buffer; null if there is none, or no memory for it. Owned by the handle and
   // valid until the next result has been fetched.
   const TByteBuffer* FetchResult();
@@ -43,7 +47,7 @@ public:
   // Number of pages of the open document, 0 without one. Leaves the error code alone.
   int GetPageCount();
 
-  // What the last open and the last save reported.
+  // What the last open and the last save or listing reported.
   const CReportLog& GetReports() const { return m_reports; }
 
   // Text of a report; null for none.

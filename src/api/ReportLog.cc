@@ -61,15 +61,15 @@ bool HasPlaceholder(const char16_t* szText)
 void CReportLog::BeginOpen()
 {
   RemoveAll();
-  m_nOpenLosses = m_nSaveLosses = 0;
+  m_nOpenLosses = m_nUseLosses = 0;
   m_nStep = BREVEX_STEP_OPEN;
 }
 
-void CReportLog::BeginSave()
+void CReportLog::BeginUse(int nStep)
 {
-  DropSave();
-  m_nSaveLosses = 0;
-  m_nStep = BREVEX_STEP_SAVE;
+  DropUse();
+  m_nUseLosses = 0;
+  m_nStep = nStep;
 }
 
 void CReportLog::RemoveAll()
@@ -81,7 +81,7 @@ void CReportLog::RemoveAll()
   m_nRemarks = 0;
 }
 
-void CReportLog::DropSave()
+void CReportLog::DropUse()
 {
   int nKept = 0;
   for (TEntry* pEntry : m_entries.GetSpan())
@@ -105,7 +105,7 @@ void CReportLog::Note(BSE::IError& error) noexcept
   if (m_nStep == 0)
     return;
   if (error.GetConsequence() == BSE::eContentLost)
-    ++(m_nStep == BREVEX_STEP_OPEN ? m_nOpenLosses : m_nSaveLosses);
+    ++(m_nStep == BREVEX_STEP_OPEN ? m_nOpenLosses : m_nUseLosses);
   try
   {
     TBrevexReport report = MakeReport(error.GetCode(), m_nStep, ToConsequence(error.GetConsequence()));

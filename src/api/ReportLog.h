@@ -9,10 +9,10 @@
 namespace API
 {
 
-// The reports of the last open and the last save, in the order in which they were met: equal ones are one
-// entry with a count, and a consequence takes the place of the remark that it follows from. Bounded, so that
-// a file with a million faults costs no more than one with a thousand, and remarks never take the room of
-// losses. Losses are counted without a bound.
+// The reports of the last open and the last save or listing, in the order in which they were met: equal ones
+// are one entry with a count, and a consequence takes the place of the remark that it follows from. Bounded,
+// so that a file with a million faults costs no more than one with a thousand, and remarks never take the
+// room of losses. Losses are counted without a bound.
 class CReportLog
 {
 public:
@@ -21,10 +21,11 @@ public:
   CReportLog& operator=(const CReportLog&) = delete;
   ~CReportLog() { RemoveAll(); }
 
-  // From here on reports belong to an open, after all former ones are gone; to a save, after those of the
-  // former save are gone; or to nothing that is kept.
+  // From here on reports belong to an open, after all former ones are gone; to a save or a listing, after
+  // those of the former one are gone; or to nothing that is kept.
   void BeginOpen();
-  void BeginSave();
+  void BeginSave() { BeginUse(BREVEX_STEP_SAVE); }
+  void BeginList() { BeginUse(BREVEX_STEP_LIST); }
   void End() { m_nStep = 0; }
 
   // Enters an error with the text of its properties. Where memory is exhausted a loss is still counted.
@@ -41,7 +42,7 @@ public:
   // Borrowed; null for an index out of range, and for a report without a text.
   const char16_t* GetText(int nIndex) const;
 
-  std::uint64_t GetLossCount() const { return m_nOpenLosses + m_nSaveLosses; }
+  std::uint64_t GetLossCount() const { return m_nOpenLosses + m_nUseLosses; }
 
 private:
   struct TEntry
@@ -56,7 +57,8 @@ private:
   // on.
   void TakeRemark(TBrevexReport remark, BSE::CStr16& text);
   bool HasRoom(int nConsequence) const;
-  void DropSave();
+  void BeginUse(int nStep);
+  void DropUse();
   void RemoveAll();
 
   BSE::CPtrArray<TEntry> m_entries;
@@ -64,7 +66,7 @@ private:
   int m_nStep = 0;         // TBrevexStep, 0 for none
   int m_nRemarks = 0;      // entries without a consequence
   std::uint64_t m_nOpenLosses = 0;
-  std::uint64_t m_nSaveLosses = 0;
+  std::uint64_t m_nUseLosses = 0;
 };
 
 }  // namespace API

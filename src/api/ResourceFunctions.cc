@@ -1,10 +1,54 @@
-// Requests for single fonts.
+// Listings of images and fonts, and requests for single fonts.
 
 #include "api/CallFrame.h"
 #include "api/TextArgument.h"
 #include "base/Unicode.h"
 
+#include <cerrno>
+
+using API::Call;
 using API::CallQuietly;
+
+namespace
+{
+
+// A path that the locale cannot express does not become standard output.
+int List(TBrevexHandle* pHandle, const TBrevexChar* szPath,
+         bool (API::COptimizerHandle::*pList)(const char* szPath))
+{
+  return Call(pHandle, 0,
+              [&](API::COptimizerHandle& handle) -> int
+              {
+                const API::CLocaleArgument path(szPath);
+                if (szPath == nullptr || *szPath == 0 || *path.Get() != 0)
+                  return (handle.*pList)(path.Get());
+                handle.Clear();
+                handle.Fail(EILSEQ);
+                return 0;
+              });
+}
+
+}  // namespace
+
+int BrevexListImagesW(TBrevexHandle* pHandle, const TBrevexChar* szPath)
+{
+  return List(pHandle, szPath, &API::COptimizerHandle::ListImages);
+}
+
+int BrevexListImagesA(TBrevexHandle* pHandle, const char* szPath)
+{
+  return Call(pHandle, 0, [&](API::COptimizerHandle& handle) -> int { return handle.ListImages(szPath); });
+}
+
+int BrevexListFontsW(TBrevexHandle* pHandle, const TBrevexChar* szPath)
+{
+  return List(pHandle, szPath, &API::COptimizerHandle::ListFonts);
+}
+
+int BrevexListFontsA(TBrevexHandle* pHandle, const char* szPath)
+{
+  return Call(pHandle, 0, [&](API::COptimizerHandle& handle) -> int { return handle.ListFonts(szPath); });
+}
 
 int BrevexRenameFontW(TBrevexHandle* pHandle, const TBrevexChar* szName, const TBrevexChar* szNewName)
 {

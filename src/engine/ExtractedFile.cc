@@ -1,21 +1,34 @@
 #include "engine/ExtractedFile.h"
 
+#include "base/Filter.h"
+
 #include <cerrno>
 
 namespace PDF
 {
 
+bool IsInput(CFile& input, const char* szPath)
+{
+  BSE::IByteStream* pStream = input.GetInput();
+  while (const auto* pFilter = dynamic_cast<const BSE::CFilter*>(pStream))
+    pStream = pFilter->GetSource();
+  const auto* pFile = dynamic_cast<const BSE::CFileStream*>(pStream);
+  return pFile && pFile->IsOpenOn(szPath);
+}
+
 CExtractedFile::CExtractedFile(const char* szName, CFile& input) : m_file(szName)
 {
-  const auto* pInput = dynamic_cast<const BSE::CFileStream*>(input.GetInput());
-  if (pInput && pInput->IsOpenOn(szName))
+  if (IsInput(input, szName))
   {
     m_fault.m_nCode = EEXIST;
     return;
   }
   m_pStream = new BSE::CFileStream(szName, BSE::eFileWrite, &m_fault);
-  if (m_pStream->IsValid())
+  // Nothing can be gone back to in a pipe or a device.
+  if (m_pStream->IsValid() && m_pStream->IsSeekable())
     return;
+  if (m_pStream->IsValid())
+    m_fault.m_nCode = EEXIST;
   // A directory is reported to the thread alone.
   if (const BSE::IError* pError = BSE::CTLSError::Get(); pError && m_fault.m_nCode == 0)
     m_fault.m_nCode = pError->GetCode();
@@ -26,11 +39,8 @@ CExtractedFile::~CExtractedFile()
 {
   if (m_bKept || !m_pStream)
     return;
-  // What was written into is no file to be taken away: a device, a pipe.
-  const bool bRegular = m_pStream->IsSeekable();
   m_pStream->Close();
-  if (bRegular)
-    m_file.Remove();
+  m_file.Remove();
 }
 
 bool CExtractedFile::Keep()

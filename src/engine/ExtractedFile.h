@@ -6,6 +6,9 @@
 namespace PDF
 {
 
+// Whether a path leads to the file that a document is read from.
+bool IsInput(CFile& input, const char* szPath);
+
 // A file that something of a document is extracted into: created in the working directory, and gone again
 // unless Keep has been called. What goes wrong with it is kept for the report, and reported nowhere else.
 class CExtractedFile

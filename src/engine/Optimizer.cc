@@ -301,17 +301,20 @@ void COptimizer::AnalyzeContent()
   m_images.RemoveAll();
   m_pFonts.Reset();
   m_bFontsDone = false;
-  const bool bImages = WorksOnImages(m_options);
-  if (WorksOnFonts(m_options, m_fontEdits))
-    m_pFonts.Reset(new COptFontRegistry(m_input, m_standIns));
-  if (bImages || m_pFonts)
-    CContentAnalysis(m_input, m_standIns, m_images, m_pFonts.Get()).Run();
+  m_bImagesRead = false;
+  ReadContent(WorksOnImages(m_options) || m_options.m_bExtractImages,
+              WorksOnFonts(m_options, m_fontEdits) || m_options.m_bExtractFonts);
+}
+
+BSE::CScopedPtr<CFontRegistry> COptimizer::CreateFontRegistry()
+{
+  return BSE::CScopedPtr<CFontRegistry>(new COptFontRegistry(m_input, m_standIns));
 }
 
 // Once for an open document, since the fonts of the input are changed.
 void COptimizer::OptimizeFonts()
 {
-  if (!m_pFonts || std::exchange(m_bFontsDone, true))
+  if (!m_pFonts || !WorksOnFonts(m_options, m_fontEdits) || std::exchange(m_bFontsDone, true))
     return;
   CFontEditor editor(m_input, *m_pFonts, m_options, m_standIns, m_decoded);
   CFontOptimizer optimizer(editor, m_fontEdits);

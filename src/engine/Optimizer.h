@@ -62,6 +62,11 @@ public:
   // set for the output does not go with the input's conformance.
   bool Analyze();
 
+  // The analysis, with all content read even where no option asks for it; then a listing of the images or
+  // fonts as text into a file, or to standard output for a null or empty path. False, reported, on failure.
+  bool ListImages(const char* szPath);
+  bool ListFonts(const char* szPath);
+
   // Back to the state before the analysis: nothing known, no claim lost, no conformance for the output.
   void ResetState();
 
@@ -103,6 +108,12 @@ private:
   void FindDuplicates();
   void AnalyzeContent();
   void OptimizeFonts();
+
+  // Adds what is not known yet of images and fonts, and extracts those that are new.
+  void ReadContent(bool bImages, bool bFonts);
+  BSE::CScopedPtr<CFontRegistry> CreateFontRegistry();
+  template <class F>
+  bool RunListing(const char* szPath, bool bImages, bool bFonts, F fnList);
   bool CopyMask(const CObjectPtr& image, const char* szKey, const CObjectPtr& mask, const CObjectPtr& copy);
   void DecideConformance();
   bool IsClaimLost(CConformance conformance);
@@ -135,6 +146,7 @@ private:
   CImageOptimizer* m_pImages = nullptr;  // during the copy, where there is such work
   bool m_bAnalyzed = false;
   bool m_bFontsDone = false;
+  bool m_bImagesRead = false;
   bool m_bConformanceLost = false;
   bool m_bFilterSignedFields = false;  // inside the form
   bool m_bInFieldsArray = false;       // the next array is the form's list of fields

@@ -8,7 +8,7 @@
 #include "images/color/ColorSpaceObject.h"
 
 #include <algorithm>
-#include <cstring>
+#include <string_view>
 
 namespace PDF
 {
@@ -16,14 +16,23 @@ namespace PDF
 namespace
 {
 
-constexpr int g_nProfileHeader = 128;
+constexpr std::size_t g_nProfileHeader = 128;
+constexpr std::size_t g_nSignature = 4;
 
-// The data colour space in the header of an ICC profile (ICC.1:2010, 7.2.6); null for what is no profile.
-const char* FindProfileSpace(std::span<const unsigned char> profile)
+// The data colour space in the header of an ICC profile (ICC.1:2010, 7.2.6); empty for what is no profile.
+std::string_view GetProfileSpace(std::span<const unsigned char> profile)
 {
-  const char* pBytes = reinterpret_cast<const char*>(profile.data());
-  const bool bProfile = profile.size() >= g_nProfileHeader && std::memcmp(pBytes + 36, "acsp", 4) == 0;
-  return bProfile ? pBytes + 16 : nullptr;
+  const std::string_view bytes(reinterpret_cast<const char*>(profile.data()), profile.size());
+  const bool bProfile = bytes.size() >= g_nProfileHeader && bytes.substr(36, g_nSignature) == "acsp";
+  return bProfile ? bytes.substr(16, g_nSignature) : std::string_view();
+}
+
+// Three components that are not red, green and blue.
+bool IsOtherSpace(std::string_view space)
+{
+  constexpr std::string_view others[] = {"Lab ", "XYZ ", "Luv ", "YCbr", "Yxy ",
+                                         "HSV ", "HLS ", "CMY ", "3CLR"};
+  return std::find(std::begin(others), std::end(others), space) != std::end(others);
 }
 
 CObjectPtr GetObject(const DOC::IColorSpace& space)
@@ -123,14 +132,14 @@ void CTiffExport::Widen()
 CTiffExport::TProfileUse CTiffExport::ReadProfile(const DOC::IColorSpace& space)
 {
   const int nComponents = space.GetComponentCount();
-  const char* szExpected = nComponents == 1 ? "GRAY" : nComponents == 3 ? "RGB " : "CMYK";
+  const std::string_view expected = nComponents == 1 ? "GRAY" : nComponents == 3 ? "RGB " : "CMYK";
   BSE::CBasicArray<unsigned char> profile;
   const bool bRead = ReadData(GetObject(space)[1], BSE::g_nMaxProfile, m_account, profile);
-  const char* pSpace = bRead ? FindProfileSpace(profile.GetSpan()) : nullptr;
-  if (!pSpace)
-    return eProfileMissing;
-  if (std::memcmp(pSpace, szExpected, 4) != 0)
+  const std::string_view found = bRead ? GetProfileSpace(profile.GetSpan()) : std::string_view();
+  if (nComponents == 3 && IsOtherSpace(found))
     return eProfileOfOthers;
+  if (found != expected)
+    return eProfileMissing;
   m_form.m_profile.Append(profile.GetSpan());
   return eProfileFits;
 }
@@ -140,7 +149,7 @@ bool CTiffExport::DescribeICC(int nComponents)
   const TProfileUse use = ReadProfile(*m_format.pColorSpace);
   m_bOtherColors = use != eProfileFits;
   if (use == eProfileOfOthers)
-    return ConvertTo(nComponents == 1 ? DOC::eToGray : nComponents == 3 ? DOC::eToRGB : DOC::eToCMYK);
+    return ConvertTo(DOC::eToRGB);
   SetDevice(nComponents);
   return true;
 }

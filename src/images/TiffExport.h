@@ -41,7 +41,7 @@ private:
   {
     eProfileFits,
     eProfileOfOthers,  // of samples that mean something else
-    eProfileMissing    // or not to be read
+    eProfileMissing    // or not to be read, or not for this number of components
   };
 
   bool Prepare();

@@ -50,10 +50,11 @@ std::string FormatReport(const TReport& entry)
 CJsonObject MakeReportJson(const TReport& entry)
 {
   constexpr const char* szSeverities[] = {"information", "warning", "error"};
+  constexpr const char* szSteps[] = {"", "open", "save", "list"};
   constexpr const char* szConsequences[] = {"none", "loss", "end"};
   const TBrevexReport& report = entry.report;
   CJsonObject object;
-  object.AddText("step", report.nStep == BREVEX_STEP_OPEN ? "open" : "save");
+  object.AddText("step", szSteps[report.nStep]);
   object.AddText("code", FormatCode(report.nCode));
   object.AddText("severity", szSeverities[report.nSeverity]);
   object.AddText("consequence", szConsequences[report.nConsequence]);
