@@ -35,7 +35,7 @@ enum TMergeResult
   eIdentical = 2  // nothing was missing
 };
 
-// What the first bytes of a font program say.
+// What the first bytes of a font program say; of a font file with a directory of tables the tables in it.
 enum TFontFormat
 {
   eFormatUnknown,
