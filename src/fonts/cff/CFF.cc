@@ -281,6 +281,17 @@ bool CCFF::MakeCIDKeyed(const BSE::CBasicArray<unsigned char>& used)
   return true;
 }
 
+bool CCFF::SetCIDs(std::span<const std::uint16_t> cids)
+{
+  if (!IsCIDKeyed() || std::cmp_not_equal(cids.size(), GetGlyphCount()) || cids.empty() || cids[0] != 0)
+    return false;
+  m_glyphIDs.RemoveAll();
+  m_glyphIDs.Append(cids);
+  m_top.SetNumber(CTypes::eCIDCount, *std::max_element(cids.begin(), cids.end()) + 1);
+  DropNames();
+  return true;
+}
+
 int CCFF::DuplicateGlyph(int nGlyph, int nCode, const char* szName)
 {
   if (nGlyph < 0 || nGlyph >= GetGlyphCount() || IsFull())

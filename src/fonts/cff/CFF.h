@@ -104,6 +104,10 @@ public:
   // changed, if that fails.
   bool MakeCIDKeyed(const BSE::CBasicArray<unsigned char>& used);
 
+  // Gives each glyph of a font by CIDs another CID. False, and nothing has changed, for other fonts, another
+  // number of glyphs, and a CID for .notdef that is not 0.
+  bool SetCIDs(std::span<const std::uint16_t> cids);
+
   // Takes over the glyphs that this font lacks or has empty. 0 if the fonts do not go together, with nothing
   // changed; 1 if glyphs came, 2 if all were here. used of each is as for Subset, or empty.
   int Merge(const CCFF& other, unsigned nUsage, BSE::CBasicArray<unsigned char>* pUsed = nullptr,

@@ -191,6 +191,10 @@ public:
   // Makes CIDs of the glyphs' numbers; false where that cannot be done.
   virtual bool MakeCIDKeyed() { return false; }
 
+  // Gives each glyph of a program by CIDs another CID, the first one 0. False, and nothing has changed, for
+  // other programs and another number of glyphs.
+  virtual bool SetCIDs(std::span<const std::uint16_t>) { return false; }
+
   // Its glyphs have changed by other means than those of this interface: what was derived is dropped.
   void NotifyChanged();
 

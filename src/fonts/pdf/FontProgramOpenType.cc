@@ -61,7 +61,8 @@ BSE::CScopedPtr<CFontProgram> CFontProgramOpenType::ToBareCFF()
 {
   const BSE::CObjectPtr<BSE::CMemoryStream> pOutlines(new BSE::CMemoryStream);
   BSE::CBasicArray<unsigned char> bytes;
-  if (!m_pCFF->Write(*pOutlines, 0, nullptr) || !pOutlines->Rewind() || !pOutlines->ReadToArray(bytes))
+  // With all subroutines: what is made of two fonts may be merged later.
+  if (!m_pCFF->GetFont().Write(*pOutlines) || !pOutlines->Rewind() || !pOutlines->ReadToArray(bytes))
     return nullptr;
   BSE::CScopedPtr<CFontProgram> pBare(new CFontProgramType1C(m_pErrorContext));
   if (!pBare->Read(std::move(bytes), nullptr, false))

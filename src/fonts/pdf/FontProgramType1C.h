@@ -46,6 +46,7 @@ public:
   void HashMergeKey(BSE::CHashFunction& hash) override;
   int DuplicateGlyph(int nGlyph, int nCode, const char* szName) override;
   bool MakeCIDKeyed() override;
+  bool SetCIDs(std::span<const std::uint16_t> cids) override { return m_font.SetCIDs(cids); }
   BSE::CScopedPtr<CFontProgram> ToType1(std::span<const char* const, 256> names,
                                         std::span<const std::uint16_t> glyphs) override;
 
