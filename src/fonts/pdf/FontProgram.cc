@@ -182,6 +182,13 @@ TMergeResult CFontProgram::Merge(CFontProgram& other, unsigned nUsage)
   return nResult;
 }
 
+void CFontProgram::NotifyDuplicated(int nCopy)
+{
+  NotifyChanged();
+  if (HasUsedGlyphs())
+    GetUsedGlyphs()[static_cast<std::size_t>(nCopy)] = 1;
+}
+
 void CFontProgram::NotifyChanged()
 {
   m_names.RemoveAll();

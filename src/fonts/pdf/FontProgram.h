@@ -173,7 +173,7 @@ public:
   virtual void HashMergeKey(BSE::CHashFunction& hash) = 0;
 
   // A copy of a glyph under another name and code, as the last glyph; codes from 256 on are not entered. Its
-  // number, 0 on failure.
+  // number, 0 on failure. Where glyphs are marked it is marked too.
   virtual int DuplicateGlyph(int, int, const char*) { return 0; }
 
   // The other formats that it can be had in; null where that is not possible. A program without an encoding
@@ -200,6 +200,9 @@ public:
 
 protected:
   virtual TMergeResult DoMerge(CFontProgram&, unsigned) { return eNotMerged; }
+
+  // A copy of a glyph has come at the end.
+  void NotifyDuplicated(int nCopy);
 
   // The name of a glyph in the program, which need not stay; empty without one.
   virtual std::span<const char> FindGlyphName(int nGlyph) = 0;
