@@ -239,6 +239,28 @@ bool CCFF::Subset(BSE::CBasicArray<unsigned char>& used, unsigned nUsage)
   return true;
 }
 
+void CCFF::DropUnusedFontDicts()
+{
+  if (!IsCIDKeyed())
+    return;
+  bool used[256] = {};
+  unsigned char numbers[256] = {};
+  for (const unsigned char nDict : m_fdSelect.GetSpan())
+    used[nDict] = true;
+  int nKept = 0;
+  for (int i = 0; i < m_fontDicts.GetSize(); ++i)
+    if (used[i])
+    {
+      numbers[i] = static_cast<unsigned char>(nKept);
+      std::swap(m_fontDicts[nKept++], m_fontDicts[i]);
+    }
+  for (int i = nKept; i < m_fontDicts.GetSize(); ++i)
+    delete m_fontDicts[i];
+  m_fontDicts.SetSize(nKept);
+  for (unsigned char& nDict : m_fdSelect.GetSpan())
+    nDict = numbers[nDict];
+}
+
 bool CCFF::ReplaceAccents(const BSE::CBasicArray<unsigned char>& used, CIndex& charStrings)
 {
   charStrings = m_charStrings;

@@ -124,6 +124,9 @@ public:
   // comes last. False, and nothing has changed, if calls cannot be told.
   bool DropUnusedSubrs();
 
+  // Drops the dictionaries of a font by CIDs that no glyph refers to; when, as above.
+  void DropUnusedFontDicts();
+
   // For making a font anew, out of another format. Strings and data are copied.
   void Create(FONT::TName name);
   CDictionary& GetTop() { return m_top; }

@@ -60,6 +60,8 @@ protected:
   std::span<const char> FindGlyphName(int nGlyph) override { return m_font.GetGlyphName(nGlyph); }
 
 private:
+  // That of the first glyph, which no subset is without.
+  const CFF::TFontDict& GetDict() const { return m_font.GetFontDict(m_font.GetFontDictOf(0)); }
   double GetPrivateNumber(CFF::CTypes::TKey nKey);
   double GetEdge(bool bTop);
   double Scale(double dValue) { return dValue * 1000 / GetUnitsPerEm(); }

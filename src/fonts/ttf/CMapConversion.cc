@@ -155,6 +155,8 @@ bool MakeSubtable(unsigned nFormat, std::span<const TMapping> mappings, std::uin
 
 void CCMap::KeepCodes(const BSE::CBasicArray<unsigned char>& used, CFontLog& log)
 {
+  if (!IsPresent() || m_subtables.IsEmpty())
+    return;
   CTableWriter directory;
   BSE::CBasicArray<unsigned char> all;
   BSE::CBasicArray<int> places;  // of each subtable among the new ones
@@ -184,8 +186,6 @@ void CCMap::KeepCodes(const BSE::CBasicArray<unsigned char>& used, CFontLog& log
     else
       all.Append(GetPart(subtable).Take(subtable.m_nLength));
   }
-  if (m_subtables.IsEmpty())
-    return;
   directory.Append(all.GetSpan());
   SetBytes(directory.Detach());
   Read(log);

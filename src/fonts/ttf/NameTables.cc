@@ -74,7 +74,7 @@ std::span<const char> CPost::GetGlyphName(int nGlyph) const
 
 void CPost::KeepNames(const BSE::CBasicArray<unsigned char>& used)
 {
-  if (m_nGlyphs == 0)
+  if (!IsPresent() || m_nGlyphs == 0)
     return;
   CTableWriter writer;
   BSE::CBasicArray<unsigned char> names;

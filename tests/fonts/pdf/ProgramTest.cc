@@ -310,6 +310,11 @@ private:
   {
     const CWritten result(Write(*subset.m_pProgram, nUsage));
     ASSERT_TRUE(result.IsLoaded());
+    if (auto* pTrueType = dynamic_cast<PDF::CFontProgramTrueType*>(&*result);
+        pTrueType && nUsage == PDF::g_nUsedByCID)
+    {
+      EXPECT_FALSE(pTrueType->GetFont().GetCMap().IsPresent() || pTrueType->GetFont().GetPost().IsPresent());
+    }
     const CPlaces places(m_whole, result, nUsage);
     // Accents that are put in their places keep their hints, but FreeType places them together then.
     const bool bRender =
