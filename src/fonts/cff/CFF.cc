@@ -121,7 +121,7 @@ bool CCFF::HasWorkLeft() const
 {
   return m_top.GetInteger(CTypes::eCharstringType) == 2 &&
          !BSE::IsOutOfProportion(m_nWork, BSE::g_nFreeOutlineWork, BSE::g_nOutlineWorkRatio,
-                                 m_data.GetSize());
+                                 static_cast<std::int64_t>(m_data.size()));
 }
 
 int CCFF::GetComponentGlyph(int nCode) const

@@ -45,6 +45,9 @@ public:
   bool Read(BSE::IByteStream& stream, const char* szName);
   bool Read(BSE::CBasicArray<unsigned char>&& data, const char* szName);
 
+  // The same of data that outlive the font.
+  bool Borrow(TData data, const char* szName);
+
   // The font as it is. False if the stream fails, or the font does not fit the format.
   bool Write(BSE::IByteStream& stream) const;
 
@@ -166,7 +169,8 @@ private:
 
   BSE::CStr8 m_sName;
   FONT::CFontLog m_log;
-  BSE::CBasicArray<unsigned char> m_data;
+  BSE::CBasicArray<unsigned char> m_own;
+  TData m_data;  // those, or borrowed
   FONT::CByteStore m_store;
 
   TData m_name;

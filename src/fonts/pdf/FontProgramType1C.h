@@ -50,6 +50,12 @@ public:
   BSE::CScopedPtr<CFontProgram> ToType1(std::span<const char* const, 256> names,
                                         std::span<const std::uint16_t> glyphs) override;
 
+  // Reads data that outlive the program.
+  bool Borrow(std::span<const unsigned char> data, const char* szName)
+  {
+    return m_bValid = m_font.Borrow(data, szName);
+  }
+
   // For a font that was made and not read.
   void SetValid() { m_bValid = true; }
 
