@@ -121,7 +121,7 @@ bool CCFF::HasWorkLeft() const
 {
   return m_top.GetInteger(CTypes::eCharstringType) == 2 &&
          !BSE::IsOutOfProportion(m_nWork, BSE::g_nFreeOutlineWork, BSE::g_nOutlineWorkRatio,
-                                 m_data.GetSize());
+                                 static_cast<std::int64_t>(m_data.size()));
 }
 
 int CCFF::GetComponentGlyph(int nCode) const
@@ -239,6 +239,28 @@ bool CCFF::Subset(BSE::CBasicArray<unsigned char>& used, unsigned nUsage)
   return true;
 }
 
+void CCFF::DropUnusedFontDicts()
+{
+  if (!IsCIDKeyed())
+    return;
+  bool used[256] = {};
+  unsigned char numbers[256] = {};
+  for (const unsigned char nDict : m_fdSelect.GetSpan())
+    used[nDict] = true;
+  int nKept = 0;
+  for (int i = 0; i < m_fontDicts.GetSize(); ++i)
+    if (used[i])
+    {
+      numbers[i] = static_cast<unsigned char>(nKept);
+      std::swap(m_fontDicts[nKept++], m_fontDicts[i]);
+    }
+  for (int i = nKept; i < m_fontDicts.GetSize(); ++i)
+    delete m_fontDicts[i];
+  m_fontDicts.SetSize(nKept);
+  for (unsigned char& nDict : m_fdSelect.GetSpan())
+    nDict = numbers[nDict];
+}
+
 bool CCFF::ReplaceAccents(const BSE::CBasicArray<unsigned char>& used, CIndex& charStrings)
 {
   charStrings = m_charStrings;
@@ -277,6 +299,17 @@ bool CCFF::MakeCIDKeyed(const BSE::CBasicArray<unsigned char>& used)
   m_fdSelect.RemoveAll();
   m_fdSelect.SetSize(GetGlyphCount());
   std::fill(std::begin(m_encoding), std::end(m_encoding), static_cast<unsigned short>(0));
+  DropNames();
+  return true;
+}
+
+bool CCFF::SetCIDs(std::span<const std::uint16_t> cids)
+{
+  if (!IsCIDKeyed() || std::cmp_not_equal(cids.size(), GetGlyphCount()) || cids.empty() || cids[0] != 0)
+    return false;
+  m_glyphIDs.RemoveAll();
+  m_glyphIDs.Append(cids);
+  m_top.SetNumber(CTypes::eCIDCount, *std::max_element(cids.begin(), cids.end()) + 1);
   DropNames();
   return true;
 }

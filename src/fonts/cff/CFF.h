@@ -45,6 +45,9 @@ public:
   bool Read(BSE::IByteStream& stream, const char* szName);
   bool Read(BSE::CBasicArray<unsigned char>&& data, const char* szName);
 
+  // The same of data that outlive the font.
+  bool Borrow(TData data, const char* szName);
+
   // The font as it is. False if the stream fails, or the font does not fit the format.
   bool Write(BSE::IByteStream& stream) const;
 
@@ -104,6 +107,10 @@ public:
   // changed, if that fails.
   bool MakeCIDKeyed(const BSE::CBasicArray<unsigned char>& used);
 
+  // Gives each glyph of a font by CIDs another CID. False, and nothing has changed, for other fonts, another
+  // number of glyphs, and a CID for .notdef that is not 0.
+  bool SetCIDs(std::span<const std::uint16_t> cids);
+
   // Takes over the glyphs that this font lacks or has empty. 0 if the fonts do not go together, with nothing
   // changed; 1 if glyphs came, 2 if all were here. used of each is as for Subset, or empty.
   int Merge(const CCFF& other, unsigned nUsage, BSE::CBasicArray<unsigned char>* pUsed = nullptr,
@@ -119,6 +126,9 @@ public:
   // Drops the subroutines that no glyph calls. Subsets of one font no longer go together then, so that it
   // comes last. False, and nothing has changed, if calls cannot be told.
   bool DropUnusedSubrs();
+
+  // Drops the dictionaries of a font by CIDs that no glyph refers to; when, as above.
+  void DropUnusedFontDicts();
 
   // For making a font anew, out of another format. Strings and data are copied.
   void Create(FONT::TName name);
@@ -159,7 +169,8 @@ private:
 
   BSE::CStr8 m_sName;
   FONT::CFontLog m_log;
-  BSE::CBasicArray<unsigned char> m_data;
+  BSE::CBasicArray<unsigned char> m_own;
+  TData m_data;  // those, or borrowed
   FONT::CByteStore m_store;
 
   TData m_name;

@@ -18,10 +18,16 @@ bool CCFF::Read(BSE::IByteStream& stream, const char* szName)
 
 bool CCFF::Read(BSE::CBasicArray<unsigned char>&& data, const char* szName)
 {
+  m_own = std::move(data);
+  return Borrow(m_own.GetSpan(), szName);
+}
+
+bool CCFF::Borrow(TData data, const char* szName)
+{
   m_sName.Assign(szName);
   m_log = FONT::CFontLog("CFF", m_log.GetErrorContext(), m_sName.GetText());
   m_log.Note("D", "Reading CFF font \"%s\"...", szName ? szName : "(null)");
-  m_data = std::move(data);
+  m_data = data;
   if (!ReadAll())
   {
     m_log.ReportEnd();
@@ -35,7 +41,7 @@ bool CCFF::Read(BSE::CBasicArray<unsigned char>&& data, const char* szName)
 
 bool CCFF::ReadAll()
 {
-  const BSE::CByteCursor data(m_data.GetSpan());
+  const BSE::CByteCursor data(m_data);
   BSE::CByteCursor cursor(data);
   const unsigned nMajor = cursor.Card8();
   cursor.Skip(1);

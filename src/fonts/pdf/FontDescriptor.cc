@@ -14,7 +14,9 @@ namespace
 
 constexpr const char* g_fileKeys[] = {"FontFile", "FontFile2", "FontFile3"};
 constexpr const char* g_lengthKeys[] = {"Length1", "Length2", "Length3"};
-constexpr int g_nHeadSize = 4;
+
+// With the directory of a font file of some twenty tables.
+constexpr int g_nHeadSize = 512;
 
 }  // namespace
 

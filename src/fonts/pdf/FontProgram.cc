@@ -21,16 +21,42 @@ void Trace(const char* szText)
     BSE::CTracer::Trace("E", "PDF Font Program", "%s", szText);
 }
 
+// Whose outlines a font file has by its tables, since versions are wrong at times; of a collection the first
+// font's, since all share theirs. Where the tables are not in the data, the version counts.
+TFontFormat FindTableFormat(BSE::CByteCursor cursor)
+{
+  constexpr int nFirstOffset = 12;
+  const BSE::CByteCursor data = cursor;
+  std::uint32_t nVersion = cursor.Card32();
+  if (nVersion == TTF::MakeTag("ttcf"))
+  {
+    cursor.Skip(nFirstOffset - 4);
+    cursor = data.GetPart(cursor.Card32());
+    nVersion = cursor.Card32();
+  }
+  bool bGlyphs = false;
+  bool bCFF = false;
+  const int nTables = static_cast<int>(cursor.Card16());
+  cursor.Skip(6);
+  for (int i = 0; i < nTables && !cursor.HasFailed(); ++i, cursor.Skip(12))
+  {
+    const std::uint32_t nTag = cursor.Card32();
+    bGlyphs = bGlyphs || nTag == TTF::MakeTag("glyf");
+    bCFF = bCFF || nTag == TTF::MakeTag("CFF ");
+  }
+  const bool bOpenType = bGlyphs == bCFF ? nVersion == TTF::MakeTag("OTTO") : bCFF;
+  return bOpenType ? eFormatOpenType : eFormatTrueType;
+}
+
 }  // namespace
 
 TFontFormat FindFontFormat(std::span<const unsigned char> data)
 {
   const auto BeginsWith = [&](const char* pText, std::size_t nLength)
   { return data.size() >= nLength && std::memcmp(data.data(), pText, nLength) == 0; };
-  if (BeginsWith("\0\1\0\0", 4) || BeginsWith("true", 4) || BeginsWith("ttcf", 4))
-    return eFormatTrueType;
-  if (BeginsWith("OTTO", 4))
-    return eFormatOpenType;
+  for (const char* pVersion : {"\0\1\0\0", "true", "OTTO", "ttcf"})
+    if (BeginsWith(pVersion, 4))
+      return FindTableFormat(BSE::CByteCursor(data));
   if (BeginsWith("\x80\1", 2) || BeginsWith("%!", 2))
     return eFormatType1;
   // Major version 1, a header of at least four bytes, offsets of one to four.
@@ -154,6 +180,13 @@ TMergeResult CFontProgram::Merge(CFontProgram& other, unsigned nUsage)
   if (nResult == eMerged)
     NotifyChanged();
   return nResult;
+}
+
+void CFontProgram::NotifyDuplicated(int nCopy)
+{
+  NotifyChanged();
+  if (HasUsedGlyphs())
+    GetUsedGlyphs()[static_cast<std::size_t>(nCopy)] = 1;
 }
 
 void CFontProgram::NotifyChanged()

@@ -35,7 +35,7 @@ enum TMergeResult
   eIdentical = 2  // nothing was missing
 };
 
-// What the first bytes of a font program say.
+// What the first bytes of a font program say; of a font file with a directory of tables the tables in it.
 enum TFontFormat
 {
   eFormatUnknown,
@@ -173,7 +173,7 @@ public:
   virtual void HashMergeKey(BSE::CHashFunction& hash) = 0;
 
   // A copy of a glyph under another name and code, as the last glyph; codes from 256 on are not entered. Its
-  // number, 0 on failure.
+  // number, 0 on failure. Where glyphs are marked it is marked too.
   virtual int DuplicateGlyph(int, int, const char*) { return 0; }
 
   // The other formats that it can be had in; null where that is not possible. A program without an encoding
@@ -191,11 +191,18 @@ public:
   // Makes CIDs of the glyphs' numbers; false where that cannot be done.
   virtual bool MakeCIDKeyed() { return false; }
 
+  // Gives each glyph of a program by CIDs another CID, the first one 0. False, and nothing has changed, for
+  // other programs and another number of glyphs.
+  virtual bool SetCIDs(std::span<const std::uint16_t>) { return false; }
+
   // Its glyphs have changed by other means than those of this interface: what was derived is dropped.
   void NotifyChanged();
 
 protected:
   virtual TMergeResult DoMerge(CFontProgram&, unsigned) { return eNotMerged; }
+
+  // A copy of a glyph has come at the end.
+  void NotifyDuplicated(int nCopy);
 
   // The name of a glyph in the program, which need not stay; empty without one.
   virtual std::span<const char> FindGlyphName(int nGlyph) = 0;

@@ -12,11 +12,8 @@ CFontProgramOpenType::CFontProgramOpenType(BSE::IErrorContext* pErrorContext)
 
 bool CFontProgramOpenType::Read(BSE::CBasicArray<unsigned char>&& data, const char* szName, bool bCheck)
 {
-  if (!m_font.Read(std::move(data), szName, bCheck) || !m_font.HasCFF())
-    return false;
-  BSE::CBasicArray<unsigned char> outlines;
-  outlines.Append(m_font.GetCFF().GetBytes());
-  return m_bValid = m_pCFF->Read(std::move(outlines), szName, bCheck);
+  return m_bValid = m_font.Read(std::move(data), szName, bCheck) && m_font.HasCFF() &&
+                    m_pCFF->Borrow(m_font.GetCFF().GetBytes(), szName);
 }
 
 bool CFontProgramOpenType::Write(BSE::IByteStream& stream, unsigned nUsage, int* pLengths)
@@ -59,9 +56,12 @@ void CFontProgramOpenType::HashMergeKey(BSE::CHashFunction& hash)
 
 BSE::CScopedPtr<CFontProgram> CFontProgramOpenType::ToBareCFF()
 {
-  const BSE::CObjectPtr<BSE::CMemoryStream> pOutlines(new BSE::CMemoryStream);
+  // With all subroutines: what is made of two fonts may be merged later.
   BSE::CBasicArray<unsigned char> bytes;
-  if (!m_pCFF->Write(*pOutlines, 0, nullptr) || !pOutlines->Rewind() || !pOutlines->ReadToArray(bytes))
+  if (!m_bChanged)
+    bytes.Append(m_font.GetCFF().GetBytes());
+  else if (const BSE::CObjectPtr<BSE::CMemoryStream> pOutlines(new BSE::CMemoryStream);
+           !m_pCFF->GetFont().Write(*pOutlines) || !pOutlines->Rewind() || !pOutlines->ReadToArray(bytes))
     return nullptr;
   BSE::CScopedPtr<CFontProgram> pBare(new CFontProgramType1C(m_pErrorContext));
   if (!pBare->Read(std::move(bytes), nullptr, false))

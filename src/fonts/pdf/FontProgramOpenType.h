@@ -56,7 +56,7 @@ protected:
 private:
   BSE::IErrorContext* m_pErrorContext;
   OTF::COTF m_font;
-  BSE::CScopedPtr<CFontProgramType1C> m_pCFF;
+  BSE::CScopedPtr<CFontProgramType1C> m_pCFF;  // reads the font's data
   bool m_bValid = false;
   bool m_bChanged = false;  // the outlines are not those of the table any more
 };

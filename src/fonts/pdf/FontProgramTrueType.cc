@@ -39,6 +39,12 @@ bool CFontProgramTrueType::Write(BSE::IByteStream& stream, unsigned nUsage, int*
 {
   if (nUsage != 0)
     m_pFont->DropUnneeded((nUsage & ~g_nUsedByCID) != 0);
+  // Not before: a blank glyph that another font uses is known by its metrics when fonts are merged.
+  if (m_bSubset && HasUsedGlyphs())
+  {
+    m_pFont->ClearMetrics(m_used);
+    m_pFont->DropCodes(m_used);
+  }
   const std::int64_t nStart = stream.Tell();
   if (!m_bValid || !m_pFont->Write(stream))
     return false;
@@ -199,7 +205,7 @@ bool CFontProgramTrueType::CanSubset()
 
 bool CFontProgramTrueType::Subset(unsigned)
 {
-  return HasUsedGlyphs() && m_pFont->Subset(m_used);
+  return m_bSubset = HasUsedGlyphs() && m_pFont->Subset(m_used);
 }
 
 TMergeResult CFontProgramTrueType::DoMerge(CFontProgram& other, unsigned nUsage)
@@ -214,7 +220,10 @@ TMergeResult CFontProgramTrueType::DoMerge(CFontProgram& other, unsigned nUsage)
       pProgram->m_pFont->CloseGlyphs(pProgram->m_used);
   TTF::CTTFMerger merger(*m_pFont, *pOther->m_pFont, m_used.GetSpan(), pOther->m_used.GetSpan());
   const auto nResult = static_cast<TMergeResult>(merger.Merge(bByNumber));
-  if (nResult == eNotMerged || !HasUsedGlyphs())
+  if (nResult == eNotMerged)
+    return nResult;
+  m_bSubset = m_bSubset && pOther->m_bSubset;
+  if (!HasUsedGlyphs())
     return nResult;
   // What the other one used, this one uses now.
   m_used.SetSize(GetGlyphCount());
@@ -235,7 +244,7 @@ int CFontProgramTrueType::DuplicateGlyph(int nGlyph, int nCode, const char*)
 {
   const int nCopy = TTF::CTTFMerger(*m_pFont, *m_pFont, {}, {}).Duplicate(nGlyph, nCode);
   if (nCopy > 0)
-    NotifyChanged();
+    NotifyDuplicated(nCopy);
   return nCopy;
 }
 

@@ -73,6 +73,7 @@ protected:
   bool m_bValid = false;
 
 private:
+  bool m_bSubset = false;                   // glyphs that are not marked have been left out
   BSE::CBasicArray<char32_t> m_characters;  // of each glyph, once one was asked for
   BSE::CBasicMap m_glyphs;                  // by name, once one was asked for
 };

@@ -112,7 +112,7 @@ int CFontProgramType1::DuplicateGlyph(int nGlyph, int nCode, const char* szName)
   const int nCopy = m_font.DuplicateGlyph(nGlyph, nCode, szName);
   if (nCopy <= 0)
     return 0;
-  NotifyChanged();
+  NotifyDuplicated(nCopy);
   return nCopy;
 }
 

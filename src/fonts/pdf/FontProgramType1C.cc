@@ -22,7 +22,8 @@ bool CFontProgramType1C::Write(BSE::IByteStream& stream, unsigned, int* pLengths
     pLengths[0] = pLengths[1] = pLengths[2] = 0;
   if (!m_bValid)
     return false;
-  // Not before: programs are merged where their subroutines are the same.
+  // Not before: programs are merged where their subroutines and dictionaries are the same.
+  m_font.DropUnusedFontDicts();
   m_font.DropUnusedSubrs();
   return m_font.Write(stream);
 }
@@ -48,14 +49,14 @@ int CFontProgramType1C::GetFontFlags()
   const CFF::CDictionary& top = m_font.GetTop();
   return (IsCIDKeyed() ? 4 : 32) | (top.GetInteger(CTypes::eIsFixedPitch) != 0 ? 1 : 0) |
          (GetItalicAngle() != 0 ? 64 : 0) |
-         (m_font.GetFontDict(0).m_private.GetInteger(CTypes::eForceBold) != 0 ? 0x40000 : 0);
+         (GetDict().m_private.GetInteger(CTypes::eForceBold) != 0 ? 0x40000 : 0);
 }
 
 // A font by CIDs may have its matrix in the dictionaries of its glyphs, which agree in all that is in use.
 double CFontProgramType1C::GetUnitsPerEm()
 {
   double dScale = 1;
-  const CFF::CDictionary& dict = m_font.GetFontDict(0).m_dict;
+  const CFF::CDictionary& dict = GetDict().m_dict;
   const bool bTop = m_font.GetTop().Has(CTypes::eFontMatrix);
   const bool bDict = IsCIDKeyed() && dict.Has(CTypes::eFontMatrix);
   if (bTop || !bDict)
@@ -74,7 +75,7 @@ TFontBox CFontProgramType1C::GetFontBBox()
 
 double CFontProgramType1C::GetPrivateNumber(CTypes::TKey nKey)
 {
-  return Scale(m_font.GetFontDict(0).m_private.GetNumber(nKey));
+  return Scale(GetDict().m_private.GetNumber(nKey));
 }
 
 // The extreme of the box and of the zones that the hints align with.
@@ -85,7 +86,7 @@ double CFontProgramType1C::GetEdge(bool bTop)
   for (const CTypes::TKey nKey : {CTypes::eBlueValues, CTypes::eOtherBlues})
   {
     BSE::CBasicArray<double> zones;
-    m_font.GetFontDict(0).m_private.GetArray(nKey, zones);
+    GetDict().m_private.GetArray(nKey, zones);
     for (const double dZone : zones.GetSpan())
       dEdge = bTop ? std::max(dEdge, Scale(dZone)) : std::min(dEdge, Scale(dZone));
   }
@@ -141,7 +142,7 @@ int CFontProgramType1C::DuplicateGlyph(int nGlyph, int nCode, const char* szName
   const int nCopy = m_font.DuplicateGlyph(nGlyph, nCode, szName);
   if (nCopy <= 0)
     return 0;
-  NotifyChanged();
+  NotifyDuplicated(nCopy);
   return nCopy;
 }
 

@@ -46,8 +46,15 @@ public:
   void HashMergeKey(BSE::CHashFunction& hash) override;
   int DuplicateGlyph(int nGlyph, int nCode, const char* szName) override;
   bool MakeCIDKeyed() override;
+  bool SetCIDs(std::span<const std::uint16_t> cids) override { return m_font.SetCIDs(cids); }
   BSE::CScopedPtr<CFontProgram> ToType1(std::span<const char* const, 256> names,
                                         std::span<const std::uint16_t> glyphs) override;
+
+  // Reads data that outlive the program.
+  bool Borrow(std::span<const unsigned char> data, const char* szName)
+  {
+    return m_bValid = m_font.Borrow(data, szName);
+  }
 
   // For a font that was made and not read.
   void SetValid() { m_bValid = true; }
@@ -59,6 +66,8 @@ protected:
   std::span<const char> FindGlyphName(int nGlyph) override { return m_font.GetGlyphName(nGlyph); }
 
 private:
+  // That of the first glyph, which no subset is without.
+  const CFF::TFontDict& GetDict() const { return m_font.GetFontDict(m_font.GetFontDictOf(0)); }
   double GetPrivateNumber(CFF::CTypes::TKey nKey);
   double GetEdge(bool bTop);
   double Scale(double dValue) { return dValue * 1000 / GetUnitsPerEm(); }

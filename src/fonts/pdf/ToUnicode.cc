@@ -47,6 +47,9 @@ CToUnicode::CToUnicode(const CObjectPtr& object, CFontAccount& account)
                           "Non standard Identity ToUnicode not implemented for encoding type.");
     m_bComplete = false;
   }
+  for (const unsigned nCode : m_blanks.GetSpan())
+    m_map.Add(nCode, nCode, AddText({u"", 1}));
+  m_blanks.RemoveAll();
   m_map.Finish(false);
 }
 
@@ -141,7 +144,10 @@ void CToUnicode::AddParsed(const DOC::TCMapCode& low, const DOC::TCMapCode& high
     nLast = low.m_nCode + (0xFFFFU - text.back());
     // Many ranges are as wide as codes are, and end beyond the characters.
   }
-  m_map.Add(low.m_nCode, nLast, AddText(text));
+  if (nLast == low.m_nCode && text.size() == 1 && text[0] == 0)
+    m_blanks.Add(nLast);
+  else
+    m_map.Add(low.m_nCode, nLast, AddText(text));
 }
 
 void CToUnicode::OnTextRange(const DOC::TCMapCode& low, const DOC::TCMapCode& high,

@@ -73,6 +73,7 @@ private:
   CCodeMap m_map;                                // to places in m_texts
   BSE::CBasicArray<char16_t> m_texts;            // each with its length before it
   BSE::CValueKeyPtrMap<unsigned, char> m_added;  // the same, after reading, one more than the place
+  BSE::CBasicArray<unsigned> m_blanks;  // codes whose text is the character 0, which gives way to any other
   bool m_bComplete = true;
 };
 

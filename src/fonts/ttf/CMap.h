@@ -56,6 +56,9 @@ public:
   // has changed, if there is none or it cannot be converted.
   bool Convert(bool bSymbolic, int nGlyphs, CFontLog& log);
 
+  // Takes the codes of glyphs that are not marked. Subtables that nothing is found in stay as they are.
+  void KeepCodes(const BSE::CBasicArray<unsigned char>& used, CFontLog& log);
+
 private:
   void CheckSubtable(TSubtable& subtable, CFontLog& log) const;
   bool CheckSegments(TSubtable& subtable) const;
@@ -73,9 +76,12 @@ private:
   BSE::CBasicArray<TSubtable> m_subtables;
 };
 
-// The bytes of a subtable of format 4 or 0 from ascending mappings. False, with a trace, where the format
-// cannot hold them.
-bool MakeFormat4(std::span<const TMapping> mappings, std::uint32_t nLanguage, CTableWriter& writer);
+// The bytes of a subtable from ascending mappings. False, with a trace, where the format cannot hold them.
 bool MakeFormat0(std::span<const TMapping> mappings, std::uint32_t nLanguage, CTableWriter& writer);
+bool MakeFormat4(std::span<const TMapping> mappings, std::uint32_t nLanguage, CTableWriter& writer);
+
+// In one of the formats that are read.
+bool MakeSubtable(unsigned nFormat, std::span<const TMapping> mappings, std::uint32_t nLanguage,
+                  CTableWriter& writer);
 
 }  // namespace TTF

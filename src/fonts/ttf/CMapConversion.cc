@@ -36,6 +36,60 @@ BSE::CBasicArray<TSegment> MakeSegments(std::span<const TMapping> mappings)
   return segments;
 }
 
+bool ReportFull(int nFormat)
+{
+  CFontLog::Note("E", "Unable to serialize format %d cmap.", nFormat);
+  return false;
+}
+
+bool MakeFormat6(std::span<const TMapping> mappings, std::uint32_t nLanguage, CTableWriter& writer)
+{
+  const std::uint32_t nFirst = mappings.empty() ? 0 : mappings.front().m_nCode;
+  const std::uint32_t nCount = mappings.empty() ? 0 : mappings.back().m_nCode - nFirst + 1;
+  if (nFirst + nCount > 0x10000 || 10 + 2 * nCount > g_nMaxLength)
+    return ReportFull(6);
+  for (const std::uint32_t n : {std::uint32_t{6}, 10 + 2 * nCount, nLanguage, nFirst, nCount})
+    writer.Card16(n);
+  std::uint32_t nCode = nFirst;
+  for (const TMapping& mapping : mappings)
+  {
+    for (; nCode < mapping.m_nCode; ++nCode)
+      writer.Card16(0);
+    writer.Card16(mapping.m_nGlyph);
+    ++nCode;
+  }
+  return true;
+}
+
+bool MakeFormat12(std::span<const TMapping> mappings, std::uint32_t nLanguage, CTableWriter& writer)
+{
+  struct TGroup
+  {
+    TMapping m_first;
+    std::uint32_t m_nEnd;
+  };
+  BSE::CBasicArray<TGroup> groups;
+  std::uint32_t nNext = 0;
+  std::uint32_t nNextGlyph = 0;
+  for (const TMapping& mapping : mappings)
+  {
+    if (groups.IsEmpty() || mapping.m_nCode != nNext || mapping.m_nGlyph != nNextGlyph)
+      groups.Add({mapping, mapping.m_nCode});
+    groups[groups.GetSize() - 1].m_nEnd = mapping.m_nCode;
+    nNext = mapping.m_nCode + 1;
+    nNextGlyph = mapping.m_nGlyph + 1;
+  }
+  writer.Card16(12);
+  writer.Card16(0);
+  const auto nGroups = static_cast<std::uint32_t>(groups.GetSize());
+  for (const std::uint32_t n : {16 + 12 * nGroups, nLanguage, nGroups})
+    writer.Card32(n);
+  for (const TGroup& group : groups.GetSpan())
+    for (const std::uint32_t n : {group.m_first.m_nCode, group.m_nEnd, group.m_first.m_nGlyph})
+      writer.Card32(n);
+  return true;
+}
+
 }  // namespace
 
 bool MakeFormat4(std::span<const TMapping> mappings, std::uint32_t nLanguage, CTableWriter& writer)
@@ -43,11 +97,8 @@ bool MakeFormat4(std::span<const TMapping> mappings, std::uint32_t nLanguage, CT
   const BSE::CBasicArray<TSegment> segments = MakeSegments(mappings);
   const auto nSegments = static_cast<unsigned>(segments.GetSize());
   const std::uint64_t nLength = 16 + 8 * std::uint64_t{nSegments};
-  if (nLength > g_nMaxLength)
-  {
-    CFontLog::Note("E", "Unable to serialize format %d cmap.", 4);
-    return false;
-  }
+  if (nLength > g_nMaxLength || (!mappings.empty() && mappings.back().m_nCode > 0xFFFF))
+    return ReportFull(4);
   const unsigned nSearch = 2 * std::bit_floor(nSegments);
   for (const unsigned n : {4U, static_cast<unsigned>(nLength), nLanguage, 2 * nSegments, nSearch,
                            static_cast<unsigned>(std::bit_width(nSegments) - 1), 2 * nSegments - nSearch})
@@ -82,6 +133,62 @@ bool MakeFormat0(std::span<const TMapping> mappings, std::uint32_t nLanguage, CT
   writer.Card16(nLanguage);
   writer.Append(glyphs);
   return true;
+}
+
+bool MakeSubtable(unsigned nFormat, std::span<const TMapping> mappings, std::uint32_t nLanguage,
+                  CTableWriter& writer)
+{
+  switch (nFormat)
+  {
+  case 0:
+    return MakeFormat0(mappings, nLanguage, writer);
+  case 4:
+    return MakeFormat4(mappings, nLanguage, writer);
+  case 6:
+    return MakeFormat6(mappings, nLanguage, writer);
+  case 12:
+    return MakeFormat12(mappings, nLanguage, writer);
+  default:
+    return ReportFull(static_cast<int>(nFormat));
+  }
+}
+
+void CCMap::KeepCodes(const BSE::CBasicArray<unsigned char>& used, CFontLog& log)
+{
+  if (!IsPresent() || m_subtables.IsEmpty())
+    return;
+  CTableWriter directory;
+  BSE::CBasicArray<unsigned char> all;
+  BSE::CBasicArray<int> places;  // of each subtable among the new ones
+  directory.Card16(0);
+  directory.Card16(static_cast<unsigned>(m_subtables.GetSize()));
+  for (int i = 0; i < m_subtables.GetSize(); ++i)
+  {
+    const TSubtable& subtable = m_subtables[i];
+    int nSame = 0;
+    while (m_subtables[nSame].m_nOffset != subtable.m_nOffset)
+      ++nSame;
+    places.Add(nSame < i ? places[nSame] : all.GetSize());
+    directory.Card16(subtable.m_nPlatform);
+    directory.Card16(subtable.m_nEncoding);
+    directory.Card32(static_cast<std::uint32_t>(4 + 8 * m_subtables.GetSize() + places[i]));
+    if (nSame < i)
+      continue;
+    BSE::CBasicArray<TMapping> mappings;
+    BSE::CBasicArray<TMapping> kept;
+    const bool bRead = GetMappings(i, 0x10FFFF, used.GetSize(), mappings);
+    for (const TMapping& mapping : mappings.GetSpan())
+      if (used[static_cast<int>(mapping.m_nGlyph)] != 0)
+        kept.Add(mapping);
+    CTableWriter writer;
+    if (bRead && MakeSubtable(subtable.m_nFormat, kept.GetSpan(), subtable.m_nLanguage, writer))
+      all.Append(writer.Detach().GetSpan());
+    else
+      all.Append(GetPart(subtable).Take(subtable.m_nLength));
+  }
+  directory.Append(all.GetSpan());
+  SetBytes(directory.Detach());
+  Read(log);
 }
 
 bool CCMap::Convert(bool bSymbolic, int nGlyphs, CFontLog& log)

@@ -72,6 +72,41 @@ std::span<const char> CPost::GetGlyphName(int nGlyph) const
   return {reinterpret_cast<const char*>(name.data()), name.size()};
 }
 
+void CPost::KeepNames(const BSE::CBasicArray<unsigned char>& used)
+{
+  if (!IsPresent() || m_nGlyphs == 0)
+    return;
+  CTableWriter writer;
+  BSE::CBasicArray<unsigned char> names;
+  BSE::CBasicArray<int> numbers;  // of the names that are kept
+  numbers.SetSize(m_names.GetSize());
+  int nNames = 0;
+  BSE::CByteCursor cursor = GetCursor();
+  writer.Append(cursor.Take(g_nPostHeader + 2));
+  for (int i = 0; i < m_nGlyphs; ++i)
+  {
+    int nName = static_cast<int>(cursor.Card16());
+    const int nOwn = nName - g_nStandardNames;
+    const std::span<const char> name = GetGlyphName(i);
+    if (i >= used.GetSize() || used[i] == 0 || name.empty())
+      nName = 0;
+    else if (nOwn >= 0)
+    {
+      if (numbers[nOwn] == 0)
+      {
+        numbers[nOwn] = ++nNames;
+        names.Add(static_cast<unsigned char>(name.size()));
+        names.Append({reinterpret_cast<const unsigned char*>(name.data()), name.size()});
+      }
+      nName = g_nStandardNames + numbers[nOwn] - 1;
+    }
+    writer.Card16(static_cast<unsigned>(nName));
+  }
+  writer.Append(names.GetSpan());
+  SetBytes(writer.Detach());
+  Parse();
+}
+
 bool CName::Parse()
 {
   m_records.RemoveAll();

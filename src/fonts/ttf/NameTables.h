@@ -19,6 +19,9 @@ public:
   // Empty for a glyph without a name; valid as long as the table.
   std::span<const char> GetGlyphName(int nGlyph) const;
 
+  // Takes the names of version 2 from glyphs that are not marked.
+  void KeepNames(const BSE::CBasicArray<unsigned char>& used);
+
   // Name of a glyph of the standard order of the Macintosh, which has 258.
   static std::span<const char> GetStandardName(int nName);
 

@@ -10,12 +10,12 @@ namespace
 {
 
 // What a reader of documents looks into, beside the outlines. gasp and the programs are for hinting.
-constexpr std::uint32_t g_neededTags[] = {
-    MakeTag("head"), MakeTag("hhea"), MakeTag("maxp"), MakeTag("hmtx"), MakeTag("vhea"), MakeTag("vmtx"),
-    MakeTag("loca"), MakeTag("glyf"), MakeTag("cvt "), MakeTag("fpgm"), MakeTag("prep"), MakeTag("gasp"),
-    MakeTag("CFF "), MakeTag("VORG"), MakeTag("cmap"), MakeTag("post"), MakeTag("name"), MakeTag("OS/2")};
+constexpr std::uint32_t g_neededTags[] = {MakeTag("head"), MakeTag("hhea"), MakeTag("maxp"), MakeTag("hmtx"),
+                                          MakeTag("vhea"), MakeTag("vmtx"), MakeTag("loca"), MakeTag("glyf"),
+                                          MakeTag("cvt "), MakeTag("fpgm"), MakeTag("prep"), MakeTag("gasp"),
+                                          MakeTag("CFF "), MakeTag("VORG"), MakeTag("cmap"), MakeTag("post")};
 
-constexpr std::uint32_t g_codeTags[] = {MakeTag("cmap"), MakeTag("post"), MakeTag("name"), MakeTag("OS/2")};
+constexpr std::uint32_t g_codeTags[] = {MakeTag("cmap"), MakeTag("post")};
 
 bool Contains(std::span<const std::uint32_t> tags, std::uint32_t nTag)
 {
@@ -143,6 +143,14 @@ void CTTF::ClearMetrics(const BSE::CBasicArray<unsigned char>& used)
     m_vmtx.Clear(closed);
 }
 
+void CTTF::DropCodes(const BSE::CBasicArray<unsigned char>& used)
+{
+  BSE::CBasicArray<unsigned char> marked(used);
+  marked.SetSize(GetGlyphCount());
+  m_cmap.KeepCodes(marked, m_log);
+  m_post.KeepNames(marked);
+}
+
 void CTTF::DropUnneeded(bool bCodes)
 {
   // Something else draws the glyphs of such a font, and may need anything.
@@ -150,10 +158,10 @@ void CTTF::DropUnneeded(bool bCodes)
     return;
   const auto IsNeeded = [&](std::uint32_t nTag)
   {
-    if (bCodes || !Contains(g_codeTags, nTag))
-      return Contains(g_neededTags, nTag);
     // Without vertical metrics the programs of glyphs see points that are made from OS/2.
-    return nTag == m_os2.GetTag() && m_maxp.m_nMaxSizeOfInstructions > 0 && !m_vhea.IsPresent();
+    if (nTag == m_os2.GetTag())
+      return m_maxp.m_nMaxSizeOfInstructions > 0 && !m_vhea.IsPresent();
+    return Contains(g_neededTags, nTag) && (bCodes || !Contains(g_codeTags, nTag));
   };
   for (const BSE::CPtrArray<CTable>* pTables : {&m_known, &m_others})
     for (CTable* pTable : pTables->GetSpan())

@@ -64,6 +64,9 @@ public:
   // longer.
   void ClearMetrics(const BSE::CBasicArray<unsigned char>& used);
 
+  // Takes the codes and names of all glyphs that are not marked: who looks for one finds .notdef.
+  void DropCodes(const BSE::CBasicArray<unsigned char>& used);
+
   // Drops the tables that nobody asks for in a document. bCodes: glyphs are found by codes or names, and not
   // by their numbers alone.
   void DropUnneeded(bool bCodes);

@@ -235,9 +235,7 @@ bool CTTFMerger::PutSubtable(const CCMap::TSubtable& subtable, std::span<const T
   BSE::CByteCursor old = m_font.m_cmap.GetCursor().GetPart(subtable.m_nOffset);
   if (!bChanged)
     writer.Append(old.Take(subtable.m_nLength));
-  else if ((!codes.empty() && codes.back().m_nCode > 0xFFFF) ||
-           !(subtable.m_nFormat == 0 ? MakeFormat0(codes, nLanguage, writer)
-                                     : MakeFormat4(codes, nLanguage, writer)))
+  else if (!MakeSubtable(subtable.m_nFormat, codes, nLanguage, writer))
     return Abort("Aborting TTF merge because of cmap(%d,%d) format %d overflow.", subtable.m_nPlatform,
                  subtable.m_nEncoding, subtable.m_nFormat);
   const int nDirectory = 4 + 8 * m_font.m_cmap.GetSubtableCount();

@@ -8,6 +8,7 @@ namespace TTF
 namespace
 {
 
+constexpr std::uint32_t g_nTrueTypeVersion = 0x00010000;
 constexpr std::uint32_t g_nWholeChecksum = 0xB1B0AFBA;
 constexpr std::size_t g_nAdjustmentAt = 8;
 
@@ -70,6 +71,11 @@ bool CTTF::Write(BSE::IByteStream& stream)
   unsigned char* pAdjustment = head.GetData() + g_nAdjustmentAt;
   BSE::StoreBigEndian(std::uint32_t{0}, pAdjustment);
   m_head.SetBytes(std::move(head));
+  // Readers go by the version, and it may be that of other outlines.
+  if (HasGlyphData() && m_nVersion == MakeTag("OTTO"))
+    m_nVersion = g_nTrueTypeVersion;
+  else if (!HasGlyphData() && FindTable(MakeTag("CFF ")))
+    m_nVersion = MakeTag("OTTO");
   CTableWriter directory;
   WriteDirectory(m_nVersion, tables, directory);
   const BSE::CBasicArray<unsigned char> start = directory.Detach();

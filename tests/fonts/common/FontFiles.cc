@@ -63,15 +63,6 @@ CBytes TakeBytes(BSE::CMemoryStream& stream)
   return data;
 }
 
-CUsed MarkSome(std::minstd_rand& random, int nGlyphs, int nMarks)
-{
-  CUsed used;
-  used.SetSize(nGlyphs);
-  for (int i = 0; i < nMarks; ++i)
-    used[static_cast<int>(random() % static_cast<unsigned>(nGlyphs))] = 1;
-  return used;
-}
-
 void ExpectSamePath(const FONT::CGlyph& glyph, const TGlyph& expected)
 {
   std::vector<std::pair<double, double>> points;

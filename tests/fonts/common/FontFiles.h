@@ -5,7 +5,6 @@
 #include "tests/fonts/common/FontFace.h"
 
 #include <filesystem>
-#include <random>
 
 namespace Fonts
 {
@@ -22,8 +21,6 @@ BSE::CBasicArray<unsigned char> ToArray(const CBytes& data);
 CBytes TakeBytes(BSE::CMemoryStream& stream);
 
 using CUsed = BSE::CBasicArray<unsigned char>;
-
-CUsed MarkSome(std::minstd_rand& random, int nGlyphs, int nMarks);
 
 // Within a unit; glyphs with fractions of units are not compared.
 void ExpectSamePath(const FONT::CGlyph& glyph, const TGlyph& expected);

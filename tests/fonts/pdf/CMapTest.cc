@@ -116,7 +116,8 @@ TEST(ToUnicode, IsReadChangedAndWritten)
   Support::CPdfBuilder builder;
   const int nMap = builder.AddStream(
       std::string(g_szBegin) +
-      "1 begincodespacerange <0000> <ffff> endcodespacerange 3 beginbfchar <0001> <0041> <0002> <00660066> "
+      "1 begincodespacerange <0000> <ffff> endcodespacerange 4 beginbfchar <0001> <0041> <0002> <0000> "
+      "<0002> <00660066> "
       "<0003> <D83DDE00> endbfchar\n4 beginbfrange <0010> <0012> <0061> <0020> <0022> [<0078> <00790079> "
       "/z]\n"
       "<0011> <0014> <0041> <FFF0> <FFFF> <FFF8> endbfrange 1 begincidrange <0030> <0031> 48 endcidrange "

@@ -236,8 +236,11 @@ TEST(FontPrograms, GiveTheirOutlinesAlone)
   ASSERT_TRUE(pBare && pBare->CanSubset() && pBare->MakeCIDKeyed());
   EXPECT_TRUE(pBare->Subset(PDF::g_nUsedByCID));
   EXPECT_EQ(pBare->GetGlyphCount(), 2);
+  const std::uint16_t aCIDs[] = {0, 777, 5};
+  EXPECT_FALSE(pBare->SetCIDs(aCIDs) || pBare->SetCIDs({aCIDs + 1, 2}));
+  EXPECT_TRUE(pBare->SetCIDs({aCIDs, 2}));
   const auto pRead = ReadProgram(*pBare);
-  EXPECT_EQ(pRead->GetWidth(pRead->GetGlyphIndexByCID(nGlyph)), pOpenType->GetWidth(nGlyph));
+  EXPECT_EQ(pRead->GetWidth(pRead->GetGlyphIndexByCID(777)), pOpenType->GetWidth(nGlyph));
   // What is around the outlines takes others, too.
   ASSERT_TRUE(pOpenType->MakeCIDKeyed());
   EXPECT_TRUE(ReadProgram(*pOpenType)->IsCIDKeyed());

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <random>
 
 namespace Fonts
 {
@@ -84,43 +83,6 @@ TEST(InstalledType1Test, WrittenFontIsTheSame)
         for (const int nEncoding : {0, 2})
           ASSERT_EQ(face.GetMappings(7, nEncoding, before), after.GetMappings(7, nEncoding, found));
         ASSERT_TRUE(before == found);
-      });
-}
-
-TEST(InstalledType1Test, SubsetsAreMerged)
-{
-  std::minstd_rand random(7);
-  ForEachFont(
-      [&](PFB::CPFB& font, const CFontFace& face, const CBytes& data)
-      {
-        CBytes files[2];
-        CUsed used[2];
-        for (int i = 0; i < 2; ++i)
-        {
-          PFB::CPFB subset;
-          ASSERT_TRUE(subset.Read(ToArray(data), ""));
-          used[i] = MarkSome(random, font.GetGlyphCount(), 30);
-          ASSERT_TRUE(subset.CloseGlyphs(used[i]));
-          CUsed left(used[i]);
-          subset.Subset(left);
-          files[i] = Write(subset);
-          const CFontFace after(files[i]);
-          ASSERT_TRUE(after.IsLoaded());
-          ASSERT_EQ(after.GetGlyphCount(), left.GetSize());
-          for (int n = 0, nNew = 0; n < font.GetGlyphCount(); ++n)
-            if (used[i][n] != 0)
-              ExpectSameGlyph(face, n, after, nNew++);
-        }
-        PFB::CPFB merged;
-        PFB::CPFB other;
-        ASSERT_TRUE(merged.Read(ToArray(files[0]), "") && other.Read(ToArray(files[1]), ""));
-        ASSERT_NE(merged.Merge(other, true), 0);
-        EXPECT_EQ(merged.Merge(other, true), 2);
-        const CFontFace after(Write(merged));
-        ASSERT_TRUE(after.IsLoaded());
-        for (int i = 0; i < font.GetGlyphCount(); ++i)
-          if (used[0][i] != 0 || used[1][i] != 0)
-            ExpectSameGlyph(face, i, after, merged.FindGlyph(font.GetGlyphName(i)));
       });
 }
 
