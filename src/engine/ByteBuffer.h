@@ -42,6 +42,15 @@ public:
 
   std::size_t GetCapacity() const { return m_nCapacity; }
 
+  // Gives up memory that only few large contents need.
+  void Trim(std::size_t nKept)
+  {
+    if (m_nCapacity <= nKept)
+      return;
+    BSE::Free(std::exchange(m_pData, nullptr));
+    m_nCapacity = m_nSize = 0;
+  }
+
   // All of the room, and what of it is filled.
   std::span<unsigned char> GetRoom() { return {m_pData, m_nCapacity}; }
   std::span<const unsigned char> GetSpan() const { return {m_pData, m_nSize}; }

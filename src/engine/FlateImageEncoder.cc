@@ -21,6 +21,12 @@ namespace
 
 constexpr int g_nPredictorEffort = 5;
 
+// What is compressed at once to find out how well that goes.
+constexpr std::size_t g_nPiece = std::size_t{1} << 20;
+
+// Memory that is kept from one image to the next, in each of the buffers.
+constexpr std::size_t g_nKept = std::size_t{4} << 20;
+
 CObjectPtr MakePrediction(const TSampleForm& form)
 {
   constexpr BSE::CPredictionParameters defaults;
@@ -73,10 +79,35 @@ bool CFlateImageEncoder::Encode(CSamples& samples, bool bReduce, std::size_t nLi
     TryForms(samples);
   else
     TryForm(samples);
+  m_predicted.Trim(g_nKept);
   const std::size_t nEntries = MeasureEntries(m_parameters, m_form);
-  return nLimit > nEntries && m_chosen.GetSize() > 0 &&
-         m_deflater.Deflate(m_chosen.GetSpan(),
-                            std::min(nLimit - nEntries, m_deflater.GetBound(m_chosen.GetSize()) + 1), m_best);
+  if (nLimit <= nEntries || m_chosen.GetSize() == 0)
+    return false;
+  const std::size_t nRoom = std::min(nLimit - nEntries, m_deflater.GetBound(m_chosen.GetSize()) + 1);
+  // With all effort it is hardly ever longer than in the fast try, so that far less room will do.
+  return m_deflater.Deflate(m_chosen.GetSpan(), std::min(nRoom, m_nQuickCost), m_best) ||
+         m_deflater.Deflate(m_chosen.GetSpan(), nRoom, m_best);
+}
+
+void CFlateImageEncoder::Trim()
+{
+  for (CByteBuffer* pBuffer : {&m_chosen, &m_best, &m_predicted})
+    pBuffer->Trim(g_nKept);
+}
+
+// Piece by piece, for which little memory does.
+std::size_t CFlateImageEncoder::MeasureQuickly(std::span<const unsigned char> data, std::size_t nLimit)
+{
+  std::size_t nSize = 0;
+  while (!data.empty() && nSize < nLimit)
+  {
+    const auto piece = data.first(std::min(data.size(), g_nPiece));
+    if (!m_quick.Deflate(piece, m_quick.GetBound(piece.size()) + 1, m_candidate))
+      return nLimit;
+    nSize += m_candidate.GetSize();
+    data = data.subspan(piece.size());
+  }
+  return nSize;
 }
 
 // What is half or a third of the samples is not tried in full beside that; a table is, whose indices have
@@ -112,11 +143,12 @@ void CFlateImageEncoder::Try(std::span<const unsigned char> data, const CObjectP
                              const TSampleForm& form)
 {
   const std::size_t nEntries = MeasureEntries(parameters, form);
-  if (m_nQuickCost <= nEntries ||
-      !m_quick.Deflate(data, std::min(m_nQuickCost - nEntries, m_quick.GetBound(data.size()) + 1),
-                       m_candidate))
+  if (m_nQuickCost <= nEntries)
     return;
-  m_nQuickCost = nEntries + m_candidate.GetSize();
+  const std::size_t nCost = nEntries + MeasureQuickly(data, m_nQuickCost - nEntries);
+  if (nCost >= m_nQuickCost)
+    return;
+  m_nQuickCost = nCost;
   m_parameters = parameters;
   m_form = form;
   m_chosen.Assign(data);

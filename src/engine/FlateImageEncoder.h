@@ -24,10 +24,14 @@ public:
   const CObjectPtr& GetParameters() const { return m_parameters; }
   const TSampleForm& GetForm() const { return m_form; }
 
+  // Gives up what a large image has needed; nothing of it is valid any more.
+  void Trim();
+
 private:
   // Of those that choose.
   static constexpr int g_nQuickEffort = 3;
 
+  std::size_t MeasureQuickly(std::span<const unsigned char> data, std::size_t nLimit);
   void TryForms(CSamples& samples);
   void TryForm(const CSamples& samples);
   void Try(std::span<const unsigned char> data, const CObjectPtr& parameters, const TSampleForm& form);

@@ -162,12 +162,13 @@ bool CImageEncoder::EncodeFlate(CObject& image, const TImageSamples& samples, bo
   const auto nSize = static_cast<std::size_t>(samples.m_pData->GetLength());
   const TSampleForm form = {image.GetEntry("ColorSpace"), samples.m_nWidth, samples.m_nHeight,
                             samples.m_nComponents, samples.m_nBits};
+  constexpr std::size_t nKept = std::size_t{4} << 20;
   m_plain.Provide(nSize);
   m_plain.SetSize(nSize);
   if (!form.IsUsable() || !samples.m_pData->Rewind() ||
       samples.m_pData->ReadFully(m_plain.GetRoom().data(), static_cast<std::int64_t>(nSize)) !=
           static_cast<std::int64_t>(nSize) ||
-      !m_samples.Assign(form, m_plain.GetSpan()) ||
+      !m_samples.Take(form, m_plain) ||
       !m_flate.Encode(m_samples, bReduce, static_cast<std::size_t>(std::numeric_limits<int>::max())))
     return false;
   result.m_szOuter = nullptr;
@@ -181,6 +182,9 @@ bool CImageEncoder::EncodeFlate(CObject& image, const TImageSamples& samples, bo
     result.m_space = best.m_space;
     result.m_nBits = best.m_nBits;
   }
+  m_flate.Trim();
+  m_samples.Take({}, m_plain);
+  m_plain.Trim(nKept);
   return true;
 }
 

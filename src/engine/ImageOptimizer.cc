@@ -283,6 +283,9 @@ bool CImageOptimizer::CWork::ReadSamples(TImageSamples& samples)
   BSE::IByteStream* pStream = m_image.GetStream();
   if (nSize <= 0 || !pStream || !pStream->Rewind())
     return false;
+  samples.m_pData = dynamic_cast<BSE::CMemoryStream*>(pStream);
+  if (samples.m_pData && samples.m_pData->GetLength() == nSize)
+    return true;
   samples.m_pData = new BSE::CMemoryStream;
   return samples.m_pData->CopyFrom(pStream, nSize, false) && samples.m_pData->GetLength() == nSize &&
          !BSE::HasGap(pStream);

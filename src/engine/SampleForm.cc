@@ -75,6 +75,17 @@ bool TSampleForm::IsUsable() const
   return m_nWidth > 0 && m_nHeight > 0 && bDepth && m_nComponents > 0 && m_nComponents <= nMaxComponents;
 }
 
+bool CSamples::Take(const TSampleForm& form, CByteBuffer& rows)
+{
+  const std::size_t nSize = form.GetRowSize() * static_cast<std::size_t>(form.m_nHeight);
+  if (rows.GetSize() < nSize)
+    return false;
+  m_form = form;
+  m_rows.Swap(rows);
+  m_rows.SetSize(nSize);
+  return true;
+}
+
 bool CSamples::Assign(const TSampleForm& form, std::span<const unsigned char> rows)
 {
   const auto nHeight = static_cast<std::size_t>(form.m_nHeight);

@@ -38,6 +38,9 @@ public:
   // Rows of that form, which is usable; no more are taken than it has. False if there are fewer.
   bool Assign(const TSampleForm& form, std::span<const unsigned char> rows);
 
+  // The same without a copy: gives its own memory away for the rows.
+  bool Take(const TSampleForm& form, CByteBuffer& rows);
+
   const TSampleForm& GetForm() const { return m_form; }
   std::span<const unsigned char> GetRows() const { return m_rows.GetSpan(); }
 

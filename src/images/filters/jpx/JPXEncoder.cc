@@ -15,6 +15,10 @@ namespace BSE
 namespace
 {
 
+// Pixels of an image that is coded as a whole, and the longest side of a tile of others.
+constexpr std::int64_t g_nMaxUntiled = 1 << 22;
+constexpr int g_nTileSide = 1024;
+
 // A stream of the codec into memory. What an allocation throws is kept until the codec is left.
 struct TTarget
 {
@@ -74,6 +78,19 @@ float GetSignalToNoise(int nQuality)
   return static_cast<float>(pLow[1]);
 }
 
+// Of a tile that is not at the edge: all are about as large.
+int GetTileSide(int nSide)
+{
+  const int nTiles = (nSide + g_nTileSide - 1) / g_nTileSide;
+  return (nSide + nTiles - 1) / nTiles;
+}
+
+// Large images are cut into tiles, since coding takes many times the memory of the samples.
+bool IsTiled(const CJPXParameters& parameters)
+{
+  return std::int64_t{parameters.nWidth} * parameters.nHeight > g_nMaxUntiled;
+}
+
 void SetParameters(const CJPXParameters& parameters, opj_cparameters_t& coding)
 {
   constexpr int nDefaultResolutions = 6;
@@ -81,7 +98,9 @@ void SetParameters(const CJPXParameters& parameters, opj_cparameters_t& coding)
   opj_set_default_encoder_parameters(&coding);
   coding.tcp_numlayers = 1;
   // No resolution may be smaller than a pixel.
-  const int nSmaller = std::min(parameters.nWidth, parameters.nHeight);
+  const int nSmaller = IsTiled(parameters)
+                           ? std::min(GetTileSide(parameters.nWidth), GetTileSide(parameters.nHeight))
+                           : std::min(parameters.nWidth, parameters.nHeight);
   coding.numresolution = 1;
   while (coding.numresolution < nDefaultResolutions && nSmaller >> coding.numresolution > 0)
     ++coding.numresolution;
@@ -109,8 +128,9 @@ opj_image_t* MakeImage(const CJPXParameters& parameters)
     component.h = static_cast<OPJ_UINT32>(parameters.nHeight);
     component.prec = static_cast<OPJ_UINT32>(parameters.nBitsPerComponent);
   }
-  opj_image_t* const pImage =
-      opj_image_create(static_cast<OPJ_UINT32>(nCount), components, OPJ_CLRSPC_UNSPECIFIED);
+  // With tiles the image itself has no samples.
+  const auto fnCreate = IsTiled(parameters) ? opj_image_tile_create : opj_image_create;
+  opj_image_t* const pImage = fnCreate(static_cast<OPJ_UINT32>(nCount), components, OPJ_CLRSPC_UNSPECIFIED);
   if (pImage)
   {
     pImage->x1 = static_cast<OPJ_UINT32>(parameters.nWidth);
@@ -136,6 +156,8 @@ public:
     return nValue;
   }
 
+  void Skip(std::int64_t nSamples) { m_nBit += static_cast<std::size_t>(nSamples * m_nDepth); }
+
 private:
   std::span<const unsigned char> m_row;
   int m_nDepth;
@@ -157,6 +179,51 @@ void FillImage(const CJPXParameters& parameters, std::span<const unsigned char> 
   }
 }
 
+// The samples of a tile, one component after the other, in bytes or native words.
+void CopyTile(const CJPXParameters& parameters, std::span<const unsigned char> rows, int nLeft, int nTop,
+              CBasicArray<unsigned char>& tile)
+{
+  const std::size_t nRowSize = rows.size() / static_cast<std::size_t>(parameters.nHeight);
+  const int nWidth = std::min(GetTileSide(parameters.nWidth), parameters.nWidth - nLeft);
+  const int nHeight = std::min(GetTileSide(parameters.nHeight), parameters.nHeight - nTop);
+  const int nComponents = GetComponentCount(parameters);
+  const int nBytes = parameters.nBitsPerComponent > 8 ? 2 : 1;
+  tile.SetSize(nWidth * nHeight * nComponents * nBytes);
+  unsigned char* const pTile = tile.GetSpan().data();
+  for (int y = 0; y < nHeight; ++y)
+  {
+    CRowReader reader(rows.subspan(static_cast<std::size_t>(nTop + y) * nRowSize, nRowSize),
+                      parameters.nBitsPerComponent);
+    reader.Skip(std::int64_t{nLeft} * nComponents);
+    for (int x = 0; x < nWidth; ++x)
+      for (int k = 0; k < nComponents; ++k)
+      {
+        const auto nValue = static_cast<std::uint16_t>(reader.Next());
+        unsigned char* const pSample = pTile + ((k * nHeight + y) * nWidth + x) * nBytes;
+        if (nBytes == 1)
+          *pSample = static_cast<unsigned char>(nValue);
+        else
+          std::memcpy(pSample, &nValue, sizeof(nValue));
+      }
+  }
+}
+
+bool WriteTiles(const CJPXParameters& parameters, std::span<const unsigned char> rows, opj_codec_t* pCodec,
+                opj_stream_t* pStream)
+{
+  CBasicArray<unsigned char> tile;
+  OPJ_UINT32 nTile = 0;
+  for (int nTop = 0; nTop < parameters.nHeight; nTop += GetTileSide(parameters.nHeight))
+    for (int nLeft = 0; nLeft < parameters.nWidth; nLeft += GetTileSide(parameters.nWidth))
+    {
+      CopyTile(parameters, rows, nLeft, nTop, tile);
+      if (!opj_write_tile(pCodec, nTile++, tile.GetSpan().data(), static_cast<OPJ_UINT32>(tile.GetSize()),
+                          pStream))
+        return false;
+    }
+  return true;
+}
+
 }  // namespace
 
 bool EncodeJPXCodestream(const CJPXParameters& parameters, std::span<const unsigned char> rows,
@@ -166,18 +233,27 @@ bool EncodeJPXCodestream(const CJPXParameters& parameters, std::span<const unsig
   TCloser closer;
   opj_cparameters_t coding;
   SetParameters(parameters, coding);
+  const bool bTiled = IsTiled(parameters);
+  if (bTiled)
+  {
+    coding.tile_size_on = OPJ_TRUE;
+    coding.cp_tdx = GetTileSide(parameters.nWidth);
+    coding.cp_tdy = GetTileSide(parameters.nHeight);
+  }
   closer.m_pImage = MakeImage(parameters);
   closer.m_pCodec = opj_create_compress(OPJ_CODEC_J2K);
   closer.m_pStream = opj_stream_default_create(OPJ_FALSE);
   bool bDone = closer.m_pImage && closer.m_pCodec && closer.m_pStream;
   if (bDone)
   {
-    FillImage(parameters, rows, *closer.m_pImage);
+    if (!bTiled)
+      FillImage(parameters, rows, *closer.m_pImage);
     opj_stream_set_user_data(closer.m_pStream, &target, nullptr);
     opj_stream_set_write_function(closer.m_pStream, TTarget::Write);
     bDone = opj_setup_encoder(closer.m_pCodec, &coding, closer.m_pImage) &&
             opj_start_compress(closer.m_pCodec, closer.m_pImage, closer.m_pStream) &&
-            opj_encode(closer.m_pCodec, closer.m_pStream) &&
+            (bTiled ? WriteTiles(parameters, rows, closer.m_pCodec, closer.m_pStream)
+                    : opj_encode(closer.m_pCodec, closer.m_pStream)) &&
             opj_end_compress(closer.m_pCodec, closer.m_pStream);
   }
   if (target.m_pException)

@@ -103,6 +103,19 @@ TEST(JPXFilter, RoundTripsWithoutLoss)
   }
 }
 
+// Beyond some millions of pixels an image is coded in pieces.
+TEST(JPXFilter, RoundTripsLargeImages)
+{
+  for (const int nDepth : {2, 16})
+  {
+    const std::string rows = MakeRows(1500, 2801, 1, nDepth);
+    EXPECT_TRUE(DecodePicture(EncodePicture(rows, MakeParameters(1500, 2801, eJPXGray, nDepth))).m_rows ==
+                MakeScaled(1500, 2801, 1, nDepth));
+  }
+  const std::string rows = MakeRows(2801, 1500, 3, 8);
+  EXPECT_TRUE(DecodePicture(EncodePicture(rows, MakeParameters(2801, 1500, eJPXRGB))).m_rows == rows);
+}
+
 TEST(JPXFilter, LosesByQuality)
 {
   const std::string rows = MakeRows(200, 150, 3, 8);
