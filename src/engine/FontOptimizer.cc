@@ -118,10 +118,10 @@ void CFontOptimizer::Prepare(CFontUse& use)
   CFontFile& file = use.GetFile();
   CFontProgram* pProgram = file.GetProgram(use.m_fonts[0]->GetBaseName());
   // What reading has lost is still in the data.
-  if (!pProgram || !file.IsWhole())
+  if (!pProgram || !file.IsWhole() || (m_options.m_bVersionWithinClaim && NeedsGlyphLists(use)))
   {
     file.m_nOptimizeState |= eFileWhole;
-    use.m_bFixed = true;
+    use.m_bFixed = use.m_bKept = true;
     return;
   }
   // Names of codes are the program's before it changes.
@@ -323,23 +323,27 @@ void CFontOptimizer::UpdateNames(CFontUse& use)
   }
 }
 
-bool CFontOptimizer::KeepsClaim() const
+// ISO 19005-1, 6.3.5, wants the glyphs of a subset listed, but for simple TrueType fonts.
+bool CFontOptimizer::NeedsGlyphLists(const CFontUse& use) const
 {
   const CConformance claim = m_editor.GetDocument().GetConformance();
-  return claim.IsArchival() && claim.GetPart() == 1;
+  if (!claim.IsArchival() || claim.GetPart() != 1)
+    return false;
+  for (const CFont* pFont : use.m_fonts.GetSpan())
+    if (pFont->IsComposite() || pFont->GetKind() != eFontTrueType)
+      return true;
+  return false;
 }
 
-// They are of the program that was (ISO 32000-1, Table 122); ISO 19005-1, 6.3.5, wants them.
+// They are of the program that was (ISO 32000-1, Table 122).
 void CFontOptimizer::DropGlyphLists(CFontUse& use)
 {
   for (CFont* pFont : use.m_fonts.GetSpan())
-  {
     if (const CObjectPtr descriptor = m_editor.EditDescriptor(*pFont))
       for (const char* szKey : {"CharSet", "CIDSet"})
         descriptor.DeleteEntry(szKey);
-    if (KeepsClaim() && (pFont->IsComposite() || pFont->GetKind() != eFontTrueType))
-      m_bClaimLost = true;
-  }
+  if (NeedsGlyphLists(use) && !std::exchange(m_bClaimLost, true))
+    BSE::CTracer::Trace("I", "PDF Optimizer", "The claim of PDF/A-1 is lost with lists of glyphs.");
 }
 
 void CFontOptimizer::SetKeys(CFontUse& use)

@@ -41,7 +41,7 @@ private:
   void SetKeys(CFontUse& use);
   void DropGlyphLists(CFontUse& use);
   void TraceResults();
-  bool KeepsClaim() const;
+  bool NeedsGlyphLists(const CFontUse& use) const;
 
   CFontEditor& m_editor;
   const CFontEdits& m_edits;

@@ -60,7 +60,7 @@ void CFontProgramMerger::AddRecord(int nIndex)
   const CFont& font = *m_editor.GetFonts().GetFont(nIndex);
   const CFontFile* pFile = font.GetFontFile();
   const CFontUse* pUse = pFile ? m_uses.Find(pFile) : nullptr;
-  if (!pUse || font.IsType3() || (font.m_nOptimizeState & g_nFontGone) != 0 ||
+  if (!pUse || pUse->m_bKept || font.IsType3() || (font.m_nOptimizeState & g_nFontGone) != 0 ||
       (pFile->m_nOptimizeState & eFileDropped) != 0 || !pFile->IsWhole())
     return;
   CFontProgram* pProgram = font.GetProgram();

@@ -15,6 +15,7 @@ public:
 
   BSE::CPtrArray<CFont> m_fonts;  // in the order of their first use
   bool m_bFixed = false;          // the program cannot become one of another kind
+  bool m_bKept = false;           // the program stays as it is
   bool m_bNeeded = false;         // dictionaries have changed that go with the new program alone
 
 private:
