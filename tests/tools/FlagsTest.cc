@@ -55,6 +55,10 @@ TEST(CommandFlags, WrongUse)
       {"--in-place", "sub"},
       {"-o", "sub", "large.pdf", "sub/../large.pdf"},
       {"info"},
+      {"list"},
+      {"list", "shoes", "large.pdf"},
+      {"extract", "images"},
+      {"extract", "fonts", "large.pdf", "tiny.pdf"},
   };
   for (const std::vector<std::string>& arguments : cases)
   {

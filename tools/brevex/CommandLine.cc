@@ -252,10 +252,30 @@ void AddInfo(CLI::App& app, TInfoOptions& options)
   app.add_flag("--json", options.bJson, "Write one JSON object per file");
 }
 
+void AddResources(CLI::App& app, TResourceOptions& options)
+{
+  app.footer(g_szFooter);
+  app.add_option_function<std::string>(
+         "kind", [&](const std::string& s) { options.bFonts = s == "fonts"; }, "images or fonts")
+      ->type_name("KIND")
+      ->check(CLI::IsMember({"images", "fonts"}))
+      ->required();
+  app.add_option("file", options.sPath, "Input, - for standard input")->type_name("FILE")->required();
+  app.add_flag("--json", options.bJson, "Write one JSON object");
+}
+
+void AddExtract(CLI::App& app, TResourceOptions& options)
+{
+  AddResources(app, options);
+  app.add_option("-d,--directory", options.sFolder,
+                 "Folder for the files, the working directory unless given")
+      ->type_name("FOLDER");
+}
+
 // "brevex in.pdf out.pdf" means "brevex optimize in.pdf out.pdf".
 void AddDefaultVerb(std::vector<std::string>& arguments)
 {
-  constexpr const char* szWords[] = {"optimize", "info", "-h", "--help", "--version"};
+  constexpr const char* szWords[] = {"optimize", "info", "list", "extract", "-h", "--help", "--version"};
   const auto isWord = [&](const char* szWord) { return arguments.front() == szWord; };
   if (arguments.empty() || std::none_of(std::begin(szWords), std::end(szWords), isWord))
   {
@@ -277,8 +297,14 @@ std::optional<TCommand> ParseCommandLine(std::vector<std::string> arguments, TEx
   CLI::App* pInfo = app.add_subcommand("info", "Tell what a file is");
   AddOptimize(*pOptimize, command.optimize);
   AddInfo(*pInfo, command.info);
+  CLI::App* pList = app.add_subcommand("list", "List images or fonts");
+  CLI::App* pExtract = app.add_subcommand("extract", "Write images or font programs into files");
+  AddResources(*pList, command.resources);
+  AddExtract(*pExtract, command.resources);
   CPasswordFlags password(*pOptimize, "", g_szPasswordHelp, command.optimize.sPassword);
   CPasswordFlags infoPassword(*pInfo, "", g_szPasswordHelp, command.info.sPassword);
+  CPasswordFlags listPassword(*pList, "", g_szPasswordHelp, command.resources.sPassword);
+  CPasswordFlags extractPassword(*pExtract, "", g_szPasswordHelp, command.resources.sPassword);
   CEncryptionFlags encryption(*pOptimize, command.optimize.encryption);
   try
   {
@@ -287,6 +313,7 @@ std::optional<TCommand> ParseCommandLine(std::vector<std::string> arguments, TEx
     app.parse(arguments);
     password.ReadEnvironment();
     infoPassword.ReadEnvironment();
+    listPassword.ReadEnvironment();
     if (pOptimize->parsed())
     {
       encryption.Finish();
@@ -294,7 +321,10 @@ std::optional<TCommand> ParseCommandLine(std::vector<std::string> arguments, TEx
       CheckFiles(command.optimize);
       CheckFonts(command.optimize);
     }
-    command.verb = pInfo->parsed() ? TVerb::Info : TVerb::Optimize;
+    command.verb = pInfo->parsed()      ? TVerb::Info
+                   : pList->parsed()    ? TVerb::List
+                   : pExtract->parsed() ? TVerb::Extract
+                                        : TVerb::Optimize;
     return command;
   }
   catch (const CLI::ParseError& error)

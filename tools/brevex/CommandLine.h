@@ -13,7 +13,9 @@ namespace Tool
 enum class TVerb
 {
   Optimize,
-  Info
+  Info,
+  List,
+  Extract
 };
 
 // What the verb info was asked to do.
@@ -24,11 +26,22 @@ struct TInfoOptions
   bool bJson = false;
 };
 
+// What the verbs list and extract were asked to do.
+struct TResourceOptions
+{
+  bool bFonts = false;  // else images
+  std::string sPath;
+  std::string sFolder = ".";  // for extract
+  std::optional<std::string> sPassword;
+  bool bJson = false;
+};
+
 struct TCommand
 {
   TVerb verb = TVerb::Optimize;
   TOptimizeOptions optimize;
   TInfoOptions info;
+  TResourceOptions resources;
 };
 
 // Reads the arguments after the program's name. Where there is nothing to run, after --help or a mistake,

@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "AtomicFile.h"
+#include "ScratchFolder.h"
 
 namespace Tool
 {
@@ -40,6 +41,7 @@ void HandleInterruption()
           int nSignal = 0;
           sigwait(&signals, &nSignal);
           RemoveTemporaryFiles();
+          RemoveScratchFolder();
           _exit(128 + nSignal);
         })
         .detach();

@@ -13,6 +13,7 @@
 #include "Interruption.h"
 #include "OptimizeCommand.h"
 #include "Reporter.h"
+#include "ResourceCommand.h"
 
 namespace
 {
@@ -29,8 +30,18 @@ Tool::TExitCode Run(int nArguments, char** arguments)
     return exitCode;
   }
   Tool::HandleInterruption();
-  return command->verb == Tool::TVerb::Info ? Tool::RunInfo(command->info)
-                                            : Tool::RunOptimize(command->optimize);
+  switch (command->verb)
+  {
+  case Tool::TVerb::Info:
+    return Tool::RunInfo(command->info);
+  case Tool::TVerb::List:
+    return Tool::RunList(command->resources);
+  case Tool::TVerb::Extract:
+    return Tool::RunExtract(command->resources);
+  case Tool::TVerb::Optimize:
+    break;
+  }
+  return Tool::RunOptimize(command->optimize);
 }
 
 // What was written to standard output may not have arrived.

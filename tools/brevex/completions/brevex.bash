@@ -156,7 +156,7 @@ _brevex()
     return
   fi
   if ((COMP_CWORD == 1)); then
-    mapfile -t COMPREPLY < <(compgen -W "optimize info" -- "$current")
+    mapfile -t COMPREPLY < <(compgen -W "optimize info list extract" -- "$current")
   fi
   local file files
   mapfile -t files < <(compgen -f -- "$current")
