@@ -252,6 +252,63 @@ typedef struct TBrevexReport
   uint32_t nCount;      /* how often it was reported, from 1 */
 } TBrevexReport;
 
+/* What an image is to the sets of compressions. */
+enum TBrevexImageClass
+{
+  BREVEX_IMAGE_CLASS_UNKNOWN = 0, /* not looked at, or none of the others */
+  BREVEX_IMAGE_CLASS_BITONAL = 1,
+  BREVEX_IMAGE_CLASS_CONTINUOUS = 2,
+  BREVEX_IMAGE_CLASS_INDEXED = 3
+};
+
+/* Why an image has become what it is. */
+enum TBrevexImageOutcome
+{
+  BREVEX_IMAGE_NOT_TRIED = 0,  /* no option that is on concerns it */
+  BREVEX_IMAGE_KEPT_AS_IS = 1, /* drawn by annotations or glyph procedures, or by content that is damaged */
+  BREVEX_IMAGE_NOT_READ = 2,   /* damaged, of an unusual form, or out of all proportion to the file */
+  BREVEX_IMAGE_SMALLEST = 3,   /* it stayed: nothing that was tried is shorter */
+  BREVEX_IMAGE_REPLACED = 4    /* by the shortest of what was tried, or of what the options force */
+};
+
+/* What has been done to the samples of an image that was replaced; a sum. */
+enum TBrevexImageChange
+{
+  BREVEX_IMAGE_RESAMPLED = 1,  /* has a lower resolution */
+  BREVEX_IMAGE_CONVERTED = 2,  /* has colours of another space */
+  BREVEX_IMAGE_SIMPLIFIED = 4, /* has a form for fewer colours, and looks the same: no loss */
+  BREVEX_IMAGE_LOSSY = 8       /* has a lossy compression, JPEG or JPEG 2000, that it was given now */
+};
+
+/* Number of candidates in TBrevexImage, by TBrevexCompression from RAW to JPEG2000. */
+#define BREVEX_IMAGE_CANDIDATES 9
+
+/* What the last save has made of one image, from BrevexGetImage. Later versions may add members at the end.
+ */
+typedef struct TBrevexImage
+{
+  uint32_t nSize;       /* bytes of the record, as in TBrevexReport */
+  int32_t nObject;      /* number of the object in the input */
+  int32_t nPage;        /* page of the first use, from 1; 0 for unknown */
+  int32_t nClass;       /* of TBrevexImageClass */
+  int32_t nOutcome;     /* of TBrevexImageOutcome */
+  uint32_t nChanges;    /* of TBrevexImageChange */
+  int32_t nWidthBefore; /* in samples, as the dictionary has them */
+  int32_t nHeightBefore;
+  int32_t nWidthAfter;
+  int32_t nHeightAfter;
+  int32_t
+      nCompressionBefore; /* TBrevexCompression of its last filter; UNSPECIFIED for one without a number */
+  int32_t nCompressionAfter;
+  float dResolutionX; /* of the input, the lowest of all uses in dots per inch; 0 for unknown */
+  float dResolutionY;
+  int64_t nBytesBefore;                         /* of the stream in the input */
+  int64_t nBytesAfter;                          /* -1 for data that was encoded only when it was written */
+  int64_t aCandidates[BREVEX_IMAGE_CANDIDATES]; /* bytes of what was tried; -1 for what was not. Of the
+                                                   options that change no sample (Recode, RecompressStreams)
+                                                   only what won is told */
+} TBrevexImage;
+
 /* Status codes that callers meet most often. There are more; BrevexGetErrorMessageA gives their texts.
  * 1 to 32767 are errno values. Otherwise bit 31 marks an error, and bit 15 a warning where bit 31 is clear.
  */
@@ -462,6 +519,20 @@ BREVEX_API const TBrevexChar* BrevexGetReportTextW(TBrevexHandle* pHandle, int n
  * reports. 0 after a successful save: all that the options keep is in the output.
  */
 BREVEX_API uint64_t BrevexGetLossCount(TBrevexHandle* pHandle);
+
+/* ---- Images of a save
+ * --------------------------------------------------------------------------------------- */
+
+/* An addition of this library: what the last save has made of the images that it copied, masks included, in
+ * the order in which they were copied, each once. There are none before a save, after BrevexClose, and where
+ * no option works on streams. Neither call changes the error code.
+ */
+BREVEX_API int BrevexGetImageCount(TBrevexHandle* pHandle);
+
+/* Fills the record with an image, from 0. False for an index out of range, for a null record, and for one
+ * whose nSize leaves no room.
+ */
+BREVEX_API int BrevexGetImage(TBrevexHandle* pHandle, int nIndex, TBrevexImage* pImage);
 
 /* ---- Document information
  * ---------------------------------------------------------------------------------- */

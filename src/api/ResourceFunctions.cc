@@ -1,10 +1,13 @@
-// Listings of images and fonts, and requests for single fonts.
+// Listings of images and fonts, what has become of images, and requests for single fonts.
 
 #include "api/CallFrame.h"
 #include "api/TextArgument.h"
 #include "base/Unicode.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <cstddef>
+#include <cstring>
 
 using API::Call;
 using API::CallQuietly;
@@ -28,7 +31,63 @@ int List(TBrevexHandle* pHandle, const TBrevexChar* szPath,
               });
 }
 
+static_assert(PDF::g_nTriedCompressions == BREVEX_IMAGE_CANDIDATES);
+static_assert(int{PDF::eImageReplaced} == int{BREVEX_IMAGE_REPLACED});
+static_assert(int{PDF::eClassIndexed} == int{BREVEX_IMAGE_CLASS_INDEXED});
+static_assert(unsigned{PDF::eChangeCoding} == unsigned{BREVEX_IMAGE_LOSSY});
+
+TBrevexImage MakeImage(const PDF::CImageReport& report)
+{
+  TBrevexImage image = {};
+  image.nObject = report.m_nObjNumber;
+  image.nPage = report.m_nPage;
+  image.nClass = report.m_nClass;
+  image.nOutcome = report.m_nOutcome;
+  image.nChanges = report.m_nChanges;
+  image.nWidthBefore = report.m_aWidth[0];
+  image.nHeightBefore = report.m_aHeight[0];
+  image.nWidthAfter = report.m_aWidth[1];
+  image.nHeightAfter = report.m_aHeight[1];
+  image.nCompressionBefore = report.m_aCodec[0];
+  image.nCompressionAfter = report.m_aCodec[1];
+  image.dResolutionX = static_cast<float>(report.m_dResolutionX);
+  image.dResolutionY = static_cast<float>(report.m_dResolutionY);
+  image.nBytesBefore = report.m_aSize[0];
+  image.nBytesAfter = report.m_aSize[1];
+  std::copy(std::begin(report.m_aTried), std::end(report.m_aTried), std::begin(image.aCandidates));
+  return image;
+}
+
+// A caller that was built with an older header has room for fewer members.
+int GetImage(const PDF::CImageReports& reports, int nIndex, TBrevexImage& image)
+{
+  const std::size_t nRoom = image.nSize;
+  if (nIndex < 0 || nIndex >= reports.GetSize() || nRoom < offsetof(TBrevexImage, nObject))
+    return 0;
+  TBrevexImage filled = MakeImage(*reports[nIndex]);
+  const std::size_t nSize = std::min(nRoom, sizeof filled);
+  filled.nSize = static_cast<std::uint32_t>(nSize);
+  std::memcpy(&image, &filled, nSize);
+  return 1;
+}
+
 }  // namespace
+
+int BrevexGetImageCount(TBrevexHandle* pHandle)
+{
+  return CallQuietly(pHandle, 0,
+                     [](API::COptimizerHandle& handle)
+                     { return handle.GetOptimizer().GetImageReports().GetSize(); });
+}
+
+int BrevexGetImage(TBrevexHandle* pHandle, int nIndex, TBrevexImage* pImage)
+{
+  if (pImage == nullptr)
+    return 0;
+  return CallQuietly(pHandle, 0,
+                     [&](API::COptimizerHandle& handle)
+                     { return GetImage(handle.GetOptimizer().GetImageReports(), nIndex, *pImage); });
+}
 
 int BrevexListImagesW(TBrevexHandle* pHandle, const TBrevexChar* szPath)
 {

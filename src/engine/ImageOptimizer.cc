@@ -77,6 +77,8 @@ public:
   void Run();
 
 private:
+  TImageClass GetClass();
+
   // An encoding, and the form of the samples that it holds.
   struct TCandidate
   {
@@ -102,6 +104,13 @@ private:
   void RestoreState(const CObjectPtr& value, const CObjectPtr& part);
   void Finish();
 
+  // Notes a change of the samples if it has been made.
+  void Note(TImageChange change, bool bMade)
+  {
+    m_bModified = m_bModified || bMade;
+    m_record.m_nChanges |= bMade ? unsigned{change} : 0u;
+  }
+
   CImageOptimizer& m_owner;
   const TOptimizerOptions& m_options;
   CImageRecord& m_record;
@@ -119,14 +128,30 @@ private:
   TCandidate m_best;
 };
 
-unsigned CImageOptimizer::CWork::GetSet()
+TImageClass CImageOptimizer::CWork::GetClass()
 {
   if (m_image.IsBitonal())
-    return m_options.m_nBitonalCompressions;
+    return eClassBitonal;
   const DOC::IColorSpace* pSpace = m_image.GetColorSpace();
   if (pSpace && pSpace->GetIndexed())
+    return eClassIndexed;
+  return m_image.IsColor() || m_image.IsGray() ? eClassContinuous : eClassUnknown;
+}
+
+unsigned CImageOptimizer::CWork::GetSet()
+{
+  switch (GetClass())
+  {
+  case eClassBitonal:
+    return m_options.m_nBitonalCompressions;
+  case eClassIndexed:
     return m_options.m_nIndexedCompressions;
-  return m_image.IsColor() || m_image.IsGray() ? m_options.m_nContinuousCompressions : 0;
+  case eClassContinuous:
+    return m_options.m_nContinuousCompressions;
+  case eClassUnknown:
+    break;
+  }
+  return 0;
 }
 
 void CImageOptimizer::CWork::SaveState(CObjectPtr& value, CObjectPtr& part) const
@@ -145,8 +170,11 @@ void CImageOptimizer::CWork::RestoreState(const CObjectPtr& value, const CObject
 // False for an image that is left alone.
 bool CImageOptimizer::CWork::Prepare()
 {
-  if (GetSet() == 0 || m_image.GetDecode() == eDecodeOther || !m_image.HasWholeSamples() ||
-      !m_owner.IsChargeable(m_image))
+  m_record.m_nClass = GetClass();
+  if (GetSet() == 0)
+    return false;
+  m_record.m_nOutcome = eImageNotRead;
+  if (m_image.GetDecode() == eDecodeOther || !m_image.HasWholeSamples() || !m_owner.IsChargeable(m_image))
     return false;
   m_nCurrent = GetCurrentFlag(m_image);
   m_bForce = m_options.m_bForceRecompression;
@@ -175,7 +203,7 @@ void CImageOptimizer::CWork::Run()
     Downsample();
   if (m_options.m_nColorConversion != eColorConversionNone && !m_bColorKey &&
       !m_image.GetColorSpace()->GetIndexed())
-    m_bModified = ConvertColors(false) || m_bModified;
+    Note(eChangeColors, ConvertColors(false));
   nSet = ChooseSet();
   if (m_bInput)
     m_nBest = m_record.m_nSizeBefore;
@@ -187,19 +215,19 @@ void CImageOptimizer::CWork::Run()
 void CImageOptimizer::CWork::Simplify()
 {
   if (!m_image.IsImageMask() && m_image.HasBitonalTable() && m_image.ReduceToBitonal(0))
-    m_bModified = m_object["ColorSpace"].IsName("DeviceGray");
+    Note(eChangeSimplified, m_object["ColorSpace"].IsName("DeviceGray"));
   ReduceColors();
   const bool bIndexed = m_image.GetColorSpace() && m_image.GetColorSpace()->GetIndexed();
   if (m_options.m_nColorConversion != eColorConversionNone && bIndexed && m_image.IsColor() && !m_bMatte &&
       !m_bColorKey)
-    m_bModified = ConvertColors(true) || m_bModified;
+    Note(eChangeColors, ConvertColors(true));
 }
 
 // A picture with colours that are hidden, or blended with those of its mask, is not what it looks like.
 void CImageOptimizer::CWork::ReduceColors()
 {
   if (m_options.m_bReduceColorComplexity && !m_bColorKey && !m_bMatte)
-    m_bModified = m_image.ReduceColorComplexity() || m_bModified;
+    Note(eChangeSimplified, m_image.ReduceColorComplexity());
 }
 
 bool CImageOptimizer::CWork::ConvertColors(bool bIndexed)
@@ -242,9 +270,8 @@ void CImageOptimizer::CWork::Downsample()
   const double dY = m_image.GetResolutionY();
   const bool bWanted = (dX >= dThreshold && dX > dResolution) || (dY >= dThreshold && dY > dResolution);
   if (bWanted && dX > 0 && dY > 0)
-    m_bModified =
-        m_image.Resample(static_cast<int>(m_options.m_nDitheringMode), dResolution / dX, dResolution / dY) ||
-        m_bModified;
+    Note(eChangeResolution,
+         m_image.Resample(static_cast<int>(m_options.m_nDitheringMode), dResolution / dX, dResolution / dY));
 }
 
 unsigned CImageOptimizer::CWork::ChooseSet()
@@ -407,6 +434,11 @@ void CImageOptimizer::CWork::Finish()
       m_object->SetStreamObject(part.Get());
     }
   }
+  m_record.m_nOutcome = bReplaced ? eImageReplaced : eImageSmallest;
+  if (!bReplaced)
+    m_record.m_nChanges = 0;
+  else if ((m_best.m_encoded.m_nFlag & g_nLossy) != 0)
+    m_record.m_nChanges |= eChangeCoding;
   m_record.m_nSizeAfter = bReplaced ? m_best.m_encoded.m_data.GetSize() : m_record.m_nSizeBefore;
 }
 
@@ -516,6 +548,10 @@ void CImageOptimizer::Optimize(const CObjectPtr& source, const CObjectPtr& targe
   CImageRecord* pRecord = source ? m_records.Find(source.GetObjNumber()) : nullptr;
   if (!pRecord || pRecord->m_bKeepAsIs || !target["Subtype"].IsName("Image"))
     return;
+  // The record may be of a save before.
+  pRecord->m_nOutcome = eImageNotTried;
+  pRecord->m_nChanges = 0;
+  std::fill(std::begin(pRecord->m_aTried), std::end(pRecord->m_aTried), std::int64_t{-1});
   const BSE::CErrorSuppressor quiet(target->OnGetErrorHandler());
   if (pRecord->m_nMaskState == eMaskBecomesStencil)
     pRecord->m_bStencilMade = CImage(target, m_spaces).MakeStencil();

@@ -29,6 +29,34 @@ enum TMaskState
   eMaskIsOpaque         // hides nothing, and can go
 };
 
+// The kinds of images that options tell apart.
+enum TImageClass
+{
+  eClassUnknown,
+  eClassBitonal,
+  eClassContinuous,
+  eClassIndexed
+};
+
+// Why an image has become what it is.
+enum TImageOutcome
+{
+  eImageNotTried,  // nothing was asked for that concerns it
+  eImageKeptAsIs,  // drawn where the analysis does not follow, so that it has to stay
+  eImageNotRead,   // damaged, unusual, or out of all proportion
+  eImageSmallest,  // nothing that was tried is shorter
+  eImageReplaced
+};
+
+// What has been done to the samples of an image that was replaced. Flags.
+enum TImageChange : unsigned
+{
+  eChangeResolution = 1,
+  eChangeColors = 2,      // converted to another space
+  eChangeSimplified = 4,  // to a form that has fewer colours, and the same picture
+  eChangeCoding = 8       // by a lossy encoding
+};
+
 // What a save has found out about one image object of the input, and what it has made of it. Resolutions are
 // in dots per inch, the lowest of all uses; the visible part is in samples, counted from the lower left, the
 // union over all uses.
@@ -63,6 +91,9 @@ public:
   std::int64_t m_nSizeAfter = -1;
   std::int64_t m_aTried[g_nTriedCompressions] = {-1, -1, -1, -1, -1, -1, -1, -1, -1};
   bool m_bStencilMade = false;
+  TImageClass m_nClass = eClassUnknown;
+  TImageOutcome m_nOutcome = eImageNotTried;
+  unsigned m_nChanges = 0;
 };
 
 // By object number of the input, in the order of the first use.

@@ -96,8 +96,14 @@ class CStreamPasses : public IStreamStep
 public:
   // With bJBIG2 the version of the output knows that filter. The pass for images may be null.
   CStreamPasses(CCopyBase& copier, CFile& file, const TOptimizerOptions& options, bool bJBIG2,
-                CDecodedStreams& decoded, CImageOptimizer* pImages)
-      : m_copier(copier), m_file(file), m_pImages(pImages)
+                CDecodedStreams& decoded, CImageOptimizer* pImages, const CImageRecords& records,
+                CImageReports& reports, const int& nPage)
+      : m_copier(copier),
+        m_file(file),
+        m_pImages(pImages),
+        m_records(records),
+        m_reports(reports),
+        m_nPage(nPage)
   {
     if (options.m_bRecodeJPEG)
       m_pRecoder.Reset(new CJPEGStreamRecoder);
@@ -121,6 +127,22 @@ public:
 
   void HandleStream(const CObjectPtr& source, const CObjectPtr& target) override
   {
+    if (!source || !target["Subtype"].IsName("Image"))
+    {
+      Work(source, target);
+      return;
+    }
+    const BSE::CObjectPtr<CImageReport> pReport(new CImageReport);
+    pReport->m_nPage = m_nPage;
+    BeginReport(source, *pReport);
+    Work(source, target);
+    EndReport(target, m_records.Find(pReport->m_nObjNumber), *pReport);
+    m_reports.Add(pReport.Get());
+  }
+
+private:
+  void Work(const CObjectPtr& source, const CObjectPtr& target)
+  {
     // What an image has become is as short as it can be. One that stays is next for those passes that change
     // no sample.
     if (m_pImages)
@@ -136,10 +158,12 @@ public:
       m_pBitonal->Recode(*target);
   }
 
-private:
   CCopyBase& m_copier;
   CFile& m_file;
   CImageOptimizer* m_pImages;
+  const CImageRecords& m_records;
+  CImageReports& m_reports;
+  const int& m_nPage;  // that is being copied
   BSE::CScopedPtr<CJPEGStreamRecoder> m_pRecoder;
   BSE::CScopedPtr<CSampleRecoder> m_pSamples;
   BSE::CScopedPtr<CBitonalStreamRecoder> m_pBitonal;
@@ -206,6 +230,7 @@ bool COptimizer::Close()
   m_standIns.RemoveAll();
   m_decoded.RemoveAll();
   m_images.RemoveAll();
+  m_imageReports.RemoveAll();
   return CloseDocuments();
 }
 
@@ -262,8 +287,10 @@ bool COptimizer::CopyDocument(BSE::IByteStream* pStream, const TEncryption& encr
   if (m_images.GetCount() > 0 && WorksOnImages(m_options))
     pImages.Reset(new CImageOptimizer(m_input.GetFile(), m_options, m_standIns, m_images,
                                       m_output.GetMajorVersion(), m_output.GetMinorVersion()));
+  m_imageReports.RemoveAll();
   const BSE::CScopedValue<CImageOptimizer*> images(m_pImages, pImages.Get());
-  const CStreamPasses passes(*this, m_output.GetFile(), m_options, bJBIG2, m_decoded, pImages.Get());
+  const CStreamPasses passes(*this, m_output.GetFile(), m_options, bJBIG2, m_decoded, pImages.Get(), m_images,
+                             m_imageReports, m_nCopiedPage);
   return CDocumentCopierT<CObjectCopier>::Save(pStream, encryption);
 }
 

@@ -4,7 +4,7 @@
 #include "document/ObjectCopier.h"
 #include "engine/DecodedStreams.h"
 #include "engine/FontEdits.h"
-#include "engine/ImageRecord.h"
+#include "engine/ImageReport.h"
 #include "engine/ObjectStripper.h"
 #include "engine/OptimizerOptions.h"
 #include "engine/StandIns.h"
@@ -74,6 +74,10 @@ public:
   // an option for images asked for.
   const CImageRecords& GetImages() const { return m_images; }
 
+  // What the last save has made of the images that it copied. None of those that options leave alone
+  // altogether.
+  const CImageReports& GetImageReports() const { return m_imageReports; }
+
   // The fonts that the analysis has met, in the order of their first use; null before one that an option for
   // fonts asked for.
   CFontRegistry* GetFonts() const { return m_pFonts.Get(); }
@@ -142,6 +146,8 @@ private:
   CStandIns m_standIns;
   CDecodedStreams m_decoded;  // by the analysis, and not yet copied
   CImageRecords m_images;
+  CImageReports m_imageReports;
+  int m_nCopiedPage = 0;  // from 1; 0 outside of pages
   BSE::CScopedPtr<CFontRegistry> m_pFonts;
   CImageOptimizer* m_pImages = nullptr;  // during the copy, where there is such work
   bool m_bAnalyzed = false;

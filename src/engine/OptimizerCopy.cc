@@ -136,6 +136,7 @@ bool COptimizer::CopyPage(int nPage)
 {
   if (BSE::CTracer::IsOn())
     BSE::CTracer::Trace("D", "PDF Optimizer", "Page: %d", nPage);
+  const BSE::CScopedValue<int> page(m_nCopiedPage, nPage);
   return CopyPageObject(nPage);
 }
 

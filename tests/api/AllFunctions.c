@@ -47,6 +47,8 @@ static const TFunction g_functions[] = {
     NAME(BrevexGetReportTextA),
     NAME(BrevexGetReportTextW),
     NAME(BrevexGetLossCount),
+    NAME(BrevexGetImageCount),
+    NAME(BrevexGetImage),
     NAME(BrevexListImagesA),
     NAME(BrevexListImagesW),
     NAME(BrevexListFontsA),

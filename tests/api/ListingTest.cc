@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <cerrno>
+#include <cstddef>
 #include <filesystem>
 #include <string>
 
@@ -124,6 +125,54 @@ TEST_F(Listing, Images)
   ASSERT_TRUE(m_saver.Open(m_document.m_builder.Build()));
   BrevexSetRemoveImages(m_saver.Get(), 1);
   EXPECT_EQ(ListImages(), g_sImageHeader);
+}
+
+TEST_F(Listing, ImagesOfASave)
+{
+  TBrevexHandle* p = m_saver.Get();
+  BrevexSetContinuousCompressions(p, BREVEX_COMPRESSION_FLAG_RAW | BREVEX_COMPRESSION_FLAG_FLATE);
+  Support::CPdfBuilder builder;
+  const std::string sImage =
+      "/Type/XObject/Subtype/Image/Width 40/Height 40/BitsPerComponent 8/ColorSpace/DeviceGray";
+  const int nSmooth = builder.AddStream(std::string(1600, 'x'), sImage);
+  const int nShort = builder.AddStream("too short", sImage);
+  builder.AddPage("72 0 0 72 0 0 cm /A Do /B Do",
+                  "/Resources<</XObject<</A " + Ref(nSmooth) + "/B " + Ref(nShort) + ">>>>");
+  ASSERT_TRUE(m_saver.Open(builder.Build()));
+  EXPECT_EQ(BrevexGetImageCount(p), 0);
+  ASSERT_TRUE(m_saver.Save().has_value());
+  ASSERT_EQ(BrevexGetImageCount(p), 2);
+  TBrevexImage images[2] = {};
+  for (int i = 0; i < 2; ++i)
+  {
+    images[i].nSize = sizeof images[i];
+    ASSERT_TRUE(BrevexGetImage(p, i, &images[i]));
+  }
+  EXPECT_EQ(images[0].nObject, nSmooth);
+  EXPECT_EQ(images[0].nPage, 1);
+  EXPECT_EQ(images[0].nClass, BREVEX_IMAGE_CLASS_CONTINUOUS);
+  EXPECT_EQ(images[0].nOutcome, BREVEX_IMAGE_REPLACED);
+  EXPECT_EQ(images[0].nCompressionBefore, BREVEX_COMPRESSION_RAW);
+  EXPECT_EQ(images[0].nCompressionAfter, BREVEX_COMPRESSION_FLATE);
+  EXPECT_EQ(images[0].nBytesBefore, 1600);
+  EXPECT_LT(images[0].nBytesAfter, 100);
+  EXPECT_EQ(images[0].nBytesAfter, images[0].aCandidates[BREVEX_COMPRESSION_FLATE]);
+  EXPECT_EQ(images[0].aCandidates[BREVEX_COMPRESSION_JPEG], -1);
+  EXPECT_EQ(images[0].dResolutionX, 40);
+  EXPECT_EQ(images[1].nOutcome, BREVEX_IMAGE_NOT_READ);
+  EXPECT_EQ(images[1].nBytesAfter, 9);
+  // Callers of an older header have less room; nothing is written beyond it.
+  TBrevexImage old = {};
+  old.nSize = offsetof(TBrevexImage, nPage);
+  old.nPage = -5;
+  EXPECT_TRUE(BrevexGetImage(p, 0, &old));
+  EXPECT_EQ(old.nObject, nSmooth);
+  EXPECT_EQ(old.nPage, -5);
+  old.nSize = 3;
+  EXPECT_FALSE(BrevexGetImage(p, 0, &old) || BrevexGetImage(p, 2, &images[0]) ||
+               BrevexGetImage(p, -1, &images[0]) || BrevexGetImage(p, 0, nullptr));
+  EXPECT_TRUE(BrevexClose(p));
+  EXPECT_EQ(BrevexGetImageCount(p), 0);
 }
 
 TEST_F(Listing, Fonts)

@@ -84,6 +84,25 @@ TEST_F(CommandResources, Extract)
   EXPECT_EQ(m_folder.CountEntries(), nBefore + 1);
 }
 
+TEST_F(CommandResources, ImagesOfASave)
+{
+  Support::CPdfBuilder builder;
+  const int nImage = builder.AddStream(
+      std::string(10000, 'x'),
+      "/Type/XObject/Subtype/Image/Width 100/Height 100/BitsPerComponent 8/ColorSpace/DeviceGray");
+  builder.AddPage("72 0 0 72 0 0 cm /I Do",
+                  "/Resources<</XObject<</I " + std::to_string(nImage) + " 0 R>>>>");
+  m_folder.Write("in.pdf", builder.Build());
+  const std::string sJson = m_folder.Run({"--json", "--profile", "archive", "in.pdf", "out.pdf"}).sOut;
+  EXPECT_THAT(sJson, HasSubstr("\"images\":[{\"object\":" + std::to_string(nImage) +
+                               ",\"page\":1,\"class\":\"continuous\",\"outcome\":\"replaced\","));
+  EXPECT_THAT(sJson, HasSubstr("\"filter\":\"raw\""));
+  EXPECT_THAT(sJson, HasSubstr("\"candidates\":{\""));
+  const TProcessResult verbose = m_folder.Run({"-v", "in.pdf", "out.pdf"});
+  EXPECT_THAT(verbose.sErr, HasSubstr("100x100"));
+  EXPECT_THAT(verbose.sErr, HasSubstr("raw > flate"));
+}
+
 TEST_F(CommandResources, FoldersThatCannotBeUsed)
 {
   EXPECT_EQ(m_folder.Run({"extract", "images", "in.pdf", "-d", "in.pdf"}).nExitCode, 4);

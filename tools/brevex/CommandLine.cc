@@ -204,7 +204,8 @@ void AddMessages(CLI::App& app, TOptimizeOptions& options)
       ->type_name("WHEN")
       ->check(CLI::IsMember({"auto", "always", "never"}));
   app.add_flag("--json", options.bJson, "Write one JSON object per file to standard output");
-  app.add_flag("-q,--quiet", options.bQuiet, "Write nothing but errors and losses");
+  auto* pQuiet = app.add_flag("-q,--quiet", options.bQuiet, "Write nothing but errors and losses");
+  app.add_flag("-v,--verbose", options.bVerbose, "Also write a line for each image")->excludes(pQuiet);
 }
 
 void CheckFiles(const TOptimizeOptions& options)

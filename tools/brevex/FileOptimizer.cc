@@ -9,6 +9,7 @@
 
 #include "AtomicFile.h"
 #include "Handle.h"
+#include "ImageReports.h"
 #include "Input.h"
 #include "Reports.h"
 
@@ -222,6 +223,7 @@ void CFileOptimizer::Optimize(const TTask& task, TFileResult& result) const
                : Fail(result, GetSaveExitCode(BrevexGetErrorCode(handle.Get())),
                       "cannot be saved" + (result.reports.empty() ? ": " + handle.GetMessage() : ""));
   }
+  result.images = ReadImages(handle);
   BrevexClose(handle.Get());
 
   result.nOutputBytes = output.GetSize();
@@ -231,6 +233,7 @@ void CFileOptimizer::Optimize(const TTask& task, TFileResult& result) const
   if (result.outcome == TOutcome::NoGain)
   {
     result.nOutputBytes = result.nInputBytes;
+    result.images.clear();
     if (IsSameFile(task))
     {
       return;

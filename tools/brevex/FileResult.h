@@ -40,7 +40,8 @@ struct TFileResult
   std::vector<std::string> losses;  // names of GetLosses
   std::vector<TReport> reports;
   std::uint64_t nLosses = 0;  // things of the input that are missing in the output
-  std::string sError;         // for a failure outside the library
+  std::vector<TBrevexImage> images;
+  std::string sError;  // for a failure outside the library
 };
 
 }  // namespace Tool

@@ -45,6 +45,7 @@ struct TOptimizeOptions
   TProgressMode progress = TProgressMode::Auto;
   bool bJson = false;
   bool bQuiet = false;
+  bool bVerbose = false;
 };
 
 // Sets the profile, then the single options.

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <initializer_list>
 
+#include "ImageReports.h"
 #include "JsonObject.h"
 #include "Reports.h"
 #include "Text.h"
@@ -100,6 +101,12 @@ std::string FormatJson(const TFileResult& result)
   }
   object.AddNumber("losses", static_cast<long long>(result.nLosses));
   object.AddObjects("reports", reports);
+  std::vector<CJsonObject> images;
+  for (const TBrevexImage& image : result.images)
+  {
+    images.push_back(MakeImageJson(image));
+  }
+  object.AddObjects("images", images);
   if (!result.sError.empty())
   {
     object.AddText("error", result.sError);
@@ -119,7 +126,8 @@ CReporter::CReporter(const TOptimizeOptions& options, size_t nFiles)
     : m_nFiles(nFiles),
       m_bProgress(WantsProgress(options)),
       m_bLines(!options.bQuiet && !options.bJson),
-      m_bJson(options.bJson)
+      m_bJson(options.bJson),
+      m_bVerbose(options.bVerbose)
 {
 }
 
@@ -165,6 +173,7 @@ void CReporter::OnDone(const TFileResult& result)
   else if (m_bLines)
   {
     std::fprintf(stderr, "%s\n", MakePrintable(FormatLine(result)).c_str());
+    std::fputs(m_bVerbose ? FormatImages(result.images).c_str() : "", stderr);
   }
   else if (!m_bJson && result.nLosses > 0)
   {

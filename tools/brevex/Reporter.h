@@ -35,6 +35,7 @@ private:
   bool m_bProgress;
   bool m_bLines;
   bool m_bJson;
+  bool m_bVerbose;
   bool m_bProgressShown = false;
 };
 

@@ -132,16 +132,16 @@ _brevex()
   if [[ $current == -* ]]; then
     local flags="
       -h --help -o --output-dir -i --in-place -r --recursive -j --jobs --profile --pdf-version --info
-      --cms-engine --allow-larger --progress --json -q --quiet --resolution --threshold --bitonal-resolution
-      --bitonal-threshold --monochrome-resolution --monochrome-threshold --color-resolution --color-threshold
-      --image-quality --bitonal-compressions --continuous-compressions --indexed-compressions
-      --bitonal-compression --monochrome-compression --color-compression --force-recompression
-      --no-force-recompression --force-compression-types --no-force-compression-types --image-strat-conserv
-      --no-image-strat-conserv --color-conversion --dithering-mode --clip-images --no-clip-images
-      --remove-images --no-remove-images --reduce-color-complexity --no-reduce-color-complexity
-      --mrc-mask-compression --mrc-layer-compression --mrc-layer-quality --mrc-layer-resolution
-      --mrc-pict-compression --mrc-recognize-pictures --no-mrc-recognize-pictures --strip
-      --flatten-signature-fields --no-flatten-signature-fields --flatten-signed-fields
+      --cms-engine --allow-larger --progress --json -q --quiet -v --verbose --resolution --threshold
+      --bitonal-resolution --bitonal-threshold --monochrome-resolution --monochrome-threshold
+      --color-resolution --color-threshold --image-quality --bitonal-compressions --continuous-compressions
+      --indexed-compressions --bitonal-compression --monochrome-compression --color-compression
+      --force-recompression --no-force-recompression --force-compression-types --no-force-compression-types
+      --image-strat-conserv --no-image-strat-conserv --color-conversion --dithering-mode --clip-images
+      --no-clip-images --remove-images --no-remove-images --reduce-color-complexity
+      --no-reduce-color-complexity --mrc-mask-compression --mrc-layer-compression --mrc-layer-quality
+      --mrc-layer-resolution --mrc-pict-compression --mrc-recognize-pictures --no-mrc-recognize-pictures
+      --strip --flatten-signature-fields --no-flatten-signature-fields --flatten-signed-fields
       --no-flatten-signed-fields --remove-standard-fonts --no-remove-standard-fonts
       --remove-non-symbolic-fonts --no-remove-non-symbolic-fonts --subset-fonts --no-subset-fonts
       --merge-embedded-fonts --no-merge-embedded-fonts --convert-to-cff --no-convert-to-cff --rename-font

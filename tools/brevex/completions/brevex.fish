@@ -15,6 +15,7 @@ complete -c brevex -l allow-larger -d 'Keep a result that is not smaller than th
 complete -c brevex -l progress -x -a 'auto always never' -d 'Show progress'
 complete -c brevex -l json -d 'Write one JSON object per file to standard output'
 complete -c brevex -l quiet -s q -d 'Write nothing but errors and losses'
+complete -c brevex -l verbose -s v -d 'Also write a line for each image'
 complete -c brevex -l resolution -x -d 'Resolution of all kinds of images after downsampling'
 complete -c brevex -l threshold -x -d 'Downsample all kinds of images from this resolution on'
 complete -c brevex -l bitonal-resolution -x -d 'Resolution of images with one bit per sample'
