@@ -187,6 +187,14 @@ inline constexpr int g_nMaxComponentDepth = 64;
 // Tables of one font that nobody reads: less than two hundred are registered.
 inline constexpr int g_nMaxFontTables = 1024;
 
+// Subtables of one cmap, each of which may map all codes: real fonts have some ten, and with languages of their
+// own some thirty.
+#ifdef BREVEX_SMALL_LIMITS
+inline constexpr int g_nMaxCMapSubtables = 8;
+#else
+inline constexpr int g_nMaxCMapSubtables = 64;
+#endif
+
 // Glyph data that is put together anew because loca is damaged: so many times what there is, beyond a free
 // amount, since glyphs may share some of it.
 inline constexpr std::int64_t g_nFreeRecoveredGlyphs = std::int64_t{64} << 10;

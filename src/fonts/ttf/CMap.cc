@@ -1,5 +1,7 @@
 #include "fonts/ttf/CMap.h"
 
+#include "base/Limits.h"
+
 namespace TTF
 {
 
@@ -30,6 +32,34 @@ int GetSegmentCount(const BSE::CByteCursor& cursor)
 {
   const std::size_t nThere = cursor.GetRemaining() < 16 ? 0 : (cursor.GetRemaining() - 16) / 8;
   return static_cast<int>(std::min<std::size_t>(GetCard16(cursor, 6) / 2, nThere));
+}
+
+struct TReadSegment
+{
+  std::uint32_t m_nStart;
+  std::uint32_t m_nEnd;
+  std::uint32_t m_nDelta;
+  unsigned m_nRange;
+  std::int64_t m_nRangeAt;
+};
+
+TReadSegment ReadSegment(const BSE::CByteCursor& part, int nSegments, int nSegment)
+{
+  const std::int64_t nRangeAt = GetPartAt(nSegments, 3, nSegment);
+  return {GetCard16(part, GetPartAt(nSegments, 1, nSegment)), GetCard16(part, GetEndAt(nSegment)),
+          GetCard16(part, GetPartAt(nSegments, 2, nSegment)), GetCard16(part, nRangeAt), nRangeAt};
+}
+
+int GetSegmentCodeGlyph(const BSE::CByteCursor& part, const TReadSegment& segment, std::uint32_t nCode)
+{
+  // Some fonts mark an empty last segment so.
+  if (nCode < segment.m_nStart || segment.m_nRange == 0xFFFF)
+    return 0;
+  if (segment.m_nRange == 0)
+    return static_cast<int>((nCode + segment.m_nDelta) & 0xFFFF);
+  const std::uint32_t nGlyph =
+      GetCard16(part, segment.m_nRangeAt + segment.m_nRange + 2 * std::int64_t{nCode - segment.m_nStart});
+  return nGlyph == 0 ? 0 : static_cast<int>((nGlyph + segment.m_nDelta) & 0xFFFF);
 }
 
 int GetGroupCount(BSE::CByteCursor cursor)
@@ -75,7 +105,7 @@ void CCMap::Read(CFontLog& log)
       log.Fault("Unknown cmap platform %d / encoding %d.", int{subtable.m_nPlatform},
                 int{subtable.m_nEncoding});
     CheckSubtable(subtable, log);
-    if (subtable.m_nLength > nBudget)
+    if (subtable.m_nLength > nBudget || m_subtables.GetSize() == BSE::g_nMaxCMapSubtables)
     {
       log.Fault("invalid cmap format %d.", int{subtable.m_nFormat});
       log.LosePart();
@@ -206,26 +236,7 @@ int CCMap::GetSegmentGlyph(const TSubtable& subtable, std::uint32_t nCode) const
     while (nLow < nSegments && (GetCard16(part, GetEndAt(nLow)) < nCode ||
                                 GetCard16(part, GetPartAt(nSegments, 1, nLow)) > nCode))
       ++nLow;
-  return nLow < nSegments ? GetSegmentGlyph(subtable, nLow, nCode) : 0;
-}
-
-int CCMap::GetSegmentGlyph(const TSubtable& subtable, int nSegment, std::uint32_t nCode) const
-{
-  BSE::CByteCursor part = GetPart(subtable);
-  const int nSegments = GetSegmentCount(part);
-  const std::uint32_t nStart = GetCard16(part, GetPartAt(nSegments, 1, nSegment));
-  if (nCode < nStart)
-    return 0;
-  const std::uint32_t nDelta = GetCard16(part, GetPartAt(nSegments, 2, nSegment));
-  const std::int64_t nRangeAt = GetPartAt(nSegments, 3, nSegment);
-  const unsigned nRange = GetCard16(part, nRangeAt);
-  // Some fonts mark an empty last segment so.
-  if (nRange == 0xFFFF)
-    return 0;
-  if (nRange == 0)
-    return static_cast<int>((nCode + nDelta) & 0xFFFF);
-  const std::uint32_t nGlyph = GetCard16(part, nRangeAt + nRange + 2 * std::int64_t{nCode - nStart});
-  return nGlyph == 0 ? 0 : static_cast<int>((nGlyph + nDelta) & 0xFFFF);
+  return nLow < nSegments ? GetSegmentCodeGlyph(part, ReadSegment(part, nSegments, nLow), nCode) : 0;
 }
 
 int CCMap::GetGroupGlyph(const TSubtable& subtable, std::uint32_t nCode) const
@@ -260,16 +271,16 @@ bool CCMap::AddSegments(const TSubtable& subtable, BSE::CBasicArray<std::uint32_
   int nBudget = 4 * g_nCodes16;
   for (int i = 0; i < nSegments; ++i)
   {
-    const int nEnd = static_cast<int>(GetCard16(part, GetEndAt(i)));
-    for (int nCode = static_cast<int>(GetCard16(part, GetPartAt(nSegments, 1, i))); nCode <= nEnd; ++nCode)
+    const TReadSegment segment = ReadSegment(part, nSegments, i);
+    for (std::uint32_t nCode = segment.m_nStart; nCode <= segment.m_nEnd; ++nCode)
     {
       if (--nBudget < 0)
         return false;
-      if (seen[nCode] != 0)
+      const auto nAt = static_cast<int>(nCode);
+      if (seen[nAt] != 0)
         continue;
-      seen[nCode] = 1;
-      glyphs[nCode] =
-          static_cast<std::uint32_t>(GetSegmentGlyph(subtable, i, static_cast<std::uint32_t>(nCode)));
+      seen[nAt] = 1;
+      glyphs[nAt] = static_cast<std::uint32_t>(GetSegmentCodeGlyph(part, segment, nCode));
     }
   }
   return true;

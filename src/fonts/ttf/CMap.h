@@ -67,7 +67,6 @@ private:
     return GetCursor().GetPart(subtable.m_nOffset);
   }
   int GetSegmentGlyph(const TSubtable& subtable, std::uint32_t nCode) const;
-  int GetSegmentGlyph(const TSubtable& subtable, int nSegment, std::uint32_t nCode) const;
   int GetGroupGlyph(const TSubtable& subtable, std::uint32_t nCode) const;
   bool AddSegments(const TSubtable& subtable, BSE::CBasicArray<std::uint32_t>& glyphs) const;
   void AddGroups(const TSubtable& subtable, std::uint32_t nMaxCode, int nGlyphs,
