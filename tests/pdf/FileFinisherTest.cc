@@ -18,18 +18,28 @@ namespace
 class CFakeLinearizer : public ILinearizer
 {
 public:
-  bool LinearizeStream(BSE::IByteStream* pInput, BSE::IByteStream* pOutput, CFile&,
-                       std::int64_t& nWritten) override
+  bool KeepsObjectStreams(const CFile&) const override { return m_bPacks; }
+
+  TLinearized LinearizeStream(BSE::IByteStream* pInput, BSE::IByteStream* pOutput, CFile&,
+                              std::int64_t nMaxLength, std::int64_t& nWritten) override
   {
     m_input = GetBytes(*pInput);
+    m_nMaxLength = nMaxLength;
+    nWritten = 0;
+    if (nMaxLength >= 0 && std::ssize(m_text) > nMaxLength)
+      return TLinearized::TooLong;
     nWritten = m_bResult ? std::ssize(m_text) : m_nPart;
-    return pOutput->WriteAll(reinterpret_cast<const unsigned char*>(m_text.data()), nWritten) && m_bResult;
+    const bool bWritten =
+        pOutput->WriteAll(reinterpret_cast<const unsigned char*>(m_text.data()), nWritten) && m_bResult;
+    return bWritten ? TLinearized::Done : TLinearized::Failed;
   }
 
   std::string m_input;
   std::string m_text = "linearized";
   std::int64_t m_nPart = 0;  // written before a failure
+  std::int64_t m_nMaxLength = 0;
   bool m_bResult = true;
+  bool m_bPacks = false;
 };
 
 // A target that only takes bytes in order.
@@ -254,11 +264,11 @@ TEST(FileFinisher, KeepsTheModeOfAFileAndItsLinks)
   std::filesystem::create_symlink(path, link);
   struct CWatchingLinearizer : CFakeLinearizer
   {
-    bool LinearizeStream(BSE::IByteStream* pInput, BSE::IByteStream* pOutput, CFile& file,
-                         std::int64_t& nWritten) override
+    TLinearized LinearizeStream(BSE::IByteStream* pInput, BSE::IByteStream* pOutput, CFile& file,
+                                std::int64_t nMaxLength, std::int64_t& nWritten) override
     {
       m_mode = std::filesystem::status(pOutput->GetFileName()).permissions();
-      return CFakeLinearizer::LinearizeStream(pInput, pOutput, file, nWritten);
+      return CFakeLinearizer::LinearizeStream(pInput, pOutput, file, nMaxLength, nWritten);
     }
     std::filesystem::perms m_mode = std::filesystem::perms::unknown;
   };

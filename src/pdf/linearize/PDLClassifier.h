@@ -70,6 +70,14 @@ public:
   TPDRole GetRole(int nObject) const { return m_objects[nObject].m_nRole; }
   bool IsFirstPage(int nObject) const { return (m_objects[nObject].m_nFlags & ePDFirstPage) != 0; }
 
+  // Whether the object may be in an object stream of a linearized file (ISO 32000-1, 7.5.7), and can be
+  // written there: none but the last are no streams, catalogue, encryption dictionary, pages; signatures have
+  // a string that is never encrypted.
+  bool IsPackable(int nObject) const;
+
+  // Number of the page that has the object; 0 for none.
+  int GetOwner(int nObject) const { return m_objects[nObject].m_nOwner; }
+
   // Outlines are shown when the document opens, and come first.
   bool IsOutlinesFirst() const { return m_bOutlinesFirst; }
 
@@ -86,6 +94,7 @@ private:
     unsigned char m_nFlags;
     TPDRole m_nRole;
     TPDMarker m_nMarker;
+    bool m_bPackable;
   };
 
   bool MarkRoles();

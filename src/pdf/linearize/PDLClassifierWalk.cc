@@ -5,6 +5,32 @@
 // The walk over the references of a document. It keeps a stack of what is still to be followed and never
 // recurses; the last edge of the stack comes first.
 
+namespace
+{
+
+// The dictionary of a signature, also one inside.
+bool HasSignature(const PDObj& object)
+{
+  if (!object.GetNode(0).m_bStrings)
+    return false;
+  const int nEnd = object.GetNext(0);
+  for (int i = 0; i < nEnd; ++i)
+  {
+    if (object.IsName(i, "ByteRange"))
+      return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+bool PDLClassifier::IsPackable(int nObject) const
+{
+  const TObject& object = m_objects[nObject];
+  return object.m_bPackable && object.m_nRole != ePDRolePage && nObject != m_file.GetRoot() &&
+         nObject != m_file.GetEncrypt();
+}
+
 bool PDLClassifier::Parse(int nObject)
 {
   TObject& entry = m_objects[nObject];
@@ -18,6 +44,8 @@ bool PDLClassifier::Parse(int nObject)
     return false;
   }
   entry.m_nMarker = PDLEdgeReader::GetMarker(m_object);
+  entry.m_bPackable = !stream.m_bStream && m_object.GetType(0) != ePDReference &&
+                      m_object.GetType(0) != ePDNull && !HasSignature(m_object);
   if (m_object.CountItems(0) >= 2)
     entry.m_nFlags |= ePDSeveral;
   entry.m_nFirstEdge = m_edges.GetSize();

@@ -26,8 +26,10 @@ PDLObjectWriter::PDLObjectWriter(PDFile& file, const PDLPageTree& tree, const PD
                                  PDCryptor* pCryptor)
     : m_file(file), m_tree(tree), m_classifier(classifier), m_pCryptor(pCryptor)
 {
-  m_numbers.SetSize(file.GetCount());
-  m_treePlaces.SetSize(file.GetCount());
+  // New nodes of the page tree come after the objects of the file.
+  const int nNodes = static_cast<int>(tree.GetNodes().size());
+  m_numbers.SetSize(file.GetCount() + nNodes);
+  m_treePlaces.SetSize(file.GetCount() + nNodes);
   int nPlace = 0;
   for (const TPDPage& page : tree.GetPages())
     m_treePlaces[page.m_nObject] = nPlace++;
@@ -41,20 +43,38 @@ PDLObjectWriter::PDLObjectWriter(PDFile& file, const PDLPageTree& tree, const PD
 bool PDLObjectWriter::WriteObject(int nObject, PDWriter& output)
 {
   TPDStream stream;
-  if (!m_file.ReadObject(nObject, m_object, stream))
+  if (!IsNewNode(nObject) && !m_file.ReadObject(nObject, m_object, stream))
     return Fail("An object cannot be read.");
-  BeginObject(nObject, output);
-  const bool bDictionary = m_object.GetType(0) == ePDDictionary;
+  output.PutNumber(m_numbers[nObject]);
+  output.Put(" 0 obj\n");
+  BeginObject(nObject, false);
+  const bool bWritten = WriteBody(nObject, stream, output);
+  output.Put("\nendobj\n");
+  return bWritten;
+}
+
+bool PDLObjectWriter::WriteMember(int nObject, PDWriter& output)
+{
+  TPDStream stream;
+  if (!IsNewNode(nObject) && (!m_file.ReadObject(nObject, m_object, stream) || stream.m_bStream))
+    return Fail("An object cannot be read.");
+  BeginObject(nObject, true);
+  return WriteBody(nObject, stream, output);
+}
+
+bool PDLObjectWriter::WriteBody(int nObject, const TPDStream& stream, PDWriter& output)
+{
   bool bWritten = true;
-  if (stream.m_bStream)
+  if (IsNewNode(nObject))
+    WriteNewNode(nObject, output);
+  else if (stream.m_bStream)
     bWritten = WriteStreamObject(nObject, m_object, stream, output);
-  else if (bDictionary && m_classifier.GetRole(nObject) == ePDRolePage)
+  else if (m_object.GetType(0) == ePDDictionary && m_classifier.GetRole(nObject) == ePDRolePage)
     WritePage(nObject, m_object, output);
-  else if (bDictionary && m_classifier.GetRole(nObject) == ePDRoleNode)
+  else if (m_object.GetType(0) == ePDDictionary && m_classifier.GetRole(nObject) == ePDRoleNode)
     WritePageTreeNode(nObject, m_object, output);
   else
     WriteNode(m_object, 0, output);
-  output.Put("\nendobj\n");
   if (m_pCryptor && m_pCryptor->HasFailed())
     return Fail("A string cannot be encrypted.");
   return bWritten;
@@ -67,20 +87,21 @@ void PDLObjectWriter::SetNewKeys(bool bPlainMetadata)
   m_lengths.SetSize(m_file.GetCount());
 }
 
-void PDLObjectWriter::BeginObject(int nObject, PDWriter& output)
+void PDLObjectWriter::BeginObject(int nObject, bool bMember)
 {
   m_nNewNumber = m_numbers[nObject];
+  m_bMember = bMember;
+  m_bRegular = false;
+  if (IsNewNode(nObject))
+    return;
   const bool bMetadata = m_object.IsName(m_object.Find(0, "Type"), "Metadata");
   const bool bNewPlain = m_bNewKeys ? m_bNewPlainMetadata : m_file.HasPlainMetadata();
   m_bSourceSecure = m_pCryptor && m_file.IsEncrypted() && nObject != m_file.GetEncrypt();
-  m_bSecure = m_bNewKeys || m_bSourceSecure;
+  m_bSecure = (m_bNewKeys || m_bSourceSecure) && !bMember;
   // Plain metadata has plain data, not plain strings beside them.
   m_bSourceEncrypted = m_bSourceSecure && !(bMetadata && m_file.HasPlainMetadata());
   m_bEncrypted = m_bSecure && !(bMetadata && bNewPlain);
   SetSource(nObject);
-  output.PutNumber(m_nNewNumber);
-  output.Put(" 0 obj\n");
-  m_bRegular = false;
 }
 
 void PDLObjectWriter::SetSource(int nObject)
@@ -88,7 +109,7 @@ void PDLObjectWriter::SetSource(int nObject)
   const TPDEntry& entry = m_file.GetEntry(nObject);
   m_nOldNumber = entry.m_nNumber;
   m_nOldGeneration = entry.m_nGeneration;
-  const bool bNewKey = m_bNewKeys || m_file.HasObjectKeys();
+  const bool bNewKey = m_bNewKeys || m_bMember || m_file.HasObjectKeys();
   m_bDecryptStrings = m_bSourceSecure && !entry.m_bStored && bNewKey;
   m_bEncryptStrings = m_bSecure && (entry.m_bStored || bNewKey);
 }
@@ -242,17 +263,40 @@ void PDLObjectWriter::WriteInherited(const TPDPage& page, PDWriter& output)
   }
 }
 
+// What holds below a tree node is on the pages.
 void PDLObjectWriter::WritePageTreeNode(int nObject, const PDObj& object, PDWriter& output)
 {
-  constexpr const char* skipped[] = {"Parent", "Rotate", "CropBox", "MediaBox", "Resources"};
-  static_assert(std::size(skipped) == ePDInheritableCount + 1);
+  constexpr const char* skipped[] = {"Parent", "Rotate", "CropBox", "MediaBox", "Resources", "Kids", "Count"};
+  constexpr std::size_t nKept = 2;
+  static_assert(std::size(skipped) == ePDInheritableCount + 1 + nKept);
   WriteText("<<", output);
-  WriteEntries(object, skipped, output);
-  const TPDTreeNode& node = m_tree.GetNodes()[static_cast<std::size_t>(m_treePlaces[nObject])];
+  WriteEntries(object, std::span(skipped).first(std::size(skipped) - (m_tree.IsRebuilt() ? 0 : nKept)),
+               output);
+  WriteTreeEntries(m_tree.GetNodes()[static_cast<std::size_t>(m_treePlaces[nObject])], output);
+  WriteText(">>", output);
+}
+
+void PDLObjectWriter::WriteNewNode(int nObject, PDWriter& output)
+{
+  WriteText("<</Type/Pages", output);
+  WriteTreeEntries(m_tree.GetNodes()[static_cast<std::size_t>(m_treePlaces[nObject])], output);
+  WriteText(">>", output);
+}
+
+void PDLObjectWriter::WriteTreeEntries(const TPDTreeNode& node, PDWriter& output)
+{
+  if (m_tree.IsRebuilt())
+  {
+    WriteText("/Count ", output);
+    output.PutNumber(node.m_nPageCount);
+    WriteText("/Kids[", output);
+    for (const int nKid : m_tree.GetKids(node))
+      WriteReference(nKid, output);
+    WriteText("]", output);
+  }
   if (node.m_nParent >= 0)
   {
     WriteText("/Parent", output);
     WriteReference(node.m_nParent, output);
   }
-  WriteText(">>", output);
 }

@@ -29,6 +29,9 @@ public:
   // The whole object, from its number to its end. Measuring comes before writing. False if it cannot be read.
   bool WriteObject(int nObject, PDWriter& output);
 
+  // The value alone, as an object stream has it: plain. Not for streams.
+  bool WriteMember(int nObject, PDWriter& output);
+
   // A stream that the source has not: encrypted if the document is. The entries come first of its length.
   bool WriteNewStream(int nNumber, std::span<const unsigned char> entries,
                       std::span<const unsigned char> data, PDWriter& output);
@@ -44,7 +47,9 @@ private:
   bool IsCarried(const TPDNode& node) const;
 
   // --- Objects
-  void BeginObject(int nObject, PDWriter& output);
+  bool IsNewNode(int nObject) const { return nObject >= m_file.GetCount(); }
+  bool WriteBody(int nObject, const TPDStream& stream, PDWriter& output);
+  void BeginObject(int nObject, bool bMember);
 
   // Strings come from this object from here on.
   void SetSource(int nObject);
@@ -54,6 +59,8 @@ private:
   void WritePage(int nObject, const PDObj& object, PDWriter& output);
   void WritePageTreeNode(int nObject, const PDObj& object, PDWriter& output);
   void WriteInherited(const TPDPage& page, PDWriter& output);
+  void WriteTreeEntries(const TPDTreeNode& node, PDWriter& output);
+  void WriteNewNode(int nObject, PDWriter& output);
 
   // --- Streams
   bool WriteStreamObject(int nObject, const PDObj& object, const TPDStream& stream, PDWriter& output);
@@ -94,5 +101,6 @@ private:
   int m_nOldNumber = 0;
   int m_nOldGeneration = 0;
   int m_nNewNumber = 0;
+  bool m_bMember = false;   // of an object stream
   bool m_bRegular = false;  // the last byte written belongs to a number, name or word
 };

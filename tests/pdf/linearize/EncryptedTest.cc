@@ -77,7 +77,8 @@ protected:
       return false;
     const BSE::CObjectPtr<BSE::IByteStream> pOutput(new BSE::CFileStream(sOutput.c_str(), BSE::eFileWrite));
     std::int64_t nWritten = 0;
-    return PDF::GetLinearizer()->LinearizeStream(pInput.Get(), pOutput.Get(), file, nWritten);
+    return PDF::GetLinearizer(m_bPack)->LinearizeStream(pInput.Get(), pOutput.Get(), file, -1, nWritten) ==
+           PDF::TLinearized::Done;
   }
 
   // The document in the encryption of a case, by the tool.
@@ -114,6 +115,7 @@ protected:
   }
 
   Support::CTempFolder m_folder;
+  bool m_bPack = false;
 };
 
 // Texts, titles and plain metadata are the same for a reader that has the password.

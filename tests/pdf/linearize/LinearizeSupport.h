@@ -19,9 +19,9 @@
 namespace Linearize
 {
 
-// The linearized form, made in memory; nothing if the linearizer refuses.
+// The linearized form, made in memory, with object streams or without; nothing if the linearizer refuses.
 inline std::optional<std::string> TryLinearize(std::string_view sPdf,
-                                               PDF::IStreamDeflater* pDeflater = nullptr)
+                                               PDF::IStreamDeflater* pDeflater = nullptr, bool bPack = false)
 {
   BSE::CErrorHandler errors;
   PDF::CFile file(&errors);
@@ -30,7 +30,8 @@ inline std::optional<std::string> TryLinearize(std::string_view sPdf,
       new BSE::CMemoryInputStream(sPdf.data(), static_cast<std::int64_t>(sPdf.size())));
   const BSE::CObjectPtr<BSE::CMemoryStream> pOutput(new BSE::CMemoryStream);
   std::int64_t nWritten = 0;
-  if (!PDF::GetLinearizer()->LinearizeStream(pInput.Get(), pOutput.Get(), file, nWritten))
+  if (PDF::GetLinearizer(bPack)->LinearizeStream(pInput.Get(), pOutput.Get(), file, -1, nWritten) !=
+      PDF::TLinearized::Done)
     return std::nullopt;
   EXPECT_EQ(nWritten, pOutput->GetLength());
   std::string sOutput(static_cast<size_t>(pOutput->GetLength()), '\0');
@@ -39,15 +40,16 @@ inline std::optional<std::string> TryLinearize(std::string_view sPdf,
   return sOutput;
 }
 
-inline std::string MustLinearize(std::string_view sPdf, PDF::IStreamDeflater* pDeflater = nullptr)
+inline std::string MustLinearize(std::string_view sPdf, PDF::IStreamDeflater* pDeflater = nullptr,
+                                 bool bPack = false)
 {
-  const std::optional<std::string> sOutput = TryLinearize(sPdf, pDeflater);
+  const std::optional<std::string> sOutput = TryLinearize(sPdf, pDeflater, bPack);
   EXPECT_TRUE(sOutput) << "refused";
   return sOutput.value_or("");
 }
 
-// Reads a linearized file by what its front says, without the code under test. A file that is not laid out as
-// it should be throws or fails an expectation.
+// Reads a linearized file by what its front says, without the code under test; of one with cross-reference
+// streams the front alone. A file that is not laid out as it should be throws or fails an expectation.
 class CLinearizedFile
 {
 public:
@@ -60,6 +62,8 @@ public:
     m_nFirstPageEnd = GetFrontNumber("/E ");
     m_nPages = static_cast<int>(GetFrontNumber("/N "));
     m_nMainTable = GetFrontNumber("/T ");
+    if (m_sPdf.find("/XRef") < m_sPdf.find("startxref"))
+      return;
     ReadTable(m_sPdf.find("xref\n"));
     ReadTable(m_sPdf.rfind("xref\n0 "));
   }
