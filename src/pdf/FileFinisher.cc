@@ -29,7 +29,7 @@ constexpr double g_dMaxGrowth = 0.4;
 
 // The same for a file that keeps its object streams: it grows by little, unless it is little itself, and then
 // it arrives at once in any order.
-constexpr double g_dMaxPackedGrowth = 0.02;
+constexpr double g_dMaxPackedGrowth = 0.01;
 
 constexpr double g_dMegabyte = 1048576.0;
 

@@ -2,6 +2,7 @@
 
 #include "pdf/linearize/PDDeflater.h"
 #include "pdf/linearize/PDLClassifier.h"
+#include "pdf/linearize/PDLPageValues.h"
 #include "pdf/linearize/PDWriter.h"
 
 // Writes objects of a document under new numbers: references are renumbered and lead to null where nothing is
@@ -14,6 +15,11 @@ public:
   // All must outlive the writer. The cryptor is null for a document that is not and will not be encrypted.
   PDLObjectWriter(PDFile& file, const PDLPageTree& tree, const PDLClassifier& classifier,
                   PDCryptor* pCryptor);
+
+  // Values of pages that are objects of their own, after the new nodes of the page tree. Before anything is
+  // numbered; must outlive the writer.
+  void SetPageValues(const PDLPageValues& values);
+  int GetPageValue(int nValue) const { return m_nFirstPageValue + nValue; }
 
   void SetNumber(int nObject, int nNumber) { m_numbers[nObject] = nNumber; }
 
@@ -47,9 +53,13 @@ private:
   bool IsCarried(const TPDNode& node) const;
 
   // --- Objects
-  bool IsNewNode(int nObject) const { return nObject >= m_file.GetCount(); }
+  // The object of the file that it is written from; -1 for a new node of the page tree.
+  int GetSource(int nObject) const;
+  bool Read(int nObject, TPDStream& stream);
   bool WriteBody(int nObject, const TPDStream& stream, PDWriter& output);
   void BeginObject(int nObject, bool bMember);
+  void WritePageValue(const PDLPageValues::TValue& value, PDWriter& output);
+  void WritePageEntries(int nPage, const PDObj& object, PDWriter& output);
 
   // Strings come from this object from here on.
   void SetSource(int nObject);
@@ -58,7 +68,7 @@ private:
   void WriteEntries(const PDObj& object, std::span<const char* const> skipped, PDWriter& output);
   void WritePage(int nObject, const PDObj& object, PDWriter& output);
   void WritePageTreeNode(int nObject, const PDObj& object, PDWriter& output);
-  void WriteInherited(const TPDPage& page, PDWriter& output);
+  void WriteInherited(int nPage, const TPDPage& page, PDWriter& output);
   void WriteTreeEntries(const TPDTreeNode& node, PDWriter& output);
   void WriteNewNode(int nObject, PDWriter& output);
 
@@ -81,6 +91,8 @@ private:
   const PDLPageTree& m_tree;
   const PDLClassifier& m_classifier;
   PDCryptor* m_pCryptor;
+  const PDLPageValues* m_pPageValues = nullptr;
+  int m_nFirstPageValue;
   PDDeflater* m_pMetadataDeflater = nullptr;
   bool m_bNewKeys = false;
   bool m_bNewPlainMetadata = false;

@@ -19,13 +19,19 @@ bool PDLOutput::Write(BSE::IByteStream* pOutput)
   if (!m_pClassifier->Classify())
     return Fail(m_pClassifier->GetMessage());
   m_pClassifier->ReleaseEdges();
-  if (m_nStreamSize > 0 && MayPack())
+  const bool bPack = m_nStreamSize > 0 && MayPack();
+  if (bPack)
   {
     m_tree.Rebuild(m_input);
-    m_pPacker.Reset(new PDLPacker(m_input.GetCount() + static_cast<int>(m_tree.GetNodes().size()),
-                                  m_input.GetFileLength(), m_pDeflater));
+    m_pageValues.Collect(m_input, m_tree);
   }
   m_pWriter.Reset(new PDLObjectWriter(m_input, m_tree, *m_pClassifier, m_pCryptor));
+  if (bPack)
+  {
+    m_pWriter->SetPageValues(m_pageValues);
+    m_pPacker.Reset(new PDLPacker(m_pWriter->GetPageValue(m_pageValues.GetCount()), m_input.GetFileLength(),
+                                  m_pDeflater));
+  }
   if (m_bCompressMetadata)
     m_pWriter->SetMetadataDeflater(m_pDeflater);
   if (m_pSecurity)

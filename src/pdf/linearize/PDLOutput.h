@@ -107,9 +107,10 @@ private:
   void SortObjects(std::span<const int> objects, TRun& run);
   void SortCategories(std::initializer_list<int> categories, TRun& run);
   void SortTree(TRun& top, TRun& rest);
+  void SortPage(int nPage, TRun& run);
   bool IsSmall(std::span<TRun* const> runs);
   void PackPages(bool bAllApart, TRun& apart);
-  void PackPage(const TRun& page, TPart& part);
+  void PackPage(int nPage, const TRun& run, TPart& part);
   void PackFirst(const TRun& front, const TRun& outlines, bool bSmall);
   void PackOutlines(const TRun& outlines, TPart& part);
   void PackRun(const TRun& run, std::int64_t nMaxSize, TPart& part);
@@ -174,7 +175,8 @@ private:
   int m_nHintNumber = 0;
   int m_nObjectCount = 0;  // with the free entry 0
 
-  BSE::CScopedPtr<PDLPacker> m_pPacker;           // null without object streams
+  BSE::CScopedPtr<PDLPacker> m_pPacker;  // null without object streams
+  PDLPageValues m_pageValues;
   BSE::CBasicArray<PDLClassifier::TUse> m_apart;  // what pages have in streams outside of their part
   std::int64_t m_nStreamSize = 0;
   int m_nFirstXRefNumber = 0;

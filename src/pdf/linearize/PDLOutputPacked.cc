@@ -94,6 +94,18 @@ void PDLOutput::SortCategories(std::initializer_list<int> categories, TRun& run)
     SortObjects(m_pClassifier->GetCategory(nCategory), run);
 }
 
+// With the values of the page that are objects.
+void PDLOutput::SortPage(int nPage, TRun& run)
+{
+  SortObjects(m_pClassifier->GetPageObjects(nPage).GetSpan(), run);
+  for (int i = m_pageValues.GetFirst(nPage); i < m_pageValues.GetEnd(nPage); ++i)
+  {
+    const int nSize = m_pageValues.GetValue(i).m_nSize;
+    run.m_members.Add({m_pWriter->GetPageValue(i), nSize});
+    run.m_nSize += nSize;
+  }
+}
+
 // A reader looks at the top of the tree before it shows a page.
 void PDLOutput::SortTree(TRun& top, TRun& rest)
 {
@@ -188,7 +200,7 @@ bool PDLOutput::IsSmall(std::span<TRun* const> runs)
   for (int nPage = 1; nPage < nPages && nSize <= g_nSmallSize; ++nPage)
   {
     TRun page;
-    SortObjects(m_pClassifier->GetPageObjects(nPage).GetSpan(), page);
+    SortPage(nPage, page);
     nSize += page.m_nSize;
   }
   return nSize <= g_nSmallSize;
@@ -201,7 +213,7 @@ void PDLOutput::PackPages(bool bAllApart, TRun& apart)
   for (int nPage = 1; nPage < nPages; ++nPage)
   {
     TRun page;
-    SortObjects(m_pClassifier->GetPageObjects(nPage).GetSpan(), page);
+    SortPage(nPage, page);
     if (bAllApart || page.m_nSize < g_nOwnSize)
     {
       for (const PDLPacker::TMember& member : page.m_members.GetSpan())
@@ -209,22 +221,32 @@ void PDLOutput::PackPages(bool bAllApart, TRun& apart)
       Move(page, apart);
     }
     const int nStart = m_rest.m_objects.GetSize();
-    PackPage(page, m_rest);
+    PackPage(nPage, page, m_rest);
     m_pageCounts.Add(m_rest.m_objects.GetSize() - nStart);
   }
 }
 
-// The page itself comes first, then what its dictionaries are in.
-void PDLOutput::PackPage(const TRun& page, TPart& part)
+// The page itself comes first, then what its dictionaries are in, and last what is no part of its picture.
+void PDLOutput::PackPage(int nPage, const TRun& run, TPart& part)
 {
-  part.m_objects.Add(page.m_plain[0]);
-  m_pPacker->Pack(page.m_members.GetSpan(), m_nStreamSize, part.m_objects);
-  part.m_objects.Append(page.m_plain.GetSpan().subspan(1));
+  const TPDPage& page = m_tree.GetPages()[static_cast<std::size_t>(nPage)];
+  const auto isLate = [this, &page](int nObject)
+  { return nObject == page.m_nThumbnail || m_pClassifier->IsBeside(nObject); };
+  part.m_objects.Add(page.m_nObject);
+  m_pPacker->Pack(run.m_members.GetSpan(), m_nStreamSize, part.m_objects);
+  for (const bool bLate : {false, true})
+  {
+    for (const int nObject : run.m_plain.GetSpan())
+    {
+      if (nObject != page.m_nObject && isLate(nObject) == bLate)
+        part.m_objects.Add(nObject);
+    }
+  }
 }
 
 void PDLOutput::PackFirst(const TRun& front, const TRun& outlines, bool bSmall)
 {
-  PackPage(front, m_first);
+  PackPage(0, front, m_first);
   if (bSmall && !m_pClassifier->GetCategory(ePDCategoryOutlines).empty())
   {
     const auto objects = m_first.m_objects.GetSpan();

@@ -125,6 +125,7 @@ bool PDLPageTree::AddPage(PDFile& file, const TPending& item, const PDObj& page)
   entry.m_nObject = item.m_nObject;
   entry.m_nParent = item.m_nParent;
   entry.m_nMetadata = file.FindObject(page.GetReference(page.Find(0, "Metadata")));
+  entry.m_nThumbnail = file.FindObject(page.GetReference(page.Find(0, "Thumb")));
   for (int i = 0; i < ePDInheritableCount; ++i)
   {
     const bool bOwn = page.Find(0, g_pdInheritableKeys[i]) >= 0;

@@ -20,6 +20,7 @@ struct TPDPage
   int m_nObject;
   int m_nParent;                         // the node it was reached from
   int m_nMetadata;                       // object of the page's own metadata stream, or -1
+  int m_nThumbnail;                      // or -1
   int m_inherited[ePDInheritableCount];  // value that the page lacks and a node has, or -1
 };
 

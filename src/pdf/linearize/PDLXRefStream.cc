@@ -10,6 +10,9 @@ namespace
 constexpr unsigned char g_nFilterUp = 2;
 constexpr int g_nPredictor = 12;
 
+// Up to here the entries that tell of filters take more than these save.
+constexpr int g_nMaxPlain = 100;
+
 }  // namespace
 
 int PDLXRefStream::GetWidth(std::int64_t nValue)
@@ -50,9 +53,10 @@ void PDLXRefStream::Write(int nNumber, std::span<const unsigned char> entries, P
   const int nRow = widths[0] + widths[1] + widths[2];
   BSE::CBasicArray<unsigned char> predicted;
   BSE::CBasicArray<unsigned char> deflated;
-  if (pDeflater)
+  const bool bDeflate = pDeflater && data.GetSize() > g_nMaxPlain;
+  if (bDeflate)
     Predict(data.GetSpan(), static_cast<std::size_t>(nRow), predicted);
-  const bool bDeflated = pDeflater && pDeflater->Deflate(predicted.GetSpan(), deflated);
+  const bool bDeflated = bDeflate && pDeflater->Deflate(predicted.GetSpan(), deflated);
   output.PutNumber(nNumber);
   output.Put(" 0 obj\n<</Type/XRef/W[1 ");
   output.PutNumber(widths[1]);
