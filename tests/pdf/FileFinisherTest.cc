@@ -189,6 +189,31 @@ TEST(FileFinisher, DeliversThePlainFileWhereLinearizingFails)
   }
 }
 
+// In automatic mode the form with object streams is written only if it is hardly longer.
+TEST(FileFinisher, LeavesTheOrderWhereItCostsTooMuch)
+{
+  for (const bool bPacks : {false, true})
+  {
+    for (const bool bAuto : {false, true})
+    {
+      BSE::CObjectPtr<BSE::CMemoryStream> pTarget(new BSE::CMemoryStream);
+      BSE::CErrorHandler errors;
+      CFakeLinearizer linearizer;
+      linearizer.m_bPacks = bPacks;
+      linearizer.m_text.assign(20000, 'l');
+      CFile file(&errors);
+      ASSERT_TRUE(file.Create(pTarget.Get(), CString(), false, false));
+      AddPages(file, 1, 0);
+      file.SetLinearize(true, bAuto, &linearizer);
+      EXPECT_TRUE(file.Close());
+      const bool bLeft = bPacks && bAuto;
+      EXPECT_EQ(GetBytes(*pTarget), bLeft ? linearizer.m_input : linearizer.m_text);
+      EXPECT_EQ(linearizer.m_nMaxLength < 0, !bLeft);
+      EXPECT_EQ(errors.GetLastCode(), 0U);
+    }
+  }
+}
+
 TEST(FileFinisher, BeginsTheTargetAnew)
 {
   BSE::CObjectPtr<BSE::CMemoryStream> pTarget(new BSE::CMemoryStream);

@@ -108,10 +108,10 @@ private:
   void SortCategories(std::initializer_list<int> categories, TRun& run);
   void SortTree(TRun& top, TRun& rest);
   void SortPage(int nPage, TRun& run);
-  bool IsSmall(std::span<TRun* const> runs);
+  bool IsSmall(std::int64_t nFrontSize, std::span<TRun* const> runs);
   void PackPages(bool bAllApart, TRun& apart);
   void PackPage(int nPage, const TRun& run, TPart& part);
-  void PackFirst(const TRun& front, const TRun& outlines, bool bSmall);
+  void PackFirst(TRun& top, TRun& first);
   void PackOutlines(const TRun& outlines, TPart& part);
   void PackRun(const TRun& run, std::int64_t nMaxSize, TPart& part);
   static void Move(TRun& from, TRun& to);

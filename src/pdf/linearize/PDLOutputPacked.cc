@@ -149,14 +149,15 @@ void PDLOutput::CollectPackedParts()
     m_head.m_objects.Add(m_input.GetEncrypt());
   m_head.m_objects.Add(m_input.GetRoot());
 
-  TRun front;
+  TRun top;
+  TRun first;
   TRun tree;
   TRun outlines;
   TRun shared;
   TRun document;
   TRun structure;
-  SortTree(front, tree);
-  SortObjects(m_pClassifier->GetPageObjects(0).GetSpan(), front);
+  SortTree(top, tree);
+  SortObjects(m_pClassifier->GetPageObjects(0).GetSpan(), first);
   SortCategories({ePDCategoryOutlines}, outlines);
   SortObjects(m_pClassifier->GetSharedObjects(), shared);
   SortCategories({ePDCategoryThreads, ePDCategoryNames}, document);
@@ -165,15 +166,17 @@ void PDLOutput::CollectPackedParts()
   SortCategories({ePDCategoryAcroForm, ePDCategoryPageLabels, ePDCategoryOther}, document);
   SortCategories({ePDCategoryStructure}, structure);
 
-  TRun* runs[] = {&tree, &outlines, &shared, &document, &structure};
-  const bool bSmall = IsSmall(runs);
+  TRun* runs[] = {&tree, &shared, &document, &structure};
+  const bool bSmall = IsSmall(top.m_nSize + first.m_nSize, runs);
   if (bSmall)
   {
     for (TRun* pRun : runs)
-      Move(*pRun, front);
+      Move(*pRun, first);
   }
-  PackPages(bSmall, bSmall ? front : shared);
-  PackFirst(front, outlines, bSmall);
+  PackPages(bSmall, bSmall ? first : shared);
+  PackFirst(top, first);
+  if (m_pClassifier->IsOutlinesFirst())
+    PackOutlines(outlines, m_first);
 
   m_nSharedStart = m_rest.m_objects.GetSize();
   PackRun(shared, std::min(m_nStreamSize, g_nSharedSize), m_rest);
@@ -190,8 +193,8 @@ void PDLOutput::CollectPackedParts()
   PackRun(structure, m_nStreamSize, m_rest);
 }
 
-// Whether all that may be in object streams, besides that of the first page, is little.
-bool PDLOutput::IsSmall(std::span<TRun* const> runs)
+// Whether all that may be in object streams, besides what is in front, is little, but enough for a stream.
+bool PDLOutput::IsSmall(std::int64_t nFrontSize, std::span<TRun* const> runs)
 {
   std::int64_t nSize = 0;
   for (const TRun* pRun : runs)
@@ -203,7 +206,7 @@ bool PDLOutput::IsSmall(std::span<TRun* const> runs)
     SortPage(nPage, page);
     nSize += page.m_nSize;
   }
-  return nSize <= g_nSmallSize;
+  return nSize <= g_nSmallSize && nFrontSize + nSize >= PDLPacker::g_nMinSize;
 }
 
 // All pages but the first. What has no stream of its own goes to the other run.
@@ -244,17 +247,18 @@ void PDLOutput::PackPage(int nPage, const TRun& run, TPart& part)
   }
 }
 
-void PDLOutput::PackFirst(const TRun& front, const TRun& outlines, bool bSmall)
+// The top of the tree is in the stream of the first page, if there is one, and in front of the page if not.
+void PDLOutput::PackFirst(TRun& top, TRun& first)
 {
-  PackPage(0, front, m_first);
-  if (bSmall && !m_pClassifier->GetCategory(ePDCategoryOutlines).empty())
+  const bool bStream = top.m_nSize + first.m_nSize >= PDLPacker::g_nMinSize;
+  if (!bStream)
+    PackRun(top, m_nStreamSize, m_head);
+  else
   {
-    const auto objects = m_first.m_objects.GetSpan();
-    const auto nStreams = std::count_if(objects.begin(), objects.end(), &PDLPacker::IsStream);
-    m_outlines = {&m_first, 1, static_cast<int>(nStreams)};
+    Move(first, top);
+    Move(top, first);
   }
-  if (m_pClassifier->IsOutlinesFirst())
-    PackOutlines(outlines, m_first);
+  PackPage(0, first, m_first);
 }
 
 void PDLOutput::PackOutlines(const TRun& outlines, TPart& part)

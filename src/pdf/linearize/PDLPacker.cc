@@ -5,9 +5,6 @@
 namespace
 {
 
-// Members below this size cost less as objects of their own than their stream.
-constexpr std::int64_t g_nMinSize = 250;
-
 // The index of a member takes two bytes in the cross-reference data.
 constexpr int g_nMaxMembers = 65536;
 

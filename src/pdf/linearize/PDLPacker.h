@@ -9,6 +9,9 @@
 class PDLPacker : public PDBase
 {
 public:
+  // Members below this size cost less as objects of their own than their stream.
+  static constexpr std::int64_t g_nMinSize = 250;
+
   // Room is for so many objects, and for as many bytes of streams as the input has. Nothing is compressed
   // without a deflater.
   PDLPacker(int nObjects, std::int64_t nInputLength, PDDeflater* pDeflater);
