@@ -1,6 +1,6 @@
 // Linearizes arbitrary bytes as a finished file, with object streams and without. What comes out is taken in
 // again: it has to be as sound as what the linearizer takes. With object streams the file layer has to read
-// it too, whole and cut.
+// it too, if it reads the input; and it is given a part of it.
 
 #include "base/BufferedInputStream.h"
 #include "base/MemoryStream.h"
@@ -32,6 +32,13 @@ bool Linearize(const void* pData, std::int64_t nSize, bool bPack, CBytes& result
   return output.Write(pOutput.Get()) && pOutput->Rewind() && pOutput->ReadToArray(result);
 }
 
+bool Opens(const void* pData, std::int64_t nSize)
+{
+  PDF::CFile file(nullptr);
+  const CStreamPtr pStream(new BSE::CMemoryInputStream(pData, nSize));
+  return file.Open(pStream.Get());
+}
+
 // Whether the file layer finds the first page by the cross-reference data.
 bool HasFirstPage(const CBytes& bytes)
 {
@@ -59,7 +66,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t nSize)
     CBytes second;
     if (!Linearize(pData, static_cast<std::int64_t>(nSize), bPack, first))
       continue;
-    if (!Linearize(first.GetData(), first.GetSize(), bPack, second) || (bPack && !HasFirstPage(first)))
+    if (!Linearize(first.GetData(), first.GetSize(), bPack, second))
+      std::abort();
+    if (bPack && Opens(pData, static_cast<std::int64_t>(nSize)) && !HasFirstPage(first))
       std::abort();
     OpenCut(first, static_cast<std::int64_t>(pData[nSize / 2]) * first.GetSize() / 256);
   }
