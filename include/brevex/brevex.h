@@ -842,6 +842,11 @@ BREVEX_API void BrevexSetLinearize(TBrevexHandle* pHandle, int bValue);
 BREVEX_API int BrevexGetAutoLinearize(TBrevexHandle* pHandle);
 BREVEX_API void BrevexSetAutoLinearize(TBrevexHandle* pHandle, int bValue);
 
+/* Whether a linearized output of version 1.5 or later keeps object streams and cross-reference streams, and
+ * stays small by that. The automatic choice then allows for what this form costs. Default false. */
+BREVEX_API int BrevexGetLinearizeObjectStreams(TBrevexHandle* pHandle);
+BREVEX_API void BrevexSetLinearizeObjectStreams(TBrevexHandle* pHandle, int bValue);
+
 /* ---- Listing and extraction
  * --------------------------------------------------------------------------------- */
 

@@ -272,7 +272,7 @@ bool COptimizer::RunSave(BSE::IByteStream* pStream, const TEncryption& encryptio
     DecideConformance();
   m_bLinearize = m_options.m_bLinearize;
   m_bAutoLinearize = m_options.m_bAutoLinearize;
-  m_pLinearizer = GetLinearizer();
+  m_pLinearizer = GetLinearizer(m_options.m_bLinearizeObjectStreams);
   m_nOutputCipher = m_options.m_nOutputCipher;
   m_stripper.Reset();
   m_annotArrays.RemoveAll();

@@ -27,6 +27,10 @@ constexpr std::int64_t g_nMaxLinearizedSize = 4294967295;
 // streams have saved.
 constexpr double g_dMaxGrowth = 0.4;
 
+// The same for a file that keeps its object streams: it grows by little, unless it is little itself, and then
+// it arrives at once in any order.
+constexpr double g_dMaxPackedGrowth = 0.01;
+
 constexpr double g_dMegabyte = 1048576.0;
 
 // Overwrites what a longer file has left behind the end of a finished one. Readers look for the start of the
@@ -87,11 +91,9 @@ bool CFileFinisher::WantsLinearization()
                         dSize / g_dMegabyte, (dSize + dSaved) / g_dMegabyte);
   if (!m_bLinearizeAuto)
     return true;
-  if (dSaved > g_dMaxGrowth * dSize)
+  if (dSaved > g_dMaxGrowth * dSize && !m_pLinearizer->KeepsObjectStreams(m_file))
   {
-    if (BSE::CTracer::IsOn())
-      BSE::CTracer::Trace("I", "PDF File",
-                          "Linearization disabled because the result file size would increase too much.");
+    TraceGrowth();
     return false;
   }
   if (m_state.m_nMajor >= 2)
@@ -102,6 +104,27 @@ bool CFileFinisher::WantsLinearization()
     return false;
   }
   return true;
+}
+
+void CFileFinisher::TraceGrowth()
+{
+  if (BSE::CTracer::IsOn())
+    BSE::CTracer::Trace("I", "PDF File",
+                        "Linearization disabled because the result file size would increase too much.");
+}
+
+// What a file grows by that keeps its object streams is known only once its linearized form is measured.
+TLinearized CFileFinisher::LinearizeTo(BSE::IByteStream* pOutput, std::int64_t& nWritten)
+{
+  std::int64_t nMaxLength = -1;
+  if (m_bLinearizeAuto && m_pLinearizer->KeepsObjectStreams(m_file))
+    nMaxLength = static_cast<std::int64_t>((1 + g_dMaxPackedGrowth) *
+                                           static_cast<double>(m_writer.GetOutput()->GetLength()));
+  const TLinearized eResult =
+      m_pLinearizer->LinearizeStream(m_writer.GetOutput(), pOutput, m_file, nMaxLength, nWritten);
+  if (eResult == TLinearized::TooLong)
+    TraceGrowth();
+  return eResult;
 }
 
 bool CFileFinisher::Linearize()
@@ -134,9 +157,11 @@ bool CFileFinisher::ReplaceFile()
       !BSE::CatchExhaustion(&m_file, [&] { return replacement.Create(pFile->GetFileName(), &m_file); }))
     return false;
   // A name that leads to another file by now is not the one to be replaced.
-  if (!replacement.Replaces(*pFile) ||
-      !m_pLinearizer->LinearizeStream(m_writer.GetOutput(), replacement.GetStream(), m_file, nWritten))
+  if (!replacement.Replaces(*pFile))
     return false;
+  const TLinearized eResult = LinearizeTo(replacement.GetStream(), nWritten);
+  if (eResult != TLinearized::Done)
+    return eResult == TLinearized::TooLong;
   if (replacement.Commit())
     return true;
   if (BSE::CTracer::IsOn())
@@ -154,9 +179,11 @@ bool CFileFinisher::LinearizeMemory()
     return Deliver();
   }
   std::int64_t nWritten = 0;
-  if (RewindTarget() &&
-      m_pLinearizer->LinearizeStream(m_writer.GetOutput(), m_pTarget.Get(), m_file, nWritten))
+  const TLinearized eResult = RewindTarget() ? LinearizeTo(m_pTarget.Get(), nWritten) : TLinearized::Failed;
+  if (eResult == TLinearized::Done)
     return true;
+  if (eResult == TLinearized::TooLong)
+    return Deliver();
   if (BSE::CTracer::IsOn())
     BSE::CTracer::Trace("E", "PDF File", "Linearization of output file failed.");
   // The plain file in its place is whole, and told from the linearized one by this code alone.

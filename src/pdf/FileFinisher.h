@@ -30,6 +30,8 @@ public:
 
 private:
   bool WantsLinearization();
+  static void TraceGrowth();
+  TLinearized LinearizeTo(BSE::IByteStream* pOutput, std::int64_t& nWritten);
   bool Linearize();
   bool LinearizeFile();
   bool ReplaceFile();

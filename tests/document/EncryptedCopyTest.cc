@@ -15,7 +15,7 @@ public:
   CCopier() : CContextDocumentCopierNonRec(nullptr)
   {
     m_nOutputCipher = eCipherInput;
-    m_pLinearizer = GetLinearizer();
+    m_pLinearizer = GetLinearizer(false);
   }
 
   std::string Copy(const std::string& bytes, bool bPasswords, bool bLinearize)

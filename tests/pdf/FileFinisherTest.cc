@@ -18,18 +18,28 @@ namespace
 class CFakeLinearizer : public ILinearizer
 {
 public:
-  bool LinearizeStream(BSE::IByteStream* pInput, BSE::IByteStream* pOutput, CFile&,
-                       std::int64_t& nWritten) override
+  bool KeepsObjectStreams(const CFile&) const override { return m_bPacks; }
+
+  TLinearized LinearizeStream(BSE::IByteStream* pInput, BSE::IByteStream* pOutput, CFile&,
+                              std::int64_t nMaxLength, std::int64_t& nWritten) override
   {
     m_input = GetBytes(*pInput);
+    m_nMaxLength = nMaxLength;
+    nWritten = 0;
+    if (nMaxLength >= 0 && std::ssize(m_text) > nMaxLength)
+      return TLinearized::TooLong;
     nWritten = m_bResult ? std::ssize(m_text) : m_nPart;
-    return pOutput->WriteAll(reinterpret_cast<const unsigned char*>(m_text.data()), nWritten) && m_bResult;
+    const bool bWritten =
+        pOutput->WriteAll(reinterpret_cast<const unsigned char*>(m_text.data()), nWritten) && m_bResult;
+    return bWritten ? TLinearized::Done : TLinearized::Failed;
   }
 
   std::string m_input;
   std::string m_text = "linearized";
   std::int64_t m_nPart = 0;  // written before a failure
+  std::int64_t m_nMaxLength = 0;
   bool m_bResult = true;
+  bool m_bPacks = false;
 };
 
 // A target that only takes bytes in order.
@@ -179,6 +189,31 @@ TEST(FileFinisher, DeliversThePlainFileWhereLinearizingFails)
   }
 }
 
+// In automatic mode the form with object streams is written only if it is hardly longer.
+TEST(FileFinisher, LeavesTheOrderWhereItCostsTooMuch)
+{
+  for (const bool bPacks : {false, true})
+  {
+    for (const bool bAuto : {false, true})
+    {
+      BSE::CObjectPtr<BSE::CMemoryStream> pTarget(new BSE::CMemoryStream);
+      BSE::CErrorHandler errors;
+      CFakeLinearizer linearizer;
+      linearizer.m_bPacks = bPacks;
+      linearizer.m_text.assign(20000, 'l');
+      CFile file(&errors);
+      ASSERT_TRUE(file.Create(pTarget.Get(), CString(), false, false));
+      AddPages(file, 1, 0);
+      file.SetLinearize(true, bAuto, &linearizer);
+      EXPECT_TRUE(file.Close());
+      const bool bLeft = bPacks && bAuto;
+      EXPECT_EQ(GetBytes(*pTarget), bLeft ? linearizer.m_input : linearizer.m_text);
+      EXPECT_EQ(linearizer.m_nMaxLength < 0, !bLeft);
+      EXPECT_EQ(errors.GetLastCode(), 0U);
+    }
+  }
+}
+
 TEST(FileFinisher, BeginsTheTargetAnew)
 {
   BSE::CObjectPtr<BSE::CMemoryStream> pTarget(new BSE::CMemoryStream);
@@ -254,11 +289,11 @@ TEST(FileFinisher, KeepsTheModeOfAFileAndItsLinks)
   std::filesystem::create_symlink(path, link);
   struct CWatchingLinearizer : CFakeLinearizer
   {
-    bool LinearizeStream(BSE::IByteStream* pInput, BSE::IByteStream* pOutput, CFile& file,
-                         std::int64_t& nWritten) override
+    TLinearized LinearizeStream(BSE::IByteStream* pInput, BSE::IByteStream* pOutput, CFile& file,
+                                std::int64_t nMaxLength, std::int64_t& nWritten) override
     {
       m_mode = std::filesystem::status(pOutput->GetFileName()).permissions();
-      return CFakeLinearizer::LinearizeStream(pInput, pOutput, file, nWritten);
+      return CFakeLinearizer::LinearizeStream(pInput, pOutput, file, nMaxLength, nWritten);
     }
     std::filesystem::perms m_mode = std::filesystem::perms::unknown;
   };

@@ -40,6 +40,7 @@ void ApplyOptions(TBrevexHandle* pHandle, const TOptimizeOptions& options)
   // A signature cannot hold for a file that is written anew. What it shows belongs to the page, and stays.
   BrevexSetFlattenSignedFields(pHandle, 1);
   BrevexSetLenientOpening(pHandle, 1);
+  BrevexSetLinearizeObjectStreams(pHandle, 1);
   if (IsSmallest(options.nProfile))
   {
     BrevexSetMergeEqualObjects(pHandle, 1);

@@ -33,7 +33,10 @@ using CBytes = BSE::CBasicArray<unsigned char>;
 class CDocumentRun
 {
 public:
-  explicit CDocumentRun(BSE::IErrorContext* pErrorContext) : m_file(pErrorContext) {}
+  CDocumentRun(BSE::IErrorContext* pErrorContext, bool bObjectStreams)
+      : m_file(pErrorContext), m_bObjectStreams(bObjectStreams)
+  {
+  }
 
   // True once the input has been read and the security of the output is settled.
   bool Open(BSE::IByteStream* pInput, const CTextString& password, const TEncryption* pEncryption);
@@ -51,6 +54,7 @@ private:
   }
 
   CFile m_file;
+  bool m_bObjectStreams;
   BSE::CObjectPtr<CStandardSecurityHandler> m_pHandler;
   TPDSecurity m_security;
   BSE::CScopedPtr<CLinearizerRun> m_pRun;
@@ -68,6 +72,13 @@ bool IsArchive(const CFile& file)
     return false;
   const std::span<const unsigned char> text = packet.GetSpan();
   return std::search(text.begin(), text.end(), szSchema.begin(), szSchema.end()) != text.end();
+}
+
+bool HasOneCipher(const CStandardSecurityHandler& handler)
+{
+  const char* szStreams = handler.GetStreamCryptName();
+  const char* szStrings = handler.GetStringCryptName();
+  return szStreams && szStrings ? std::string_view(szStreams) == szStrings : szStreams == szStrings;
 }
 
 bool IsAsked(const TEncryption& encryption)
@@ -89,6 +100,8 @@ bool CDocumentRun::Open(BSE::IByteStream* pInput, const CTextString& password, c
     m_pRun->SetSecurity(*m_pHandler, m_security);
   if (IsArchive(m_file))
     m_pRun->KeepMetadata();
+  if (m_bObjectStreams)
+    m_pRun->KeepObjectStreams();
   return m_pRun->Open(pInput);
 }
 
@@ -107,6 +120,7 @@ bool CDocumentRun::SetUpSecurity(BSE::IByteStream& input, const TEncryption& enc
   m_pHandler = CStandardSecurityHandler::Create(asked, id, &m_file);
   if (!m_pHandler)
     return false;
+  m_security.m_bOneCipher = HasOneCipher(*m_pHandler);
   m_security.m_bPlainMetadata = !m_pHandler->IsMetadataEncrypted();
   if (m_pHandler->GetKeyLength() == g_nLongKey)
     m_security.m_szVersion = "2.0";
@@ -161,9 +175,9 @@ void CDocumentRun::WriteValues(const CString& id)
 }  // namespace
 
 bool LinearizeDocument(const char* szInput, const CTextString& password, const char* szOutput,
-                       const TEncryption* pEncryption, BSE::IErrorContext* pErrorContext)
+                       const TEncryption* pEncryption, BSE::IErrorContext* pErrorContext, bool bObjectStreams)
 {
-  CDocumentRun run(pErrorContext);
+  CDocumentRun run(pErrorContext, bObjectStreams);
   const CStreamPtr pInput(new BSE::CFileStream(szInput, BSE::eFileRead, pErrorContext));
   if (!run.Open(pInput.Get(), password, pEncryption))
     return false;
@@ -181,9 +195,9 @@ bool LinearizeDocument(const char* szInput, const CTextString& password, const c
 }
 
 bool LinearizeDocument(BSE::IByteStream* pInput, const CTextString& password, BSE::IByteStream* pOutput,
-                       const TEncryption* pEncryption, BSE::IErrorContext* pErrorContext)
+                       const TEncryption* pEncryption, BSE::IErrorContext* pErrorContext, bool bObjectStreams)
 {
-  CDocumentRun run(pErrorContext);
+  CDocumentRun run(pErrorContext, bObjectStreams);
   if (!run.Open(pInput, password, pEncryption))
     return false;
   if (BSE::IsObjectAddress(pOutput) && pOutput->IsSeekable() && pOutput->Tell() != 0)

@@ -18,13 +18,18 @@ namespace PDF
 // encryption that do not go together (0x8041011C), an output that cannot be created (0x80410102), and a
 // document that cannot be linearized (0x83410544).
 
+// Object streams and cross-reference streams are kept if that is asked for and the version of the output has
+// them.
+
 // The output may be the input: it takes its place only once it is complete. A failure leaves no output.
 bool LinearizeDocument(const char* szInput, const CTextString& password, const char* szOutput,
-                       const TEncryption* pEncryption, BSE::IErrorContext* pErrorContext);
+                       const TEncryption* pEncryption, BSE::IErrorContext* pErrorContext,
+                       bool bObjectStreams = false);
 
 // From a seekable stream to another one, which is rewound first where it can seek. A failure leaves the
 // output as far as it got.
 bool LinearizeDocument(BSE::IByteStream* pInput, const CTextString& password, BSE::IByteStream* pOutput,
-                       const TEncryption* pEncryption, BSE::IErrorContext* pErrorContext);
+                       const TEncryption* pEncryption, BSE::IErrorContext* pErrorContext,
+                       bool bObjectStreams = false);
 
 }  // namespace PDF

@@ -5,7 +5,8 @@
 namespace PDF
 {
 
-// Makes linearized files of finished ones. Keeps no state: one object serves every file and thread.
+// Makes linearized files of finished ones. Keeps no state but its option: one object serves every file and
+// thread.
 //
 // The security of the file stays: bytes are read and written with the handler that the finished file was
 // written with. What went wrong is traced; an input that cannot be opened (0x80410101), a handler that is
@@ -14,13 +15,20 @@ namespace PDF
 class CLinearizer : public ILinearizer
 {
 public:
+  // bObjectStreams: files keep object streams and cross-reference streams, where their version has them.
+  explicit CLinearizer(bool bObjectStreams) : m_bObjectStreams(bObjectStreams) {}
+
   // The output need not be seekable: nothing is written of a document that cannot be linearized, and
   // everything once and in order.
-  bool LinearizeStream(BSE::IByteStream* pInput, BSE::IByteStream* pOutput, CFile& file,
-                       std::int64_t& nWritten) override;
+  TLinearized LinearizeStream(BSE::IByteStream* pInput, BSE::IByteStream* pOutput, CFile& file,
+                              std::int64_t nMaxLength, std::int64_t& nWritten) override;
+  bool KeepsObjectStreams(const CFile& file) const override;
+
+private:
+  bool m_bObjectStreams;
 };
 
 // The one that CFile::SetLinearize is given.
-ILinearizer* GetLinearizer();
+ILinearizer* GetLinearizer(bool bObjectStreams);
 
 }  // namespace PDF

@@ -9,6 +9,10 @@ namespace PDF
 namespace
 {
 
+// As in a file that is not linearized.
+constexpr std::int64_t g_nStreamSize = 15000;
+constexpr std::int64_t g_nStreamSizeForSize = 250000;
+
 using CStreamPtr = BSE::CObjectPtr<BSE::IByteStream>;
 
 // The ciphers of security handlers: of the input, null for one that is not encrypted, and of the output.
@@ -112,6 +116,10 @@ bool CLinearizerRun::Write(BSE::IByteStream* pOutput)
                                 m_pDeflater.Get()));
   m_pOutput->SetCompressMetadata(!m_bKeepMetadata);
   m_pOutput->SetSecurity(m_pSecurity);
+  m_pOutput->SetMaxLength(m_nMaxLength);
+  // The first part of the archive standard rests on a version without them.
+  if (m_bObjectStreams && m_file.GetConformance().GetPart() != 1)
+    m_pOutput->SetObjectStreams(m_file.GetStreamDeflater() ? g_nStreamSizeForSize : g_nStreamSize);
   return m_pOutput->Write(pOutput);
 }
 

@@ -24,6 +24,13 @@ public:
   // the call the conformance of the file decides.
   void KeepMetadata() { m_bKeepMetadata = true; }
 
+  // Object streams stay, in a file of a version that has them.
+  void KeepObjectStreams() { m_bObjectStreams = true; }
+
+  // A longer result is not written; any length if it is negative.
+  void SetMaxLength(std::int64_t nMaxLength) { m_nMaxLength = nMaxLength; }
+  bool IsTooLong() const { return m_pOutput && m_pOutput->IsTooLong(); }
+
   // Reports an input that cannot be opened (0x80410101) and a handler that is missing (0x80410112).
   bool Open(BSE::IByteStream* pInput);
 
@@ -41,6 +48,8 @@ private:
   const TPDSecurity* m_pSecurity = nullptr;
   PDLInput m_input;
   bool m_bKeepMetadata;
+  bool m_bObjectStreams = false;
+  std::int64_t m_nMaxLength = -1;
   BSE::CScopedPtr<PDLOutput> m_pOutput;
 };
 

@@ -93,6 +93,9 @@ public:
   // True if metadata streams are plain although the document is encrypted.
   bool HasPlainMetadata() const { return m_bPlainMetadata; }
 
+  // True if the encryption has no cipher for strings of their own.
+  bool HasOneCipher() const { return m_bOneCipher; }
+
 protected:
   // Parses an indirect object at a position of the file, within an extent. nNumber receives its number.
   bool ReadAt(std::int64_t nPos, std::int64_t nExtent, PDObj& object, TPDStream& stream, int& nNumber);
@@ -110,6 +113,7 @@ protected:
   bool m_bSearchStreams = false;  // whether a wrong stream length is made up for
   bool m_bObjectKeys = false;
   bool m_bPlainMetadata = false;
+  bool m_bOneCipher = true;
   char m_szVersion[8] = "1.4";
   BSE::CBasicArray<unsigned char> m_id;
   BSE::CBasicArray<unsigned char> m_encryptText;

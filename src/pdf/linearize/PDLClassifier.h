@@ -24,6 +24,13 @@ enum TPDRole : unsigned char
   ePDRolePageMetadata
 };
 
+enum TPDForm : unsigned char
+{
+  ePDFormPlain,     // has to be an object of its own
+  ePDFormPackable,  // may be in an object stream
+  ePDFormBeside     // a stream that no picture needs
+};
+
 // Lists of objects by the key of the catalogue through which they are reached.
 enum TPDCategory
 {
@@ -70,6 +77,14 @@ public:
   TPDRole GetRole(int nObject) const { return m_objects[nObject].m_nRole; }
   bool IsFirstPage(int nObject) const { return (m_objects[nObject].m_nFlags & ePDFirstPage) != 0; }
 
+  // Whether the object may be in an object stream of a linearized file (ISO 32000-1, 7.5.7), and can be
+  // written there: none but the last are no streams, catalogue, encryption dictionary, pages; signatures have
+  // a string that is never encrypted.
+  bool IsPackable(int nObject) const;
+
+  // Whether no picture needs the object: metadata, files.
+  bool IsBeside(int nObject) const { return m_objects[nObject].m_nForm == ePDFormBeside; }
+
   // Outlines are shown when the document opens, and come first.
   bool IsOutlinesFirst() const { return m_bOutlinesFirst; }
 
@@ -86,6 +101,7 @@ private:
     unsigned char m_nFlags;
     TPDRole m_nRole;
     TPDMarker m_nMarker;
+    TPDForm m_nForm;
   };
 
   bool MarkRoles();
@@ -104,6 +120,8 @@ private:
   void AddLeft(std::span<const TPDEdge> edges, TPDRole nRole, BSE::CBasicArray<int>& pending);
   void AddLeftInherited(BSE::CBasicArray<int>& pending);
   bool IsReached(int nObject) const;
+
+  static TPDForm GetForm(const PDObj& object, bool bStream);
 
   // Makes an object's edges known; false if it cannot be read.
   bool Parse(int nObject);

@@ -5,6 +5,26 @@
 // The walk over the references of a document. It keeps a stack of what is still to be followed and never
 // recurses; the last edge of the stack comes first.
 
+bool PDLClassifier::IsPackable(int nObject) const
+{
+  const TObject& object = m_objects[nObject];
+  return object.m_nForm == ePDFormPackable && object.m_nRole != ePDRolePage && nObject != m_file.GetRoot() &&
+         nObject != m_file.GetEncrypt();
+}
+
+TPDForm PDLClassifier::GetForm(const PDObj& object, bool bStream)
+{
+  if (bStream)
+  {
+    const int nType = object.Find(0, "Type");
+    return object.IsName(nType, "Metadata") || object.IsName(nType, "EmbeddedFile") ? ePDFormBeside
+                                                                                    : ePDFormPlain;
+  }
+  const TPDType nType = object.GetType(0);
+  const bool bSignature = object.GetNode(0).m_bStrings && object.HoldsName(0, "ByteRange");
+  return nType == ePDReference || nType == ePDNull || bSignature ? ePDFormPlain : ePDFormPackable;
+}
+
 bool PDLClassifier::Parse(int nObject)
 {
   TObject& entry = m_objects[nObject];
@@ -18,6 +38,7 @@ bool PDLClassifier::Parse(int nObject)
     return false;
   }
   entry.m_nMarker = PDLEdgeReader::GetMarker(m_object);
+  entry.m_nForm = GetForm(m_object, stream.m_bStream);
   if (m_object.CountItems(0) >= 2)
     entry.m_nFlags |= ePDSeveral;
   entry.m_nFirstEdge = m_edges.GetSize();

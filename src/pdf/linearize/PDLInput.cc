@@ -173,6 +173,10 @@ bool PDLInput::TakeEncryption(const PDObj& dictionary)
   const int nMetadata = dictionary.Find(0, "EncryptMetadata");
   m_bPlainMetadata = nV >= nCryptFilters && dictionary.GetType(nMetadata) == ePDBoolean &&
                      dictionary.GetText(nMetadata).front() == 'f';
+  const std::span<const unsigned char> streams = dictionary.GetText(dictionary.Find(0, "StmF"));
+  const std::span<const unsigned char> strings = dictionary.GetText(dictionary.Find(0, "StrF"));
+  m_bOneCipher =
+      nV < nCryptFilters || std::equal(streams.begin(), streams.end(), strings.begin(), strings.end());
   // Whatever it referred to would have to stay plain too.
   return !dictionary.GetNode(0).m_bReferences || Fail("The encryption dictionary is not in one piece.");
 }
@@ -204,7 +208,7 @@ bool PDLInput::UnpackObjectStreams()
     if (entry.m_bStored)
       entry.m_nGeneration = 0;
   }
-  m_pStore.Reset(unpacked.CreateInput());
+  m_pStore.Reset(unpacked.GetStore().CreateInput());
   return true;
 }
 
@@ -221,10 +225,10 @@ bool PDLInput::UnpackObjectStream(PDOSObj& unpacked, int nNumber)
   if (m_pCryptor && IsEncrypted())
     pEncoded = m_pCryptor->CreateDecryptFilter(pEncoded.Get(), nNumber, m_entries[nHolder].m_nGeneration);
   BSE::CBasicArray<unsigned char> data;
-  if (!DecodePDStream(dictionary, pEncoded.Get(), unpacked.GetRoom(), data) ||
+  if (!DecodePDStream(dictionary, pEncoded.Get(), unpacked.GetStore().GetRoom(), data) ||
       !unpacked.ReadHead(dictionary, data.GetSpan()))
     return true;
-  const std::int64_t nStart = unpacked.Store(data.GetSpan());
+  const std::int64_t nStart = unpacked.GetStore().Store(data.GetSpan());
   if (nStart < 0)
     return Fail("There is no room for the unpacked object streams.");
   for (const PDOSObj::TMember& member : unpacked.GetMembers())

@@ -26,8 +26,11 @@ PDLObjectWriter::PDLObjectWriter(PDFile& file, const PDLPageTree& tree, const PD
                                  PDCryptor* pCryptor)
     : m_file(file), m_tree(tree), m_classifier(classifier), m_pCryptor(pCryptor)
 {
-  m_numbers.SetSize(file.GetCount());
-  m_treePlaces.SetSize(file.GetCount());
+  // New nodes of the page tree come after the objects of the file.
+  const int nNodes = static_cast<int>(tree.GetNodes().size());
+  m_nFirstPageValue = file.GetCount() + nNodes;
+  m_numbers.SetSize(m_nFirstPageValue);
+  m_treePlaces.SetSize(file.GetCount() + nNodes);
   int nPlace = 0;
   for (const TPDPage& page : tree.GetPages())
     m_treePlaces[page.m_nObject] = nPlace++;
@@ -38,23 +41,65 @@ PDLObjectWriter::PDLObjectWriter(PDFile& file, const PDLPageTree& tree, const PD
     m_lengths.SetSize(file.GetCount());
 }
 
+void PDLObjectWriter::SetPageValues(const PDLPageValues& values)
+{
+  m_pPageValues = &values;
+  m_numbers.SetSize(m_nFirstPageValue + values.GetCount());
+}
+
+int PDLObjectWriter::GetSource(int nObject) const
+{
+  if (nObject < m_file.GetCount())
+    return nObject;
+  if (nObject < m_nFirstPageValue)
+    return -1;
+  const int nPage = m_pPageValues->GetValue(nObject - m_nFirstPageValue).m_nPage;
+  return m_tree.GetPages()[static_cast<std::size_t>(nPage)].m_nObject;
+}
+
+bool PDLObjectWriter::Read(int nObject, TPDStream& stream)
+{
+  const int nSource = GetSource(nObject);
+  return nSource < 0 || m_file.ReadObject(nSource, m_object, stream);
+}
+
 bool PDLObjectWriter::WriteObject(int nObject, PDWriter& output)
 {
   TPDStream stream;
-  if (!m_file.ReadObject(nObject, m_object, stream))
+  if (!Read(nObject, stream))
     return Fail("An object cannot be read.");
-  BeginObject(nObject, output);
-  const bool bDictionary = m_object.GetType(0) == ePDDictionary;
+  output.PutNumber(m_numbers[nObject]);
+  output.Put(" 0 obj\n");
+  BeginObject(nObject, false);
+  const bool bWritten = WriteBody(nObject, stream, output);
+  output.Put("\nendobj\n");
+  return bWritten;
+}
+
+bool PDLObjectWriter::WriteMember(int nObject, PDWriter& output)
+{
+  TPDStream stream;
+  if (!Read(nObject, stream) || stream.m_bStream)
+    return Fail("An object cannot be read.");
+  BeginObject(nObject, true);
+  return WriteBody(nObject, stream, output);
+}
+
+bool PDLObjectWriter::WriteBody(int nObject, const TPDStream& stream, PDWriter& output)
+{
   bool bWritten = true;
-  if (stream.m_bStream)
+  if (nObject >= m_nFirstPageValue)
+    WritePageValue(m_pPageValues->GetValue(nObject - m_nFirstPageValue), output);
+  else if (nObject >= m_file.GetCount())
+    WriteNewNode(nObject, output);
+  else if (stream.m_bStream)
     bWritten = WriteStreamObject(nObject, m_object, stream, output);
-  else if (bDictionary && m_classifier.GetRole(nObject) == ePDRolePage)
+  else if (m_object.GetType(0) == ePDDictionary && m_classifier.GetRole(nObject) == ePDRolePage)
     WritePage(nObject, m_object, output);
-  else if (bDictionary && m_classifier.GetRole(nObject) == ePDRoleNode)
+  else if (m_object.GetType(0) == ePDDictionary && m_classifier.GetRole(nObject) == ePDRoleNode)
     WritePageTreeNode(nObject, m_object, output);
   else
     WriteNode(m_object, 0, output);
-  output.Put("\nendobj\n");
   if (m_pCryptor && m_pCryptor->HasFailed())
     return Fail("A string cannot be encrypted.");
   return bWritten;
@@ -67,20 +112,22 @@ void PDLObjectWriter::SetNewKeys(bool bPlainMetadata)
   m_lengths.SetSize(m_file.GetCount());
 }
 
-void PDLObjectWriter::BeginObject(int nObject, PDWriter& output)
+void PDLObjectWriter::BeginObject(int nObject, bool bMember)
 {
   m_nNewNumber = m_numbers[nObject];
+  m_bMember = bMember;
+  m_bRegular = false;
+  const int nSource = GetSource(nObject);
+  if (nSource < 0)
+    return;
   const bool bMetadata = m_object.IsName(m_object.Find(0, "Type"), "Metadata");
   const bool bNewPlain = m_bNewKeys ? m_bNewPlainMetadata : m_file.HasPlainMetadata();
-  m_bSourceSecure = m_pCryptor && m_file.IsEncrypted() && nObject != m_file.GetEncrypt();
-  m_bSecure = m_bNewKeys || m_bSourceSecure;
+  m_bSourceSecure = m_pCryptor && m_file.IsEncrypted() && nSource != m_file.GetEncrypt();
+  m_bSecure = (m_bNewKeys || m_bSourceSecure) && !bMember;
   // Plain metadata has plain data, not plain strings beside them.
   m_bSourceEncrypted = m_bSourceSecure && !(bMetadata && m_file.HasPlainMetadata());
   m_bEncrypted = m_bSecure && !(bMetadata && bNewPlain);
-  SetSource(nObject);
-  output.PutNumber(m_nNewNumber);
-  output.Put(" 0 obj\n");
-  m_bRegular = false;
+  SetSource(nSource);
 }
 
 void PDLObjectWriter::SetSource(int nObject)
@@ -88,7 +135,7 @@ void PDLObjectWriter::SetSource(int nObject)
   const TPDEntry& entry = m_file.GetEntry(nObject);
   m_nOldNumber = entry.m_nNumber;
   m_nOldGeneration = entry.m_nGeneration;
-  const bool bNewKey = m_bNewKeys || m_file.HasObjectKeys();
+  const bool bNewKey = m_bNewKeys || m_bMember || m_file.HasObjectKeys();
   m_bDecryptStrings = m_bSourceSecure && !entry.m_bStored && bNewKey;
   m_bEncryptStrings = m_bSecure && (entry.m_bStored || bNewKey);
 }
@@ -216,21 +263,65 @@ void PDLObjectWriter::WritePage(int nObject, const PDObj& object, PDWriter& outp
 {
   constexpr const char* skipped[] = {"Parent"};
   const TPDPage& page = m_tree.GetPages()[static_cast<std::size_t>(m_treePlaces[nObject])];
+  const int nPage = m_treePlaces[nObject];
   WriteText("<<", output);
-  WriteEntries(object, skipped, output);
+  if (m_pPageValues && m_pPageValues->GetFirst(nPage) < m_pPageValues->GetEnd(nPage))
+    WritePageEntries(nPage, object, output);
+  else
+    WriteEntries(object, skipped, output);
   WriteText("/Parent", output);
   WriteReference(page.m_nParent, output);
-  WriteInherited(page, output);
+  WriteInherited(nPage, page, output);
   WriteText(">>", output);
 }
 
-// A page that is read alone has to be complete. Strings among the values are encrypted for the node.
-void PDLObjectWriter::WriteInherited(const TPDPage& page, PDWriter& output)
+// Values that are objects come in the order of the keys.
+void PDLObjectWriter::WritePageEntries(int nPage, const PDObj& object, PDWriter& output)
 {
+  int nValue = m_pPageValues->GetFirst(nPage);
+  const int nEnd = object.GetNext(0);
+  for (int nKey = 1; nKey < nEnd; nKey = object.GetNext(nKey + 1))
+  {
+    if (object.IsName(nKey, "Parent"))
+      continue;
+    WriteText(object.GetText(nKey), output);
+    if (nValue < m_pPageValues->GetEnd(nPage) && m_pPageValues->GetValue(nValue).m_nNode == nKey + 1)
+      WriteReference(GetPageValue(nValue++), output);
+    else
+      WriteNode(object, nKey + 1, output);
+  }
+}
+
+void PDLObjectWriter::WritePageValue(const PDLPageValues::TValue& value, PDWriter& output)
+{
+  if (value.m_nNode >= 0)
+  {
+    WriteNode(m_object, value.m_nNode, output);
+    return;
+  }
+  PDParser parser(m_tree.GetValueText(~value.m_nNode), true);
+  if (parser.ParseValue(m_value) != TPDResult::Complete)
+    return WriteText("null", output);
+  SetSource(m_tree.GetValueNode(~value.m_nNode));
+  WriteNode(m_value, 0, output);
+}
+
+// A page that is read alone has to be complete. Strings among the values are encrypted for the node.
+void PDLObjectWriter::WriteInherited(int nPage, const TPDPage& page, PDWriter& output)
+{
+  const int nLast = m_pPageValues ? m_pPageValues->GetEnd(nPage) - 1 : -1;
   for (int i = 0; i < ePDInheritableCount; ++i)
   {
     if (page.m_inherited[i] < 0)
       continue;
+    if (nLast >= 0 && m_pPageValues->GetValue(nLast).m_nNode == ~page.m_inherited[i])
+    {
+      WriteText("/", output);
+      m_bRegular = false;
+      WriteText(g_pdInheritableKeys[i], output);
+      WriteReference(GetPageValue(nLast), output);
+      continue;
+    }
     PDParser parser(m_tree.GetValueText(page.m_inherited[i]), true);
     if (parser.ParseValue(m_value) != TPDResult::Complete)
       continue;
@@ -242,17 +333,40 @@ void PDLObjectWriter::WriteInherited(const TPDPage& page, PDWriter& output)
   }
 }
 
+// What holds below a tree node is on the pages.
 void PDLObjectWriter::WritePageTreeNode(int nObject, const PDObj& object, PDWriter& output)
 {
-  constexpr const char* skipped[] = {"Parent", "Rotate", "CropBox", "MediaBox", "Resources"};
-  static_assert(std::size(skipped) == ePDInheritableCount + 1);
+  constexpr const char* skipped[] = {"Parent", "Rotate", "CropBox", "MediaBox", "Resources", "Kids", "Count"};
+  constexpr std::size_t nKept = 2;
+  static_assert(std::size(skipped) == ePDInheritableCount + 1 + nKept);
   WriteText("<<", output);
-  WriteEntries(object, skipped, output);
-  const TPDTreeNode& node = m_tree.GetNodes()[static_cast<std::size_t>(m_treePlaces[nObject])];
+  WriteEntries(object, std::span(skipped).first(std::size(skipped) - (m_tree.IsRebuilt() ? 0 : nKept)),
+               output);
+  WriteTreeEntries(m_tree.GetNodes()[static_cast<std::size_t>(m_treePlaces[nObject])], output);
+  WriteText(">>", output);
+}
+
+void PDLObjectWriter::WriteNewNode(int nObject, PDWriter& output)
+{
+  WriteText("<</Type/Pages", output);
+  WriteTreeEntries(m_tree.GetNodes()[static_cast<std::size_t>(m_treePlaces[nObject])], output);
+  WriteText(">>", output);
+}
+
+void PDLObjectWriter::WriteTreeEntries(const TPDTreeNode& node, PDWriter& output)
+{
+  if (m_tree.IsRebuilt())
+  {
+    WriteText("/Count ", output);
+    output.PutNumber(node.m_nPageCount);
+    WriteText("/Kids[", output);
+    for (const int nKid : m_tree.GetKids(node))
+      WriteReference(nKid, output);
+    WriteText("]", output);
+  }
   if (node.m_nParent >= 0)
   {
     WriteText("/Parent", output);
     WriteReference(node.m_nParent, output);
   }
-  WriteText(">>", output);
 }

@@ -2,6 +2,7 @@
 
 #include "pdf/linearize/PDDeflater.h"
 #include "pdf/linearize/PDLClassifier.h"
+#include "pdf/linearize/PDLPageValues.h"
 #include "pdf/linearize/PDWriter.h"
 
 // Writes objects of a document under new numbers: references are renumbered and lead to null where nothing is
@@ -14,6 +15,11 @@ public:
   // All must outlive the writer. The cryptor is null for a document that is not and will not be encrypted.
   PDLObjectWriter(PDFile& file, const PDLPageTree& tree, const PDLClassifier& classifier,
                   PDCryptor* pCryptor);
+
+  // Values of pages that are objects of their own, after the new nodes of the page tree. Before anything is
+  // numbered; must outlive the writer.
+  void SetPageValues(const PDLPageValues& values);
+  int GetPageValue(int nValue) const { return m_nFirstPageValue + nValue; }
 
   void SetNumber(int nObject, int nNumber) { m_numbers[nObject] = nNumber; }
 
@@ -28,6 +34,9 @@ public:
 
   // The whole object, from its number to its end. Measuring comes before writing. False if it cannot be read.
   bool WriteObject(int nObject, PDWriter& output);
+
+  // The value alone, as an object stream has it: plain. Not for streams.
+  bool WriteMember(int nObject, PDWriter& output);
 
   // A stream that the source has not: encrypted if the document is. The entries come first of its length.
   bool WriteNewStream(int nNumber, std::span<const unsigned char> entries,
@@ -44,7 +53,13 @@ private:
   bool IsCarried(const TPDNode& node) const;
 
   // --- Objects
-  void BeginObject(int nObject, PDWriter& output);
+  // The object of the file that it is written from; -1 for a new node of the page tree.
+  int GetSource(int nObject) const;
+  bool Read(int nObject, TPDStream& stream);
+  bool WriteBody(int nObject, const TPDStream& stream, PDWriter& output);
+  void BeginObject(int nObject, bool bMember);
+  void WritePageValue(const PDLPageValues::TValue& value, PDWriter& output);
+  void WritePageEntries(int nPage, const PDObj& object, PDWriter& output);
 
   // Strings come from this object from here on.
   void SetSource(int nObject);
@@ -53,7 +68,9 @@ private:
   void WriteEntries(const PDObj& object, std::span<const char* const> skipped, PDWriter& output);
   void WritePage(int nObject, const PDObj& object, PDWriter& output);
   void WritePageTreeNode(int nObject, const PDObj& object, PDWriter& output);
-  void WriteInherited(const TPDPage& page, PDWriter& output);
+  void WriteInherited(int nPage, const TPDPage& page, PDWriter& output);
+  void WriteTreeEntries(const TPDTreeNode& node, PDWriter& output);
+  void WriteNewNode(int nObject, PDWriter& output);
 
   // --- Streams
   bool WriteStreamObject(int nObject, const PDObj& object, const TPDStream& stream, PDWriter& output);
@@ -74,6 +91,8 @@ private:
   const PDLPageTree& m_tree;
   const PDLClassifier& m_classifier;
   PDCryptor* m_pCryptor;
+  const PDLPageValues* m_pPageValues = nullptr;
+  int m_nFirstPageValue;
   PDDeflater* m_pMetadataDeflater = nullptr;
   bool m_bNewKeys = false;
   bool m_bNewPlainMetadata = false;
@@ -94,5 +113,6 @@ private:
   int m_nOldNumber = 0;
   int m_nOldGeneration = 0;
   int m_nNewNumber = 0;
+  bool m_bMember = false;   // of an object stream
   bool m_bRegular = false;  // the last byte written belongs to a number, name or word
 };

@@ -19,15 +19,28 @@ bool PDLOutput::Write(BSE::IByteStream* pOutput)
   if (!m_pClassifier->Classify())
     return Fail(m_pClassifier->GetMessage());
   m_pClassifier->ReleaseEdges();
+  const bool bPack = m_nStreamSize > 0 && MayPack();
+  if (bPack)
+  {
+    m_tree.Rebuild(m_input);
+    m_pageValues.Collect(m_input, m_tree);
+  }
   m_pWriter.Reset(new PDLObjectWriter(m_input, m_tree, *m_pClassifier, m_pCryptor));
+  if (bPack)
+  {
+    m_pWriter->SetPageValues(m_pageValues);
+    m_pPacker.Reset(new PDLPacker(m_pWriter->GetPageValue(m_pageValues.GetCount()), m_input.GetFileLength(),
+                                  m_pDeflater));
+  }
   if (m_bCompressMetadata)
     m_pWriter->SetMetadataDeflater(m_pDeflater);
   if (m_pSecurity)
     m_pWriter->SetNewKeys(m_pSecurity->m_bPlainMetadata);
-  CollectParts();
-  AssignNumbers();
-  if (!Measure() || !BuildHints() || !PlaceParts())
+  if (!Prepare() || !Measure() || !Place())
     return Fail(m_pWriter->GetMessage());
+  m_bTooLong = m_nMaxLength >= 0 && m_nFileLength > m_nMaxLength;
+  if (m_bTooLong)
+    return false;
   m_pOutput.Reset(new PDWriter(pOutput));
   return (WriteDocument(*m_pOutput) && m_pOutput->Flush()) || Fail("The output cannot be written.");
 }
@@ -38,9 +51,10 @@ void PDLOutput::AddCategories(std::initializer_list<int> categories, TPart& part
 {
   for (const int nCategory : categories)
   {
+    const std::span<const int> objects = m_pClassifier->GetCategory(nCategory);
     if (nCategory == ePDCategoryOutlines)
-      m_nOutlinesStart = part.m_objects.GetSize();
-    AddPart(part, m_pClassifier->GetCategory(nCategory));
+      m_outlines = {&part, part.m_objects.GetSize(), static_cast<int>(objects.size())};
+    AddPart(part, objects);
   }
 }
 
@@ -53,7 +67,6 @@ void PDLOutput::CollectParts()
   AddCategories({7, 8, 6}, m_head);
 
   AddPart(m_first, m_pClassifier->GetPageObjects(0).GetSpan());
-  m_nFirstPageCount = m_first.m_objects.GetSize();
   if (bOutlinesFirst)
     AddCategories({ePDCategoryOutlines}, m_first);
 
@@ -66,6 +79,7 @@ void PDLOutput::CollectParts()
   }
   m_nSharedStart = m_rest.m_objects.GetSize();
   AddPart(m_rest, m_pClassifier->GetSharedObjects());
+  m_nSharedCount = m_rest.m_objects.GetSize() - m_nSharedStart;
   AddCategories({ePDCategoryPages}, m_rest);
   if (!bOutlinesFirst)
     AddCategories({ePDCategoryOutlines}, m_rest);
@@ -104,7 +118,7 @@ bool PDLOutput::MeasurePart(TPart& part)
   for (const int nObject : part.m_objects.GetSpan())
   {
     PDWriter counter;
-    if (!m_pWriter->WriteObject(nObject, counter))
+    if (!WriteItem(nObject, counter))
       return false;
     part.m_lengths.Add(counter.Tell());
   }
@@ -119,7 +133,10 @@ bool PDLOutput::BuildHints()
   m_nLinearization = counter.Tell();
   WriteLinearization(counter);
   m_nFirstXRef = counter.Tell();
-  WriteFirstSection(counter);
+  if (m_pPacker)
+    counter.Skip(m_nFirstXRefLength);
+  else
+    WriteFirstSection(counter);
   m_nEncrypt = counter.Tell();
   WriteEncrypt(counter);
   m_nHead = counter.Tell();
@@ -133,6 +150,7 @@ bool PDLOutput::BuildHints()
   AddOutlineHints(hints, nRestLocation);
   if (!hints.Build(m_hintData))
     return Fail("The document is too large for hint tables.");
+  m_hintEntries.RemoveAll();
   hints.AppendEntries(m_hintEntries);
 
   BSE::CBasicArray<unsigned char> deflated;
@@ -146,28 +164,12 @@ bool PDLOutput::BuildHints()
   return true;
 }
 
-// Identifiers count the objects of the first section, then the shared ones.
 void PDLOutput::AddPageHints(PDLHints& hints)
 {
   const int nPages = static_cast<int>(m_tree.GetPages().size());
-  const std::span<const PDLClassifier::TUse> uses = m_pClassifier->GetUses();
-  const int nFirstNumber = m_pWriter->GetNumber(m_first.m_objects[0]);
   BSE::CBasicArray<int> starts;
-  starts.SetSize(nPages + 2);
-  for (const PDLClassifier::TUse& use : uses)
-    ++starts[use.m_nPage + 1];
-  for (int i = 1; i < nPages + 2; ++i)
-    starts[i] += starts[i - 1];
   BSE::CBasicArray<int> identifiers;
-  identifiers.SetSize(static_cast<int>(uses.size()));
-  BSE::CBasicArray<int> next = starts;
-  for (const PDLClassifier::TUse& use : uses)
-  {
-    const int nNumber = m_pWriter->GetNumber(use.m_nObject);
-    identifiers[next[use.m_nPage]++] = m_pClassifier->IsFirstPage(use.m_nObject)
-                                           ? nNumber - nFirstNumber
-                                           : m_first.m_objects.GetSize() + nNumber - m_nSharedStart - 1;
-  }
+  AddPageUses(nPages, starts, identifiers);
   hints.AddPage(m_first.m_objects.GetSize(), m_first.GetLength());
   int nStart = 0;
   for (int nPage = 2; nPage <= nPages; ++nPage)
@@ -178,8 +180,41 @@ void PDLOutput::AddPageHints(PDLHints& hints)
     const std::span<int> own = identifiers.GetSpan().subspan(
         static_cast<std::size_t>(starts[nPage]), static_cast<std::size_t>(starts[nPage + 1] - starts[nPage]));
     std::sort(own.begin(), own.end());
-    for (const int nIdentifier : own)
-      hints.AddSharedReference(nIdentifier);
+    // Objects in one object stream are one.
+    for (std::size_t i = 0; i < own.size(); ++i)
+    {
+      if (i == 0 || own[i] != own[i - 1])
+        hints.AddSharedReference(own[i]);
+    }
+  }
+}
+
+// What each page shares, the pages one after the other. Identifiers count the items of the first section,
+// then the shared ones.
+void PDLOutput::AddPageUses(int nPages, BSE::CBasicArray<int>& starts,
+                            BSE::CBasicArray<int>& identifiers) const
+{
+  const std::span<const PDLClassifier::TUse> lists[] = {m_pClassifier->GetUses(), m_apart.GetSpan()};
+  const int nFirstNumber = GetNumber(m_first.m_objects[0]);
+  starts.SetSize(nPages + 2);
+  for (const auto& uses : lists)
+  {
+    for (const PDLClassifier::TUse& use : uses)
+      ++starts[use.m_nPage + 1];
+  }
+  for (int i = 1; i < nPages + 2; ++i)
+    starts[i] += starts[i - 1];
+  identifiers.SetSize(starts[nPages + 1]);
+  BSE::CBasicArray<int> next = starts;
+  for (const auto& uses : lists)
+  {
+    for (const PDLClassifier::TUse& use : uses)
+    {
+      const int nNumber = GetNumber(m_pPacker ? m_pPacker->GetItem(use.m_nObject) : use.m_nObject);
+      identifiers[next[use.m_nPage]++] = nNumber >= nFirstNumber
+                                             ? nNumber - nFirstNumber
+                                             : m_first.m_objects.GetSize() + nNumber - m_nSharedStart - 1;
+    }
   }
 }
 
@@ -188,25 +223,23 @@ void PDLOutput::AddSharedHints(PDLHints& hints, std::int64_t nRestLocation)
   hints.m_nFirstPageEntries = m_first.m_objects.GetSize();
   for (const std::int64_t nLength : m_first.m_lengths.GetSpan())
     hints.AddSharedObject(nLength);
-  const int nShared = static_cast<int>(m_pClassifier->GetSharedObjects().size());
-  if (nShared == 0)
+  if (m_nSharedCount == 0)
     return;
-  hints.m_nSharedNumber = m_pWriter->GetNumber(m_rest.m_objects[m_nSharedStart]);
+  hints.m_nSharedNumber = GetNumber(m_rest.m_objects[m_nSharedStart]);
   hints.m_nSharedLocation = nRestLocation + m_rest.GetLength(0, m_nSharedStart);
-  for (int i = 0; i < nShared; ++i)
+  for (int i = 0; i < m_nSharedCount; ++i)
     hints.AddSharedObject(m_rest.m_lengths[m_nSharedStart + i]);
 }
 
 void PDLOutput::AddOutlineHints(PDLHints& hints, std::int64_t nRestLocation)
 {
-  const int nCount = static_cast<int>(m_pClassifier->GetCategory(ePDCategoryOutlines).size());
-  if (nCount == 0)
+  if (m_outlines.m_nCount == 0)
     return;
-  const bool bFirst = m_pClassifier->IsOutlinesFirst();
-  const TPart& part = bFirst ? m_first : m_rest;
-  hints.m_outlines = {m_pWriter->GetNumber(part.m_objects[m_nOutlinesStart]),
-                      (bFirst ? m_nHintOffset : nRestLocation) + part.GetLength(0, m_nOutlinesStart), nCount,
-                      part.GetLength(m_nOutlinesStart, nCount)};
+  const TPart& part = *m_outlines.m_pPart;
+  hints.m_outlines = {
+      GetNumber(part.m_objects[m_outlines.m_nStart]),
+      (&part == &m_first ? m_nHintOffset : nRestLocation) + part.GetLength(0, m_outlines.m_nStart),
+      m_outlines.m_nCount, part.GetLength(m_outlines.m_nStart, m_outlines.m_nCount)};
 }
 
 bool PDLOutput::PlaceParts()
@@ -219,6 +252,8 @@ bool PDLOutput::PlaceParts()
   m_nHintEnd = m_nHintOffset + counter.Tell();
   m_nFirstPageEnd = m_nHintEnd + m_first.GetLength();
   m_nMainXRef = m_nFirstPageEnd + m_rest.GetLength();
+  if (m_pPacker)
+    BuildMainXRef();
   PDWriter main;
   WriteMainSection(main);
   m_nFileLength = m_nMainXRef + main.Tell();

@@ -3,6 +3,8 @@
 #include "pdf/linearize/PDLHints.h"
 #include "pdf/linearize/PDLInput.h"
 #include "pdf/linearize/PDLObjectWriter.h"
+#include "pdf/linearize/PDLPacker.h"
+#include "pdf/linearize/PDLXRefStream.h"
 
 // A new encryption of a document.
 struct TPDSecurity
@@ -11,6 +13,7 @@ struct TPDSecurity
   BSE::CBasicArray<unsigned char> m_id;          // of the ID array, on which keys may depend
   const char* m_szVersion = "1.4";               // that knows the cipher
   bool m_bPlainMetadata = false;
+  bool m_bOneCipher = true;  // for streams and strings
 };
 
 // Writes a document in the order of a linearized file (ISO 32000-1, Annex F):
@@ -24,9 +27,13 @@ struct TPDSecurity
 //   cross-reference table of these
 //
 // The objects in front have the highest numbers. Everything is measured before the first byte is written, so
-// that the output need not be seekable and nothing is written of a document that cannot be linearized. There
-// are no object streams and no cross-reference streams. Nothing that the catalogue and the document
-// information do not reach is carried over.
+// that the output need not be seekable and nothing is written of a document that cannot be linearized.
+// Nothing that the catalogue and the document information do not reach is carried over.
+//
+// There are no object streams and no cross-reference streams, unless they are asked for: then each part has
+// object streams of its own, cross-reference streams are in the place of the tables, and the page tree is
+// built anew. A part has the streams and plain objects first in the order of numbers, and then what is in its
+// object streams; hint tables count only the first (F.3.1).
 class PDLOutput : public PDBase
 {
 public:
@@ -44,6 +51,14 @@ public:
   // keys. Must outlive the object.
   void SetSecurity(const TPDSecurity* pSecurity) { m_pSecurity = pSecurity; }
 
+  // Object streams and cross-reference streams, if the version of the file has them; those that are not
+  // needed to show a page have about so many bytes.
+  void SetObjectStreams(std::int64_t nStreamSize) { m_nStreamSize = nStreamSize; }
+
+  // A document that would become longer is not written.
+  void SetMaxLength(std::int64_t nMaxLength) { m_nMaxLength = nMaxLength; }
+  bool IsTooLong() const { return m_bTooLong; }
+
   bool Write(BSE::IByteStream* pOutput);
 
   // Bytes that the output has been given, also when memory ran out on the way; it may have refused the last
@@ -51,7 +66,7 @@ public:
   std::int64_t GetWritten() const { return m_pOutput ? m_pOutput->GetWritten() : 0; }
 
 private:
-  // Objects that are together, in order.
+  // Objects and object streams that are together, in order: items of the packer.
   struct TPart
   {
     BSE::CBasicArray<int> m_objects;
@@ -61,11 +76,49 @@ private:
     std::int64_t GetLength() const { return GetLength(0, m_objects.GetSize()); }
   };
 
+  // Objects of a part that may be in object streams, and all others.
+  struct TRun
+  {
+    BSE::CBasicArray<PDLPacker::TMember> m_members;
+    BSE::CBasicArray<int> m_plain;
+    std::int64_t m_nSize = 0;  // of the members
+  };
+
+  // A run of items.
+  struct TPlace
+  {
+    const TPart* m_pPart = nullptr;
+    int m_nStart = 0;
+    int m_nCount = 0;
+  };
+
   // --- Numbering
   void CollectParts();
   void AddCategories(std::initializer_list<int> categories, TPart& part);
   void AssignNumbers();
   void AddPart(TPart& part, std::span<const int> objects) { part.m_objects.Append(objects); }
+
+  int GetNumber(int nItem) const;
+
+  // --- The same with object streams
+  bool MayPack() const;
+  bool Prepare();
+  void SortObject(int nObject, TRun& run);
+  void SortObjects(std::span<const int> objects, TRun& run);
+  void SortCategories(std::initializer_list<int> categories, TRun& run);
+  void SortTree(TRun& top, TRun& rest);
+  void SortPage(int nPage, TRun& run);
+  bool IsSmall(std::int64_t nFrontSize, std::span<TRun* const> runs);
+  void PackPages(bool bAllApart, TRun& apart);
+  void PackPage(int nPage, const TRun& run, TPart& part);
+  void PackFirst(TRun& top, TRun& first);
+  void PackOutlines(const TRun& outlines, TPart& part);
+  void PackRun(const TRun& run, std::int64_t nMaxSize, TPart& part);
+  static void Move(TRun& from, TRun& to);
+  void CollectPackedParts();
+  void AssignPackedNumbers();
+  int NumberItems(const TPart& part, int nNumber);
+  int NumberMembers(const TPart& part, int nNumber);
 
   // --- Measuring
   bool Measure();
@@ -74,14 +127,25 @@ private:
   void AddPageHints(PDLHints& hints);
   void AddSharedHints(PDLHints& hints, std::int64_t nRestLocation);
   void AddOutlineHints(PDLHints& hints, std::int64_t nRestLocation);
+  void AddPageUses(int nPages, BSE::CBasicArray<int>& starts, BSE::CBasicArray<int>& identifiers) const;
+  bool Place();
   bool PlaceParts();
 
+  // --- Cross-reference streams
+  void AddRows(const TPart& part, std::int64_t nPos, PDLXRefStream& rows) const;
+  void AddMemberRows(const TPart& part, PDLXRefStream& rows) const;
+  void BuildFirstXRef(bool bDeflate);
+  void EndFirstXRef();
+  void BuildMainXRef();
+
   // --- Writing
+  bool WriteItem(int nItem, PDWriter& output);
   bool WriteDocument(PDWriter& output);
   bool WritePart(const TPart& part, PDWriter& output);
   void WriteHeader(PDWriter& output);
   void WriteLinearization(PDWriter& output);
   void WriteFirstSection(PDWriter& output);
+  void WriteTrailer(PDWriter& output);
   void WriteMainSection(PDWriter& output);
   void WritePositions(const TPart& part, std::int64_t nPos, PDWriter& output);
   static void WritePosition(std::int64_t nPos, PDWriter& output);
@@ -102,14 +166,26 @@ private:
   TPart m_head;   // encryption dictionary, catalogue
   TPart m_first;  // first page and what opens with it
   TPart m_rest;
-  int m_nFirstPageCount = 0;           // objects of m_first that are not outlines
   BSE::CBasicArray<int> m_pageCounts;  // objects in m_rest of each page but the first
   int m_nSharedStart = 0;              // index in m_rest
-  int m_nOutlinesStart = 0;            // index in the part that has them
+  int m_nSharedCount = 0;
+  TPlace m_outlines;
   int m_nLinearizationNumber = 0;
   int m_nEncryptNumber = 0;  // of a new encryption dictionary
   int m_nHintNumber = 0;
   int m_nObjectCount = 0;  // with the free entry 0
+
+  BSE::CScopedPtr<PDLPacker> m_pPacker;  // null without object streams
+  PDLPageValues m_pageValues;
+  BSE::CBasicArray<PDLClassifier::TUse> m_apart;  // what pages have in streams outside of their part
+  std::int64_t m_nStreamSize = 0;
+  int m_nFirstXRefNumber = 0;
+  int m_nMainXRefNumber = 0;
+  BSE::CBasicArray<unsigned char> m_firstXRef;  // cross-reference streams, and what comes after them
+  BSE::CBasicArray<unsigned char> m_mainXRef;
+  std::int64_t m_nFirstXRefLength = 0;
+  std::int64_t m_nMaxLength = -1;
+  bool m_bTooLong = false;
 
   BSE::CBasicArray<unsigned char> m_hintData;
   BSE::CBasicArray<unsigned char> m_hintEntries;

@@ -38,11 +38,17 @@ bool PDLOutput::WritePart(const TPart& part, PDWriter& output)
   for (int i = 0; i < part.m_objects.GetSize(); ++i)
   {
     const std::int64_t nStart = output.Tell();
-    if (!m_pWriter->WriteObject(part.m_objects[i], output) || output.HasFailed() ||
+    if (!WriteItem(part.m_objects[i], output) || output.HasFailed() ||
         output.Tell() - nStart != part.m_lengths[i])
       return false;
   }
   return true;
+}
+
+bool PDLOutput::WriteItem(int nItem, PDWriter& output)
+{
+  return PDLPacker::IsStream(nItem) ? m_pPacker->WriteStream(nItem, *m_pWriter, output)
+                                    : m_pWriter->WriteObject(nItem, output);
 }
 
 void PDLOutput::WriteHeader(PDWriter& output)
@@ -55,12 +61,15 @@ void PDLOutput::WriteHeader(PDWriter& output)
   output.Put(g_szBinary);
 }
 
-// Table F.1. T leads to the white space in front of the first entry of the main table.
+// Table F.1. T leads to the white space in front of the first entry of the main table, or to the main stream.
 void PDLOutput::WriteLinearization(PDWriter& output)
 {
   PDWriter range;
-  range.Put(g_szXRef);
-  range.PutNumber(m_nLinearizationNumber);
+  if (!m_pPacker)
+  {
+    range.Put(g_szXRef);
+    range.PutNumber(m_nLinearizationNumber);
+  }
   output.PutNumber(m_nLinearizationNumber);
   output.Put(" 0 obj\n<</Linearized 1/L ");
   output.PutSpacePadded(m_nFileLength, g_nPositionWidth);
@@ -105,6 +114,11 @@ void PDLOutput::WriteTrailerReference(const char* szKey, int nObject, PDWriter& 
 
 void PDLOutput::WriteFirstSection(PDWriter& output)
 {
+  if (m_pPacker)
+  {
+    output.Put(m_firstXRef.GetSpan());
+    return;
+  }
   output.Put("xref\n");
   output.PutNumber(m_nLinearizationNumber);
   output.PutByte(' ');
@@ -116,14 +130,20 @@ void PDLOutput::WriteFirstSection(PDWriter& output)
   WritePositions(m_head, m_nHead, output);
   WritePosition(m_nHintOffset, output);
   WritePositions(m_first, m_nHintEnd, output);
-  output.Put("trailer\n<</Size ");
+  output.Put("trailer\n<<");
+  WriteTrailer(output);
+  output.Put(">>\nstartxref\n0\n%%EOF\n");
+}
+
+void PDLOutput::WriteTrailer(PDWriter& output)
+{
+  output.Put("/Size ");
   output.PutNumber(m_nObjectCount);
   output.Put("/Prev ");
   output.PutSpacePadded(m_nMainXRef, g_nPositionWidth);
   WriteTrailerReference("/Root ", m_input.GetRoot(), output);
   WriteTrailerReference("/Info ", m_input.GetInfo(), output);
   WriteSecurity(output);
-  output.Put(">>\nstartxref\n0\n%%EOF\n");
 }
 
 // The identifier is with the encryption, whose keys may depend on it.
@@ -158,6 +178,11 @@ void PDLOutput::WriteEncrypt(PDWriter& output)
 
 void PDLOutput::WriteMainSection(PDWriter& output)
 {
+  if (m_pPacker)
+  {
+    output.Put(m_mainXRef.GetSpan());
+    return;
+  }
   output.Put(g_szXRef);
   output.PutNumber(m_nLinearizationNumber);
   output.PutByte('\n');

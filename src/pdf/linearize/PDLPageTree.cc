@@ -13,6 +13,22 @@ constexpr std::int64_t g_nFreeInherited = std::int64_t{64} << 20;
 
 constexpr int g_nMaxTexts = 1 << 30;
 
+// Whether the node has entries besides those of the tree itself and what pages inherit.
+bool HasForeignEntries(const PDObj& node)
+{
+  constexpr const char* keys[] = {"Type", "Kids", "Count", "Parent"};
+  const int nEnd = node.GetNext(0);
+  const auto isKey = [&node](int nKey)
+  { return [&node, nKey](const char* szKey) { return node.IsName(nKey, szKey); }; };
+  for (int nKey = 1; nKey < nEnd; nKey = node.GetNext(nKey + 1))
+  {
+    if (std::none_of(std::begin(keys), std::end(keys), isKey(nKey)) &&
+        std::none_of(std::begin(g_pdInheritableKeys), std::end(g_pdInheritableKeys), isKey(nKey)))
+      return true;
+  }
+  return false;
+}
+
 }  // namespace
 
 bool PDLPageTree::Load(PDFile& file)
@@ -63,6 +79,7 @@ bool PDLPageTree::AddNode(PDFile& file, const TPending& item, const PDObj& node)
   if (item.m_nDepth >= BSE::g_nMaxTreeDepth)
     return Fail("The page tree is too deep.");
   m_nodes.Add({item.m_nObject, item.m_nParent});
+  m_bForeignEntries = m_bForeignEntries || (item.m_nParent >= 0 && HasForeignEntries(node));
   TScope scope = m_scopes[item.m_nScope];
   for (int i = 0; i < ePDInheritableCount; ++i)
   {
@@ -108,6 +125,7 @@ bool PDLPageTree::AddPage(PDFile& file, const TPending& item, const PDObj& page)
   entry.m_nObject = item.m_nObject;
   entry.m_nParent = item.m_nParent;
   entry.m_nMetadata = file.FindObject(page.GetReference(page.Find(0, "Metadata")));
+  entry.m_nThumbnail = file.FindObject(page.GetReference(page.Find(0, "Thumb")));
   for (int i = 0; i < ePDInheritableCount; ++i)
   {
     const bool bOwn = page.Find(0, g_pdInheritableKeys[i]) >= 0;

@@ -20,6 +20,7 @@ struct TPDPage
   int m_nObject;
   int m_nParent;                         // the node it was reached from
   int m_nMetadata;                       // object of the page's own metadata stream, or -1
+  int m_nThumbnail;                      // or -1
   int m_inherited[ePDInheritableCount];  // value that the page lacks and a node has, or -1
 };
 
@@ -27,6 +28,11 @@ struct TPDTreeNode
 {
   int m_nObject;
   int m_nParent;  // -1 for the root
+
+  // Of a tree that is built anew.
+  int m_nFirstKid = 0;
+  int m_nKidCount = 0;
+  int m_nPageCount = 0;
 };
 
 // Pages and nodes of a document, in order.
@@ -36,6 +42,17 @@ public:
   // False for a tree without pages, one that cannot be read, is too deep or holds a page twice, and one whose
   // inherited values would swell the document.
   bool Load(PDFile& file);
+
+  // Builds the tree anew, below the same root. The root has the first page, the last page, and one node that
+  // all others are below; leaves are small. So readers that look for a page by going through its siblings,
+  // for the last page too before they show the first, read few objects that are far apart. New nodes have
+  // indices beyond those of the file. False, and nothing is changed, if a node below the root has entries
+  // that would be lost.
+  bool Rebuild(const PDFile& file);
+  bool IsRebuilt() const { return !m_kids.IsEmpty(); }
+
+  // Kids of a node of a tree that is built anew, as objects.
+  std::span<const int> GetKids(const TPDTreeNode& node) const;
 
   std::span<const TPDPage> GetPages() const { return m_pages.GetSpan(); }
   std::span<const TPDTreeNode> GetNodes() const { return m_nodes.GetSpan(); }
@@ -68,12 +85,20 @@ private:
   void AddKids(const PDFile& file, const PDObj& object, int nKids, const TPending& node, int nScope);
   bool AddPage(PDFile& file, const TPending& item, const PDObj& page);
 
+  // --- The new tree
+  void AddLevels(BSE::CBasicArray<int>& starts) const;
+  void FillNode(int nNode, std::span<const int> starts, std::size_t nLevel);
+  void AddKid(int nNode, int nKid);
+  void AddKidPage(int nNode, int nPage);
+
   BSE::CBasicArray<TPDPage> m_pages;
   BSE::CBasicArray<TPDTreeNode> m_nodes;
+  BSE::CBasicArray<int> m_kids;
   BSE::CBasicArray<TValue> m_values;
   BSE::CBasicArray<unsigned char> m_texts;
   BSE::CBasicArray<TScope> m_scopes;
   BSE::CBasicArray<TPending> m_pending;
   BSE::CBasicArray<unsigned char> m_seen;
+  bool m_bForeignEntries = false;
   std::int64_t m_nBudget = 0;  // bytes of inherited values that may be given to pages yet
 };

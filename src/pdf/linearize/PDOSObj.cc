@@ -2,8 +2,6 @@
 
 #include "base/BufferedInputStream.h"
 #include "base/Limits.h"
-#include "base/MemoryStream.h"
-#include "base/TempFileStream.h"
 #include "images/filters/FlateDecodeFilter.h"
 #include "images/filters/PredictionDecodeFilter.h"
 #include "pdf/linearize/PDParser.h"
@@ -12,8 +10,6 @@
 
 namespace
 {
-
-constexpr int g_nStoreBlock = 1 << 16;
 
 using CStreamPtr = BSE::CObjectPtr<BSE::IByteStream>;
 
@@ -65,11 +61,6 @@ bool DecodePDStream(const PDObj& dictionary, BSE::IByteStream* pEncoded, std::in
          pDecoder->ReadToArray(data, std::min(nMax, BSE::g_nMaxDecodedSize));
 }
 
-PDOSObj::PDOSObj(std::int64_t nMaxBytes, std::int64_t nMemoryBudget)
-    : m_pStream(new BSE::CMemoryStream(0, g_nStoreBlock)), m_nMax(nMaxBytes), m_nBudget(nMemoryBudget)
-{
-}
-
 bool PDOSObj::ReadHead(const PDObj& dictionary, std::span<const unsigned char> data)
 {
   m_members.Truncate(0);
@@ -108,25 +99,4 @@ void PDOSObj::SetLengths(std::int64_t nEnd)
     members[i].m_nLength = nNext - members[i].m_nOffset;
     nNext = members[i].m_nOffset;
   }
-}
-
-std::int64_t PDOSObj::Store(std::span<const unsigned char> bytes)
-{
-  const auto n = std::ssize(bytes);
-  if (n > GetRoom() || (!m_bFile && m_nLength + n > m_nBudget && !MoveToFile()))
-    return -1;
-  if (!m_pStream->Seek(m_nLength) || !m_pStream->WriteAll(bytes.data(), n))
-    return -1;
-  m_nLength += n;
-  return m_nLength - n;
-}
-
-bool PDOSObj::MoveToFile()
-{
-  const CStreamPtr pFile(new BSE::CTempFileStream);
-  if (!pFile->IsValid() || !m_pStream->Rewind() || !pFile->CopyFrom(m_pStream.Get(), -1, false))
-    return false;
-  m_pStream = pFile;
-  m_bFile = true;
-  return true;
 }

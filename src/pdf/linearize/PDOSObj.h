@@ -1,23 +1,22 @@
 #pragma once
 
-#include "pdf/linearize/PDInput.h"
 #include "pdf/linearize/PDObj.h"
+#include "pdf/linearize/PDStore.h"
 
 // Decodes the filters that cross-reference streams and object streams have: none, or Flate with a predictor.
 // False if there is any other, or for more than nMax bytes.
 bool DecodePDStream(const PDObj& dictionary, BSE::IByteStream* pEncoded, std::int64_t nMax,
                     BSE::CBasicArray<unsigned char>& data);
 
-// Where the objects of unpacked object streams are kept: in memory up to a budget, in a temporary file beyond
-// it.
+// The objects of unpacked object streams.
 class PDOSObj
 {
 public:
   // At most nMaxBytes are kept, nMemoryBudget of them in memory.
-  PDOSObj(std::int64_t nMaxBytes, std::int64_t nMemoryBudget);
+  PDOSObj(std::int64_t nMaxBytes, std::int64_t nMemoryBudget) : m_store(nMaxBytes, nMemoryBudget) {}
 
-  // Bytes that may be stored yet.
-  std::int64_t GetRoom() const { return m_nMax - m_nLength; }
+  // Where they are kept.
+  PDStore& GetStore() { return m_store; }
 
   // One object inside unpacked data.
   struct TMember
@@ -32,22 +31,9 @@ public:
   bool ReadHead(const PDObj& dictionary, std::span<const unsigned char> data);
   std::span<const TMember> GetMembers() const { return m_members.GetSpan(); }
 
-  // Appends bytes; returns their position, or -1 on failure.
-  std::int64_t Store(std::span<const unsigned char> bytes);
-
-  // A reader of all that has been stored so far.
-  PDInput* CreateInput() { return new PDInput(m_pStream.Get(), g_nStoreWindow); }
-
 private:
-  static constexpr int g_nStoreWindow = 1 << 12;
-
-  bool MoveToFile();
   void SetLengths(std::int64_t nEnd);
 
-  BSE::CObjectPtr<BSE::IByteStream> m_pStream;
-  std::int64_t m_nLength = 0;
-  std::int64_t m_nMax;
-  std::int64_t m_nBudget;
-  bool m_bFile = false;
+  PDStore m_store;
   BSE::CBasicArray<TMember> m_members;
 };

@@ -46,6 +46,17 @@ bool PDObj::IsName(int nNode, const char* szName) const
   return i == text.size() && !*szName;
 }
 
+bool PDObj::HoldsName(int nNode, const char* szName) const
+{
+  const int nEnd = nNode < 0 ? nNode : GetNext(nNode);
+  for (int i = nNode; i < nEnd; ++i)
+  {
+    if (IsName(i, szName))
+      return true;
+  }
+  return false;
+}
+
 bool PDObj::GetInteger(int nNode, std::int64_t& nValue) const
 {
   if (GetType(nNode) != ePDInteger)

@@ -53,6 +53,9 @@ public:
   // Compares a name, escapes undone.
   bool IsName(int nNode, const char* szName) const;
 
+  // Whether a value is this name or holds it, as a key too.
+  bool HoldsName(int nNode, const char* szName) const;
+
   // False unless the node is an integer that fits.
   bool GetInteger(int nNode, std::int64_t& nValue) const;
 

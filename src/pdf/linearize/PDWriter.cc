@@ -21,7 +21,9 @@ void PDWriter::Put(std::span<const unsigned char> bytes)
 {
   const auto n = static_cast<std::int64_t>(bytes.size());
   m_nPos += n;
-  if (IsMeasuring() || m_bFailed || n == 0)
+  if (m_pBytes)
+    m_pBytes->Append(bytes);
+  if (!m_pStream || m_bFailed || n == 0)
     return;
   if (n > g_nBufferSize - m_nFill && !Flush())
     return;

@@ -7,8 +7,9 @@
 #include <cstdint>
 #include <span>
 
-// Where a linearized document goes: counts only, or writes to a stream through a buffer. The same code runs
-// with both, so that what is measured is what is written. Positions count from the creation.
+// Where a linearized document goes: counts only, writes to a stream through a buffer, or appends to an array.
+// The same code runs with all, so that what is measured is what is written. Positions count from the
+// creation.
 class PDWriter
 {
 public:
@@ -18,8 +19,11 @@ public:
   // Writes; the stream is complete after Flush.
   explicit PDWriter(BSE::IByteStream* pStream);
 
+  // Appends to an array that outlives it.
+  explicit PDWriter(BSE::CBasicArray<unsigned char>& bytes) : m_pBytes(&bytes) {}
+
   std::int64_t Tell() const { return m_nPos; }
-  bool IsMeasuring() const { return !m_pStream; }
+  bool IsMeasuring() const { return !m_pStream && !m_pBytes; }
 
   void Put(std::span<const unsigned char> bytes);
   void Put(const char* szText);
@@ -47,6 +51,7 @@ private:
   void Send(const unsigned char* pBytes, std::int64_t n);
 
   BSE::CObjectPtr<BSE::IByteStream> m_pStream;
+  BSE::CBasicArray<unsigned char>* m_pBytes = nullptr;
   BSE::CBasicArray<unsigned char> m_buffer;
   int m_nFill = 0;
   std::int64_t m_nPos = 0;

@@ -32,7 +32,8 @@ std::string MakeDocument()
   builder.AddPage("BT /F1 10 Tf (two) Tj ET");
   const int nDocument = builder.AddStream(std::string(500, 'd'), "/Type/Metadata/Subtype/XML");
   builder.SetCatalogEntries("/Lang(de-AT)/Metadata " + std::to_string(nDocument) + " 0 R");
-  const int nInfo = builder.AddObject("<</Title(A \\(secret\\) title)>>");
+  const int nInfo =
+      builder.AddObject("<</Title(A \\(secret\\) title)/Subject(" + std::string(300, 's') + ")>>");
   builder.SetTrailerEntries("/Info " + std::to_string(nInfo) + " 0 R");
   return builder.Build();
 }
@@ -77,7 +78,8 @@ protected:
       return false;
     const BSE::CObjectPtr<BSE::IByteStream> pOutput(new BSE::CFileStream(sOutput.c_str(), BSE::eFileWrite));
     std::int64_t nWritten = 0;
-    return PDF::GetLinearizer()->LinearizeStream(pInput.Get(), pOutput.Get(), file, nWritten);
+    return PDF::GetLinearizer(m_bPack)->LinearizeStream(pInput.Get(), pOutput.Get(), file, -1, nWritten) ==
+           PDF::TLinearized::Done;
   }
 
   // The document in the encryption of a case, by the tool.
@@ -114,6 +116,7 @@ protected:
   }
 
   Support::CTempFolder m_folder;
+  bool m_bPack = false;
 };
 
 // Texts, titles and plain metadata are the same for a reader that has the password.
@@ -126,8 +129,15 @@ TEST_F(LinearizerEncrypted, KeepsTheSecurity)
       SCOPED_TRACE(std::string(c.szName) + ", object streams: " + szStreams);
       WriteEncrypted(c, szStreams);
       const std::string sOutput = m_folder / "linear.pdf";
-      ASSERT_TRUE(Linearize(m_folder / "encrypted.pdf", sOutput, "user"));
-      ExpectWhole(sOutput, "user");
+      for (const bool bPack : {false, true})
+      {
+        m_bPack = bPack;
+        ASSERT_TRUE(Linearize(m_folder / "encrypted.pdf", sOutput, "user"));
+        ExpectWhole(sOutput, "user");
+        // What is in an object stream is encrypted with it.
+        const bool bKept = bPack && Support::ReadFile(sOutput).substr(0, 8) >= "%PDF-1.5";
+        EXPECT_EQ(Support::ReadFile(sOutput).find("/ObjStm") != std::string::npos, bKept);
+      }
     }
   }
 }
@@ -160,7 +170,7 @@ TEST_F(LinearizerEncrypted, TakesNewPasswords)
     {
       SCOPED_TRACE(std::string(sources[i].szName) + " to " + target.szMethod);
       ASSERT_TRUE(LinearizeDocument(sInput.c_str(), CTextString("owner"), sOutput.c_str(), &target.encryption,
-                                    &errors));
+                                    &errors, i % 3 != 0));
       EXPECT_FALSE(OpensWith(sOutput, "user") || OpensWith(sOutput, "owner") || OpensWith(sOutput, ""));
       EXPECT_TRUE(OpensWith(sOutput, "boss"));
       ExpectWhole(sOutput, "new");
@@ -193,7 +203,8 @@ TEST_F(LinearizerEncrypted, StringsThatEncryptionTreatsInTheirOwnWay)
     // With a key of its own, and once more with the one that it has.
     for (const TEncryption* pEncryption : {&encryption, static_cast<const TEncryption*>(nullptr)})
     {
-      ASSERT_TRUE(LinearizeDocument(sPath.c_str(), CTextString("new"), sPath.c_str(), pEncryption, &errors));
+      ASSERT_TRUE(LinearizeDocument(sPath.c_str(), CTextString("new"), sPath.c_str(), pEncryption, &errors,
+                                    szCrypt[4] == '2'));
       const std::string sBytes = Support::ReadFile(sPath);
       EXPECT_EQ(sBytes.find("secret"), std::string::npos);
       EXPECT_NE(sBytes.find("dddddd"), std::string::npos);
@@ -202,6 +213,26 @@ TEST_F(LinearizerEncrypted, StringsThatEncryptionTreatsInTheirOwnWay)
       EXPECT_NE(sText.find("(of the secret file)"), std::string::npos);
       EXPECT_NE(sText.find("(a secret reason)"), std::string::npos);
     }
+  }
+}
+
+// What is in an object stream has the cipher of streams: with another one for strings they stay outside.
+TEST_F(LinearizerEncrypted, PacksOnlyWithOneCipher)
+{
+  Support::WriteFile(m_folder / "plain.pdf", MakeDocument());
+  TEncryption encryption = MakeEncryption(128, "AESV2");
+  encryption.m_szStreamCrypt = "Identity";
+  const std::string sOutput = m_folder / "linear.pdf";
+  BSE::CErrorHandler errors;
+  for (const TEncryption* pEncryption :
+       {static_cast<const TEncryption*>(&encryption), static_cast<const TEncryption*>(nullptr)})
+  {
+    const std::string sInput = pEncryption ? std::string(m_folder / "plain.pdf") : sOutput;
+    ASSERT_TRUE(
+        LinearizeDocument(sInput.c_str(), CTextString("new"), sOutput.c_str(), pEncryption, &errors, true));
+    EXPECT_EQ(Support::ReadFile(sOutput).find("secret"), std::string::npos);
+    EXPECT_NE(RunTool({"--password=new", "--decrypt", "--qdf", sOutput, "-"}).find("secret"),
+              std::string::npos);
   }
 }
 

@@ -47,7 +47,7 @@ bool Save(BSE::IByteStream* pStream, IStreamDeflater* pDeflater, BSE::CErrorHand
   AddPages(file, 3, 0);
   file.GetRoot()->AddEntry("Long", MakeString(std::string(300000, 'x').c_str()).Get());
   file.SetStreamDeflater(pDeflater);
-  file.SetLinearize(true, false, GetLinearizer());
+  file.SetLinearize(true, false, GetLinearizer(false));
   return file.Close();
 }
 

@@ -171,14 +171,16 @@ TEST(LinearizerHostile, ReportsFailedOutputs)
   {
     const BSE::CObjectPtr<BSE::IByteStream> pOutput(new PDF::CLimitedStream(nLimit));
     std::int64_t nWritten = -1;
-    EXPECT_EQ(PDF::GetLinearizer()->LinearizeStream(pInput.Get(), pOutput.Get(), file, nWritten),
-              nLimit == nFull)
+    EXPECT_EQ(PDF::GetLinearizer(false)->LinearizeStream(pInput.Get(), pOutput.Get(), file, -1, nWritten),
+              nLimit == nFull ? PDF::TLinearized::Done : PDF::TLinearized::Failed)
         << nLimit;
     EXPECT_GE(nWritten, pOutput->GetLength());
   }
   std::int64_t nWritten = -1;
-  EXPECT_FALSE(PDF::GetLinearizer()->LinearizeStream(pInput.Get(), nullptr, file, nWritten));
-  EXPECT_FALSE(PDF::GetLinearizer()->LinearizeStream(nullptr, pInput.Get(), file, nWritten));
+  EXPECT_EQ(PDF::GetLinearizer(false)->LinearizeStream(pInput.Get(), nullptr, file, -1, nWritten),
+            PDF::TLinearized::Failed);
+  EXPECT_EQ(PDF::GetLinearizer(false)->LinearizeStream(nullptr, pInput.Get(), file, -1, nWritten),
+            PDF::TLinearized::Failed);
   EXPECT_EQ(nWritten, 0);
 }
 
