@@ -187,8 +187,8 @@ inline constexpr int g_nMaxComponentDepth = 64;
 // Tables of one font that nobody reads: less than two hundred are registered.
 inline constexpr int g_nMaxFontTables = 1024;
 
-// Subtables of one cmap, each of which may map all codes: real fonts have some ten, and with languages of their
-// own some thirty.
+// Subtables of one cmap, each of which may map all codes: real fonts have some ten, and with languages of
+// their own some thirty.
 #ifdef BREVEX_SMALL_LIMITS
 inline constexpr int g_nMaxCMapSubtables = 8;
 #else
