@@ -11,7 +11,7 @@ namespace PDF
 
 CFontExtractor::CFontExtractor(CFile& input)
     : m_input(input),
-      m_nMaxBytes(BSE::g_nFreeExtracted + BSE::g_nMaxDecodeRatio * input.GetInput()->GetLength())
+      m_nMaxBytes(BSE::g_nFreeRecodedSize + BSE::g_nMaxRecodedRatio * input.GetInput()->GetLength())
 {
 }
 

@@ -253,25 +253,28 @@ unsigned CTiffExport::CopyRows(BSE::IByteStream& sink, std::int64_t& nMaxBytes)
   CTiffWriter writer(sink);
   if (!writer.Begin(m_form))
     return eTiffNotWritten;
-  BSE::CBasicArray<unsigned char> row;
-  row.SetSize(static_cast<int>(writer.GetRowSize()));
+  const std::int64_t nRowSize = writer.GetRowSize();
+  BSE::CBasicArray<unsigned char> rows;
+  rows.SetSize(static_cast<int>(nRowSize * std::min(writer.GetStripRows(), m_format.nHeight)));
   unsigned nOutcome = eTiffWhole;
-  for (int nRow = 0; nRow < m_format.nHeight && nOutcome == eTiffWhole; ++nRow)
+  for (int nRow = 0; nRow < m_format.nHeight && nOutcome == eTiffWhole; nRow += writer.GetStripRows())
   {
-    nMaxBytes -= row.GetSize();
-    const std::int64_t nRead = nMaxBytes < 0 ? 0 : m_pSamples->ReadFully(row.GetData(), row.GetSize());
-    if (nRead < row.GetSize())
-      nOutcome = nMaxBytes < 0 ? eTiffTooMuch : eTiffDamaged;
+    const std::int64_t nWanted = nRowSize * std::min(writer.GetStripRows(), m_format.nHeight - nRow);
+    const std::int64_t nAllowed =
+        std::min(nWanted, std::max<std::int64_t>(nMaxBytes, 0) / nRowSize * nRowSize);
+    const std::int64_t nRead = nAllowed > 0 ? m_pSamples->ReadFully(rows.GetData(), nAllowed) : 0;
+    nMaxBytes -= nRead;
+    if (nRead < nWanted)
+      nOutcome = nRead < nAllowed ? eTiffDamaged : eTiffTooMuch;
     // The pixels of a last row that is not whole are shown.
-    if (nRead <= 0)
-      break;
-    std::fill(row.GetData() + nRead, row.GetData() + row.GetSize(), static_cast<unsigned char>(0));
-    if (!writer.AddRow(row.GetSpan()))
+    const std::int64_t nWhole = (nRead + nRowSize - 1) / nRowSize * nRowSize;
+    std::fill(rows.GetData() + nRead, rows.GetData() + nWhole, static_cast<unsigned char>(0));
+    if (nWhole > 0 && !writer.AddStrip(rows.GetSpan().first(static_cast<std::size_t>(nWhole))))
       return eTiffNotWritten;
   }
   // Some damage shows after the last row alone.
   if (nOutcome == eTiffWhole)
-    m_pSamples->Read(row.GetData(), row.GetSize());
+    m_pSamples->Read(rows.GetData(), rows.GetSize());
   if (BSE::HasGap(m_pSamples.Get()))
     nOutcome |= eTiffDamaged;
   if (writer.GetRowCount() == 0)

@@ -1,5 +1,8 @@
 #include "images/TiffWriter.h"
 
+#include "base/ObjectPtr.h"
+#include "images/filters/FlateEncodeFilter.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -12,6 +15,9 @@ namespace
 
 // Samples in a strip: enough for Flate, little for a reader.
 constexpr std::int64_t g_nStripSize = std::int64_t{1} << 18;
+
+// Of zlib: such files are not kept for long, and speed is all.
+constexpr int g_nFlateLevel = 1;
 
 constexpr std::int64_t g_nMaxFileSize = std::numeric_limits<std::uint32_t>::max();
 
@@ -127,31 +133,20 @@ bool CTiffWriter::Begin(const TTiffForm& form)
   return m_sink.IsSeekable() && m_sink.WriteAll(aHeader, sizeof aHeader);
 }
 
-bool CTiffWriter::AddRow(std::span<const unsigned char> row)
+bool CTiffWriter::AddStrip(std::span<const unsigned char> rows)
 {
-  if (m_nRows % m_nStripRows == 0)
-  {
-    const std::int64_t nOffset = m_sink.Tell();
-    if (nOffset < 0 || nOffset > g_nMaxFileSize)
-      return false;
-    m_offsets.Add(static_cast<std::uint32_t>(nOffset));
-    m_pStrip = new BSE::CFlateEncodeFilter(&m_sink);
-  }
-  const auto nSize = static_cast<std::int64_t>(row.size());
-  if (m_pStrip->Write(row.data(), nSize) != nSize)
+  const std::int64_t nOffset = m_sink.Tell();
+  const auto nSize = static_cast<std::int64_t>(rows.size());
+  const BSE::CObjectPtr<BSE::CFlateEncodeFilter> pEncoder(
+      new BSE::CFlateEncodeFilter(&m_sink, nullptr, g_nFlateLevel));
+  if (pEncoder->Write(rows.data(), nSize) != nSize || !pEncoder->Close(false))
     return false;
-  ++m_nRows;
-  return m_nRows % m_nStripRows != 0 || EndStrip();
-}
-
-bool CTiffWriter::EndStrip()
-{
-  const bool bClosed = m_pStrip->Close(false);
-  m_pStrip.Reset();
-  const std::int64_t nLength = m_sink.Tell() - m_offsets[m_offsets.GetSize() - 1];
-  if (!bClosed || nLength <= 0 || nLength > g_nMaxFileSize)
+  const std::int64_t nLength = m_sink.Tell() - nOffset;
+  if (nOffset <= 0 || nLength <= 0 || nOffset + nLength > g_nMaxFileSize)
     return false;
+  m_offsets.Add(static_cast<std::uint32_t>(nOffset));
   m_lengths.Add(static_cast<std::uint32_t>(nLength));
+  m_nRows += static_cast<int>(nSize / GetRowSize());
   return true;
 }
 
@@ -188,7 +183,7 @@ void CTiffWriter::FillDirectory(CDirectory& directory) const
 
 bool CTiffWriter::Finish()
 {
-  if (m_nRows == 0 || (m_pStrip && !EndStrip()))
+  if (m_nRows == 0)
     return false;
   constexpr int nAlways = 13;
   const int nEntries = nAlways + (m_form.m_dWhiteX > 0) + !m_form.m_palette.IsEmpty() +

@@ -1,9 +1,7 @@
 #pragma once
 
 #include "base/BasicArray.h"
-#include "base/ObjectPtr.h"
 #include "base/Stream.h"
-#include "images/filters/FlateEncodeFilter.h"
 
 #include <cstdint>
 #include <span>
@@ -50,8 +48,10 @@ public:
   bool Begin(const TTiffForm& form);
   std::int64_t GetRowSize() const;
 
-  // The rows, from the top, each of GetRowSize bytes. False if it cannot be written.
-  bool AddRow(std::span<const unsigned char> row);
+  // The next rows, from the top, each of GetRowSize bytes: GetStripRows of them, but for the last time. False
+  // if they cannot be written.
+  bool AddStrip(std::span<const unsigned char> rows);
+  int GetStripRows() const { return m_nStripRows; }
   int GetRowCount() const { return m_nRows; }
 
   // The directory. False for a picture without rows, one that takes more than the 4 GiB of the format, and
@@ -61,12 +61,10 @@ public:
 private:
   class CDirectory;
 
-  bool EndStrip();
   void FillDirectory(CDirectory& directory) const;
 
   BSE::IByteStream& m_sink;
   TTiffForm m_form;
-  BSE::CObjectPtr<BSE::CFlateEncodeFilter> m_pStrip;
   BSE::CBasicArray<std::uint32_t> m_offsets;
   BSE::CBasicArray<std::uint32_t> m_lengths;
   int m_nStripRows = 1;
