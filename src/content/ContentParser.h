@@ -275,6 +275,9 @@ public:
   // The CID in a composite font, the code in a simple one.
   int GetCID() const { return m_nCID; }
 
+  // Whether the font has no codes that begin so.
+  bool IsInvalid() const { return m_bInvalid; }
+
 private:
   void ReadCompositeCode();
 
@@ -284,6 +287,7 @@ private:
   unsigned m_nCode = 0;
   int m_nCodeLength = 0;
   int m_nCID = 0;
+  bool m_bInvalid = false;
 };
 
 // The same, with what each glyph moves the text position by (ISO 32000-1, 9.4.4). The state has a font.

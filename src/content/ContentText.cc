@@ -133,6 +133,7 @@ void CCodeWalker::ReadCompositeCode()
   m_nCode = m_rest[0];
   m_nCodeLength = 1;
   m_nCID = m_font.CodeToCID(m_nCode);
+  m_bInvalid = false;
   if (m_nCID != g_nNoCID)
     return;
   m_nCode = m_nCode << 8 | (m_rest.size() > 1 ? m_rest[1] : 0U);
@@ -150,7 +151,8 @@ void CCodeWalker::ReadCompositeCode()
       m_nCodeLength = nLength;
     }
   }
-  if (m_nCID == g_nNoCID)
+  m_bInvalid = m_nCID == g_nNoCID;
+  if (m_bInvalid)
     m_nCID = 0;
 }
 

@@ -25,6 +25,9 @@ constexpr double g_dPointsPerInch = 72;
 // What it costs to look at a resource, in bytes of content.
 constexpr std::int64_t g_nEntryWork = 16;
 
+// Fields that lead to one another by Parent.
+constexpr int g_nMaxFieldDepth = 32;
+
 // Places that are remembered; what is beyond is read again.
 constexpr int g_nMaxPlaces = 1 << 16;
 
@@ -120,7 +123,7 @@ void CContentAnalysis::KeepHidden()
     {
       const CObjectPtr page = reader.GetValue();
       KeepResources(page["Resources"]);
-      KeepAppearances(page["Annots"]);
+      KeepAppearances(page["Annots"], page["Resources"]);
     }
 }
 
@@ -140,7 +143,7 @@ void CContentAnalysis::AnalyzePage(int nPage)
     CParserContext context(m_environment, page.FindInherited("Resources"), nullptr);
     analyzer.Parse(&context, false);
   }
-  KeepAppearances(page["Annots"]);
+  KeepAppearances(page["Annots"], page.FindInherited("Resources"));
   if (page)
     page->Unload();
 }
@@ -236,7 +239,8 @@ CObjectPtr CContentAnalysis::GetStandIn(const CObjectPtr& object) const
   return m_standIns.Get(m_document.GetFile(), object);
 }
 
-bool CContentAnalysis::AddPlace(const CObjectPtr& form, const TMatrix& matrix, const TRectangle& clip)
+bool CContentAnalysis::AddPlace(const CObjectPtr& form, const TMatrix& matrix, const TRectangle& clip,
+                                const IContentFont* pFont)
 {
   // What looks its resources up around it may find others in another place.
   if (form.GetObjNumber() <= 0 || !form["Resources"].IsDictionary())
@@ -246,8 +250,9 @@ bool CContentAnalysis::AddPlace(const CObjectPtr& form, const TMatrix& matrix, c
     double m_dNumber;
     TMatrix m_matrix;
     TRectangle m_clip;
+    const IContentFont* m_pFont;
   };
-  const TPlace place = {static_cast<double>(form.GetObjNumber()), matrix, clip};
+  const TPlace place = {static_cast<double>(form.GetObjNumber()), matrix, clip, pFont};
   if (m_places.Lookup(&place, sizeof place) >= 0)
     return false;
   if (m_places.GetCount() < g_nMaxPlaces)
@@ -291,6 +296,9 @@ void CContentAnalysis::AddText(CFont& font, std::span<const unsigned char> text)
   }
   for (CCodeWalker walker(font, true, text); walker.Next();)
   {
+    // Readers do not agree on how long a code is that there is not.
+    if (walker.IsInvalid())
+      return font.SetAllGlyphsUsed();
     int nCID = walker.GetCID();
     if (nCID >= font.GetCharCount() && !font.GrowUsedChars(nCID + 1))
     {
@@ -346,22 +354,38 @@ void CContentAnalysis::KeepResources(const CObjectPtr& resources)
   }
 }
 
-void CContentAnalysis::KeepAppearance(const CObjectPtr& appearance)
+// What has no resources of its own takes those of the page with many readers.
+void CContentAnalysis::KeepForm(const CObjectPtr& form, const CObjectPtr& resources)
+{
+  const CObjectPtr own = form["Resources"];
+  if (!own.IsDictionary())
+    return KeepResources(resources);
+  if (form.GetObjNumber() <= 0 || m_kept.Add(form.GetObjNumber()))
+    KeepResources(own);
+}
+
+void CContentAnalysis::KeepAppearance(const CObjectPtr& appearance, const CObjectPtr& resources)
 {
   if (appearance.IsStream())
-  {
-    if (appearance.GetObjNumber() <= 0 || m_kept.Add(appearance.GetObjNumber()))
-      KeepResources(appearance["Resources"]);
-    return;
-  }
+    return KeepForm(appearance, resources);
   for (int i = appearance.GetBegin(); i != appearance.GetEnd(); i = appearance.GetNext(i))
     if (const CObjectPtr state = appearance.GetValue(i); state.IsStream())
-      if (state.GetObjNumber() <= 0 || m_kept.Add(state.GetObjNumber()))
-        KeepResources(state["Resources"]);
+      KeepForm(state, resources);
+}
+
+// Fields of old have the resources of their text in themselves or above them.
+void CContentAnalysis::KeepDefaults(const CObjectPtr& field)
+{
+  CObjectPtr next = field;
+  for (int i = 0; next.IsDictionary() && i < g_nMaxFieldDepth; ++i)
+  {
+    KeepResources(next["DR"]);
+    next = next["Parent"];
+  }
 }
 
 // An appearance is scaled to its annotation and may be shown anywhere.
-void CContentAnalysis::KeepAppearances(const CObjectPtr& annots)
+void CContentAnalysis::KeepAppearances(const CObjectPtr& annots, const CObjectPtr& resources)
 {
   if (!annots.IsArray() || (annots.IsIndirect() && !m_appearances.Add(annots.GetObjNumber())))
     return;
@@ -371,10 +395,11 @@ void CContentAnalysis::KeepAppearances(const CObjectPtr& annots)
     if (annotation.IsIndirect() && !m_appearances.Add(annotation.GetObjNumber()))
       continue;
     for (const char* szKey : {"N", "R", "D"})
-      KeepAppearance(annotation["AP"][szKey]);
+      KeepAppearance(annotation["AP"][szKey], resources);
     for (const char* szKey : {"I", "RI", "IX"})
-      KeepAppearance(annotation["MK"][szKey]);
-    KeepAppearance(annotation["RO"]);
+      KeepAppearance(annotation["MK"][szKey], resources);
+    KeepAppearance(annotation["RO"], resources);
+    KeepDefaults(annotation);
     if (annotation)
       annotation->Unload();
   }

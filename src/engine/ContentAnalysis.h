@@ -51,12 +51,16 @@ public:
   // dictionary leads to, through forms, patterns, fonts of procedures and soft masks.
   void KeepResources(const CObjectPtr& resources);
 
+  // The same for a single font.
+  void KeepFont(const CObjectPtr& font);
+
   // A text that is shown.
   void AddText(CFont& font, std::span<const unsigned char> text);
 
-  // False if that has been analyzed with the same matrix, clip and resources of its own before: it would
-  // tell nothing new.
-  bool AddPlace(const CObjectPtr& form, const TMatrix& matrix, const TRectangle& clip);
+  // False if that has been analyzed with the same matrix, clip, font around it and resources of its own
+  // before: it would tell nothing new.
+  bool AddPlace(const CObjectPtr& form, const TMatrix& matrix, const TRectangle& clip,
+                const IContentFont* pFont);
 
 private:
   struct TUse;
@@ -64,10 +68,11 @@ private:
   void AnalyzePage(int nPage);
   void KeepAll();
   void KeepHidden();
-  void KeepAppearances(const CObjectPtr& annots);
-  void KeepAppearance(const CObjectPtr& appearance);
+  void KeepAppearances(const CObjectPtr& annots, const CObjectPtr& resources);
+  void KeepAppearance(const CObjectPtr& appearance, const CObjectPtr& resources);
+  void KeepForm(const CObjectPtr& form, const CObjectPtr& resources);
+  void KeepDefaults(const CObjectPtr& field);
   void KeepImage(const CObjectPtr& image);
-  void KeepFont(const CObjectPtr& font);
   CObjectPtr GetStandIn(const CObjectPtr& object) const;
   CImageRecord* FindOrAdd(const CObjectPtr& image, TImageRole nRole);
   void AddMasks(const CObjectPtr& image, const CImageRecord& record, const TUse& use);

@@ -53,6 +53,13 @@ int GetGlyph(const BSE::CBasicArray<std::uint16_t>& map, int nCID)
   return nCID < map.GetSize() ? map[nCID] : 0;
 }
 
+bool HasOtherOrigin(CFont& font, CFont& other, int nCID)
+{
+  const TVerticalMetrics a = font.GetVerticalMetrics(nCID);
+  const TVerticalMetrics b = other.GetVerticalMetrics(nCID);
+  return a.m_dX != b.m_dX || a.m_dY != b.m_dY;
+}
+
 CObjectPtr RoundWidth(double dWidth)
 {
   return new CIntegerObject(static_cast<std::int64_t>(dWidth + 0.5));
@@ -87,6 +94,12 @@ void CFontMerger::Run()
       groups.SetAt(pFile, BSE::CObjectPtr<TGroup>(new TGroup).Get());
     groups.Find(pFile)->m_fonts.Add(&font);
   }
+  for (int i = 0; i < fonts.GetFontCount(); ++i)
+    if (auto* pFont = dynamic_cast<CType0Font*>(fonts.GetFont(i)))
+    {
+      const CCIDFont* pDescendant = &pFont->GetDescendant();
+      m_descendants.SetAt(pDescendant, m_descendants.Contains(pDescendant) ? pFont : nullptr);
+    }
   for (int i = groups.GetBegin(); i != groups.GetEnd(); i = groups.GetNext(i))
     MergeGroup(groups.GetAt(i)->m_fonts.GetSpan());
 }
@@ -135,7 +148,10 @@ bool CFontMerger::TryMerge(CFont& font, CFont& other, TMerged& merged)
     if (!descriptor[otherDescriptor.GetKey(i)])
       descriptor.AddEntry(otherDescriptor.GetKey(i), otherDescriptor.GetValue(i));
   TakeOver(font, other, merged, map);
-  m_editor.Replace(otherDescriptor, descriptor);
+  // Fonts that are not merged may have it too, and their widths must not change.
+  if (font.GetFontDescriptor()->GetNumber("MissingWidth") ==
+      other.GetFontDescriptor()->GetNumber("MissingWidth"))
+    m_editor.Replace(otherDescriptor, descriptor);
   m_editor.GetFonts().ForEachObject(
       other, [&](int nNumber) { m_editor.Replace(m_editor.GetFile().GetObject(nNumber, -1), object); });
   other.m_nOptimizeState |= eFontMergedAway;
@@ -169,12 +185,21 @@ bool CFontMerger::HaveSameKind(CFont& font, CFont& other, TMerged& merged,
   return true;
 }
 
+bool CFontMerger::IsDescendantShared(const CFont& font) const
+{
+  const auto* pFont = dynamic_cast<const CType0Font*>(&font);
+  return pFont && m_descendants.Find(&pFont->GetDescendant());
+}
+
 bool CFontMerger::HaveSameDescendants(CFont& font, CFont& other)
 {
   const CObjectPtr own = m_editor.GetStandIn(font.GetObject()["DescendantFonts"][0]);
   const CObjectPtr others = m_editor.GetStandIn(other.GetObject()["DescendantFonts"][0]);
   if (own == others)
     return true;
+  // What a third font has of one of them must not change.
+  if (IsDescendantShared(font) || IsDescendantShared(other))
+    return false;
   for (const char* szKey : {"Subtype", "CIDSystemInfo"})
     if (!m_comparer.Equal(own[szKey], others[szKey]))
     {
@@ -195,7 +220,8 @@ bool CFontMerger::Agree(CFont& font, CFont& other, const TMerged& merged,
     const bool bUsed = IsUsed(font, i);
     if (bUsed && IsWidthOther(font.GetWidth(i), other.GetWidth(i)))
       return Abort("width collision");
-    if (font.IsComposite() && font.GetVerticalWidth(i) != other.GetVerticalWidth(i))
+    if (font.IsComposite() && (font.GetVerticalWidth(i) != other.GetVerticalWidth(i) ||
+                               (font.IsVertical() && HasOtherOrigin(font, other, i))))
       return Abort("vertical width collision");
     if (!AgreeOnText(font, other, i))
       return false;

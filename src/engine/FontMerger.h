@@ -6,6 +6,8 @@
 namespace PDF
 {
 
+class CCIDFont;
+
 // Makes one of whole fonts that share a program and contradict each other in no character: in width, in text,
 // and in the glyph of a CID. The first one in the document stays.
 class CFontMerger
@@ -42,6 +44,7 @@ private:
   bool TryMerge(CFont& font, CFont& other, TMerged& merged);
   bool HaveSameKind(CFont& font, CFont& other, TMerged& merged, BSE::CBasicArray<std::uint16_t>& map);
   bool HaveSameDescendants(CFont& font, CFont& other);
+  bool IsDescendantShared(const CFont& font) const;
   bool Agree(CFont& font, CFont& other, const TMerged& merged, const BSE::CBasicArray<std::uint16_t>& map);
   bool AgreeOnText(CFont& font, CFont& other, int nCharacter);
   void TakeOver(CFont& font, CFont& other, TMerged& merged, const BSE::CBasicArray<std::uint16_t>& map);
@@ -53,6 +56,7 @@ private:
   void JoinUsed(CFont& font, BSE::CBasicArray<unsigned char>& used);
 
   CFontEditor& m_editor;
+  BSE::CValueKeyPtrMap<const CCIDFont*, CFont> m_descendants;  // a font for each that several have, else null
   CObjectTable m_noTable;
   CStreamDigester m_streams{true};
   CObjectComparer m_comparer{m_noTable, m_streams};

@@ -96,8 +96,9 @@ void CFontOptimizer::CollectUses()
     // A descendant that is a font by itself shows nobody knows what.
     const bool bBare = dynamic_cast<CCIDFont*>(&font) != nullptr;
     unsigned& nState = pFile->m_nOptimizeState;
-    if (font.AreAllGlyphsUsed() || bBare)
+    if (font.AreAllGlyphsUsed() || bBare || pFile->HasForeignUse())
       nState |= eFileWhole;
+    pUse->m_bFixed = pUse->m_bFixed || pFile->HasForeignUse();
     if (font.IsComposite())
       nState |= eFileUsedByCID;
     else
@@ -185,6 +186,12 @@ void CFontOptimizer::StripWrapper(CFontUse& use)
     const CObjectPtr descendant = m_editor.GetStandIn(pFont->GetObject()["DescendantFonts"][0]);
     if (pFont->IsComposite() && descendant["CIDToGIDMap"].IsStream())
       return;
+    // Whether a CID is a glyph then or leads to one by the program, readers do not agree.
+    if (pFont->IsComposite() && pProgram->IsCIDKeyed() && descendant["Subtype"].IsName("CIDFontType2"))
+    {
+      file.m_nOptimizeState |= eFileWhole;
+      return;
+    }
     if (!m_editor.EditDescendant(*pFont) || !m_editor.EditDescriptor(*pFont))
       return;
   }
@@ -400,13 +407,16 @@ void CFontOptimizer::AddWidths(CFont& font)
   if (!edited)
     return;
   const std::span<const unsigned char> used = font.GetUsedChars();
-  int nFirst = 1;
-  while (nFirst < std::ssize(used) && used[static_cast<std::size_t>(nFirst)] == 0)
+  const auto isUsed = [&](int nCode)
+  { return font.AreAllGlyphsUsed() || used[static_cast<std::size_t>(nCode)] != 0; };
+  const int nCount = static_cast<int>(used.size());
+  int nFirst = isUsed(0) ? 0 : 1;
+  while (nFirst < nCount && !isUsed(nFirst))
     ++nFirst;
-  int nLast = static_cast<int>(used.size()) - 1;
-  while (nLast > nFirst && used[static_cast<std::size_t>(nLast)] == 0)
+  int nLast = nCount - 1;
+  while (nLast > nFirst && !isUsed(nLast))
     --nLast;
-  if (nFirst >= std::ssize(used))
+  if (nFirst >= nCount)
     nFirst = nLast = 32;
   const CObjectPtr widths(new CArrayObject);
   for (int i = nFirst; i <= nLast; ++i)

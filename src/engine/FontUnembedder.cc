@@ -28,8 +28,12 @@ void DropPrefix(const CObjectPtr& dictionary, const char* szKey)
 const char* FindTextName(CFont& font, unsigned nCode)
 {
   char16_t unit = 0;
-  const BSE::CObjectPtr<IToUnicode> pText = font.GetToUnicode();
-  if (pText->GetUnicode(nCode, &unit, 1) == 0 || unit == 0 || (unit >= 0xD800 && unit <= 0xDFFF))
+  const int nUnits = font.GetToUnicode()->GetUnicode(nCode, &unit, 1);
+  // What is several characters has a name of its own, as ligatures do.
+  const char* szOwn = nUnits > 1 ? font.GetEncoding()->GetGlyphName(nCode) : nullptr;
+  if (szOwn && FindGlyphName(szOwn) >= 0)
+    return szOwn;
+  if (nUnits != 1 || unit == 0 || (unit >= 0xD800 && unit <= 0xDFFF))
     return nullptr;
   return FindCharacterName(unit);
 }
@@ -77,7 +81,9 @@ bool CFontUnembedder::IsWanted(const CFont& font) const
 // Without a text for its codes nobody knows what a simple font shows.
 bool CFontUnembedder::CanUnembed(CFont& font)
 {
-  const bool bText = font.IsComposite() || font.HasToUnicode();
+  bool bText = font.IsComposite() || font.HasToUnicode();
+  for (unsigned nCode = 1; !font.IsComposite() && bText && nCode < font.GetUsedChars().size(); ++nCode)
+    bText = font.GetUsedChars()[nCode] == 0 || FindTextName(font, nCode);
   if (bText && m_editor.EditDescendant(font) && m_editor.EditDescriptor(font))
     return true;
   if (BSE::CTracer::IsOn())

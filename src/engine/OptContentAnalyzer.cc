@@ -127,7 +127,7 @@ void COptContentAnalyzer::SetExtGState(const char* szName)
     KeepGlyphs(font);
   // A soft mask is drawn by the matrix of this moment (ISO 32000-1, 11.6.5.3).
   const CObjectPtr group = state["SMask"]["G"];
-  if (group.IsStream() && m_analysis.AddPlace(group, GetCTM(), m_clip))
+  if (group.IsStream() && m_analysis.AddPlace(group, GetCTM(), m_clip, GetFontAround()))
     ParseContent(group, GetContext()->GetResources(), GetCTM(), szName);
 }
 
@@ -148,7 +148,7 @@ void COptContentAnalyzer::SetFillColor(const TColorValue& color)
 // A cell is drawn in many places, so that any part of it may be visible somewhere.
 void COptContentAnalyzer::AnalyzePattern(const CObjectPtr& pattern)
 {
-  if (!pattern.IsStream() || !m_analysis.AddPlace(pattern, m_base, g_everywhere))
+  if (!pattern.IsStream() || !m_analysis.AddPlace(pattern, m_base, g_everywhere, GetFontAround()))
     return;
   const TRectangle clip = m_clip;
   m_clip = g_everywhere;
@@ -162,13 +162,21 @@ void COptContentAnalyzer::KeepGlyphs(const CObjectPtr& font)
   if (!font["Subtype"].IsName("Type3"))
     return;
   const CObjectPtr own = font["Resources"];
-  m_analysis.KeepResources(own.IsDictionary() ? own : CObjectPtr(GetContext()->GetResources()));
+  if (own.IsDictionary())
+    return m_analysis.KeepResources(own);
+  for (CParserContext* p = GetContext(); p; p = p->GetParent())
+    m_analysis.KeepResources(CObjectPtr(p->GetResources()));
 }
 
 void COptContentAnalyzer::SetFont(const char* szName, double dSize)
 {
   CContentParser::SetFont(szName, dSize);
   KeepGlyphs(m_state.m_text.m_font);
+  // What these resources lack some readers look for in those around them.
+  if (!m_state.m_text.m_font)
+    for (CParserContext* p = GetContext()->GetParent(); p; p = p->GetParent())
+      if (const CObjectPtr font = p->FindResource("Font", szName))
+        m_analysis.KeepFont(font);
 }
 
 void COptContentAnalyzer::ShowText(std::span<const unsigned char> text)
@@ -213,7 +221,7 @@ void COptContentAnalyzer::Clip()
 void COptContentAnalyzer::DoForm(const char* szName)
 {
   const CObjectPtr form = FindXObject(szName);
-  if (m_analysis.AddPlace(form, GetCTM(), m_clip))
+  if (m_analysis.AddPlace(form, GetCTM(), m_clip, GetFontAround()))
     CContentParser::DoForm(szName);
 }
 

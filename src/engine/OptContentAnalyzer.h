@@ -45,6 +45,10 @@ private:
   COptContentAnalyzer(const COptContentAnalyzer& around, const BSE::CObjectPtr<CContentStream>& pStream,
                       const TRectangle& box, int nRotation);
   void AddPoint(double dX, double dY);
+  const IContentFont* GetFontAround() const
+  {
+    return m_state.m_text.m_pFont ? m_state.m_text.m_pFont.Get() : m_pInherited.Get();
+  }
   void AnalyzePattern(const CObjectPtr& pattern);
   void KeepGlyphs(const CObjectPtr& font);
 

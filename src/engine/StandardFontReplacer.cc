@@ -40,6 +40,16 @@ bool IsUsed(CFont& font, unsigned nCode)
   return font.AreAllGlyphsUsed() || font.GetUsedChars()[nCode] != 0;
 }
 
+// Whether a code has to show what it did: one that is used, and where that is not known, one that the font's
+// own differences give a meaning.
+bool MustBeShown(CFont& font, const CEncoding& encoding, unsigned nCode)
+{
+  if (!font.AreAllGlyphsUsed())
+    return font.GetUsedChars()[nCode] != 0;
+  const auto* pDifferences = dynamic_cast<const CDifferenceEncoding*>(&encoding);
+  return pDifferences && pDifferences->IsCovered(nCode) && pDifferences->GetGlyphName(nCode);
+}
+
 // What makes two replacements the same. Empty for an encoding that cannot be told from others.
 BSE::CStr8 MakeKey(const TStandardFont& standard, const CObjectPtr& encoding)
 {
@@ -116,8 +126,8 @@ bool CStandardFontReplacer::FindEncoding(CFont& font, const TStandardFont& stand
     return HasGlyphs(font, standard);
   }
   for (unsigned nCode = 1; nCode < font.GetUsedChars().size(); ++nCode)
-    if (const char* szName = IsUsed(font, nCode) ? FindTextName(font, nCode) : nullptr;
-        IsUsed(font, nCode) && (!szName || standard.GetWidth(szName) < 0) && !font.AreAllGlyphsUsed())
+    if (const char* szName = FindTextName(font, nCode);
+        MustBeShown(font, *pOwn, nCode) && (!szName || standard.GetWidth(szName) < 0))
       return false;
   const char* szBase = KeyEquals(pOwn->GetBaseEncoding()->GetName(), "MacRomanEncoding") ? "MacRomanEncoding"
                                                                                          : "WinAnsiEncoding";
@@ -144,9 +154,12 @@ bool CStandardFontReplacer::HasGlyphs(CFont& font, const TStandardFont& standard
   const BSE::CObjectPtr<CSimpleEncoding> pStandard =
       m_editor.GetFonts().GetPredefinedEncoding("StandardEncoding");
   const auto* pDifferences = dynamic_cast<const CDifferenceEncoding*>(pOwn.Get());
+  // Nobody knows which of the program's own names count.
+  if (font.AreAllGlyphsUsed() && bOwnBase && font.GetFontFile())
+    return false;
   for (unsigned nCode = 1; nCode < font.GetUsedChars().size(); ++nCode)
   {
-    if (font.AreAllGlyphsUsed() || font.GetUsedChars()[nCode] == 0)
+    if (!MustBeShown(font, *pOwn, nCode))
       continue;
     const char* szName = pOwn->GetGlyphName(nCode);
     if (!szName || standard.GetWidth(szName) < 0)

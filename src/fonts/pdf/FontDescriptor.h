@@ -48,6 +48,10 @@ public:
   // Whether the data and all of the program could be read, so that writing it anew loses nothing.
   bool IsWhole() const { return m_bWhole && m_reports.IsEmpty(); }
 
+  // Whether something else has it that is no font here, and of which nobody knows what it shows.
+  bool HasForeignUse() const { return m_bForeignUse; }
+  void SetForeignUse() { m_bForeignUse = true; }
+
   // Bytes of the decoded data that the program was read from.
   std::int64_t GetDataLength() const { return m_nDataLength; }
 
@@ -76,6 +80,7 @@ private:
   TFontFormat m_nFormat = eFormatUnknown;
   std::int64_t m_nDataLength = 0;
   bool m_bWhole = false;
+  bool m_bForeignUse = false;
   bool m_bFormatKnown = false;
   bool m_bTried = false;
 };

@@ -69,7 +69,10 @@ BSE::CObjectPtr<CFont> CFontRegistry::CreateFont(const CObjectPtr& object)
   }
   BSE::CObjectPtr<CFont> pFont = m_account.Charge(g_nFontSize) ? MakeFont(dictionary) : nullptr;
   if (!pFont)
+  {
+    NoteForeignUse(dictionary);
     return nullptr;
+  }
   m_fonts.Add(pFont.Get());
   m_byDigest.SetAt(digest, pFont.Get());
   if (nNumber > 0)
@@ -80,6 +83,16 @@ BSE::CObjectPtr<CFont> CFontRegistry::CreateFont(const CObjectPtr& object)
     pFont->SetDirectUse();
   }
   return pFont;
+}
+
+// Other readers may show text in it all the same.
+void CFontRegistry::NoteForeignUse(const CObjectPtr& dictionary)
+{
+  const CObjectPtr descendant = GetStandIn(dictionary["DescendantFonts"][0]);
+  for (const CObjectPtr& holder : {dictionary, descendant})
+    if (const CObjectPtr descriptor = GetStandIn(holder["FontDescriptor"]); descriptor.IsDictionary())
+      if (CFontFile* pFile = GetFontFile(GetDescriptor(descriptor)->GetFontFileStream()))
+        pFile->SetForeignUse();
 }
 
 BSE::CObjectPtr<CFont> CFontRegistry::MakeFont(const CObjectPtr& dictionary)

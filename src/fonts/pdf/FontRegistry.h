@@ -58,6 +58,7 @@ public:
   BSE::CObjectPtr<CSimpleEncoding> GetPredefinedEncoding(const char* szName);
 
 private:
+  void NoteForeignUse(const CObjectPtr& dictionary);
   CFont* FindFont(const CObjectPtr& dictionary, TObjectDigest& digest) const;
   BSE::CObjectPtr<CFont> MakeFont(const CObjectPtr& dictionary);
   BSE::CObjectPtr<CFont> MakeSimpleFont(const CObjectPtr& dictionary);

@@ -130,6 +130,9 @@ void CSimpleFont::FindGlyphs(CFontProgram& program, unsigned nCode, TGlyphs& gly
   if (glyphs.m_nCount == 0 && GetGlyphText(szName, &unit, 1) == 1)
     if (const char* szOther = FindCharacterName(unit == 0xA0 ? u' ' : unit == 0xAD ? u'-' : unit))
       glyphs.Add(program.GetGlyphIndexByName(szOther));
+  // Some readers go by the code then.
+  if (glyphs.m_nCount == 0)
+    glyphs.Add(program.GetGlyphIndexByCode(nCode));
 }
 
 bool CSimpleFont::GetCodeToGlyphMap(BSE::CBasicArray<std::uint16_t>& map) const
