@@ -149,9 +149,10 @@ _brevex()
       --no-remove-redundant-objects --merge-equal --no-merge-equal --recompress-streams
       --no-recompress-streams --effort --recode-jpeg --no-recode-jpeg --recode-bitonal --no-recode-bitonal
       --recode-samples --no-recode-samples --optimize-resources --no-optimize-resources --auto-linearize
-      --no-auto-linearize --linearize --no-linearize --extract-images --no-extract-images --extract-fonts
-      --no-extract-fonts --password --password-file --user-password --user-password-file --owner-password
-      --owner-password-file --encryption --permissions --decrypt --version"
+      --no-auto-linearize --linearize --no-linearize --linearize-object-streams --no-linearize-object-streams
+      --extract-images --no-extract-images --extract-fonts --no-extract-fonts --password --password-file
+      --user-password --user-password-file --owner-password --owner-password-file --encryption --permissions
+      --decrypt --version"
     mapfile -t COMPREPLY < <(compgen -W "$flags" -- "$current")
     return
   fi

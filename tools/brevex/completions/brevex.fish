@@ -89,6 +89,8 @@ complete -c brevex -l auto-linearize -d 'Order the file for fast first display o
 complete -c brevex -l no-auto-linearize -d 'Order the file for fast first display over a network unless that would enlarge it much'
 complete -c brevex -l linearize -d 'The same in any case'
 complete -c brevex -l no-linearize -d 'The same in any case'
+complete -c brevex -l linearize-object-streams -d 'Keep object streams in a file that is ordered for fast first display'
+complete -c brevex -l no-linearize-object-streams -d 'Keep object streams in a file that is ordered for fast first display'
 complete -c brevex -l extract-images -d 'Also write the images to files in the working folder'
 complete -c brevex -l no-extract-images -d 'Also write the images to files in the working folder'
 complete -c brevex -l extract-fonts -d 'Also write the embedded fonts to files in the working folder'
