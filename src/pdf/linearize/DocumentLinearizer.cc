@@ -98,9 +98,11 @@ bool CDocumentRun::Open(BSE::IByteStream* pInput, const CTextString& password, c
   m_pRun.Reset(new CLinearizerRun(m_file));
   if (m_pHandler)
     m_pRun->SetSecurity(*m_pHandler, m_security);
-  if (IsArchive(m_file))
+  const bool bArchive = IsArchive(m_file);
+  if (bArchive)
     m_pRun->KeepMetadata();
-  if (m_bObjectStreams)
+  // The first part of the archive standard has none, whatever the header says.
+  if (m_bObjectStreams && !(bArchive && m_file.GetXRefForm() == eXRefTable))
     m_pRun->KeepObjectStreams();
   return m_pRun->Open(pInput);
 }

@@ -21,10 +21,7 @@ bool PDLOutput::Write(BSE::IByteStream* pOutput)
   m_pClassifier->ReleaseEdges();
   const bool bPack = m_nStreamSize > 0 && MayPack();
   if (bPack)
-  {
     m_tree.Rebuild(m_input);
-    m_pageValues.Collect(m_input, m_tree);
-  }
   m_pWriter.Reset(new PDLObjectWriter(m_input, m_tree, *m_pClassifier, m_pCryptor));
   if (bPack)
   {
@@ -244,16 +241,19 @@ void PDLOutput::AddOutlineHints(PDLHints& hints, std::int64_t nRestLocation)
 
 bool PDLOutput::PlaceParts()
 {
-  // Ten digits are the room for a position in a cross-reference table.
-  constexpr std::int64_t nMaxPosition = 9999999999;
   PDWriter counter;
   if (!WriteHints(counter))
     return false;
   m_nHintEnd = m_nHintOffset + counter.Tell();
   m_nFirstPageEnd = m_nHintEnd + m_first.GetLength();
   m_nMainXRef = m_nFirstPageEnd + m_rest.GetLength();
-  if (m_pPacker)
-    BuildMainXRef();
+  return true;
+}
+
+bool PDLOutput::PlaceEnd()
+{
+  // Ten digits are the room for a position in a cross-reference table.
+  constexpr std::int64_t nMaxPosition = 9999999999;
   PDWriter main;
   WriteMainSection(main);
   m_nFileLength = m_nMainXRef + main.Tell();

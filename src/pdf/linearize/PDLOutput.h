@@ -101,7 +101,7 @@ private:
   int GetNumber(int nItem) const;
 
   // --- The same with object streams
-  bool MayPack() const;
+  bool MayPack();
   bool Prepare();
   void SortObject(int nObject, TRun& run);
   void SortObjects(std::span<const int> objects, TRun& run);
@@ -130,6 +130,7 @@ private:
   void AddPageUses(int nPages, BSE::CBasicArray<int>& starts, BSE::CBasicArray<int>& identifiers) const;
   bool Place();
   bool PlaceParts();
+  bool PlaceEnd();
 
   // --- Cross-reference streams
   void AddRows(const TPart& part, std::int64_t nPos, PDLXRefStream& rows) const;

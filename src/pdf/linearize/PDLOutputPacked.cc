@@ -1,5 +1,7 @@
 #include "pdf/linearize/PDLOutput.h"
 
+#include "base/Limits.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -37,14 +39,19 @@ constexpr std::int64_t g_nSlack = 16;
 }  // namespace
 
 // What is in an object stream has the cipher of streams.
-bool PDLOutput::MayPack() const
+bool PDLOutput::MayPack()
 {
   constexpr const char* szFirstVersion = "1.5";
   if (!(m_pSecurity ? m_pSecurity->m_bOneCipher : m_input.HasOneCipher()))
     return false;
-  const char* szVersion = m_input.GetVersion();
-  return std::strcmp(szVersion, szFirstVersion) >= 0 ||
-         (m_pSecurity && std::strcmp(m_pSecurity->m_szVersion, szFirstVersion) >= 0);
+  if (std::strcmp(m_input.GetVersion(), szFirstVersion) < 0 &&
+      !(m_pSecurity && std::strcmp(m_pSecurity->m_szVersion, szFirstVersion) >= 0))
+    return false;
+  m_pageValues.Collect(m_input, m_tree);
+  // Each page may have a stream and a node, and other streams have more than two members.
+  const std::int64_t nPages = std::ssize(m_tree.GetPages());
+  return m_input.GetCount() + m_input.GetCount() / 2 + m_pageValues.GetCount() + 2 * nPages <
+         BSE::g_nMaxObjNumber;
 }
 
 bool PDLOutput::Prepare()
@@ -327,7 +334,7 @@ int PDLOutput::NumberMembers(const TPart& part, int nNumber)
 bool PDLOutput::Place()
 {
   if (!m_pPacker)
-    return BuildHints() && PlaceParts();
+    return BuildHints() && PlaceParts() && PlaceEnd();
   for (int i = 0; i < g_nTries; ++i)
   {
     if (!BuildHints() || !PlaceParts())
@@ -337,7 +344,8 @@ bool PDLOutput::Place()
     if (nLength <= m_nFirstXRefLength)
     {
       EndFirstXRef();
-      return true;
+      BuildMainXRef();
+      return PlaceEnd();
     }
     m_nFirstXRefLength = nLength + g_nSlack;
   }
