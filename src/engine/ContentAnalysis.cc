@@ -294,10 +294,11 @@ void CContentAnalysis::AddText(CFont& font, std::span<const unsigned char> text)
       used[nCode] = 1;
     return;
   }
+  const bool bIdentity = dynamic_cast<const CIdentityEncoding*>(font.GetEncoding().Get()) != nullptr;
   for (CCodeWalker walker(font, true, text); walker.Next();)
   {
-    // Readers do not agree on how long a code is that there is not.
-    if (walker.IsInvalid())
+    // Readers do not agree on how long a code is that there is not, or that means nothing.
+    if (walker.IsInvalid() || (walker.GetCID() == 0 && !bIdentity))
       return font.SetAllGlyphsUsed();
     int nCID = walker.GetCID();
     if (nCID >= font.GetCharCount() && !font.GrowUsedChars(nCID + 1))

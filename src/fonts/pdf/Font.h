@@ -187,6 +187,17 @@ protected:
   // The first one is what the format says.
   virtual void FindGlyphs(CFontProgram& program, unsigned nCode, TGlyphs& glyphs) const;
 
+  // Marks the glyphs that any reader could take for a code: those of FindGlyphs, and more.
+  virtual void MarkCode(CFontProgram& program, unsigned nCode, std::span<unsigned char> used) const;
+  static void MarkGlyph(std::span<unsigned char> used, int nGlyph)
+  {
+    if (nGlyph > 0 && std::cmp_less(nGlyph, used.size()))
+      used[static_cast<std::size_t>(nGlyph)] = 1;
+  }
+
+  // The character that the name of a code stands for, 0 for none or several.
+  char32_t FindCodeCharacter(unsigned nCode) const;
+
   // What the names of codes are where the dictionary does not say it.
   virtual BSE::CObjectPtr<CSimpleEncoding> CreateDefaultEncoding() const;
   virtual void ReadMissingWidths(std::span<double> widths) const;
@@ -222,6 +233,7 @@ public:
 protected:
   bool FindSymbolic() const override;
   void FindGlyphs(CFontProgram& program, unsigned nCode, TGlyphs& glyphs) const override;
+  void MarkCode(CFontProgram& program, unsigned nCode, std::span<unsigned char> used) const override;
   BSE::CObjectPtr<CSimpleEncoding> CreateDefaultEncoding() const override;
 
 private:

@@ -55,6 +55,17 @@ public:
     return m_pFont->GetCMap().Find(nPlatform, nEncoding) >= 0;
   }
 
+  // Calls fnVisit(nGlyph) with what any subtable has for a code or a character, in the pages of symbols too.
+  template <class F>
+  void ForEachMapped(unsigned nCode, char32_t nCharacter, F fnVisit) const
+  {
+    const TTF::CCMap& cmap = m_pFont->GetCMap();
+    for (int i = 0; i < cmap.GetSubtableCount(); ++i)
+      for (const std::uint32_t nValue :
+           {std::uint32_t{nCode}, 0xF000 + nCode, 0xF100 + nCode, 0xF200 + nCode, std::uint32_t{nCharacter}})
+        fnVisit(cmap.GetGlyph(i, nValue));
+  }
+
   // By the subtable for a platform and an encoding, 0 for none.
   int GetMappedGlyph(int nPlatform, int nEncoding, std::uint32_t nCode) const;
 

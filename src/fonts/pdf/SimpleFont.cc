@@ -15,6 +15,24 @@ namespace
 constexpr int g_nSymbolicFlag = 4;
 constexpr int g_nNonsymbolicFlag = 32;
 
+// Glyphs of a program whose names are all looked through for one that is missing.
+constexpr int g_nMaxNamesTried = 4096;
+
+// Characters that have one glyph with most fonts.
+bool IsSameCharacter(char32_t nA, char32_t nB)
+{
+  constexpr char32_t aPairs[][2] = {{0x20, 0xA0},    {0x2D, 0xAD},     {0xB5, 0x3BC},  {0x2126, 0x3A9},
+                                    {0x2206, 0x394}, {0x162, 0x21A},   {0x163, 0x21B}, {0xAF, 0x2C9},
+                                    {0xB7, 0x2219},  {0x2215, 0x2044}, {0x110, 0xD0},  {0x15E, 0x218},
+                                    {0x15F, 0x219},  {0x2D, 0x2010},   {0x2D, 0x2011}, {0x27, 0x2019}};
+  if (nA == nB)
+    return true;
+  for (const auto& pair : aPairs)
+    if ((nA == pair[0] && nB == pair[1]) || (nA == pair[1] && nB == pair[0]))
+      return true;
+  return false;
+}
+
 }  // namespace
 
 double CSimpleFont::GetSpaceWidth() const
@@ -159,15 +177,37 @@ void CSimpleFont::MarkUsedGlyphs(CFontProgram& program) const
   // Nobody knows what codes mean to a program that has no names.
   if (AreAllGlyphsUsed() || program.IsCIDKeyed())
     std::fill(used.begin(), used.end(), static_cast<unsigned char>(1));
-  ForEachUsed(
-      [&](unsigned nCode)
-      {
-        TGlyphs glyphs;
-        FindGlyphs(program, nCode, glyphs);
-        for (int i = 0; i < glyphs.m_nCount; ++i)
-          if (std::cmp_less(glyphs.m_aGlyphs[i], used.size()))
-            used[static_cast<std::size_t>(glyphs.m_aGlyphs[i])] = 1;
-      });
+  ForEachUsed([&](unsigned nCode) { MarkCode(program, nCode, used); });
+}
+
+char32_t CSimpleFont::FindCodeCharacter(unsigned nCode) const
+{
+  const char* szName = GetSimpleEncoding().GetGlyphName(nCode);
+  char16_t units[2];
+  return szName && GetGlyphText(szName, units, 2) == 1 ? units[0] : 0;
+}
+
+void CSimpleFont::MarkCode(CFontProgram& program, unsigned nCode, std::span<unsigned char> used) const
+{
+  TGlyphs glyphs;
+  FindGlyphs(program, nCode, glyphs);
+  for (int i = 0; i < glyphs.m_nCount; ++i)
+    MarkGlyph(used, glyphs.m_aGlyphs[i]);
+  const char* szName = GetSimpleEncoding().GetGlyphName(nCode);
+  if (!szName || program.GetGlyphIndexByName(szName) > 0)
+    return;
+  // The program has another name for it: many characters have several.
+  MarkGlyph(used, program.GetGlyphIndexByCode(nCode));
+  const char32_t nCharacter = FindCodeCharacter(nCode);
+  if (nCharacter == 0 || std::cmp_greater(program.GetGlyphCount(), g_nMaxNamesTried))
+    return;
+  for (int nGlyph = 1; nGlyph < program.GetGlyphCount(); ++nGlyph)
+  {
+    char16_t unit = 0;
+    const char* szOther = program.GetGlyphName(nGlyph);
+    if (GetGlyphText(szOther, &unit, 1) == 1 && IsSameCharacter(unit, nCharacter))
+      MarkGlyph(used, nGlyph);
+  }
 }
 
 bool CTrueTypeFont::FindSymbolic() const
@@ -213,6 +253,15 @@ void CTrueTypeFont::FindGlyphs(CFontProgram& program, unsigned nCode, TGlyphs& g
   // Without any table a code is a glyph.
   if (glyphs.m_nCount == 0 && std::cmp_less(nCode, program.GetGlyphCount()) && !m_object["Encoding"])
     glyphs.Add(static_cast<int>(nCode));
+}
+
+void CTrueTypeFont::MarkCode(CFontProgram& program, unsigned nCode, std::span<unsigned char> used) const
+{
+  CSimpleFont::MarkCode(program, nCode, used);
+  const char32_t nNamed = FindCodeCharacter(nCode);
+  if (const auto* pTrueType = dynamic_cast<const CFontProgramTrueType*>(&program))
+    for (const char32_t nCharacter : {nNamed, GetSimpleEncoding().GetUnicode32(nCode)})
+      pTrueType->ForEachMapped(nCode, nCharacter, [&](int nGlyph) { MarkGlyph(used, nGlyph); });
 }
 
 void CTrueTypeFont::FindByName(CFontProgram& program, unsigned nCode, TGlyphs& glyphs) const
