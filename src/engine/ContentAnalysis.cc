@@ -277,6 +277,21 @@ void CContentAnalysis::KeepImage(const CObjectPtr& image)
   keep(hard, eRoleMask);
 }
 
+void CContentAnalysis::ListFonts(const CObjectPtr& resources)
+{
+  const CObjectPtr entries = resources["Font"];
+  const CObjectPtr holder = entries.IsIndirect() ? entries : resources;
+  if (!m_pFonts || !entries.IsDictionary() || (holder.IsIndirect() && !m_listed.Add(holder.GetObjNumber())))
+    return;
+  for (int i = entries.GetBegin(); i != entries.GetEnd(); i = entries.GetNext(i))
+  {
+    if (!m_environment.GetAccount().Charge(g_nEntryWork))
+      return;
+    if (const CObjectPtr font = entries.GetValue(i); font.IsIndirect())
+      m_pFonts->CreateFont(font);
+  }
+}
+
 void CContentAnalysis::KeepFont(const CObjectPtr& font)
 {
   if (!m_pFonts)

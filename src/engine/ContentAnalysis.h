@@ -51,7 +51,11 @@ public:
   // dictionary leads to, through forms, patterns, fonts of procedures and soft masks.
   void KeepResources(const CObjectPtr& resources);
 
-  // The same for a single font.
+  // Takes note of the fonts of a resource dictionary, whether text is shown in them or not: who changes a
+  // program has to know all fonts that have it.
+  void ListFonts(const CObjectPtr& resources);
+
+  // What KeepResources does with a single font.
   void KeepFont(const CObjectPtr& font);
 
   // A text that is shown.
@@ -83,7 +87,8 @@ private:
   CFontRegistry* m_pFonts;
   BSE::CScopedPtr<CAnalysisResources> m_pResources;  // null without fonts
   CContentEnvironment m_environment;
-  CNumberSet m_kept;  // holders of resources that KeepResources has been through
+  CNumberSet m_listed;  // resources, or their dictionaries of fonts, that ListFonts has been through
+  CNumberSet m_kept;    // holders of resources that KeepResources has been through
   CNumberSet m_appearances;
   BSE::CBasicMap m_places;
   double m_dUserUnit = 1;

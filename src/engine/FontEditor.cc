@@ -35,12 +35,9 @@ CObjectPtr CFontEditor::EditFont(CFont& font)
   const int nNumber = object.GetObjNumber();
   if (nNumber <= 0 || font.HasDirectUse() || !Edit(object))
     return {};
-  m_fonts.ForEachObject(font,
-                        [&](int nOther)
-                        {
-                          if (nOther != nNumber && !m_standIns.Contains(nOther))
-                            m_standIns.Set(nOther, nNumber);
-                        });
+  for (const int nOther : font.GetNumbers())
+    if (nOther != nNumber && !m_standIns.Contains(nOther))
+      m_standIns.Set(nOther, nNumber);
   return object;
 }
 

@@ -152,8 +152,8 @@ bool CFontMerger::TryMerge(CFont& font, CFont& other, TMerged& merged)
   if (font.GetFontDescriptor()->GetNumber("MissingWidth") ==
       other.GetFontDescriptor()->GetNumber("MissingWidth"))
     m_editor.Replace(otherDescriptor, descriptor);
-  m_editor.GetFonts().ForEachObject(
-      other, [&](int nNumber) { m_editor.Replace(m_editor.GetFile().GetObject(nNumber, -1), object); });
+  for (const int nNumber : other.GetNumbers())
+    m_editor.Replace(m_editor.GetFile().GetObject(nNumber, -1), object);
   other.m_nOptimizeState |= eFontMergedAway;
   merged.m_bAny = true;
   return true;
@@ -333,38 +333,18 @@ void CFontMerger::WriteSimpleWidths(CFont& font)
   object.AddEntry("Widths", widths);
 }
 
-// What all fonts together use that have the descendant.
-void CFontMerger::JoinUsed(CFont& font, BSE::CBasicArray<unsigned char>& used)
-{
-  const CCIDFont& descendant = static_cast<CType0Font&>(font).GetDescendant();
-  CFontRegistry& fonts = m_editor.GetFonts();
-  for (int i = 0; i < fonts.GetFontCount(); ++i)
-  {
-    auto* pOther = dynamic_cast<CType0Font*>(fonts.GetFont(i));
-    if (!pOther || (pOther->m_nOptimizeState & eFontMergedAway) != 0 ||
-        &pOther->GetDescendant() != &descendant)
-      continue;
-    if (pOther->GetCharCount() > used.GetSize())
-      used.SetSize(pOther->GetCharCount());
-    for (int j = 0; j < pOther->GetCharCount(); ++j)
-      if (IsUsed(*pOther, j))
-        used.SetAt(j, 1);
-  }
-}
-
+// The descendant is this font's alone, since widths differ only where descendants do.
 void CFontMerger::WriteWidths(CFont& font)
 {
   const CObjectPtr descendant = m_editor.EditDescendant(font);
-  BSE::CBasicArray<unsigned char> used;
-  JoinUsed(font, used);
   if (!descendant["DW"].IsNumber())
     descendant.AddEntry("DW", new CIntegerObject(g_nWrittenDefaultWidth));
   const double dDefault = descendant["DW"].GetRealValue();
   const CObjectPtr widths(new CArrayObject);
   CObjectPtr run;
-  for (int i = 0; i < used.GetSize(); ++i)
+  for (int i = 0; i < font.GetCharCount(); ++i)
   {
-    const double dWidth = used[i] != 0 ? font.GetWidth(i) : dDefault;
+    const double dWidth = IsUsed(font, i) ? font.GetWidth(i) : dDefault;
     if (dWidth == dDefault)
     {
       run.Reset();

@@ -53,7 +53,6 @@ private:
   void WriteSimpleWidths(CFont& font);
   void WriteWidths(CFont& font);
   void WriteMap(CFont& font, const TMerged& merged);
-  void JoinUsed(CFont& font, BSE::CBasicArray<unsigned char>& used);
 
   CFontEditor& m_editor;
   BSE::CValueKeyPtrMap<const CCIDFont*, CFont> m_descendants;  // a font for each that several have, else null

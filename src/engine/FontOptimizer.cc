@@ -15,10 +15,13 @@
 #include "engine/FontUnembedder.h"
 #include "engine/StandardFontReplacer.h"
 #include "fonts/pdf/CompositeFont.h"
+#include "fonts/pdf/StandardFonts.h"
 #include "pdf/ArrayObject.h"
 #include "pdf/DictionaryObject.h"
 #include "pdf/SimpleObjects.h"
 #include "pdf/StreamObjects.h"
+
+#include <algorithm>
 
 namespace PDF
 {
@@ -61,10 +64,15 @@ CFontOptimizer::CFontOptimizer(CFontEditor& editor, const CFontEdits& edits)
 
 void CFontOptimizer::Run()
 {
+  const bool bClaim = m_editor.GetDocument().GetConformance().IsArchival();
   if (m_edits.m_bUnembedFonts)
     CFontUnembedder(m_editor, m_edits).Run();
-  if (m_options.m_bRemoveStandardFonts)
+  // ISO 19005 wants all fonts embedded.
+  if (m_options.m_bRemoveStandardFonts && !(bClaim && m_options.m_bVersionWithinClaim))
     CStandardFontReplacer(m_editor).Run();
+  for (int i = 0; bClaim && i < m_editor.GetFonts().GetFontCount(); ++i)
+    if ((m_editor.GetFonts().GetFont(i)->m_nOptimizeState & (eFontUnembedded | eFontReplaced)) != 0)
+      m_bClaimLost = true;
   CollectUses();
   PrepareFonts();
   if (m_options.m_bMergeEmbeddedFonts)
@@ -93,6 +101,12 @@ void CFontOptimizer::CollectUses()
       pUse = pNew.Get();
     }
     pUse->m_fonts.Add(&font);
+    const std::span<const unsigned char> used = font.GetUsedChars();
+    const bool bShown = font.AreAllGlyphsUsed() ||
+                        std::any_of(used.begin(), used.end(), [](unsigned char n) { return n != 0; });
+    pUse->m_bShown = pUse->m_bShown || bShown;
+    if (!bShown)
+      continue;
     // A descendant that is a font by itself shows nobody knows what.
     const bool bBare = dynamic_cast<CCIDFont*>(&font) != nullptr;
     unsigned& nState = pFile->m_nOptimizeState;
@@ -119,7 +133,8 @@ void CFontOptimizer::Prepare(CFontUse& use)
   CFontFile& file = use.GetFile();
   CFontProgram* pProgram = file.GetProgram(use.m_fonts[0]->GetBaseName());
   // What reading has lost is still in the data.
-  if (!pProgram || !file.IsWhole() || (m_options.m_bVersionWithinClaim && NeedsGlyphLists(use)))
+  if (!pProgram || !file.IsWhole() || !use.m_bShown ||
+      (m_options.m_bVersionWithinClaim && NeedsGlyphLists(use)))
   {
     file.m_nOptimizeState |= eFileWhole;
     use.m_bFixed = use.m_bKept = true;
@@ -318,15 +333,22 @@ void CFontOptimizer::WriteProgram(CFontUse& use)
 
 void CFontOptimizer::UpdateNames(CFontUse& use)
 {
+  // Of no name: the prefix alone, which is the same for all.
+  const BSE::CStr8 prefix = use.m_fonts[0]->MakeSubsetName("");
+  const auto update = [&](const CObjectPtr& dictionary, const char* szKey)
+  {
+    const char* szName = dictionary[szKey].IsName() ? dictionary[szKey].GetNameValue() : nullptr;
+    if (!szName || prefix.IsEmpty())
+      return;
+    BSE::CStr8 name = prefix;
+    name.Append(szName + GetSubsetPrefixLength(szName));
+    SetName(dictionary, szKey, name.GetText());
+  };
   for (CFont* pFont : use.m_fonts.GetSpan())
   {
-    const BSE::CStr8 name = pFont->MakeSubsetName(pFont->GetBaseName());
-    if (const CObjectPtr font = m_editor.EditFont(*pFont); font["BaseFont"].IsName())
-      SetName(font, "BaseFont", name.GetText());
-    if (const CObjectPtr descendant = m_editor.EditDescendant(*pFont); descendant["BaseFont"].IsName())
-      SetName(descendant, "BaseFont", pFont->MakeSubsetName(descendant["BaseFont"].GetNameValue()).GetText());
-    if (const CObjectPtr descriptor = m_editor.EditDescriptor(*pFont); descriptor["FontName"].IsName())
-      SetName(descriptor, "FontName", pFont->MakeSubsetName(descriptor["FontName"].GetNameValue()).GetText());
+    update(m_editor.EditFont(*pFont), "BaseFont");
+    update(m_editor.EditDescendant(*pFont), "BaseFont");
+    update(m_editor.EditDescriptor(*pFont), "FontName");
   }
 }
 

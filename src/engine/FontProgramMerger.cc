@@ -21,14 +21,14 @@ void CFontProgramMerger::Run()
   const int nCount = m_editor.GetFonts().GetFontCount();
   for (int i = 0; i < nCount; ++i)
     NoteEncoding(*m_editor.GetFonts().GetFont(i));
-  for (int i = 0; i < nCount; ++i)
+  for (int i = m_uses.GetBegin(); i != m_uses.GetEnd(); i = m_uses.GetNext(i))
     AddRecord(i);
   const std::span<TRecord> records = m_records.GetSpan();
   std::sort(records.begin(), records.end(),
             [](const TRecord& a, const TRecord& b)
             {
               const int nOrder = std::memcmp(a.m_digest, b.m_digest, sizeof(a.m_digest));
-              return nOrder != 0 ? nOrder < 0 : a.m_nIndex < b.m_nIndex;
+              return nOrder != 0 ? nOrder < 0 : a.m_nUse < b.m_nUse;
             });
   for (int i = 0; i + 1 < m_records.GetSize(); ++i)
     MergeInto(i);
@@ -55,23 +55,21 @@ void CFontProgramMerger::NoteEncoding(CFont& font)
       pFile->m_nOptimizeState |= eFileUsedEncoding;
 }
 
-void CFontProgramMerger::AddRecord(int nIndex)
+void CFontProgramMerger::AddRecord(int nUse)
 {
-  const CFont& font = *m_editor.GetFonts().GetFont(nIndex);
-  const CFontFile* pFile = font.GetFontFile();
-  const CFontUse* pUse = pFile ? m_uses.Find(pFile) : nullptr;
-  if (!pUse || pUse->m_bKept || font.IsType3() || (font.m_nOptimizeState & g_nFontGone) != 0 ||
-      (pFile->m_nOptimizeState & eFileDropped) != 0 || !pFile->IsWhole())
+  const CFontUse& use = *m_uses.GetAt(nUse);
+  CFontFile& file = use.GetFile();
+  if (use.m_bKept || (file.m_nOptimizeState & eFileDropped) != 0 || !file.IsWhole())
     return;
-  CFontProgram* pProgram = font.GetProgram();
+  CFontProgram* pProgram = file.GetProgram(use.m_fonts[0]->GetBaseName());
   if (!pProgram)
     return;
   TRecord record;
-  record.m_nIndex = nIndex;
+  record.m_nUse = nUse;
   BSE::CHashSHA1 hash;
   pProgram->HashMergeKey(hash);
   unsigned char usage[4];
-  BSE::StoreBigEndian(pFile->m_nOptimizeState & (eFileUsedByCID | eFileUsedNonSymbolic | eFileUsedSymbolic),
+  BSE::StoreBigEndian(file.m_nOptimizeState & (eFileUsedByCID | eFileUsedNonSymbolic | eFileUsedSymbolic),
                       usage);
   hash.Update(usage);
   hash.Final(record.m_digest);

@@ -22,15 +22,15 @@ public:
 private:
   struct TRecord
   {
-    int m_nIndex;
+    int m_nUse;  // position in the uses
     unsigned char m_digest[BSE::CHashSHA1::g_nDigestSize];
   };
 
   void NoteEncoding(CFont& font);
-  void AddRecord(int nIndex);
+  void AddRecord(int nUse);
   void MergeInto(int nRecord);
   bool Merge(CFont& font, CFont& other);
-  CFont& GetFont(int nRecord) const { return *m_editor.GetFonts().GetFont(m_records[nRecord].m_nIndex); }
+  CFont& GetFont(int nRecord) const { return *m_uses.GetAt(m_records[nRecord].m_nUse)->m_fonts[0]; }
 
   CFontEditor& m_editor;
   CFontUses& m_uses;

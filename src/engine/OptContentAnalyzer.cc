@@ -80,6 +80,8 @@ BSE::CScopedPtr<CContentParser> COptContentAnalyzer::CreateParser(
 void COptContentAnalyzer::Begin(CParserContext* pContext)
 {
   CContentParser::Begin(pContext);
+  if (pContext)
+    m_analysis.ListFonts(pContext->GetResources());
   if (!pContext || !m_bNested)
     return;
   // The same content may be drawn again with another font around it, and is not read again for that.

@@ -111,8 +111,8 @@ void CStandardFontReplacer::Replace(CFont& font)
   const CObjectPtr made = MakeFont(font, *pStandard, encoding);
   if (!made)
     return;
-  m_editor.GetFonts().ForEachObject(
-      font, [&](int nNumber) { m_editor.Replace(m_editor.GetFile().GetObject(nNumber, -1), made); });
+  for (const int nNumber : font.GetNumbers())
+    m_editor.Replace(m_editor.GetFile().GetObject(nNumber, -1), made);
   font.m_nOptimizeState |= eFontReplaced;
 }
 

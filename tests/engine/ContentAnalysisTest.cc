@@ -192,7 +192,7 @@ TEST_F(ContentAnalysis, MarksTheTextThatIsShown)
   EXPECT_EQ(GetUsed(nPlain), "abcdef");
   EXPECT_EQ(GetUsed(nByState), "x");
   EXPECT_EQ(GetUsed(nWide), std::string("\0AB", 3));
-  EXPECT_EQ(GetUsed(nUnused), "none");
+  EXPECT_EQ(GetUsed(nUnused), "");
 }
 
 // Whatever may show text that nobody reads here.

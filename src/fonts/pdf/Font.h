@@ -110,6 +110,10 @@ public:
   // Marks the glyphs that any reader could take for the characters that are used, in the program's table.
   virtual void MarkUsedGlyphs(CFontProgram& program) const = 0;
 
+  // The numbers of the objects whose dictionaries equal this one: who changes it has it take their places.
+  std::span<const int> GetNumbers() const { return m_numbers.GetSpan(); }
+  void AddNumber(int nNumber) { m_numbers.Add(nNumber); }
+
   // Whether the dictionary is direct in some place where it is used, and so cannot be changed there.
   bool HasDirectUse() const { return m_bDirectUse; }
   void SetDirectUse() { m_bDirectUse = true; }
@@ -143,6 +147,7 @@ protected:
 private:
   const CObjectPtr m_origin;  // the registry knows the font by it
   BSE::CBasicArray<unsigned char> m_used;
+  BSE::CBasicArray<int> m_numbers;
   mutable BSE::CObjectPtr<CFontDescriptor> m_pDescriptor;
   mutable BSE::CObjectPtr<CToUnicode> m_pToUnicode;
   mutable BSE::CObjectPtr<IToUnicode> m_pReading;

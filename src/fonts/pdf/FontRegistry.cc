@@ -61,10 +61,10 @@ BSE::CObjectPtr<CFont> CFontRegistry::CreateFont(const CObjectPtr& object)
   const int nNumber = dictionary.GetObjNumber();
   if (CFont* pFont = FindFont(dictionary, digest))
   {
-    if (nNumber > 0)
-      m_byNumber.SetAt(nNumber, pFont);
-    else
+    if (nNumber <= 0)
       pFont->SetDirectUse();
+    else if (!m_byNumber.Contains(nNumber))
+      AddNumber(*pFont, nNumber);
     return pFont;
   }
   BSE::CObjectPtr<CFont> pFont = m_account.Charge(g_nFontSize) ? MakeFont(dictionary) : nullptr;
@@ -76,13 +76,19 @@ BSE::CObjectPtr<CFont> CFontRegistry::CreateFont(const CObjectPtr& object)
   m_fonts.Add(pFont.Get());
   m_byDigest.SetAt(digest, pFont.Get());
   if (nNumber > 0)
-    m_byNumber.SetAt(nNumber, pFont.Get());
+    AddNumber(*pFont, nNumber);
   else
   {
     m_byAddress.SetAt(dictionary.Get(), pFont.Get());
     pFont->SetDirectUse();
   }
   return pFont;
+}
+
+void CFontRegistry::AddNumber(CFont& font, int nNumber)
+{
+  m_byNumber.SetAt(nNumber, &font);
+  font.AddNumber(nNumber);
 }
 
 // Other readers may show text in it all the same.

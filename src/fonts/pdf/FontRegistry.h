@@ -34,16 +34,6 @@ public:
   int GetFontCount() const { return m_fonts.GetSize(); }
   CFont* GetFont(int nIndex) const { return m_fonts[nIndex]; }
 
-  // Calls fnVisit(number) for the objects whose dictionaries equal that of the font: who changes the font has
-  // it take their places.
-  template <class F>
-  void ForEachObject(const CFont& font, F fnVisit) const
-  {
-    for (int i = m_byNumber.GetBegin(); i != m_byNumber.GetEnd(); i = m_byNumber.GetNext(i))
-      if (m_byNumber.GetAt(i) == &font)
-        fnVisit(m_byNumber.GetKeyAt(i));
-  }
-
   CFontAccount& GetAccount() { return m_account; }
 
   // What stands for an object, which is the same for the same object.
@@ -58,6 +48,7 @@ public:
   BSE::CObjectPtr<CSimpleEncoding> GetPredefinedEncoding(const char* szName);
 
 private:
+  void AddNumber(CFont& font, int nNumber);
   void NoteForeignUse(const CObjectPtr& dictionary);
   CFont* FindFont(const CObjectPtr& dictionary, TObjectDigest& digest) const;
   BSE::CObjectPtr<CFont> MakeFont(const CObjectPtr& dictionary);

@@ -4,6 +4,8 @@
 #include "fonts/pdf/FontRegistry.h"
 #include "fonts/pdf/StandardFonts.h"
 
+#include <algorithm>
+#include <cstdlib>
 #include <cstring>
 
 namespace PDF
@@ -196,6 +198,10 @@ void CSimpleFont::MarkCode(CFontProgram& program, unsigned nCode, std::span<unsi
   const char* szName = GetSimpleEncoding().GetGlyphName(nCode);
   if (!szName || program.GetGlyphIndexByName(szName) > 0)
     return;
+  // A number in a name is that of a glyph with some readers.
+  const std::size_t nDigits = std::strspn(szName, "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz");
+  if (szName[nDigits] >= '0' && szName[nDigits] <= '9')
+    MarkGlyph(used, static_cast<int>(std::min(std::strtol(szName + nDigits, nullptr, 10), 65535L)));
   // The program has another name for it: many characters have several.
   MarkGlyph(used, program.GetGlyphIndexByCode(nCode));
   const char32_t nCharacter = FindCodeCharacter(nCode);

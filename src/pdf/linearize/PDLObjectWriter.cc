@@ -17,7 +17,8 @@ int FindSignature(const PDObj& object, int nNode)
   if (object.GetType(nNode) != ePDDictionary || object.Find(nNode, "ByteRange") < 0)
     return -1;
   const int nContents = object.Find(nNode, "Contents");
-  return object.GetType(nContents) == ePDString ? nContents : -1;
+  const bool bString = object.GetType(nContents) == ePDString || object.GetType(nContents) == ePDHexString;
+  return bString ? nContents : -1;
 }
 
 }  // namespace

@@ -10,7 +10,7 @@ namespace
 constexpr std::size_t g_nMinSize = 40;
 
 // Readers that know linearized files look for what a page needs first at once.
-constexpr const char* g_keptKeys[] = {"Type", "Parent", "Contents", "MediaBox", "CropBox", "Thumb"};
+constexpr const char* g_keptKeys[] = {"Type", "Parent", "Contents", "MediaBox", "CropBox", "Thumb", "AA"};
 
 bool IsLong(const PDObj& object, int nKey)
 {

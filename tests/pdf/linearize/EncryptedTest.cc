@@ -192,7 +192,8 @@ TEST_F(LinearizerEncrypted, StringsThatEncryptionTreatsInTheirOwnWay)
   const int nMetadata =
       builder.AddStream(std::string(500, 'd'), "/Type/Metadata/Subtype/XML/X(of the secret file)");
   builder.SetCatalogEntries("/Metadata " + std::to_string(nMetadata) +
-                            " 0 R/S<</ByteRange[0 0]/Contents(signature)/Reason(a secret reason)>>");
+                            " 0 R/S<</ByteRange[0 0]/Contents(signature)/Reason(a secret reason)>>"
+                            "/T<</ByteRange[0 0]/Contents<7369676E>>>");
   const std::string sPath = m_folder / "file.pdf";
   for (const char* szCrypt : {"AESV2", "AESV3"})
   {
@@ -209,6 +210,7 @@ TEST_F(LinearizerEncrypted, StringsThatEncryptionTreatsInTheirOwnWay)
       EXPECT_EQ(sBytes.find("secret"), std::string::npos);
       EXPECT_NE(sBytes.find("dddddd"), std::string::npos);
       EXPECT_NE(sBytes.find("(signature)"), std::string::npos);
+      EXPECT_NE(sBytes.find("<7369676E>"), std::string::npos);
       const std::string sText = RunTool({"--password=new", "--decrypt", "--qdf", sPath, "-"});
       EXPECT_NE(sText.find("(of the secret file)"), std::string::npos);
       EXPECT_NE(sText.find("(a secret reason)"), std::string::npos);
