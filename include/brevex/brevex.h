@@ -762,20 +762,21 @@ BREVEX_API void BrevexSetMergeEmbeddedFonts(TBrevexHandle* pHandle, int bValue);
 BREVEX_API int BrevexGetConvertToCFF(TBrevexHandle* pHandle);
 BREVEX_API void BrevexSetConvertToCFF(TBrevexHandle* pHandle, int bValue);
 
-/* Gives the fonts of this name another one, in their dictionaries and their embedded programs. A name is that
+/* Gives the fonts of this name another one, in their dictionaries. A name is that
  * of the font in the document without the prefix of a subset ("ABCDEF+"), compared as UTF-8, byte by byte. A
  * further request for the same name replaces the new name. Requests hold for all saves until the open
  * document is closed; one that is made before the first open is for that document. No profile touches them.
  * False, and nothing changes, for a null or empty name, a name of more than 256 bytes of UTF-8, a null or
- * empty new name, and a text that is not valid in its encoding. Leaves the error code alone. Renaming and
- * unembedding have no effect on a save yet.
+ * empty new name, and a text that is not valid in its encoding. Leaves the error code alone. The first save
+ * of the open document carries the requests out, and those that come later are for the next document.
  */
 BREVEX_API int BrevexRenameFontA(TBrevexHandle* pHandle, const char* szName, const char* szNewName);
 BREVEX_API int BrevexRenameFontW(TBrevexHandle* pHandle, const TBrevexChar* szName,
                                  const TBrevexChar* szNewName);
 
 /* Takes the embedded programs of the fonts of this name out of the document, so that a reader shows a font of
- * its own in their place. "*" stands for all fonts. Otherwise as BrevexRenameFontA.
+ * its own in their place. "*" stands for all fonts. A simple font whose text is not known stays embedded.
+ * Otherwise as BrevexRenameFontA.
  */
 BREVEX_API int BrevexUnembedFontA(TBrevexHandle* pHandle, const char* szName);
 BREVEX_API int BrevexUnembedFontW(TBrevexHandle* pHandle, const TBrevexChar* szName);

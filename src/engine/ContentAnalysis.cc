@@ -96,12 +96,18 @@ void CContentAnalysis::Run()
   for (int nPage = 0; nPage < m_document.GetPageCount(); ++nPage)
   {
     AnalyzePage(nPage);
-    if (m_environment.GetAccount().IsSpent())
+    if (IsSpent())
       return KeepAll();
   }
   KeepHidden();
-  if (m_environment.GetAccount().IsSpent())
+  if (IsSpent())
     KeepAll();
+}
+
+// Of what is not read then, nobody knows what it shows.
+bool CContentAnalysis::IsSpent()
+{
+  return m_environment.GetAccount().IsSpent() || (m_pFonts && m_pFonts->GetAccount().IsSpent());
 }
 
 void CContentAnalysis::KeepAll()

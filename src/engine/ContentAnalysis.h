@@ -70,6 +70,7 @@ private:
   struct TUse;
 
   void AnalyzePage(int nPage);
+  bool IsSpent();
   void KeepAll();
   void KeepHidden();
   void KeepAppearances(const CObjectPtr& annots, const CObjectPtr& resources);

@@ -70,10 +70,10 @@ int GetText(CFont& font, int nCharacter, char16_t (&units)[g_nMaxUnits])
 {
   int nLength = 0;
   const std::int64_t nCode = font.GetEncoding()->FindCode(nCharacter, nLength);
-  if (nCode < 0 || !font.HasToUnicode())
+  const CToUnicode* pText = font.FindToUnicode();
+  if (nCode < 0 || !pText)
     return 0;
-  return std::min(font.GetToUnicode()->GetUnicode(static_cast<unsigned>(nCode), units, g_nMaxUnits),
-                  g_nMaxUnits);
+  return std::min(pText->GetUnicode(static_cast<unsigned>(nCode), units, g_nMaxUnits), g_nMaxUnits);
 }
 
 }  // namespace

@@ -28,7 +28,8 @@ void DropPrefix(const CObjectPtr& dictionary, const char* szKey)
 const char* FindTextName(CFont& font, unsigned nCode)
 {
   char16_t unit = 0;
-  const int nUnits = font.GetToUnicode()->GetUnicode(nCode, &unit, 1);
+  const CToUnicode* pText = font.FindToUnicode();
+  const int nUnits = pText ? pText->GetUnicode(nCode, &unit, 1) : 0;
   // What is several characters has a name of its own, as ligatures do.
   const char* szOwn = nUnits > 1 ? font.GetEncoding()->GetGlyphName(nCode) : nullptr;
   if (szOwn && FindGlyphName(szOwn) >= 0)

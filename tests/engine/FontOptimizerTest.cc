@@ -221,8 +221,11 @@ TEST_F(FontOptimizer, RenamesAndUnembeds)
   AddPage("(A)", AddSimple(nShared, "ABCDEF+Gone", "/ToUnicode " + Ref(nText)));
   AddPage("(A)", AddSimple(nShared, "ABCDEF+Stays"));
   AddPage("(A)", AddSimple(nShared, "NoText", {}));
+  AddPage("(AB)",
+          AddSimple(nShared, "SomeText", "/Encoding<</Differences[65/G1/G2]>>/ToUnicode " + Ref(nText)));
   ASSERT_TRUE(m_optimizer.GetFontEdits().Unembed(BSE::CStr8("Gone")));
   ASSERT_TRUE(m_optimizer.GetFontEdits().Unembed(BSE::CStr8("NoText")));
+  ASSERT_TRUE(m_optimizer.GetFontEdits().Unembed(BSE::CStr8("SomeText")));
   ASSERT_TRUE(m_optimizer.GetFontEdits().Rename(BSE::CStr8("Stays"), BSE::CStr8("Other")));
   Save();
   EXPECT_EQ(Name(0), "Gone");
@@ -231,7 +234,7 @@ TEST_F(FontOptimizer, RenamesAndUnembeds)
   EXPECT_TRUE(Font(0)["Encoding"]["BaseEncoding"].IsName("WinAnsiEncoding"));
   EXPECT_TRUE(Font(0)["Encoding"]["Differences"][1].IsName("alpha"));
   EXPECT_EQ(Name(1).substr(6), "+Other");
-  for (const int nPage : {1, 2})
+  for (const int nPage : {1, 2, 3})
     EXPECT_TRUE(Descriptor(nPage)["FontFile2"].IsStream());
 }
 

@@ -143,9 +143,8 @@ void CheckFontName(const char* szFlag, const std::string& sName)
 
 void AddFonts(CLI::App& app, TOptimizeOptions& options)
 {
-  AddPairs(app, "--rename-font", "OLD=NEW",
-           "Give the fonts of a name another one; may be repeated (no effect yet)", options.fontNames,
-           options.bAllowLarger)
+  AddPairs(app, "--rename-font", "OLD=NEW", "Give the fonts of a name another one; may be repeated",
+           options.fontNames, options.bAllowLarger)
       ->group("Fonts");
   app.add_option_function<std::vector<std::string>>(
          "--unembed-font",
@@ -154,7 +153,7 @@ void AddFonts(CLI::App& app, TOptimizeOptions& options)
            options.unembeddedFonts.insert(options.unembeddedFonts.end(), names.begin(), names.end());
            options.bAllowLarger = true;
          },
-         "Take out the programs of the fonts of a name, * for all; may be repeated (no effect yet)")
+         "Take out the programs of the fonts of a name, * for all; may be repeated")
       ->type_name("FONT")
       ->group("Fonts")
       ->allow_extra_args(false);

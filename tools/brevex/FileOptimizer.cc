@@ -195,6 +195,10 @@ void CFileOptimizer::Optimize(const TTask& task, TFileResult& result) const
   ApplyOptions(handle.Get(), m_options);
   SetRequests(handle, m_options);
   result.losses = GetLosses(handle.Get());
+  if (!m_options.unembeddedFonts.empty())
+  {
+    result.losses.push_back("unembed-font");
+  }
   SetVersion(handle, m_options);
 
   const bool bOpen = input.Open(handle, m_options.sPassword.value_or(""));

@@ -84,7 +84,10 @@ public:
   // What is known of the text of codes: never null, and it guesses where ToUnicode says nothing.
   BSE::CObjectPtr<IToUnicode> GetToUnicode() const;
 
-  // What ToUnicode says, for this font alone to change; null without one.
+  // What ToUnicode says, without guesses; null without one.
+  CToUnicode* FindToUnicode() const;
+
+  // The same, for this font alone to change.
   BSE::CObjectPtr<CToUnicode> GetWritableToUnicode();
 
   // The text of a character.
@@ -128,9 +131,6 @@ protected:
 
   // The entry of the font, in a composite one that of its descendant.
   virtual CObjectPtr GetDescriptorObject() const { return m_object["FontDescriptor"]; }
-
-  // ToUnicode, null without one.
-  CToUnicode* FindToUnicode() const;
 
   // Calls fnVisit(nCharacter) for those that are used, or all where that is not known.
   template <class F>
