@@ -36,7 +36,8 @@ std::map<std::string, TCorpusFile> ReadManifest()
 std::vector<fs::path> ListFiles(const char* szSet)
 {
   std::vector<fs::path> files;
-  for (const auto& entry : fs::directory_iterator(GetCorpus() / szSet))
+  std::error_code absent;
+  for (const auto& entry : fs::directory_iterator(GetCorpus() / szSet, absent))
     files.push_back(entry.path());
   std::sort(files.begin(), files.end());
   return files;

@@ -21,7 +21,7 @@ struct TCorpusFile
 // What the corpus says of its files, by their path in it.
 std::map<std::string, TCorpusFile> ReadManifest();
 
-// The files of a set, "real" or "damaged", sorted.
+// The files of a set, "real" or "damaged", sorted; none where it is absent.
 std::vector<std::filesystem::path> ListFiles(const char* szSet);
 
 }  // namespace Support
