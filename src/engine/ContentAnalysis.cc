@@ -302,7 +302,7 @@ void CContentAnalysis::KeepFont(const CObjectPtr& font)
 {
   if (!m_pFonts)
     return;
-  if (const BSE::CObjectPtr<CFont> pFont = m_pFonts->CreateFont(GetStandIn(font)))
+  if (const BSE::CObjectPtr<CFont> pFont = m_pFonts->CreateFont(font))
     pFont->SetAllGlyphsUsed();
 }
 

@@ -47,8 +47,8 @@ public:
   // A use of an image. The matrix takes its unit square to points on the page, where the clip is.
   void AddImage(const CObjectPtr& image, const TMatrix& matrix, const TRectangle& clip);
 
-  // Notes that all images must stay as they are, and may fonts show all that they have, that a resource
-  // dictionary leads to, through forms, patterns, fonts of procedures and soft masks.
+  // Notes of all images that they must stay as they are, and of all fonts that any glyph may be shown, that a
+  // resource dictionary leads to, through forms, patterns, fonts of procedures and soft masks.
   void KeepResources(const CObjectPtr& resources);
 
   // Takes note of the fonts of a resource dictionary, whether text is shown in them or not: who changes a

@@ -35,12 +35,6 @@ bool Abort(const char* szReason)
   return false;
 }
 
-bool IsUsed(CFont& font, int nCharacter)
-{
-  return nCharacter < font.GetCharCount() &&
-         (font.AreAllGlyphsUsed() || font.GetUsedChars()[static_cast<std::size_t>(nCharacter)] != 0);
-}
-
 bool IsWidthOther(double dA, double dB)
 {
   return std::abs(dA - dB) > g_dWidthTolerance;
@@ -215,9 +209,9 @@ bool CFontMerger::Agree(CFont& font, CFont& other, const TMerged& merged,
 {
   for (int i = 0; i < other.GetCharCount(); ++i)
   {
-    if (!IsUsed(other, i))
+    if (!other.IsUsed(i))
       continue;
-    const bool bUsed = IsUsed(font, i);
+    const bool bUsed = font.IsUsed(i);
     if (bUsed && IsWidthOther(font.GetWidth(i), other.GetWidth(i)))
       return Abort("width collision");
     if (font.IsComposite() && (font.GetVerticalWidth(i) != other.GetVerticalWidth(i) ||
@@ -255,7 +249,7 @@ void CFontMerger::TakeOver(CFont& font, CFont& other, TMerged& merged,
   font.GrowUsedChars(other.GetCharCount());
   for (int i = 0; i < other.GetCharCount(); ++i)
   {
-    if (!IsUsed(other, i))
+    if (!other.IsUsed(i))
       continue;
     char16_t own[g_nMaxUnits];
     char16_t others[g_nMaxUnits];
@@ -267,7 +261,7 @@ void CFontMerger::TakeOver(CFont& font, CFont& other, TMerged& merged,
           font.GetWritableToUnicode()->AddMapping(nCode, nCode, {others, static_cast<std::size_t>(nUnits)}) ||
           merged.m_bText;
     }
-    if (IsUsed(font, i))
+    if (font.IsUsed(i))
       continue;
     font.GetUsedChars()[static_cast<std::size_t>(i)] = 1;
     if (IsWidthOther(font.GetWidth(i), other.GetWidth(i)))
@@ -320,9 +314,9 @@ void CFontMerger::WriteSimpleWidths(CFont& font)
 {
   int nFirst = 0;
   int nLast = CSimpleFont::g_nCodes - 1;
-  while (nFirst < nLast && !IsUsed(font, nFirst))
+  while (nFirst < nLast && !font.IsUsed(nFirst))
     ++nFirst;
-  while (nLast > nFirst && !IsUsed(font, nLast))
+  while (nLast > nFirst && !font.IsUsed(nLast))
     --nLast;
   const CObjectPtr widths(new CArrayObject);
   for (int i = nFirst; i <= nLast; ++i)
@@ -344,7 +338,7 @@ void CFontMerger::WriteWidths(CFont& font)
   CObjectPtr run;
   for (int i = 0; i < font.GetCharCount(); ++i)
   {
-    const double dWidth = IsUsed(font, i) ? font.GetWidth(i) : dDefault;
+    const double dWidth = font.IsUsed(i) ? font.GetWidth(i) : dDefault;
     if (dWidth == dDefault)
     {
       run.Reset();
@@ -366,7 +360,7 @@ void CFontMerger::WriteMap(CFont& font, const TMerged& merged)
   const CObjectPtr descendant = m_editor.EditDescendant(font);
   bool bIdentity = true;
   for (int i = 0; i < merged.m_map.GetSize(); ++i)
-    bIdentity = bIdentity && (!IsUsed(font, i) || merged.m_map[i] == i);
+    bIdentity = bIdentity && (!font.IsUsed(i) || merged.m_map[i] == i);
   if (bIdentity)
   {
     descendant.AddEntry("CIDToGIDMap", new CNameObject("Identity"));

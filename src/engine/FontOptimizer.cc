@@ -157,8 +157,8 @@ void CFontOptimizer::Prepare(CFontUse& use)
       pProgram->MakeCIDKeyed())
     // Nothing else has changed with it, so that the program of the input would do as well.
     file.m_nOptimizeState |= eFileUpdated;
-  if (m_options.m_bSubsetFonts && (file.m_nOptimizeState & (eFileWhole | eFileDropped)) == 0 &&
-      pProgram->CanSubset() && pProgram->Subset(nUsage))
+  if (m_options.m_bSubsetFonts && (file.m_nOptimizeState & eFileWhole) == 0 && pProgram->CanSubset() &&
+      pProgram->Subset(nUsage))
     file.m_nOptimizeState |= eFileSubset;
 }
 
@@ -252,7 +252,7 @@ void CFontOptimizer::WriteBackFonts()
   for (int i = m_uses.GetBegin(); i != m_uses.GetEnd(); i = m_uses.GetNext(i))
   {
     CFontUse& use = *m_uses.GetAt(i);
-    if ((use.GetFile().m_nOptimizeState & (eFileDropped | eFileMergedAway)) != 0)
+    if ((use.GetFile().m_nOptimizeState & eFileMergedAway) != 0)
       continue;
     Convert(use);
     WriteProgram(use);
@@ -428,15 +428,12 @@ void CFontOptimizer::AddWidths(CFont& font)
   const CObjectPtr edited = m_editor.EditFont(font);
   if (!edited)
     return;
-  const std::span<const unsigned char> used = font.GetUsedChars();
-  const auto isUsed = [&](int nCode)
-  { return font.AreAllGlyphsUsed() || used[static_cast<std::size_t>(nCode)] != 0; };
-  const int nCount = static_cast<int>(used.size());
-  int nFirst = isUsed(0) ? 0 : 1;
-  while (nFirst < nCount && !isUsed(nFirst))
+  const int nCount = font.GetCharCount();
+  int nFirst = font.IsUsed(0) ? 0 : 1;
+  while (nFirst < nCount && !font.IsUsed(nFirst))
     ++nFirst;
   int nLast = nCount - 1;
-  while (nLast > nFirst && !isUsed(nLast))
+  while (nLast > nFirst && !font.IsUsed(nLast))
     --nLast;
   if (nFirst >= nCount)
     nFirst = nLast = 32;

@@ -3,6 +3,7 @@
 #include "base/ByteOrder.h"
 #include "base/Tracer.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace PDF
@@ -49,9 +50,8 @@ void CFontProgramMerger::NoteEncoding(CFont& font)
   const auto* pDifferences = dynamic_cast<const CDifferenceEncoding*>(pEncoding.Get());
   if (!pDifferences || !dynamic_cast<const CIntrinsicEncoding*>(pDifferences->GetBaseEncoding()))
     return;
-  const std::span<const unsigned char> used = font.GetUsedChars();
-  for (unsigned i = 0; i < used.size(); ++i)
-    if ((used[i] != 0 || font.AreAllGlyphsUsed()) && !pDifferences->IsCovered(i))
+  for (int i = 0; i < font.GetCharCount(); ++i)
+    if (font.IsUsed(i) && !pDifferences->IsCovered(static_cast<unsigned>(i)))
       pFile->m_nOptimizeState |= eFileUsedEncoding;
 }
 
@@ -59,7 +59,7 @@ void CFontProgramMerger::AddRecord(int nUse)
 {
   const CFontUse& use = *m_uses.GetAt(nUse);
   CFontFile& file = use.GetFile();
-  if (use.m_bKept || (file.m_nOptimizeState & eFileDropped) != 0 || !file.IsWhole())
+  if (use.m_bKept || !file.IsWhole())
     return;
   CFontProgram* pProgram = file.GetProgram(use.m_fonts[0]->GetBaseName());
   if (!pProgram)

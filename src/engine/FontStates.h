@@ -28,7 +28,6 @@ enum TFontFileState : unsigned
   eFileUsedEncoding = 8,
   eFileUsage = 15,
   eFileWhole = 16,    // every glyph must be kept
-  eFileDropped = 32,  // no font has it any more
   eFileSubset = 64,
   eFileMerged = 128,      // others were merged into it
   eFileMergedAway = 256,  // it was merged into another

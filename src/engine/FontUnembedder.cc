@@ -42,11 +42,10 @@ const char* FindTextName(CFont& font, unsigned nCode)
 CObjectPtr MakeDifferences(CFont& font, const CSimpleEncoding& base)
 {
   CObjectPtr differences(new CArrayObject);
-  const std::span<const unsigned char> used = font.GetUsedChars();
   unsigned nNext = 0;
-  for (unsigned nCode = 1; nCode < used.size(); ++nCode)
+  for (unsigned nCode = 1; std::cmp_less(nCode, font.GetCharCount()); ++nCode)
   {
-    const char* szName = used[nCode] != 0 || font.AreAllGlyphsUsed() ? FindTextName(font, nCode) : nullptr;
+    const char* szName = font.IsUsed(static_cast<int>(nCode)) ? FindTextName(font, nCode) : nullptr;
     if (!szName || KeyEquals(base.GetGlyphName(nCode), szName))
       continue;
     if (nCode != nNext)

@@ -35,11 +35,6 @@ void AppendNumber(BSE::CStr8& text, int nNumber)
   text.Append(szNumber);
 }
 
-bool IsUsed(CFont& font, unsigned nCode)
-{
-  return font.AreAllGlyphsUsed() || font.GetUsedChars()[nCode] != 0;
-}
-
 // Whether a code has to show what it did: one that is used, and where that is not known, one that the font's
 // own differences give a meaning.
 bool MustBeShown(CFont& font, const CEncoding& encoding, unsigned nCode)
@@ -180,7 +175,8 @@ bool CStandardFontReplacer::HasSameWidths(CFont& font, const TStandardFont& stan
     return true;
   for (unsigned nCode = 1; nCode < font.GetUsedChars().size(); ++nCode)
     if (const int nWidth = standard.GetWidth(encoding.GetGlyphName(nCode));
-        IsUsed(font, nCode) && nWidth >= 0 && std::abs(font.GetWidth(static_cast<int>(nCode)) - nWidth) > 1)
+        font.IsUsed(static_cast<int>(nCode)) && nWidth >= 0 &&
+        std::abs(font.GetWidth(static_cast<int>(nCode)) - nWidth) > 1)
       return false;
   return true;
 }

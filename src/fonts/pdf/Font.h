@@ -102,6 +102,12 @@ public:
   // False beyond the CIDs that there can be. The table never shrinks.
   bool GrowUsedChars(int nCount);
 
+  // Whether a character is used, or may be.
+  bool IsUsed(int nCharacter) const
+  {
+    return nCharacter < m_used.GetSize() && (m_bAllGlyphsUsed || m_used[nCharacter] != 0);
+  }
+
   // Whether text may use characters in ways that the table does not show.
   bool AreAllGlyphsUsed() const { return m_bAllGlyphsUsed; }
   void SetAllGlyphsUsed() { m_bAllGlyphsUsed = true; }
@@ -137,7 +143,7 @@ protected:
   void ForEachUsed(F fnVisit) const
   {
     for (int i = 0; i < m_used.GetSize(); ++i)
-      if (m_bAllGlyphsUsed || m_used[i] != 0)
+      if (IsUsed(i))
         fnVisit(static_cast<unsigned>(i));
   }
 
