@@ -27,7 +27,7 @@ enum TFontFileState : unsigned
   eFileUsedSymbolic = 4,
   eFileUsedEncoding = 8,
   eFileUsage = 15,
-  eFileWhole = 16,    // every glyph must be kept
+  eFileWhole = 16,  // every glyph must be kept
   eFileSubset = 64,
   eFileMerged = 128,      // others were merged into it
   eFileMergedAway = 256,  // it was merged into another
