@@ -48,8 +48,8 @@ TBrevexImage MakeImage(const PDF::CImageReport& report)
   image.nHeightBefore = report.m_aHeight[0];
   image.nWidthAfter = report.m_aWidth[1];
   image.nHeightAfter = report.m_aHeight[1];
-  image.nCompressionBefore = report.m_aCodec[0];
-  image.nCompressionAfter = report.m_aCodec[1];
+  image.nCompressionBefore = static_cast<int32_t>(report.m_aCodec[0]);
+  image.nCompressionAfter = static_cast<int32_t>(report.m_aCodec[1]);
   image.dResolutionX = static_cast<float>(report.m_dResolutionX);
   image.dResolutionY = static_cast<float>(report.m_dResolutionY);
   image.nBytesBefore = report.m_aSize[0];

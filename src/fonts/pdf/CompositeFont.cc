@@ -118,7 +118,8 @@ bool CCIDType2Font::GetGlyphs(int nCount, BSE::CBasicArray<std::uint16_t>& map) 
   BSE::CByteCursor cursor(data.GetSpan());
   // What the map does not reach is its own glyph with most readers.
   for (int i = 0; i < nCount; ++i)
-    map.SetAt(i, i < data.GetSize() / 2 ? cursor.Card16() : static_cast<std::uint16_t>(i));
+    map.SetAt(
+        i, static_cast<std::uint16_t>(i < data.GetSize() / 2 ? cursor.Card16() : static_cast<unsigned>(i)));
   return true;
 }
 
