@@ -11,3 +11,9 @@ bool PDBase::Fail(const char* szMessage)
     BSE::CTracer::Trace("E", "PDF Linearizer", "%s", szMessage);
   return false;
 }
+
+void PDBase::Note(const char* szMessage)
+{
+  if (BSE::CTracer::IsOn())
+    BSE::CTracer::Trace("W", "PDF Linearizer", "%s", szMessage);
+}

@@ -14,6 +14,9 @@ protected:
   // Keeps the first message and traces it. Always false, so that it can be returned.
   bool Fail(const char* szMessage);
 
+  // Traces what is no failure.
+  static void Note(const char* szMessage);
+
 private:
   const char* m_szMessage = "";
 };

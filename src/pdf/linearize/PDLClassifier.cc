@@ -19,7 +19,7 @@ namespace
 constexpr std::int64_t g_nRevisitsPerObject = 32;
 constexpr std::int64_t g_nFreeRevisits = std::int64_t{4} << 20;
 constexpr std::int64_t g_nBytesPerUse = 16;
-constexpr std::int64_t g_nFreeUses = std::int64_t{1} << 18;
+constexpr std::int64_t g_nFreeUses = std::int64_t{1} << 21;
 
 struct TCategoryKey
 {

@@ -71,7 +71,7 @@ public:
   std::span<const int> GetCategory(int nCategory) const { return m_groups[nCategory].GetSpan(); }
 
   // Shared objects that pages but the first use, in the order of discovery. Of documents whose pages share
-  // uncommonly much only as many as leave the work linear.
+  // uncommonly much only as many as leave the work linear, which is traced.
   std::span<const TUse> GetUses() const { return m_uses.GetSpan(); }
 
   TPDRole GetRole(int nObject) const { return m_objects[nObject].m_nRole; }
@@ -168,4 +168,5 @@ private:
   std::int64_t m_nMaxUses = 0;
   std::int64_t m_nRevisits = 0;  // entries into other pages' objects that are left
   bool m_bOutlinesFirst = false;
+  bool m_bUsesCut = false;
 };

@@ -189,10 +189,17 @@ void PDLClassifier::Share(int nObject)
 // The first page has all it needs in its own section.
 void PDLClassifier::AddUse(int nPage, int nObject)
 {
-  if (nPage > 1 && m_uses.GetSize() < m_nMaxUses)
+  if (nPage <= 1)
+    return;
+  if (m_uses.GetSize() < m_nMaxUses)
+  {
     m_uses.Add({nPage, nObject});
-  else if (nPage > 1)
-    m_nRevisits = 0;
+    return;
+  }
+  if (!m_bUsesCut)
+    Note("Pages share more than the hint tables list.");
+  m_bUsesCut = true;
+  m_nRevisits = 0;
 }
 
 bool PDLClassifier::IsReached(int nObject) const

@@ -29,8 +29,8 @@ PDLObjectWriter::PDLObjectWriter(PDFile& file, const PDLPageTree& tree, const PD
 {
   // New nodes of the page tree come after the objects of the file.
   const int nNodes = static_cast<int>(tree.GetNodes().size());
-  m_nFirstPageValue = file.GetCount() + nNodes;
-  m_numbers.SetSize(m_nFirstPageValue);
+  m_nFirstDirectValue = file.GetCount() + nNodes;
+  m_numbers.SetSize(m_nFirstDirectValue);
   m_treePlaces.SetSize(file.GetCount() + nNodes);
   int nPlace = 0;
   for (const TPDPage& page : tree.GetPages())
@@ -42,20 +42,19 @@ PDLObjectWriter::PDLObjectWriter(PDFile& file, const PDLPageTree& tree, const PD
     m_lengths.SetSize(file.GetCount());
 }
 
-void PDLObjectWriter::SetPageValues(const PDLPageValues& values)
+void PDLObjectWriter::SetDirectValues(const PDLDirectValues& values)
 {
-  m_pPageValues = &values;
-  m_numbers.SetSize(m_nFirstPageValue + values.GetCount());
+  m_pDirectValues = &values;
+  m_numbers.SetSize(m_nFirstDirectValue + values.GetCount());
 }
 
 int PDLObjectWriter::GetSource(int nObject) const
 {
   if (nObject < m_file.GetCount())
     return nObject;
-  if (nObject < m_nFirstPageValue)
+  if (nObject < m_nFirstDirectValue)
     return -1;
-  const int nPage = m_pPageValues->GetValue(nObject - m_nFirstPageValue).m_nPage;
-  return m_tree.GetPages()[static_cast<std::size_t>(nPage)].m_nObject;
+  return m_pDirectValues->GetValue(nObject - m_nFirstDirectValue).m_nOwner;
 }
 
 bool PDLObjectWriter::Read(int nObject, TPDStream& stream)
@@ -89,8 +88,8 @@ bool PDLObjectWriter::WriteMember(int nObject, PDWriter& output)
 bool PDLObjectWriter::WriteBody(int nObject, const TPDStream& stream, PDWriter& output)
 {
   bool bWritten = true;
-  if (nObject >= m_nFirstPageValue)
-    WritePageValue(m_pPageValues->GetValue(nObject - m_nFirstPageValue), output);
+  if (nObject >= m_nFirstDirectValue)
+    WriteDirectValue(m_pDirectValues->GetValue(nObject - m_nFirstDirectValue), output);
   else if (nObject >= m_file.GetCount())
     WriteNewNode(nObject, output);
   else if (stream.m_bStream)
@@ -99,6 +98,8 @@ bool PDLObjectWriter::WriteBody(int nObject, const TPDStream& stream, PDWriter& 
     WritePage(nObject, m_object, output);
   else if (m_object.GetType(0) == ePDDictionary && m_classifier.GetRole(nObject) == ePDRoleNode)
     WritePageTreeNode(nObject, m_object, output);
+  else if (m_pDirectValues && nObject == m_file.GetRoot() && m_object.GetType(0) == ePDDictionary)
+    WriteCatalogue(m_object, output);
   else
     WriteNode(m_object, 0, output);
   if (m_pCryptor && m_pCryptor->HasFailed())
@@ -246,7 +247,7 @@ void PDLObjectWriter::WriteText(const char* szText, PDWriter& output)
 
 // --- Dictionaries
 
-void PDLObjectWriter::WriteEntries(const PDObj& object, std::span<const char* const> skipped,
+void PDLObjectWriter::WriteEntries(const PDObj& object, std::span<const char* const> skipped, CUses uses,
                                    PDWriter& output)
 {
   const int nEnd = object.GetNext(0);
@@ -256,8 +257,26 @@ void PDLObjectWriter::WriteEntries(const PDObj& object, std::span<const char* co
                     [&object, nKey](const char* szKey) { return object.IsName(nKey, szKey); }))
       continue;
     WriteText(object.GetText(nKey), output);
-    WriteNode(object, nKey + 1, output);
+    if (uses.empty() || uses.front().m_nNode != nKey + 1)
+      WriteNode(object, nKey + 1, output);
+    else
+    {
+      WriteReference(GetDirectValue(uses.front().m_nValue), output);
+      uses = uses.subspan(1);
+    }
   }
+}
+
+PDLObjectWriter::CUses PDLObjectWriter::GetPageUses(int nPage) const
+{
+  return m_pDirectValues ? m_pDirectValues->GetPageUses(nPage) : CUses();
+}
+
+void PDLObjectWriter::WriteCatalogue(const PDObj& object, PDWriter& output)
+{
+  WriteText("<<", output);
+  WriteEntries(object, {}, m_pDirectValues->GetCatalogueUses(), output);
+  WriteText(">>", output);
 }
 
 void PDLObjectWriter::WritePage(int nObject, const PDObj& object, PDWriter& output)
@@ -266,34 +285,14 @@ void PDLObjectWriter::WritePage(int nObject, const PDObj& object, PDWriter& outp
   const TPDPage& page = m_tree.GetPages()[static_cast<std::size_t>(m_treePlaces[nObject])];
   const int nPage = m_treePlaces[nObject];
   WriteText("<<", output);
-  if (m_pPageValues && m_pPageValues->GetFirst(nPage) < m_pPageValues->GetEnd(nPage))
-    WritePageEntries(nPage, object, output);
-  else
-    WriteEntries(object, skipped, output);
+  WriteEntries(object, skipped, GetPageUses(nPage), output);
   WriteText("/Parent", output);
   WriteReference(page.m_nParent, output);
   WriteInherited(nPage, page, output);
   WriteText(">>", output);
 }
 
-// Values that are objects come in the order of the keys.
-void PDLObjectWriter::WritePageEntries(int nPage, const PDObj& object, PDWriter& output)
-{
-  int nValue = m_pPageValues->GetFirst(nPage);
-  const int nEnd = object.GetNext(0);
-  for (int nKey = 1; nKey < nEnd; nKey = object.GetNext(nKey + 1))
-  {
-    if (object.IsName(nKey, "Parent"))
-      continue;
-    WriteText(object.GetText(nKey), output);
-    if (nValue < m_pPageValues->GetEnd(nPage) && m_pPageValues->GetValue(nValue).m_nNode == nKey + 1)
-      WriteReference(GetPageValue(nValue++), output);
-    else
-      WriteNode(object, nKey + 1, output);
-  }
-}
-
-void PDLObjectWriter::WritePageValue(const PDLPageValues::TValue& value, PDWriter& output)
+void PDLObjectWriter::WriteDirectValue(const PDLDirectValues::TValue& value, PDWriter& output)
 {
   if (value.m_nNode >= 0)
   {
@@ -310,17 +309,17 @@ void PDLObjectWriter::WritePageValue(const PDLPageValues::TValue& value, PDWrite
 // A page that is read alone has to be complete. Strings among the values are encrypted for the node.
 void PDLObjectWriter::WriteInherited(int nPage, const TPDPage& page, PDWriter& output)
 {
-  const int nLast = m_pPageValues ? m_pPageValues->GetEnd(nPage) - 1 : -1;
+  const CUses uses = GetPageUses(nPage);
   for (int i = 0; i < ePDInheritableCount; ++i)
   {
     if (page.m_inherited[i] < 0)
       continue;
-    if (nLast >= 0 && m_pPageValues->GetValue(nLast).m_nNode == ~page.m_inherited[i])
+    if (!uses.empty() && uses.back().m_nNode == ~page.m_inherited[i])
     {
       WriteText("/", output);
       m_bRegular = false;
       WriteText(g_pdInheritableKeys[i], output);
-      WriteReference(GetPageValue(nLast), output);
+      WriteReference(GetDirectValue(uses.back().m_nValue), output);
       continue;
     }
     PDParser parser(m_tree.GetValueText(page.m_inherited[i]), true);
@@ -341,7 +340,7 @@ void PDLObjectWriter::WritePageTreeNode(int nObject, const PDObj& object, PDWrit
   constexpr std::size_t nKept = 2;
   static_assert(std::size(skipped) == ePDInheritableCount + 1 + nKept);
   WriteText("<<", output);
-  WriteEntries(object, std::span(skipped).first(std::size(skipped) - (m_tree.IsRebuilt() ? 0 : nKept)),
+  WriteEntries(object, std::span(skipped).first(std::size(skipped) - (m_tree.IsRebuilt() ? 0 : nKept)), {},
                output);
   WriteTreeEntries(m_tree.GetNodes()[static_cast<std::size_t>(m_treePlaces[nObject])], output);
   WriteText(">>", output);

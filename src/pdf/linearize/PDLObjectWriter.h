@@ -2,7 +2,7 @@
 
 #include "pdf/linearize/PDDeflater.h"
 #include "pdf/linearize/PDLClassifier.h"
-#include "pdf/linearize/PDLPageValues.h"
+#include "pdf/linearize/PDLDirectValues.h"
 #include "pdf/linearize/PDWriter.h"
 
 // Writes objects of a document under new numbers: references are renumbered and lead to null where nothing is
@@ -16,10 +16,10 @@ public:
   PDLObjectWriter(PDFile& file, const PDLPageTree& tree, const PDLClassifier& classifier,
                   PDCryptor* pCryptor);
 
-  // Values of pages that are objects of their own, after the new nodes of the page tree. Before anything is
+  // Direct values that become objects of their own, after the new nodes of the page tree. Before anything is
   // numbered; must outlive the writer.
-  void SetPageValues(const PDLPageValues& values);
-  int GetPageValue(int nValue) const { return m_nFirstPageValue + nValue; }
+  void SetDirectValues(const PDLDirectValues& values);
+  int GetDirectValue(int nValue) const { return m_nFirstDirectValue + nValue; }
 
   void SetNumber(int nObject, int nNumber) { m_numbers[nObject] = nNumber; }
 
@@ -58,14 +58,18 @@ private:
   bool Read(int nObject, TPDStream& stream);
   bool WriteBody(int nObject, const TPDStream& stream, PDWriter& output);
   void BeginObject(int nObject, bool bMember);
-  void WritePageValue(const PDLPageValues::TValue& value, PDWriter& output);
-  void WritePageEntries(int nPage, const PDObj& object, PDWriter& output);
+  void WriteDirectValue(const PDLDirectValues::TValue& value, PDWriter& output);
 
   // Strings come from this object from here on.
   void SetSource(int nObject);
 
-  // The entries of the object's own dictionary without those keys.
-  void WriteEntries(const PDObj& object, std::span<const char* const> skipped, PDWriter& output);
+  using CUses = std::span<const PDLDirectValues::TUse>;
+  CUses GetPageUses(int nPage) const;
+
+  // The entries of the object's own dictionary without those keys, and with references in place of values
+  // that are objects of their own.
+  void WriteEntries(const PDObj& object, std::span<const char* const> skipped, CUses uses, PDWriter& output);
+  void WriteCatalogue(const PDObj& object, PDWriter& output);
   void WritePage(int nObject, const PDObj& object, PDWriter& output);
   void WritePageTreeNode(int nObject, const PDObj& object, PDWriter& output);
   void WriteInherited(int nPage, const TPDPage& page, PDWriter& output);
@@ -91,8 +95,8 @@ private:
   const PDLPageTree& m_tree;
   const PDLClassifier& m_classifier;
   PDCryptor* m_pCryptor;
-  const PDLPageValues* m_pPageValues = nullptr;
-  int m_nFirstPageValue;
+  const PDLDirectValues* m_pDirectValues = nullptr;
+  int m_nFirstDirectValue;
   PDDeflater* m_pMetadataDeflater = nullptr;
   bool m_bNewKeys = false;
   bool m_bNewPlainMetadata = false;

@@ -25,9 +25,9 @@ bool PDLOutput::Write(BSE::IByteStream* pOutput)
   m_pWriter.Reset(new PDLObjectWriter(m_input, m_tree, *m_pClassifier, m_pCryptor));
   if (bPack)
   {
-    m_pWriter->SetPageValues(m_pageValues);
-    m_pPacker.Reset(new PDLPacker(m_pWriter->GetPageValue(m_pageValues.GetCount()), m_input.GetFileLength(),
-                                  m_pDeflater));
+    m_pWriter->SetDirectValues(m_directValues);
+    m_pPacker.Reset(new PDLPacker(m_pWriter->GetDirectValue(m_directValues.GetCount()),
+                                  m_input.GetFileLength(), m_pDeflater));
   }
   if (m_bCompressMetadata)
     m_pWriter->SetMetadataDeflater(m_pDeflater);

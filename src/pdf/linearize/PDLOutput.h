@@ -108,6 +108,8 @@ private:
   void SortCategories(std::initializer_list<int> categories, TRun& run);
   void SortTree(TRun& top, TRun& rest);
   void SortPage(int nPage, TRun& run);
+  void SortDirectValue(int nValue, TRun& run);
+  void SortDirectValues(TRun& top, TRun& shared, TRun& document);
   bool IsSmall(std::int64_t nFrontSize, std::span<TRun* const> runs);
   void PackPages(bool bAllApart, TRun& apart);
   void PackPage(int nPage, const TRun& run, TPart& part);
@@ -177,7 +179,7 @@ private:
   int m_nObjectCount = 0;  // with the free entry 0
 
   BSE::CScopedPtr<PDLPacker> m_pPacker;  // null without object streams
-  PDLPageValues m_pageValues;
+  PDLDirectValues m_directValues;
   BSE::CBasicArray<PDLClassifier::TUse> m_apart;  // what pages have in streams outside of their part
   std::int64_t m_nStreamSize = 0;
   int m_nFirstXRefNumber = 0;

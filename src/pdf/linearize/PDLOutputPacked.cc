@@ -47,10 +47,10 @@ bool PDLOutput::MayPack()
   if (std::strcmp(m_input.GetVersion(), szFirstVersion) < 0 &&
       !(m_pSecurity && std::strcmp(m_pSecurity->m_szVersion, szFirstVersion) >= 0))
     return false;
-  m_pageValues.Collect(m_input, m_tree);
+  m_directValues.Collect(m_input, m_tree);
   // Each page may have a stream and a node, and other streams have more than two members.
   const std::int64_t nPages = std::ssize(m_tree.GetPages());
-  return m_input.GetCount() + m_input.GetCount() / 2 + m_pageValues.GetCount() + 2 * nPages <
+  return m_input.GetCount() + m_input.GetCount() / 2 + m_directValues.GetCount() + 2 * nPages <
          BSE::g_nMaxObjNumber;
 }
 
@@ -101,16 +101,35 @@ void PDLOutput::SortCategories(std::initializer_list<int> categories, TRun& run)
     SortObjects(m_pClassifier->GetCategory(nCategory), run);
 }
 
-// With the values of the page that are objects.
+void PDLOutput::SortDirectValue(int nValue, TRun& run)
+{
+  const int nSize = m_directValues.GetValue(nValue).m_nSize;
+  run.m_members.Add({m_pWriter->GetDirectValue(nValue), nSize});
+  run.m_nSize += nSize;
+}
+
+// With the direct values that are objects. The first page has all that it needs.
 void PDLOutput::SortPage(int nPage, TRun& run)
 {
   SortObjects(m_pClassifier->GetPageObjects(nPage).GetSpan(), run);
-  for (int i = m_pageValues.GetFirst(nPage); i < m_pageValues.GetEnd(nPage); ++i)
+  for (const PDLDirectValues::TUse& use : m_directValues.GetPageUses(nPage))
   {
-    const int nSize = m_pageValues.GetValue(i).m_nSize;
-    run.m_members.Add({m_pWriter->GetPageValue(i), nSize});
-    run.m_nSize += nSize;
+    if (use.m_bFirst && (nPage == 0 || !m_directValues.GetValue(use.m_nValue).m_bShared))
+      SortDirectValue(use.m_nValue, run);
   }
+}
+
+// Those that are not of one page.
+void PDLOutput::SortDirectValues(TRun& top, TRun& shared, TRun& document)
+{
+  for (int i = 0; i < m_directValues.GetCount(); ++i)
+  {
+    const PDLDirectValues::TValue& value = m_directValues.GetValue(i);
+    if (value.m_bShared && !value.m_bFirstPage)
+      SortDirectValue(i, shared);
+  }
+  for (const PDLDirectValues::TUse& use : m_directValues.GetCatalogueUses())
+    SortDirectValue(use.m_nValue, m_directValues.GetValue(use.m_nValue).m_bLate ? document : top);
 }
 
 // A reader looks at the top of the tree before it shows a page.
@@ -164,7 +183,7 @@ void PDLOutput::CollectPackedParts()
   TRun document;
   TRun structure;
   SortTree(top, tree);
-  SortObjects(m_pClassifier->GetPageObjects(0).GetSpan(), first);
+  SortPage(0, first);
   SortCategories({ePDCategoryOutlines}, outlines);
   SortObjects(m_pClassifier->GetSharedObjects(), shared);
   SortCategories({ePDCategoryThreads, ePDCategoryNames}, document);
@@ -172,6 +191,7 @@ void PDLOutput::CollectPackedParts()
     SortObject(m_input.GetInfo(), document);
   SortCategories({ePDCategoryAcroForm, ePDCategoryPageLabels, ePDCategoryOther}, document);
   SortCategories({ePDCategoryStructure}, structure);
+  SortDirectValues(top, shared, document);
 
   TRun* runs[] = {&tree, &shared, &document, &structure};
   const bool bSmall = IsSmall(top.m_nSize + first.m_nSize, runs);
@@ -229,6 +249,12 @@ void PDLOutput::PackPages(bool bAllApart, TRun& apart)
       for (const PDLPacker::TMember& member : page.m_members.GetSpan())
         m_apart.Add({nPage + 1, member.m_nObject});
       Move(page, apart);
+    }
+    for (const PDLDirectValues::TUse& use : m_directValues.GetPageUses(nPage))
+    {
+      const PDLDirectValues::TValue& value = m_directValues.GetValue(use.m_nValue);
+      if (value.m_bShared || value.m_bFirstPage)
+        m_apart.Add({nPage + 1, m_pWriter->GetDirectValue(use.m_nValue)});
     }
     const int nStart = m_rest.m_objects.GetSize();
     PackPage(nPage, page, m_rest);

@@ -54,7 +54,7 @@ void PDLObjectWriter::WriteStreamHead(const PDObj& object, bool bCompressed, std
 {
   constexpr const char* skipped[] = {"Length"};
   WriteText("<<", output);
-  WriteEntries(object, skipped, output);
+  WriteEntries(object, skipped, {}, output);
   if (bCompressed)
     WriteText("/Filter/FlateDecode", output);
   WriteText("/Length ", output);
