@@ -7,6 +7,7 @@
 
 #include "base/Tracer.h"
 #include "document/NameTree.h"
+#include "engine/GlyphProcedures.h"
 #include "engine/OptContentAnalyzer.h"
 #include "images/ImageDictionary.h"
 #include "pdf/File.h"
@@ -123,13 +124,15 @@ void CContentAnalysis::KeepAll()
 void CContentAnalysis::KeepHidden()
 {
   const CObjectPtr root = m_document.GetFile().GetRoot();
-  KeepResources(root["AcroForm"]["DR"]);
+  const CObjectPtr form = root["AcroForm"];
+  ListFonts(form["DR"]);
+  KeepEntries(form["DR"], HasTypedFields(form));
   for (const char* szTree : {"Pages", "Templates"})
     for (CNameTreeReader reader(root["Names"][szTree]); reader.Next();)
     {
       const CObjectPtr page = reader.GetValue();
       KeepResources(page["Resources"]);
-      KeepAppearances(page["Annots"], page["Resources"]);
+      LookAtAppearances(page["Annots"], page["Resources"], true);
     }
 }
 
@@ -149,7 +152,7 @@ void CContentAnalysis::AnalyzePage(int nPage)
     CParserContext context(m_environment, page.FindInherited("Resources"), nullptr);
     analyzer.Parse(&context, false);
   }
-  KeepAppearances(page["Annots"], page.FindInherited("Resources"));
+  LookAtAppearances(page["Annots"], page.FindInherited("Resources"), false);
   if (page)
     page->Unload();
 }
@@ -306,6 +309,18 @@ void CContentAnalysis::KeepFont(const CObjectPtr& font)
     pFont->SetAllGlyphsUsed();
 }
 
+bool CContentAnalysis::NeedsResources(const CObjectPtr& font)
+{
+  const int nNumber = font.GetObjNumber();
+  if (nNumber <= 0 || m_needyFonts.Contains(nNumber))
+    return true;
+  if (m_plainFonts.Contains(nNumber))
+    return false;
+  const bool bNeedy = DoGlyphsNeedResources(font, m_environment);
+  (bNeedy ? m_needyFonts : m_plainFonts).Add(nNumber);
+  return bNeedy;
+}
+
 void CContentAnalysis::AddText(CFont& font, std::span<const unsigned char> text)
 {
   if (!font.IsComposite())
@@ -334,17 +349,23 @@ void CContentAnalysis::AddText(CFont& font, std::span<const unsigned char> text)
   }
 }
 
-// A list in place of recursion: resources lead to others in any depth.
 void CContentAnalysis::KeepResources(const CObjectPtr& resources)
 {
+  KeepEntries(resources, true);
+}
+
+// A list in place of recursion: resources lead to others in any depth.
+void CContentAnalysis::KeepEntries(const CObjectPtr& resources, bool bFonts)
+{
+  CNumberSet& known = bFonts ? m_kept : m_keptImages;
   BSE::CObjectArray<CObject> list;
   const auto addResources = [&](const CObjectPtr& holder)
   {
-    if (holder.GetObjNumber() <= 0 || m_kept.Add(holder.GetObjNumber()))
+    if (holder.GetObjNumber() <= 0 || known.Add(holder.GetObjNumber()))
       if (const CObjectPtr own = holder["Resources"]; own.IsDictionary())
         list.Add(own.Get());
   };
-  if (!resources.IsDictionary() || (resources.IsIndirect() && !m_kept.Add(resources.GetObjNumber())))
+  if (!resources.IsDictionary() || (resources.IsIndirect() && !known.Add(resources.GetObjNumber())))
     return;
   list.Add(resources.Get());
   while (list.GetSize() > 0)
@@ -359,9 +380,8 @@ void CContentAnalysis::KeepResources(const CObjectPtr& resources)
         const CObjectPtr entry = entries.GetValue(i);
         if (!m_environment.GetAccount().Charge(g_nEntryWork))
           return;
-        if (KeyEquals(szCategory, "Font"))
-          KeepFont(entry);
-        else if (const CObjectPtr font = entry["Font"][0])
+        const CObjectPtr font = KeyEquals(szCategory, "Font") ? entry : entry["Font"][0];
+        if (bFonts && font)
           KeepFont(font);
         if (entry["Subtype"].IsName("Image"))
           KeepImage(entry);
@@ -376,38 +396,91 @@ void CContentAnalysis::KeepResources(const CObjectPtr& resources)
   }
 }
 
-// What has no resources of its own takes those of the page with many readers.
-void CContentAnalysis::KeepForm(const CObjectPtr& form, const CObjectPtr& resources)
+// What has no resources of its own takes those of the page with many readers, and what they lack too.
+void CContentAnalysis::LookAtForm(const CObjectPtr& form, const CObjectPtr& resources, bool bKeep)
 {
   const CObjectPtr own = form["Resources"];
   if (!own.IsDictionary())
     return KeepResources(resources);
-  if (form.GetObjNumber() <= 0 || m_kept.Add(form.GetObjNumber()))
-    KeepResources(own);
+  if (bKeep)
+  {
+    if (form.GetObjNumber() <= 0 || m_kept.Add(form.GetObjNumber()))
+      KeepResources(own);
+    return;
+  }
+  if (form.GetObjNumber() > 0 && !m_readAppearances.Add(form.GetObjNumber()))
+    return;
+  KeepImages(own);
+  if (!m_pFonts)
+    return;
+  const BSE::CObjectPtr<CContentStream> pStream(new CContentStream(form, &m_environment.GetAccount()));
+  COptContentAnalyzer analyzer(*this, m_environment, pStream, g_defaultMediaBox, 0,
+                               m_document.GetErrorContext());
+  CParserContext around(m_environment, resources, nullptr);
+  CParserContext context(m_environment, own, &around);
+  analyzer.Parse(&context, false);
 }
 
-void CContentAnalysis::KeepAppearance(const CObjectPtr& appearance, const CObjectPtr& resources)
+void CContentAnalysis::LookAtAppearance(const CObjectPtr& appearance, const CObjectPtr& resources, bool bKeep)
 {
   if (appearance.IsStream())
-    return KeepForm(appearance, resources);
+    return LookAtForm(appearance, resources, bKeep);
   for (int i = appearance.GetBegin(); i != appearance.GetEnd(); i = appearance.GetNext(i))
     if (const CObjectPtr state = appearance.GetValue(i); state.IsStream())
-      KeepForm(state, resources);
+      LookAtForm(state, resources, bKeep);
 }
 
-// Fields of old have the resources of their text in themselves or above them.
-void CContentAnalysis::KeepDefaults(const CObjectPtr& field)
+// A list in place of recursion. Whoever has no kids and no type may be anything.
+bool CContentAnalysis::HasTypedFields(const CObjectPtr& form)
 {
+  const CObjectPtr fields = form["Fields"];
+  if (form["XFA"] || !fields.IsArray() || fields.GetSize() == 0)
+    return true;
+  CNumberSet seen;
+  BSE::CObjectArray<CObject> lists;
+  lists.Add(fields.Get());
+  while (lists.GetSize() > 0)
+  {
+    const CObjectPtr list = lists[lists.GetSize() - 1];
+    lists.RemoveAt(lists.GetSize() - 1);
+    for (int i = 0; i < list.GetSize(); ++i)
+    {
+      const CObjectPtr field = list[i];
+      if (!m_environment.GetAccount().Charge(g_nEntryWork))
+        return true;
+      if (field.IsIndirect() && !seen.Add(field.GetObjNumber()))
+        continue;
+      const CObjectPtr type = field["FT"];
+      const CObjectPtr kids = field["Kids"];
+      if (type ? !type.IsName("Sig") : !kids.IsArray())
+        return true;
+      // Kids of a signature are its widgets.
+      if (!type)
+        lists.Add(kids.Get());
+      field->Unload();
+    }
+  }
+  return false;
+}
+
+// Fields of old have the resources of their text in themselves or above them. A field without a type may be
+// one of text.
+bool CContentAnalysis::KeepDefaults(const CObjectPtr& field)
+{
+  CObjectPtr type;
   CObjectPtr next = field;
   for (int i = 0; next.IsDictionary() && i < g_nMaxFieldDepth; ++i)
   {
     KeepResources(next["DR"]);
+    if (!type)
+      type = next["FT"];
     next = next["Parent"];
   }
+  return field["Subtype"].IsName("Widget") && !type.IsName("Btn") && !type.IsName("Sig");
 }
 
 // An appearance is scaled to its annotation and may be shown anywhere.
-void CContentAnalysis::KeepAppearances(const CObjectPtr& annots, const CObjectPtr& resources)
+void CContentAnalysis::LookAtAppearances(const CObjectPtr& annots, const CObjectPtr& resources, bool bHidden)
 {
   if (!annots.IsArray() || (annots.IsIndirect() && !m_appearances.Add(annots.GetObjNumber())))
     return;
@@ -416,12 +489,12 @@ void CContentAnalysis::KeepAppearances(const CObjectPtr& annots, const CObjectPt
     const CObjectPtr annotation = annots[i];
     if (annotation.IsIndirect() && !m_appearances.Add(annotation.GetObjNumber()))
       continue;
+    const bool bKeep = KeepDefaults(annotation) || bHidden;
     for (const char* szKey : {"N", "R", "D"})
-      KeepAppearance(annotation["AP"][szKey], resources);
+      LookAtAppearance(annotation["AP"][szKey], resources, bKeep);
     for (const char* szKey : {"I", "RI", "IX"})
-      KeepAppearance(annotation["MK"][szKey], resources);
-    KeepAppearance(annotation["RO"], resources);
-    KeepDefaults(annotation);
+      LookAtAppearance(annotation["MK"][szKey], resources, bKeep);
+    LookAtAppearance(annotation["RO"], resources, bKeep);
     if (annotation)
       annotation->Unload();
   }

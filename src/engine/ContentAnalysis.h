@@ -26,10 +26,10 @@ private:
 // all forms, patterns and soft masks in it, fills a record for each image that is painted, and marks the
 // characters of fonts that are shown.
 //
-// What it cannot follow is on the safe side: images of glyph procedures and appearances, and those of content
-// that could not be read to its end, are noted as such that have to stay as they are, and all characters of
-// the fonts there as used. Reports go to the document's error context and mean no loss. Holds the content of
-// one page at a time.
+// What it cannot follow is on the safe side: images of glyph procedures and of content that could not be read
+// to its end are noted as such that have to stay as they are, and all characters of the fonts there as used.
+// So are images of appearances, and fonts of text that a form may change. Reports go to the document's error
+// context and mean no loss. Holds the content of one page at a time.
 class CContentAnalysis
 {
 public:
@@ -58,6 +58,9 @@ public:
   // What KeepResources does with a single font.
   void KeepFont(const CObjectPtr& font);
 
+  // Whether the procedures of a Type 3 font use resources; also where nobody knows.
+  bool NeedsResources(const CObjectPtr& font);
+
   // A text that is shown.
   void AddText(CFont& font, std::span<const unsigned char> text);
 
@@ -73,10 +76,20 @@ private:
   bool IsSpent();
   void KeepAll();
   void KeepHidden();
-  void KeepAppearances(const CObjectPtr& annots, const CObjectPtr& resources);
-  void KeepAppearance(const CObjectPtr& appearance, const CObjectPtr& resources);
-  void KeepForm(const CObjectPtr& form, const CObjectPtr& resources);
-  void KeepDefaults(const CObjectPtr& field);
+  void KeepImages(const CObjectPtr& resources) { KeepEntries(resources, false); }
+  void KeepEntries(const CObjectPtr& resources, bool bFonts);
+
+  // --- Annotations
+  // With bHidden nobody knows what they show.
+  void LookAtAppearances(const CObjectPtr& annots, const CObjectPtr& resources, bool bHidden);
+  void LookAtAppearance(const CObjectPtr& appearance, const CObjectPtr& resources, bool bKeep);
+  void LookAtForm(const CObjectPtr& form, const CObjectPtr& resources, bool bKeep);
+
+  // Whether there are fields but those of signatures.
+  bool HasTypedFields(const CObjectPtr& form);
+
+  // Keeps the resources of a field's text, and tells whether the text can change.
+  bool KeepDefaults(const CObjectPtr& field);
   void KeepImage(const CObjectPtr& image);
   CObjectPtr GetStandIn(const CObjectPtr& object) const;
   CImageRecord* FindOrAdd(const CObjectPtr& image, TImageRole nRole);
@@ -88,9 +101,13 @@ private:
   CFontRegistry* m_pFonts;
   BSE::CScopedPtr<CAnalysisResources> m_pResources;  // null without fonts
   CContentEnvironment m_environment;
-  CNumberSet m_listed;  // resources, or their dictionaries of fonts, that ListFonts has been through
-  CNumberSet m_kept;    // holders of resources that KeepResources has been through
-  CNumberSet m_appearances;
+  CNumberSet m_listed;      // resources, or their dictionaries of fonts, that ListFonts has been through
+  CNumberSet m_kept;        // holders of resources that KeepResources has been through
+  CNumberSet m_keptImages;  // those that KeepImages has been through
+  CNumberSet m_needyFonts;  // Type 3 fonts whose procedures use resources, and the others
+  CNumberSet m_plainFonts;
+  CNumberSet m_appearances;      // annotations, and arrays of them
+  CNumberSet m_readAppearances;  // streams whose text has been read
   BSE::CBasicMap m_places;
   double m_dUserUnit = 1;
   int m_nPage = 0;

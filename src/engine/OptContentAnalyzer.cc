@@ -166,6 +166,8 @@ void COptContentAnalyzer::KeepGlyphs(const CObjectPtr& font)
   const CObjectPtr own = font["Resources"];
   if (own.IsDictionary())
     return m_analysis.KeepResources(own);
+  if (!m_analysis.NeedsResources(font))
+    return;
   for (CParserContext* p = GetContext(); p; p = p->GetParent())
     m_analysis.KeepResources(CObjectPtr(p->GetResources()));
 }

@@ -229,4 +229,25 @@ TEST_F(ContentAnalysis, LeavesFontsWholeWhereItDoesNotFollowText)
   EXPECT_EQ(GetUsed(nInForm), "b");
 }
 
+// Glyph procedures without resources of their own have those of the page, if they need any.
+TEST_F(ContentAnalysis, ReadsGlyphProcedures)
+{
+  for (const auto& [szProcedure, szUsed] :
+       {std::pair("1 0 d0 0 0 1 1 re f", "a"), std::pair("1 0 0 0 1 1 d1 BI /W 1/H 1/IM true ID x EI", "a"),
+        std::pair("1 0 d0 BT /F 1 Tf (z) Tj ET", "all"), std::pair("1 0 d0 /X Do", "all"),
+        std::pair("1 0 d0 /G gs", "all"), std::pair("1 0 d0 /Pattern cs /P scn 0 0 1 1 re f", "all")})
+  {
+    SCOPED_TRACE(szProcedure);
+    CSmallFile file;
+    std::swap(m_file, file);
+    const int nFont = AddFont("/Subtype/Type1/BaseFont/Helvetica");
+    const int nGlyphs =
+        m_file.Add("<</Type/Font/Subtype/Type3/FontBBox[0 0 1 1]/FontMatrix[1 0 0 1 0 0]/CharProcs<</g " +
+                   Ref(m_file.AddStream(szProcedure, "")) + ">>>>");
+    AddPage("BT /T 1 Tf (x) Tj /F 1 Tf (a) Tj ET", "/Font<</F " + Ref(nFont) + "/T " + Ref(nGlyphs) + ">>");
+    Run();
+    EXPECT_EQ(GetUsed(nFont), szUsed);
+  }
+}
+
 }  // namespace

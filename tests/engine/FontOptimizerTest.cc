@@ -81,12 +81,12 @@ protected:
                    Ref(m_file.AddStream("BT /F 10 Tf " + sText + " Tj ET", "")) + "/Resources<</Font<</F " +
                    Ref(nFont) + ">>>>" + sEntries);
   }
-  void Save(const std::string& sCatalog = {})
+  void Save(const std::string& sCatalog = {}, unsigned nReport = 0)
   {
     const BSE::CObjectPtr<BSE::IByteStream> pOutput(new BSE::CMemoryStream);
     ASSERT_TRUE(m_optimizer.Open(Engine::MakeStream(m_file.Build("", sCatalog)).Get(), nullptr));
     ASSERT_TRUE(m_optimizer.Save(pOutput.Get(), {}));
-    ASSERT_EQ(m_errors.GetLastCode(), 0U);
+    ASSERT_EQ(m_errors.GetLastCode(), nReport);
     ASSERT_TRUE(m_result.Open(pOutput.Get(), nullptr));
   }
 
@@ -159,6 +159,37 @@ TEST_F(FontOptimizer, LeavesFontsOfFormsWhole)
   Save("/AcroForm<</Fields[]/DR<</Font<</F " + Ref(nFont) + ">>>>>>");
   EXPECT_EQ(Program(), m_trueType);
   EXPECT_EQ(Name(), "DejaVu");
+}
+
+// Appearances show what their content says, but for text that a form may change.
+TEST_F(FontOptimizer, ReadsAppearances)
+{
+  for (const char* szKind : {"/Subtype/Stamp", "/Subtype/Widget/Parent<</FT/Btn>>", "/Subtype/Widget/FT/Tx",
+                             "/Subtype/Widget/Parent<</FT/Ch>>", "/Subtype/Widget"})
+  {
+    SCOPED_TRACE(szKind);
+    CSmallFile file;
+    std::swap(m_file, file);
+    const int nFont = AddSimple(AddDescriptor(AddProgram(m_trueType), "DejaVu"), "DejaVu");
+    const std::string sResources = "/Resources<</Font<</G " + Ref(nFont) + ">>>>";
+    const int nLook = m_file.AddStream("BT /G 9 Tf (B) Tj ET", "/Subtype/Form/BBox[0 0 9 9]" + sResources);
+    AddPage("(A)", nFont, std::string("/Annots[<<") + szKind + "/AP<</D<</On " + Ref(nLook) + ">>>>>>]");
+    Save();
+    const bool bSubset = std::string(szKind).find("Stamp") != std::string::npos ||
+                         std::string(szKind).find("Btn") != std::string::npos;
+    EXPECT_EQ(Program().size() < m_trueType.size() / 4, bSubset);
+    EXPECT_EQ(GetGlyphs(Program(), {0x24, 0x25}), GetGlyphs(m_trueType, {0x24, 0x25}));
+  }
+}
+
+// Many readers take what an appearance lacks from the page.
+TEST_F(FontOptimizer, KeepsFontsThatAnAppearanceLacks)
+{
+  const int nFont = AddSimple(AddDescriptor(AddProgram(m_trueType), "DejaVu"), "DejaVu");
+  const int nLook = m_file.AddStream("BT /F 9 Tf (B) Tj ET", "/Subtype/Form/BBox[0 0 9 9]/Resources<<>>");
+  AddPage("(A)", nFont, "/Annots[<</Subtype/Stamp/AP<</N " + Ref(nLook) + ">>>>]");
+  Save({}, 0x8041050B);
+  EXPECT_EQ(Program(), m_trueType);
 }
 
 TEST_F(FontOptimizer, MergesSubsetsOfOneFont)

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "content/ContentEnvironment.h"
+
+namespace PDF
+{
+
+// Whether the glyph procedures of a Type 3 font use a font, an XObject, a pattern or a graphics state, which
+// they find in resources: those of the font, or of the content that shows it (ISO 32000-1, 9.6.5). True too
+// for what cannot be read to its end.
+bool DoGlyphsNeedResources(const CObjectPtr& font, CContentEnvironment& environment);
+
+}  // namespace PDF
