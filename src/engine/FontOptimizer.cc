@@ -101,12 +101,6 @@ void CFontOptimizer::CollectUses()
       pUse = pNew.Get();
     }
     pUse->m_fonts.Add(&font);
-    const std::span<const unsigned char> used = font.GetUsedChars();
-    const bool bShown = font.AreAllGlyphsUsed() ||
-                        std::any_of(used.begin(), used.end(), [](unsigned char n) { return n != 0; });
-    pUse->m_bShown = pUse->m_bShown || bShown;
-    if (!bShown)
-      continue;
     // A descendant that is a font by itself shows nobody knows what.
     const bool bBare = dynamic_cast<CCIDFont*>(&font) != nullptr;
     unsigned& nState = pFile->m_nOptimizeState;
@@ -133,8 +127,7 @@ void CFontOptimizer::Prepare(CFontUse& use)
   CFontFile& file = use.GetFile();
   CFontProgram* pProgram = file.GetProgram(use.m_fonts[0]->GetBaseName());
   // What reading has lost is still in the data.
-  if (!pProgram || !file.IsWhole() || !use.m_bShown ||
-      (m_options.m_bVersionWithinClaim && NeedsGlyphLists(use)))
+  if (!pProgram || !file.IsWhole() || (m_options.m_bVersionWithinClaim && NeedsGlyphLists(use)))
   {
     file.m_nOptimizeState |= eFileWhole;
     use.m_bFixed = use.m_bKept = true;

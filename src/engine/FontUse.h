@@ -14,7 +14,6 @@ public:
   CFontFile& GetFile() const { return m_file; }
 
   BSE::CPtrArray<CFont> m_fonts;  // in the order of their first use
-  bool m_bShown = false;          // any text is shown in one of them
   bool m_bFixed = false;          // the program cannot become one of another kind
   bool m_bKept = false;           // the program stays as it is
   bool m_bNeeded = false;         // dictionaries have changed that go with the new program alone
