@@ -106,6 +106,8 @@ bool CCostCounter::ReadSize(CByteCursor cursor)
   const std::int64_t nAcross = DivideUp(nRight - nTileLeft, nTileWidth);
   const std::int64_t nDown = DivideUp(nBottom - nTileTop, nTileHeight);
   m_size.m_nTiles = nAcross > g_nMaxTiles || nDown > g_nMaxTiles ? g_nMaxTiles + 1 : nAcross * nDown;
+  m_size.m_nTileHeight = nTileHeight;
+  m_size.m_nFirstTileEnd = nTileTop + nTileHeight - nTop;
   m_nTileWidth = std::min(nTileWidth, m_size.m_nWidth);
   m_nTileHeight = std::min(nTileHeight, m_size.m_nHeight);
   return ReadComponents(cursor);

@@ -15,6 +15,10 @@ struct TJPXSize
   std::int64_t m_nHeight = 0;
   int m_nComponents = 0;
   std::int64_t m_nTiles = 0;
+
+  // The last row of the first tiles, and rows of all others, counted from the top of the image.
+  std::int64_t m_nFirstTileEnd = 0;
+  std::int64_t m_nTileHeight = 0;
 };
 
 // Reads the size of the image, and adds up what decoding it would cost at most: the samples, and the parts

@@ -48,6 +48,7 @@ bool CJPXDecodeFilter::Open()
   m_parameters.dResolutionY = m_pHeader->m_dResolutionY;
   std::copy(std::begin(m_pHeader->m_labRange), std::end(m_pHeader->m_labRange), m_parameters.labRange);
   m_nRowSize = size.m_nWidth * m_pPicture->GetChannelCount();
+  ChooseBands(size);
   return true;
 }
 
@@ -71,15 +72,57 @@ std::int64_t CJPXDecodeFilter::Read(unsigned char* pBuffer, std::int64_t n)
   return m_nRowSize > 0 ? CDecodeFilter::Read(pBuffer, n - n % m_nRowSize) : 0;
 }
 
-void CJPXDecodeFilter::Decode()
+// Each band reads the heads of all tiles again: there are few of them.
+void CJPXDecodeFilter::ChooseBands(const TJPXSize& size)
 {
-  m_bDecoded = true;
+  constexpr std::int64_t nMinPixels = 4 << 20;
+  constexpr std::int64_t nMaxBands = 16;
+  if (size.m_nWidth * size.m_nHeight < nMinPixels || size.m_nFirstTileEnd <= 0 ||
+      size.m_nFirstTileEnd >= size.m_nHeight)
+    return;
+  const std::int64_t nTileRows = (size.m_nHeight - size.m_nFirstTileEnd - 1) / size.m_nTileHeight + 2;
+  const std::int64_t nTilesOfBand = (nTileRows + nMaxBands - 1) / nMaxBands;
+  const std::int64_t nFirstEnd = size.m_nFirstTileEnd + (nTilesOfBand - 1) * size.m_nTileHeight;
+  if (nFirstEnd >= size.m_nHeight)
+    return;
+  m_nFirstBandEnd = static_cast<int>(nFirstEnd);
+  m_nBandHeight = static_cast<int>(std::min(nTilesOfBand * size.m_nTileHeight, size.m_nHeight));
+}
+
+// What is damaged is saved as a whole only.
+void CJPXDecodeFilter::DecodeBand()
+{
+  m_pImage.Reset();
+  if (m_nFirstBandEnd > 0)
+  {
+    const bool bFirst = m_nRow < m_nFirstBandEnd;
+    const int nBand = bFirst ? 0 : (m_nRow - m_nFirstBandEnd) / m_nBandHeight;
+    m_band.m_nFirst = bFirst ? 0 : m_nFirstBandEnd + nBand * m_nBandHeight;
+    m_band.m_nEnd = bFirst
+                        ? m_nFirstBandEnd
+                        : m_band.m_nFirst + std::min(m_nBandHeight, m_parameters.nHeight - m_band.m_nFirst);
+    m_pImage = CJPXImage::DecodeBand(m_pHeader->m_codestream, m_band);
+    if (HasSize(m_band.m_nEnd - m_band.m_nFirst))
+      return;
+    m_nFirstBandEnd = 0;
+    m_pImage.Reset();
+  }
+  DecodeWhole();
+}
+
+bool CJPXDecodeFilter::HasSize(int nHeight) const
+{
+  return m_pImage && m_pImage->GetWidth() == m_parameters.nWidth && m_pImage->GetHeight() == nHeight;
+}
+
+void CJPXDecodeFilter::DecodeWhole()
+{
+  m_band = {0, m_parameters.nHeight};
   m_pImage = CJPXImage::Decode(m_pHeader->m_codestream, m_pErrorContext);
   m_pHeader->m_codestream = {};
   m_data.RemoveAll();
   m_bDamaged = !m_pImage || m_pImage->HasGap();
-  if (!m_pImage ||
-      (m_pImage->GetWidth() == m_parameters.nWidth && m_pImage->GetHeight() == m_parameters.nHeight))
+  if (!m_pImage || HasSize(m_parameters.nHeight))
     return;
   ReportError(m_pErrorContext, CScopedPtr<IError>(new CJPXError(eJPXInvalidSize)));
   m_pImage.Reset();
@@ -87,16 +130,18 @@ void CJPXDecodeFilter::Decode()
 
 int CJPXDecodeFilter::DecodeBlock(std::span<unsigned char> block)
 {
-  if (!m_bDecoded)
-    Decode();
-  m_bGap = m_bGap || m_bDamaged;
   const auto nRowSize = static_cast<std::size_t>(m_nRowSize);
   std::size_t nDone = 0;
-  for (; m_pImage && m_nRow < m_parameters.nHeight && block.size() - nDone >= nRowSize; ++m_nRow)
+  for (; m_nRow < m_parameters.nHeight && block.size() - nDone >= nRowSize; ++m_nRow)
   {
-    m_pPicture->WriteRow(*m_pImage, m_nRow, block.subspan(nDone, nRowSize));
+    if (m_nRow < m_band.m_nFirst || m_nRow >= m_band.m_nEnd)
+      DecodeBand();
+    if (!m_pImage)
+      break;
+    m_pPicture->WriteRow(*m_pImage, m_nRow - m_band.m_nFirst, block.subspan(nDone, nRowSize));
     nDone += nRowSize;
   }
+  m_bGap = m_bGap || m_bDamaged;
   m_bEnd = !m_pImage || m_nRow == m_parameters.nHeight;
   return static_cast<int>(nDone);
 }

@@ -1,20 +1,22 @@
 #pragma once
 
 #include "base/DecodeFilter.h"
+#include "images/filters/jpx/JPXDecoder.h"
 #include "images/filters/jpx/JPXParameters.h"
 
 namespace BSE
 {
 
-class CJPXImage;
 class CJPXPicture;
 struct TJPXHeader;
+struct TJPXSize;
 
 // Decodes JPEG 2000 images, bare codestreams and those in JP2 and JPX files, to rows of one byte a sample or
-// index. The data is read and its header looked at when the filter is made, and decoded as a whole with the
-// first read. Other depths are scaled to 8 bits, sub-sampled components are repeated, YCC is converted to
-// RGB, and channels of opacity are left out. What is damaged is reported as CJPXError, and what can be saved
-// of it delivered. Delivers whole rows only, nothing where there is no room for one.
+// index. The data is read and its header looked at when the filter is made, and decoded with the first read:
+// a large image in tiles in bands of them, others, and what is damaged, as a whole. Other depths are scaled
+// to 8 bits, sub-sampled components are repeated, YCC is converted to RGB, and channels of opacity are left
+// out. What is damaged is reported as CJPXError, and what can be saved of it delivered. Delivers whole rows
+// only, nothing where there is no room for one.
 class CJPXDecodeFilter final : public CBufferedDecodeFilter
 {
 public:
@@ -52,15 +54,22 @@ protected:
 
 private:
   bool Open();
-  void Decode();
+  void ChooseBands(const TJPXSize& size);
+
+  // Makes the band current that has the next row.
+  void DecodeBand();
+  void DecodeWhole();
+  bool HasSize(int nHeight) const;
 
   CJPXParameters m_parameters;
-  CBasicArray<unsigned char> m_data;  // released once it is decoded
+  CBasicArray<unsigned char> m_data;  // released once it is decoded as a whole
   CScopedPtr<TJPXHeader> m_pHeader;
   CScopedPtr<CJPXPicture> m_pPicture;
   CScopedPtr<CJPXImage> m_pImage;
   std::int64_t m_nRowSize = 0;
-  bool m_bDecoded = false;
+  int m_nFirstBandEnd = 0;  // rows; 0 for an image that is decoded as a whole
+  int m_nBandHeight = 0;    // of all bands but the first
+  TJPXBand m_band;          // that is decoded
   bool m_bDamaged = false;
   int m_nRow = 0;  // delivered
 };

@@ -111,6 +111,18 @@ void CutTileParts(std::span<unsigned char> codestream)
   }
 }
 
+// The area is told on the grid of the codestream, as the image's own is.
+bool SetBand(const TJPXBand& band, opj_codec_t* pCodec, opj_image_t* pImage)
+{
+  const auto nTop = static_cast<std::int64_t>(pImage->y0);
+  constexpr std::int64_t nLimit = 0x7FFFFFFF;
+  if (nTop + band.m_nEnd > nLimit || pImage->x1 > nLimit)
+    return false;
+  return opj_set_decode_area(pCodec, pImage, static_cast<OPJ_INT32>(pImage->x0),
+                             static_cast<OPJ_INT32>(nTop + band.m_nFirst), static_cast<OPJ_INT32>(pImage->x1),
+                             static_cast<OPJ_INT32>(nTop + band.m_nEnd));
+}
+
 }  // namespace
 
 CJPXImage::~CJPXImage()
@@ -118,7 +130,8 @@ CJPXImage::~CJPXImage()
   opj_image_destroy(m_pImage);
 }
 
-bool CJPXImage::Run(std::span<const unsigned char> codestream, bool bStrict, CMessage& szMessage)
+bool CJPXImage::Run(std::span<const unsigned char> codestream, const TJPXBand* pBand, bool bStrict,
+                    CMessage& szMessage)
 {
   opj_image_destroy(m_pImage);
   m_pImage = nullptr;
@@ -134,8 +147,18 @@ bool CJPXImage::Run(std::span<const unsigned char> codestream, bool bStrict, CMe
   opj_set_info_handler(codec.m_pCodec, Ignore, nullptr);
   opj_decoder_set_strict_mode(codec.m_pCodec, bStrict ? OPJ_TRUE : OPJ_FALSE);
   return opj_read_header(stream.m_pStream, codec.m_pCodec, &m_pImage) &&
+         (!pBand || SetBand(*pBand, codec.m_pCodec, m_pImage)) &&
          opj_decode(codec.m_pCodec, stream.m_pStream, m_pImage) &&
          (!bStrict || opj_end_decompress(codec.m_pCodec, stream.m_pStream));
+}
+
+CScopedPtr<CJPXImage> CJPXImage::DecodeBand(std::span<const unsigned char> codestream, const TJPXBand& band)
+{
+  CScopedPtr<CJPXImage> pImage(new CJPXImage);
+  CMessage szMessage = "";
+  if (!pImage->Run(codestream, &band, true, szMessage))
+    pImage.Reset();
+  return pImage;
 }
 
 CScopedPtr<CJPXImage> CJPXImage::Decode(std::span<const unsigned char> codestream,
@@ -143,7 +166,7 @@ CScopedPtr<CJPXImage> CJPXImage::Decode(std::span<const unsigned char> codestrea
 {
   CScopedPtr<CJPXImage> pImage(new CJPXImage);
   CMessage szMessage = "";
-  if (pImage->Run(codestream, true, szMessage))
+  if (pImage->Run(codestream, nullptr, true, szMessage))
     return pImage;
   // The strict mode refuses data of which a part is missing, the other one passes over that in silence.
   CMessage szSecond = "";
@@ -151,7 +174,7 @@ CScopedPtr<CJPXImage> CJPXImage::Decode(std::span<const unsigned char> codestrea
   CBasicArray<unsigned char> copy;
   copy.Append(codestream);
   CutTileParts(copy.GetSpan());
-  const bool bDecoded = pImage->Run(copy.GetSpan(), false, szSecond);
+  const bool bDecoded = pImage->Run(copy.GetSpan(), nullptr, false, szSecond);
   ReportError(pErrorContext,
               CScopedPtr<IError>(new CJPXError(bDecoded ? eJPXTruncated : eJPXInvalidStream, szMessage)));
   bool bAny = false;

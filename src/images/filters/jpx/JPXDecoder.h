@@ -27,7 +27,14 @@ struct TJPXComponent
   bool m_bSigned = false;
 };
 
-// An image as the codec decodes it: the only place that knows OpenJPEG for decoding.
+// Rows of an image, from the first to before the end, counted from its top.
+struct TJPXBand
+{
+  int m_nFirst = 0;
+  int m_nEnd = 0;
+};
+
+// An image, or a band of it, as the codec decodes it: the only place that knows OpenJPEG for decoding.
 class CJPXImage
 {
 public:
@@ -35,6 +42,10 @@ public:
   // rest decoded; null if there is nothing to deliver.
   static CScopedPtr<CJPXImage> Decode(std::span<const unsigned char> codestream,
                                       IErrorContext* pErrorContext);
+
+  // Decodes the tiles alone that have the rows of a band, which the image then is; null, without a report,
+  // where anything is wrong with them.
+  static CScopedPtr<CJPXImage> DecodeBand(std::span<const unsigned char> codestream, const TJPXBand& band);
 
   ~CJPXImage();
   CJPXImage(const CJPXImage&) = delete;
@@ -50,7 +61,8 @@ public:
 
 private:
   CJPXImage() = default;
-  bool Run(std::span<const unsigned char> codestream, bool bStrict, char (&szMessage)[256]);
+  bool Run(std::span<const unsigned char> codestream, const TJPXBand* pBand, bool bStrict,
+           char (&szMessage)[256]);
 
   opj_image* m_pImage = nullptr;
   bool m_bGap = false;

@@ -1,4 +1,5 @@
 #include "images/filters/jpx/JPXEncodeFilter.h"
+#include "images/filters/jpx/JPXError.h"
 
 #include <gtest/gtest.h>
 
@@ -311,6 +312,36 @@ TEST(JPXFilter, RefusesToEncode)
   EXPECT_EQ(pFilter->Write(row, 3), 2);
   EXPECT_FALSE(pFilter->Close());
   EXPECT_EQ(Contents(*pSink), "");
+}
+
+// Large images are coded in tiles, and decoded in bands of them.
+TEST(JPXFilter, DecodesBands)
+{
+  const int nSize = 2100;
+  CJPXParameters parameters = MakeParameters(nSize, nSize, eJPXGray);
+  std::string rows;
+  for (int i = 0; i < nSize * nSize; ++i)
+    rows.push_back(static_cast<char>(GetTestSample(0, i % nSize, i / nSize, 8)));
+  const std::string data = EncodePicture(rows, parameters);
+  CReports reports;
+  const CObjectPtr<CJPXDecodeFilter> pFilter(new CJPXDecodeFilter(MakeSource(data).Get(), {}, &reports));
+  std::string row(nSize, ' ');
+  const auto read = [&]
+  { return pFilter->Read(reinterpret_cast<unsigned char*>(row.data()), nSize) == nSize; };
+  // Back to the first band from the first, the second and the last.
+  for (const int nEnd : {10, 1100, nSize, nSize})
+  {
+    for (int y = 0; y < nEnd; ++y)
+      ASSERT_TRUE(read() && row == rows.substr(static_cast<std::size_t>(y) * nSize, nSize)) << y;
+    ASSERT_TRUE(pFilter->Rewind());
+  }
+  EXPECT_EQ(reports.GetCodes(), CCodes{});
+  // What is missing is told once, and what is there is there.
+  const TPicture cut = DecodePicture(data.substr(0, data.size() * 2 / 3));
+  EXPECT_TRUE(cut.m_bGap);
+  EXPECT_EQ(cut.m_codes, CCodes{CJPXError::GetCodeOf(eJPXTruncated)});
+  ASSERT_EQ(cut.m_rows.size(), rows.size());
+  EXPECT_EQ(cut.m_rows.substr(0, rows.size() / 3), rows.substr(0, rows.size() / 3));
 }
 
 }  // namespace
