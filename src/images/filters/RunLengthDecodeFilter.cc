@@ -28,6 +28,7 @@ bool CRunLengthDecodeFilter::StartRun()
     m_nLeft = 257 - nLength;
     const int nByte = m_pInput->GetByte();
     m_nRepeated = nByte < 0 ? g_nFiller : nByte;
+    m_bGap = m_bGap || nByte < 0;
   }
   return true;
 }
@@ -46,7 +47,10 @@ int CRunLengthDecodeFilter::DecodeBlock(std::span<unsigned char> block)
     unsigned char* pOut = block.data() + nDone;
     std::size_t nRead = 0;
     if (m_nRepeated < 0)
+    {
       nRead = static_cast<std::size_t>(m_pInput->Read(pOut, static_cast<std::int64_t>(nPart)));
+      m_bGap = m_bGap || nRead < nPart;
+    }
     std::memset(pOut + nRead, m_nRepeated < 0 ? g_nFiller : m_nRepeated, nPart - nRead);
     nDone += nPart;
     m_nLeft -= static_cast<int>(nPart);

@@ -148,6 +148,14 @@ TEST(RunLengthFilter, Decodes)
       {"\x00x"s, "x", {}},
   };
   ExpectCases<CRunLengthDecodeFilter>(cases);
+  // What is made up of a run is a gap; that the end byte is missing is none.
+  constexpr std::pair<const char*, bool> ends[] = {{"\x04\x61\x62", true}, {"\xFE", true}, {"\xFEq", false}};
+  for (const auto& [szEncoded, bGap] : ends)
+  {
+    const CObjectPtr<CRunLengthDecodeFilter> pFilter(new CRunLengthDecodeFilter(MakeSource(szEncoded).Get()));
+    ReadPieces(*pFilter, 100);
+    EXPECT_EQ(pFilter->HasGap(), bGap) << szEncoded;
+  }
 }
 
 TEST(RunLengthFilter, EncodesInRuns)
