@@ -34,7 +34,9 @@ public:
 
   bool HasEnded() const { return m_bEnd; }
 
-  // True once data were skipped or missing, which not every decoder reports.
+  // True once data were skipped, missing or made up, reported or not: another reader may see more of it.
+  // Passes leave such pictures as they are, and keep all glyphs of the fonts that such content uses. Data
+  // that ends in good order without its end marker has no gap.
   bool HasGap() const { return m_bGap; }
 
 protected:

@@ -28,6 +28,8 @@ void CASCII85DecodeFilter::ResetState()
 
 void CASCII85DecodeFilter::Report(unsigned nCode)
 {
+  // The groups before a missing end are whole.
+  m_bGap = m_bGap || nCode != g_nASCII85NoEnd || m_nGroupSize > 0;
   if (m_nReports++ < g_nMaxReports)
     ReportError(m_pErrorContext, nCode);
 }

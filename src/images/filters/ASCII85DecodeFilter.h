@@ -9,8 +9,9 @@ namespace BSE
 
 // Decodes base-85 groups up to "~>" (ISO 32000-1, 7.4.3). Characters below 33 are skipped. Reported, without
 // an end to the data: a group above 2^32 - 1 (it counts as all ones), "z" inside a group and other characters
-// (both are skipped), a last group of one character. The source's end before "~" is reported; a group that
-// is open there is dropped. The first g_nMaxReports reports of one stream go out, the rest are silent.
+// (both are skipped), a last group of one character. The source's end before "~" is reported; a group that is
+// open there is dropped. All of them are gaps, but for a missing end without an open group. The first
+// g_nMaxReports reports of one stream go out, the rest are silent.
 class CASCII85DecodeFilter final : public CBufferedDecodeFilter
 {
 public:

@@ -52,7 +52,10 @@ int CASCIIHexDecodeFilter::DecodeBlock(std::span<unsigned char> block)
     if (nDigit == g_nEndMark && m_nPending >= 0)
       block[nDone++] = static_cast<unsigned char>(m_nPending << 4);
     if (nDigit == g_nInvalid)
+    {
+      m_bGap = true;
       ReportError(m_pErrorContext, g_nASCIIHexCharacter);
+    }
     m_bEnd = true;
     break;
   }

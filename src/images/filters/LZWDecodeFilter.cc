@@ -134,6 +134,7 @@ bool CLZWDecodeFilter::DecodeCode()
   const bool bLiteral = nCode < m_nClearCode;
   if (nCode > m_nNextCode || (m_nPrevious < 0 && !bLiteral))
   {
+    m_bGap = true;
     ReportError(m_pErrorContext, g_nLZWCode);
     return false;
   }

@@ -9,7 +9,7 @@ namespace BSE
 // Decodes LZW (ISO 32000-1, 7.4.4; TIFF 6.0, section 13). The first two bytes of the source are looked at
 // when the filter is made: data of old TIFF encoders, which start with a clear code in low-bit-first order,
 // is recognised there and decoded low bit first without early change, whatever the parameters say. An invalid
-// code and a missing end code are reported and end the data.
+// code and a missing end code are reported and end the data; the code is a gap.
 class CLZWDecodeFilter final : public CBufferedDecodeFilter
 {
 public:

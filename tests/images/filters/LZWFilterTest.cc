@@ -110,6 +110,10 @@ TEST(LZWFilter, ReportsDamage)
   EXPECT_EQ(DecodeCodes({g_nClear, 'a', 'b', 260, 'c', g_nEnd}, reports), "ab");
   EXPECT_EQ(DecodeCodes({g_nClear, 258, g_nEnd}, reports), "");
   EXPECT_EQ(reports.GetCodes(), CCodes(2, 0x8030001AU));
+  const CObjectPtr<CLZWDecodeFilter> pFilter(
+      new CLZWDecodeFilter(MakeSource(Pack({g_nClear, 'a', 260, g_nEnd}, false, 1)).Get()));
+  EXPECT_EQ(ReadPieces(*pFilter, 100), "a");
+  EXPECT_TRUE(pFilter->HasGap());
   EXPECT_EQ(DecodeCodes({g_nClear, 'a', 'b'}, reports), "ab");
   EXPECT_EQ(Decode<CLZWDecodeFilter>("", CLZWParameters{}, &reports), "");
   EXPECT_EQ(reports.GetCodes(), (CCodes{0x8030001AU, 0x8030001AU, 0x80300019U, 0x80300019U}));
