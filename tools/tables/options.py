@@ -12,7 +12,7 @@
 | value | what the flag takes: bool, dpi, dpi any (also below 0), range FIRST LAST, name NAMES ALLOWED, set NAMES ALLOWED;
   a function of the command that sets it may follow bool |
 | effect | of the flag: none, content, version; see TEffect |
-| works | no: the help says that the option has no effect yet |
+| works | no: the help says that the option has no effect yet; never: it is kept for callers of old, and its help says so |
 | help, note | for the help of the command, and for the header |
 """
 
@@ -80,7 +80,7 @@ def setting(row):
 
 
 def flag(row):
-    text = row["help"] + ("" if row["works"] == "yes" else " (no effect yet)")
+    text = row["help"] + (" (no effect yet)" if row["works"] == "no" else "")
     group = "g_sz" + row["group"].capitalize()
     return f'{{"{row["flag"]}", {group}, "{text}", TEffect::{row["effect"].capitalize()}, {setting(row)}}},'
 
@@ -90,7 +90,7 @@ def check(table):
         values = [row[column] for row in table if row[column]]
         for value in set(values):
             if values.count(value) > 1:
-                sys.exit(f"{SOURCE}: {value} stands twice")
+                sys.exit(f"{SOURCE}: {value} is there twice")
     for row in table:
         if row["field"] and not re.fullmatch(r"m_[ndb]\w+", row["field"]):
             sys.exit(f"{SOURCE}: {row['field']} is no name of a field")
