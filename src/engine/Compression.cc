@@ -1,8 +1,5 @@
 #include "engine/Compression.h"
 
-#include <bit>
-#include <iterator>
-
 namespace PDF
 {
 
@@ -19,21 +16,6 @@ unsigned GetCompressionFlag(unsigned nCompression)
   default:
     return eCompressionFlagKeep;
   }
-}
-
-unsigned GetCompressionNumber(unsigned nFlags)
-{
-  if (nFlags == 0 || nFlags == eCompressionFlagMRC)
-    return eCompressionUnspecified;
-  if (!std::has_single_bit(nFlags) || nFlags > eCompressionFlagJPEG2000)
-    return eCompressionInvalid;
-  return static_cast<unsigned>(std::countr_zero(nFlags));
-}
-
-unsigned GetTiffCompression(unsigned nCompression)
-{
-  static constexpr unsigned codes[] = {1, 6, 8, 5, 2, 3, 4, 34715, 34712};
-  return nCompression < std::size(codes) ? codes[nCompression] : 0;
 }
 
 }  // namespace PDF

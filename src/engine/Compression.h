@@ -26,12 +26,4 @@ enum TCompressionFlag : unsigned
 // 10, and eCompressionFlagKeep above, where nothing else could reproduce it.
 unsigned GetCompressionFlag(unsigned nCompression);
 
-// The number for a set that holds a single flag: eCompressionUnspecified for the empty set and for
-// eCompressionFlagMRC, eCompressionInvalid for the keep flag, for several flags and for unknown ones.
-unsigned GetCompressionNumber(unsigned nFlags);
-
-// The value of TIFF's Compression tag for a number, by which the image codecs are called; 0 for numbers
-// above 8.
-unsigned GetTiffCompression(unsigned nCompression);
-
 }  // namespace PDF

@@ -51,12 +51,6 @@ bool HasTints(const DOC::IColorSpace* pSpace)
   return pBase && (pBase->GetType() == DOC::eSeparation || pBase->GetType() == DOC::eDeviceN);
 }
 
-unsigned GetCurrentFlag(const CImage& image)
-{
-  const TCompression nCompression = image.GetCompressionType();
-  return nCompression > eCompressionJPEG2000 ? 0 : 1u << nCompression;
-}
-
 }  // namespace
 
 // The work on one image.
@@ -176,7 +170,7 @@ bool CImageOptimizer::CWork::Prepare()
   m_record.m_nOutcome = eImageNotRead;
   if (m_image.GetDecode() == eDecodeOther || !m_image.HasWholeSamples() || !m_owner.IsChargeable(m_image))
     return false;
-  m_nCurrent = GetCurrentFlag(m_image);
+  m_nCurrent = GetCompressionFlag(m_image.GetCompressionType());
   m_bForce = m_options.m_bForceRecompression;
   m_bColorKey = m_object["Mask"].IsArray();
   SaveState(m_inputValue, m_inputPart);

@@ -8,7 +8,6 @@
 #include <string>
 #include <type_traits>
 #include <utility>
-#include <vector>
 
 namespace PDF
 {
@@ -338,26 +337,6 @@ TEST(OptimizerOptions, VersionNeedsTwoNumbers)
   }
   TOptimizerOptions options;
   EXPECT_FALSE(options.SetVersion(nullptr));
-}
-
-TEST(Compression, NumbersFlagsAndTiffCodes)
-{
-  const std::vector<unsigned> flags = {0x001, 0x002, 0x004, 0x008, 0x010, 0x020, 0x040,
-                                       0x080, 0x100, 0x100, 0,     0x400, 0x400};
-  const std::vector<unsigned> tiff = {1, 6, 8, 5, 2, 3, 4, 34715, 34712, 0, 0, 0, 0};
-  for (unsigned nNumber = 0; nNumber < flags.size(); nNumber++)
-  {
-    EXPECT_EQ(GetCompressionFlag(nNumber), flags[nNumber]) << nNumber;
-    EXPECT_EQ(GetTiffCompression(nNumber), tiff[nNumber]) << nNumber;
-    if (nNumber <= eCompressionJPEG2000)
-    {
-      EXPECT_EQ(GetCompressionNumber(flags[nNumber]), nNumber);
-    }
-  }
-  EXPECT_EQ(GetCompressionNumber(0), 10U);
-  EXPECT_EQ(GetCompressionNumber(0x200), 10U);
-  for (unsigned nSet : {0x400U, 0x006U, 0x800U, 0x80000000U})
-    EXPECT_EQ(GetCompressionNumber(nSet), 11U) << nSet;
 }
 
 }  // namespace
