@@ -4,7 +4,7 @@
 #include "base/Limits.h"
 #include "engine/ExtractedFile.h"
 #include "engine/ResourceLister.h"
-#include "fonts/pdf/StatusCodes.h"
+#include "fonts/common/StatusCodes.h"
 
 namespace PDF
 {
@@ -38,7 +38,7 @@ void CFontExtractor::Extract(const CFont& font, const char* szName)
   if (target.HasFault() || (target.GetStream()->Tell() > 0 && !target.Keep()))
     target.ReportFault(stream.Get());
   else if (!bCopied)
-    BSE::ReportLoss(stream.Get(), BSE::MakeError(g_nProgramUnreadable, "font", font.GetBaseName()));
+    BSE::ReportLoss(stream.Get(), BSE::MakeError(FONT::g_nFontUnreadable, "font", font.GetBaseName()));
 }
 
 // False if there is nothing, if data is missing or damaged, or if it cannot be written.

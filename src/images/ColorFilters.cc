@@ -2,6 +2,7 @@
 
 #include "images/SampleRows.h"
 #include "images/StatusCodes.h"
+#include "images/color/StatusCodes.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,7 +1,7 @@
 #include "base/Tracer.h"
 #include "images/FilterRows.h"
 #include "images/ImageDictionary.h"
-#include "images/StatusCodes.h"
+#include "images/color/StatusCodes.h"
 #include "images/filters/DCTDecodeFilter.h"
 #include "images/filters/DCTEncodeFilter.h"
 

@@ -2,7 +2,7 @@
 
 #include "base/Limits.h"
 #include "images/StatusCodes.h"
-#include "images/filters/FilterErrors.h"
+#include "images/filters/StatusCodes.h"
 
 #include <algorithm>
 #include <cstring>
@@ -36,7 +36,7 @@ void CSampleFilter::SetResult(std::int64_t nRowSize, std::int64_t nRows)
     m_nRows = static_cast<int>(nRows);
     return;
   }
-  BSE::ReportError(m_pErrorContext, BSE::MakeError(BSE::g_nImageParameters, "argument", u"Width, Height"));
+  BSE::ReportError(m_pErrorContext, BSE::MakeError(BSE::g_nFilterParameters, "argument", u"Width, Height"));
   m_bLast = m_bEnd = true;
 }
 

@@ -7,6 +7,5 @@ namespace PDF
 
 inline constexpr unsigned g_nSampleLength = 0x80410218U;
 inline constexpr unsigned g_nProhibitedValue = 0x80410609U;
-inline constexpr unsigned g_nInvalidColorSpace = 0x83410617U;
 
 }  // namespace PDF

@@ -1,6 +1,6 @@
 #include "base/ErrorHandler.h"
 #include "images/ImageFilters.h"
-#include "images/StatusCodes.h"
+#include "images/color/StatusCodes.h"
 #include "images/filters/DCTDecodeFilter.h"
 #include "images/filters/jbig2/JBIG2DecodeFilter.h"
 #include "images/filters/jpx/JPXDecodeFilter.h"

@@ -2,7 +2,7 @@
 
 #include "base/MemoryStream.h"
 #include "base/Tracer.h"
-#include "fonts/pdf/StatusCodes.h"
+#include "fonts/common/StatusCodes.h"
 #include "pdf/SimpleObjects.h"
 #include "pdf/StreamObjects.h"
 
@@ -65,7 +65,7 @@ CFontProgram* CFontFile::GetProgram(const char* szFont)
     return m_pProgram.Get();
   if (BSE::CTracer::IsOn())
     BSE::CTracer::Trace("E", "PDF Font", "Couldn't read font program for font %s.", szFont ? szFont : "");
-  BSE::ReportError(m_object.Get(), BSE::MakeError(g_nProgramUnreadable, "font", szFont ? szFont : ""));
+  BSE::ReportError(m_object.Get(), BSE::MakeError(FONT::g_nFontUnreadable, "font", szFont ? szFont : ""));
   return nullptr;
 }
 

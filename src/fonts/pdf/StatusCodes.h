@@ -7,6 +7,5 @@ namespace PDF
 
 inline constexpr unsigned g_nInvalidValue = 0x80410607U;
 inline constexpr unsigned g_nCMapFormat = 0x80410705U;
-inline constexpr unsigned g_nProgramUnreadable = 0x80410701U;
 
 }  // namespace PDF

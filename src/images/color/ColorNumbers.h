@@ -10,11 +10,6 @@
 namespace PDF
 {
 
-// Codes of what is reported here.
-inline constexpr unsigned g_nInvalidFunction = 0x8041031BU;
-inline constexpr unsigned g_nTooManyColorants = 0x8041031CU;
-inline constexpr unsigned g_nUnreadableProfile = 0x83410517U;
-
 using DOC::CColorAccount;
 using DOC::TRange;
 

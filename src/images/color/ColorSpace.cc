@@ -1,6 +1,7 @@
 #include "images/color/ColorSpace.h"
 
 #include "base/Limits.h"
+#include "images/color/StatusCodes.h"
 
 #include <algorithm>
 #include <limits>

@@ -11,9 +11,6 @@ namespace DOC
 
 class IColorSpace;
 
-// Reported where colours come out other than they should, and for what is no colour space.
-inline constexpr unsigned g_nInvalidColorSpace = 0x83410617U;
-
 enum TColorSpaceType
 {
   eDeviceGray = 0,

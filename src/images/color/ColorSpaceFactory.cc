@@ -5,6 +5,7 @@
 #include "images/color/DeviceColorSpaces.h"
 #include "images/color/ICCBasedColorSpace.h"
 #include "images/color/IndexedColorSpace.h"
+#include "images/color/StatusCodes.h"
 #include "images/color/TintColorSpaces.h"
 
 #include <algorithm>

@@ -2,12 +2,11 @@
 
 #include "images/color/ColorNumbers.h"
 #include "images/color/ColorSpace.h"
+#include "images/color/StatusCodes.h"
 #include "pdf/Object.h"
 
 namespace PDF
 {
-
-using DOC::g_nInvalidColorSpace;
 
 // Base of the spaces that are made from an object, on which it keeps a reference.
 class CColorSpace : public DOC::CColorSpace

@@ -1,6 +1,7 @@
 #include "images/color/Function.h"
 
 #include "base/Tracer.h"
+#include "images/color/StatusCodes.h"
 
 #include <algorithm>
 #include <cmath>

@@ -5,6 +5,7 @@
 #include "images/color/PostScriptFunction.h"
 #include "images/color/SampledFunction.h"
 #include "images/color/SimpleFunctions.h"
+#include "images/color/StatusCodes.h"
 
 namespace PDF
 {

@@ -2,6 +2,7 @@
 
 #include "base/Limits.h"
 #include "base/Tracer.h"
+#include "images/color/StatusCodes.h"
 
 namespace PDF
 {

@@ -3,6 +3,7 @@
 #include "base/Checked.h"
 #include "base/Hash.h"
 #include "base/Tracer.h"
+#include "images/color/StatusCodes.h"
 
 #include <algorithm>
 #include <cstdio>

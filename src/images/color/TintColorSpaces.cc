@@ -1,6 +1,7 @@
 #include "images/color/TintColorSpaces.h"
 
 #include "base/Hash.h"
+#include "images/color/StatusCodes.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,6 +1,6 @@
 #include "images/filters/ASCII85DecodeFilter.h"
 
-#include "images/filters/FilterErrors.h"
+#include "images/filters/StatusCodes.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,7 +1,7 @@
 #include "images/filters/ASCIIHexDecodeFilter.h"
 
 #include "images/filters/ByteSearch.h"
-#include "images/filters/FilterErrors.h"
+#include "images/filters/StatusCodes.h"
 
 #include <array>
 

@@ -2,8 +2,8 @@
 
 #include "base/Limits.h"
 #include "images/filters/FaxCodes.h"
-#include "images/filters/FilterErrors.h"
 #include "images/filters/RowSize.h"
+#include "images/filters/StatusCodes.h"
 
 #include <algorithm>
 #include <bit>
@@ -36,7 +36,7 @@ CCCITTFaxDecodeFilter::CCCITTFaxDecodeFilter(IByteStream* pSource, const CCCITTF
 {
   m_bEnd = m_nRowSize == 0;
   if (m_bEnd)
-    ReportError(m_pErrorContext, MakeError(g_nImageParameters, "argument", u"DecodeParms"));
+    ReportError(m_pErrorContext, MakeError(g_nFilterParameters, "argument", u"DecodeParms"));
   ResetState();
 }
 

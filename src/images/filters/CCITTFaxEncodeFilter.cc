@@ -1,7 +1,7 @@
 #include "images/filters/CCITTFaxEncodeFilter.h"
 
-#include "images/filters/FilterErrors.h"
 #include "images/filters/RowSize.h"
+#include "images/filters/StatusCodes.h"
 
 #include <utility>
 
@@ -18,7 +18,7 @@ CCCITTFaxEncodeFilter::CCCITTFaxEncodeFilter(IByteStream* pSink, const CCCITTFax
       m_row(m_above.GetColumns())
 {
   if (m_nRowSize == 0)
-    ReportError(m_pErrorContext, MakeError(g_nImageParameters, "argument", u"DecodeParms"));
+    ReportError(m_pErrorContext, MakeError(g_nFilterParameters, "argument", u"DecodeParms"));
 }
 
 std::int64_t CCCITTFaxEncodeFilter::Write(const unsigned char* pBuffer, std::int64_t n)

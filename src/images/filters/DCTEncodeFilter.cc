@@ -2,8 +2,8 @@
 
 #include "base/Tracer.h"
 #include "images/filters/DCTLibrary.h"
-#include "images/filters/FilterErrors.h"
 #include "images/filters/RowSize.h"
+#include "images/filters/StatusCodes.h"
 
 #include <jerror.h>
 #include <algorithm>
@@ -183,7 +183,7 @@ CDCTEncodeFilter::CDCTEncodeFilter(IByteStream* pSink, const CDCTParameters& par
   if (bSize)
     m_nRowSize = std::int64_t{parameters.nWidth} * GetComponentCount(parameters.nColorSpace);
   if (m_nRowSize == 0)
-    ReportError(m_pErrorContext, MakeError(g_nImageParameters, "argument", u"Width, Height, ColorSpace"));
+    ReportError(m_pErrorContext, MakeError(g_nFilterParameters, "argument", u"Width, Height, ColorSpace"));
 }
 
 CDCTEncodeFilter::~CDCTEncodeFilter()

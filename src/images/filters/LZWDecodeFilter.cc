@@ -1,6 +1,6 @@
 #include "images/filters/LZWDecodeFilter.h"
 
-#include "images/filters/FilterErrors.h"
+#include "images/filters/StatusCodes.h"
 
 #include <algorithm>
 #include <cstring>

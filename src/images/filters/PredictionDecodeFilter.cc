@@ -1,8 +1,8 @@
 #include "images/filters/PredictionDecodeFilter.h"
 
 #include "base/Tracer.h"
-#include "images/filters/FilterErrors.h"
 #include "images/filters/PredictionRow.h"
+#include "images/filters/StatusCodes.h"
 
 #include <algorithm>
 #include <cstring>
@@ -30,7 +30,7 @@ CPredictionDecodeFilter::CPredictionDecodeFilter(IByteStream* pSource,
   if (m_bUsable && m_layout.m_nRowSize == 0 && parameters.Predictor != g_nPredictorNone)
   {
     m_bUsable = false;
-    ReportError(m_pErrorContext, MakeError(g_nPredictionParameters, "argument", u"DecodeParms"));
+    ReportError(m_pErrorContext, MakeError(g_nFilterParameters, "argument", u"DecodeParms"));
   }
 }
 

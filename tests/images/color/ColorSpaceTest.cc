@@ -1,4 +1,5 @@
 #include "images/color/ColorSpaceFactory.h"
+#include "images/color/StatusCodes.h"
 #include "images/color/TintColorSpaces.h"
 #include "tests/images/color/ColorObjects.h"
 #include "tests/images/color/Profiles.h"

@@ -1,4 +1,5 @@
 #include "images/color/FunctionFactory.h"
+#include "images/color/StatusCodes.h"
 #include "tests/images/color/ColorObjects.h"
 
 #include <gtest/gtest.h>

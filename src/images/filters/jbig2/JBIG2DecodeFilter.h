@@ -3,12 +3,10 @@
 #include "base/DecodeFilter.h"
 #include "images/filters/jbig2/JBIG2Decoder.h"
 #include "images/filters/jbig2/JBIG2Parameters.h"
+#include "images/filters/jbig2/StatusCodes.h"
 
 namespace BSE
 {
-
-inline constexpr unsigned g_nJBIG2FatalCode = 0x8A030015U;
-inline constexpr unsigned g_nJBIG2WarningCode = 0x0A038014U;
 
 // What a decoder said, in the property "msg".
 class CJBIG2Error : public CError

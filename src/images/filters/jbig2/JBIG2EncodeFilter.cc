@@ -1,7 +1,7 @@
 #include "images/filters/jbig2/JBIG2EncodeFilter.h"
 
-#include "images/filters/FilterErrors.h"
 #include "images/filters/RowSize.h"
+#include "images/filters/StatusCodes.h"
 #include "images/filters/jbig2/JBIG2Encoder.h"
 
 #include <algorithm>
@@ -31,7 +31,7 @@ CJBIG2EncodeFilter::CJBIG2EncodeFilter(IByteStream* pSink, const CJBIG2Parameter
   if (m_nRowSize > 0 && parameters.nHeight > 0)
     m_pPage = CJBIG2Bitmap::Create(m_run, parameters.nWidth, parameters.nHeight);
   if (!m_pPage)
-    ReportError(m_pErrorContext, MakeError(g_nImageParameters, "argument", u"Width, Height"));
+    ReportError(m_pErrorContext, MakeError(g_nFilterParameters, "argument", u"Width, Height"));
 }
 
 std::int64_t CJBIG2EncodeFilter::Write(const unsigned char* pBuffer, std::int64_t n)

@@ -1,8 +1,8 @@
 #include "images/filters/jpx/JPXEncodeFilter.h"
 
 #include "base/Limits.h"
-#include "images/filters/FilterErrors.h"
 #include "images/filters/RowSize.h"
+#include "images/filters/StatusCodes.h"
 #include "images/filters/jpx/JPXBoxes.h"
 #include "images/filters/jpx/JPXEncoder.h"
 
@@ -53,7 +53,7 @@ CJPXEncodeFilter::CJPXEncodeFilter(IByteStream* pSink, const CJPXParameters& par
 {
   if (m_nRowSize == 0)
     ReportError(m_pErrorContext,
-                MakeError(g_nImageParameters, "argument", u"Width, Height, ColorSpace, BitsPerComponent"));
+                MakeError(g_nFilterParameters, "argument", u"Width, Height, ColorSpace, BitsPerComponent"));
 }
 
 std::int64_t CJPXEncodeFilter::Write(const unsigned char* pBuffer, std::int64_t n)

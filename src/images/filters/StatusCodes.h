@@ -1,9 +1,11 @@
 #pragma once
 
+// Status codes of the filters; the message table of the interface has their texts. The codes of libraries are
+// made of their own statuses where they are reported.
+
 namespace BSE
 {
 
-// Codes of what the filters here report.
 inline constexpr unsigned g_nASCII85Overflow = 0x80300002U;
 inline constexpr unsigned g_nASCII85MisplacedZ = 0x80300003U;
 inline constexpr unsigned g_nASCII85ShortGroup = 0x80300004U;
@@ -17,7 +19,6 @@ inline constexpr unsigned g_nFaxExtension2D = 0x8030000CU;
 inline constexpr unsigned g_nFaxCode2D = 0x8030000DU;
 inline constexpr unsigned g_nLZWNoEnd = 0x80300019U;
 inline constexpr unsigned g_nLZWCode = 0x8030001AU;
-inline constexpr unsigned g_nPredictionParameters = 0x80300052U;
-inline constexpr unsigned g_nImageParameters = 0x80300052U;
+inline constexpr unsigned g_nFilterParameters = 0x80300052U;
 
 }  // namespace BSE
