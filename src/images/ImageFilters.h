@@ -10,7 +10,7 @@ namespace PDF
 // size, depth and colour space; an encoder without it cannot be had.
 //
 // Encoders read Quality of the parameters and take it away. The decoder of JPXDecode adds ColorSpace,
-// BitsPerComponent, Width and Height to the dictionary where it has none, since the data tells them, but
+// BitsPerComponent, Width and Height to the dictionary where it has none, since the data has them, but
 // never to an object of a file that is only read: there, ask the decoder, and MakeJPXColorSpace.
 CFilterTable GetImageFilters();
 

@@ -11,7 +11,8 @@ namespace PDF
 // One stream filter (ISO 32000-1, Table 6): its names and how its decoder and encoder are made from what a
 // stream's dictionary says. The file layer has rows for the filters of bytes; those of pictures are rows of a
 // layer above, and reach it through CFile::SetImageFilters, so that a program without pictures links no
-// codec. A new filter is a file with two such functions, and a row in one of the tables.
+// codec of theirs. Beside its codec a new filter is two such functions and a row: of bytes in the source of
+// this header, of pictures in a file of their own.
 struct TFilterRow
 {
   // pStream owns the data: the image's dictionary for a filter of pictures, and the context of reports; it

@@ -150,7 +150,7 @@ TEST(ImageFilters, RefusesImagesAsGlobals)
   EXPECT_TRUE(file.Create(pTarget.Get(), CString(), true, false));
   CObjectPtr none;
   const std::string encoded = Encode("JBIG2Decode", "\x0F", MakeImage(8, 1, nullptr, 1), none);
-  // The page stands in what is shared, the region in the image's own data.
+  // The page is in what is shared, the region in the image's own data.
   const std::string page = encoded.substr(0, 30);
   const auto decode = [&](const CObjectPtr& globals)
   {
