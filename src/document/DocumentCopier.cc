@@ -6,6 +6,15 @@
 #include "pdf/ArrayObject.h"
 #include "pdf/StandardSecurityHandler.h"
 
+// Pages are copied in their order and let go one by one, so that a save holds one page and what has been
+// shared so far; then the catalogue, with what only it leads to. The page tree is not copied but built anew.
+// A value that pages inherit is copied once, for the node that has it, and becomes an object of its own where
+// several pages refer to it: copied into each page it would multiply the file. For the same reason a page
+// that is listed again gets the entries of its first copy.
+//
+// Threads, outlines and structure are lists and trees whose length a file chooses. They have copiers of their
+// own, which know the links and walk them without recursion; all other values go through the visitor.
+
 namespace PDF
 {
 

@@ -4,6 +4,10 @@
 #include "pdf/DictionaryObject.h"
 #include "pdf/SimpleObjects.h"
 
+// No link is copied: a node gets those that follow from the nodes around it which were kept. So a node can be
+// written as soon as its successor is known, and memory holds the path to it alone, one level for each of its
+// ancestors. A count is the source's own as long as nothing below the node was left out.
+
 namespace PDF
 {
 
