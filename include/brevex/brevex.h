@@ -304,9 +304,10 @@ typedef struct TBrevexImage
   float dResolutionY;
   int64_t nBytesBefore;                         /* of the stream in the input */
   int64_t nBytesAfter;                          /* -1 for data that was encoded only when it was written */
-  int64_t aCandidates[BREVEX_IMAGE_CANDIDATES]; /* bytes of what was tried; -1 for what was not. Of the
-                                                   options that change no sample (Recode, RecompressStreams)
-                                                   only what won is told */
+  int64_t aCandidates[BREVEX_IMAGE_CANDIDATES]; /* bytes of what was tried; -1 for what was not, or was
+                                                   given up on once it was clearly longer than the best. Of
+                                                   the options that change no sample (Recode,
+                                                   RecompressStreams) only what won is told */
 } TBrevexImage;
 
 /* Status codes that callers meet most often. There are more; BrevexGetErrorMessageA gives their texts.

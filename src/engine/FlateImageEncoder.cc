@@ -21,6 +21,9 @@ namespace
 
 constexpr int g_nPredictorEffort = 5;
 
+// All effort hardly ever makes half of what a fast compression does.
+constexpr std::size_t g_nMaxGain = 2;
+
 // What is compressed at once to find out how well that goes.
 constexpr std::size_t g_nPiece = std::size_t{1} << 20;
 
@@ -72,7 +75,8 @@ void PredictRows(std::span<const unsigned char> rows, const BSE::TPredictionLayo
 
 bool CFlateImageEncoder::Encode(CSamples& samples, bool bReduce, std::size_t nLimit)
 {
-  m_nQuickCost = std::numeric_limits<std::size_t>::max();
+  constexpr std::size_t nMost = std::numeric_limits<std::size_t>::max();
+  m_nQuickCost = nLimit < nMost / g_nMaxGain ? nLimit * g_nMaxGain : nMost;
   m_chosen.SetSize(0);
   m_best.SetSize(0);
   if (bReduce)
@@ -80,8 +84,10 @@ bool CFlateImageEncoder::Encode(CSamples& samples, bool bReduce, std::size_t nLi
   else
     TryForm(samples);
   m_predicted.Trim(g_nKept);
+  if (m_chosen.GetSize() == 0)
+    return false;
   const std::size_t nEntries = MeasureEntries(m_parameters, m_form);
-  if (nLimit <= nEntries || m_chosen.GetSize() == 0)
+  if (nLimit <= nEntries)
     return false;
   const std::size_t nRoom = std::min(nLimit - nEntries, m_deflater.GetBound(m_chosen.GetSize()) + 1);
   // With all effort it is hardly ever longer than in the fast try, so that far less room will do.

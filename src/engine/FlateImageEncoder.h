@@ -15,7 +15,8 @@ public:
   explicit CFlateImageEncoder(int nEffort) : m_nEffort(nEffort), m_deflater(nEffort) {}
 
   // The samples may be in another form afterwards. With bReduce other forms are tried. False if nothing takes
-  // less than the limit in the file: data, filter, parameters and colour space.
+  // less than the limit in the file: data, filter, parameters and colour space. What is far beyond it in a
+  // fast compression is not tried with all effort.
   bool Encode(CSamples& samples, bool bReduce, std::size_t nLimit);
 
   // The best, valid until the next call: its data, the parameters of "FlateDecode", which may be null, and

@@ -84,9 +84,10 @@ void TEncodedImage::Apply(CObject& image) const
 }
 
 bool CImageEncoder::Encode(unsigned nFlag, CObject& image, const TImageSamples& samples, bool bReduce,
-                           TEncodedImage& result)
+                           std::int64_t nLimit, TEncodedImage& result)
 {
   bool bEncoded = false;
+  bool bTooLong = false;
   result.m_space.Reset();
   result.m_nBits = 0;
   switch (nFlag)
@@ -98,8 +99,12 @@ bool CImageEncoder::Encode(unsigned nFlag, CObject& image, const TImageSamples& 
     bEncoded = EncodeDCT(image, samples, result);
     break;
   case eCompressionFlagFlate:
-    bEncoded = EncodeFlate(image, samples, bReduce, result);
+  {
+    const TResult outcome = EncodeFlate(image, samples, bReduce, nLimit, result);
+    bEncoded = outcome == TResult::Done;
+    bTooLong = outcome == TResult::TooLong;
     break;
+  }
   case eCompressionFlagLZW:
     bEncoded = RunFilter("LZWDecode", image, {}, samples, result);
     break;
@@ -122,7 +127,7 @@ bool CImageEncoder::Encode(unsigned nFlag, CObject& image, const TImageSamples& 
   default:
     break;
   }
-  if (!bEncoded)
+  if (!bEncoded && !bTooLong)
     BSE::CTracer::Trace("E", "PDF Optimizer", "Failed to encode image.");
   result.m_nFlag = bEncoded ? nFlag : 0;
   return bEncoded;
@@ -156,21 +161,34 @@ bool CImageEncoder::EncodeFax(CObject& image, int nK, const TImageSamples& sampl
                    samples, result);
 }
 
-bool CImageEncoder::EncodeFlate(CObject& image, const TImageSamples& samples, bool bReduce,
-                                TEncodedImage& result)
+CImageEncoder::TResult CImageEncoder::EncodeFlate(CObject& image, const TImageSamples& samples, bool bReduce,
+                                                  std::int64_t nLimit, TEncodedImage& result)
 {
   const auto nSize = static_cast<std::size_t>(samples.m_pData->GetLength());
   const TSampleForm form = {image.GetEntry("ColorSpace"), samples.m_nWidth, samples.m_nHeight,
                             samples.m_nComponents, samples.m_nBits};
-  constexpr std::size_t nKept = std::size_t{4} << 20;
   m_plain.Provide(nSize);
   m_plain.SetSize(nSize);
   if (!form.IsUsable() || !samples.m_pData->Rewind() ||
       samples.m_pData->ReadFully(m_plain.GetRoom().data(), static_cast<std::int64_t>(nSize)) !=
           static_cast<std::int64_t>(nSize) ||
-      !m_samples.Take(form, m_plain) ||
-      !m_flate.Encode(m_samples, bReduce, static_cast<std::size_t>(std::numeric_limits<int>::max())))
-    return false;
+      !m_samples.Take(form, m_plain))
+    return TResult::Failed;
+  // Entries beside the data count as well.
+  constexpr std::int64_t nSlack = 4 << 10;
+  nLimit = std::min<std::int64_t>(nLimit, std::numeric_limits<int>::max() - nSlack) + nSlack;
+  const bool bShort = m_flate.Encode(m_samples, bReduce, static_cast<std::size_t>(nLimit));
+  if (bShort)
+    SetFlate(form, result);
+  constexpr std::size_t nKept = std::size_t{4} << 20;
+  m_flate.Trim();
+  m_samples.Take({}, m_plain);
+  m_plain.Trim(nKept);
+  return bShort ? TResult::Done : TResult::TooLong;
+}
+
+void CImageEncoder::SetFlate(const TSampleForm& form, TEncodedImage& result) const
+{
   result.m_szOuter = nullptr;
   result.m_szFilter = "FlateDecode";
   result.m_parameters = m_flate.GetParameters();
@@ -182,10 +200,6 @@ bool CImageEncoder::EncodeFlate(CObject& image, const TImageSamples& samples, bo
     result.m_space = best.m_space;
     result.m_nBits = best.m_nBits;
   }
-  m_flate.Trim();
-  m_samples.Take({}, m_plain);
-  m_plain.Trim(nKept);
-  return true;
 }
 
 // Deflated, JPEG data with general tables shrink a little more; those with tables of their own hardly do.

@@ -51,13 +51,21 @@ public:
   }
 
   // One TCompressionFlag. The image object says what the encoders have to know, and has the context of their
-  // reports. With bReduce the form of the samples may become another one. False, traced, where there is no
-  // such way for the image.
-  bool Encode(unsigned nFlag, CObject& image, const TImageSamples& samples, bool bReduce,
+  // reports. With bReduce the form of the samples may become another one. False where there is no such way
+  // for the image, which is traced, or it is not shorter than the limit, as far as that shows on the way.
+  bool Encode(unsigned nFlag, CObject& image, const TImageSamples& samples, bool bReduce, std::int64_t nLimit,
               TEncodedImage& result);
 
 private:
-  bool EncodeFlate(CObject& image, const TImageSamples& samples, bool bReduce, TEncodedImage& result);
+  enum class TResult
+  {
+    Failed,
+    TooLong,
+    Done
+  };
+  TResult EncodeFlate(CObject& image, const TImageSamples& samples, bool bReduce, std::int64_t nLimit,
+                      TEncodedImage& result);
+  void SetFlate(const TSampleForm& form, TEncodedImage& result) const;
   bool EncodeDCT(CObject& image, const TImageSamples& samples, TEncodedImage& result);
   bool EncodeFax(CObject& image, int nK, const TImageSamples& samples, TEncodedImage& result);
   bool RunFilter(const char* szFilter, CObject& image, const CObjectPtr& parameters,

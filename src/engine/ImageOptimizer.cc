@@ -332,7 +332,7 @@ void CImageOptimizer::CWork::TryEncoding(unsigned nFlag, const TImageSamples& sa
 {
   TCandidate candidate;
   const bool bReduce = m_options.m_bRecodeSamples && !m_bColorKey && !m_bMatte && !m_image.IsImageMask();
-  if (!m_owner.m_encoder.Encode(nFlag, *m_object, samples, bReduce, candidate.m_encoded))
+  if (!m_owner.m_encoder.Encode(nFlag, *m_object, samples, bReduce, m_nBest, candidate.m_encoded))
     return;
   const std::int64_t nSize = candidate.m_encoded.m_data.GetSize();
   for (int i = 0; i < g_nTriedCompressions; ++i)
