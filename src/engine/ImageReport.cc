@@ -1,5 +1,6 @@
 #include "engine/ImageReport.h"
 
+#include "images/Image.h"
 #include "images/ImageDictionary.h"
 #include "pdf/FilterFactory.h"
 #include "pdf/StreamObjects.h"
@@ -33,27 +34,11 @@ double GetKnown(double dResolution)
 
 TCompression GetCodec(const CObjectPtr& image)
 {
-  struct TRow
-  {
-    const char* m_szName;
-    TCompression m_compression;
-  };
-  constexpr TRow rows[] = {{"DCTDecode", eCompressionJPEG},
-                           {"FlateDecode", eCompressionFlate},
-                           {"LZWDecode", eCompressionLZW},
-                           {"JBIG2Decode", eCompressionJBIG2},
-                           {"JPXDecode", eCompressionJPEG2000}};
   const int nLast = GetFilterCount(image.Get()) - 1;
   if (nLast < 0)
     return image["Filter"] ? eCompressionUnspecified : eCompressionRaw;
-  const CObjectPtr name = GetFilterName(image.Get(), nLast);
-  for (const TRow& row : rows)
-    if (name.IsName(row.m_szName))
-      return row.m_compression;
-  if (!name.IsName("CCITTFaxDecode"))
-    return eCompressionUnspecified;
   const std::int64_t nK = GetIntegerOr(GetFilterParameters(image.Get(), nLast)["K"], 0);
-  return nK < 0 ? eCompressionGroup4 : nK > 0 ? eCompressionGroup3 : eCompressionGroup31D;
+  return GetFilterCompression(GetFilterName(image.Get(), nLast), nK);
 }
 
 void BeginReport(const CObjectPtr& source, CImageReport& report)

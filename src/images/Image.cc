@@ -156,17 +156,31 @@ DOC::IColorSpace* CImage::GetColorSpace()
   return m_pColorSpace.Get();
 }
 
-TCompression CImage::GetCompressionType() const
+TCompression GetFilterCompression(const CObjectPtr& name, std::int64_t nK)
 {
   struct TRow
   {
     const char* m_szName;
+    const char* m_szShort;
     TCompression m_compression;
   };
-  constexpr TRow rows[] = {{"DCTDecode", eCompressionJPEG},    {"DCT", eCompressionJPEG},
-                           {"FlateDecode", eCompressionFlate}, {"Fl", eCompressionFlate},
-                           {"LZWDecode", eCompressionLZW},     {"LZW", eCompressionLZW},
-                           {"JBIG2Decode", eCompressionJBIG2}, {"JPXDecode", eCompressionJPEG2000}};
+  constexpr TRow rows[] = {{"DCTDecode", "DCT", eCompressionJPEG},
+                           {"FlateDecode", "Fl", eCompressionFlate},
+                           {"LZWDecode", "LZW", eCompressionLZW},
+                           {"JBIG2Decode", nullptr, eCompressionJBIG2},
+                           {"JPXDecode", nullptr, eCompressionJPEG2000}};
+  for (const TRow& row : rows)
+  {
+    if (name.IsName(row.m_szName) || (row.m_szShort && name.IsName(row.m_szShort)))
+      return row.m_compression;
+  }
+  if (!name.IsName("CCITTFaxDecode") && !name.IsName("CCF"))
+    return eCompressionUnspecified;
+  return nK < 0 ? eCompressionGroup4 : nK > 0 ? eCompressionGroup3 : eCompressionGroup31D;
+}
+
+TCompression CImage::GetCompressionType() const
+{
   const int nCount = GetFilterCount(m_object.Get());
   if (nCount == 0)
     return m_object["Filter"] ? eCompressionUnspecified : eCompressionRaw;
@@ -178,16 +192,8 @@ TCompression CImage::GetCompressionType() const
                         "DO: fix GetCompressionType semantics");
   if (nCount > 2 || (nCount == 2 && !bArmoured))
     return eCompressionUnspecified;
-  const CObjectPtr name = GetFilterName(m_object.Get(), nCount - 1);
-  for (const TRow& row : rows)
-  {
-    if (name.IsName(row.m_szName))
-      return row.m_compression;
-  }
-  if (!name.IsName("CCITTFaxDecode") && !name.IsName("CCF"))
-    return eCompressionUnspecified;
   const std::int64_t nK = GetIntegerOr(GetFilterParameters(m_object.Get(), nCount - 1)["K"], -1);
-  return nK < 0 ? eCompressionGroup4 : nK > 0 ? eCompressionGroup3 : eCompressionGroup31D;
+  return GetFilterCompression(GetFilterName(m_object.Get(), nCount - 1), nK);
 }
 
 bool CImage::IsBitonal()

@@ -25,6 +25,10 @@ enum TDecode
   eDecodeOther      // samples are as they are stored, and the array stays with them
 };
 
+// What a filter's name, full or short, says of the compression; eCompressionUnspecified for any other. nK is
+// that of its parameters, with the caller's default.
+TCompression GetFilterCompression(const CObjectPtr& name, std::int64_t nK);
+
 // A light view of an image XObject or inline image (ISO 32000-1, 8.9): tells what it is, hands out its
 // samples and replaces them. Copies share the object.
 //
