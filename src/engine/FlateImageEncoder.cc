@@ -24,6 +24,9 @@ constexpr int g_nPredictorEffort = 5;
 // All effort hardly ever makes half of what a fast compression does.
 constexpr std::size_t g_nMaxGain = 2;
 
+// Neighbours hardly ever explain more than that.
+constexpr std::size_t g_nMaxPrediction = 20;
+
 // What is compressed at once to find out how well that goes.
 constexpr std::size_t g_nPiece = std::size_t{1} << 20;
 
@@ -77,6 +80,7 @@ bool CFlateImageEncoder::Encode(CSamples& samples, bool bReduce, std::size_t nLi
 {
   constexpr std::size_t nMost = std::numeric_limits<std::size_t>::max();
   m_nQuickCost = nLimit < nMost / g_nMaxGain ? nLimit * g_nMaxGain : nMost;
+  m_nEstimate = 0;
   m_chosen.SetSize(0);
   m_best.SetSize(0);
   if (bReduce)
@@ -105,6 +109,7 @@ void CFlateImageEncoder::Trim()
 std::size_t CFlateImageEncoder::MeasureQuickly(std::span<const unsigned char> data, std::size_t nLimit)
 {
   std::size_t nSize = 0;
+  const std::size_t nAll = data.size();
   while (!data.empty() && nSize < nLimit)
   {
     const auto piece = data.first(std::min(data.size(), g_nPiece));
@@ -113,6 +118,7 @@ std::size_t CFlateImageEncoder::MeasureQuickly(std::span<const unsigned char> da
     nSize += m_candidate.GetSize();
     data = data.subspan(piece.size());
   }
+  m_nEstimate = nAll > data.size() ? nSize * (nAll / (nAll - data.size())) : 0;
   return nSize;
 }
 
@@ -135,6 +141,8 @@ void CFlateImageEncoder::TryForm(const CSamples& samples)
 {
   const TSampleForm& form = samples.GetForm();
   Try(samples.GetRows(), {}, form);
+  if (m_nEstimate / g_nMaxPrediction > m_nQuickCost)
+    return;
   const BSE::CPredictionParameters prediction = {BSE::g_nPredictorPNGOptimum, form.m_nComponents,
                                                  form.m_nWidth, form.m_nBits};
   const BSE::TPredictionLayout layout = BSE::GetPredictionLayout(prediction);

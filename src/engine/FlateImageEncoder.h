@@ -47,6 +47,7 @@ private:
   CObjectPtr m_parameters;
   TSampleForm m_form;
   std::size_t m_nQuickCost = 0;
+  std::size_t m_nEstimate = 0;  // of the last try, also of one that was given up
 };
 
 }  // namespace PDF
