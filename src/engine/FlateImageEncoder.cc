@@ -27,6 +27,9 @@ constexpr std::size_t g_nMaxGain = 2;
 // Neighbours hardly ever explain more than that.
 constexpr std::size_t g_nMaxPrediction = 20;
 
+// Of a picture as flat as that, matches far apart make most, which a fast compression does not look for.
+constexpr std::size_t g_nFlatRatio = 32;
+
 // What is compressed at once to find out how well that goes.
 constexpr std::size_t g_nPiece = std::size_t{1} << 20;
 
@@ -44,6 +47,12 @@ CObjectPtr MakePrediction(const TSampleForm& form)
   if (form.m_nBits != defaults.BitsPerComponent)
     parameters.AddEntry("BitsPerComponent", new CIntegerObject(form.m_nBits));
   return parameters;
+}
+
+BSE::TPredictionLayout GetLayout(const TSampleForm& form)
+{
+  return BSE::GetPredictionLayout(
+      {BSE::g_nPredictorPNGOptimum, form.m_nComponents, form.m_nWidth, form.m_nBits});
 }
 
 // What the entries of an encoding take in the file.
@@ -87,9 +96,21 @@ bool CFlateImageEncoder::Encode(CSamples& samples, bool bReduce, std::size_t nLi
     TryForms(samples);
   else
     TryForm(samples);
-  m_predicted.Trim(g_nKept);
   if (m_chosen.GetSize() == 0)
     return false;
+  const bool bFlat = m_nQuickCost < samples.GetRows().size() / g_nFlatRatio;
+  bool bEncoded = DeflateChosen(nLimit);
+  if (bFlat && samples.GetForm().m_nBits == m_form.m_nBits &&
+      samples.GetForm().m_nComponents == m_form.m_nComponents)
+    bEncoded =
+        DeflateOther(samples, bEncoded ? m_best.GetSize() + MeasureEntries(m_parameters, m_form) : nLimit) ||
+        bEncoded;
+  m_predicted.Trim(g_nKept);
+  return bEncoded;
+}
+
+bool CFlateImageEncoder::DeflateChosen(std::size_t nLimit)
+{
   const std::size_t nEntries = MeasureEntries(m_parameters, m_form);
   if (nLimit <= nEntries)
     return false;
@@ -97,6 +118,25 @@ bool CFlateImageEncoder::Encode(CSamples& samples, bool bReduce, std::size_t nLi
   // With all effort it is hardly ever longer than in the fast try, so that far less room will do.
   return m_deflater.Deflate(m_chosen.GetSpan(), std::min(nRoom, m_nQuickCost), m_best) ||
          m_deflater.Deflate(m_chosen.GetSpan(), nRoom, m_best);
+}
+
+// The form that was chosen, with predictors if it was without, and the other way round.
+bool CFlateImageEncoder::DeflateOther(const CSamples& samples, std::size_t nLimit)
+{
+  const BSE::TPredictionLayout layout = GetLayout(m_form);
+  const bool bPredict = !m_parameters;
+  if (m_nEffort < g_nPredictorEffort || layout.m_nRowSize <= 0 || m_form.m_nBits < 8)
+    return false;
+  if (bPredict)
+    PredictRows(samples.GetRows(), layout, m_predicted);
+  const CObjectPtr parameters = bPredict ? MakePrediction(m_form) : CObjectPtr();
+  const std::span<const unsigned char> data = bPredict ? m_predicted.GetSpan() : samples.GetRows();
+  const std::size_t nEntries = MeasureEntries(parameters, m_form);
+  if (nLimit <= nEntries || !m_deflater.Deflate(data, nLimit - nEntries, m_candidate))
+    return false;
+  m_best.Swap(m_candidate);
+  m_parameters = parameters;
+  return true;
 }
 
 void CFlateImageEncoder::Trim()
@@ -143,9 +183,7 @@ void CFlateImageEncoder::TryForm(const CSamples& samples)
   Try(samples.GetRows(), {}, form);
   if (m_nEstimate / g_nMaxPrediction > m_nQuickCost)
     return;
-  const BSE::CPredictionParameters prediction = {BSE::g_nPredictorPNGOptimum, form.m_nComponents,
-                                                 form.m_nWidth, form.m_nBits};
-  const BSE::TPredictionLayout layout = BSE::GetPredictionLayout(prediction);
+  const BSE::TPredictionLayout layout = GetLayout(form);
   // Bits of several pixels in a byte follow no neighbour.
   if (m_nEffort < g_nPredictorEffort || layout.m_nRowSize <= 0 || form.m_nBits < 8)
     return;

@@ -34,6 +34,8 @@ private:
 
   std::size_t MeasureQuickly(std::span<const unsigned char> data, std::size_t nLimit);
   void TryForms(CSamples& samples);
+  bool DeflateChosen(std::size_t nLimit);
+  bool DeflateOther(const CSamples& samples, std::size_t nLimit);
   void TryForm(const CSamples& samples);
   void Try(std::span<const unsigned char> data, const CObjectPtr& parameters, const TSampleForm& form);
 

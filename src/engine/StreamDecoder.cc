@@ -10,6 +10,7 @@
 #include "images/filters/LZWDecodeFilter.h"
 #include "images/filters/PredictionRow.h"
 #include "images/filters/RunLengthDecodeFilter.h"
+#include "images/filters/StatusCodes.h"
 #include "pdf/FilterFactory.h"
 #include "pdf/StreamObjects.h"
 
@@ -197,8 +198,12 @@ CStreamDecoder::TResult CStreamDecoder::DecodeFilter(const char* szName, const C
   if (!bFlate && !pFilter)
     return TResult::Damaged;
   const TResult nResult = pFilter ? RunFilter(pFilter.Get()) : Inflate();
-  if (nResult != TResult::Decoded || errors.GetLastCode() != 0)
-    return nResult == TResult::Decoded ? TResult::Damaged : nResult;
+  if (nResult != TResult::Decoded)
+    return nResult;
+  // Some writers of LZW leave the end code out, which loses nothing.
+  const bool bUnended = bLZW && errors.GetLastCode() == BSE::g_nLZWNoEnd;
+  if ((errors.GetLastCode() != 0 && !bUnended) || (pFilter && BSE::HasGap(pFilter.Get())))
+    return TResult::Damaged;
   m_data.Swap(m_next);
   if (!bFlate && !bLZW)
     return TResult::Decoded;

@@ -85,6 +85,29 @@ std::string MakeRows(bool bFiltered)
   return sRows;
 }
 
+// A clear code before every hundred bytes, and no end code.
+std::string MakeUnendedLZW(const std::string& sBytes)
+{
+  std::string sCodes;
+  unsigned nBits = 0;
+  int nCount = 0;
+  const auto add = [&](unsigned nCode)
+  {
+    nBits = nBits << 9 | nCode;
+    for (nCount += 9; nCount >= 8; nCount -= 8)
+      sCodes += static_cast<char>(nBits >> (nCount - 8));
+  };
+  for (size_t i = 0; i < sBytes.size(); ++i)
+  {
+    if (i % 100 == 0)
+      add(256);
+    add(static_cast<unsigned char>(sBytes[i]));
+  }
+  if (nCount > 0)
+    sCodes += static_cast<char>(nBits << (8 - nCount));
+  return sCodes;
+}
+
 TEST(StreamRecompressor, KeepsDataAndTakesTheSmallest)
 {
   const std::string sText = MakeText();
@@ -100,6 +123,7 @@ TEST(StreamRecompressor, KeepsDataAndTakesTheSmallest)
       {"hexadecimal", ToHex(sText), "/Filter /ASCIIHexDecode"},
       {"hexadecimal Flate", ToHex(sFlate), "/Filter [/ASCIIHexDecode /FlateDecode] /DecodeParms [null null]"},
       {"garbage behind", sFlate + "\r\ngarbage", "/Filter /FlateDecode"},
+      {"LZW without an end", MakeUnendedLZW(sText), "/Filter /LZWDecode"},
   };
   for (const auto& c : cases)
     for (const int nEffort : {1, 6, 9})
