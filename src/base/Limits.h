@@ -265,6 +265,10 @@ inline constexpr int g_nMaxGraphDepth = 1000;
 // Bytes of one entry of a file cache, with its key: it is read as a whole.
 inline constexpr std::int64_t g_nMaxCacheEntry = std::int64_t{64} << 20;
 
+// Bytes of a font file outside of documents: the largest that are sold, with all ideographs, have some sixty
+// million.
+inline constexpr std::int64_t g_nMaxFontFile = std::int64_t{256} << 20;
+
 // Bytes of a file of settings, which are held in memory as a whole.
 inline constexpr std::int64_t g_nMaxIniFile = std::int64_t{1} << 20;
 
