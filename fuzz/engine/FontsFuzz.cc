@@ -1,5 +1,6 @@
-// Saves arbitrary bytes as a document with fonts subset, merged, converted, replaced and unembedded, and
-// opens what comes out: the same number of pages, and fonts that are read again.
+// Saves arbitrary bytes as a document with fonts subset, merged, converted, replaced, unembedded and embedded
+// from a font of the machine, and opens what comes out: the same number of pages, and fonts that are read
+// again.
 
 #include "base/BufferedInputStream.h"
 #include "base/ErrorHandler.h"
@@ -25,6 +26,10 @@ void SetOptions(PDF::COptimizer& optimizer, size_t nSize)
   options.m_bMergeEqualObjects = nSize % 7 < 3;
   if (nSize % 6 == 0)
     optimizer.GetFontEdits().Unembed(BSE::CStr8(PDF::CFontEdits::g_szAnyFont));
+  options.m_bConvertToType1 = nSize % 11 == 0;
+  if (nSize % 2 == 0)
+    for (const char* szName : {"Helvetica", "Times-Roman", "Arial", "F", "DejaVu"})
+      optimizer.GetFontEdits().Embed(szName, "/usr/share/fonts/truetype/dejavu/DejaVuSansMono.ttf");
 }
 
 // Reads the fonts of the pages with their programs.

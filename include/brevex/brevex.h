@@ -782,6 +782,17 @@ BREVEX_API int BrevexRenameFontW(TBrevexHandle* pHandle, const TBrevexChar* szNa
 BREVEX_API int BrevexUnembedFontA(TBrevexHandle* pHandle, const char* szName);
 BREVEX_API int BrevexUnembedFontW(TBrevexHandle* pHandle, const TBrevexChar* szName);
 
+/* Embeds a program in the fonts of this name that have none: the one of a file, or for a null or empty file
+ * the one that is most like the font among those that the machine offers (docs/fonts.md). Text keeps its
+ * place and its meaning. A font stays as it is, which the save reports with an error and without failing, if
+ * no program is found (0x83410543), if it cannot be read whole (0x80410701), lacks a glyph that text shows
+ * (0x83410531), or is not allowed to be embedded (0x80410780). Files are TrueType, OpenType, Type 1 and their
+ * collections, and are read in the save. A further request for the same name replaces the file. An addition
+ * of this library's interface. Otherwise as BrevexRenameFontA.
+ */
+BREVEX_API int BrevexEmbedFontA(TBrevexHandle* pHandle, const char* szName, const char* szFile);
+BREVEX_API int BrevexEmbedFontW(TBrevexHandle* pHandle, const TBrevexChar* szName, const TBrevexChar* szFile);
+
 /* ---- Objects and structure
  * --------------------------------------------------------------------------------- */
 

@@ -152,3 +152,29 @@ int BrevexUnembedFontA(TBrevexHandle* pHandle, const char* szName)
                        return BrevexUnembedFontW(pHandle, name.Get());
                      });
 }
+
+// A path that the locale cannot express does not become any font that is like it.
+int BrevexEmbedFontW(TBrevexHandle* pHandle, const TBrevexChar* szName, const TBrevexChar* szFile)
+{
+  return CallQuietly(pHandle, 0,
+                     [&](API::COptimizerHandle& handle) -> int
+                     {
+                       BSE::CStr8 name;
+                       const API::CLocaleArgument file(szFile);
+                       const bool bLost = szFile != nullptr && *szFile != 0 && *file.Get() == 0;
+                       return !bLost && BSE::ConvertText(szName, name) &&
+                              handle.GetOptimizer().GetFontEdits().Embed(name, BSE::CStr8(file.Get()));
+                     });
+}
+
+int BrevexEmbedFontA(TBrevexHandle* pHandle, const char* szName, const char* szFile)
+{
+  return CallQuietly(pHandle, 0,
+                     [&](API::COptimizerHandle& handle) -> int
+                     {
+                       const API::CUtf16Argument wideName(szName);
+                       BSE::CStr8 name;
+                       return BSE::ConvertText(wideName.Get(), name) &&
+                              handle.GetOptimizer().GetFontEdits().Embed(name, BSE::CStr8(szFile));
+                     });
+}

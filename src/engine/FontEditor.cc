@@ -92,6 +92,12 @@ CObjectPtr CFontEditor::NewStream(BSE::IByteStream* pData)
   return object;
 }
 
+void SetName(const CObjectPtr& dictionary, const char* szKey, const char* szName)
+{
+  if (dictionary && !dictionary[szKey].IsName(szName))
+    dictionary.AddEntry(szKey, new CNameObject(szName));
+}
+
 const char* GetPlainName(const CFont& font)
 {
   const char* szName = font.GetBaseName();

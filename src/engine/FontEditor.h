@@ -55,6 +55,12 @@ private:
   CDecodedStreams& m_decoded;
 };
 
+// Entries of a descriptor that have a program, in the order of CFontProgram::GetFontFileKey.
+inline constexpr const char* g_fontFileKeys[] = {"FontFile", "FontFile2", "FontFile3"};
+
+// Makes the entry of a dictionary, which may be null, this name.
+void SetName(const CObjectPtr& dictionary, const char* szKey, const char* szName);
+
 // The font's base name without the prefix of a subset.
 const char* GetPlainName(const CFont& font);
 

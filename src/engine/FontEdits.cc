@@ -24,6 +24,16 @@ bool CFontEdits::Unembed(const BSE::CStr8& name)
   return true;
 }
 
+bool CFontEdits::Embed(const BSE::CStr8& name, const BSE::CStr8& fontFile)
+{
+  CFontEdit* pEdit = FindOrAdd(name);
+  if (!pEdit)
+    return false;
+  pEdit->m_sFontFile = fontFile;
+  pEdit->m_bEmbed = m_bEmbedFonts = true;
+  return true;
+}
+
 const CFontEdit* CFontEdits::Find(const char* szName) const
 {
   const int nLength = BSE::CStr8::Length(szName);

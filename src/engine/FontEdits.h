@@ -13,7 +13,7 @@ class CFontEdit : public BSE::CObject
 public:
   bool IsValid() const override { return true; }
 
-  BSE::CStr8 m_sFontFile;  // path of a program to embed; no function of the interface sets it
+  BSE::CStr8 m_sFontFile;  // path of a program to embed; empty for the nearest one that is installed
   BSE::CStr8 m_sNewName;
   bool m_bEmbed = false;
   bool m_bUnembed = false;
@@ -40,6 +40,7 @@ public:
   // is empty or longer than g_nMaxNameLength, and for an empty new name.
   bool Rename(const BSE::CStr8& name, const BSE::CStr8& newName);
   bool Unembed(const BSE::CStr8& name);
+  bool Embed(const BSE::CStr8& name, const BSE::CStr8& fontFile);
 
   // Null for a name without a record; a null or empty one has none.
   const CFontEdit* Find(const char* szName) const;

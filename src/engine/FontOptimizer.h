@@ -24,24 +24,8 @@ public:
   bool IsClaimLost() const { return m_bClaimLost; }
 
 private:
-  void CollectUses();
-  void PrepareFonts();
-  void Prepare(CFontUse& use);
-  void CorrectDictionaries(CFontUse& use, const CFontProgram& program);
-  void StripWrapper(CFontUse& use);
   void RenameFonts();
-  void WriteBackFonts();
-  void UpdateNames(CFontUse& use);
-  void SimplifyFont(CFont& font);
-  void SimplifyEncoding(CFont& font);
-  void AddWidths(CFont& font);
-  bool IsWorthWriting(CFontFile& file, CFontProgram& program);
-  void WriteProgram(CFontUse& use);
-  void Convert(CFontUse& use);
-  void SetKeys(CFontUse& use);
-  void DropGlyphLists(CFontUse& use);
   void TraceResults();
-  bool NeedsGlyphLists(const CFontUse& use) const;
 
   CFontEditor& m_editor;
   const CFontEdits& m_edits;

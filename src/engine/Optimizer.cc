@@ -70,8 +70,8 @@ bool WorksOnImages(const TOptimizerOptions& options)
 bool WorksOnFonts(const TOptimizerOptions& options, const CFontEdits& edits)
 {
   return options.m_bSubsetFonts || options.m_bMergeEmbeddedFonts || options.m_bMergeFonts ||
-         options.m_bRemoveStandardFonts || options.m_bConvertToCFF || edits.m_bRenameFonts ||
-         edits.m_bUnembedFonts || edits.m_bEmbedFonts;
+         options.m_bRemoveStandardFonts || options.m_bConvertToCFF || options.m_bConvertToType1 ||
+         edits.m_bRenameFonts || edits.m_bUnembedFonts || edits.m_bEmbedFonts;
 }
 
 // The fonts of the input as the copy will have them, without duplicates.

@@ -57,6 +57,8 @@ static const TFunction g_functions[] = {
     NAME(BrevexRenameFontW),
     NAME(BrevexUnembedFontA),
     NAME(BrevexUnembedFontW),
+    NAME(BrevexEmbedFontA),
+    NAME(BrevexEmbedFontW),
 #include "OptionNames.inc"
 };
 

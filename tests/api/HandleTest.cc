@@ -130,6 +130,10 @@ TEST_F(Handle, FontEditsAreKeptUntilTheDocumentIsClosed)
   EXPECT_FALSE(BrevexUnembedFontW(p, std::u16string(129, u'\u00DF').c_str())) << "258 bytes";
   EXPECT_FALSE(BrevexUnembedFontA(p, "a\xFF"));
   EXPECT_FALSE(BrevexUnembedFontA(p, nullptr));
+  EXPECT_TRUE(BrevexEmbedFontW(p, u"Stra\u00DFe", u"file"));
+  EXPECT_TRUE(BrevexEmbedFontA(p, "Weg", nullptr));
+  EXPECT_FALSE(BrevexEmbedFontW(p, u"a", u"\xD800")) << "no path";
+  EXPECT_FALSE(BrevexEmbedFontA(p, nullptr, "file"));
   EXPECT_FALSE(BrevexRenameFontA(p, "Weg", nullptr));
   EXPECT_FALSE(BrevexRenameFontA(nullptr, "a", "b"));
   EXPECT_EQ(saver.GetCode(), 0U);
@@ -139,7 +143,7 @@ TEST_F(Handle, FontEditsAreKeptUntilTheDocumentIsClosed)
   const PDF::CFontEdit* pEdit = edits.Find(
       "Stra\xC3\x9F"
       "e");
-  EXPECT_TRUE(pEdit != nullptr && pEdit->m_bRename && pEdit->m_bUnembed);
+  EXPECT_TRUE(pEdit != nullptr && pEdit->m_bRename && pEdit->m_bUnembed && pEdit->m_bEmbed);
   EXPECT_TRUE(BrevexClose(p));
   EXPECT_EQ(edits.GetCount(), 0);
 }

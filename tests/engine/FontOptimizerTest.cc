@@ -3,9 +3,17 @@
 #include <gtest/gtest.h>
 
 #include "engine/Optimizer.h"
+#include "engine/StatusCodes.h"
+#include "fonts/common/StatusCodes.h"
 #include "fonts/pdf/FontRegistry.h"
 #include "tests/engine/SmallFile.h"
 #include "tests/fonts/common/FontFiles.h"
+#include "tests/support/TempFolder.h"
+
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstdlib>
 
 #include <set>
 
@@ -81,6 +89,31 @@ protected:
                    Ref(m_file.AddStream("BT /F 10 Tf " + sText + " Tj ET", "")) + "/Resources<</Font<</F " +
                    Ref(nFont) + ">>>>" + sEntries);
   }
+  // A file with these bytes that is to be embedded in the fonts of a name.
+  void Embed(const std::string& sName, const CBytes& data)
+  {
+    const auto path = m_folder / (sName + ".font");
+    Support::WriteFile(path, std::string(data.begin(), data.end()));
+    ASSERT_TRUE(m_optimizer.GetFontEdits().Embed(BSE::CStr8(sName.c_str()), BSE::CStr8(path.c_str())));
+  }
+  int AddDescendant(const std::string& sEntries = {})
+  {
+    return m_file.Add(
+        "<</Type/Font/Subtype/CIDFontType0/BaseFont/C/CIDSystemInfo<</Registry(Adobe)/Ordering(Identity)"
+        "/Supplement 0>>" +
+        sEntries + ">>");
+  }
+  int AddComposite(const std::string& sName, int nDescendant, int nText)
+  {
+    return m_file.Add("<</Type/Font/Subtype/Type0/Encoding/Identity-H/BaseFont/" + sName +
+                      "/DescendantFonts[" + Ref(nDescendant) + "]/ToUnicode " + Ref(nText) + ">>");
+  }
+  int AddText(const std::string& sMappings, int nCount)
+  {
+    return m_file.AddStream("1 begincodespacerange <0000> <FFFF> endcodespacerange " +
+                                std::to_string(nCount) + " beginbfchar " + sMappings + " endbfchar",
+                            "");
+  }
   void Save(const std::string& sCatalog = {}, unsigned nReport = 0)
   {
     const BSE::CObjectPtr<BSE::IByteStream> pOutput(new BSE::CMemoryStream);
@@ -104,6 +137,7 @@ protected:
   }
   std::string Name(int nPage = 0) { return Font(nPage)["BaseFont"].GetNameValue(); }
 
+  Support::CTempFolder m_folder;
   CBytes m_trueType;
   CSmallFile m_file;
   BSE::CErrorHandler m_errors;
@@ -243,6 +277,32 @@ TEST_F(FontOptimizer, ConvertsType1)
   EXPECT_EQ(names, (std::set<std::string>{".notdef", "A", "B"}));
 }
 
+// A font by names, two of one program that disagree, and one by CIDs.
+TEST_F(FontOptimizer, ConvertsToType1)
+{
+  m_optimizer.GetOptions().m_bConvertToType1 = true;
+  AddPage("(AB)", AddSimple(AddDescriptor(AddProgram(m_trueType), "DejaVu"), "DejaVu"));
+  const int nShared = AddDescriptor(AddProgram(m_trueType), "DejaVu");
+  AddPage("(A)", AddSimple(nShared, "Shared"));
+  AddPage("(A)", AddSimple(nShared, "Other", "/Encoding<</Differences[65/B]>>"));
+  AddPage("<0026>", AddComposite(AddDescriptor(AddProgram(m_trueType), "DejaVu", 4), "DejaVu"));
+  Save();
+  EXPECT_TRUE(Font()["Subtype"].IsName("Type1"));
+  EXPECT_TRUE(Descriptor()["FontFile2"].IsNull());
+  const PDF::CObjectPtr stream = Descriptor()["FontFile"];
+  EXPECT_EQ(
+      static_cast<std::size_t>(stream["Length1"].GetIntegerValue() + stream["Length2"].GetIntegerValue() +
+                               stream["Length3"].GetIntegerValue()),
+      Program(0, "FontFile").size());
+  const Fonts::CFontFace face(Program(0, "FontFile"));
+  ASSERT_EQ(face.GetGlyphCount(), 3);
+  EXPECT_EQ(face.GetGlyphName(1), "A");
+  Fonts::TGlyph glyph;
+  EXPECT_TRUE(face.GetGlyph(1, false, glyph) && !glyph.m_points.empty());
+  for (const int nPage : {1, 2, 3})
+    EXPECT_TRUE(Descriptor(nPage)["FontFile2"].IsStream()) << nPage;
+}
+
 TEST_F(FontOptimizer, RenamesAndUnembeds)
 {
   const int nProgram = AddProgram(m_trueType);
@@ -295,6 +355,139 @@ TEST_F(FontOptimizer, ReplacesStandardFonts)
   EXPECT_EQ(Name(6), "Times-Roman");
   for (const int nPage : {3, 4, 5})
     EXPECT_TRUE(Descriptor(nPage)["FontFile2"].IsStream()) << nPage;
+}
+
+TEST_F(FontOptimizer, EmbedsInSimpleFonts)
+{
+  Embed("Helvetica", m_trueType);
+  Embed("Odd", m_trueType);
+  AddPage("(A' )", m_file.Add("<</Type/Font/Subtype/Type1/BaseFont/ABCDEF+Helvetica>>"));
+  AddPage("(AB)",
+          m_file.Add("<</Type/Font/Subtype/Type1/BaseFont/Odd/FirstChar 65/Widths[1 2]/Encoding<</Differences"
+                     "[65/alpha/B]>>>>"));
+  AddPage("(A)", m_file.Add("<</Type/Font/Subtype/TrueType/BaseFont/Odd/Encoding/WinAnsiEncoding>>"));
+  Save();
+  const PDF::CObjectPtr differences = Font(0)["Encoding"]["Differences"];
+  ASSERT_EQ(differences.GetSize(), 6);
+  EXPECT_EQ(differences[2].GetIntegerValue(), 39);
+  EXPECT_TRUE(differences[3].IsName("quoteright"));
+  EXPECT_TRUE(Font(0)["Subtype"].IsName("TrueType"));
+  EXPECT_EQ(Font(0)["FirstChar"].GetIntegerValue(), 32);
+  EXPECT_EQ(Font(0)["Widths"][65 - 32].GetIntegerValue(), 667);
+  EXPECT_EQ(Descriptor(0)["Flags"].GetIntegerValue(), 32);
+  EXPECT_EQ(Descriptor(0)["Ascent"].GetIntegerValue(), 928);
+  EXPECT_EQ(Name(0).substr(6), "+Helvetica");
+  EXPECT_LT(Program(0).size(), m_trueType.size() / 10);
+  EXPECT_EQ(GetGlyphs(Program(0), {0x24}), GetGlyphs(m_trueType, {0x24}));
+  EXPECT_TRUE(Font(1)["Encoding"]["Differences"][1].IsName("alpha"));
+  EXPECT_EQ(Font(1)["Widths"][0].GetIntegerValue(), 1);
+  EXPECT_TRUE(Font(2)["Encoding"].IsName("WinAnsiEncoding"));
+  EXPECT_GT(Font(2)["Widths"][0].GetRealValue(), 600);
+}
+
+// Two fonts of one descendant use different CIDs; two CIDs have one character.
+TEST_F(FontOptimizer, EmbedsInCompositeFonts)
+{
+  const CBytes otf = ReadFont(".otf", "NimbusSans-Regular");
+  const int nText = AddText("<0003> <0041> <0009> <0041> <0007> <03A9> <0005> <0416>", 4);
+  for (const std::string& sName : {std::string("T"), std::string("O")})
+  {
+    const int nDescendant = AddDescendant("/W[3[700]]");
+    Embed(sName, sName == "T" || otf.empty() ? m_trueType : otf);
+    AddPage("<00030009>", AddComposite(sName, nDescendant, nText));
+    AddPage("<0005>", AddComposite(sName + "#20", nDescendant, nText));
+  }
+  Save();
+  const PDF::CObjectPtr descendant = Font()["DescendantFonts"][0];
+  EXPECT_TRUE(descendant["Subtype"].IsName("CIDFontType2"));
+  EXPECT_EQ(descendant["W"][1][0].GetIntegerValue(), 700);
+  const std::string sMap = Engine::ReadAll(descendant["CIDToGIDMap"].GetDecodedStream().Get());
+  ASSERT_EQ(sMap.size(), 20U);
+  EXPECT_EQ(sMap.substr(6, 2), std::string("\0\x24", 2));
+  EXPECT_EQ(sMap.substr(18, 2), std::string("\0\x24", 2));
+  EXPECT_EQ(Descriptor(1)["FontFile2"].GetObjNumber(), Descriptor(0)["FontFile2"].GetObjNumber());
+  const int nGlyph = static_cast<unsigned char>(sMap[10]) << 8 | static_cast<unsigned char>(sMap[11]);
+  EXPECT_EQ(GetGlyphs(Program(), {0x24, nGlyph}), GetGlyphs(m_trueType, {0x24, nGlyph}));
+  if (otf.empty())
+    return;
+  const CBytes bare = Program(2, "FontFile3");
+  const BSE::CScopedPtr<PDF::CFontProgram> pProgram =
+      PDF::CFontProgram::Create(Fonts::ToArray(bare), nullptr, true, nullptr);
+  ASSERT_TRUE(pProgram && pProgram->IsCIDKeyed());
+  EXPECT_EQ(pProgram->GetGlyphCount(), 4);
+  for (const int nCID : {3, 5, 9})
+    EXPECT_GT(pProgram->GetGlyphIndexByCID(nCID), 0) << nCID;
+  EXPECT_EQ(pProgram->GetWidth(pProgram->GetGlyphIndexByCID(9)), 667);
+}
+
+// Whatever is wrong with a file, the font stays as it is, which is told.
+TEST_F(FontOptimizer, EmbedsNothingThatDoesNotFit)
+{
+  CBytes restricted = m_trueType;
+  const std::string sTag = "OS/2";
+  const auto entry =
+      std::search(restricted.begin(), restricted.end(), sTag.begin(), sTag.end()) - restricted.begin();
+  const std::size_t nTable = static_cast<std::size_t>(restricted[entry + 9] << 16 |
+                                                      restricted[entry + 10] << 8 | restricted[entry + 11]);
+  restricted[nTable + 9] = 2;
+  const std::pair<CBytes, unsigned> aFiles[] = {
+      {restricted, PDF::g_nFontLicence},
+      {CBytes(m_trueType.begin(), m_trueType.begin() + 100000), FONT::g_nFontUnreadable},
+      {{}, FONT::g_nFontUnreadable}};
+  for (const auto& [data, nCode] : aFiles)
+  {
+    BSE::CErrorHandler errors;
+    PDF::COptimizer optimizer(&errors);
+    const auto path = m_folder / "file";
+    Support::WriteFile(path, std::string(data.begin(), data.end()));
+    optimizer.GetFontEdits().Embed(BSE::CStr8("Helvetica"), BSE::CStr8(path.c_str()));
+    CSmallFile file;
+    const int nFont = file.Add("<</Type/Font/Subtype/Type1/BaseFont/Helvetica>>");
+    file.AddPage("/MediaBox[0 0 9 9]/Contents " + Ref(file.AddStream("BT /F 1 Tf (D) Tj ET", "")) +
+                 "/Resources<</Font<</F " + Ref(nFont) + ">>>>");
+    const BSE::CObjectPtr<BSE::IByteStream> pOutput(new BSE::CMemoryStream);
+    ASSERT_TRUE(optimizer.Open(Engine::MakeStream(file.Build("")).Get(), nullptr));
+    EXPECT_TRUE(optimizer.Save(pOutput.Get(), {}));
+    EXPECT_EQ(errors.GetLastCode(), nCode);
+  }
+  // No glyph, no text, a pipe.
+  Embed("Missing", m_trueType);
+  AddPage("(A)",
+          m_file.Add("<</Type/Font/Subtype/Type1/BaseFont/Missing/Encoding<</Differences[65/a1000]>>>>"));
+  AddPage("<0008>", AddComposite("Missing", AddDescendant(), AddText("<0003> <0041>", 1)));
+  ASSERT_EQ(mkfifo((m_folder / "pipe").c_str(), 0600), 0);
+  m_optimizer.GetFontEdits().Embed(BSE::CStr8("Pipe"), BSE::CStr8((m_folder / "pipe").c_str()));
+  AddPage("(A)", m_file.Add("<</Type/Font/Subtype/Type1/BaseFont/Pipe>>"));
+  Save({}, EINVAL);
+  for (const int nPage : {0, 1, 2})
+    EXPECT_TRUE(Descriptor(nPage).IsNull()) << nPage;
+}
+
+// One that is compiled in, and one that is made of a variable font.
+TEST_F(FontOptimizer, EmbedsTheNearestFont)
+{
+  setenv("HOME", m_folder.GetPath().c_str(), 1);
+  setenv("PDFFONTDIR", "tests/fonts/installed/samples", 1);
+  ASSERT_TRUE(m_optimizer.GetFontEdits().Embed(BSE::CStr8("Any-Bold"), {}));
+  ASSERT_TRUE(m_optimizer.GetFontEdits().Embed(BSE::CStr8("ZapfDingbats"), {}));
+  AddPage("(!4)", m_file.Add("<</Type/Font/Subtype/Type1/BaseFont/ZapfDingbats>>"));
+  AddPage("<00070003>", AddComposite("Any-Bold", AddDescendant(), AddText("<0003> <0041> <0007> <0042>", 2)));
+  AddPage("(BA)", m_file.Add("<</Type/Font/Subtype/Type1/BaseFont/Any-Bold/Encoding/WinAnsiEncoding>>"));
+  Save();
+  EXPECT_TRUE(Font()["Encoding"].IsNull());
+  EXPECT_EQ(Descriptor()["Flags"].GetIntegerValue(), 4);
+  const Fonts::CFontFace face(Program(0, "FontFile"));
+  EXPECT_EQ(face.GetGlyphCount(), 3);
+  EXPECT_EQ(face.GetGlyphName(1), "a1");
+  EXPECT_EQ(Font()["Widths"][0].GetIntegerValue(), 974);
+  const BSE::CScopedPtr<PDF::CFontProgram> pByCID =
+      PDF::CFontProgram::Create(Fonts::ToArray(Program(1, "FontFile3")), nullptr, true, nullptr);
+  ASSERT_TRUE(pByCID && pByCID->IsCIDKeyed());
+  EXPECT_EQ(pByCID->GetWidth(pByCID->GetGlyphIndexByCID(3)), 720)
+      << "three fifths of the way to the heaviest";
+  EXPECT_GT(pByCID->GetGlyphIndexByCID(7), 0);
+  EXPECT_TRUE(Font(2)["Encoding"].IsName("WinAnsiEncoding"));
+  EXPECT_EQ(Fonts::CFontFace(Program(2, "FontFile3")).GetGlyphCount(), 3);
 }
 
 }  // namespace

@@ -40,6 +40,7 @@ TEST(CommandFlags, WrongUse)
       {"--rename-font", "Arial", "large.pdf", "out.pdf"},
       {"--rename-font", "Arial=", "large.pdf", "out.pdf"},
       {"--unembed-font", std::string(257, 'a'), "large.pdf", "out.pdf"},
+      {"--embed-font", "=file.ttf", "large.pdf", "out.pdf"},
       {"--progress", "maybe", "large.pdf", "out.pdf"},
       {"--in-place", "--output-dir", "sub", "large.pdf"},
       {"--password-file", "absent.txt", "large.pdf", "out.pdf"},
@@ -223,9 +224,9 @@ TEST(CommandFlags, EveryFlagIsAccepted)
     }
   }
   EXPECT_GT(arguments.size(), 40U);
-  arguments.insert(arguments.end(),
-                   {"--threshold", "-1", "--color-threshold=-1", "--owner-password", "o", "--rename-font",
-                    "A=B", "--rename-font", "C=D", "--unembed-font", "*", "large.pdf", "out.pdf"});
+  arguments.insert(arguments.end(), {"--threshold", "-1", "--color-threshold=-1", "--owner-password", "o",
+                                     "--rename-font", "A=B", "--rename-font", "C=D", "--unembed-font", "*",
+                                     "--embed-font", "E", "--embed-font", "F=f.ttf", "large.pdf", "out.pdf"});
   const TProcessResult result = folder.Run(arguments);
   EXPECT_EQ(result.nExitCode, 0) << result.sErr;
 }

@@ -157,6 +157,23 @@ void AddFonts(CLI::App& app, TOptimizeOptions& options)
       ->type_name("FONT")
       ->group("Fonts")
       ->allow_extra_args(false);
+  app.add_option_function<std::vector<std::string>>(
+         "--embed-font",
+         [&](const std::vector<std::string>& texts)
+         {
+           for (const std::string& s : texts)
+           {
+             const size_t nEquals = std::min(s.find('='), s.size());
+             options.embeddedFonts.emplace_back(s.substr(0, nEquals),
+                                                nEquals < s.size() ? s.substr(nEquals + 1) : "");
+           }
+           options.bAllowLarger = true;
+         },
+         "Embed the fonts of a name that are not, from a file or the most similar that is installed; may be "
+         "repeated")
+      ->type_name("FONT[=FILE]")
+      ->group("Fonts")
+      ->allow_extra_args(false);
 }
 
 void CheckFonts(const TOptimizeOptions& options)
@@ -169,6 +186,10 @@ void CheckFonts(const TOptimizeOptions& options)
   for (const std::string& sName : options.unembeddedFonts)
   {
     CheckFontName("--unembed-font", sName);
+  }
+  for (const auto& [sName, sFile] : options.embeddedFonts)
+  {
+    CheckFontName("--embed-font", sName);
   }
 }
 

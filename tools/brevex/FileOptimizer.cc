@@ -73,6 +73,18 @@ void SetRequests(const CHandle& handle, const TOptimizeOptions& options)
   {
     BrevexUnembedFontW(handle.Get(), ToUtf16(sName).c_str());
   }
+  for (const auto& [sName, sFile] : options.embeddedFonts)
+  {
+    // A file has the bytes that the system gave it, a name is text.
+    if (IsAscii(sName))
+    {
+      BrevexEmbedFontA(handle.Get(), sName.c_str(), sFile.c_str());
+    }
+    else
+    {
+      BrevexEmbedFontW(handle.Get(), ToUtf16(sName).c_str(), ToUtf16(sFile).c_str());
+    }
+  }
 }
 
 // A text as the narrow functions take it: file names go through them as bytes, passwords as UTF-8 with its

@@ -30,6 +30,7 @@ struct TOptimizeOptions
   std::vector<std::pair<std::string, std::string>> infoEntries;
   std::vector<std::pair<std::string, std::string>> fontNames;  // old and new
   std::vector<std::string> unembeddedFonts;
+  std::vector<std::pair<std::string, std::string>> embeddedFonts;  // and their files, empty for none
   std::optional<std::string> sPassword;
   TEncryptionOptions encryption;
   std::string sColorEngine;

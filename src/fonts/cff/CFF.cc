@@ -53,6 +53,13 @@ int CCFF::AddString(FONT::TName text)
   return FONT::g_nStandardStrings + m_strings.Add(m_store.Add(FONT::GetNameBytes(text)));
 }
 
+FONT::TName CCFF::GetOrdering() const
+{
+  const std::span<const double> ros = m_top.GetValues(CTypes::eROS);
+  return ros.size() == 3 && ros[1] >= 0 && ros[1] <= 0xFFFF ? GetString(static_cast<int>(ros[1]))
+                                                            : FONT::TName();
+}
+
 FONT::TName CCFF::GetText(CTypes::TKey nKey) const
 {
   return m_top.Has(nKey) ? GetString(m_top.GetInteger(nKey)) : FONT::TName();

@@ -75,6 +75,9 @@ public:
   const CIndex& GetGlobalSubrs() const { return m_globalSubrs; }
   TData GetCharString(int nGlyph) const { return m_charStrings[nGlyph]; }
 
+  // The collection of a font by CIDs, "Japan1"; empty for others.
+  FONT::TName GetOrdering() const;
+
   // The text of a key that has one; empty if there is none.
   FONT::TName GetText(CTypes::TKey nKey) const;
 

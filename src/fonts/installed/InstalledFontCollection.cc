@@ -10,6 +10,8 @@
 #include "fonts/installed/InternalFonts.h"
 #include "fonts/pdf/Font.h"
 
+#include <strings.h>
+
 #include <cstdlib>
 #include <cstring>
 
@@ -54,8 +56,19 @@ const CInstalledFont* Lookup(const BSE::CBasicMap& map, const BSE::CStr16& name)
       map.GetValue(map.Lookup(name.GetText(), name.GetSpan().size_bytes())));
 }
 
+bool IsType1(const CInstalledFont& font)
+{
+  const BSE::CFile file(font.m_sFile.GetText());
+  const char* szEnding = file.GetExtension();
+  return strcasecmp(szEnding, "pfb") == 0 || strcasecmp(szEnding, "pfa") == 0;
+}
+
+// The last one counts, but that Type 1 gives way to what has the same glyphs and more.
 void Enter(BSE::CBasicMap& map, const BSE::CStr16& name, CInstalledFont& font)
 {
+  const CInstalledFont* pBefore = Lookup(map, name);
+  if (pBefore && IsType1(font) && !pBefore->IsFromMemory() && !IsType1(*pBefore))
+    return;
   map.SetAt(name.GetText(), name.GetSpan().size_bytes(), &font);
 }
 

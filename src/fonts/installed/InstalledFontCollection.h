@@ -15,9 +15,9 @@ class CFont;
 
 // The catalogue of the fonts that the machine offers, in the order in which they were added, and the search
 // for the one that stands for a font that is not embedded. A font is found by its name, whatever the case of
-// its letters; of fonts of one name the last one, so that a user's own come before those of the system. Fonts
-// stay until the catalogue goes. All operations but LoadProgram may be called from any thread once Load has
-// been.
+// its letters; of fonts of one name the last one, so that a user's own come before those of the system, and
+// Type 1 after other formats. Fonts stay until the catalogue goes. All operations may be called from any
+// thread once Load has been.
 class CInstalledFontCollection
 {
 public:

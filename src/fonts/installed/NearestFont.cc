@@ -62,6 +62,31 @@ constexpr TScriptFont g_scriptFonts[] = {
     {-1, -1, u"NotoSans-Regular"},
     {-1, -1, u"NotoSerif-Regular"}};
 
+// Fonts that were made in the measures of the standard ones, by the names of these.
+struct TClones
+{
+  const char* m_szStandard;
+  const char16_t* m_aNames[3];
+};
+
+constexpr TClones g_clones[] = {
+    {"Courier", {u"NimbusMonoPS-Regular", u"NimbusMonL-Regu", u"LiberationMono"}},
+    {"Courier-Bold", {u"NimbusMonoPS-Bold", u"NimbusMonL-Bold", u"LiberationMono-Bold"}},
+    {"Courier-BoldOblique",
+     {u"NimbusMonoPS-BoldItalic", u"NimbusMonL-BoldObli", u"LiberationMono-BoldItalic"}},
+    {"Courier-Oblique", {u"NimbusMonoPS-Italic", u"NimbusMonL-ReguObli", u"LiberationMono-Italic"}},
+    {"Helvetica", {u"NimbusSans-Regular", u"NimbusSanL-Regu", u"LiberationSans"}},
+    {"Helvetica-Bold", {u"NimbusSans-Bold", u"NimbusSanL-Bold", u"LiberationSans-Bold"}},
+    {"Helvetica-BoldOblique",
+     {u"NimbusSans-BoldItalic", u"NimbusSanL-BoldItal", u"LiberationSans-BoldItalic"}},
+    {"Helvetica-Oblique", {u"NimbusSans-Italic", u"NimbusSanL-ReguItal", u"LiberationSans-Italic"}},
+    {"Symbol", {u"StandardSymbolsPS", u"StandardSymL", nullptr}},
+    {"Times-Bold", {u"NimbusRoman-Bold", u"NimbusRomNo9L-Medi", u"LiberationSerif-Bold"}},
+    {"Times-BoldItalic",
+     {u"NimbusRoman-BoldItalic", u"NimbusRomNo9L-MediItal", u"LiberationSerif-BoldItalic"}},
+    {"Times-Italic", {u"NimbusRoman-Italic", u"NimbusRomNo9L-ReguItal", u"LiberationSerif-Italic"}},
+    {"Times-Roman", {u"NimbusRoman-Regular", u"NimbusRomNo9L-Regu", u"LiberationSerif"}}};
+
 // Japanese fonts with serifs and without.
 constexpr const char16_t* g_japaneseFonts[2][4] = {
     {u"MSPGothic", u"MSMincho", u"NotoSansCJKjp-Regular", u"NotoSerifCJKjp-Regular"},
@@ -99,14 +124,19 @@ const CInstalledFont* CInstalledFontCollection::GetScriptFont(const CFontCharact
   return nullptr;
 }
 
-// By the standard font that its name is one of, or by the name itself.
+// By the standard font that its name is one of, or by the name itself, or else one like the standard font.
 const CInstalledFont* CInstalledFontCollection::FindByName(const CFont& font, const CFontTarget& target) const
 {
   const std::lock_guard guard(m_lock);
-  if (const TStandardFont* pStandard = FindStandardFont(font.GetBaseName()))
-    if (const CInstalledFont* pFound = Find(ToUtf16(pStandard->m_szName).GetText()))
-      return pFound;
-  return Find(target.m_sName.GetText());
+  const TStandardFont* pStandard = FindStandardFont(font.GetBaseName());
+  const CInstalledFont* pFound = pStandard ? Find(ToUtf16(pStandard->m_szName).GetText()) : nullptr;
+  if (!pFound)
+    pFound = Find(target.m_sName.GetText());
+  for (const TClones& clones : g_clones)
+    for (const char16_t* szName : clones.m_aNames)
+      if (!pFound && szName && pStandard && KeyEquals(pStandard->m_szName, clones.m_szStandard))
+        pFound = Find(szName);
+  return pFound;
 }
 
 const CInstalledFont* CInstalledFontCollection::FindMostAlike(const CFont& font,

@@ -180,6 +180,16 @@ bool CFont::FindSymbolic() const
   return !m_object["Encoding"];
 }
 
+void CFont::TakeUse(const CFont& other)
+{
+  m_used = other.m_used;
+  m_numbers = other.m_numbers;
+  m_bAllGlyphsUsed = other.m_bAllGlyphsUsed;
+  m_bDirectUse = other.m_bDirectUse;
+  m_nOptimizeState = other.m_nOptimizeState;
+  m_digest = other.m_digest;
+}
+
 bool CFont::GrowUsedChars(int nCount)
 {
   if (nCount > g_nMaxCharacters)

@@ -2,6 +2,7 @@
 
 #include "base/BasicString.h"
 #include "content/ContentResource.h"
+#include "document/ObjectHasher.h"
 #include "document/Rectangle.h"
 #include "fonts/pdf/CMapEncoding.h"
 #include "fonts/pdf/FontDescriptor.h"
@@ -119,6 +120,13 @@ public:
   // Marks the glyphs that any reader could take for the characters that are used, in the program's table.
   virtual void MarkUsedGlyphs(CFontProgram& program) const = 0;
 
+  // What is known of another one, whose dictionary this is: its use, and where the registry has it.
+  void TakeUse(const CFont& other);
+
+  // Of the dictionary as it was read first, by which the registry finds the font.
+  const TObjectDigest& GetDigest() const { return m_digest; }
+  void SetDigest(const TObjectDigest& digest) { m_digest = digest; }
+
   // The numbers of the objects whose dictionaries equal this one: who changes it has it take their places.
   std::span<const int> GetNumbers() const { return m_numbers.GetSpan(); }
   void AddNumber(int nNumber) { m_numbers.Add(nNumber); }
@@ -152,6 +160,7 @@ protected:
 
 private:
   const CObjectPtr m_origin;  // the registry knows the font by it
+  TObjectDigest m_digest{};
   BSE::CBasicArray<unsigned char> m_used;
   BSE::CBasicArray<int> m_numbers;
   mutable BSE::CObjectPtr<CFontDescriptor> m_pDescriptor;

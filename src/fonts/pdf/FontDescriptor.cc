@@ -69,19 +69,31 @@ CFontProgram* CFontFile::GetProgram(const char* szFont)
   return nullptr;
 }
 
+bool TWrittenProgram::Write(CFontProgram& program, unsigned nUsage)
+{
+  m_pData = new BSE::CMemoryStream;
+  return program.Write(*m_pData, nUsage, m_aLengths) && m_pData->Rewind();
+}
+
 bool CFontFile::WriteProgram(CFontProgram& program, bool bCID, unsigned nUsage, const char* szFilter,
                              const CObjectPtr& target)
 {
-  const BSE::CObjectPtr<BSE::CMemoryStream> pData(new BSE::CMemoryStream);
-  int aLengths[3] = {};
-  if (!program.Write(*pData, nUsage, aLengths) || !pData->Rewind())
+  TWrittenProgram written;
+  if (!written.Write(program, nUsage))
     return false;
+  PutProgram(written, program, bCID, szFilter, target);
+  return true;
+}
+
+void CFontFile::PutProgram(const TWrittenProgram& written, const CFontProgram& program, bool bCID,
+                           const char* szFilter, const CObjectPtr& target)
+{
   const CObjectPtr dictionary = target.GetValueObject();
   dictionary.DeleteEntry("DecodeParms");
   dictionary.AddEntry("Filter", new CNameObject(szFilter));
   for (int i = 0; i < 3; ++i)
-    if (aLengths[i] > 0)
-      dictionary.AddEntry(g_lengthKeys[i], new CIntegerObject(aLengths[i]));
+    if (written.m_aLengths[i] > 0)
+      dictionary.AddEntry(g_lengthKeys[i], new CIntegerObject(written.m_aLengths[i]));
     else
       dictionary.DeleteEntry(g_lengthKeys[i]);
   if (program.IsOpenType())
@@ -90,9 +102,8 @@ bool CFontFile::WriteProgram(CFontProgram& program, bool bCID, unsigned nUsage, 
     dictionary.AddEntry("Subtype", new CNameObject(bCID ? "CIDFontType0C" : "Type1C"));
   else
     dictionary.DeleteEntry("Subtype");
-  target->SetStreamObject(new CStreamObject(pData.Get()));
+  target->SetStreamObject(new CStreamObject(written.m_pData.Get()));
   m_reports.Release(target.Get());
-  return true;
 }
 
 CObjectPtr CFontDescriptor::GetFontFileStream() const

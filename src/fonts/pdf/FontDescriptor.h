@@ -30,6 +30,16 @@ private:
   BSE::CPtrArray<BSE::IError> m_losses;  // owned
 };
 
+// The data of a program as a stream has them.
+struct TWrittenProgram
+{
+  // False if the program cannot be written for this usage.
+  bool Write(CFontProgram& program, unsigned nUsage);
+
+  BSE::CObjectPtr<BSE::IByteStream> m_pData;  // at its beginning
+  int m_aLengths[3] = {};                     // Length1 to Length3, 0 for those that it does not have
+};
+
 // The stream of a font program, which is read when it is asked for.
 class CFontFile : public CSemanticObject
 {
@@ -70,6 +80,10 @@ public:
   // written. What the program has lost by being read is reported with the object.
   bool WriteProgram(CFontProgram& program, bool bCID, unsigned nUsage, const char* szFilter,
                     const CObjectPtr& target);
+
+  // The same for a program that has been written.
+  void PutProgram(const TWrittenProgram& written, const CFontProgram& program, bool bCID,
+                  const char* szFilter, const CObjectPtr& target);
 
   unsigned m_nOptimizeState = 0;  // what passes note of the file
 

@@ -101,6 +101,13 @@ public:
   virtual bool IsValid() const = 0;
   virtual int GetSupplement() const { return -1; }
 
+  // Whether it knows its glyphs by the CIDs of a collection of characters, as "Japan1".
+  virtual bool HasOrdering(const char*) const { return false; }
+
+  // What its maker allows to be done with it (OpenType specification, fsType of OS/2); 0 where it says
+  // nothing.
+  virtual unsigned GetEmbeddingRights() const { return 0; }
+
   // First and last code of the program's own encoding: 255 and 0 if that is empty.
   int GetFirstChar();
   int GetLastChar();

@@ -28,6 +28,8 @@ public:
   int GetGlyphIndexByCID(int nCID) const override { return m_pCFF->GetGlyphIndexByCID(nCID); }
   bool HasGlyph(int nGlyph) const override { return m_pCFF->HasGlyph(nGlyph); }
   int GetWeightClass() const override;
+  bool HasOrdering(const char* szOrdering) const override { return m_pCFF->HasOrdering(szOrdering); }
+  unsigned GetEmbeddingRights() const override { return m_font.GetOS2().m_nFsType; }
   int GetFontFlags() override { return m_pCFF->GetFontFlags(); }
   TFontBox GetFontBBox() override { return m_pCFF->GetFontBBox(); }
   double GetItalicAngle() override { return m_pCFF->GetItalicAngle(); }

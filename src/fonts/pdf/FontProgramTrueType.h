@@ -27,6 +27,7 @@ public:
   int GetGlyphIndexByUnicode(char32_t nCharacter) override;
   bool HasGlyph(int nGlyph) const override { return nGlyph >= 0 && nGlyph < GetGlyphCount(); }
   int GetWeightClass() const override;
+  unsigned GetEmbeddingRights() const override { return m_pFont->GetOS2().m_nFsType; }
   int GetFontFlags() override;
   TFontBox GetFontBBox() override;
   double GetItalicAngle() override;

@@ -34,6 +34,11 @@ int CFontProgramType1C::GetSupplement() const
   return ros.size() == 3 ? static_cast<int>(ros[2]) : -1;
 }
 
+bool CFontProgramType1C::HasOrdering(const char* szOrdering) const
+{
+  return IsCIDKeyed() && FONT::IsSameName(m_font.GetOrdering(), FONT::MakeName(szOrdering));
+}
+
 int CFontProgramType1C::GetGlyphIndexByName(const char* szName)
 {
   return szName && !IsCIDKeyed() ? std::max(0, m_font.FindGlyph(FONT::MakeName(szName))) : 0;

@@ -23,6 +23,7 @@ public:
   bool Read(BSE::CBasicArray<unsigned char>&& data, const char* szName, bool bCheck) override;
   bool IsValid() const override { return m_bValid; }
   int GetSupplement() const override;
+  bool HasOrdering(const char* szOrdering) const override;
   int GetGlyphCount() const override { return m_font.GetGlyphCount(); }
   int GetGlyphIndexByName(const char* szName) override;
   int GetGlyphIndexByCode(unsigned nCode) override

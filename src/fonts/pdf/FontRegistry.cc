@@ -75,6 +75,7 @@ BSE::CObjectPtr<CFont> CFontRegistry::CreateFont(const CObjectPtr& object)
   }
   m_fonts.Add(pFont.Get());
   m_byDigest.SetAt(digest, pFont.Get());
+  pFont->SetDigest(digest);
   if (nNumber > 0)
     AddNumber(*pFont, nNumber);
   else
@@ -89,6 +90,28 @@ void CFontRegistry::AddNumber(CFont& font, int nNumber)
 {
   m_byNumber.SetAt(nNumber, &font);
   font.AddNumber(nNumber);
+}
+
+void CFontRegistry::Renew(std::span<CFont* const> fonts)
+{
+  for (const CFont* pFont : fonts)
+    m_descendants.RemoveKey(GetStandIn(pFont->GetObject()["DescendantFonts"][0]).GetObjNumber());
+  for (CFont* pFont : fonts)
+    if (const BSE::CObjectPtr<CFont> pNew = pFont->HasDirectUse() ? nullptr : MakeFont(pFont->GetObject()))
+    {
+      pNew->TakeUse(*pFont);
+      Replace(*pFont, *pNew);
+    }
+}
+
+// Of fonts that are direct somewhere the dictionaries cannot be changed.
+void CFontRegistry::Replace(CFont& font, CFont& by)
+{
+  const BSE::CObjectPtr<CFont> pHeld(&font);
+  for (const int nNumber : font.GetNumbers())
+    m_byNumber.SetAt(nNumber, &by);
+  m_byDigest.SetAt(font.GetDigest(), &by);
+  m_fonts.SetAt(m_fonts.Find(&font), &by);
 }
 
 // Other readers may show text in it all the same.

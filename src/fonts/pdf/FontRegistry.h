@@ -27,6 +27,10 @@ public:
   // The same for a dictionary that is in no file, and is not among the fonts that were asked for.
   BSE::CObjectPtr<CFont> MakeUnlisted(const CObjectPtr& dictionary) { return MakeFont(dictionary); }
 
+  // Makes fonts anew whose dictionaries have changed, in their places and with what is known of their use;
+  // all together that share a descendant. The old ones go unless they are held.
+  void Renew(std::span<CFont* const> fonts);
+
   // What text without a font is shown in: Helvetica, which is not in the file.
   BSE::CObjectPtr<CFont> GetDefaultFont();
 
@@ -49,6 +53,7 @@ public:
 
 private:
   void AddNumber(CFont& font, int nNumber);
+  void Replace(CFont& font, CFont& by);
   void NoteForeignUse(const CObjectPtr& dictionary);
   CFont* FindFont(const CObjectPtr& dictionary, TObjectDigest& digest) const;
   BSE::CObjectPtr<CFont> MakeFont(const CObjectPtr& dictionary);

@@ -145,7 +145,7 @@ _brevex()
       --no-flatten-signed-fields --remove-standard-fonts --no-remove-standard-fonts
       --remove-non-symbolic-fonts --no-remove-non-symbolic-fonts --subset-fonts --no-subset-fonts
       --merge-embedded-fonts --no-merge-embedded-fonts --convert-to-cff --no-convert-to-cff --rename-font
-      --unembed-font --lenient-opening --no-lenient-opening --remove-redundant-objects
+      --unembed-font --embed-font --lenient-opening --no-lenient-opening --remove-redundant-objects
       --no-remove-redundant-objects --merge-equal --no-merge-equal --recompress-streams
       --no-recompress-streams --effort --recode-jpeg --no-recode-jpeg --recode-bitonal --no-recode-bitonal
       --recode-samples --no-recode-samples --optimize-resources --no-optimize-resources --auto-linearize

@@ -69,6 +69,7 @@ complete -c brevex -l convert-to-cff -d 'Convert Type 1 font programs to the com
 complete -c brevex -l no-convert-to-cff -d 'Convert Type 1 font programs to the compact font format'
 complete -c brevex -l rename-font -x -d 'Give the fonts of a name another one'
 complete -c brevex -l unembed-font -x -d 'Take out the programs of the fonts of a name, * for all'
+complete -c brevex -l embed-font -d 'FONT[=FILE]      Embed the fonts of a name that are not, from a file or the most similar that is installed'
 complete -c brevex -l lenient-opening -d 'Open files without a header, trailer or catalogue where pages are found (the default)'
 complete -c brevex -l no-lenient-opening -d 'Open files without a header, trailer or catalogue where pages are found (the default)'
 complete -c brevex -l remove-redundant-objects -d 'Merge equal objects'
