@@ -2,6 +2,14 @@
 
 #include "base/Random.h"
 
+// A hash index over an array of entries. The entries are in the order of insertion and keep their numbers;
+// the index holds those numbers and is searched by linear probing. It has at least twice as many slots as
+// there are entries, so that every search meets an empty slot. A removed entry keeps its slot, without a key,
+// until the index grows, since keys that were placed after it are found past it. Its number is not given out
+// again: a map whose keys come and go grows with every key that was ever in it, up to RemoveAll.
+//
+// HashKey does not choose the slots. It is fixed and without a secret, and a file could hold any number of
+// keys that collide in it.
 namespace BSE
 {
 
@@ -92,6 +100,7 @@ CBasicMap& CBasicMap::operator=(const CBasicMap& other)
     return *this;
   const auto nSlots = static_cast<std::size_t>(other.m_nCapacity);
   m_pEntries = static_cast<TEntry*>(Allocate(nSlots / 2 * sizeof(TEntry)));
+  // Entries are counted one by one: RemoveAll frees those that are whole if memory runs out here.
   m_nCount = 0;
   m_pIndex = static_cast<int*>(Allocate(nSlots * sizeof(int)));
   std::memcpy(m_pIndex, other.m_pIndex, nSlots * sizeof(int));

@@ -6,6 +6,11 @@
 #include <algorithm>
 #include <cstring>
 
+// m_nPos is the position of the buffer's first byte in the source; the stream's own is what has been taken of
+// the buffer further on. A source that can seek is positioned before each read: it may be shared, and whoever
+// else reads from it moves it. A seek inside the buffer moves a pointer; any other empties the buffer. The
+// end of the data and a failure are those of the last read, and a seek to another position clears them; only
+// HadFailure remembers.
 namespace BSE
 {
 
@@ -170,6 +175,7 @@ bool CBufferedInputStream::Seek(std::int64_t nPos)
       return false;
     return Skip(nPos - Tell()) || !m_bFailed;
   }
+  // The source may have grown since it was asked for its length.
   if (nPos > GetLength())
     m_nLength = m_pSource->GetLength();
   Drop(m_nLength >= 0 ? std::min(nPos, m_nLength) : nPos);

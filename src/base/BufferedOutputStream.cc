@@ -71,7 +71,7 @@ bool CBufferedOutputStream::Fail()
 bool CBufferedOutputStream::WriteToTarget(const unsigned char* pData, std::int64_t n)
 {
   const std::int64_t nStart = GetStart();
-  // A target in memory leaves the slot alone, which may tell what has failed to be read.
+  // A target in memory leaves the slot alone, which may say what could not be read.
   if (!dynamic_cast<CMemoryStream*>(m_pSource.Get()))
     CTLSError::SetSuccess();
   if (!m_pSource || (m_pSource->IsSeekable() && !m_pSource->Seek(nStart)))

@@ -6,8 +6,8 @@ namespace BSE
 {
 
 // The code of a failure to write to a target or to position it, to be asked for at once: what the target has
-// left in the thread's error slot; exhausted memory for one in memory; else 0x80300061. The slot holds the
-// truth if it held success before.
+// left in the thread's error slot; exhausted memory for one in memory; else 0x80300061. The slot is right
+// only if it held success before.
 unsigned GetWriteFailure(IByteStream* pTarget);
 
 // Write-behind buffer on a target. Flush reports failure; the destructor flushes too, but swallows failures.

@@ -37,7 +37,7 @@ public:
   const char* GetFileName() const override { return m_pSource ? m_pSource->GetFileName() : nullptr; }
 
 private:
-  // Reads the source until so many bytes are there or it ends, all of it for a negative end; false if they
+  // Reads the source until that many bytes are there or it ends, all of it for a negative end; false if they
   // are not there then.
   bool FillTo(std::int64_t nEnd);
 

@@ -12,8 +12,8 @@ namespace BSE
 {
 
 // A stream of units TOut, for reading, converted from a source of units TIn. Positions count units of TOut;
-// the source is read ahead. A conversion that fails reports its code once to the error context; what is
-// before is delivered, then Read gives 0 and ReadEx -1 until Rewind.
+// the source is read ahead. A conversion that fails reports its code once to the error context; what comes
+// before it is delivered, then Read gives 0 and ReadEx -1 until Rewind.
 template <class TOut, class TIn>
 class CBasicFilter : public CObject, public IBasicStream<TOut>
 {

@@ -13,7 +13,7 @@ namespace BSE
 class CRC4
 {
 public:
-  // Of 1 to 256 bytes, of which longer keys use the first 256; an empty key leaves the data as it is.
+  // A key of 1 to 256 bytes, or the first 256 of a longer one; an empty key leaves the data as it is.
   explicit CRC4(std::span<const unsigned char> key);
   CRC4(const CRC4&) = default;
   CRC4& operator=(const CRC4&) = default;
@@ -47,8 +47,8 @@ public:
     Wipe(m_decryptKeys, sizeof(m_decryptKeys));
   }
 
-  // Both work on whole blocks, a rest of the input stays untouched. The output holds as many bytes as the
-  // input, and may be the input. The vector becomes that of the block that follows.
+  // Both work on whole blocks; what is left of the input stays untouched. The output holds as many bytes as
+  // the input, and may be the input. The vector becomes that of the block that follows.
   void EncryptChained(std::span<const unsigned char> input, unsigned char* pOutput, TVector& vector) const;
   void DecryptChained(std::span<const unsigned char> input, unsigned char* pOutput, TVector& vector) const;
 

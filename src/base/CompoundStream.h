@@ -7,7 +7,7 @@ namespace BSE
 {
 
 // Several streams one after the other, read forward only: there is no length and no Seek, but Rewind. Each
-// sub-stream is rewound when its turn comes. Elements that are no streams are passed over. Valid unless all
+// sub-stream is rewound when its turn comes. Elements that are not streams are passed over. Valid unless all
 // of its sub-streams are invalid.
 class CCompoundStream : public CObject, public IByteStream
 {

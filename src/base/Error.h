@@ -45,7 +45,7 @@ public:
 
   unsigned GetCode() const { return m_nCode; }
 
-  // Decided by whoever reports, since the same code stands for damage with and without a loss.
+  // Decided by the reporter, since the same code is used for damage with and without a loss.
   TConsequence GetConsequence() const { return m_consequence; }
   void SetConsequence(TConsequence consequence) { m_consequence = consequence; }
 
@@ -126,7 +126,7 @@ private:
 };
 
 // Renders a template; see IError::GetMessage for buffer rules. Marks the properties that it used. A key that
-// no property has, or of more than 20 characters, is copied as it stands.
+// no property has, or of more than 20 characters, is copied as it is.
 int RenderTemplate(const char16_t* szTemplate, CErrorProperties* pProperties, char16_t* pBuffer, int nLength);
 
 // Text of a bare code: errno values by the C library, others by the message table without properties.

@@ -30,8 +30,8 @@ public:
   // Walks the dynamic contexts from the last pushed to the first.
   void OnAddContextInfo(IError& error) override;
 
-  // Hears every error that no suppressor hides, whether it passes the threshold or not, with the properties
-  // of all contexts. The default does nothing.
+  // Sees every error that no suppressor hides, whether it passes the threshold or not, with the properties of
+  // all contexts. The default does nothing.
   virtual void OnNoteError(IError& error);
 
   // What becomes of an error without an observer: an override that keeps it moves it out of the pointer.

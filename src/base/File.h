@@ -9,7 +9,7 @@ namespace BSE
 
 // A path as a value: bytes in the file system's encoding, parts separated by '/'. The operations work on what
 // has that name at the moment. A failure is traced (component "File") and shown by false or -1, with errno
-// left as the system set it; that something does not exist is an answer, and no failure.
+// left as the system set it; that something does not exist is an answer, not a failure.
 class CFile
 {
 public:

@@ -12,6 +12,10 @@
 #include <algorithm>
 #include <cerrno>
 
+// A stream that has its descriptor to itself works at the position that the system keeps for it. Duplicates
+// share the descriptor, and from the first one on that position is no use to any of them: each stream keeps
+// its own and passes it to pread and pwrite. When the last duplicate is gone, the position returns to the
+// descriptor. Closing leaves the descriptor open for as long as duplicates read from it.
 namespace BSE
 {
 
@@ -22,7 +26,7 @@ static_assert(sizeof(off_t) == sizeof(std::int64_t), "files need 64-bit offsets"
 
 constexpr mode_t g_nPermissions = 0664;
 
-// No more than this goes through one call of the system.
+// What Linux transfers at most in one call (read(2), write(2)).
 constexpr std::int64_t g_nMaxCall = 0x7FFFF000;
 
 constexpr int g_nMaxMessage = 256;
@@ -368,6 +372,7 @@ std::int64_t CFileStream::Write(const unsigned char* pBuffer, std::int64_t n)
 void CFileStream::AddDup()
 {
   if (!IsShared())
+    // The first duplicate: from now on this stream keeps a position of its own as well.
     m_nDupPos = std::max<std::int64_t>(Tell(), 0);
   ++m_nDupCount;
 }

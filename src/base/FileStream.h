@@ -23,7 +23,7 @@ enum TFileMode
 
 // A file descriptor. Opening, reading, writing and seeking leave their outcome in the thread's error slot
 // (CTLSError): the error, or code 0. Failures go to the error context as well. A directory opened in any mode
-// but eFileRead is not valid, and the error context hears nothing of it. An empty or null path in a mode
+// but eFileRead is not valid, and nothing is reported to the error context. An empty or null path in a mode
 // without a standard descriptor is not valid either. Only a regular file is seekable; anything else has no
 // position and no length.
 class CFileStream : public CObject, public IByteStream
@@ -31,7 +31,7 @@ class CFileStream : public CObject, public IByteStream
 public:
   CFileStream(const char* szPath, TFileMode nMode, IErrorContext* pErrorContext = nullptr);
 
-  // For a file that others open: not valid before Attach.
+  // For a file that is opened elsewhere: not valid before Attach.
   explicit CFileStream(IErrorContext* pErrorContext);
 
   // Takes over a descriptor for reading and writing, or reports the negated error number of a failure to get
@@ -58,15 +58,16 @@ public:
   bool IsFile() const override { return true; }
   const char* GetFileName() const override { return m_file.GetPath(); }
 
-  // Whether a path leads to the file that is open here, by whatever name. Follows links; false where nobody
-  // can tell.
+  // Whether a path leads to the file that is open here, by whatever name. Follows links; false where that
+  // cannot be found out.
   bool IsOpenOn(const char* szPath) const;
 
   // What the system knows of the open file; false if nothing is open.
   bool GetStatus(struct stat& status) const;
 
-  // Gives the open file the permissions of another one and, where that is allowed, its owner. False, with
-  // errno, only if nobody has been kept out who was before: a file system without modes refuses to set them.
+  // Gives the open file the permissions of another one and, where the system allows it, its owner. False,
+  // with errno, if the permissions could not be set. A file system without permissions refuses to set any,
+  // which is not a failure.
   bool TakeAttributes(const struct stat& status);
 
   // Shares the descriptor; from the first duplicate on, each keeps a position of its own. Starts at the same

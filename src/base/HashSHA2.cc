@@ -94,6 +94,8 @@ struct TWord<std::uint64_t>
   static std::uint64_t Sigma1(std::uint64_t x) { return std::rotr(x, 19) ^ std::rotr(x, 61) ^ (x >> 6); }
 };
 
+// One round. The eight variables a to h stay where they are, and the round's number rotates their roles; Ch
+// and Maj (4.1) are written with one operation less each. The schedule overwrites w in place.
 template <std::size_t i, class W>
 [[gnu::always_inline]] inline void Step(W (&v)[8], W (&w)[16])
 {

@@ -56,6 +56,8 @@ bool FitsLine(TText text)
   return Trim(text).size() == text.size() && std::none_of(text.begin(), text.end(), IsLineEnd);
 }
 
+// Whether a line that begins with the key reads back as one. A byte-order mark before the first key would be
+// taken for the file's.
 bool IsKey(TText key)
 {
   return !key.empty() && FitsLine(key) && Find(key, '=') == key.size() && key[0] != '[' && key[0] != ';' &&

@@ -13,7 +13,7 @@ inline constexpr int g_nMaxNesting = 500;
 // Depth of a page tree that is linearized, which is one of our own; other walks over trees need no limit.
 inline constexpr int g_nMaxTreeDepth = 1000;
 
-// Sections in a chain of Prev: one per incremental update.
+// Sections in a chain of Prev entries: one per incremental update.
 inline constexpr int g_nMaxXRefSections = 10000;
 
 // Highest object number that a scan or a table may bring in. Tables allocate by page of numbers, so one wild
@@ -32,13 +32,13 @@ inline constexpr std::int64_t g_nFreeDecodedSize = std::int64_t{64} << 20;
 // larger ones stay as they are.
 inline constexpr std::int64_t g_nMaxRecodedSize = std::int64_t{64} << 20;
 
-// What the streams that one decoder is given may decode to in all: so many times their encoded size, beyond a
-// free amount. Bombs in bombs need a few hundred bytes each; what is beyond stays as it is.
+// What the streams that one decoder is given may decode to in all: this many times their encoded size, beyond
+// a free amount. Bombs in bombs need a few hundred bytes each; what is beyond stays as it is.
 inline constexpr std::int64_t g_nMaxRecodedRatio = 100;
 inline constexpr std::int64_t g_nFreeRecodedSize = std::int64_t{64} << 20;
 
-// Samples of one image that is encoded anew, and of all images of a file together: so many times its length,
-// beyond a free amount. What is beyond stays as it is.
+// Samples of one image that is encoded anew, and of all images of a file together: this many times its
+// length, beyond a free amount. What is beyond stays as it is.
 inline constexpr std::int64_t g_nMaxImageSamples = std::int64_t{1} << 30;
 #ifdef BREVEX_SMALL_LIMITS
 inline constexpr std::int64_t g_nFreeImageSamples = std::int64_t{1} << 20;
@@ -61,15 +61,16 @@ inline constexpr std::int64_t g_nFreeCachedStreams = std::int64_t{8} << 20;
 inline constexpr std::int64_t g_nMaxCachedStreams = std::int64_t{64} << 20;
 inline constexpr std::int64_t g_nMaxCachedStreamsReread = std::int64_t{256} << 20;
 
-// Bytes of object streams that are decoded for the first time, so many times the file beyond a free amount,
-// and again. Beyond it a file was made to keep its reader busy.
+// Bytes of object streams that are decoded for the first time: this many times the file beyond a free amount.
+// The third is the free amount of those that are decoded again, for which g_nMaxSharedRatio counts. Beyond
+// either a file was made to keep its reader busy.
 inline constexpr std::int64_t g_nMaxStreamRatio = 200;
 inline constexpr std::int64_t g_nFreeStreams = std::int64_t{256} << 20;
 inline constexpr std::int64_t g_nMaxRereadStreams = std::int64_t{1} << 30;
 
 // Objects that were let go and wanted again, from this length on, stay in memory when nobody uses them, up to
-// so many bytes of the file; more once objects had to be read again and again. They keep what they refer to:
-// none but the last stays once all that is loaded reaches the second number.
+// this many bytes of the file; more once objects had to be read again and again. They keep what they refer
+// to: none but the last stays once all that is loaded reaches the second number.
 inline constexpr int g_nMinHeldObject = 256;
 inline constexpr std::int64_t g_nMaxHeldObjects = std::int64_t{2} << 20;
 inline constexpr std::int64_t g_nMaxHeldLoaded = std::int64_t{8} << 20;
@@ -77,7 +78,7 @@ inline constexpr std::int64_t g_nMaxHeldReread = std::int64_t{16} << 20;
 inline constexpr std::int64_t g_nMaxHeldLoadedReread = std::int64_t{64} << 20;
 inline constexpr std::int64_t g_nRereadObjects = std::int64_t{32} << 20;
 
-// Elements and entries of one object in an object stream, and of all together, so many for each byte of the
+// Elements and entries of one object in an object stream, and of all together: this many for each byte of the
 // file beyond a free number. Flate makes a thousand bytes of one, and each two of them may be a value that
 // takes eighty in memory. Honest objects are small, and honest data hardly makes more than two of a byte.
 inline constexpr std::int64_t g_nMaxObjectValueRatio = 4;
@@ -89,14 +90,14 @@ inline constexpr std::int64_t g_nFreeAllValues = 8000000;
 inline constexpr std::int64_t g_nMaxValueRatio = 4;
 inline constexpr std::int64_t g_nFreeValues = std::int64_t{16} << 20;
 
-// Work on bytes that objects share where each should have its own: so many times the file, beyond a free
+// Work on bytes that objects share where each should have its own: this many times the file, beyond a free
 // amount. Parsed for values that are not short, after the first time; copied as stream data, each stream once
 // in a save, and read to be compared, each a few times.
 inline constexpr std::int64_t g_nMaxSharedRatio = 16;
 inline constexpr std::int64_t g_nFreeParsedSize = std::int64_t{256} << 20;
 inline constexpr std::int64_t g_nFreeCopiedSize = std::int64_t{64} << 20;
 
-// Whether work is more than so many times its cause, beyond a free amount.
+// Whether work is more than a number of times its cause, beyond a free amount.
 constexpr bool IsOutOfProportion(std::int64_t nWork, std::int64_t nFree, std::int64_t nRatio,
                                  std::int64_t nCause)
 {
@@ -130,8 +131,9 @@ inline constexpr std::int64_t g_nJBIG2WorkRatio = 1024;
 inline constexpr std::int64_t g_nFreeDCTMemory = std::int64_t{128} << 20;
 inline constexpr std::int64_t g_nMaxDCTMemory = std::int64_t{2} << 30;
 
-// Blocks of 64 coefficients that the scans of one image visit, so many for each byte. A blank image takes
-// some 80 of a byte with ten scans; hostile data has a scan of tens of thousands of blocks in some ten bytes.
+// Blocks of 64 coefficients that the scans of one image visit, this many for each byte. A blank image takes
+// some 80 for each byte with ten scans; hostile data has a scan of tens of thousands of blocks in some ten
+// bytes.
 inline constexpr std::int64_t g_nFreeDCTWork = std::int64_t{1} << 26;
 inline constexpr std::int64_t g_nDCTWorkRatio = 256;
 
@@ -139,7 +141,7 @@ inline constexpr std::int64_t g_nDCTWorkRatio = 256;
 inline constexpr std::int64_t g_nMaxRecodedDCT = std::int64_t{96} << 20;
 
 // What the functions, colour spaces and profiles of one document may cost, all together: work in units of
-// about one arithmetic operation, a nanosecond, and memory in bytes, so much beyond a free amount for each
+// about one arithmetic operation, a nanosecond, and memory in bytes, this much beyond a free amount for each
 // byte of the file. A photograph in inks that have a function of 200 operations costs a few hundred units for
 // each byte of its data; a profile is decoded once.
 #ifdef BREVEX_SMALL_LIMITS
@@ -195,17 +197,17 @@ inline constexpr int g_nMaxCMapSubtables = 8;
 inline constexpr int g_nMaxCMapSubtables = 64;
 #endif
 
-// Glyph data that is put together anew because loca is damaged: so many times what there is, beyond a free
+// Glyph data that is put together anew because loca is damaged: this many times what there is, beyond a free
 // amount, since glyphs may share some of it.
 inline constexpr std::int64_t g_nFreeRecoveredGlyphs = std::int64_t{64} << 10;
 inline constexpr std::int64_t g_nRecoveredGlyphsRatio = 4;
 
-// Points and components of all outlines of one font, each glyph counted once, so many for each byte beyond a
-// free number: a composite of twenty bytes has at most some hundred points in real fonts.
+// Points and components of all outlines of one font, each glyph counted once: this many for each byte beyond
+// a free number; a composite of twenty bytes has at most some hundred points in real fonts.
 inline constexpr std::int64_t g_nFreeOutlineWork = std::int64_t{1} << 22;
 inline constexpr std::int64_t g_nOutlineWorkRatio = 64;
 
-// Steps and values of the program of one Type 1 font, so many for each byte beyond a free number. Fonts run
+// Steps and values of the program of one Type 1 font: this many for each byte beyond a free number. Fonts run
 // through their text once, and fill their encoding in a loop.
 inline constexpr std::int64_t g_nFreePostScript = 100000;
 inline constexpr std::int64_t g_nPostScriptRatio = 4;
@@ -214,11 +216,11 @@ inline constexpr std::int64_t g_nPostScriptRatio = 4;
 // largest glyphs of real fonts have some ten thousand.
 inline constexpr std::int64_t g_nMaxGlyphSteps = std::int64_t{1} << 20;
 
-// So many of them are free each time: what few glyphs of real fonts exceed costs nothing, however often they
-// are drawn.
+// This many of them are free each time: what few glyphs of real fonts exceed costs nothing, however often
+// they are drawn.
 inline constexpr std::int64_t g_nFreeGlyphSteps = 1024;
-// Bytes of programs and CMaps and elements of arrays that are read for the fonts of one document, so many
-// times the file beyond a free amount: what fonts share is read once, and a sound file decodes to some ten
+// Bytes of programs and CMaps and elements of arrays that are read for the fonts of one document: this many
+// times the file beyond a free amount; what fonts share is read once, and a sound file decodes to some ten
 // times its length.
 #ifdef BREVEX_SMALL_LIMITS
 inline constexpr std::int64_t g_nFreeFontWork = std::int64_t{1} << 22;
@@ -229,9 +231,9 @@ inline constexpr std::int64_t g_nFontWorkRatio = 200;
 
 inline constexpr int g_nMaxFormNesting = 64;
 
-// Bytes of content that are parsed for one document, so many for each byte of the file beyond a free amount:
-// a second's work. Honest content is some ten times its file, and a map draws a symbol for each ten bytes.
-// Where a form begins, and a part of a page's content, it costs as much as so many bytes.
+// Bytes of content that are parsed for one document: this many for each byte of the file beyond a free
+// amount, a second's work. Honest content is some ten times its file, and a map draws a symbol for each ten
+// bytes. The beginning of a form, or of a part of a page's content, costs as much as this many bytes.
 #ifdef BREVEX_SMALL_LIMITS
 inline constexpr std::int64_t g_nFreeContentWork = std::int64_t{1} << 22;
 #else

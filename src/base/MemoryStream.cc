@@ -80,6 +80,7 @@ struct CMemoryStream::TBlocks
       if (pBlock)
         continue;
       const auto nLength = static_cast<std::size_t>(GetBlockLength(nBlock));
+      // A block that begins below the size was a gap up to now, and gaps read as zeros.
       const bool bClear = GetBlockStart(nBlock) < m_nSize;
       pBlock = static_cast<unsigned char*>(bClear ? std::calloc(nLength, 1) : std::malloc(nLength));
       if (!pBlock)
@@ -108,6 +109,7 @@ struct CMemoryStream::TBlocks
       if (place.m_nBlock >= m_pBlocks.GetSize())
         break;
       const std::int64_t n = std::min(nLength - m_nSize, place.m_nRoom);
+      // Allocated memory after the size is not defined, and what has been cut off may be in it.
       if (unsigned char* pBlock = m_pBlocks[place.m_nBlock])
         std::memset(pBlock + place.m_nOffset, 0, static_cast<std::size_t>(n));
       m_nSize += n;

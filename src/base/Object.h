@@ -23,9 +23,9 @@ protected:
   virtual ~IObject() = default;
 };
 
-// Plain counted object, for one thread. The count starts at 0: creation is no reference, the first CObjectPtr
-// makes it 1. An object on the stack or inside another one stays at 0 and is never deleted by Release as long
-// as nobody takes and drops a reference. Memory comes from malloc; exhausted memory is thrown
+// Plain counted object, for one thread. The count starts at 0: creation is not a reference, the first
+// CObjectPtr makes it 1. An object on the stack or inside another one stays at 0 and is never deleted by
+// Release as long as nobody takes and drops a reference. Memory comes from malloc; exhausted memory is thrown
 // (ThrowOutOfMemory).
 class CObject : public virtual IObject
 {

@@ -5,10 +5,10 @@
 namespace BSE
 {
 
-// A new file that takes the name of another one once it is complete. It is created exclusively beside it,
-// under the name with ".tmp" at its end, which is never one that exists: whatever has that name, even a link,
-// is no file of ours. Folder and file are opened once, and everything is done with their descriptors. Removed
-// unless it is committed.
+// A new file that takes the name of another one once it is complete. It is created exclusively next to it,
+// under the name with ".tmp" at its end, which is never one that exists: whatever has that name already, even
+// a link, is not ours. Folder and file are opened once, and everything is done with their descriptors.
+// Removed unless it is committed.
 class CReplacementFile
 {
 public:

@@ -141,7 +141,8 @@ bool IStreamBase<T>::ReadToArray(CBasicArray<T>& array, std::int64_t nMax)
       std::min<std::int64_t>(nMax, std::numeric_limits<int>::max() - std::int64_t{array.GetSize()});
   while (true)
   {
-    // One unit more than the limit allows, so that a stream of exactly the limit is told from a longer one.
+    // One unit more than the limit allows, so that a stream of exactly the limit can be told from a longer
+    // one.
     const std::int64_t nRead =
         ReadEx(scratch.GetData(), nLeft < nBlock ? std::max<std::int64_t>(nLeft, 0) + 1 : nBlock);
     if (nRead == 0)

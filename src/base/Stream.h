@@ -38,7 +38,7 @@ public:
 
   virtual int GetBlockSize() const { return g_nDefaultBlockSize; }
 
-  // Units read: fewer than asked for is no failure; 0 at the end and on failure.
+  // Units read: fewer than asked for is not a failure; 0 at the end and on failure.
   virtual std::int64_t Read(T* pBuffer, std::int64_t n) = 0;
 
   // As Read, but -1 on failure.

@@ -17,7 +17,7 @@ namespace
 constexpr int g_nMaxMessage = 512;
 constexpr char g_szSeverities[] = "IWE";
 
-// Longest printf conversion that is honoured; a longer one is copied as it stands.
+// Longest printf conversion that is honoured; a longer one is copied as it is.
 constexpr int g_nMaxConversion = 16;
 constexpr int g_nMaxNumber = 64;
 

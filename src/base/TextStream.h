@@ -63,7 +63,7 @@ public:
                              IErrorContext* pErrorContext = nullptr);
   ~CTextOutputStream() override;
 
-  // All or nothing went; a null text is empty.
+  // True if all of it was written; a null text is empty.
   bool WriteText(const char* szUtf8);
   bool WriteText(const char16_t* szText);
 

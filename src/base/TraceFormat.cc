@@ -7,6 +7,9 @@
 #include <cstdio>
 #include <cstring>
 
+// The format is parsed here, and the C library prints one value at a time, widened to the largest type of its
+// kind. No conversion reaches it that is not in the header's list, above all not %n, and it never sees the
+// argument list.
 namespace BSE
 {
 
@@ -37,6 +40,8 @@ struct TConversion
 
 constexpr char g_szFlags[] = "-+ #0";
 
+// In a structure, since va_list may be an array type: as a parameter of its own it would be passed by
+// pointer.
 struct TArguments
 {
   va_list m_list;

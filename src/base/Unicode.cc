@@ -45,6 +45,7 @@ char32_t DecodeUtf8(std::span<const T> text, int& nUnits)
   nUnits = 1;
   if (nFirst < 0x80)
     return nFirst;
+  // 0xC0 and 0xC1 begin overlong forms only, 0xF5 and above values beyond U+10FFFF.
   if (nFirst < 0xC2 || nFirst > 0xF4)
     return g_nInvalidCharacter;
   const int nLength = nFirst < 0xE0 ? 2 : (nFirst < 0xF0 ? 3 : 4);

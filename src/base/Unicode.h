@@ -10,7 +10,7 @@
 namespace BSE
 {
 
-// Results of DecodeCharacter that are no code point.
+// Results of DecodeCharacter that are not code points.
 inline constexpr char32_t g_nInvalidCharacter = 0xFFFFFFFFU;
 inline constexpr char32_t g_nIncompleteCharacter = 0xFFFFFFFEU;
 
@@ -20,7 +20,7 @@ inline constexpr char32_t g_nReplacementCharacter = 0xFFFD;
 enum class TInvalidText
 {
   Fail,    // no result at all
-  Replace  // U+FFFD stands for it
+  Replace  // U+FFFD takes its place
 };
 
 // Reads the character at the beginning of a text that is not empty. nUnits becomes the units that it takes;
@@ -33,7 +33,7 @@ char32_t DecodeCharacter(std::span<const wchar_t> text, int& nUnits);
 char32_t DecodeCharacter(std::span<const char32_t> text, int& nUnits);
 
 // Writes a valid code point at pUnits, which has room for 4 bytes, 2 UTF-16 units or 1 wide unit. Returns the
-// units written; 0 for a value that is no code point.
+// units written; 0 for a value that is not a code point.
 int EncodeCharacter(char32_t nCharacter, char* pUnits);
 int EncodeCharacter(char32_t nCharacter, unsigned char* pUnits);
 int EncodeCharacter(char32_t nCharacter, char16_t* pUnits);
