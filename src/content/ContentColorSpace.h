@@ -22,7 +22,7 @@ private:
   BSE::CObjectPtr<DOC::IColorSpace> m_pSpace;
 };
 
-// Gives content the colour spaces of a document's factory. Fonts are left to who derives from it.
+// Gives content the colour spaces of a document's factory. Fonts are left to derived classes.
 class CContentColorResources : public IContentResources
 {
 public:

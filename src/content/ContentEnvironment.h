@@ -14,7 +14,7 @@ namespace PDF
 class CContentEnvironment
 {
 public:
-  // Borrows both. Without resources no text is measured, and of colour spaces only the device's are known.
+  // Borrows both. Without resources no text is measured, and only device colour spaces are known.
   explicit CContentEnvironment(CDocument& document, IContentResources* pResources = nullptr);
   CContentEnvironment(const CContentEnvironment&) = delete;
   CContentEnvironment& operator=(const CContentEnvironment&) = delete;

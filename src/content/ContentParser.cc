@@ -1,3 +1,11 @@
+// Operators are rows of a table (Operator.h), which has their class and the numbers they take. Each passes
+// two gates: whether it may be where it is (ContentStates.cc), and whether its operands are there and of the
+// right types. Only then the operation of its name is called. Other viewers show damaged content as far as
+// they can, and so does this: of too many operands the last ones count, an operator that is refused takes all
+// of its operands with it, and parsing goes on after it. What belongs to inline images alone ends the content
+// when it is met elsewhere, since data may follow. The files of this class are ContentStates.cc,
+// ContentStateOperators.cc, ContentText.cc and ContentXObjects.cc.
+
 #include "content/ContentParser.h"
 
 #include "base/Tracer.h"
@@ -30,6 +38,7 @@ void CContentParser::Rewind()
 TMatrix CContentParser::GetBoxMatrix(const TRectangle& box, int nRotation)
 {
   TMatrix matrix;
+  // Clockwise, as Rotate has it (ISO 32000-1, Table 30).
   nRotation = ((nRotation % 360) + 360) % 360;
   if (nRotation == 90)
     matrix = {0, -1, 1, 0, 0, box.GetWidth()};
@@ -75,7 +84,7 @@ int CContentParser::DropOperator(unsigned nCode)
   return static_cast<int>(GetOperands().size());
 }
 
-// A number that is too large is one that cannot be meant: in strict mode it is cut and reported.
+// In strict mode a number that is too large is cut to the limit and reported.
 bool CContentParser::GetNumber(const TOperand& operand, double& dNumber)
 {
   if (operand.m_nType != eTokenInteger && operand.m_nType != eTokenReal)
@@ -83,6 +92,8 @@ bool CContentParser::GetNumber(const TOperand& operand, double& dNumber)
   dNumber = operand.m_dNumber;
   if (!GetEnvironment().IsStrict())
     return true;
+  // PDF/A-1 limits reals to 16 bits (PDF Reference 1.4, Table C.1), the later parts integers to 32 bits (ISO
+  // 19005-2, 6.1.13).
   const bool bFirst = GetEnvironment().GetDocument().GetFile().GetConformance().GetPart() == 1;
   if (std::abs(dNumber) > (bFirst ? 32767.00000001 : 2147483647.0))
   {
@@ -530,7 +541,7 @@ int CContentParser::ExecuteMarked(int nOperator)
     else
       ReportDropped(g_nOperandNoDictionary);
   }
-  // A sequence that begins has an end, whatever it begins with.
+  // A sequence that begins also ends, whatever it begins with: without it the end would close another one.
   const std::span<const TOperand> before = operands.first(operands.size() - properties.size());
   const bool bTag = !before.empty() && before.back().m_nType == eTokenName;
   if (!bTag)

@@ -26,16 +26,16 @@ struct TColorValue
   const char* m_szPattern = nullptr;
 };
 
-// The frame of everything that reads content: a page's, a form's, a glyph's, a pattern's, an appearance's. It
+// The base of everything that reads content: a page's, a form's, a glyph's, a pattern's, an appearance's. It
 // calls one operation for each operator, keeps the graphics state, and draws nothing; a consumer overrides
-// what it is about, and calls what it has overridden, which updates the state. What is not as it should be is
-// reported to the error context, and parsing goes on wherever that makes sense. Serves one stream; the forms
-// in it have parsers of their own.
+// what concerns it, and calls the overridden operation, which updates the state. What is not as it should be
+// is reported to the error context, and parsing goes on wherever that makes sense. Serves one stream; the
+// forms in it have parsers of their own.
 class CContentParser : public CContentParserBase
 {
 public:
   // Borrows the environment and the error context. The box with its rotation in degrees makes the first
-  // transformation; of a form it is kept alone.
+  // transformation; that of a form is only kept.
   CContentParser(CContentEnvironment& environment, const BSE::CObjectPtr<CContentStream>& pStream,
                  const TRectangle& box, int nRotation, BSE::IErrorContext* pErrorContext);
   ~CContentParser() override;
@@ -159,7 +159,7 @@ protected:
   // The dictionary that properties are or name; null if there is none.
   CObjectPtr FindProperties(std::span<const TOperand> properties);
 
-  // Sets a font that is no resource, as from a graphics state dictionary.
+  // Sets a font that is not a resource, as from a graphics state dictionary.
   void SetFontObject(const CObjectPtr& font, const BSE::CObjectPtr<IContentFont>& pFont, double dSize);
 
   // The XObject of a name, as DoXObject has found it.
@@ -238,8 +238,7 @@ private:
   int m_nRotation;
   int m_nFormDepth = 0;
   BSE::CObjectBuffer<CGraphicsState, true, 10> m_saved;
-  int m_nSaved =
-      0;  // the buffer does not shrink, so that the states next to its end are not moved again and again
+  int m_nSaved = 0;  // the buffer does not shrink, so that its last states are not moved again and again
   TContentObject m_nObject = eObjectPage;
   bool m_bPathOpen = false;
   bool m_bTextInterrupted = false;

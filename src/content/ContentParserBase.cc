@@ -1,3 +1,11 @@
+// Content is postfix: operands are collected until an operator comes, which takes them from the top. They are
+// flat records in one array with their texts in another, both kept from operator to operator, so that reading
+// allocates nothing. A closing bracket knows how many records back its partner is; objects are made of the
+// records only where somebody asks for them. Most tokens are cut straight from the buffer (SimpleTokens.cc),
+// and whatever is not plain there goes through the scanner. Operands and their texts are limited, since data
+// that is not content may go on without an operator for ever, and after each operator the account of the
+// document's work is asked whether to go on.
+
 #include "content/ContentParserBase.h"
 
 #include "base/Tracer.h"
@@ -22,6 +30,8 @@ CContentParserBase::CContentParserBase(CContentEnvironment& environment,
 
 void CContentParserBase::SetScannerStrict(bool bStrict)
 {
+  // Strings have at most 65535 bytes in PDF/A-1, names 127 (PDF Reference 1.4, Table C.1); strings 32767 from
+  // PDF/A-2 on (ISO 19005-2, 6.1.13).
   const bool bFirst = m_environment.GetDocument().GetFile().GetConformance().GetPart() == 1;
   const int nMaxString = bFirst ? 65535 : 32767;
   GetScanner().SetStrict(bStrict, bStrict ? nMaxString : -1, bStrict && bFirst ? 127 : -1);
@@ -68,7 +78,7 @@ int CContentParserBase::EndOfContent()
 
 int CContentParserBase::ParseNextOperator()
 {
-  // Forms in each other would keep a long text each.
+  // The parsers of forms inside each other would each hold on to a long text.
   constexpr int g_nMaxKeptText = 65536;
   if (m_text.GetSize() > g_nMaxKeptText)
     m_text.RemoveAll();

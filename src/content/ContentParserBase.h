@@ -8,7 +8,7 @@
 namespace PDF
 {
 
-// One token in front of an operator, by value.
+// One token before an operator, by value.
 struct TOperand
 {
   TToken m_nType = eTokenNone;
@@ -60,7 +60,7 @@ protected:
 
   CContentStream& GetContent() { return *m_pContent; }
 
-  // Something is not as it should be; nothing is missing for that.
+  // Something is not as it should be, but nothing is lost by it.
   template <class... P>
   void Report(unsigned nCode, P... properties)
   {
@@ -78,10 +78,10 @@ protected:
     BSE::ReportError(this, std::move(pError));
   }
 
-  // Says, once in all, that the content takes too much work.
+  // Reports, once for the document, that the content takes too much work.
   void ReportRefusal();
 
-  // The next token is the one that the scanner has.
+  // Makes the scanner's current token the next one.
   void KeepToken() { m_bTokenKept = true; }
 
 private:

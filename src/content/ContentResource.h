@@ -61,13 +61,13 @@ class IContentResources
 public:
   virtual ~IContentResources() = default;
 
-  // Null if the dictionary is no font that text can be shown in.
+  // Null if the dictionary is not a font that text can be shown in.
   virtual BSE::CObjectPtr<IContentFont> CreateFont(const CObjectPtr& font) = 0;
 
   // What text is shown in instead; may be null.
   virtual BSE::CObjectPtr<IContentFont> GetDefaultFont() = 0;
 
-  // Null if it is no colour space.
+  // Null if it is not a colour space.
   virtual BSE::CObjectPtr<IContentColorSpace> CreateColorSpace(const CObjectPtr& space) = 0;
 };
 

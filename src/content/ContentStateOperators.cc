@@ -27,6 +27,7 @@ void CContentParser::Restore()
 {
   if (m_nSaved == 0)
     return Report(g_nStateUnderflow);
+  // Which text object this is belongs to the place in the content, and "Q" does not bring it back.
   const int nTextObject = m_state.m_nTextObject;
   --m_nSaved;
   GetEnvironment().DropSavedStates(1);
@@ -124,6 +125,7 @@ void CContentParser::ApplyFontEntry(const CObjectPtr& font)
   SetFontObject(font[0], m_pContext->FindFontObject(font[0]), font[1].GetRealValue());
 }
 
+// ISO 32000-1, Table 58. BG2, UCR2 and TR2 win over the entries that they extend.
 void CContentParser::ApplyDeviceEntries(const CObjectPtr& dictionary)
 {
   TDeviceState& device = m_state.m_device;

@@ -26,14 +26,14 @@ public:
   std::int64_t Read(unsigned char* pBuffer, std::int64_t n) override;
   bool Rewind() override;
 
-  // For the time of one token that goes on across the ends of streams, and may be so long: after that many
-  // bytes the data end. Negative for no such token.
+  // For the duration of one token that may go on across the ends of streams. The data end after this many
+  // bytes of it. Negative once it is over.
   void SetOpenToken(std::int64_t nMaxBytes);
 
   // True if the last open token met its end by the limit.
   bool WasTokenCut() const { return m_bTokenCut; }
 
-  // Puts bytes back that have been read last: they come again.
+  // Puts back the bytes that were read last, so that they are read again.
   void PushBack(std::span<const unsigned char> bytes);
 
   // True if the data ended because the account is spent.
@@ -61,7 +61,7 @@ private:
   BSE::CObjectPtr<BSE::IByteStream> m_pPart;
   BSE::CObjectPtr<BSE::IByteStream> m_pSingle;  // without objects
   BSE::CBasicArray<unsigned char> m_pushedBack;
-  int m_nPushedBack = 0;  // of them, so many have been delivered
+  int m_nPushedBack = 0;  // bytes of them that have been delivered
   int m_nNext = 0;
   std::int64_t m_nTokenLeft = -1;
   bool m_bTokenCut = false;

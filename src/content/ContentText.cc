@@ -10,7 +10,7 @@ namespace PDF
 
 void CContentParser::BeginText()
 {
-  // Numbers of text objects end where their absolute values do; a stream has no so many.
+  // A number of its own for each text object; no stream has enough of them to run out.
   m_state.m_nTextObject = std::abs(m_state.m_nTextObject) + 1;
 }
 

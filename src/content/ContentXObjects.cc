@@ -91,7 +91,7 @@ bool CContentParser::CanEnter(const CObjectPtr& form, const char* szName)
     ReportDropped(g_nContentUnreadable, "name", szName);
     return false;
   }
-  // Forms in forms make work without end of a few bytes: then everything around this one ends as well.
+  // A few bytes of forms in forms make work without end: once it is refused, everything around ends as well.
   return GetEnvironment().GetAccount().Charge(BSE::g_nFormWork);
 }
 
@@ -136,7 +136,7 @@ bool CContentParser::ParseForm(const CObjectPtr& form, const CResources& standIn
 
 bool CContentParser::ReadImageDictionary(const CObjectPtr& dictionary)
 {
-  // No image has so many entries.
+  // No image has that many entries.
   constexpr std::int64_t g_nMaxValues = 100000;
   CScanner& scanner = GetScanner();
   SetValueLimit(g_nMaxValues);
@@ -159,7 +159,7 @@ int CContentParser::ExecuteInlineImage()
   image.m_dictionary = new CDictionaryObject;
   if (!ReadImageDictionary(image.m_dictionary))
   {
-    // What stands in the place of "ID" may be an operator that is meant.
+    // What is in the place of "ID" may be an operator in its own right.
     KeepToken();
     ReportDropped(g_nUnexpectedToken);
     return 0;

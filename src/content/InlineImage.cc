@@ -1,3 +1,11 @@
+// Nothing marks the end of an inline image for certain: "EI" may be among its data (ISO 32000-1, 8.9.7). The
+// end is therefore taken from whatever is surest. The first is Length, which ISO 32000-2 adds; the next,
+// without a filter, the length that follows from the dimensions, or where the decoder of the first filter
+// stops, unless that is a picture filter. Each counts only if "EI" is there. Otherwise "EI" is searched for,
+// and taken where content can follow it: a wrong guess would lose the rest of the page. Everything that was
+// read while looking for the end is kept, and what is after it goes back to the content. Decoding is charged
+// to the account of the document's work.
+
 #include "content/InlineImage.h"
 
 #include "base/Checked.h"
@@ -22,6 +30,7 @@ struct TAbbreviation
   const char* m_szFull;
 };
 
+// ISO 32000-1, Table 93; those of values are in Table 94.
 constexpr TAbbreviation g_keys[] = {
     {"BPC", "BitsPerComponent"},
     {"CS", "ColorSpace"},
@@ -66,7 +75,7 @@ class CInlineSource : public BSE::CObject, public BSE::IByteStream
 public:
   explicit CInlineSource(CContentStream& content) : m_content(content) {}
 
-  // True if there are so many bytes.
+  // True if there are that many bytes.
   bool Need(std::int64_t nCount);
   std::span<const unsigned char> GetBytes() const { return m_bytes.GetSpan(); }
 
@@ -171,7 +180,7 @@ bool CInlineEnd::Find()
   const TFilterRow* pRow = FindFilter(GetByteFilters(), filter.GetNameValue());
   if (GetFilterCount(m_dictionary.Get()) == 0 ? FindByLength() : pRow && FindByDecoder(*pRow))
     return true;
-  // Data of pictures are not looked into; others should have had their end where their form says so.
+  // The data of picture filters are not looked into; others should have ended where their form says.
   m_bDamaged = m_bDamaged || pRow || GetFilterCount(m_dictionary.Get()) == 0;
   return Search();
 }
@@ -181,7 +190,7 @@ bool CInlineEnd::FindByLength()
   std::int64_t nLength = 0;
   if (!GetRawLength(nLength) || nLength > BSE::g_nMaxInlineImage)
     return false;
-  // "ID" may end with two bytes.
+  // The end of line after "ID" may have two bytes.
   return EndsAt(nLength) || (m_source.GetAt(0) == '\n' && EndsAt(nLength + 1));
 }
 
@@ -350,7 +359,7 @@ void ExpandInlineImage(const CObjectPtr& dictionary)
     if (dictionary.GetIndex(entry.m_szFull) < 0)
       dictionary.AddEntry(entry.m_szFull, value);
   }
-  // "I" alone is a resource.
+  // "I" stands for Indexed only inside an array; alone it names a resource.
   ExpandValue(dictionary, "ColorSpace", std::span(g_colorSpaces).first(3), g_colorSpaces);
   ExpandValue(dictionary, "Filter", g_filters, g_filters);
 }
@@ -377,7 +386,7 @@ BSE::CObjectPtr<BSE::IByteStream> TInlineImage::GetDecodedStream(const CFile& fi
 
 bool ReadInlineImage(CContentStream& content, CParserContext& context, TInlineImage& image)
 {
-  // Of the data nothing is white space between streams.
+  // The data may go on across the ends of streams, where otherwise white space would be put in.
   content.SetOpenToken(std::numeric_limits<std::int64_t>::max());
   const int nSeparator = content.PeekByte();
   if (IsSpace(nSeparator))

@@ -19,12 +19,12 @@ struct TInlineImage
   BSE::CObjectPtr<BSE::IByteStream> GetDecodedStream(const CFile& file) const;
 };
 
-// Writes keys, colour spaces and filters of an inline image's dictionary out.
+// Writes out the abbreviated keys, colour spaces and filters of an inline image's dictionary.
 void ExpandInlineImage(const CObjectPtr& dictionary);
 
-// Reads the data that follow the dictionary and "ID", up to and with "EI". The end is where the data's own
-// form has it, if "EI" is there; else where "EI" comes with content after it. False if there is none: then
-// the data are all the rest.
+// Reads the data that follow the dictionary and "ID", up to and including "EI". The end is where the data's
+// own form has it, if "EI" is there, otherwise the first "EI" that content can follow. False if there is
+// none: then all the rest is data.
 bool ReadInlineImage(CContentStream& content, CParserContext& context, TInlineImage& image);
 
 }  // namespace PDF

@@ -29,7 +29,7 @@ public:
   // alone where nobody makes fonts.
   BSE::CObjectPtr<IContentFont> FindFont(const char* szName, CObjectPtr& font);
 
-  // A font that is no resource; null as above.
+  // A font that is not a resource; null as above.
   BSE::CObjectPtr<IContentFont> FindFontObject(const CObjectPtr& font);
 
   // A colour space by its name. False if there is none.

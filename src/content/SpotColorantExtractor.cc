@@ -161,7 +161,7 @@ bool CSpotColorantExtractor::IsNew(const CObjectPtr& object)
     return true;
   static char cRead = 'r';
   const bool bNew = !m_read.Contains(nNumber);
-  // Without resources of its own it may be another thing elsewhere.
+  // Without resources of its own it may mean something else elsewhere.
   if (bNew && (object["Resources"] || !object.IsStream()))
     m_read.SetAt(nNumber, &cRead);
   return bNew;
@@ -175,7 +175,8 @@ void CSpotColorantExtractor::AddObject(const CObjectPtr& space, const CResources
 
 void CSpotColorantExtractor::Add(DOC::IColorSpace* pSpace)
 {
-  // Of patterns and tables what they are based on; a chain of those is short, or there would be no space.
+  // A pattern or table counts as the space that it is based on. The chain is short, since the factory refuses
+  // a longer one.
   while (pSpace && (pSpace->GetType() == DOC::ePattern || pSpace->GetType() == DOC::eIndexed))
     pSpace = pSpace->GetAlternate();
   const DOC::ITintColorSpace* pTint = pSpace ? pSpace->GetTint() : nullptr;

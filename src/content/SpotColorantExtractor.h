@@ -11,7 +11,7 @@ namespace PDF
 class CSpotColorantExtractor : public BSE::CObject
 {
 public:
-  // Borrows all of them. The context hears of what cannot be read.
+  // Borrows all of them. What cannot be read is reported to the context.
   CSpotColorantExtractor(CDocument& document, CColorSpaceFactory& spaces,
                          BSE::IErrorContext* pErrorContext = nullptr);
   ~CSpotColorantExtractor() override;
