@@ -52,7 +52,7 @@ bool CCachingReader::Seek(std::int64_t nPos)
 
 bool CCachingReader::Load()
 {
-  // Without Seek the source is after the block, and so does the position.
+  // Without Seek the source is after the block already, and so is the position.
   const bool bSeekable = IsSeekable();
   m_nStart = bSeekable ? m_nPos - m_nPos % m_block.GetSize() : m_nPos;
   m_nValid = 0;

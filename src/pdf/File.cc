@@ -38,6 +38,7 @@ unsigned CreateSeed()
   timespec now = {};
   clock_gettime(CLOCK_REALTIME, &now);
   const auto nThread = reinterpret_cast<std::uintptr_t>(&now) >> 8;
+  // 2654435761 is 2^32 divided by the golden ratio, and spreads the nanoseconds over all bits.
   return static_cast<unsigned>(now.tv_sec) ^ static_cast<unsigned>(now.tv_nsec) * 2654435761U ^
          static_cast<unsigned>(getpid()) << 16 ^ static_cast<unsigned>(nThread);
 }

@@ -12,7 +12,7 @@ namespace PDF
 class CFile;
 class CParser;
 
-// Hears of changes of a file while it is read.
+// Is told of changes to a file while it is read.
 class CFileEventListener : public BSE::CEventListener<CFileEventListener>
 {
 public:
@@ -57,14 +57,15 @@ public:
   int GetErrorCount() const { return m_nErrors; }
 
   // Prepares a new file on a stream. bDirectOutput false: the result may have to be rewritten, so that an
-  // output that is no file is collected in memory first and reaches the stream at Close.
+  // output that is not a file is collected in memory first and reaches the stream at Close.
   virtual bool Create(BSE::IByteStream* pStream, const CString& id, bool bDirectOutput, bool bObjectStreams);
 
   // Writes what is dirty, linearizes if asked for, releases everything. False if the file could not be
   // completed.
   virtual bool Close();
 
-  // Gives a file that is written up, in whatever state it is: Close then completes nothing and releases all.
+  // Gives up a file that is being written, in whatever state it is: Close then completes nothing and releases
+  // all.
   void Abandon() { m_writer.Fail(0); }
 
   bool IsOpened() const { return m_state.m_bOpened; }
@@ -101,7 +102,7 @@ public:
 
   // --- Damage
   // What an object lacks is noted where it is found, and reported as a loss where a copy meets it: an object
-  // may be read long before, by a query whose reports nobody hears, or never be wanted. Kept until the file
+  // may be read long before, by a query whose reports nobody reads, or never be wanted. Kept until the file
   // is closed, through unloading and repeated loads; the first code of an object counts.
   void NoteDamage(int nObjNumber, unsigned nCode);
 

@@ -1,6 +1,6 @@
-// A written file is finished where it is. If it is to be linearized, it is only the input of the
-// linearizer: a file is replaced by one that was made beside it, and for a target that is no file it waits in
-// memory. The plain file is what is left whenever that fails.
+// A written file is finished where it is. If it is to be linearized, it is only the input of the linearizer:
+// a file is replaced by one that was made next to it, and for a target that is no file it waits in memory.
+// The plain file is what is left whenever that fails.
 
 #include "pdf/FileFinisher.h"
 
@@ -33,7 +33,7 @@ constexpr double g_dMaxPackedGrowth = 0.01;
 
 constexpr double g_dMegabyte = 1048576.0;
 
-// Overwrites what a longer file has left behind the end of a finished one. Readers look for the start of the
+// Overwrites what a longer file has left after the end of a finished one. Readers look for the start of the
 // cross-reference data at the very end.
 bool CoverRest(BSE::IByteStream& target, std::int64_t nLeft, std::int64_t nStartXRef)
 {
@@ -135,7 +135,7 @@ bool CFileFinisher::Linearize()
   return m_pTarget ? LinearizeMemory() : LinearizeFile();
 }
 
-// The plain file stays where linearizing fails, which is no failure of the save then.
+// The plain file stays where linearizing fails, so that the save does not fail with it.
 bool CFileFinisher::LinearizeFile()
 {
   if (!ReplaceFile())
@@ -186,14 +186,14 @@ bool CFileFinisher::LinearizeMemory()
     return Deliver();
   if (BSE::CTracer::IsOn())
     BSE::CTracer::Trace("E", "PDF File", "Linearization of output file failed.");
-  // The plain file in its place is whole, and told from the linearized one by this code alone.
+  // The plain file in its place is whole; only this code says that it is not the linearized one.
   if (DeliverInstead(nWritten))
     return m_writer.Fail(g_nLinearizationFailed);
   BSE::ReportError(&m_file, g_nLinearizationFailed);
   return false;
 }
 
-// A target that cannot seek is taken as it stands.
+// A target that cannot seek is taken as it is.
 bool CFileFinisher::RewindTarget()
 {
   return !m_pTarget->IsSeekable() || m_pTarget->Tell() == 0 || m_pTarget->Rewind();

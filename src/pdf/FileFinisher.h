@@ -7,7 +7,7 @@ namespace PDF
 {
 
 // Brings a file that was written to its end: the last revision, linearization where it is wanted, and the way
-// to a target that is no file. One part of CFile.
+// to a target that is not a file. One part of CFile.
 class CFileFinisher
 {
 public:

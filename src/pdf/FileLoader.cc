@@ -1,10 +1,10 @@
 // Every update of a file appends a section of cross-references whose Prev names the one before; a linearized
-// file adds one for its first page, a hybrid revision a stream beside its table. Walking the chain meets the
-// newest first, but an entry of a newer section must win, so the sections are only collected on the way and
-// entered from the oldest to the newest. The trailer of the newest counts, completed by what only older ones
-// have. The chain is the file's word: a position met twice ends it, and the bytes and entries of all sections
-// together may not exceed what the file's length can justify. Where a section is missing, entries of the
-// newest revision may be among what is lost, so that the file is scanned.
+// file adds one for its first page, a hybrid revision a stream in addition to its table. Walking the chain
+// meets the newest first, but an entry of a newer section must win, so the sections are only collected on the
+// way and entered from the oldest to the newest. The trailer of the newest counts, completed by what only
+// older ones have. The chain is the file's word: a position met twice ends it, and the bytes and entries of
+// all sections together may not exceed what the file's length can justify. Where a section is missing,
+// entries of the newest revision may be among what is lost, so that the file is scanned.
 
 #include "pdf/FileLoader.h"
 

@@ -40,8 +40,7 @@ std::int64_t GetAvailableLength(BSE::IByteStream& data)
   return nLength;
 }
 
-// The value after a position of a container, -1 in front of the first; false at its end and for anything
-// else.
+// The value after a position of a container, -1 before the first; false at its end and for anything else.
 bool NextValue(CObject* pContainer, int& nPos, CObject*& pValue)
 {
   if (!pContainer)

@@ -99,7 +99,7 @@ CObjectPtr GetFilterParameters(CObject* pStream, int nIndex)
   CObjectPtr parameters = GetEither(pStream, "DecodeParms", "DP");
   if (parameters.IsArray())
     parameters = parameters[nIndex];
-  // A dictionary beside an array of filters is meant for whichever filter knows its keys.
+  // A single dictionary with an array of filters is meant for whichever filter knows its keys.
   return parameters.IsDictionary() ? parameters : CObjectPtr();
 }
 

@@ -30,7 +30,7 @@ BSE::CObjectPtr<BSE::IByteStream> CreateEncodeChain(BSE::IByteStream* pSink, COb
 // Writes the final bytes of every encoder from the first to the sink; false if anything failed.
 bool CloseEncodeChain(BSE::IByteStream* pFirst);
 
-// The filters of a stream's dictionary in decoding order; empty entries where an element is no name.
+// The filters of a stream's dictionary in decoding order; empty entries where an element is not a name.
 int GetFilterCount(CObject* pStream);
 CObjectPtr GetFilterName(CObject* pStream, int nIndex);
 CObjectPtr GetFilterParameters(CObject* pStream, int nIndex);
@@ -42,7 +42,7 @@ bool IsPlainByFilter(CObject* pStream);
 // The name that an explicit Crypt filter in the first place asks for; null if there is none.
 CObjectPtr GetCryptFilterName(CObject* pStream);
 
-// Puts a Crypt filter with that name in front of the filters of a stream's dictionary.
+// Puts a Crypt filter with that name before the filters of a stream's dictionary.
 void InsertCryptFilter(CObject& dictionary, const char* szName);
 
 // Removes the first filter from a stream's dictionary, with its parameters.

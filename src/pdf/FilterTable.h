@@ -21,8 +21,8 @@ struct TFilterRow
   using TCreateDecoder = BSE::CObjectPtr<BSE::IByteStream>(BSE::IByteStream* pSource, CObject* pStream,
                                                            const CObjectPtr& parameters);
 
-  // The parameters become those that belong in the dictionary beside the encoded data: what has been consumed
-  // is gone, and the pointer is cleared where the encoded form has none.
+  // The parameters become those that belong in the dictionary of the encoded data: what has been consumed is
+  // gone, and the pointer is cleared where the encoded form has none.
   using TCreateEncoder = BSE::CObjectPtr<BSE::IByteStream>(BSE::IByteStream* pSink, CObject* pStream,
                                                            CObjectPtr& parameters);
 

@@ -1,3 +1,8 @@
+// Open containers are on a stack of their own, so that nesting costs no call stack: a container is opened
+// where it is met, and its values follow while it is the innermost. Calls with the class in front
+// (CArrayObject::GetSize) are not virtual, which pays: every entry of a file passes here. Placeholders leave
+// room, and remember where it is, for what is known only once the file is complete.
+
 #include "pdf/Generator.h"
 
 #include "base/Tracer.h"
@@ -104,7 +109,8 @@ void CGenerator::WriteReal(double dValue, int nSignificant, int nDecimals)
   char buffer[g_nMaxNumberLength];
   const auto nLength = static_cast<std::size_t>(FormatReal(dValue, buffer, nSignificant, nDecimals));
   WriteBytes(buffer, nLength);
-  // Without a point readers take it for an integer, which has 32 bits in some and costs others the object.
+  // Without a point readers take it for an integer, which some keep in 32 bits, and others drop the object
+  // for it.
   constexpr double dFirstLarge = 2147483648.0;
   if (std::fabs(dValue) >= dFirstLarge && !std::memchr(buffer, '.', nLength))
     WriteByte('.');

@@ -28,6 +28,7 @@ void CIndirectObject::Release()
   --m_nRefCount;
   if (m_nRefCount == 0)
     delete this;
+  // The reference that is left is that of the table.
   else if (m_nRefCount == 1 && m_nGenNumber >= 0 && m_pFile && m_bLoaded && m_nLockCount == 0 &&
            m_nOffset != -1)
     m_pFile->UnloadUnused(*this);
@@ -192,7 +193,8 @@ bool CIndirectObject::Encode()
   const bool bEncoded = pFilter &&
                         pFilter->CopyFrom(pData.Get(), std::numeric_limits<std::int64_t>::max(), false) &&
                         CloseEncodeChain(pFilter.Get());
-  // No bytes are no bytes in any encoding, also in one that cannot be written or needs some.
+  // Without any bytes there is nothing to encode, even where the encoder is missing or its output would not
+  // be empty.
   if (!bEncoded && pPart->GetDataLength() == 0)
   {
     m_pStream = new CEmbeddedStreamObject(new BSE::CMemoryStream, 0, 0);

@@ -12,8 +12,7 @@ namespace PDF
 // Edits: SetValueObject and SetStreamObject make the object dirty. Those that change the value in place
 // (AddEntry, DeleteEntry, SetAt, Add, SetSize, Insert, Delete) do not, nor do edits of a container that was
 // taken out of it: who makes them in an object that may be clean calls SetDirty(true), or they are lost with
-// the next unloading. None is allowed in a file that is neither
-// written to nor made editable.
+// the next unloading. None is allowed in a file that is neither written to nor made editable.
 //
 //   unloaded  offset >= 0, no value        exists in the file
 //   loaded    offset >= 0, value           clean copy in memory

@@ -9,7 +9,7 @@ bool CInputMonitor::Seek(std::int64_t nPos)
 {
   if (m_pSource->Seek(nPos))
     return true;
-  // A position that the source does not have is no failure of its own.
+  // To ask for a position that the source does not have is not a failure of the source.
   const bool bInside = nPos <= std::max<std::int64_t>(m_pSource->GetLength(), 0);
   return Note(nPos < 0 || !bInside) && false;
 }

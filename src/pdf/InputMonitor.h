@@ -6,7 +6,7 @@ namespace PDF
 {
 
 // The input of a file, as all readers over it share it: remembers that it could not be read where it has
-// data, whoever asked and whatever he took that for.
+// data, whoever asked, and whatever it was taken for.
 class CInputMonitor : public BSE::CFilter
 {
 public:

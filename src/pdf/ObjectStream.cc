@@ -1,3 +1,9 @@
+// Members may be wanted in any order, so that the data is decoded as a whole, up to what honest data can
+// decode to. A member is found by the index that the cross-reference data states, or where that is wrong by
+// its number, in an order that is made at the first such miss. Offsets are the file's word, and all of them
+// may point to one long value: what is parsed for members that are met for the first time is counted, and
+// beyond twice the data reading is given up as a whole.
+
 #include "pdf/ObjectStream.h"
 
 #include "base/Checked.h"
@@ -83,6 +89,7 @@ bool CObjectStream::DecodeData(CIndirectObject& stream)
       m_data.RemoveAll();
       return false;
     }
+    // The buffer doubles, so that growing it copies no more than the data in all.
     const auto nRoom = static_cast<int>(std::min<std::int64_t>(std::max(g_nBlockSize, nOld), nLimit - nOld));
     m_data.SetSize(nOld + nRoom);
     const std::int64_t nRead = pData->ReadFully(m_data.GetData() + nOld, nRoom);
@@ -215,7 +222,7 @@ bool CObjectStream::GetObject(CIndirectObject& object, int nIndex, bool bFirst)
   }
   object.SetParsed(value.Get(), nullptr);
   object.SetCost(nCost);
-  // A stream in a stream is no object that the format knows: its data are lost.
+  // The format has no streams inside object streams: the data of this one are lost.
   const bool bStream = value && value->GetType() == eDictionary && scanner.GetToken() == eTokenStream;
   if (m_bDamaged || m_pParser->IsCut() || bStream)
     m_pFile->NoteDamage(object.GetObjNumber(), g_nNotRepairable);

@@ -1,3 +1,11 @@
+// Values by recursive descent. Only containers recurse, and no deeper than g_nMaxNesting; a value that goes
+// deeper, or has more elements than it may, is given up as a whole from the outermost container, since a part
+// of it would be another value. A token that has no place in a container is stepped over, unless it ends
+// something around it: one stray byte then costs itself and not the rest of the object. Every integer may
+// begin a reference, which takes two more tokens to see. That is decided on the bytes in the buffer wherever
+// they suffice, because arrays are full of numbers, and saving and restoring the scanner for each would be
+// most of the work.
+
 #include "pdf/Parser.h"
 
 #include "base/Checked.h"
@@ -17,11 +25,12 @@ namespace PDF
 namespace
 {
 
+// One more than PDF/A-1 allows: 8191 elements, 4095 entries (PDF Reference 1.4, Table C.1).
 constexpr int g_nStrictArraySize = 8192;
 constexpr int g_nStrictDictionarySize = 4096;
 constexpr int g_nReadAhead = 8192;
 
-// What a dictionary takes in memory, in elements.
+// What a dictionary takes in memory, counted in elements.
 constexpr int g_nDictionaryValues = 6;
 
 bool IsUtf8(const char* pText, std::size_t nLength)
@@ -65,6 +74,8 @@ void CParser::UpdateConformance()
     return;
   const CConformance conformance = m_pFile->GetConformance();
   const auto nCode = static_cast<int>(conformance.GetCode());
+  // Strings up to PDF 1.5, names in all versions 1.x (PDF Reference, Table C.1); strings from PDF/A-2 on (ISO
+  // 19005-2, 6.1.13).
   int nMaxString = -1;
   if (nCode != 0 && nCode < 0x1600)
     nMaxString = 65535;
@@ -154,7 +165,7 @@ CObjectPtr CParser::ParseContainer(bool bArray)
   int& nOpen = bArray ? m_nOpenArrays : m_nOpenDictionaries;
   CObjectPtr value;
   {
-    // Left as they were as well where memory runs out.
+    // Restored even if memory runs out.
     const BSE::CScopedValue<int> depth(m_nDepth, m_nDepth + 1);
     const BSE::CScopedValue<int> open(nOpen, nOpen + 1);
     value = bArray ? ParseArray() : ParseDictionary();
@@ -299,6 +310,7 @@ CParser::TLookAhead CParser::LookAheadForReference()
     ++i;
   if (i + 1 >= n || ahead[i] == '%')
     return eUnknown;
+  // No blank after the number, or more than a generation with its blanks takes: the scanner decides.
   if (i == nSpace || i - nDigits > 12)
     return eUnknown;
   return ahead[i] == 'R' && !IsRegular(ahead[i + 1]) ? eYes : eNo;

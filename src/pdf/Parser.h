@@ -75,14 +75,14 @@ public:
   // Value after the last "startxref"; -1, reported.
   std::int64_t ReadStartXRef();
 
-  // Reads the subsections after the keyword "xref", up to and with "trailer". bSplit is set if there is more
-  // than one subsection. False, reported, if it is malformed or lists too much.
+  // Reads the subsections after the keyword "xref", up to and including "trailer". bSplit is set if there is
+  // more than one subsection. False, reported, if it is malformed or lists too much.
   bool ParseXRefTable(CXRefSink& sink, bool& bSplit);
 
   // The same token by token, for tables whose fields have other widths than they should.
   bool ParseXRefTokens(CXRefSink& sink, bool& bSplit);
 
-  // True once the file's end of line after the header holds the binary marker.
+  // True if the line after the header is the marker of a binary file.
   bool HasBinaryMarker() const { return m_bBinaryMarker; }
 
   // Takes strictness and limits from the file's conformance.

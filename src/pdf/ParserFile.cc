@@ -1,4 +1,6 @@
-// Header, end of file and cross-reference tables of CParser.
+// Header, end of file and cross-reference tables of CParser (ISO 32000-1, 7.5.2, 7.5.4 and 7.5.5). Entries of
+// a table have fields of fixed width, which are read from the bytes; only a table with other widths, as some
+// writers make them, is read once more token by token, where widths do not matter.
 
 #include "base/Checked.h"
 #include "base/Limits.h"

@@ -1,4 +1,8 @@
-// Indirect objects and stream data of CParser.
+// Indirect objects and stream data of CParser. The Length of a stream is believed only if "endstream" or
+// "endobj" is after the data that it measures; otherwise the end of the data is searched for, and what was
+// found serves every stream that begins in between, so that a file without a single right Length is still
+// searched once only. The Length may be a reference, and following it uses this very parser: what is needed
+// afterwards is put aside first.
 
 #include "base/Limits.h"
 #include "base/MemoryStream.h"
@@ -159,7 +163,7 @@ CObjectPtr CParser::ParseDictionaryOrStream(CIndirectObject* pObject, CObjectPtr
   return value;
 }
 
-// Text that is no token of a value hides nothing, unless it is where the data of a stream should begin.
+// Text that is not a token of a value hides nothing, unless it is where the data of a stream should begin.
 bool CParser::HasRest(const CObjectPtr& value)
 {
   const TToken nToken = m_scanner.GetToken();
@@ -245,8 +249,8 @@ CObjectPtr CParser::ParseStreamData(CIndirectObject* pObject, CDictionaryObject&
   return pPart.Get();
 }
 
-// A crypt filter that is named works where the data are read: it is gone from the other filters, and a copy
-// in a file that does not know the name needs none.
+// A named crypt filter is applied where the data are read. It is removed from the other filters, so that a
+// copy in a file that does not know the name needs none.
 void CParser::ChooseCrypt(CSecurityHandler& security, CIndirectObject& object, CDictionaryObject& dictionary,
                           CEncodedStreamObject& part)
 {

@@ -1,3 +1,10 @@
+// Entries are written in runs of consecutive numbers. A section of the whole file has one run from 0 on; one
+// of an update has what was written since, and entry 0 only if numbers have become free, because the list of
+// free numbers begins there: each of them has the next one as its position, the last one 0. Numbers are asked
+// for in ascending order, which is what lets one index walk along that list. The entries of a stream have
+// fields of equal width, and with the PNG predictor Up consecutive entries mostly differ in a byte or two,
+// which Flate makes use of.
+
 #include "pdf/RevisionWriter.h"
 
 #include "base/MemoryStream.h"
@@ -19,7 +26,7 @@ constexpr std::int64_t g_nMaxTablePosition = 9999999999;
 constexpr int g_nTableEntrySize = 20;
 constexpr int g_nFirstGeneration = 65535;
 
-// Bytes of the first and the third field of an entry in a stream.
+// Bytes of the first and the third field of an entry in a stream (ISO 32000-1, Table 18).
 constexpr int g_nTypeWidth = 1;
 constexpr int g_nGenerationWidth = 2;
 
@@ -245,6 +252,7 @@ CObjectPtr CRevisionWriter::CreateStreamDictionary(int nWidth, bool bPredict)
 bool CRevisionWriter::WriteStream()
 {
   m_nPosition = m_generator.Tell() - m_state.m_nHeaderOffset;
+  // The stream has an entry of its own, in itself: its place is entered before the entries are collected.
   const CObjectPtr holder = m_file.NewObject(0, 0, g_nGroupDirect);
   if (!holder)
     return false;

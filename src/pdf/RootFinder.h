@@ -23,7 +23,7 @@ public:
   CObjectPtr FindInfo() const;
 
 private:
-  // Where an object is, and one in an object stream where that does; then its place in there.
+  // Where an object is in the file, or the object stream that holds it; then its index in that stream.
   struct TPlace
   {
     std::int64_t m_nOffset;

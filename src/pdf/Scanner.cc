@@ -1,3 +1,9 @@
+// One pass over the bytes of the stream, which looks one byte ahead. Nothing here is an error that ends
+// anything: a malformed number, name or escape has the value that most readers give it, and what can be no
+// token is eTokenInvalid and costs its own bytes only. A number is collected as a whole mantissa with a
+// decimal exponent, so that a value of up to 15 digits is rounded only once, and any number of digits neither
+// wraps nor takes memory.
+
 #include "pdf/Scanner.h"
 #include "pdf/StatusCodes.h"
 
@@ -11,7 +17,7 @@ namespace
 
 constexpr int g_nEndObjLength = 6;
 
-// A mantissa above this takes no further digit, so that times ten never wraps.
+// A mantissa above this, a tenth of the largest, takes no further digit, so that times ten never wraps.
 constexpr std::int64_t g_nMaxMantissa = 0x0CCCCCCCCCCCCCCC;
 
 std::int64_t Truncate(double dValue)
@@ -68,7 +74,7 @@ int CScanner::SkipSpace()
 
 void CScanner::SkipComment()
 {
-  // The end of line stays: it is white space in front of the next token.
+  // The end of line stays: it is white space before the next token.
   for (int c = m_pStream->PeekByte(); c >= 0 && c != '\r' && c != '\n'; c = m_pStream->PeekByte())
     m_pStream->GetByte();
 }
@@ -296,6 +302,7 @@ void CScanner::ReadName()
 void CScanner::ReadNumber(int c)
 {
   bool bNegative = false;
+  // Of several signs, as some writers put them, the last one counts.
   while (c == '+' || c == '-')
   {
     bNegative = c == '-';
@@ -319,7 +326,7 @@ void CScanner::ReadNumber(int c)
     if (nMantissa > g_nMaxMantissa)
     {
       bOverflow = true;
-      // Beyond any value of a real the exponent stands still, so that digits without end cannot wrap it.
+      // Beyond any value of a real the exponent stays where it is, so that digits without end cannot wrap it.
       if (!bPoint && nExponent < 400)
         ++nExponent;
       continue;
@@ -334,6 +341,7 @@ void CScanner::ReadNumber(int c)
     if (bPoint)
       --nExponent;
   }
+  // A second point begins another number.
   const bool bNextNumber = c == '.';
   if (c >= 0)
     m_pStream->UngetByte();
@@ -351,6 +359,7 @@ void CScanner::ReadNumber(int c)
   }
   m_nToken = eTokenReal;
   m_dReal = static_cast<double>(nMantissa);
+  // Divided, not multiplied by a negative power: powers of ten are exact up to 10^22, negative ones never.
   if (nExponent != 0)
     m_dReal = nExponent < 0 ? m_dReal / std::pow(10.0, -nExponent) : m_dReal * std::pow(10.0, nExponent);
   m_nInteger = Truncate(m_dReal);

@@ -73,8 +73,8 @@ public:
   bool IsStreamEolOk() const { return m_bStreamEolOk; }
 
   // Searches forward for "endstream", or where that is missing for an "endobj" with what follows an object
-  // after it; returns the position of the data's end, in front of the end of line before the keyword, or the
-  // end of the stream, and stays there.
+  // after it; returns the position of the data's end, before the end of line that precedes the keyword, or
+  // the end of the stream, and stays there.
   std::int64_t FindEndStream();
 
   // Position in the stream after the current token.

@@ -18,11 +18,11 @@ public:
   virtual bool Authenticate(const CString* pPassword) = 0;
 
   // True for objects that are never encrypted: the Encrypt dictionary itself, and the data of metadata
-  // streams of a file that leaves them plain. Cross-reference streams are so too, but what makes them is
-  // their place and not what they say of themselves: the file knows them.
+  // streams of a file that leaves them plain. Cross-reference streams are not encrypted either, but it is
+  // their place that makes them such and not what they say of themselves: the file knows which they are.
   virtual bool IsExempt(PDF::CObject& object) = 0;
 
-  // True for those of them whose strings are plain too, which those of metadata streams are not.
+  // True for those of them whose strings are plain too; those of metadata streams are not.
   virtual bool HasPlainStrings(PDF::CObject& object) { return IsExempt(object); }
 
   // Crypt filters of streams (ISO 32000-2, 7.6.6): that of all streams, that of embedded files, and after it

@@ -1,3 +1,14 @@
+// All versions go through the same three ciphers, for streams, strings and embedded files: in V 1 and 2 they
+// are one RC4, in V 4 and 5 crypt filters, of which streams can name more (ISO 32000-1, 7.6.5). A cipher that
+// is not known for all streams or strings refuses the file; one of embedded files or under a name of its own
+// only fails where it is used.
+//
+// Whether a key is right can be checked against U, so that guesses do no harm: Authenticate tries the forms
+// of a password that writers have used, and other key lengths where the one that the file states opens
+// nothing. A new file gets the lowest version that has the ciphers asked for. One that is like another keeps
+// its O and U if the ID is the same too; up to revision 4 the key depends on the ID, and is made again from
+// the password that has opened the file.
+
 #include "pdf/StandardSecurityHandler.h"
 
 #include "base/Checked.h"
@@ -190,8 +201,8 @@ void CStandardSecurityHandler::ReadMethod(const CObjectPtr& filter, TCrypt& cryp
     crypt.m_pAlgorithm.Reset();
 }
 
-// Neither a name that is not defined nor an unknown cipher loses the file: the first is taken for an
-// oversight.
+// Neither a name that is not defined nor an unknown cipher makes the file unreadable: the former counts as
+// absent.
 void CStandardSecurityHandler::ReadEmbeddedFilter(const CObjectPtr& encrypt)
 {
   const CObjectPtr name = encrypt["EFF"];
@@ -324,7 +335,7 @@ bool CStandardSecurityHandler::ChooseVersion(const TEncryption& encryption)
   return ChooseAlgorithms(encryption);
 }
 
-// A cipher that is not given is that of the other kind, in the end that of the version.
+// A cipher that is not given is the same as that of the other kind, or else that of the version.
 bool CStandardSecurityHandler::ChooseAlgorithms(const TEncryption& encryption)
 {
   const auto orElse = [](const char* szName, const char* szOther) { return szName ? szName : szOther; };
@@ -338,7 +349,7 @@ bool CStandardSecurityHandler::ChooseAlgorithms(const TEncryption& encryption)
   return true;
 }
 
-// One cipher has one name.
+// Equal ciphers share one name.
 void CStandardSecurityHandler::NameCrypts()
 {
   const CCryptAlgorithm* pStream = m_stream.m_pAlgorithm.Get();
@@ -502,12 +513,14 @@ CStandardSecurityHandler::TCrypt& CStandardSecurityHandler::GetStreamCrypt(int n
   return pNamed ? pNamed->m_crypt : m_unknown;
 }
 
-// With one cipher for both, an object's strings have the key that its data have.
+// With one cipher for both, the strings of an object have the key of its data, which is then derived once.
 CStandardSecurityHandler::TCrypt& CStandardSecurityHandler::GetStringCrypt()
 {
   return AreAlike(m_string.m_pAlgorithm.Get(), m_stream.m_pAlgorithm.Get()) ? m_stream : m_string;
 }
 
+// Keys are derived from the numbers of the object (ISO 32000-1, Algorithm 1). Its strings come one after
+// another, so that each crypt filter keeps the key that it had last.
 CCryptAlgorithm* CStandardSecurityHandler::GetObjectCrypt(TCrypt& crypt, int nObjNumber, int nGenNumber)
 {
   CCryptAlgorithm* pAlgorithm = crypt.m_pAlgorithm.Get();

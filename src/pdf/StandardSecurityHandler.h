@@ -41,7 +41,7 @@ public:
   ~CStandardSecurityHandler() override;
 
   // Reads an Encrypt dictionary. Null, reported, for another handler and for versions, revisions and ciphers
-  // that are not known. The handler is of use only after Authenticate. Damaged password values are not
+  // that are not known. The handler can be used only after Authenticate. Damaged password values are not
   // noticed before that.
   static BSE::CObjectPtr<CStandardSecurityHandler> Open(const CObjectPtr& encrypt, const CString& id1,
                                                         BSE::IErrorContext* pErrorContext);

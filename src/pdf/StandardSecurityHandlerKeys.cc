@@ -1,3 +1,10 @@
+// Two schemes under one interface. Up to revision 4 the file key is derived from the user's password, padded
+// to 32 bytes, with what the dictionary says; O holds the user's password encrypted under the owner's, so
+// that the owner's opens the file by way of the user's. From revision 5 the file key is random. UE and OE
+// hold it, encrypted under a hash of either password, and U and O a second hash of each with which the
+// password is checked; the hash of the owner's also takes in U. Key lengths come from the file and are
+// clamped here; no value makes anything run longer.
+
 #include "pdf/StandardSecurityHandlerKeys.h"
 
 #include "base/ByteOrder.h"
@@ -127,9 +134,10 @@ TPadded RevealUserPassword(const TSecurityValues& values, const TPadded& passwor
   return user;
 }
 
-// With the key, the password becomes the user's.
+// On success the password becomes the user's.
 bool TryOldOwner(const TSecurityValues& values, TPadded& password, TByteArray& key)
 {
+  // Both readings of Algorithm 3 are in use, see ComputeOwnerDigest.
   for (const std::size_t nHashed : {GetOldKeyLength(values), sizeof(TDigest)})
   {
     const TPadded user = RevealUserPassword(values, password, nHashed);
@@ -180,6 +188,7 @@ TKey256 StrengthenHash(TKey256 first, TBytes password, TBytes ownerData)
     BSE::CAES::TVector vector;
     std::copy_n(digest + 16, sizeof(vector), vector);
     BSE::CAES({digest, 16}).EncryptChained(data.GetSpan(), data.GetData(), vector);
+    // The first 16 bytes as a number modulo 3: since 256 is 1 modulo 3, their sum has the same remainder.
     unsigned nSum = 0;
     for (int i = 0; i < 16; ++i)
       nSum += data[i];
@@ -191,6 +200,7 @@ TKey256 StrengthenHash(TKey256 first, TBytes password, TBytes ownerData)
     function.Update(data.GetSpan());
     function.Final(digest);
     nDigest = static_cast<std::size_t>(function.GetDigestSize());
+    // Ends with round 287 at the latest, when any last byte is small enough.
     bDone = nRound >= nMinRounds && data[data.GetSize() - 1] <= nRound - 32;
   }
   std::copy_n(digest, first.size(), first.begin());

@@ -6,8 +6,8 @@
 namespace PDF
 {
 
-// A string value (ISO 32000-1, 7.3.4): bytes without escapes, not ended by zero in concept (a zero byte
-// is after them all the same).
+// A string value (ISO 32000-1, 7.3.4): bytes without escapes, not terminated in concept (a zero byte follows
+// them nevertheless).
 class CString
 {
 public:

@@ -34,7 +34,7 @@ public:
   // The bytes of a file. Invalid sequences read as U+FFFD.
   explicit CTextString(const CString& value);
 
-  // 8-bit text: the bytes as they stand, as PDFDocEncoding or with one of the markers; null is empty.
+  // 8-bit text: the bytes as they are, as PDFDocEncoding or with one of the markers; null is empty.
   explicit CTextString(const char* szText);
 
   // Encodes text: PDFDocEncoding where every character has a byte there, else UTF-16BE with its marker; null

@@ -2,10 +2,10 @@
 // obj" is an object, and of two with one number the later is the newer. Data of streams are passed over by
 // looking for their end, so that what they hold is never taken for objects. A first scan makes the table
 // anew; a second one, for a file that is open, only collects objects that are not where their entries say,
-// and, beside a table that is not whole, the members of object streams that it calls free. Trailers and the
-// heads of streams are noted as positions, and read after the scan has ended: to load anything meanwhile
-// would move the reader that scans. Object streams are opened last, since they may need the password, and
-// give their members where no plain object is newer.
+// and, if the table is not whole, the members of object streams that it calls free. Trailers and the heads of
+// streams are noted as positions, and read after the scan has ended: to load anything meanwhile would move
+// the reader that scans. Object streams are opened last, since they may need the password, and give their
+// members where no plain object is newer.
 
 #include "pdf/XRefRecovery.h"
 
@@ -72,7 +72,7 @@ void CXRefRecovery::Scan()
   CParser& parser = *m_state.m_pParser;
   CScanner& scanner = parser.GetScanner();
   const BSE::CScopedValue noLoads(m_state.m_bScanning, true);
-  // Stray text between objects is no news: the scan meets every byte of the file.
+  // Stray text between objects is nothing to report: the scan meets every byte of the file.
   const BSE::CErrorSuppressor quiet(m_file.OnGetErrorHandler());
   scanner.SeekBegin();
   TNumber first;
