@@ -54,8 +54,8 @@ public:
   // Reports again what was wrong with the form of the tree when the pages were counted.
   void RepeatReports();
 
-  // Reports as losses what the tree lists, or claims to, and nobody can read: pages, and whole nodes. True if
-  // nothing was lost.
+  // Reports as losses what the tree lists, or claims to list, and cannot be read: pages, and whole nodes.
+  // True if nothing was lost.
   bool ReportLosses();
 
   // True for a tree that was read, and that has no page because it is empty.
@@ -89,7 +89,7 @@ public:
   // Appends a page and sets its "Parent"; returns the number of pages then, 0 on failure.
   int AddPage(CObject* pPage);
 
-  // Puts a page in front of that index, or at the end. A full node is split.
+  // Puts a page before that index, or at the end. A full node is split.
   bool InsertPage(int nIndex, CObject* pPage);
 
   // Takes a page out of the tree; nodes that have no kid any more go with it, but for the root.
@@ -198,7 +198,7 @@ private:
   BSE::CObjectArray<CObject> m_directObjects;  // pages and nodes
   CObjectPtr m_heldNodes[g_nInheritedKeys];    // that the last page has its values from
   int m_nHeldNodes[g_nInheritedKeys] = {-1, -1, -1, -1};
-  CNumberSet m_present;  // values that are no null, so that those that pages share need not be loaded again
+  CNumberSet m_present;  // values that are not null, so that those that pages share need not be loaded again
   CNumberSet m_treeObjects;
   CNumberSet m_pageNumbers;
   CNumberSet m_repeated;   // pages that are listed more than once

@@ -90,6 +90,7 @@ CPage CBTree::GetPage(int nIndex)
   if (nIndex >= 0 && m_pFile)
   {
     if (!m_bLoaded)
+      // A single page before the first count: the counts of the nodes lead to it without a walk over all.
       page = Search(nIndex + 1);
     if (!page)
     {

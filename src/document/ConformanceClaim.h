@@ -10,9 +10,8 @@ namespace PDF
 
 enum TColorModel : int;
 
-// The conformance for the values of "part" and "conformance" of the PDF/A identification schema
-// (ISO 19005-1, 6.7.11); blanks around them do not
-// count. None for any other pair.
+// The conformance for the values of "part" and "conformance" of the PDF/A identification schema (ISO 19005-1,
+// 6.7.11); blanks around them do not count. None for any other pair.
 CConformance GetClaimedConformance(std::span<const char> part, std::span<const char> level);
 
 // The values of the two properties for a conformance; empty without an archival claim.

@@ -29,8 +29,9 @@ protected:
 // copies.
 //
 // Pages are never copied on the way to something else: a reference to a page, or to a node of a page tree,
-// gives the target object that stands for it, without a value. Who copies pages fills it; one that is never
-// filled is written as null. In a copy of a document the same is true of elements of the structure tree.
+// gives the target object that stands for it, without a value. Whoever copies pages fills it; one that is
+// never filled is written as null. In a copy of a document the same is true of elements of the structure
+// tree.
 class CCopyBase
 {
 public:

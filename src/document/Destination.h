@@ -12,7 +12,7 @@ public:
   CDestination() = default;
 
   // An array, or a dictionary with the array in "D", as a tree of named destinations has it. A name or string
-  // is no destination itself and makes a null one, as everything else does.
+  // is not a destination itself and makes a null one, as everything else does.
   explicit CDestination(const CObjectPtr& object);
 
   // The page object; null for a page of another file, which is given by its index.

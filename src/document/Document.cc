@@ -18,7 +18,7 @@ CDocument::CDocument(BSE::IErrorContext* pErrorContext)
 
 CDocument::~CDocument()
 {
-  // What was not closed is not worth a failure that nobody hears.
+  // What was not closed is not completed: a failure could be reported to nobody.
   Abandon();
   m_file.Detach(this);
 }

@@ -12,7 +12,7 @@ namespace PDF
 
 class CDocument;
 
-// Hears of changes of a document.
+// Is told of changes to a document.
 class CDocumentEventListener : public BSE::CEventListener<CDocumentEventListener>
 {
 public:
@@ -62,7 +62,7 @@ public:
   // for a document that is not open.
   bool Close();
 
-  // Gives a document up, half opened or half written: releases everything and completes nothing. What reached
+  // Gives up a document, half opened or half written: releases everything and completes nothing. What reached
   // the stream of a new document stays there.
   void Abandon();
 

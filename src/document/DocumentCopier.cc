@@ -21,11 +21,13 @@ namespace PDF
 namespace
 {
 
+// Everything that can be permitted: bits 3 to 6 and 9 to 12 (ISO 32000-1, Table 22).
 constexpr int g_nDefaultPermissions = 3900;
+// PDF 1.6, the first version that knows the AES crypt filters.
 constexpr unsigned g_nCryptFilterVersion = 0x1600;
 
-// Entries that pages which are listed again may have in all, beyond so many for each byte of the file, of
-// which a listing takes six.
+// Entries of all pages that are listed again: this many, beyond g_nMaxSharedRatio for each byte of the file.
+// A listing takes six bytes.
 constexpr std::int64_t g_nFreeRepeatedEntries = 1 << 20;
 
 // Groups of object streams: form fields and annotations stay apart from the rest.
@@ -134,7 +136,7 @@ bool CDocumentCopierBase::CloseDocuments()
   m_repeats.RemoveAll();
   m_copier.SetFiles(nullptr, nullptr);
   m_copier.SetSourceTree(nullptr);
-  // An output that a save has left open is none: it is not finished now.
+  // An output that a save has left open is incomplete, and is not finished now.
   m_output.Abandon();
   m_input.Abandon();
   return true;
@@ -153,7 +155,7 @@ void CDocumentCopierBase::TellCatalogue()
 {
   m_copier.TellDamage(m_input.GetCatalog());
   TellStreamData(m_input.GetCatalog());
-  // What it held besides the pages is not to be found.
+  // What it held besides the pages is lost.
   if (m_input.GetFile().IsRootAssumed())
     BSE::ReportLoss(m_pErrorContext, g_nNoRoot);
   if (m_input.GetFile().IsInfoLost())
@@ -238,7 +240,7 @@ bool CDocumentCopierBase::SetUpEncryption(TEncryption& encryption, bool bAsInput
   const bool bPasswords = !encryption.m_userPassword.IsEmpty() || !encryption.m_ownerPassword.IsEmpty();
   const CStandardSecurityHandler* pInput = GetInputHandler();
   CFile& file = m_output.GetFile();
-  // An encrypted input cannot keep the promise of a claim that it makes, so that its copy breaks none.
+  // An encrypted input does not conform to what it claims, so that its copy breaks no promise.
   if (bAsInput && !bPasswords && pInput && m_nOutputCipher == eCipherInput)
     return InstallHandler(pInput->CreateAlike(file.GetId1(), bUniform, m_pErrorContext).Get());
   const bool bAsked = !IsSubstitute(encryption.m_nPermissions);

@@ -76,7 +76,7 @@ protected:
 
   // Metadata stream and information dictionary, with the set entries in both and in step with one another.
   // The packet claims the output's conformance. A packet that cannot be read is replaced by one made from the
-  // dictionary, which is no matter for the caller.
+  // dictionary, which does not concern the caller.
   bool CopyDocumentMetadata();
 
   // The information dictionary alone, new in the output. Keys of the list, ended by null, are left out; the
@@ -84,9 +84,9 @@ protected:
   CObjectPtr CopyInfo(const char* const* pszOmitted);
   void ApplyInfoEntries(CObject& info);
 
-  // The page at the end of the output's tree, in one order: a look at its content, before anything of it is
-  // copied; what it may inherit, resources among it; its other entries; its beads. The page itself is written
-  // last. True if the tree took it.
+  // Copies the page to the end of the output's tree, in a fixed order: a look at its content, before anything
+  // of it is copied; what it may inherit, resources among it; its other entries; its beads. The page itself
+  // is written last. True if the tree took it.
   bool CopyPageObject(int nPage);
 
   // The place for what depends on the content of a page: may replace its contents and its resources by values

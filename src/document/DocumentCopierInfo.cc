@@ -67,7 +67,7 @@ bool CDocumentCopierBase::CopyDocumentMetadata()
   for (int i = m_infoEntries.GetBegin(); i != m_infoEntries.GetEnd(); i = m_infoEntries.GetNext(i))
     m_output.SetInfoEntry(static_cast<const char16_t*>(m_infoEntries.GetKey(i)),
                           static_cast<const BSE::CStr16*>(m_infoEntries.GetValue(i))->GetText());
-  // Who else refers to the stream gets the new one.
+  // Whatever else refers to the stream gets the new one.
   bool bCreated = false;
   const CObjectPtr metadata = m_input.GetCatalog()["Metadata"];
   if (pSource->IsCarried())
@@ -79,7 +79,7 @@ bool CDocumentCopierBase::CopyDocumentMetadata()
   m_output.UpdateMetadata(m_producer.GetText(), bCreated ? target : CObjectPtr());
   if (const CObjectPtr written = m_output.GetCatalog()["Metadata"]; written.IsStream() && written->IsDirty())
     m_copier.HandleStream({}, written);
-  // From PDF 2.0 on the packet says it all, and ISO 19005-4 allows no dictionary beside it.
+  // From PDF 2.0 on the packet has everything, and ISO 19005-4 allows no dictionary in addition to it.
   if (info.GetBegin() == info.GetEnd() || (bNew && m_output.GetMajorVersion() > 1))
   {
     m_output.GetFile().SetInfo(nullptr);

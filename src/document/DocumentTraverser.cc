@@ -84,7 +84,7 @@ bool CDocumentTraverser::TraverseFields(const CObjectPtr& fields)
 {
   struct TLevel
   {
-    CObject* m_pKids;  // held by the array beside
+    CObject* m_pKids;  // held by the array that goes with it
     int m_nNext;
   };
   CNumberSet visited;

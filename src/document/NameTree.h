@@ -9,7 +9,7 @@ namespace PDF
 {
 
 // Reads a name tree or a number tree (ISO 32000-1, 7.9.6 and 7.9.7): leaves hold keys and values in turn in
-// "Names" or "Nums", nodes above them have "Kids", and "Limits" tell the least and the greatest key of a
+// "Names" or "Nums", nodes above them have "Kids", and "Limits" give the least and the greatest key of a
 // node. One pair of the path is in memory. Nodes met twice are left out.
 //
 //   CNameTreeReader reader(catalog["Names"]["Dests"]);

@@ -26,8 +26,8 @@ public:
 
 protected:
   // Fills a target that GetOrCreateCopy has just created: at once, or at the end of the outermost visit with
-  // the group and flushing of this moment. Pages, nodes of page trees
-  // and elements of the structure tree are left to who copies them.
+  // the group and flushing of this moment. Pages, nodes of page trees and elements of the structure tree are
+  // left to whoever copies them.
   void CopyIndirect(const CObjectPtr& source, const CObjectPtr& target);
 
   // Drops the list, when the target file is given up.

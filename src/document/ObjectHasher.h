@@ -16,8 +16,8 @@ using TObjectDigest = std::array<unsigned char, 16>;
 bool HasResourceName(const CObjectPtr& dictionary);
 
 // Brings values into a form whose bytes are equal exactly for equal values: dictionaries sorted by key,
-// numbers by value and kind, references by the number that stands for their object. Nothing behind a
-// reference is looked at. The key "Name" of fonts and XObjects does not count.
+// numbers by value and kind, references by the number that stands for their object. What a reference leads to
+// is not looked at. The key "Name" of fonts and XObjects does not count.
 class CObjectHasher : public CObjectTraverser
 {
 public:

@@ -10,8 +10,8 @@ namespace PDF
 // name, number and structure trees), annotations, fields, optional content groups and memberships,
 // signatures, threads and beads, file specifications, media, destinations, Type 3 fonts and patterns that use
 // the resources of their page, and whatever names its parent or is an item of the structure. Judged by the
-// object itself, from keys that such objects must have; nothing behind a reference is loaded, but for the
-// value.
+// object itself, from keys that such objects must have; nothing that a reference leads to is loaded, but for
+// the value.
 bool HasIdentity(const CObjectPtr& object);
 
 }  // namespace PDF

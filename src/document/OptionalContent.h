@@ -41,8 +41,7 @@ public:
   COptionalContent(const COptionalContent&) = delete;
   COptionalContent& operator=(const COptionalContent&) = delete;
 
-  // False if the object is no dictionary. Lists that lead back to themselves are left out of
-  // the order.
+  // False if the object is not a dictionary. Lists that lead back to themselves are left out of the order.
   bool Load(const CObjectPtr& properties);
 
   int GetGroupCount() const { return m_groups.GetSize(); }
@@ -50,7 +49,7 @@ public:
 
   std::span<const TOrderEntry> GetOrder() const { return m_order.GetSpan(); }
 
-  // The state of a group in the default configuration; true for what is no group of the document.
+  // The state of a group in the default configuration; true for what is not a group of the document.
   bool IsOn(const CObjectPtr& group) const { return !m_off.Contains(group.GetObjNumber()); }
 
   // Of content marked with a group or a membership dictionary (ISO 32000-1, 8.11.2.2), by the policy in "P":

@@ -14,7 +14,7 @@ namespace PDF
 
 COutline::~COutline()
 {
-  // Items far below one another go one by one.
+  // Items far below one another are freed one by one, without recursion.
   COutlineItem* pDoomed = nullptr;
   LetGo(pDoomed);
   while (pDoomed)
@@ -25,7 +25,7 @@ COutline::~COutline()
   }
 }
 
-// Drops the children. Those that nobody else holds are put in front of the list.
+// Drops the children. Those that are not held elsewhere are added to the list of those to delete.
 void COutline::LetGo(COutlineItem*& pDoomed)
 {
   for (int i = 0; i < m_items.GetSize(); ++i)

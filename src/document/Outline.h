@@ -38,7 +38,7 @@ public:
   virtual bool RemoveItem(int nIndex);
 
   // Reads the tree that hangs from the object. A list of siblings ends at an item that was met before. False
-  // if the object is no dictionary.
+  // if the object is not a dictionary.
   virtual bool Load(const CObjectPtr& object);
 
   // Reads the items of this level, which know their own objects and nothing else; visited are those met.
@@ -59,7 +59,7 @@ protected:
   // Whether the children are shown. Those of a root always are.
   virtual bool IsShown() const { return true; }
 
-  // Entries beside the links of the tree.
+  // Entries other than the links of the tree.
   virtual void SaveEntries(PDF::CObject&) const {}
 
 private:

@@ -66,7 +66,7 @@ private:
   bool m_bListed = false;
 };
 
-// True for null and for a reference to it. What cannot be read is no null: it is there, and damaged.
+// True for null and for a reference to it. What cannot be read is not null: it is there, and damaged.
 bool IsAbsent(const CObjectPtr& value);
 
 // A counted page with its annotations (ISO 32000-1, 12.5). Annotation indices are 0-based.

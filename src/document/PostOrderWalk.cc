@@ -33,7 +33,7 @@ private:
   BSE::CBasicArray<int>& m_numbers;
 };
 
-// The length of a stream is no part of what it says.
+// The length of a stream is not part of what it says.
 void CollectReferences(const CFile& file, const CObjectPtr& object, BSE::CBasicArray<int>& numbers)
 {
   CReferenceCollector collector(file, numbers);

@@ -32,7 +32,7 @@ struct CTreeCopier::TLevel
   TLevel(const TLevel&) = delete;
   TLevel& operator=(const TLevel&) = delete;
 
-  // A long path goes one by one where memory runs out.
+  // Where memory runs out, a long path is freed level by level: recursion would use up the stack.
   ~TLevel()
   {
     while (m_pAbove)
@@ -196,7 +196,7 @@ void CTreeCopier::EndLevel(BSE::CScopedPtr<TLevel>& pLevel)
 {
   // The list ends at a node that is not there, or that could not be read.
   TellDamage(pLevel->m_next);
-  // A list that breaks off in front of its last node has nodes that no walk finds.
+  // A list that breaks off before its last node has nodes that no walk finds.
   const CObjectPtr last = pLevel->m_source["Last"];
   if (last.IsDictionary() && last.IsIndirect() && !m_visited.Contains(last.GetObjNumber()))
     m_unreached.Add(last.GetObjNumber());

@@ -6,10 +6,10 @@
 namespace PDF
 {
 
-// Copies a tree whose nodes are linked by "First", "Next", "Prev", "Last" and "Parent", as outlines are
-// (ISO 32000-1, 12.3.3). The walk uses no recursion: one path of nodes is in memory, of any length. A node
-// met twice ends its list of siblings, with a trace line. A list that ends in front of the node that its
-// parent calls the last is reported as a loss.
+// Copies a tree whose nodes are linked by "First", "Next", "Prev", "Last" and "Parent", as outlines are (ISO
+// 32000-1, 12.3.3). The walk uses no recursion: one path of nodes is in memory, of any length. A node met
+// twice ends its list of siblings, with a trace line. A list that ends before the node that its parent calls
+// the last is reported as a loss.
 class CTreeCopier : public CObjectCopier
 {
 public:
@@ -30,7 +30,7 @@ protected:
   // True if a node enters the list; its children go with it.
   virtual bool IsKept(const CObjectPtr& node);
 
-  // The copy of an entry that is no link of the tree; null leaves it out.
+  // The copy of an entry that is not a link of the tree; null leaves it out.
   virtual CObjectPtr CopyNodeEntry(const char* szKey, const CObjectPtr& value);
 
 private:
