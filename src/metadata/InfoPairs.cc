@@ -10,6 +10,7 @@ namespace PDF
 namespace
 {
 
+// The pairs of ISO 19005-1, 6.7.3, Table 1, and Trapped.
 constexpr TInfoPair g_pairs[] = {
     {"Title", XMP::g_szDc, "title", TInfoKind::LanguageText},
     {"Author", XMP::g_szDc, "creator", TInfoKind::List},

@@ -27,7 +27,7 @@ struct TInfoPair
 enum class TPairValue
 {
   Missing,
-  Invalid,  // there, but no value that the entry could have
+  Invalid,  // there, but not a value that the entry could have
   Found
 };
 
@@ -46,7 +46,7 @@ bool WriteInfoPair(XMP::CPacket& packet, const TInfoPair& pair, const BSE::CStr1
 // True if two texts of the entry mean the same value.
 bool IsSameInfo(TInfoKind kind, const BSE::CStr16& a, const BSE::CStr16& b);
 
-// False for the text of an entry that is no date.
+// False for the text of an entry that is not a date.
 bool ParseInfoDate(const BSE::CStr16& text, XMP::TDate& date);
 
 }  // namespace PDF

@@ -65,7 +65,7 @@ public:
   const XML::CUri* GetUri() const { return m_pUri; }
   void SetUri(const XML::CUri* pUri) { m_pUri = pUri; }
 
-  // The class that rdf:type says, or null.
+  // The class that rdf:type states, or null.
   const XML::CUri* GetType() const { return m_pType; }
   void SetType(const XML::CUri* pType) { m_pType = pType; }
 

@@ -8,7 +8,7 @@ namespace RDF
 namespace
 {
 
-// Attributes that belong to the syntax and are no properties.
+// Attributes that belong to the syntax and are not properties.
 bool IsSyntaxAttribute(const XML::CAttr& attr)
 {
   if (attr.IsIn(XML::g_szXmlNamespace))

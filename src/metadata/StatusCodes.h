@@ -1,6 +1,6 @@
 #pragma once
 
-// Status codes of metadata; beside a code, the properties that its report has.
+// Status codes of metadata; with each code, the properties that its report has.
 
 namespace RDF
 {

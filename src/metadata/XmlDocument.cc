@@ -1,3 +1,10 @@
+// libxml2 builds the tree, and its callbacks are wrapped only to bound what a hostile packet can make it do.
+// Its time is quadratic in the attributes of a tag and in the namespaces in scope, and every byte may be an
+// error with a long message. Namespaces and elements are counted in the callbacks. Attributes are counted in
+// the text before the parse, because a callback comes only after they have been compared. A document type
+// declaration stops the parse, and with it the expansion of entities. Whether a parse failed at a limit or at
+// the text is kept apart: a document that is refused may be sound.
+
 #include "metadata/XmlDocument.h"
 
 #include "base/Checked.h"
@@ -69,7 +76,7 @@ void OnEndElement(void* pContext, const xmlChar* pLocalName, const xmlChar* pPre
   xmlSAX2EndElementNs(pContext, pLocalName, pPrefix, pUri);
 }
 
-// The parser's own limits on nesting and on the length of texts, for which it has no code of their own.
+// The parser's own limits on nesting and on the length of texts, for which it has no codes of their own.
 bool IsLimit(const xmlError& error)
 {
   return error.code == XML_ERR_INTERNAL_ERROR ||
@@ -269,8 +276,7 @@ bool CDocument::Parse(std::span<const char> text, BSE::IErrorContext* pErrorCont
   parser.m_p->sax->endElementNs = OnEndElement;
   parser.m_p->sax->serror = OnError;
   // Without declarations there are only the five entities of XML itself. Unless the parser replaces them, it
-  // leaves
-  // "&#38;" in the URIs of namespaces.
+  // leaves "&#38;" in the URIs of namespaces.
   m_pDoc = xmlCtxtReadMemory(parser.m_p, text.data(), static_cast<int>(text.size()), nullptr, "UTF-8",
                              XML_PARSE_NONET | XML_PARSE_NOENT);
   if (m_pDoc && !parse.m_bRefused && !parse.m_bEnded && parser.m_p->wellFormed && GetRoot())

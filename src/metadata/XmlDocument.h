@@ -44,7 +44,7 @@ private:
   const char* m_szLocalName = "";
 };
 
-// An attribute that is no namespace declaration. Empty after the last one.
+// An attribute that is not a namespace declaration. Empty after the last one.
 class CAttr : public CNSNode
 {
 public:

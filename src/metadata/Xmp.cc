@@ -1,3 +1,10 @@
+// All changes are made in the tree of the packet and, by way of an interface, in the dictionary of the
+// document. A stream without a usable tree is in one of three states. One that is empty had nothing to lose.
+// One that is damaged is reported as a loss and replaced by a packet made from the dictionary. One that is
+// too large for a tree is carried over as it is, and only its claim to be PDF/A is searched for in its bytes,
+// piece by piece. An update first brings both sides in step, the packet's values winning, then adds what is
+// missing, and writes the history last, since its events name the document's identifier and the time.
+
 #include "metadata/Xmp.h"
 
 #include "base/DecodeFilter.h"
@@ -52,11 +59,12 @@ std::span<const char> TrimBlanks(std::span<const char> text)
   return text;
 }
 
-// Bytes that a packet which is not parsed is read by, and those that a claim may take.
+// The pieces in which a packet is read that is not parsed, and the bytes that a claim may take across their
+// border.
 constexpr int g_nPiece = 1 << 20;
 constexpr int g_nOverlap = 128;
 
-// Appends at most so many bytes; false on failure.
+// Appends at most nMax bytes; false on failure.
 bool ReadUpTo(BSE::IByteStream& stream, std::int64_t nMax, BSE::CBasicArray<unsigned char>& bytes)
 {
   unsigned char buffer[4096];
@@ -211,6 +219,8 @@ TPairValue CXMP::ReadPacket(const TInfoPair& pair, BSE::CStr16& value) const
   const TPairValue found = ReadInfoPair(*m_pPacket, pair, value);
   if (found == TPairValue::Found)
     return found;
+  // Some writers use other names for the title and the creator. An archival file prescribes where the title
+  // is.
   const bool bTitle = std::strcmp(pair.m_szKey, "Title") == 0;
   if (bTitle && m_nPart == 0)
     for (const char* szNamespace : {XMP::g_szXmp, XMP::g_szPdf})
@@ -272,8 +282,8 @@ void CXMP::EnsureDate(const char* szKey, const XMP::TDate& now, IInfoDictionary&
   SetInfoEntry(szKey, ToUtf16(szDate), info);
 }
 
-// There is a place for the date, but nothing in it. What the dictionary has stays, even if it is no date or
-// not to be read for the part of PDF/A: it says more than the present time would.
+// There is a place for the date, but nothing in it. What the dictionary has stays, even if it is not a date
+// or not to be read for the part of PDF/A: it says more than the present time would.
 bool CXMP::LacksCreationDate(IInfoDictionary& info) const
 {
   BSE::CStr16 value;

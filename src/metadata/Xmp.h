@@ -12,7 +12,7 @@ namespace PDF
 class IInfoDictionary
 {
 public:
-  // False for a missing entry and for one that is no text.
+  // False for a missing entry and for one that is not text.
   virtual bool GetText(const char* szKey, BSE::CStr16& text) = 0;
 
   // An empty text removes the entry.

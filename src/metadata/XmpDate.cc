@@ -69,7 +69,9 @@ int GetDaysOfMonth(int nYear, int nMonth)
   return nMonth == 2 && bLeap ? 29 : days[nMonth - 1];
 }
 
-// Days since 1970-01-01 in the Gregorian calendar.
+// Days since 1970-01-01 in the Gregorian calendar. Years begin in March, so that the leap day is the last
+// one: 400 of them have 146097 days, and 1970-01-01 is 719468 days after 0000-03-01. Months from March on
+// have 30.6 days on average, which the division rounds to their true lengths.
 std::int64_t GetDays(int nYear, int nMonth, int nDay)
 {
   const std::int64_t nY = nMonth <= 2 ? nYear - 1 : nYear;
@@ -84,7 +86,8 @@ bool IsValidDay(const TDate& date)
   return date.m_nDay <= GetDaysOfMonth(date.m_nYear, date.m_nMonth);
 }
 
-// "Z", or a sign, hours and minutes with the separators; the minutes may be missing.
+// "Z", or a sign, hours and minutes with the separators; the minutes may be missing. In PDF some writers put
+// zeros after the "Z".
 bool ReadZone(CDateReader& reader, char nSeparator, TDate& date)
 {
   int nHours = 0;
@@ -226,6 +229,7 @@ void FormatPdfDate(const TDate& date, char (&szText)[g_nDateText])
 
 void FormatXmpDate(const TDate& date, char (&szText)[g_nDateText])
 {
+  // By parts. An hour is never without minutes (ISO 16684-1, 8.2.1.2).
   constexpr int lengths[] = {0, 4, 7, 10, 16, 16, 19};
   std::snprintf(szText, sizeof szText, "%04d-%02d-%02dT%02d:%02d:%02d", date.m_nYear % 10000,
                 date.m_nMonth % 100, date.m_nDay % 100, date.m_nHour % 100, date.m_nMinute % 100,

@@ -12,7 +12,7 @@ enum class TPacketEncoding
   Utf8,
   Utf16,
   Utf32,
-  Latin1  // not allowed, but found: bytes that are no UTF-8
+  Latin1  // not allowed, but found: bytes that are not UTF-8
 };
 
 // Turns the bytes of a packet into UTF-8 (ISO 16684-1, 7.3.2). The encoding shows in a byte order mark or in

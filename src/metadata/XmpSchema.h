@@ -50,7 +50,7 @@ struct CSchemaDescription
   const char* m_szTitle;
   std::span<const CPropertyDescription> m_properties;
 
-  // Null for a property that the table does not tell.
+  // Null for a property that the table does not list.
   const CPropertyDescription* Find(const char* szName) const;
 };
 
@@ -67,7 +67,7 @@ public:
 // The path to a node: "/dc:title[2]", with the usual prefixes, or the URI of a name of no built-in schema.
 BSE::CStr8 GetPath(const CNode& node);
 
-// Reports every top-level property whose value has not the type of its schema.
+// Reports every top-level property whose value does not have the type of its schema.
 void ReportWrongTypes(const CMeta& meta, BSE::IErrorContext* pErrorContext);
 
 }  // namespace XMP
