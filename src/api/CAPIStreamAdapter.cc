@@ -8,7 +8,7 @@ namespace BSE
 namespace
 {
 
-// What a caller says of positions and lengths is added to: a number that no stream reaches is none.
+// A caller's positions and lengths are calculated with: a number that no stream reaches counts as none.
 std::int64_t CheckPosition(std::int64_t nPos)
 {
   constexpr std::int64_t nMax = std::int64_t{1} << 62;
@@ -137,7 +137,7 @@ std::int64_t CCAPIStreamAdapter::Write(const unsigned char* pBuffer, std::int64_
     return FinishAccess(-1, n, g_nStreamWriteFailed);
   if (!PrepareAccess())
     return -1;
-  // Who takes nothing will take nothing the next time either.
+  // A callback that takes nothing will take nothing the next time either.
   const std::int64_t nCount = m_descriptor.pfWrite(m_descriptor.handle, pBuffer, static_cast<std::size_t>(n));
   return FinishAccess(nCount > 0 ? nCount : -1, n, g_nStreamWriteFailed);
 }

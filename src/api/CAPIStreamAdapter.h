@@ -8,9 +8,9 @@
 namespace BSE
 {
 
-// A caller's table of callbacks as a stream. The caller is not trusted: a callback that answers more than it
-// was asked for has failed. A failure is reported to the error context and is in the calling thread's
-// error slot.
+// A caller's table of callbacks as a stream. The caller is not trusted: a callback that returns more than it
+// was asked for has failed. A failure is reported to the error context and is in the calling thread's error
+// slot.
 //
 // The caller's stream has one position. As soon as there is a duplicate, the first adapter and every
 // duplicate keep a position of their own and seek before each access.
@@ -41,7 +41,7 @@ public:
   IStreamBase<unsigned char>* Dup() override;
 
 protected:
-  // Who keeps the position.
+  // Which side keeps the position.
   enum TDupMode : unsigned
   {
     ePrimary = 0,   // the caller's stream

@@ -7,7 +7,7 @@
 namespace API
 {
 
-// The way from an exported function into the library: a null handle answers the neutral value, and every
+// The way from an exported function into the library: a null handle gives the neutral value, and every
 // exception ends here.
 
 // For functions that report: an exception leaves its code with the handle.

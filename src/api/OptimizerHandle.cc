@@ -152,7 +152,7 @@ bool COptimizerHandle::SaveFile(const char* szFileName, const PDF::TEncryption& 
   if (!pFile->IsValid())
     return FailFile();
   const bool bSaved = m_optimizer.Save(pFile.Get(), encryption);
-  // Some systems tell only at the end what they could not keep: a quota, a server that is gone.
+  // Some systems report only at the end what they could not keep: a quota, a server that is gone.
   const bool bClosed = pFile->Close();
   if (!bClosed)
     Fail(BSE::CTLSError::Get()->GetCode());

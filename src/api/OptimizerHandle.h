@@ -13,7 +13,7 @@ namespace API
 {
 
 // What a handle of the interface stands for: an optimizer, the end of its error chain, and what was handed
-// out to the caller. Every operation below starts with a cleared error code; one that answers false leaves a
+// out to the caller. Every operation below starts with a cleared error code; one that returns false leaves a
 // code.
 class COptimizerHandle : public BSE::CAPIErrorHandler
 {
@@ -21,13 +21,14 @@ public:
   COptimizerHandle();
   ~COptimizerHandle() override;
 
-  // Close what is open first, whether the new document can be opened or not. A null or empty file name is no
-  // file, here and below.
+  // Close what is open first, whether the new document can be opened or not. A null or empty file name is an
+  // error, here and below.
   bool OpenFile(const char* szFileName, const PDF::CString& password);
   bool OpenMemory(const void* pBytes, std::uint64_t nLength, const PDF::CString& password);
   bool OpenStream(const TBrevexStreamDescriptor* pDescriptor, const PDF::CString& password);
 
-  // Drop a result in memory that was not fetched. A file that the open document is read from is no target.
+  // Drop a result in memory that was not fetched. The file that the open document is read from cannot be the
+  // target.
   bool SaveFile(const char* szFileName, const PDF::TEncryption& encryption);
   bool SaveStream(const TBrevexStreamDescriptor* pDescriptor, const PDF::TEncryption& encryption);
 
@@ -72,7 +73,7 @@ public:
   void Fail(unsigned nCode);
 
 private:
-  // Closes what is open; clears what the call before has left behind.
+  // Closes what is open; clears what the call before has left.
   void BeginOpen();
   void BeginSave();
   bool OpenWith(BSE::IByteStream* pStream, const PDF::CString& password);

@@ -1,3 +1,10 @@
+// An entry is found by the bytes of its record with the count at 0, so that equal reports meet in constant
+// time: records are cleared before they are filled, and only the entry counts. One fault is often reported
+// twice, as a remark where it is met and as a loss, or as the end, where it shows what it means. The later
+// report takes the place of the remark, also of one without a page, and with it its text and its room. A full
+// log still counts losses and repetitions. No exception leaves the log, since reports also come while memory
+// is short.
+
 #include "api/ReportLog.h"
 
 #include "base/ErrorProperty.h"
@@ -127,7 +134,7 @@ void CReportLog::NoteEnd(unsigned nCode) noexcept
   try
   {
     TBrevexReport report = MakeReport(nCode, m_nStep, BREVEX_CONSEQUENCE_END);
-    // Who reported the failure did not know what it would end.
+    // Whoever reported the failure did not know that it would be the end; object and page are the same.
     for (int i = m_entries.GetSize() - 1; i >= 0 && m_entries[i]->m_report.nStep == m_nStep; --i)
       if (const TBrevexReport& known = m_entries[i]->m_report; known.nCode == nCode)
       {

@@ -53,8 +53,7 @@ private:
 
   void Enter(const TBrevexReport& report, BSE::IError* pError);
 
-  // Drops the remark of this code, object and page, of which it has turned out what it meant; its text goes
-  // on.
+  // Drops the remark of this code, object and page, since it has turned out what it meant; its text is kept.
   void TakeRemark(TBrevexReport remark, BSE::CStr16& text);
   bool HasRoom(int nConsequence) const;
   void BeginUse(int nStep);
