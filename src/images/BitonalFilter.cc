@@ -1,3 +1,9 @@
+// The last rows of the source are kept, and as many are read ahead as the method looks at: none for a
+// threshold, one for Floyd and Steinberg's error diffusion, two for Atkinson's, the rest of a block of four
+// for halftones. Error diffusion adds to the rows that are still to come in place. Its shares are rounded,
+// and the last one takes what is left, so that rounding loses nothing. Ordered methods compare a sample,
+// brought to 0 to 16, with its place in a square of 4 by 4.
+
 #include "images/BitonalFilter.h"
 
 #include "base/Tracer.h"
@@ -113,6 +119,7 @@ void CConvertToBitonalFilter::DiffuseFloydSteinberg(unsigned char* pBits)
   {
     pBits[x] = IsWhite(pRow[x]);
     const int nError = GetRemainder(pRow[x]);
+    // Floyd and Steinberg's shares: 7, 3, 5 and 1 of 16.
     const int nRight = 7 * nError / 16;
     const int nLowerLeft = 3 * nError / 16;
     const int nBelow = 5 * nError / 16;
@@ -138,6 +145,7 @@ void CConvertToBitonalFilter::DiffuseAtkinson(unsigned char* pBits)
   {
     pBits[x] = IsWhite(pRow[x]);
     const int nError = GetRemainder(pRow[x]);
+    // Six shares of an eighth; the method drops the other two.
     const int nPart = nError / 8;
     for (int i = x + 1; i < std::min(x + 3, nWidth); ++i)
       AddError(pRow[i], nPart);
@@ -185,7 +193,7 @@ CAntialiasFilter::CAntialiasFilter(BSE::IByteStream* pSource, const CSampleForma
                                    BSE::IErrorContext* pErrorContext)
     : CSampleFilter(pSource, format, pErrorContext), m_nFactor(nFactor)
 {
-  // Sums of a block and their product with 255 fit.
+  // Sums of a block and their product with 255 fit 32 bits.
   constexpr int nMaxFactor = 4096;
   const bool bUsable =
       nFactor > 0 && nFactor <= nMaxFactor && format.nBitsPerComponent == 1 && format.GetComponents() == 1;

@@ -105,7 +105,7 @@ std::int64_t CUnmatteFilter::FetchRow()
   const std::int64_t nRead = m_pMask->ReadFully(m_mask.GetData(), nPixels);
   if (nRead == nPixels)
     return nSize;
-  // Colours cannot be told without it.
+  // Colours cannot be computed without it.
   m_bGap = true;
   BSE::ReportLoss(m_pErrorContext,
                   BSE::MakeError(g_nSampleLength, "l1", std::int64_t{m_format.nWidth} * m_format.nHeight,

@@ -15,7 +15,7 @@ using CStreamPtr = BSE::CObjectPtr<BSE::IByteStream>;
 
 constexpr int g_nDefaultQuality = 75;
 
-// Whether colours are encoded as luminance and chrominance where the parameters do not tell: what has three
+// Whether colours are encoded as luminance and chrominance where the parameters do not say: what has three
 // components does, and so does data of which nothing is known.
 int GuessColorTransform(CObject* pStream)
 {
@@ -27,7 +27,7 @@ int GuessColorTransform(CObject* pStream)
     BSE::ReportError(pStream, g_nInvalidColorSpace);
     return 0;
   }
-  // A name that the resources explain tells nothing here.
+  // A name that the resources explain says nothing here.
   const int nColors = GetColorCount(space);
   return nColors == 3 || (nColors == 0 && space.IsName()) ? 1 : 0;
 }

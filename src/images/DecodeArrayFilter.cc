@@ -46,7 +46,7 @@ bool CDecodeArrayFilter::MakeRow(std::span<unsigned char> row)
   {
     const TLine& line = m_lines[nComponent];
     const double dValue = line.m_dStart + line.m_dStep * nSample;
-    // Written so that what is no number is 0.
+    // Written so that what is not a number becomes 0.
     nSample = dValue > 0 ? static_cast<std::uint16_t>(std::lround(std::min<double>(dValue, m_nHigh)))
                          : std::uint16_t{0};
     nComponent = nComponent + 1 == m_lines.GetSize() ? 0 : nComponent + 1;

@@ -8,7 +8,7 @@ namespace PDF
 
 // Applies a Decode array (ISO 32000-1, 8.9.5.2): the result has 8 bits a component, or 16 of 16, with the
 // ends of a component's range at 0 and the highest value, rounded; of an indexed space it has indices. Pairs
-// that are no numbers leave their component as it is.
+// that are not numbers leave their component as it is.
 class CDecodeArrayFilter final : public CPixelFilter
 {
 public:

@@ -1,3 +1,9 @@
+// An image is described twice, by its dictionary and by its data, and readers do not all believe the same
+// one. Of JPEG 2000 data the data counts (ISO 32000-1, 7.4.9). For other data the decoder is asked what it
+// has found, and where the dictionary says otherwise nothing is transformed: new data that fits the
+// dictionary would be another picture. The data is opened when it is first asked about, and only once, since
+// opening it may decode a header.
+
 #include "images/Image.h"
 
 #include "base/Limits.h"
@@ -125,7 +131,7 @@ void CImage::OpenData()
   if (m_pStream && !m_pStream->IsValid())
     m_pStream = nullptr;
   LookAtDecoder(m_pStream.Get());
-  // The data tells, whatever the dictionary does; once it has become other data the dictionary will.
+  // The data counts, whatever the dictionary says; once it has become other data the dictionary will count.
   if (FindJPX() && CanChange(m_object.Get()))
   {
     SetWidth(m_found.m_nWidth);
@@ -234,6 +240,7 @@ bool CImage::HasDecode(const CObjectPtr& decode, bool bInverted)
     const CObjectPtr high = decode[bInverted ? 2 * i : 2 * i + 1];
     if (!low.IsNumber() || !high.IsNumber())
       return false;
+    // Writers round the ends of ranges to a few decimals.
     const double dNear = 1e-4 * std::fabs(range.m_dMax - range.m_dMin);
     if (!(std::fabs(low->GetRealValue() - range.m_dMin) <= dNear &&
           std::fabs(high->GetRealValue() - range.m_dMax) <= dNear))

@@ -20,7 +20,7 @@ enum TColorAnalysis
 // What a Decode array does.
 enum TDecode
 {
-  eDecodeNone,      // absent, as it would be without one, or of no meaning to this data
+  eDecodeNone,      // absent, without effect, or without meaning for this data
   eDecodeInverted,  // the other way round in all components: samples have been turned
   eDecodeOther      // samples are as they are stored, and the array stays with them
 };
@@ -29,15 +29,15 @@ enum TDecode
 // that of its parameters, with the caller's default.
 TCompression GetFilterCompression(const CObjectPtr& name, std::int64_t nK);
 
-// A light view of an image XObject or inline image (ISO 32000-1, 8.9): tells what it is, hands out its
-// samples and replaces them. Copies share the object.
+// A light view of an image XObject or inline image (ISO 32000-1, 8.9): says what it is, hands out its samples
+// and replaces them. Copies share the object.
 //
 // Transformations build a stream of filters over the samples and store it as the image's data, which has no
 // filter then: nothing is read before that data is, and what is missing in it shows only there (BSE::HasGap).
-// Who replaces a picture for good calls ReadSamples before. They answer false, and leave the image as it is,
-// where they are not possible; colour spaces are made ready before. That the data is not what the dictionary
-// tells (HasWholeSamples) is such a case, and so is an object of a file that is only read; where colours
-// count, eDecodeOther. Masks and the colours in Mask and Matte are the caller's business.
+// Whoever replaces a picture for good calls ReadSamples before. They return false, and leave the image as it
+// is, where they are not possible; colour spaces are made ready before. That the data is not what the
+// dictionary says (HasWholeSamples) is such a case, and so is an object of a file that is only read; where
+// colours count, eDecodeOther. Masks and the colours in Mask and Matte are the caller's business.
 class CImage
 {
 public:
@@ -49,7 +49,7 @@ public:
 
   const CObjectPtr& GetObject() const { return m_object; }
 
-  // Of JPEG 2000 data the data tells, as it is decoded: 8 bits.
+  // For JPEG 2000 the data counts, as it is decoded: 8 bits.
   int GetWidth();
   int GetHeight();
   int GetBitsPerComponent();
@@ -73,16 +73,16 @@ public:
 
   // The form of the samples of GetStream. Where the decoder of a picture knows better than the dictionary it
   // is the decoder's, with colours of a device if there are others than the image's colour space has. False,
-  // which has been traced, if nobody knows it or it is out of bounds.
+  // which has been traced, if it is not known or out of bounds.
   bool GetDataFormat(CSampleFormat& format);
 
   // The samples, made once and kept; null if they cannot be had.
   BSE::IByteStream* GetStream();
   TDecode GetDecode();
 
-  // Whether the samples, and the dictionary beside them, are all that the picture is: those of other data
-  // cannot take its place. Not so where the two differ in size or components, where the colour space is not
-  // valid, and for a mask inside the data.
+  // Whether the samples, with the dictionary, are all that the picture is: those of other data cannot take
+  // its place. Not so where the two differ in size or components, where the colour space is not valid, and
+  // for a mask inside the data.
   bool HasWholeSamples();
 
   // Reads the samples, for what encodes or compares them more than once. They are in memory then, unless they
@@ -103,7 +103,7 @@ public:
   void SetBitsPerComponent(int nBits);
   void SetColorSpace(const CObjectPtr& space);
 
-  // To device colours of 8 bits. A stencil mask can only become RGB, and is none then.
+  // To device colours of 8 bits. A stencil mask can only become RGB, and is not a mask then.
   bool ConvertToGray() { return ConvertTo(DOC::eToGray); }
   bool ConvertToRGB() { return ConvertTo(DOC::eToRGB); }
   bool ConvertToCMYK() { return ConvertTo(DOC::eToCMYK); }
@@ -123,7 +123,7 @@ public:
   // for those of one bit.
   bool Resample(int nMode, double dFactorX, double dFactorY);
 
-  // A picture of one bit to gray, of blocks of n by n; no stencil mask.
+  // A picture of one bit to gray, of blocks of n by n; not a stencil mask.
   bool ReduceToGrayByFactor(int n);
 
   // Cuts out columns from left to before right and rows from bottom to before top, counted from the lower
@@ -154,8 +154,9 @@ public:
   // Takes the entries and data of such a copy. False unless its data has been encoded (CObject::Encode).
   bool TakeCopy(const CObjectPtr& copy);
 
-  // Reads the samples and tells what colours there are: the first one, and the second for more than one, as
-  // numbers of the colour space, that of a table's base for an indexed image. The spans have room for four.
+  // Reads the samples and finds out what colours there are: the first one, and the second for more than one,
+  // as numbers of the colour space, that of a table's base for an indexed image. The spans have room for
+  // four.
   TColorAnalysis AnalyzeColors(std::span<double> first, std::span<double> second);
 
 private:

@@ -17,7 +17,7 @@ namespace
 
 constexpr int g_nMaxColors = 4;
 
-// A single component is gray, and black beside equal inks makes no difference.
+// A single component is gray, and so are three equal ones, with any black.
 bool IsGrayPixel(const unsigned char* pPixel, int nComponents)
 {
   return nComponents < 3 || (pPixel[0] == pPixel[1] && pPixel[1] == pPixel[2]);
@@ -150,7 +150,7 @@ TColorAnalysis CImage::AnalyzeColors(std::span<double> first, std::span<double> 
     if (!counter.Add(row.GetSpan()))
       break;
   }
-  // What a decoder has put in place of damaged samples is no colour of the picture.
+  // What a decoder has put in place of damaged samples is not a colour of the picture.
   if (BSE::HasGap(pStream))
     return eUnknownColors;
   GiveColor(*pSpace, counter.m_first, first);

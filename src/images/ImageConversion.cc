@@ -1,4 +1,7 @@
-// The transformations of CImage.
+// The transformations of CImage. Each first makes the filters that it needs, over the samples as they are,
+// and changes the dictionary only when nothing can fail any more: an image that cannot be transformed is left
+// as it was. The filters read when the new data is read, so whatever they need of the file is made ready
+// before.
 
 #include "base/Limits.h"
 #include "base/MemoryStream.h"
@@ -102,7 +105,8 @@ BSE::IByteStream* CImage::BeginChange(CSampleFormat& format, bool bColors)
 
 void CImage::Store(BSE::IByteStream* pData, int nBits, const CObjectPtr& space)
 {
-  // Of the colours and samples that were.
+  // The old data is held, since the new may be a view of it. Decode and the colour key are still those of the
+  // old samples.
   const BSE::CObjectPtr<BSE::IByteStream> pHeld = pData;
   if (GetDecode() == eDecodeInverted)
     TurnColorKey();

@@ -1,3 +1,8 @@
+// Boxes begin at whole samples, number * old size / new size rounded down, so that each sample of the source
+// is in one box and boxes differ by at most one in size. Rows are summed column by column first, which
+// compilers make vector code of, and the columns of a box are added once for all of its rows. A picture may
+// be of any height: one row of sums is all that is held.
+
 #include "images/ResampleFilter.h"
 
 #include "base/Limits.h"
@@ -14,17 +19,17 @@ namespace PDF
 namespace
 {
 
-// Sums of a column: 32 bits have room for so many rows.
+// The sum of a column has 32 bits, which bounds the rows of a box.
 constexpr std::int64_t g_nMaxSum = std::numeric_limits<unsigned>::max();
 
-// Rounded; what is no number, or does not fit, gives 0.
+// Rounded; what is not a number, or does not fit, gives 0.
 int ScaleSize(int nSize, double dFactor)
 {
   const double dSize = nSize * dFactor + 0.5;
   return dSize < std::numeric_limits<int>::max() ? std::max(static_cast<int>(dSize), 1) : 0;
 }
 
-// The negation is for what is no number.
+// The negation is for what is not a number.
 double ClampBelow(double dFactor)
 {
   return !(dFactor < 1.0) ? 1.0 : std::max(dFactor, 0.0);
@@ -173,6 +178,7 @@ CUpsampleFilter::TPlace CUpsampleFilter::GetPlace(int nNew, int nOldSize, int nN
   const double dPos = static_cast<double>(nNew) * nOldSize / nNewSize;
   if (!m_bSmooth)
     return {std::min(static_cast<int>(dPos), nOldSize - 1), 0};
+  // Samples are at the middle of their pixels; nothing is beyond the first and the last one.
   if (dPos < 0.5)
     return {0, 0};
   const int nSample = static_cast<int>(dPos - 0.5);
@@ -225,7 +231,7 @@ bool CUpsampleFilter::MakeRow(std::span<unsigned char> row)
       const int i = place.m_nSample * nComponents + k;
       const double dUpper = pUpper[i] * (1 - place.m_dWeight) + pUpper[i + nNext] * place.m_dWeight;
       const double dLower = pLower[i] * (1 - place.m_dWeight) + pLower[i + nNext] * place.m_dWeight;
-      // Weights that are no sums of powers of two leave a rounding error.
+      // Weights that are not sums of powers of two leave a rounding error.
       constexpr double dRounding = 1e-9;
       *pResult++ = static_cast<std::uint16_t>(dUpper * (1 - m_place.m_dWeight) + dLower * m_place.m_dWeight +
                                               dRounding);

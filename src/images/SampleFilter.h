@@ -44,7 +44,7 @@ protected:
   int DecodeBlock(std::span<unsigned char> block) override;
   void ResetState() override;
 
-  // As many bytes as the format tells, of what the source gives.
+  // As many bytes as the format says, of what the source gives.
   std::int64_t GetSizeLimit() const override;
 
   CSampleFormat m_format;  // of the source

@@ -1,3 +1,8 @@
+// Step by step the samples are brought to something that TIFF can say. Each step puts a filter over them and
+// describes its result, whose colour space is then looked at in turn: first what Decode asks for, since no
+// later step knows of it, then a table that TIFF cannot have, then colours of other spaces. What has a place
+// in TIFF is not touched. Rows are copied strip by strip, so that memory is bounded by one strip.
+
 #include "images/TiffExport.h"
 
 #include "base/DecodeFilter.h"
@@ -19,7 +24,7 @@ namespace
 constexpr std::size_t g_nProfileHeader = 128;
 constexpr std::size_t g_nSignature = 4;
 
-// The data colour space in the header of an ICC profile (ICC.1:2010, 7.2.6); empty for what is no profile.
+// The data colour space in the header of an ICC profile (ICC.1:2010, 7.2.6); empty for what is not a profile.
 std::string_view GetProfileSpace(std::span<const unsigned char> profile)
 {
   const std::string_view bytes(reinterpret_cast<const char*>(profile.data()), profile.size());
@@ -72,7 +77,7 @@ bool CTiffExport::Prepare()
   return m_image.GetStream()->Rewind() && m_pSamples->IsValid();
 }
 
-// Before anything else: what comes after it knows ranges alone.
+// Before anything else: what comes after it knows nothing but ranges.
 bool CTiffExport::ApplyDecode()
 {
   const CObjectPtr decode = CImageDictionary(m_image.GetObject().Get()).GetDecode();
@@ -184,6 +189,7 @@ void CTiffExport::FillPalette(const DOC::IIndexedColorSpace& indexed)
     for (int i = 0; i < 1 << m_format.nBitsPerComponent; ++i)
     {
       const auto nEntry = static_cast<std::size_t>(std::min(i, indexed.GetHighIndex()));
+      // Bytes to 16 bits, the form of a colour map (TIFF 6.0, section 5): 255 * 257 is 65535.
       m_form.m_palette.Add(static_cast<std::uint16_t>(table[3 * nEntry + nColor] * 257));
     }
 }

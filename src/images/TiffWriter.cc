@@ -1,3 +1,7 @@
+// Strips are written as their rows come, and the directory after them, when their places are known; the
+// header is then told where it is. Memory is that of one strip's encoder and of the two lists of places and
+// lengths.
+
 #include "images/TiffWriter.h"
 
 #include "base/ObjectPtr.h"
@@ -68,6 +72,7 @@ public:
     BSE::CBasicArray<std::uint32_t> parts;
     for (const double d : values)
     {
+      // A numerator is 10^9 at most, so that it fits 32 bits.
       const std::uint32_t nFraction = d < 1000 ? 1000000 : 1000;
       parts.Add(static_cast<std::uint32_t>(std::lround(d * nFraction)));
       parts.Add(nFraction);
@@ -157,6 +162,9 @@ void CTiffWriter::FillDirectory(CDirectory& directory) const
   const bool bResolution = aResolution[0] > 0 && aResolution[1] > 0;
   const double aNone[] = {1, 1};
   const std::span<const double> resolution = bResolution ? aResolution : aNone;
+  // The tags of TIFF 6.0 in ascending order: width, height, bits, compression, colours, places of strips,
+  // components, rows of a strip, lengths of strips, resolutions, arrangement, unit; then white point, palette
+  // and ink set, and the tag of ICC.1 for profiles.
   directory.AddLong(256, static_cast<std::uint32_t>(m_form.m_nWidth));
   directory.AddLong(257, static_cast<std::uint32_t>(m_nRows));
   directory.AddShorts(258, static_cast<std::uint32_t>(m_form.m_nBits), m_form.m_nComponents);
@@ -192,7 +200,7 @@ bool CTiffWriter::Finish()
   if (m_sink.Tell() % 2 != 0 && !m_sink.WriteAll(&nPad, 1))
     return false;
   const std::int64_t nOffset = m_sink.Tell();
-  // With all that follows.
+  // The directory with its values: 8 bytes for each strip, the profile, and the palette and the rest in 4096.
   const std::int64_t nRest = 8 * std::int64_t{m_offsets.GetSize()} + m_form.m_profile.GetSize() + 4096;
   if (nOffset <= 0 || nOffset + nRest > g_nMaxFileSize)
     return false;

@@ -34,9 +34,9 @@ struct TTiffForm
   BSE::CBasicArray<unsigned char> m_profile;  // ICC; empty for none
 };
 
-// Writes one picture as a TIFF file with one directory and strips of Flate (compression 8), which all readers
-// of today know. Numbers are in the byte order that the samples of 16 bits have in PDF. Memory for one
-// strip's encoder, and eight bytes for each quarter of a MiB.
+// Writes one picture as a TIFF file with one directory and strips of Flate (compression 8), which all present
+// readers know. Numbers are in the byte order that the samples of 16 bits have in PDF. Memory for one strip's
+// encoder, and eight bytes for each quarter of a MiB.
 class CTiffWriter
 {
 public:

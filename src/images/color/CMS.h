@@ -70,7 +70,7 @@ class CColorTransform : public BSE::CObject
 public:
   bool IsValid() const override { return true; }
 
-  // So many pixels; source and target do not overlap.
+  // That many pixels; source and target do not overlap.
   virtual void Apply(const unsigned char* pSource, unsigned char* pTarget, int nCount) = 0;
 };
 
@@ -96,10 +96,10 @@ public:
   virtual bool ReadsProfiles() const = 0;
 
   // Of an ICC profile, of which a copy is made (ICC.1:2010). Empty if the engine reads none, if it is
-  // damaged, or no profile of one, three or four components.
+  // damaged, or not a profile of one, three or four components.
   virtual BSE::CObjectPtr<CColorProfile> OpenProfile(std::span<const unsigned char> data) = 0;
 
-  // Empty if there is no way from one to the other, or the document has spent what this may cost.
+  // Empty if there is no conversion from one to the other, or the document has spent what this may cost.
   virtual BSE::CObjectPtr<CColorTransform> CreateTransform(CColorProfile& source, CColorProfile& target,
                                                            TSampleForm sourceForm, TIntent intent) = 0;
 

@@ -1,3 +1,9 @@
+// A table says how many values an operator takes and leaves, and one check of the stack before each serves
+// all of them; only "copy", "index" and "roll", whose counts are on the stack, check for themselves. A
+// program has no loops, so its length bounds its run, and GetWork is known when it has been compiled. Values
+// keep their number as a real one along with their kind, so that most operators need not look at the kind at
+// all. What has no result, such as a division by 0, stops the program.
+
 #include "images/color/Calculator.h"
 
 #include "base/Tracer.h"
@@ -40,7 +46,7 @@ bool CCalculator::Stop(const char* szMessage)
   return false;
 }
 
-// Truncated and moved into the range of integers; 0 for what is no number.
+// Truncated and moved into the range of integers; 0 for what is not a number.
 int CCalculator::ToInteger(const TEntry& value)
 {
   if (value.m_nKind != eRealEntry)

@@ -1,4 +1,8 @@
-// Compilation of CCalculator.
+// Compilation of CCalculator, in one pass. An opening bracket leaves an entry that jumps over the block, and
+// the closing one fills in where to. "if" and "ifelse" come after their blocks, and turn those entries into
+// jumps that depend on a condition; a block that no operator takes is jumped over, as it would be left on the
+// stack. Closed blocks wait in a list, and only one that ends right before the operator, at the same depth,
+// is its own.
 
 #include "base/Checked.h"
 #include "base/Limits.h"

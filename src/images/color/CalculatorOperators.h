@@ -53,7 +53,7 @@ enum TCalculatorOperator : int
   eOperatorCount
 };
 
-// Name, and what an operator takes from the stack and leaves there, beside what a count on the stack tells.
+// Name, and what an operator takes from the stack and leaves there, besides what a count on the stack says.
 struct TCalculatorRow
 {
   const char* m_szName;

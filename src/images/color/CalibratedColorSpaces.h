@@ -5,9 +5,9 @@
 namespace PDF
 {
 
-// Spaces tied to the colours of light (ISO 32000-1, 8.6.5.2 to 8.6.5.4). Entries that are missing or make no
-// sense have the defaults of PDF, a white point that of D65. Where the engine has no transform, gray and RGB
-// are taken for those of the device.
+// The CIE-based spaces other than ICCBased (ISO 32000-1, 8.6.5.2 to 8.6.5.4). Entries that are missing or
+// make no sense have the defaults of PDF, a white point that of D65. Where the engine has no transform, gray
+// and RGB are taken for those of the device.
 class CCalGrayColorSpace : public CColorSpace
 {
 public:

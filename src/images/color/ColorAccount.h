@@ -15,8 +15,9 @@ namespace DOC
 class CColorAccount : public BSE::CObject
 {
 public:
-  // The length of the file in bytes; 0 for objects of no file. The context, which may be null, hears of what
-  // is found at values that are no objects of their own; it lives longer than all that spends from here.
+  // The length of the file in bytes; 0 for objects of no file. The context, which may be null, is told of
+  // what is found at values that are not objects of their own; it lives longer than all that spends from
+  // here.
   explicit CColorAccount(std::int64_t nFileLength = 0, BSE::IErrorContext* pErrorContext = nullptr)
       : m_pErrorContext(pErrorContext),
         m_nWorkLeft(BSE::g_nFreeColorWork + GetShare(nFileLength, BSE::g_nColorWorkRatio)),

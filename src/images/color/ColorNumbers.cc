@@ -46,7 +46,7 @@ bool ReadData(const CObjectPtr& stream, std::int64_t nMax, CColorAccount& accoun
   const BSE::CObjectPtr<BSE::IByteStream> pStream = stream.IsStream() ? stream.GetDecodedStream() : nullptr;
   if (!pStream || !pStream->IsValid())
     return false;
-  // One byte more than allowed, so that data of exactly the limit is told from longer data.
+  // One byte more than allowed, so that data of exactly the limit can be told from longer data.
   const int nEnd = static_cast<int>(std::min<std::int64_t>(nMax, std::numeric_limits<int>::max() - 1)) + 1;
   int nSize = 0;
   while (nSize < nEnd)

@@ -19,11 +19,12 @@ inline BSE::IErrorContext* GetContext(const CObjectPtr& object, const CColorAcco
   return object.IsIndirect() ? object.Get() : account.GetErrorContext();
 }
 
-// A number of a file, moved into the range of single precision: never infinite, and 0 where it is none.
+// A number of a file, moved into the range of single precision: never infinite, and 0 where it is not a
+// number.
 double ReadNumber(const CObjectPtr& object);
 
-// The first numbers of an array, nMax at most. False if it is no array, has fewer than nMin elements, or one
-// of those read is no number.
+// The first numbers of an array, nMax at most. False if it is not an array, has fewer than nMin elements, or
+// one of those read is not a number.
 bool ReadNumbers(const CObjectPtr& array, int nMin, int nMax, BSE::CBasicArray<double>& numbers);
 
 // Pairs of numbers, in the same way.

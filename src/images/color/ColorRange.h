@@ -9,7 +9,7 @@ struct TRange
   double m_dMin = 0;
   double m_dMax = 1;
 
-  // The value moved into the range, whichever way round it stands; what is no number becomes an end of it.
+  // The value moved into the range, whichever way round it is; what is not a number becomes an end of it.
   double Clamp(double d) const
   {
     const double dLow = m_dMin < m_dMax ? m_dMin : m_dMax;

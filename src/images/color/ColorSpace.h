@@ -115,8 +115,8 @@ public:
   // bytes, but for those that a formula converts. False as well if a span is too short.
   virtual bool ConvertColor(TTarget target, std::span<const double> color, std::span<double> result) = 0;
 
-  // Whether there are conversions to that target. Makes all that they need, and reads it from the file: rows
-  // of the same file are no time for that. To be called before they flow.
+  // Whether there are conversions to that target. Makes all that they need, and reads it from the file, which
+  // must not happen while rows of the same file are read: it is called before them.
   bool Prepare(TTarget target);
 
   bool RowToRGB(std::span<const unsigned char> source, std::span<unsigned char> target, int nCount,
@@ -164,7 +164,7 @@ public:
                   int nCount) override;
   bool ConvertColor(TTarget target, std::span<const double> color, std::span<double> result) override;
 
-  // Set by whoever knows what the space is the same as.
+  // Set by code that knows which space this one is the same as.
   void SetKey(const char* szKey) { m_key.Assign(szKey); }
 
 protected:

@@ -1,3 +1,9 @@
+// A space with an object number is made once. While it is being made it is null in the list, and so it is for
+// itself where a file nests it in itself; depth is bounded besides. Two objects with the same key are one
+// space, so that what a space keeps, such as a profile and its transforms, exists once. Names of resources
+// count only in what is written out at the place of use: inside an object that several places share, a name
+// would mean what the first of them happens to call so.
+
 #include "images/color/ColorSpaceFactory.h"
 
 #include "base/ScopedValue.h"
@@ -18,7 +24,7 @@ namespace PDF
 namespace
 {
 
-// Bytes that a space takes beside what it accounts for itself.
+// Bytes that a space takes besides what it accounts for itself.
 constexpr std::int64_t g_nSpaceMemory = 1024;
 
 // A pattern, and the space of those that have no colours of their own (ISO 32000-1, 8.6.6.2).

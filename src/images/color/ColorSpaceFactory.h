@@ -20,7 +20,7 @@ public:
   // The space of a name or array, of families full or abbreviated. Other names are looked up in the
   // "ColorSpace" of the resources, which may be null. Empty, with a report (the colour space is invalid) at
   // the object, for anything else: unknown families and names, missing parts, spaces inside themselves, too
-  // deep or where they may not be. Loads objects, so it is no call for while one is being loaded.
+  // deep or where they may not be. Loads objects, so it must not be called while one is being loaded.
   BSE::CObjectPtr<DOC::IColorSpace> Create(const CObjectPtr& object, const CObjectPtr& resources = {});
 
   // The device space of 1, 3 or 4 components; null for other numbers. Borrowed.
@@ -48,7 +48,7 @@ private:
   CSpacePtr m_pRGB;
   CSpacePtr m_pCMYK;
   CSpacePtr m_pPattern;
-  BSE::CValueKeyObjectMap<int, DOC::IColorSpace> m_byNumber;  // null while it is made, or if it is none
+  BSE::CValueKeyObjectMap<int, DOC::IColorSpace> m_byNumber;  // null while it is made, or if it is not valid
   BSE::CObjectArray<DOC::IColorSpace> m_keyed;
   BSE::CBasicMap m_byKey;  // to elements of m_keyed
   CObjectPtr m_names;      // the named spaces of the call

@@ -17,7 +17,7 @@ public:
 protected:
   CColorSpace(const CObjectPtr& object, DOC::CCMS& cms) : DOC::CColorSpace(cms), m_object(object) {}
 
-  // Reports that colours come out other than they should.
+  // Reports that colours come out different from what they should be.
   void ReportLoss(const CObjectPtr& object, unsigned nCode) const
   {
     BSE::ReportLoss(GetContext(object, m_pCMS->GetAccount()), nCode);

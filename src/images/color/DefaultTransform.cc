@@ -1,3 +1,11 @@
+// Colours of light go by way of XYZ: a gamma by table, one matrix that joins the primaries of the source and
+// the adaptation to the white of the target, one back, and the gamma of the target, for which a byte is
+// guessed from a table of roots and corrected by the edges between bytes. Inks are known only by what they
+// look like on a screen, so that they go by way of RGB of the device, from and to which other colours have a
+// conversion of their own. To find inks for a colour takes many steps; that is done for a grid of 17 points
+// in each direction, between which inks are interpolated in tetrahedra, which keeps grays free of other
+// colours.
+
 #include "images/color/DefaultTransform.h"
 
 #include "images/color/DeviceRows.h"
@@ -241,7 +249,8 @@ void CDefaultTransform::EncodeInks(const unsigned char* pRGB, unsigned char* pTa
   constexpr int strides[3] = {4 * g_nGrid * g_nGrid, 4 * g_nGrid, 4};
   for (; nCount > 0; --nCount, pRGB += 3, pTarget += 4)
   {
-    // In the tetrahedron of the cell that holds the colour: along the directions by how far it goes in each.
+    // Walks the edges of the tetrahedron that holds the colour, the direction with the largest fraction
+    // first.
     int order[3] = {0, 1, 2};
     int fractions[3];
     const float* pCorner = m_grid.GetData();

@@ -5,7 +5,7 @@
 namespace DOC
 {
 
-// Bytes of a component with a gamma, from linear values: rounded to the nearest by its own light.
+// Bytes of a component with a gamma, from linear values: rounded to the nearest byte after the gamma.
 class CToneEncoder
 {
 public:
@@ -15,7 +15,7 @@ public:
 private:
   static constexpr int g_nGuesses = 1024;
 
-  double m_edges[257];  // from which linear value on a byte is the nearest; more than all for 256
+  double m_edges[257];  // the linear value from which on a byte is the nearest; infinite for 256
   unsigned char m_guesses[g_nGuesses];
 };
 

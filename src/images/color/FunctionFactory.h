@@ -7,7 +7,7 @@ namespace PDF
 {
 
 // Makes the functions of one document. A function object that is used in several places is read once and
-// shared, also where it stands inside others; one that could not be read is not tried again.
+// shared, also where it is inside others; one that could not be read is not tried again.
 class CFunctionFactory
 {
 public:
@@ -17,7 +17,7 @@ public:
   // The function of a dictionary or stream with "FunctionType" 0, 2, 3 or 4, or of an array of functions of
   // one output. Empty, with a trace line and a report (the function is invalid) at the object, for anything
   // else: unknown types, missing and wrong entries, functions inside themselves or more than
-  // g_nMaxFunctionNesting deep. What is lost by that is the caller's to tell.
+  // g_nMaxFunctionNesting deep. What is lost by that is the caller's to report.
   BSE::CObjectPtr<CFunction> Create(const CObjectPtr& object);
 
   // For functions inside others: reports nothing, but traces.

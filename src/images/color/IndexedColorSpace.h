@@ -14,7 +14,7 @@ public:
   {
   }
 
-  // False, with a trace line, if there is no table. One that is too short is told as well; colours that it
+  // False, with a trace line, if there is no table. One that is too short is traced as well; colours that it
   // lacks are 0 in all components, which a conversion reports as a loss.
   bool Load();
 

@@ -1,3 +1,10 @@
+// Profiles of calibrated spaces and device colours are built in memory, so that the library converts
+// everything by one way. Profiles of files have been checked before the library sees them (ProfileCheck.cc).
+// A conversion is compiled by the library into a table, which takes far longer than a small image: that is
+// charged to the account of the document first. The built-in model of inks is sampled into the two tables of
+// a profile when one is needed. The library knows Lab under D50 only, so Lab under another white is adapted
+// pixel by pixel.
+
 #include "images/color/LittleCMS.h"
 
 #include "base/FileStream.h"
@@ -83,6 +90,7 @@ cmsUInt16Number ToWord(double d)
   return static_cast<cmsUInt16Number>(std::lround(std::clamp(d, 0.0, 1.0) * 65535));
 }
 
+// The curve of sRGB and its inverse (IEC 61966-2-1).
 double ToLinear(double d)
 {
   return d <= 0.04045 ? d / 12.92 : std::pow((d + 0.055) / 1.055, 2.4);
@@ -112,7 +120,7 @@ cmsInt32Number SampleInks(const cmsUInt16Number* pIn, cmsUInt16Number* pOut, voi
   return 1;
 }
 
-// The other way; a* and b* have been scaled so that 0 lies in the middle of the table.
+// The other way; a* and b* have been scaled by 255/256, so that 0 is a point of the table, in its middle.
 cmsInt32Number SampleLab(const cmsUInt16Number* pIn, cmsUInt16Number* pOut, void* pModel)
 {
   constexpr double dScale = 256.0 / 65535.0;
@@ -136,7 +144,7 @@ cmsInt32Number SampleLab(const cmsUInt16Number* pIn, cmsUInt16Number* pOut, void
   return 1;
 }
 
-// A grid of colours behind curves that are straight but for the factor of the second and third component.
+// A grid of colours after curves that are straight but for the factor of the second and third component.
 cmsPipeline* MakeTable(cmsContext context, unsigned nInputs, unsigned nOutputs, unsigned nPoints,
                        double dFactor, cmsSAMPLER16 pfSample, CNeugebauer& model)
 {

@@ -29,10 +29,10 @@ public:
 private:
   double FindBlack(const double* pRGB) const;
 
-  // The other inks over so much black that come closest; returns the greatest error of a component.
+  // The other inks over that much black that come closest; returns the greatest error of a component.
   double Solve(const double* pRGB, double dBlack, double* pInks) const;
 
-  // The colours of the eight mixes of C, M and Y over so much black.
+  // The colours of the eight mixes of C, M and Y over that much black.
   void MixBlack(double dBlack, double (&colors)[8][3]) const;
 
   double m_colors[16][3];  // bits of the index: 1 C, 2 M, 4 Y, 8 K

@@ -1,3 +1,9 @@
+// A profile is a list of tags, and a tag may announce tables of any size. What reads it later allocates what
+// is announced, so everything that a conversion would use is measured here first, by the layouts of
+// ICC.1:2010, clause 10: each table has to lie in its tag with all its entries. A tag that does not, and
+// every tag that no conversion uses, gets a name that no reader knows, in a copy whose data and offsets stay
+// as they are.
+
 #include "images/color/ProfileCheck.h"
 
 #include "base/ByteCursor.h"
@@ -90,6 +96,7 @@ bool IsWholeTable(BSE::CByteCursor tag, bool bWords)
 // Curves one after the other, each padded to four bytes but for the last.
 bool AreWholeCurves(BSE::CByteCursor curves, unsigned nCount)
 {
+  // Of the function types 0 to 4 of a parametricCurveType.
   constexpr int parameters[] = {1, 3, 4, 5, 7};
   for (; nCount > 0; --nCount)
   {
@@ -172,6 +179,7 @@ bool IsWholeSimpleTag(std::uint32_t nName, const BSE::CByteCursor& tag)
   const std::uint32_t nLast = nName & 0xFFFFFF;
   if (nLast == (MakeSignature("rTRC") & 0xFFFFFF))
     return AreWholeCurves(tag, 1);
+  // "chad" is a matrix of nine numbers after 8 bytes.
   return tag.GetRemaining() >= 8 && (nName != MakeSignature("chad") || tag.GetRemaining() == 44);
 }
 

@@ -60,7 +60,7 @@ bool CType0Function::LoadSamples()
       !BSE::CheckedMul(std::int64_t{nSamples}, m_nBits, nSampleBits) ||
       nSampleBits / 8 > BSE::g_nMaxDecodedSize)
     return false;
-  // Data that is longer than needed is no fault of the samples.
+  // Data that is longer than needed is not a fault of the samples.
   BSE::CBasicArray<unsigned char> data;
   const std::int64_t nBytes = (nSampleBits + 7) / 8;
   ReadData(m_object, nBytes, *m_pAccount, data);
@@ -140,7 +140,7 @@ void CType0Function::EvaluatePoint(const double* pInputs, double* pOutputs)
   double* pCells = m_cells.GetData();
   for (int nDirection = 0; nDirection < nDirections; ++nDirection)
   {
-    // Neighbours in the first direction that is left stand side by side.
+    // Neighbours in the first direction that is left are side by side.
     const double dFraction = fractions[nDirection];
     const std::ptrdiff_t nPairs = std::ptrdiff_t{1} << (nDirections - nDirection - 1);
     for (std::ptrdiff_t nPair = 0; nPair < nPairs; ++nPair)

@@ -59,7 +59,7 @@ bool CType3Function::Load(CFunctionFactory& factory)
     BSE::CTracer::Trace("I", "PDF Function", "Inconsistent Bounds size with respect to Functions.");
   if (BSE::CTracer::IsOn() && encode.GetSize() != 2 * nFunctions)
     BSE::CTracer::Trace("I", "PDF Function", "Inconsistent Encode size with respect to Functions.");
-  // One function needs no bounds, and has often none.
+  // One function needs no bounds, and often has none.
   if ((nFunctions > 1 && !ReadNumbers(bounds, nFunctions - 1, nFunctions - 1, m_bounds)) ||
       !ReadRanges(encode, nFunctions, nFunctions, m_encode))
     return false;

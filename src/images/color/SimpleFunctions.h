@@ -34,7 +34,7 @@ public:
   CType3Function(const CObjectPtr& object, CColorAccount& account) : CFunction(object, account) {}
 
   // False if an entry is missing, "Bounds" or "Encode" are too short, or the functions do not fit together.
-  // Elements beyond the needed ones are told in the trace and not used.
+  // Elements beyond the needed ones are traced and not used.
   bool Load(CFunctionFactory& factory);
 
 protected:

@@ -9,7 +9,7 @@ inline constexpr unsigned g_nInvalidFunction = 0x8041031BU;
 inline constexpr unsigned g_nTooManyColorants = 0x8041031CU;
 inline constexpr unsigned g_nUnreadableProfile = 0x83410517U;
 
-// Reported where colours come out other than they should as well.
+// Also reported where colours come out different from what they should be.
 inline constexpr unsigned g_nInvalidColorSpace = 0x83410617U;
 
 }  // namespace DOC

@@ -1,3 +1,8 @@
+// The function of such a space may be a program, which is far too slow for each pixel. One colorant has 256
+// amounts, so all of them are converted once for each target. Several colorants get a memo of the colours met
+// last, and what is not in it is collected for blocks of pixels and converted together. The memo and the work
+// of the function are paid for from the account of the document.
+
 #include "images/color/TintColorSpaces.h"
 
 #include "base/Hash.h"
@@ -61,7 +66,7 @@ bool CTintColorSpace::Prepare()
   if (m_pFunction && (m_pFunction->GetInputCount() != m_inputs.GetSize() ||
                       m_pFunction->GetOutputCount() < m_outputs.GetSize()))
     m_pFunction.Reset();
-  // More outputs than the alternate has components lead nowhere.
+  // More outputs than the alternate space has components have no meaning.
   if (m_pFunction && m_pFunction->GetOutputCount() > m_outputs.GetSize())
     m_pFunction.Reset();
   return static_cast<bool>(m_pFunction);
@@ -116,7 +121,7 @@ bool CTintColorSpace::ConvertByTable(DOC::TTarget target, const unsigned char* p
 bool CTintColorSpace::ConvertWithMemo(DOC::TTarget target, const unsigned char* pSource,
                                       unsigned char* pResult, int nCount)
 {
-  // Small pieces are no reason to keep a table.
+  // A table does not pay for small pieces.
   constexpr int nFew = 16;
   const int nComponents = GetComponentCount();
   const int nResults = DOC::GetTargetComponents(target);

@@ -89,7 +89,7 @@ private:
   void MakeKey();
 };
 
-// A DeviceN space whose attributes tell what each colorant is.
+// A DeviceN space whose attributes say what each colorant is.
 class CNChannelColorSpace : public CDeviceNColorSpace
 {
 public:
@@ -101,7 +101,7 @@ public:
   // Whether a colorant is a component of the process space, by the list of those or by its name.
   bool IsProcess(int nIndex) const;
 
-  // The space of a spot colorant; null if none is told.
+  // The space of a spot colorant; null if none is given.
   CObjectPtr GetSpotSpace(int nIndex) const { return m_object[4]["Colorants"][GetColorant(nIndex)]; }
 };
 

@@ -32,7 +32,7 @@ private:
 
   int TakeHeld(std::span<unsigned char> room);
 
-  // Takes a character that is no digit; returns the bytes that it gives.
+  // Takes a character that is not a digit; returns the bytes that it gives.
   int TakeOther(int nCharacter, unsigned char* pOut);
   int FinishGroup(unsigned char* pOut);
   void StoreGroup(unsigned char* pOut);

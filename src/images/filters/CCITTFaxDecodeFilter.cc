@@ -1,3 +1,10 @@
+// A row is a list of the places where its colour changes, which is what the codes of two-dimensional rows
+// refer to in the row above (ITU-T T.4, 4.2; T.6, 2.2), and becomes bits at the end. What is between rows is
+// where files and their parameters disagree: fill, alignment, end-of-line codes and the end of the block.
+// Codes are therefore looked for in a window of bits and taken wherever they can be nothing else, whether
+// announced or not. A row that is damaged does not end the data: decoding goes on at the next end-of-line
+// code, and a two-dimensional row after it refers to what could be decoded.
+
 #include "images/filters/CCITTFaxDecodeFilter.h"
 
 #include "base/Limits.h"
@@ -19,7 +26,7 @@ namespace
 constexpr int g_nEndOfLineBits = g_faxEndOfLine.m_nLength;
 constexpr int g_nByteBits = 8;
 
-// End-of-line codes that end a block: two in Group 4, six in Group 3.
+// End-of-line codes that end a block: two in Group 4 (EOFB of T.6), six in Group 3 (RTC of T.4).
 int GetBlockEndCodes(const CCCITTFaxParameters& parameters)
 {
   return parameters.K < 0 ? 2 : 6;

@@ -50,7 +50,7 @@ private:
   bool FindRow();
   bool IsEndOfLineNext();
 
-  // Bits of fill before the end-of-line code that comes at an offset, so many as align a code to a byte; -1
+  // Bits of fill before the end-of-line code that comes at an offset, as many as align a code to a byte; -1
   // where none comes.
   int FindNextCode(int nOffset);
 

@@ -14,12 +14,12 @@ class CDCTDecompressor;
 // those that are missing at its end are gray. Delivers whole rows only, nothing where there is no room for
 // one.
 //
-// Three components are RGB or YCbCr and come as RGB; four are CMYK or YCCK and come as CMYK, as they stand in
-// the data: whether 0 is full or no ink is not for the filter to tell.
+// Three components are RGB or YCbCr and come as RGB; four are CMYK or YCCK and come as CMYK, as they are in
+// the data: whether 0 is full or no ink is not for the filter to say.
 class CDCTDecodeFilter final : public CBufferedDecodeFilter
 {
 public:
-  // nColorTransform is read of the parameters, and nHeight for data that does not tell it.
+  // nColorTransform is read of the parameters, and nHeight for data that does not give it.
   explicit CDCTDecodeFilter(IByteStream* pSource, const CDCTParameters& parameters = {},
                             IErrorContext* pErrorContext = nullptr);
   ~CDCTDecodeFilter() override;

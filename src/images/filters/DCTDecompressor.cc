@@ -1,3 +1,10 @@
+// libjpeg reads straight from the input's buffer. An image of one scan is decoded row by row. One of several
+// scans needs all its coefficients in memory, so the size of those is checked first; then all scans are read,
+// their work is counted by blocks, and the picture is made of the last scan that was read whole. The header
+// may leave the number of lines open, for a segment after the first scan to give. libjpeg takes such an image
+// for an empty one: then the number is searched for, and put into the bytes of the header as they pass on the
+// way to the library.
+
 #include "images/filters/DCTDecompressor.h"
 
 #include "base/DecodeFilter.h"
@@ -19,6 +26,7 @@ constexpr JOCTET g_endOfImage[] = {0xFF, JPEG_EOI};
 // Markers APP1 are kept up to this length, which has room for what is read of Exif.
 constexpr unsigned g_nMaxExif = 1000;
 
+// The markers SOS and DNL, and the length of the latter (ISO/IEC 10918-1, Table B.1 and B.2.5).
 constexpr int g_nScanMarker = 0xDA;
 constexpr int g_nLinesMarker = 0xDC;
 constexpr int g_nLinesLength = 4;
@@ -41,6 +49,7 @@ TDCTLines FindDCTLines(CBufferedInputStream& input)
   int nLast = 0;
   for (int nByte = input.GetByte(); nByte >= 0; nLast = nByte, nByte = input.GetByte())
   {
+    // A frame header, SOF0 to SOF15: DHT, JPG and DAC are in between.
     const bool bFrame = nByte >= 0xC0 && nByte <= 0xCF && nByte != 0xC4 && nByte != 0xC8 && nByte != 0xCC;
     if (nLast != 0xFF || nByte < 0xC0 || nByte == 0xFF || (nByte >= 0xD0 && nByte <= 0xD8))
       continue;

@@ -6,11 +6,11 @@
 namespace BSE
 {
 
-// The number of lines of an image whose header leaves it open: a segment after the first scan tells it
+// The number of lines of an image whose header leaves it open: a segment after the first scan gives it
 // (ISO/IEC 10918-1, B.2.5).
 struct TDCTLines
 {
-  int m_nCount = 0;                // 0: not told
+  int m_nCount = 0;                // 0: not given
   std::int64_t m_nHeaderPos = -1;  // of the number in the header; -1 for an image that has it there
   bool m_bSought = false;
 };

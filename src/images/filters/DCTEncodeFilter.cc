@@ -1,3 +1,8 @@
+// libjpeg compresses row by row into a buffer that it hands back when it is full. Calls into it go through
+// CDCTErrors::Run, where a failure of the library ends by a jump over its own frames; what a stream throws in
+// a callback is kept until those frames are left. After a failure nothing of the compressor works any more,
+// so the first one is remembered.
+
 #include "images/filters/DCTEncodeFilter.h"
 
 #include "base/Tracer.h"
@@ -42,6 +47,7 @@ J_COLOR_SPACE GetEncodedSpace(const CDCTParameters& parameters)
 
 UINT16 GetDensity(double dDotsPerInch)
 {
+  // The fields of JFIF have 16 bits.
   return static_cast<UINT16>(std::min(dDotsPerInch + 0.5, 65535.0));
 }
 

@@ -31,7 +31,7 @@ public:
   int GetMessage(char16_t* pBuffer, int nLength) override;
   IError* Clone() const override { return new CDCTError(*this); }
 
-  // 0x8A040000 with the number; four frequent warnings have codes that count as no error.
+  // 0x8A040000 with the number; four frequent warnings have codes that do not count as errors.
   static constexpr unsigned GetCodeOf(int nNumber)
   {
     const bool bWarning = nNumber == g_nBogusProgression || nNumber == g_nExtraneousData ||

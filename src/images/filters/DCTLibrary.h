@@ -71,7 +71,8 @@ public:
   // Whether data were reported as wrong or missing.
   bool HasGap() const { return m_bGap; }
 
-  // A failure that the caller has an answer to, by libjpeg's code: it is not reported. HasMet tells of it.
+  // A failure that the caller has an answer to, by libjpeg's code: it is not reported. HasMet says whether it
+  // came.
   void Expect(int nCode) { m_nExpected = nCode; }
   bool HasMet() const { return m_bMet; }
 

@@ -9,9 +9,8 @@ namespace BSE
 {
 
 // Codes the coefficients of JPEG data (ISO/IEC 10918-1) anew: no sample changes. Each image is tried in one
-// scan and in progressive scans, both with Huffman tables made for it. Of the markers that belong to
-// applications those are kept that have a say in the colours, JFIF without its thumbnail and Adobe; comments
-// go.
+// scan and in progressive scans, both with Huffman tables made for it. Of the markers of applications, those
+// that affect the colours are kept: JFIF without its thumbnail, and Adobe. Comments are dropped.
 class CDCTRecoder
 {
 public:

@@ -30,7 +30,7 @@ class CTiffBytes
 public:
   explicit CTiffBytes(std::span<const unsigned char> data) : m_data(data) {}
 
-  // The offset of the first directory; 0 if this is no TIFF structure.
+  // The offset of the first directory; 0 if this is not a TIFF structure.
   std::size_t Open()
   {
     constexpr unsigned nVersion = 42;

@@ -14,7 +14,7 @@ struct TExif
 };
 
 // Reads a TIFF structure of either byte order, of which the end may be missing. What is damaged counts as not
-// told.
+// stated.
 TExif ReadExif(std::span<const unsigned char> tiff);
 
 }  // namespace BSE

@@ -29,8 +29,8 @@ inline constexpr int g_nFaxMaxMakeUp = 2560;
 const TFaxCode& GetFaxTerminating(TFaxColor color, int nRun);  // 0 to 63
 const TFaxCode& GetFaxMakeUp(TFaxColor color, int nRun);       // multiples of 64 up to g_nFaxMaxMakeUp
 
-// What a code in front of a window of bits means: its length in the low 4 bits, 0 if no code is there, and
-// its value above them.
+// What a code at the start of a window of bits means: its length in the low 4 bits, 0 if no code is there,
+// and its value above them.
 using TFaxEntry = std::uint16_t;
 constexpr int GetFaxLength(TFaxEntry nEntry)
 {

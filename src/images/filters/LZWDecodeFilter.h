@@ -36,7 +36,7 @@ private:
   // Handles one code: its string is at the end of m_stack then. False at the end of the data.
   bool DecodeCode();
 
-  // Puts the string of a code in front of what is on the stack.
+  // Puts the string of a code on the stack, before what is there.
   void Unwind(int nCode);
   void AddEntry();
 

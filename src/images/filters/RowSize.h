@@ -10,7 +10,7 @@ namespace BSE
 // Widest row of one bit a pixel: positions a few pixels beyond it still fit an int.
 inline constexpr int g_nMaxBitColumns = std::numeric_limits<int>::max() - 63;
 
-// Bytes of a row of one bit a pixel; 0 for a width that is none.
+// Bytes of a row of one bit a pixel; 0 for a width that is not valid.
 constexpr std::int64_t GetBitRowSize(std::int64_t nColumns)
 {
   return nColumns > 0 && nColumns <= g_nMaxBitColumns ? (nColumns + 7) / 8 : 0;

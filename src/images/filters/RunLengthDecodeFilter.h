@@ -5,8 +5,8 @@
 namespace BSE
 {
 
-// Decodes runs up to the length byte 128 (ISO 32000-1, 7.4.5). Bytes of a run that the source has not are
-// delivered as 255, and are a gap. A source that ends after a run, without the end byte, has none.
+// Decodes runs up to the length byte 128 (ISO 32000-1, 7.4.5). Bytes of a run that the source does not have
+// are delivered as 255, and are a gap. A source that ends after a run, without the end byte, has none.
 class CRunLengthDecodeFilter final : public CBufferedDecodeFilter
 {
 public:

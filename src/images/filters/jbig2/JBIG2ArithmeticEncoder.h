@@ -44,7 +44,7 @@ public:
     Renormalize();
   }
 
-  // Codes so many zeros for one context, many in one step where they are likely.
+  // Codes that many zeros for one context, many in one step where they are likely.
   void EncodeZeros(TJBIG2Context& nContext, std::int64_t nCount)
   {
     while (nCount > 0)

@@ -1,3 +1,9 @@
+// Bitmaps are combined in words of 64 pixels. The words of a source lie at any offset to those of the target,
+// so each is joined from two neighbours; in a row only the first and the last word need a mask, and the loop
+// between them has no condition. It relies on the bits beyond the width of a row being 0, which every
+// operation keeps. Places are 64-bit numbers and are cut to the meeting of both bitmaps before any row is
+// touched.
+
 #include "images/filters/jbig2/JBIG2Bitmap.h"
 
 #include "base/Limits.h"
@@ -26,7 +32,7 @@ std::uint64_t Join(std::uint64_t nFirst, std::uint64_t nSecond, int nOffset)
   return nOffset == 0 ? nFirst : nFirst << nOffset | nSecond >> (g_nWordBits - nOffset);
 }
 
-// The part of a source that meets a target, in pixels of the target.
+// Where a source and a target meet, in pixels of the target.
 struct TMeeting
 {
   std::int64_t m_nLeft;

@@ -8,7 +8,7 @@
 namespace BSE
 {
 
-// Black pixels that hang together, also by their corners: where they are, and their runs in the list of
+// Black pixels that are connected, also by their corners: where they are, and their runs in the list of
 // those.
 struct TJBIG2Component
 {

@@ -32,7 +32,7 @@ public:
   // False if there is no page, which has been reported.
   bool IsValid() const override { return m_nRowSize > 0 && CDecodeFilter::IsValid(); }
 
-  // With the sizes and resolutions of the page; a resolution that the page does not tell is as given.
+  // With the sizes and resolutions of the page; a resolution that the page does not state is as given.
   const CJBIG2Parameters& GetParameters() const { return m_parameters; }
 
   std::int64_t Read(unsigned char* pBuffer, std::int64_t n) override;

@@ -16,7 +16,7 @@ enum TJBIG2Class
   eJBIG2Fatal = 91
 };
 
-// Who hears of what a decoder meets.
+// Is told of what a decoder meets.
 class IJBIG2Messages
 {
 public:
@@ -59,7 +59,7 @@ private:
   // The page with its default colour, made when it is first needed; false if it cannot be made.
   bool MakePage();
 
-  // Tells why a segment is incomplete, and forgets it.
+  // Reports why a segment is incomplete, and forgets it.
   void TellFailure(int nSegment);
   void Tell(TJBIG2Class messageClass, int nSegment, const char* szText);
 

@@ -15,7 +15,7 @@ namespace
 // Below this count of pixels the smaller templates may learn faster.
 constexpr std::int64_t g_nSmallPixels = 1 << 18;
 
-// A page of more runs or components is no text.
+// A page of more runs or components is not text.
 constexpr int g_nMaxRuns = 1 << 22;
 constexpr int g_nMaxComponents = 1 << 18;
 

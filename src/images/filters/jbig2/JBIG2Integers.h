@@ -53,7 +53,7 @@ private:
   CBasicArray<TJBIG2Context> m_contexts;
 };
 
-// Bits that number so many things: 0 for one.
+// Bits that it takes to number that many things: 0 for one.
 int GetJBIG2CodeBits(std::int64_t nCount);
 
 }  // namespace BSE

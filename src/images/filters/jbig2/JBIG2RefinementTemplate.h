@@ -44,7 +44,7 @@ struct TJBIG2Reference
 class CJBIG2RefinementWindow
 {
 public:
-  // Stands before the first pixel of a row. Borrows all of it.
+  // Begins before the first pixel of a row. Borrows all of it.
   CJBIG2RefinementWindow(const TJBIG2RefinementForm& form, const CJBIG2Bitmap& bitmap,
                          const TJBIG2Reference& reference, int y);
 

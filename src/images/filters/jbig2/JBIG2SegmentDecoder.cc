@@ -1,3 +1,9 @@
+// Each operation reads the header of one kind of segment (ITU-T T.88, 7.4.2 to 7.4.7), collects what the
+// segments that it refers to have left, and gives the data to the decoder of that kind. Results are kept by
+// segment, and a reference finds only segments before its own, so that there are no cycles. A file may let
+// thousands of segments refer to the same dictionaries: collecting symbols costs work and memory of the run
+// like all else. A region that is damaged is still returned with what was decoded.
+
 #include "images/filters/jbig2/JBIG2SegmentDecoder.h"
 
 #include "images/filters/jbig2/JBIG2MMR.h"
@@ -171,6 +177,7 @@ bool CJBIG2SegmentDecoder::ReadSymbolForm(CByteCursor& cursor, TReferred& referr
     return m_run.Fail(g_szCut);
   if (!form.m_bHuffman)
     return true;
+  // Standard tables by the values of the flags (7.4.2.1.6).
   constexpr int heights[] = {4, 5, g_nOwnTable, g_nOwnTable};
   constexpr int widths[] = {2, 3, g_nOwnTable, g_nOwnTable};
   form.m_pHeights = GetTable(referred, heights[GetField(nFlags, 2, 2)]);
@@ -243,6 +250,7 @@ CJBIG2BitmapPtr CJBIG2SegmentDecoder::DecodeRegion(int nSegment, const TJBIG2Reg
 
 bool CJBIG2SegmentDecoder::ReadTextTables(unsigned nFlags, TReferred& referred, TJBIG2TextTables& tables)
 {
+  // Standard tables by the values of the flags (7.4.3.1.6).
   constexpr int firstSteps[] = {6, 7, g_nOwnTable, g_nOwnTable};
   constexpr int steps[] = {8, 9, 10, g_nOwnTable};
   constexpr int stripSteps[] = {11, 12, 13, g_nOwnTable};
@@ -271,6 +279,7 @@ CJBIG2BitmapPtr CJBIG2SegmentDecoder::DecodeText(int nSegment, CByteCursor& curs
   form.m_bTransposed = IsSet(nFlags, 6);
   form.m_operator = static_cast<TJBIG2Operator>(GetField(nFlags, 7, 2));
   form.m_nStep = GetField(nFlags, 10, 5);
+  // Five bits with a sign.
   if (form.m_nStep >= 16)
     form.m_nStep -= 32;
   TJBIG2RefinementForm refinementForm;

@@ -1,3 +1,10 @@
+// Symbols are decoded one after the other (ITU-T T.88, 6.5.5), each of them paid for from the work and memory
+// of the run before it is made, so that the number that a header announces only bounds the loop. The contexts
+// of symbol numbers are as many as it says, within the memory of the run. A symbol that is made of others may
+// use all that come before it, those of other dictionaries first: the list of symbols is one for both. A
+// dictionary may begin with the contexts that another one has ended with, and only those of the same form
+// fit.
+
 #include "images/filters/jbig2/JBIG2SymbolDictionary.h"
 
 #include "images/filters/jbig2/JBIG2MMR.h"
@@ -109,6 +116,7 @@ bool CJBIG2SymbolDecoder::StartAggregates()
     m_pTextCodes.Reset(new CJBIG2ArithmeticTextCodes(m_run, m_decoder, m_refinement, nBits));
     return true;
   }
+  // The standard tables of 6.5.8.2, Table 17.
   m_tables.m_nSymbolBits = std::max(nBits, 1);
   m_tables.m_pFirstSteps = CJBIG2HuffmanTable::CreateStandard(m_run, 6);
   m_tables.m_pSteps = CJBIG2HuffmanTable::CreateStandard(m_run, 8);
@@ -233,7 +241,7 @@ CJBIG2BitmapPtr CJBIG2SymbolDecoder::DecodeCollective(std::int64_t nWidth)
   if (!pBitmap || !m_run.Spend(pBitmap->GetWork()))
     return nullptr;
   m_reader.AlignToByte();
-  // Without a size the rows are there as they are.
+  // A size of 0 means plain rows (6.5.9).
   const bool bPlain = nSize == 0;
   if (bPlain)
     nSize = (nWidth + 7) / 8 * m_nHeight;
@@ -267,7 +275,7 @@ bool CJBIG2SymbolDecoder::SplitCollective(const CJBIG2Bitmap& bitmap)
 
 bool CJBIG2SymbolDecoder::Export(CJBIG2Symbols& exported)
 {
-  // Runs of symbols that are kept back and made known take turns.
+  // Runs of symbols that are kept back and made known take turns (6.5.10).
   const auto pSizes = m_form.m_bHuffman ? CJBIG2HuffmanTable::CreateStandard(m_run, 1) : nullptr;
   bool bExport = false;
   for (int i = 0; i < m_symbols.GetSize(); bExport = !bExport)

@@ -1,3 +1,10 @@
+// What is smallest is found by trying: four templates for the dictionary, four heights of strips, two
+// templates for refinements. The heights are compared without the refined bitmaps, which take about the same
+// in all of them. Symbols are sorted by height and width, since a dictionary codes classes of equal height
+// and steps of width in each (ITU-T T.88, 6.5.5). Instances are sorted by strips and by columns in each;
+// their place is that of the lower left corner, on which the letters of a line agree most. The order of
+// drawing makes no difference, since all are combined by OR.
+
 #include "images/filters/jbig2/JBIG2TextEncoder.h"
 
 #include "images/filters/jbig2/JBIG2GenericEncoder.h"
@@ -92,6 +99,7 @@ void CJBIG2TextEncoder::PutDictionary(int nTemplate, CJBIG2SegmentData& data) co
     generic.Encode(encoder, symbol);
   }
   widths.EncodeNone(encoder);
+  // Runs of symbols that are kept back and made known: none, then all (6.5.10).
   exports.Encode(encoder, 0);
   exports.Encode(encoder, symbols.GetSize());
   encoder.Flush();
@@ -129,12 +137,14 @@ void CJBIG2TextEncoder::PutText(const TForm& form, bool bRefined, CJBIG2SegmentD
   data.Put16((bRefines ? 2U : 0) | static_cast<unsigned>(form.m_nStripBits) << 2 |
              static_cast<unsigned>(form.m_nRefinementTemplate) << 15);
   if (bRefines && form.m_nRefinementTemplate == 0)
+    // The two movable pixels at -1, -1, where they are by default (6.3.5.3).
     data.Put32(0xFFFFFFFFU);
   data.Put32(static_cast<std::uint32_t>(m_instances.GetSize()));
   CJBIG2ArithmeticEncoder encoder;
   CJBIG2RefinementEncoder refinement(form.m_nRefinementTemplate);
   TJBIG2TextContexts contexts;
   contexts.m_symbols.Start(GetJBIG2CodeBits(m_layout.GetSymbols().GetSize()));
+  // Where the first strip begins (6.4.5, step 2).
   contexts.m_stripSteps.Encode(encoder, 0);
   std::int64_t nStrip = -1;
   std::int64_t nFirst = 0;

@@ -1,3 +1,10 @@
+// Nothing is lost: only components with equal pixels share a symbol, and one that is merely similar is coded
+// as a refinement, which restores each pixel. Whether either is worth it is judged by estimates of the bits
+// that it takes; the encoder compares the whole page in the end, so that a wrong guess costs size only.
+// Components are put into classes by a hash table. For a refinement those of the same size and one pixel
+// around it are tried, no more than a fixed number, so that a page of ten thousand different specks does not
+// compare each with all.
+
 #include "images/filters/jbig2/JBIG2TextLayout.h"
 
 #include <algorithm>
@@ -24,11 +31,12 @@ constexpr double g_dRefinementBits = 5;
 constexpr double g_dRefinedRunBits = 0.7;
 constexpr double g_dDifferenceBits = 3.5;
 
-// What is looked at to find a bitmap to refine: so much larger or smaller, and no more than so many.
+// Bitmaps that are looked at to find one to refine: how much larger or smaller, and how many at most.
 constexpr int g_nMaxSizeStep = 1;
 constexpr int g_nMaxTries = 200;
 
-// A search that long is given up: a page was made for that. The component stays in the rest of the page then.
+// A search this long is given up: the page was made to cause it. The component stays in the rest of the page
+// then.
 constexpr std::uint64_t g_nMaxProbes = 64;
 
 std::uint64_t GetHash(const CJBIG2Bitmap& bitmap)

@@ -19,7 +19,7 @@ struct TJBIG2Instance
 };
 
 // What of a page is coded by symbols: components that are alike become one symbol, and some that nearly are
-// become refinements of one. What is not worth it is left out.
+// become refinements of one. What is not worth coding so is left out.
 class CJBIG2TextLayout
 {
 public:
@@ -44,7 +44,7 @@ private:
     int m_nCount;
     int m_nRuns;
     int m_nComponent;  // the first of them
-    int m_nSymbol;     // -1 if it is none
+    int m_nSymbol;     // -1 if it is not one
     int m_nNext;       // class of the same size, or -1
   };
 
