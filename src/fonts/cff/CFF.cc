@@ -13,7 +13,8 @@ namespace CFF
 namespace
 {
 
-// Values of the map of glyphs, which holds pointers.
+// The map of glyphs holds pointers, and null if there is nothing, so that glyph 0 has to become another
+// value.
 void* ToValue(int nGlyph)
 {
   return reinterpret_cast<void*>(static_cast<std::uintptr_t>(nGlyph) + 1);
@@ -193,7 +194,7 @@ bool CCFF::CloseGlyphs(BSE::CBasicArray<unsigned char>& used)
     if (used[i] == 0)
       continue;
     CType2SeacChecker parser(GetContext(i));
-    // What cannot be run draws nothing beyond that either.
+    // A charstring that fails draws nothing after its fault, so that it has no other parts.
     if (!Run(i, parser) && !HasWorkLeft())
       return false;
     for (const int nCode : {parser.GetBase(), parser.GetAccent()})
@@ -299,7 +300,7 @@ bool CCFF::MakeCIDKeyed(const BSE::CBasicArray<unsigned char>& used)
                         static_cast<double>(AddString(FONT::MakeName("Identity"))), 0};
   m_top.SetValues(CTypes::eROS, ros);
   m_top.SetNumber(CTypes::eCIDCount, GetGlyphCount());
-  // Names of the font alone have a place beside the names of CIDs.
+  // The top DICT of a font by CIDs names the whole; FontName is in the dictionaries of its glyphs.
   m_fontDicts[0]->m_dict.SetNumber(CTypes::eFontName, AddString(GetFontName()));
   for (int i = 0; i < GetGlyphCount(); ++i)
     m_glyphIDs[i] = static_cast<unsigned short>(i);
@@ -329,7 +330,7 @@ int CCFF::DuplicateGlyph(int nGlyph, int nCode, const char* szName)
   char szFree[40];
   if (IsCIDKeyed())
   {
-    // The lowest CID that is higher than all.
+    // The first CID after all that are in use.
     for (const unsigned short nCID : m_glyphIDs.GetSpan())
       nID = std::max(nID, nCID + 1);
     if (nID > 0xFFFF)

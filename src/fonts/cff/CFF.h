@@ -13,7 +13,7 @@
 namespace CFF
 {
 
-// What a glyph is drawn with beside its charstring. A font by names has one, a font by CIDs several.
+// What a glyph is drawn with besides its charstring. A font by names has one, a font by CIDs several.
 struct TFontDict
 {
   CDictionary m_dict;
@@ -21,7 +21,7 @@ struct TFontDict
   CIndex m_subrs;
 };
 
-// What a font program is used for in a document; the bits of the callers.
+// What a font program is used for in a document; bits that callers combine.
 enum TUsage : unsigned
 {
   eUsedByCID = 1,
@@ -30,8 +30,8 @@ enum TUsage : unsigned
   eNeedsEncoding = 8
 };
 
-// A Compact Font Format program (Adobe Technical Note 5176). The data are held in memory as a whole, and
-// charstrings and subroutines stay where they are there, whatever is done to the font.
+// A Compact Font Format program (Adobe Technical Note 5176). The data are in memory as a whole; charstrings
+// and subroutines are parts of them that stay valid, whatever is done to the font.
 class CCFF
 {
 public:
@@ -45,7 +45,7 @@ public:
   bool Read(BSE::IByteStream& stream, const char* szName);
   bool Read(BSE::CBasicArray<unsigned char>&& data, const char* szName);
 
-  // The same of data that outlive the font.
+  // The same for data that outlive the font.
   bool Borrow(TData data, const char* szName);
 
   // The font as it is. False if the stream fails, or the font does not fit the format.
@@ -92,17 +92,17 @@ public:
   // or if this font asks for far more than its size can honestly hold.
   bool GetGlyph(int nGlyph, FONT::CGlyph& glyph);
 
-  // False if the charstring does not say it.
+  // False if the charstring fails before its width.
   bool GetWidth(int nGlyph, double& dWidth);
 
   // Marks the letters and accents that marked glyphs are made of, and .notdef; the array gets a byte for each
-  // glyph. False if that cannot be told: then nothing may be left out.
+  // glyph. False if that cannot be found out: then nothing may be left out.
   bool CloseGlyphs(BSE::CBasicArray<unsigned char>& used);
 
   // Leaves only the marked glyphs and .notdef; numbers of glyphs change, their order does not. Glyphs that
   // others are made of must be marked. A font by names that is used by CIDs becomes one by CIDs first, with
   // its glyph numbers as CIDs; if it is also used otherwise it cannot be subset. False, and nothing has
-  // changed, if that is so or no glyph went. used is the table of what is left then.
+  // changed, if that is so or no glyph was left out. used is the table of what is left then.
   bool Subset(BSE::CBasicArray<unsigned char>& used, unsigned nUsage);
 
   // Makes it a font by CIDs, each the number of its glyph; names and encoding go. Marked glyphs, all for an
@@ -115,7 +115,7 @@ public:
   bool SetCIDs(std::span<const std::uint16_t> cids);
 
   // Takes over the glyphs that this font lacks or has empty. 0 if the fonts do not go together, with nothing
-  // changed; 1 if glyphs came, 2 if all were here. used of each is as for Subset, or empty.
+  // changed; 1 if glyphs were added, 2 if all were here already. used of each is as for Subset, or empty.
   int Merge(const CCFF& other, unsigned nUsage, BSE::CBasicArray<unsigned char>* pUsed = nullptr,
             const BSE::CBasicArray<unsigned char>* pOtherUsed = nullptr);
 
@@ -127,13 +127,13 @@ public:
   int DuplicateGlyph(int nGlyph, int nCode, const char* szName);
 
   // Drops the subroutines that no glyph calls. Subsets of one font no longer go together then, so that it
-  // comes last. False, and nothing has changed, if calls cannot be told.
+  // comes last. False, and nothing has changed, if a glyph cannot be run to find its calls.
   bool DropUnusedSubrs();
 
-  // Drops the dictionaries of a font by CIDs that no glyph refers to; when, as above.
+  // Drops the dictionaries of a font by CIDs that no glyph refers to; comes last for the same reason.
   void DropUnusedFontDicts();
 
-  // For making a font anew, out of another format. Strings and data are copied.
+  // For making a font from one of another format. Strings and data are copied.
   void Create(FONT::TName name);
   CDictionary& GetTop() { return m_top; }
   TFontDict& GetFontDict(int nDict) { return *m_fontDicts[nDict]; }
@@ -173,7 +173,7 @@ private:
   BSE::CStr8 m_sName;
   FONT::CFontLog m_log;
   BSE::CBasicArray<unsigned char> m_own;
-  TData m_data;  // those, or borrowed
+  TData m_data;  // m_own, or borrowed
   FONT::CByteStore m_store;
 
   TData m_name;
@@ -187,7 +187,7 @@ private:
   unsigned short m_encoding[256] = {};
   std::int64_t m_nWork = 0;
 
-  mutable BSE::CBasicMap m_glyphs;  // by names or CIDs: numbers of glyphs and 1
+  mutable BSE::CBasicMap m_glyphs;  // by names or CIDs: numbers of glyphs plus 1
   mutable bool m_bNamesBuilt = false;
 };
 

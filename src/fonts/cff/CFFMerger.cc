@@ -1,3 +1,9 @@
+// Nothing in a font says that it is a subset of the same font as another one. It is taken to be if all that
+// glyphs are drawn with is equal, dictionaries and subroutines, and so are the charstrings of all glyphs that
+// both have: charstrings of one font then mean the same in the other and can be taken over as they are.
+// Numbers are compared with a tolerance, since producers round them differently. All comparisons come before
+// the first change, so that fonts that do not go together stay untouched.
+
 #include "fonts/cff/CFFMerger.h"
 
 #include "base/Tracer.h"
@@ -30,14 +36,14 @@ struct TPrivateKey
   const char* m_szName;
 };
 
-// The widths are not hints, but what charstrings of one font mean in the other one depends on them.
+// Mostly hints; the widths are among them because charstrings hold differences from them.
 constexpr TPrivateKey g_privateKeys[] = {
     {CTypes::eBlueValues, "BlueValues"}, {CTypes::eOtherBlues, "OtherBlues"},
     {CTypes::eStdHW, "StdHW"},           {CTypes::eStdVW, "StdVW"},
     {CTypes::eStemSnapH, "StemSnapH"},   {CTypes::eStemSnapV, "StemSnapV"},
     {CTypes::eDefaultWidthX, "widths"},  {CTypes::eNominalWidthX, "widths"}};
 
-// A glyph that draws nothing and has the default width: what subsets put in the place of others.
+// A glyph that draws nothing and has the default width: what subsets have in place of the glyphs left out.
 bool IsEmptyGlyph(TData charString)
 {
   return charString.empty() || (charString.size() == 1 && charString[0] == CTypes::eEndChar);
@@ -79,7 +85,7 @@ void CCFF::HashTopData(BSE::CHashFunction& digest) const
   HashArray(digest, m_top, CTypes::eFontMatrix, 10000);
   HashArray(digest, m_top, CTypes::eFontBBox, 10);
   HashArray(digest, m_top, CTypes::eCharstringType, 10);
-  // Subsets of a font by CIDs may lack any of its dictionaries.
+  // Subsets of a font by CIDs may lack any of its font dictionaries.
   if (!IsCIDKeyed())
   {
     for (const TPrivateKey& key : g_privateKeys)
@@ -142,8 +148,8 @@ int CCFFMerger::FindSame(int nOtherGlyph) const
                              : m_font.FindGlyph(m_other.GetGlyphName(nOtherGlyph));
 }
 
-// The dictionary of glyphs that are in both must be the same one; that of new glyphs must have the same data,
-// or no data here yet.
+// A glyph that is in both must have the same dictionary in both. That of a new glyph is either in use here,
+// and has been compared, or is taken over.
 bool CCFFMerger::CompareFontDict(int nOtherGlyph, int nGlyph)
 {
   const int nDict = m_other.GetFontDictOf(nOtherGlyph);

@@ -29,7 +29,7 @@ private:
   CCFF& m_font;
   const CCFF& m_other;
   BSE::CBasicArray<int> m_map;        // own glyphs by those of the other font; -1 for those that are new
-  BSE::CBasicArray<int> m_fontDicts;  // by numbers: 1 where the glyphs here use it, 2 where it comes
+  BSE::CBasicArray<int> m_fontDicts;  // by numbers: 1 for those in use here, 2 for those to be taken over
   bool m_bTaken = false;
 };
 

@@ -1,3 +1,12 @@
+// Reads a font as Adobe Technical Note 5176 lays it out: header and the first four INDEXes one after the
+// other, everything else at offsets that the top DICT gives. Each offset opens a cursor of its own that
+// cannot leave the data, so parts may overlap or lie in any order; nothing is copied, and charstrings and
+// subroutines stay spans of the data. The order of reading counts: charstrings first, since they give the
+// number of glyphs; the charset before the encoding, since predefined encodings refer to glyphs by their
+// names.
+//
+// What glyphs are drawn with must be readable, or the font is refused; what merely names things is repaired.
+
 #include "fonts/cff/CFF.h"
 
 #include "base/Limits.h"
@@ -72,7 +81,7 @@ bool CCFF::ReadAll()
   const bool bRead =
       ReadCharset(data) && (IsCIDKeyed() ? ReadFontDicts(data) && ReadFDSelect(data)
                                          : ReadPrivate(data, m_top, *m_fontDicts[0]) && ReadEncoding(data));
-  // Where things are is the writer's to say.
+  // Offsets are those of this data; the writer sets its own.
   for (const CTypes::TKey nKey : {CTypes::eCharset, CTypes::eEncoding, CTypes::eCharStrings, CTypes::ePrivate,
                                   CTypes::eFDArray, CTypes::eFDSelect})
     m_top.Remove(nKey);
@@ -141,7 +150,8 @@ bool CCFF::ReadCharset(const BSE::CByteCursor& data)
   const int nCharset = m_top.GetInteger(CTypes::eCharset);
   if (nCharset >= 0 && nCharset <= 2)
   {
-    // Those are of names; where a font by CIDs has one, its CIDs are its glyphs.
+    // Predefined charsets are lists of names. If a font by CIDs has one anyway, its CIDs are its glyph
+    // numbers.
     for (int i = 0; i < nCount; ++i)
       m_glyphIDs[i] =
           static_cast<unsigned short>(IsCIDKeyed() ? i : std::max(0, FONT::GetCharsetString(nCharset, i)));
@@ -206,7 +216,7 @@ bool CCFF::ReadEncoding(const BSE::CByteCursor& data)
   const int nEncoding = m_top.GetInteger(CTypes::eEncoding);
   if (nEncoding == 0 || nEncoding == 1)
   {
-    // From the names to their glyphs; the first glyph of a name wins.
+    // From names to glyphs; the first glyph of a name wins.
     unsigned short glyphs[FONT::g_nStandardStrings] = {};
     for (int i = GetGlyphCount() - 1; i > 0; --i)
       if (m_glyphIDs[i] < FONT::g_nStandardStrings)
@@ -251,7 +261,7 @@ void CCFF::ReadSupplements(BSE::CByteCursor& cursor)
   }
 }
 
-// Glyphs whose names are not there get some that nobody asks for, so that they can be told apart.
+// Glyphs whose names are missing get made-up ones that no document uses, so that all names stay distinct.
 void CCFF::CheckStrings()
 {
   const int nStrings = FONT::g_nStandardStrings + m_strings.GetSize();

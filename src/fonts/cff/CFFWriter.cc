@@ -1,3 +1,11 @@
+// Parts are written in this order: header, name, top DICT, strings and global subroutines; encoding, charset,
+// FDSelect, charstrings, font dictionaries, private dictionaries with their subroutines. All but the
+// charstrings are made in memory first, since the top DICT and the font dictionaries hold offsets whose size
+// depends on their values. SettleOffsets repeats both until they fit the room of the round before. That room
+// never shrinks, so it ends, whereas exact sizes could go back and forth; a few bytes may stay unused.
+// Charset, encoding and FDSelect each take the smallest of their formats (Adobe Technical Note 5176, sections
+// 12, 13 and 19).
+
 #include "fonts/cff/CFFWriter.h"
 
 #include <limits>
@@ -73,7 +81,7 @@ int CCFFWriter::FindCharset() const
 void CCFFWriter::MakeCharset()
 {
   const int nCount = m_glyphIDs.GetSize();
-  CBytes formats[2];  // with lengths of runs of one byte and of two
+  CBytes formats[2];  // lengths of runs in one byte and in two
   for (const int nSize : {1, 2})
   {
     CBytes& bytes = formats[nSize - 1];
@@ -134,8 +142,9 @@ bool CCFFWriter::HasEncoding(int (*pfGetString)(int)) const
   return true;
 }
 
-// Codes of the first glyphs in a row or in runs. A glyph without a code gets that of the next one, which then
-// takes it. Codes of later glyphs, and second codes of the same glyph, are supplements.
+// Codes of the first glyphs, one by one or as runs. A glyph without a code is given that of the next one,
+// which comes later in the list and so keeps it. Codes of later glyphs, and second codes of the same glyph,
+// are supplements.
 bool CCFFWriter::MakeEncoding()
 {
   int codes[256];
@@ -148,7 +157,7 @@ bool CCFFWriter::MakeEncoding()
   int nSupplements = 0;
   for (const unsigned short nGlyph : m_font.m_encoding)
     nSupplements += nGlyph != 0 ? 1 : 0;
-  // As many glyphs as make it smallest.
+  // As many glyphs in the list as make the encoding smallest.
   const int nAll = nSupplements;
   int nGlyphs = 0;
   for (int i = 1, nRuns = 0, nBest = 3 * nAll, nLeft = nAll; i < 256 && codes[i] >= 0; ++i)
@@ -198,7 +207,8 @@ void CCFFWriter::WriteEncoding(std::span<const int> codes, int nSupplements)
     }
 }
 
-// Each followed by its subroutines, whose offset it holds, and which counts from its own beginning.
+// Each dictionary is followed by its subroutines. It holds their offset from its own beginning, which is its
+// size; that grows until the number fits.
 bool CCFFWriter::MakePrivates()
 {
   for (int i = 0; i < m_font.GetFontDictCount(); ++i)
@@ -260,7 +270,7 @@ bool CCFFWriter::MakeTop()
          m_strings.Write(m_start) && m_font.m_globalSubrs.Write(m_start);
 }
 
-// Offsets grow from one round to the next, until there is room for all; what is left of it stays empty.
+// Numbers have at most five bytes, so sizes grow in few rounds; the limit guards against an error here.
 bool CCFFWriter::SettleOffsets()
 {
   const bool bCIDs = m_font.IsCIDKeyed();
@@ -303,7 +313,7 @@ bool CCFFWriter::WriteCharStrings(BSE::IByteStream& stream) const
   CBytes block;
   if (!m_font.m_charStrings.WriteStart(block))
     return false;
-  // In blocks of some size: each charstring has a few bytes.
+  // In blocks, since most charstrings have only a few bytes.
   for (const TData data : m_font.m_charStrings.GetSpan())
   {
     if (block.GetSize() > 1 << 15)
@@ -326,7 +336,7 @@ bool CCFFWriter::Write(BSE::IByteStream& stream)
   {
     MakeCharset();
     MakeFDSelect();
-    // The strings of these dictionaries get their numbers before strings are written.
+    // For the numbers of their strings, which the INDEX of strings must be complete with before sizes settle.
     if (!MakeFontDicts(0))
       return false;
   }

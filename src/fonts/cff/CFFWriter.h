@@ -5,9 +5,8 @@
 namespace CFF
 {
 
-// Writes a font. Dictionaries hold the offsets of what comes after them, and take more or less room for
-// larger or smaller ones, so that they are made again until they fit. Strings that nothing refers to are left
-// out.
+// Writes a font. Dictionaries hold offsets of what comes after them, and their own size depends on those, so
+// that they are made again until they fit. Strings that nothing refers to are left out.
 class CCFFWriter
 {
 public:

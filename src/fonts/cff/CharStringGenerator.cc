@@ -1,3 +1,10 @@
+// A glyph comes as moves, lines and curves with absolute coordinates. Runs of lines and curves are collected,
+// and each run is cut greedily: the shape of the first step chooses the operator that leaves out the most
+// zeros, which then takes all steps that follow its pattern, up to the 48 arguments of the stack (Adobe
+// Technical Note 5177, appendix B, as for the 96 stems). A search for the best cuts would save little, since
+// most steps fit one pattern only. Coordinates are rounded to 16.16 before differences are taken: the
+// differences are then exact, and rounding cannot add up along an outline.
+
 #include "fonts/cff/CharStringGenerator.h"
 
 #include <algorithm>
@@ -9,7 +16,7 @@ namespace CFF
 namespace
 {
 
-// To the numbers that a charstring can hold, so that rounding does not add up.
+// To the nearest number that a charstring can hold.
 double Quantize(double dValue)
 {
   return std::round(dValue * 65536) / 65536;
@@ -17,6 +24,7 @@ double Quantize(double dValue)
 
 }  // namespace
 
+// The encoding of numbers in Technical Note 5177, section 3.2.
 bool CCharStringGenerator::PutNumber(double dValue)
 {
   if (!(std::abs(dValue) <= 32767))
@@ -113,7 +121,7 @@ void CType2Writer::AddStep(const FONT::TSegment& segment)
   m_steps.Add(step);
 }
 
-// Horizontal stems first, each kind from below; the last vertical ones need no operator in front of a mask.
+// Horizontal stems first, each kind from below; vertical ones right before a mask need no operator.
 bool CType2Writer::WriteStems(const FONT::CGlyph& glyph, bool bMasks)
 {
   m_nStems = glyph.m_stems.GetSize();
@@ -228,7 +236,7 @@ bool CType2Writer::WriteSteps(std::span<const TStep> steps)
   return true;
 }
 
-// Lines along the axes alternate in one operator; others are in a row.
+// Lines along the axes that alternate are one operator, others in a row another.
 std::size_t CType2Writer::WriteLines(std::span<const TStep> steps)
 {
   const auto IsStraight = [](const TStep& step) { return step.m_d[4] == 0 || step.m_d[5] == 0; };
@@ -282,7 +290,7 @@ std::size_t CType2Writer::WriteAlternatingCurves(std::span<const TStep> steps)
        ++n, bVertical = !bVertical)
   {
     const double* d = steps[n].m_d;
-    // It ends in the other direction, or in any if it is the last one.
+    // A curve ends in the other direction; only the last one of the operator may end in any.
     const double dAside = d[bVertical ? 5 : 4];
     if (d[bVertical ? 0 : 1] != 0)
       break;
@@ -307,6 +315,7 @@ std::size_t CType2Writer::WriteFlex(std::span<const TStep> steps)
   }
   m_arguments.Append({a, 6});
   m_arguments.Append({b, 6});
+  // The depth in hundredths of a pixel below which the flex is drawn as a line; hflex implies the same.
   Push(50);
   return Emit(CTypes::eFlex) ? 2 : 0;
 }

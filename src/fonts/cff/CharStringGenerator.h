@@ -33,7 +33,7 @@ public:
   {
   }
 
-  // False for a glyph that does not fit: with too many stems, or lengths that are too large.
+  // False for a glyph that does not fit: with too many stems, or differences that are too large.
   bool Write(const FONT::CGlyph& glyph);
 
   // Of the last glyph; valid until the next.
@@ -43,7 +43,7 @@ private:
   static constexpr int g_nMaxArguments = 48;
   static constexpr int g_nMaxStems = 96;
 
-  // Lengths of a line or curve; of a line the last two count.
+  // Differences of a line or curve; a line has only the last two.
   struct TStep
   {
     bool m_bCurve;

@@ -1,3 +1,8 @@
+// Values stay as the file has them, so that an unchanged dictionary is written as it was read; rows of edges
+// are turned from differences into positions only where someone asks for the array. One table holds what
+// Adobe Technical Note 5176 says of each key: how many values it has, and its default (tables 9, 10 and 23).
+// Numbers are encoded as in section 4 of the note.
+
 #include "fonts/cff/Dictionary.h"
 
 #include "base/Tracer.h"
@@ -100,7 +105,8 @@ const TKeyInfo* FindKey(int nKey)
   return nullptr;
 }
 
-// What readers of fonts have always done with wrong values: take the first of them.
+// Cuts a row that is too long, as readers of fonts have always done; an odd row of zones stays, with a trace
+// line.
 void CheckCount(const TKeyInfo& info, int& nCount, FONT::CFontLog& log)
 {
   if (nCount > info.m_nMax && info.m_nMax > 4 && info.m_nMax != 6)
@@ -141,7 +147,7 @@ void PutReal(const char* szText, BSE::CBasicArray<unsigned char>& bytes)
     Put(15);
 }
 
-// Cuts zeros in front of the point and at the end of a fraction.
+// Cuts the zero before the point and zeros at the end of a fraction.
 void TrimReal(char* szText)
 {
   char* pStart = szText + (*szText == '-' ? 1 : 0);
@@ -248,7 +254,7 @@ private:
       m_log.Fault("Stack underflow");
     else
     {
-      // Of too many values a single one is the last, which was on top.
+      // Of too many values a key that is no row takes the last, which were on top of the stack.
       CheckCount(*pInfo, nCount, m_log);
       const auto values = m_values.GetSpan();
       m_dictionary.SetValues(pInfo->m_nKey, pInfo->m_bEdges ? values.first(static_cast<std::size_t>(nCount))
@@ -363,7 +369,7 @@ void CDictionary::SetValues(CTypes::TKey nKey, std::span<const double> values)
 
 bool CDictionary::Write(BSE::CBasicArray<unsigned char>& bytes) const
 {
-  // ROS comes first, and tells that the font is one of CIDs.
+  // ROS must come first: it says that the font is one by CIDs.
   for (const bool bFirst : {true, false})
     for (const TEntry& entry : m_entries.GetSpan())
     {
@@ -390,7 +396,7 @@ bool PutDictNumber(double dValue, BSE::CBasicArray<unsigned char>& bytes)
   const auto Put = [&](int nValue) { bytes.Add(static_cast<unsigned char>(nValue)); };
   if (dValue != std::floor(dValue) || std::abs(dValue) > std::numeric_limits<int>::max())
   {
-    // Six decimals do for most; what they do not hold gets as many digits as it takes.
+    // Six decimals are enough for most numbers; the others get as many digits as bring them back exactly.
     char szText[64];
     char* const pLimit = szText + sizeof szText - 1;
     const auto [pEnd, error] = std::to_chars(szText, pLimit, dValue, std::chars_format::fixed, 6);

@@ -12,7 +12,7 @@ class CDictionary
 {
 public:
   // Adds what the data hold. What is not known is left out with a trace line, and counted as a fault where it
-  // may matter. False if the data are no dictionary.
+  // may matter. False if the data are not a dictionary.
   bool Parse(TData data, FONT::CFontLog& log);
 
   bool Has(CTypes::TKey nKey) const { return Find(nKey) >= 0; }
@@ -62,7 +62,7 @@ private:
   BSE::CBasicArray<double> m_values;
 };
 
-// Appends a number in the form of dictionaries; a real one with as many digits as it takes.
+// Appends a number in the form of dictionaries; a real one with as many digits as it needs.
 bool PutDictNumber(double dValue, BSE::CBasicArray<unsigned char>& bytes);
 
 }  // namespace CFF

@@ -5,8 +5,8 @@
 namespace CFF
 {
 
-// Takes away the subroutines that no glyph calls. The others get new numbers where each call has its number
-// in front of it; otherwise they keep theirs, and what nobody calls is left empty.
+// Takes away the subroutines that no glyph calls. The others get new numbers if each call has its number
+// right before it; otherwise they keep theirs, and those not called are left empty.
 class CSubrPruner
 {
 public:
@@ -38,7 +38,7 @@ private:
   struct TSet
   {
     CIndex* m_pSubrs;
-    BSE::CBasicArray<int> m_numbers;  // 1 for those in use, then their new numbers and 1
+    BSE::CBasicArray<int> m_numbers;  // 1 for those in use, then their new numbers plus 1
     int m_nUsed = 0;
   };
 
@@ -50,7 +50,7 @@ private:
   CCFF& m_font;
   BSE::CPtrArray<TSet> m_sets;  // owned; the first is that of global subroutines
   BSE::CValueKeyPtrMap<const unsigned char*, TPiece> m_pieces;
-  bool m_bFixed = false;  // numbers must stay
+  bool m_bFixed = false;  // subroutines must keep their numbers
 };
 
 }  // namespace CFF

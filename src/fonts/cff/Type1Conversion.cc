@@ -1,3 +1,9 @@
+// Each glyph is run and recorded as an outline with its hints, and written again in the other format.
+// Translating operator by operator does not work: Type 1 replaces hints by calling subroutines, moves inside
+// a flex are not moves, and Type 2 has all stems at the beginning. Subroutines dissolve on the way. A font
+// goes through only as a whole; one glyph that fails, or whose stems do not all fit, leaves the document with
+// the old program.
+
 #include "fonts/cff/Type1Conversion.h"
 
 #include "fonts/cff/Type2Converters.h"
@@ -28,7 +34,7 @@ constexpr TKeyPair g_topKeys[] = {{PFB::ePaintType, CTypes::ePaintType},
                                   {PFB::eUnderlinePosition, CTypes::eUnderlinePosition},
                                   {PFB::eUnderlineThickness, CTypes::eUnderlineThickness}};
 
-// The threshold of ForceBold has no place in CFF any more, and says nothing to readers of today.
+// Without ForceBoldThreshold, which CFF no longer has and readers ignore.
 constexpr TKeyPair g_privateKeys[] = {{PFB::eBlueValues, CTypes::eBlueValues},
                                       {PFB::eOtherBlues, CTypes::eOtherBlues},
                                       {PFB::eFamilyBlues, CTypes::eFamilyBlues},
@@ -58,7 +64,7 @@ void ToCFF(const PFB::CPFB& from, std::span<const TKeyPair> keys, CDictionary& t
 {
   for (const TKeyPair& key : keys)
   {
-    // What equals the default need not be said.
+    // What equals the default need not be written.
     BSE::CBasicArray<double> standard;
     to.GetArray(key.m_nType2, standard);
     const std::span<const double> values = from.GetValues(key.m_nType1);
@@ -112,7 +118,8 @@ bool CType1ToType2Converter::ReadWidths()
   return true;
 }
 
-// The default is what most glyphs have; the others say how far they are from a number that makes them short.
+// The default is the width of most glyphs; the others hold the difference from the nominal width, which is
+// the one that makes those shortest. At most 256 are tried, since each try looks at all glyphs.
 void CType1ToType2Converter::ChooseWidths()
 {
   constexpr int nMaxTries = 256;

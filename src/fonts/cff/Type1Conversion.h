@@ -6,7 +6,7 @@
 namespace CFF
 {
 
-// Makes Type 2 charstrings of those of a Type 1 font, and the dictionaries that go with them.
+// Makes Type 2 charstrings from those of a Type 1 font, and the dictionaries that go with them.
 class CType1ToType2Converter
 {
 public:

@@ -7,7 +7,7 @@
 namespace CFF
 {
 
-// Records what a charstring draws, with its hints. The two letters of an accented one are only told.
+// Records what a charstring draws, with its hints. The two letters of an accented one are only named.
 class CType2Recorder : public CType2Parser
 {
 public:
@@ -73,7 +73,7 @@ private:
   bool m_bWidth = false;
 };
 
-// Tells whether a glyph is made of two others.
+// Finds out whether a glyph is made of two others.
 class CType2SeacChecker : public CType2Parser
 {
 public:

@@ -1,3 +1,12 @@
+// A charstring is a program for a stack machine (Adobe Technical Note 5177): operators that draw take their
+// arguments from the bottom of the stack and clear it. The first of them may have one argument too many,
+// which is the width; that is why each asks for the width before it takes its own arguments.
+//
+// Frames of subroutines are kept here instead of recursing. Depth and stack are larger than the note asks
+// for, so that sloppy fonts still run, and steps are bounded, since a few subroutines that call each other
+// can make billions of them. A missing end is taken to be where the data end, and unknown operators are
+// skipped; anything else that is wrong fails the glyph.
+
 #include "fonts/cff/Type2Parser.h"
 
 #include "base/Limits.h"
@@ -19,6 +28,7 @@ int ToInteger(double dValue)
 
 }  // namespace
 
+// Technical Note 5176, section 16.
 int GetSubrBias(int nCount)
 {
   return nCount < 1240 ? 107 : (nCount < 33900 ? 1131 : 32768);
@@ -212,7 +222,7 @@ void CType2Parser::TakeStems(bool bVertical)
 bool CType2Parser::ExecuteHint(int nOperator, BSE::CByteCursor& cursor)
 {
   const bool bMask = nOperator == CTypes::eHintMask || nOperator == CTypes::eCntrMask;
-  // Stems in front of a mask are vertical without a word.
+  // Stems right before a mask are vertical ones whose operator is left out.
   TakeStems(bMask || nOperator == CTypes::eVStem || nOperator == CTypes::eVStemHM);
   if (!bMask || m_bStop)
     return true;
@@ -281,7 +291,7 @@ bool CType2Parser::ExecuteCurves(int nOperator)
   return true;
 }
 
-// Curves that begin and end in the same direction, but for the first one's begin.
+// Curves that begin and end along the same axis; the first may begin in any direction.
 void CType2Parser::ExecuteStraightCurves(bool bVertical)
 {
   int i = m_nStack % 4 != 0 ? 1 : 0;
@@ -296,8 +306,8 @@ void CType2Parser::ExecuteStraightCurves(bool bVertical)
   }
 }
 
-// Curves that begin in one direction and end in the other, which the next one goes on in; the last may end in
-// any.
+// Curves that begin along one axis and end along the other, where the next one begins; the last may end in
+// any direction.
 void CType2Parser::ExecuteAlternatingCurves(bool bVertical)
 {
   for (int i = 0; i + 4 <= m_nStack; i += 4, bVertical = !bVertical)
@@ -436,6 +446,7 @@ bool CType2Parser::ExecuteStack(int nOperator)
       m_stack[m_nStack - 1] = m_stack[m_nStack];
     return true;
   case CTypes::eRandom:
+    // The same number each time, so that a glyph always looks the same.
     return Push(0.5);
   case CTypes::eDup:
     return Needs(1) && Push(m_stack[m_nStack - 1]);

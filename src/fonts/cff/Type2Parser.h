@@ -6,7 +6,7 @@
 namespace CFF
 {
 
-// What a charstring runs with.
+// What a charstring needs to run.
 struct TType2Context
 {
   const CIndex* m_pGlobalSubrs;
@@ -32,17 +32,17 @@ public:
   // called. One that does not end is taken to end with its data.
   bool Parse(TData charString);
 
-  // Steps of all runs: their cost.
+  // The steps of all runs, which are their cost.
   std::int64_t GetWork() const { return m_nWork; }
 
 protected:
-  // Where a number stands that a call takes, if it stands right in front of it.
+  // A call, and the place of the number that it takes, if that is right before the operator.
   struct TCall
   {
     bool m_bGlobal;
     int m_nSubr;
     TData m_caller;
-    int m_nOffset;  // -1 if it does not stand there
+    int m_nOffset;  // -1 if the number is elsewhere
     int m_nLength;
   };
 
