@@ -1,3 +1,12 @@
+// Subtables (OpenType specification, cmap) are not decoded but looked up in place, through cursors that read
+// zeros beyond the end. Counts are cut to what there is room for in the table. A subtable of format 4 is
+// searched by halves only if its segments ascend, which is found out once when the table is read; otherwise
+// the first segment with the code counts, as for readers that go through them in order.
+//
+// Subtables may be shared, so that a small file could ask for much work many times over: all of them together
+// must not be longer than four times the table. Lists of mappings are bounded by the number of codes instead,
+// since a code counts once, however many segments have it.
+
 #include "fonts/ttf/CMap.h"
 
 #include "base/Limits.h"
@@ -27,7 +36,7 @@ unsigned GetCard16(BSE::CByteCursor cursor, std::int64_t nOffset)
   return cursor.Card16();
 }
 
-// Segments or groups that are there, whatever the table says.
+// As many segments as there is room for, whatever the table says.
 int GetSegmentCount(const BSE::CByteCursor& cursor)
 {
   const std::size_t nThere = cursor.GetRemaining() < 16 ? 0 : (cursor.GetRemaining() - 16) / 8;
@@ -52,7 +61,7 @@ TReadSegment ReadSegment(const BSE::CByteCursor& part, int nSegments, int nSegme
 
 int GetSegmentCodeGlyph(const BSE::CByteCursor& part, const TReadSegment& segment, std::uint32_t nCode)
 {
-  // Some fonts mark an empty last segment so.
+  // Some fonts mark an empty last segment with this range offset.
   if (nCode < segment.m_nStart || segment.m_nRange == 0xFFFF)
     return 0;
   if (segment.m_nRange == 0)
@@ -85,7 +94,7 @@ void CCMap::Read(CFontLog& log)
   bool bKnown = false;
   bool bSorted = true;
   std::uint32_t nLastKey = 0;
-  // Subtables may be shared but not overlap: what they ask for together cannot be much more than the table.
+  // Subtables may be shared but must not overlap, so that together they are not much longer than the table.
   std::size_t nBudget = 4 * GetBytes().size();
   for (int i = 0; i < nCount && !cursor.HasFailed(); ++i)
   {
@@ -155,7 +164,7 @@ void CCMap::CheckSubtable(TSubtable& subtable, CFontLog& log) const
     log.Fault("invalid cmap format %d.", int{subtable.m_nFormat});
 }
 
-// What is charged for the subtable is what is looked at here.
+// The length becomes what is looked at here at least, which is charged to the table.
 bool CCMap::CheckSegments(TSubtable& subtable) const
 {
   const BSE::CByteCursor part = GetPart(subtable);

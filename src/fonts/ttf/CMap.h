@@ -12,8 +12,8 @@ struct TMapping
   std::uint32_t m_nGlyph;
 };
 
-// cmap: from character codes to glyphs, in subtables for a platform and an encoding. Read are the formats 0
-// (bytes), 4 (segments of 16 bits), 6 (one range) and 12 (groups of 32 bits); others stay in the table but
+// cmap: from character codes to glyphs, in subtables for a platform and an encoding. The formats 0 (bytes), 4
+// (segments of 16 bits), 6 (one range) and 12 (groups of 32 bits) are read; others stay in the table, but
 // nothing is found in them.
 class CCMap : public CTable
 {
@@ -47,7 +47,7 @@ public:
   int GetGlyph(int nSubtable, std::uint32_t nCode) const;
 
   // All codes up to nMaxCode with a glyph from 1 to below nGlyphs, ascending. False if the subtable has
-  // another format or more than it can honestly have.
+  // another format or far more segments than its codes can need.
   bool GetMappings(int nSubtable, std::uint32_t nMaxCode, int nGlyphs,
                    BSE::CBasicArray<TMapping>& mappings) const;
 
@@ -56,7 +56,7 @@ public:
   // has changed, if there is none or it cannot be converted.
   bool Convert(bool bSymbolic, int nGlyphs, CFontLog& log);
 
-  // Takes the codes of glyphs that are not marked. Subtables that nothing is found in stay as they are.
+  // Takes away the codes of glyphs that are not marked. Subtables of other formats stay as they are.
   void KeepCodes(const BSE::CBasicArray<unsigned char>& used, CFontLog& log);
 
 private:
@@ -75,11 +75,11 @@ private:
   BSE::CBasicArray<TSubtable> m_subtables;
 };
 
-// The bytes of a subtable from ascending mappings. False, with a trace, where the format cannot hold them.
+// The bytes of a subtable from ascending mappings. False, with a trace, if the format cannot hold them.
 bool MakeFormat0(std::span<const TMapping> mappings, std::uint32_t nLanguage, CTableWriter& writer);
 bool MakeFormat4(std::span<const TMapping> mappings, std::uint32_t nLanguage, CTableWriter& writer);
 
-// In one of the formats that are read.
+// The same in one of the formats that are read.
 bool MakeSubtable(unsigned nFormat, std::span<const TMapping> mappings, std::uint32_t nLanguage,
                   CTableWriter& writer);
 

@@ -1,3 +1,8 @@
+// Format 4 is written with deltas alone: a segment is a run of codes whose glyphs are at the same distance.
+// The format could have an array of glyph numbers too, which saves room where codes and glyphs are in no
+// order, but subsets have few codes. A subtable that does not fit its format then, or that cannot be read,
+// keeps its bytes when codes are removed: they lead to glyphs without data, which does no harm.
+
 #include "fonts/ttf/CMap.h"
 
 #include <bit>
@@ -17,7 +22,7 @@ struct TSegment
   std::uint32_t m_nDelta;
 };
 
-// Codes that follow each other, with glyphs at the same distance.
+// Runs of codes whose glyphs are at the same distance from them.
 BSE::CBasicArray<TSegment> MakeSegments(std::span<const TMapping> mappings)
 {
   BSE::CBasicArray<TSegment> segments;
@@ -30,7 +35,7 @@ BSE::CBasicArray<TSegment> MakeSegments(std::span<const TMapping> mappings)
     else
       segments.Add({mapping.m_nCode, mapping.m_nCode, nDelta});
   }
-  // The table ends with a segment up to the last code.
+  // The last segment must end with the code FFFF.
   if (segments.IsEmpty() || segments[segments.GetSize() - 1].m_nEnd != 0xFFFF)
     segments.Add({0xFFFF, 0xFFFF, 1});
   return segments;
@@ -99,6 +104,7 @@ bool MakeFormat4(std::span<const TMapping> mappings, std::uint32_t nLanguage, CT
   const std::uint64_t nLength = 16 + 8 * std::uint64_t{nSegments};
   if (nLength > g_nMaxLength || (!mappings.empty() && mappings.back().m_nCode > 0xFFFF))
     return ReportFull(4);
+  // searchRange, entrySelector and rangeShift, for a search by halves.
   const unsigned nSearch = 2 * std::bit_floor(nSegments);
   for (const unsigned n : {4U, static_cast<unsigned>(nLength), nLanguage, 2 * nSegments, nSearch,
                            static_cast<unsigned>(std::bit_width(nSegments) - 1), 2 * nSegments - nSearch})
@@ -159,7 +165,7 @@ void CCMap::KeepCodes(const BSE::CBasicArray<unsigned char>& used, CFontLog& log
     return;
   CTableWriter directory;
   BSE::CBasicArray<unsigned char> all;
-  BSE::CBasicArray<int> places;  // of each subtable among the new ones
+  BSE::CBasicArray<int> places;  // where the bytes of each subtable are
   directory.Card16(0);
   directory.Card16(static_cast<unsigned>(m_subtables.GetSize()));
   for (int i = 0; i < m_subtables.GetSize(); ++i)
@@ -203,7 +209,7 @@ bool CCMap::Convert(bool bSymbolic, int nGlyphs, CFontLog& log)
   BSE::CBasicArray<TMapping> mappings;
   if (!GetMappings(nSubtable, 0x10FFFF, nGlyphs, mappings))
     return false;
-  // Codes that the new format cannot hold have no way to be asked for in a simple font.
+  // A simple font cannot ask for codes that the new format cannot hold.
   const std::uint32_t nMaxCode = bFormat4 ? 0xFFFF : 0xFF;
   int nHeld = mappings.GetSize();
   while (nHeld > 0 && mappings[nHeld - 1].m_nCode > nMaxCode)

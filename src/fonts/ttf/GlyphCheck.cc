@@ -45,7 +45,7 @@ void CGlyphChecker::CheckData(int nGlyph)
   const std::span<const unsigned char> data = m_glyf.GetGlyph(nGlyph);
   m_first.Add(m_components.GetSize());
   TGlyphShape shape;
-  // What cannot be read whole keeps its data: what a reader makes of it is not for us to say.
+  // A glyph that cannot be read to its end keeps its data, since other readers may make something of it.
   if (!MeasureGlyph(data, shape))
     m_log.Fault(shape.m_bComposite ? "Invalid composite glyph %d" : "Unable to load glyph %d.", nGlyph);
   else if (!data.empty() && !shape.m_bComposite && shape.m_nContours == 0)
@@ -83,7 +83,7 @@ void CGlyphChecker::CheckAll()
     Visit(i);
 }
 
-// Goes down on a stack of its own; each glyph is visited once, and each component looked at once.
+// Goes down on a stack of its own instead of recursing; each glyph is visited once, and each component once.
 void CGlyphChecker::Visit(int nGlyph)
 {
   if (m_totals[nGlyph].m_state != eNew)
@@ -126,7 +126,7 @@ void CGlyphChecker::AddComponent(int nGlyph, int nComponent)
 {
   const TTotal& component = m_totals[nComponent];
   TTotal& total = m_totals[nGlyph];
-  // A component on the stack is a glyph that contains itself, and so do all between.
+  // A component on the stack is a glyph that contains itself, and so do all glyphs between.
   if (component.m_state != eDone)
     Refuse(nGlyph);
   total.m_nPoints = std::min(total.m_nPoints + component.m_nPoints, g_nMaxPoints + 1);

@@ -7,8 +7,8 @@ namespace TTF
 {
 
 // Looks through all glyphs of a font. Limits of maxp that a glyph passes are raised; a composite that
-// contains itself, is nested too deeply or has more points than a glyph can have is drawn by nobody and loses
-// its data.
+// contains itself, is nested too deeply or has more points than a glyph can have is not drawn by any reader
+// and loses its data.
 class CGlyphChecker
 {
 public:
@@ -17,12 +17,12 @@ public:
   void CheckAll();
   bool HasRaisedLimits() const { return m_bRaised; }
 
-  // Glyphs whose data must go, a byte for each glyph.
+  // The glyphs whose data must be dropped, a byte for each glyph.
   const BSE::CBasicArray<unsigned char>& GetRefused() const { return m_refused; }
   bool HasRefused() const { return m_bRefused; }
 
 private:
-  // What a glyph amounts to with all its components.
+  // The sums over a glyph and all its components.
   struct TTotal
   {
     int m_nPoints;

@@ -43,7 +43,7 @@ void AddContour(std::span<const TPoint> points, FONT::CGlyph& glyph)
   const bool bNone = nFirst == nCount;
   const TPoint start = bNone ? GetMiddle(points[nCount - 1], points[0]) : points[nFirst];
   glyph.MoveBy(start.m_dX - glyph.m_dX, start.m_dY - glyph.m_dY);
-  // The points after the start, and the start again; all of them where it is none of them.
+  // The points after the start and the start again; all of them if the start lies halfway.
   const auto At = [&](std::size_t n) { return n == nCount ? start : points[(nFirst + n) % nCount]; };
   for (std::size_t n = bNone ? 0 : 1; n < nCount; ++n)
   {
@@ -157,7 +157,7 @@ bool COutliner::AppendComponent(const TComponent& component, COutline& outline, 
   double dY = component.m_nArgument2;
   if ((component.m_nFlags & TComponent::g_nArgumentsAreOffsets) == 0)
   {
-    // A point of the component meets one of those before.
+    // A point of the component is put on one of those before it.
     if (component.m_nArgument1 >= nFirst - nBase || component.m_nArgument2 >= outline.GetSize() - nFirst)
       return false;
     const TPoint& before = outline[nBase + component.m_nArgument1];

@@ -6,7 +6,7 @@ namespace TTF
 {
 
 // The tables of plain fields (OpenType specification), with all their fields under the names they have there.
-// Values may be changed; Serialize makes the bytes of them.
+// Values may be changed; Serialize makes bytes of them.
 class CHead : public CTable
 {
 public:

@@ -32,7 +32,7 @@ void CMetrics::Clear(const BSE::CBasicArray<unsigned char>& used)
       ClearAt(4 * m_nMetrics + 2 * (i - m_nMetrics), 2);
     else
       bLastAdvance = true;
-  // The last advance is that of all glyphs after it too.
+  // The last advance also counts for all glyphs after it.
   for (int i = 0; i < m_nMetrics; ++i)
     if (used[i] == 0 && (i + 1 < m_nMetrics || !bLastAdvance))
       ClearAt(4 * i, 4);

@@ -6,7 +6,7 @@ namespace TTF
 {
 
 // hmtx and vmtx: an advance and a bearing for each of the first glyphs, then bearings alone for the others,
-// which have the last advance.
+// which share the last advance.
 class CMetrics : public CTable
 {
 public:

@@ -34,7 +34,7 @@ bool CPost::Parse()
     return !cursor.HasFailed();
   m_nGlyphs = static_cast<int>(cursor.Card16());
   cursor.Take(m_nGlyphs, 2);
-  // A name that is cut is none, but those before it are names.
+  // A name that is cut off is dropped; those before it are kept.
   if (cursor.HasFailed())
     return false;
   while (!cursor.IsAtEnd())
@@ -145,7 +145,7 @@ bool CName::HasName(const char* szName) const
     if (record.m_nName != g_nFamily && record.m_nName != g_nFullName && record.m_nName != g_nPostScriptName)
       continue;
     const std::span<const unsigned char> text = GetText(i);
-    // All but those of the Macintosh are in UTF-16.
+    // All but those of the Macintosh platform are in UTF-16.
     const std::size_t nUnit = record.m_nPlatform == 1 ? 1 : 2;
     bool bEqual = text.size() == nLength * nUnit;
     for (std::size_t n = 0; bEqual && n < nLength; ++n)

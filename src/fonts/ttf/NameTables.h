@@ -19,7 +19,7 @@ public:
   // Empty for a glyph without a name; valid as long as the table.
   std::span<const char> GetGlyphName(int nGlyph) const;
 
-  // Takes the names of version 2 from glyphs that are not marked.
+  // Takes away the names of version 2 of glyphs that are not marked.
   void KeepNames(const BSE::CBasicArray<unsigned char>& used);
 
   // Name of a glyph of the standard order of the Macintosh, which has 258.
@@ -40,7 +40,7 @@ private:
   int m_nGlyphs = 0;
 };
 
-// name: texts, each for a platform, an encoding and a language, by a number that tells what it is.
+// name: texts, each for a platform, an encoding and a language, by a number that says what it is.
 class CName : public CTable
 {
 public:

@@ -27,7 +27,7 @@ private:
   int m_nCount = 0;
 };
 
-// A font file that may have outlines of CFF.
+// A font file that may have CFF outlines.
 class COTF : public TTF::CTTF
 {
 public:

@@ -18,8 +18,8 @@ struct TPoint
 
 using COutline = BSE::CBasicArray<TPoint>;
 
-// The same as the program of another format would draw it: each contour from a point on it, with cubic
-// curves, whose points are rounded to whole units.
+// The same with the segments of other font formats: each contour from a point on it, with cubic curves, whose
+// points are rounded to whole units.
 void ToGlyph(const COutline& outline, FONT::CGlyph& glyph);
 
 // Makes the outlines of glyphs, composites with all their components, in the units of the font.
@@ -31,7 +31,7 @@ public:
   // False for a glyph that cannot be drawn; the outline is then empty. A glyph without data has an empty one.
   bool Get(int nGlyph, COutline& outline);
 
-  // Points and components of the last outline: its cost.
+  // Points and components of the last outline, which are its cost.
   int GetWork() const { return m_nWork; }
 
 private:

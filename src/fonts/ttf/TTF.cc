@@ -9,7 +9,7 @@ namespace TTF
 namespace
 {
 
-// What a reader of documents looks into, beside the outlines. gasp and the programs are for hinting.
+// What a reader of documents looks into besides the outlines. gasp and the programs are for hinting.
 constexpr std::uint32_t g_neededTags[] = {MakeTag("head"), MakeTag("hhea"), MakeTag("maxp"), MakeTag("hmtx"),
                                           MakeTag("vhea"), MakeTag("vmtx"), MakeTag("loca"), MakeTag("glyf"),
                                           MakeTag("cvt "), MakeTag("fpgm"), MakeTag("prep"), MakeTag("gasp"),
@@ -85,7 +85,7 @@ bool CTTF::GetOutline(int nGlyph, COutline& outline)
   return bDrawn;
 }
 
-// A component that lends its metrics to a composite lends its bearing and its box.
+// A component that gives a composite its metrics gives it its bearing and its box.
 int CTTF::GetOutlineShift(int nGlyph) const
 {
   for (int nDepth = 0; nDepth < BSE::g_nMaxComponentDepth; ++nDepth)
@@ -125,7 +125,8 @@ bool CTTF::Subset(const BSE::CBasicArray<unsigned char>& used)
     std::span<const unsigned char> data;
     if (closed[i] != 0)
       data = m_glyf.GetGlyph(i);
-    // What comes after the glyph in its data is nobody's; what cannot be read stays as it is.
+    // What comes after the end of the glyph in its data is dropped; a glyph that cannot be read stays as it
+    // is.
     TGlyphShape shape;
     collector.Add(MeasureGlyph(data, shape) ? data.first(shape.m_nLength) : data);
   }

@@ -15,7 +15,7 @@ namespace TTF
 
 // A font file of the sfnt family (OpenType specification): a directory of tables, each found by its tag. The
 // file is held in memory as a whole, and a table keeps the bytes that it has there until something in it
-// changes. What is damaged is repaired where that leaves the glyphs as any reader would draw them.
+// changes. Damage is repaired if that leaves the glyphs as any reader would draw them.
 //
 //   Offset     version, number of tables, three numbers for a search by halves
 //   Directory  for each table tag, checksum, offset, length
@@ -29,8 +29,8 @@ public:
   virtual ~CTTF();
 
   // Reads the rest of the stream. Of a collection the font of that name is taken, the first one for a null or
-  // empty name. With bCheck all is looked through and repaired, as by Check. False if it is no font that can
-  // be read, which is reported. Once for each object.
+  // empty name. With bCheck everything is looked through and repaired, as by Check. False if it is not a font
+  // that can be read, which is reported. Once for each object.
   bool Read(BSE::IByteStream& stream, const char* szName, bool bCheck);
   bool Read(BSE::CBasicArray<unsigned char>&& data, const char* szName, bool bCheck);
 
@@ -55,20 +55,20 @@ public:
   // data.
   bool CloseGlyphs(BSE::CBasicArray<unsigned char>& used) const;
 
-  // Takes the data of all glyphs that are not marked, and needed by none that is. Numbers and metrics of
+  // Takes away the data of all glyphs that are neither marked nor part of one that is. Numbers and metrics of
   // glyphs stay. False, and nothing has changed, without glyph data.
   bool Subset(const BSE::CBasicArray<unsigned char>& used);
 
-  // Sets advances and bearings of all glyphs to zero that are not marked and needed by none that is. They
-  // take more room in a subset than its glyphs, but who knows glyphs by their numbers in it finds theirs no
-  // longer.
+  // Sets the advances and bearings of all glyphs to zero that are neither marked nor part of one that is.
+  // They may take more room in a subset than its glyphs do, but readers no longer find the metrics of other
+  // glyphs.
   void ClearMetrics(const BSE::CBasicArray<unsigned char>& used);
 
-  // Takes the codes and names of all glyphs that are not marked: who looks for one finds .notdef.
+  // Takes away the codes and names of all glyphs that are not marked: they lead to .notdef then.
   void DropCodes(const BSE::CBasicArray<unsigned char>& used);
 
-  // Drops the tables that nobody asks for in a document. bCodes: glyphs are found by codes or names, and not
-  // by their numbers alone.
+  // Drops the tables that readers of documents do not use. bCodes: glyphs are found by codes or names, and
+  // not by their numbers alone.
   void DropUnneeded(bool bCodes);
 
   // Brings cmap into the form for a simple font; false, and nothing has changed, if there is none.
@@ -93,7 +93,7 @@ public:
   const CTable* FindTable(std::uint32_t nTag) const;
 
 protected:
-  // A table that a derived class knows.
+  // Adds a table that a derived class knows.
   void AddKnown(CTable& table) { m_known.Add(&table); }
   CFontLog& GetLog() { return m_log; }
 

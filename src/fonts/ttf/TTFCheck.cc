@@ -21,7 +21,7 @@ bool CTTF::ReadGlyphs()
 {
   if (!m_loca.IsPresent())
   {
-    // Without loca nobody knows which data is which glyph.
+    // Without loca it is not known which data is which glyph.
     if (m_glyf.IsPresent())
       m_log.Fault("loca table too small.");
     return !m_glyf.IsPresent();
@@ -60,7 +60,7 @@ bool CTTF::IsLocaSound()
 }
 
 // Gives each glyph the data that it has by its own offset, in a new table. Where the next offset does not
-// tell the end, the data itself must.
+// give the end, the data itself must.
 void CTTF::RecoverGlyphs()
 {
   CFontLog::Note("I", "Recover loca / glyf table.");
@@ -89,7 +89,8 @@ std::span<const unsigned char> CTTF::FindGlyphData(int nGlyph, std::int64_t& nBu
     if (bKnown)
       data = data.first(nEnd - nStart);
     std::size_t nCost = data.size();
-    // The last glyph may say that it is longer than the table, which is of no account if it is not.
+    // The offset of the end may lie beyond the table, which does not matter if the glyph itself ends within
+    // it.
     TGlyphShape shape;
     if (!bKnown)
     {

@@ -1,3 +1,13 @@
+// Both fonts are left alone until it is sure that they go together; up to then the result exists only as a
+// list of sources, one for each glyph, and as the bytes of a new cmap. Programs and units must be equal,
+// since the bytes of each glyph depend on them. Glyphs are matched by their numbers if documents ask for them
+// that way, and otherwise by the codes of each subtable; then glyphs that are new get numbers at the end, and
+// composites among them are renumbered.
+//
+// Glyphs are the same if their bytes and metrics are, and composites if their components are, whatever
+// numbers these have. Codes may lead to the same pair again and again, so that comparing has a budget; if it
+// runs out, the fonts count as different, which costs size and nothing else.
+
 #include "fonts/ttf/TTFMerger.h"
 
 #include "base/Limits.h"
@@ -12,7 +22,7 @@ namespace
 constexpr int g_nMaxGlyphs = 0xFFFF;
 constexpr std::uint32_t g_nMaxCode = 0x10FFFF;
 
-// Comparing glyphs costs so many times the bytes of both fonts: codes may lead to one glyph again and again.
+// The budget of comparing, in times the bytes of both fonts.
 constexpr std::int64_t g_nCompareRatio = 16;
 
 bool Abort(const char* szFormat, int nA = 0, int nB = 0, int nC = 0)
@@ -27,7 +37,7 @@ bool IsSame(std::span<const unsigned char> a, std::span<const unsigned char> b)
   return std::equal(a.begin(), a.end(), b.begin(), b.end());
 }
 
-// Without what fills it up.
+// Without the padding after it.
 std::span<const unsigned char> GetBareGlyph(const CTTF& font, int nGlyph)
 {
   const std::span<const unsigned char> glyph = font.GetGlyph(nGlyph);
@@ -95,7 +105,7 @@ bool CTTFMerger::CheckTables() const
   return true;
 }
 
-// The left side of a glyph is where the bearing has it.
+// Bearings count, since they place a glyph: readers move its box to them.
 bool CTTFMerger::HasSameMetrics(int nOwn, int nOther) const
 {
   const auto IsSameIn = [&](const CMetrics& own, const CMetrics& other)
@@ -107,7 +117,7 @@ bool CTTFMerger::HasSameMetrics(int nOwn, int nOther) const
          (!m_font.m_vhea.IsPresent() || IsSameIn(m_font.m_vmtx, m_other.m_vmtx));
 }
 
-// Composites are the same with components that are the same, whatever numbers these have.
+// Compares composites by their bytes as well, after the components have got the numbers of this font.
 bool CTTFMerger::IsSameGlyph(int nOwn, int nOther, int nDepth)
 {
   const std::span<const unsigned char> own = GetBareGlyph(m_font, nOwn);
@@ -153,8 +163,8 @@ bool CTTFMerger::MatchByNumber()
     const bool bBothUsed = IsUsed(i) && IsOtherUsed(i) && !m_used.empty() && !m_otherUsed.empty();
     if ((i == 0 && bHas != bOwnHas) || ((bHas && bOwnHas) || bBothUsed ? !IsSameGlyph(i, i, 0) : false))
       return Abort("Aborting TTF merge because of GLYF difference (GID %d)", i);
-    // A blank that is used stays one, and so do the metrics of a glyph that the other font has and this one
-    // not.
+    // The other font has a glyph that is missing here, or the metrics of a blank. A blank that is in use here
+    // must stay as it is.
     if (!bOwnHas && (bHas ? IsOtherUsed(i) : !m_otherUsed.empty() && IsOtherUsed(i) && !HasSameMetrics(i, i)))
     {
       if (IsUsed(i) && !m_used.empty())
@@ -180,7 +190,7 @@ bool CTTFMerger::MatchByCodes()
   return TakeComponents() && IsAllMatched();
 }
 
-// Glyphs that are asked for by names would be lost.
+// A glyph without a code may be asked for by its name, and would be lost.
 bool CTTFMerger::IsAllMatched() const
 {
   for (int i = 0; i < m_map.GetSize(); ++i)
@@ -267,7 +277,7 @@ int CTTFMerger::Duplicate(int nGlyph, int nCode)
     const CCMap::TSubtable& subtable = m_font.m_cmap.GetSubtable(i);
     if (!m_font.m_cmap.GetMappings(i, g_nMaxCode, m_font.GetGlyphCount(), m_added))
       return 0;
-    // The codes of a symbolic font may be in a page of their own.
+    // The codes of a symbolic font may be in the page at F000.
     std::uint32_t nEntry = static_cast<std::uint32_t>(nCode);
     if (subtable.m_nPlatform == 3 && !m_added.IsEmpty() && m_added[0].m_nCode >= 0xF000)
       nEntry += m_added[0].m_nCode & 0xFF00;
@@ -289,7 +299,7 @@ int CTTFMerger::Duplicate(int nGlyph, int nCode)
   return nCopy;
 }
 
-// A code that the other font has too: the same glyph, or one that this font had cleared.
+// A code that both fonts have: it must lead to the same glyph, or to one that a subset has cleared.
 bool CTTFMerger::MatchCode(const TMapping& own, const TMapping& other)
 {
   const auto nOwn = static_cast<int>(own.m_nGlyph);
@@ -315,7 +325,8 @@ bool CTTFMerger::MatchCode(const TMapping& own, const TMapping& other)
   return true;
 }
 
-// The number of a glyph of the other font in the result, at the end if it is not there yet; 0 if it is full.
+// The number of a glyph of the other font in the result, at the end if it is not there yet; 0 if the result
+// is full.
 int CTTFMerger::Take(int nOther)
 {
   if (m_map[nOther] > 0)

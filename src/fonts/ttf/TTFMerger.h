@@ -12,12 +12,12 @@ enum TMerge
   eIdentical = 2  // nothing was missing
 };
 
-// Puts the glyphs of one font into another that was the same font once: subsets that were made apart. All
-// checks come first, so that the fonts do not change unless they can be merged.
+// Puts the glyphs of one font into another that comes from the same font: subsets that were made separately.
+// All checks come first, so that the fonts do not change unless they can be merged.
 class CTTFMerger
 {
 public:
-  // Marks of the glyphs that are used, a byte for each; empty where all may be.
+  // Marks of the glyphs that are used, a byte for each; empty if any may be used.
   CTTFMerger(CTTF& font, const CTTF& other, std::span<const unsigned char> used,
              std::span<const unsigned char> otherUsed);
 
@@ -25,8 +25,8 @@ public:
   // is one.
   TMerge Merge(bool bByNumber);
 
-  // Instead of merging: a copy of a glyph as the last one, which a code below 256 of (1,0) and (3,0) leads
-  // to. Its number, 0 if the font is full or the code cannot be entered.
+  // Instead of merging: a copy of a glyph at the end, to which a code below 256 of (1,0) and (3,0) leads. Its
+  // number, 0 if the font is full or the code cannot be entered.
   int Duplicate(int nGlyph, int nCode);
 
   // Where a glyph of the other font is in the result, -1 if it is not.
@@ -66,10 +66,10 @@ private:
   const CTTF& m_other;
   std::span<const unsigned char> m_used;
   std::span<const unsigned char> m_otherUsed;
-  BSE::CBasicArray<int> m_map;         // glyphs of the other font here, -1 for those that are not
+  BSE::CBasicArray<int> m_map;         // glyphs of the other font in the result, -1 for those that are not
   BSE::CBasicArray<TSource> m_source;  // of each glyph of the result
   BSE::CBasicArray<int> m_taken;       // glyphs of the other font, in the order they came
-  BSE::CBasicArray<TMapping> m_added;  // of the subtable that is looked at
+  BSE::CBasicArray<TMapping> m_added;  // of the subtable in hand
   BSE::CBasicArray<unsigned char> m_cmap;
   CTableWriter m_cmapDirectory;
   CTableWriter m_cmapSubtables;

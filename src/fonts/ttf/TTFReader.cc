@@ -1,3 +1,9 @@
+// The directory is read, and tables become parts of the data of the font; those that the program works with
+// are parsed, others are carried along. head, maxp, hhea and hmtx must be there, since no reader draws a
+// glyph without them; in the others, and in values that follow from the rest of the font, damage is repaired
+// or the table is dropped. The order counts: maxp has the number of glyphs that metrics and glyph data are
+// measured by.
+
 #include "fonts/ttf/TTF.h"
 
 #include "base/Limits.h"
@@ -82,7 +88,8 @@ bool CTTF::FindInCollection(const char* szName, std::uint32_t& nOffset) const
   BSE::CByteCursor cursor(m_data.GetSpan());
   cursor.Skip(8);
   const std::uint32_t nFonts = cursor.Card32();
-  // Fonts of a collection share tables; the same one need not be read for each of a million fonts.
+  // Fonts of a collection share tables, so that a hostile one could have the same table of names searched for
+  // a million fonts.
   std::int64_t nBudget = 16 * std::int64_t{m_data.GetSize()};
   for (std::uint32_t i = 0; i < nFonts && nBudget > 0; ++i)
   {
@@ -150,7 +157,7 @@ void CTTF::AddTable(const TEntry& entry, std::int64_t& nBudget)
     return;
   const BSE::CByteCursor file(m_data.GetSpan());
   std::int64_t nLength = entry.m_nLength;
-  // Metrics that are cut are still those of the first glyphs.
+  // Metrics that are cut off still hold those of the first glyphs.
   if (entry.m_nTag == m_hmtx.GetTag() || entry.m_nTag == m_vmtx.GetTag())
     nLength = std::min(nLength, std::max<std::int64_t>(0, m_data.GetSize() - std::int64_t{entry.m_nOffset}));
   const std::span<const unsigned char> bytes = file.GetPart(entry.m_nOffset, nLength).Take(nLength);
@@ -172,7 +179,8 @@ void CTTF::AddTable(const TEntry& entry, std::int64_t& nBudget)
     AddOther(entry, bytes, nBudget);
 }
 
-// Tables that nobody reads are copied: if they overlap, a small file could make a large one.
+// Tables that are not read here are copied as they are. If they overlap, a small file could become a large
+// one.
 void CTTF::AddOther(const TEntry& entry, std::span<const unsigned char> bytes, std::int64_t& nBudget)
 {
   if (std::cmp_greater(bytes.size(), nBudget) || m_others.GetSize() >= BSE::g_nMaxFontTables)
@@ -225,7 +233,7 @@ bool CTTF::ReadMaxp()
   }
   else
   {
-    // Limits of glyphs are counted later; those of programs are generous, as nobody has told them.
+    // Limits of glyphs are counted later; those of programs are not known, so they are generous.
     m_log.Fault("Invalid maxp version 0x%08X.", m_maxp.m_nVersion);
     m_maxp.m_nVersion = Cmaxp::g_nVersionTrueType;
     m_maxp.m_nMaxZones = 2;

@@ -71,7 +71,7 @@ bool CTTF::Write(BSE::IByteStream& stream)
   unsigned char* pAdjustment = head.GetData() + g_nAdjustmentAt;
   BSE::StoreBigEndian(std::uint32_t{0}, pAdjustment);
   m_head.SetBytes(std::move(head));
-  // Readers go by the version, and it may be that of other outlines.
+  // Readers go by the version, and it may be that of the other kind of outlines.
   if (HasGlyphData() && m_nVersion == MakeTag("OTTO"))
     m_nVersion = g_nTrueTypeVersion;
   else if (!HasGlyphData() && FindTable(MakeTag("CFF ")))
