@@ -1,3 +1,9 @@
+// Type 1 charstrings have integers and no fractions, so that a fraction is written as a quotient; coordinates
+// are rounded before differences are taken, so that rounding does not add up. Hints that change within a
+// glyph must be in a subroutine, since interpreters that do not replace hints run an empty one instead (Adobe
+// Type 1 Font Format, chapter 8). The first five subroutines are the same in all fonts, and interpreters rely
+// on their numbers.
+
 #include "fonts/type1/CharStringGenerator.h"
 
 #include <cmath>
@@ -44,7 +50,7 @@ bool CType1CharStringGenerator::PutNumber(double dValue)
 {
   if (!(std::abs(dValue) <= 32000))
     return false;
-  // The smallest divisor that leaves nothing.
+  // The smallest divisor that leaves no fraction.
   int nDivisor = 65536;
   for (const int n : {1, 2, 4, 5, 10, 100, 256})
     if (std::abs(dValue * n - std::round(dValue * n)) * 65536 < 0.5 * n)
@@ -67,7 +73,7 @@ void CType1CharStringGenerator::PutOperator(int nOperator)
   PutByte(nOperator & 0xFF);
 }
 
-// Flex in three, nothing, and hint replacement.
+// Three for flex, an empty one, and one for hint replacement.
 CType1Writer::CType1Writer(CPFB& font) : m_font(font)
 {
   static constexpr int programs[g_nFirstHintSubr][9] = {

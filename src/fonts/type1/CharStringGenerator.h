@@ -23,8 +23,8 @@ private:
   BSE::CBasicArray<unsigned char> m_bytes;
 };
 
-// Writes glyphs as Type 1 charstrings into a font that is made anew. Hints that are in force for parts of a
-// glyph become subroutines, which glyphs share. Counters, and the flatness of a flex, are not carried over.
+// Writes glyphs as Type 1 charstrings into a new font. Hints that are in force for parts of a glyph become
+// subroutines, which glyphs share. Counters, and the flatness of a flex, are not carried over.
 class CType1Writer
 {
 public:
@@ -34,7 +34,7 @@ public:
   // Adds the glyph to the font. Its number, or -1 if it does not fit.
   int Add(FONT::TName name, const FONT::CGlyph& glyph);
 
-  // The same for a glyph of two others, by their codes in Standard Encoding: the accent is moved by so much
+  // The same for a glyph of two others, by their codes in Standard Encoding: the accent is moved by dX and dY
   // from where it is drawn. Both have no left side bearing.
   int AddAccented(FONT::TName name, double dWidth, double dX, double dY, int nBase, int nAccent);
 

@@ -1,3 +1,11 @@
+// A stack machine as in CFF, but older (Adobe Type 1 Font Format, chapters 6 and 8): flex and the replacement
+// of hints are not operators but calls to procedures in PostScript, OtherSubrs, whose results come back with
+// pop. Four of them have fixed meanings, and they are done here instead of running the PostScript. In a flex,
+// moves give the points of its curves, so that they must not reach the outline.
+//
+// Subroutines have frames instead of recursion, and steps are bounded, since a few of them that call each
+// other can make billions of steps.
+
 #include "fonts/type1/CharStringParser.h"
 
 #include "base/Limits.h"
@@ -101,7 +109,7 @@ bool CType1CharStringParser::Execute(int nOperator)
   case eCallOtherSubr:
     return CallOther();
   case ePopValue:
-    // What a program takes that nobody has given it has been on the stack all the time.
+    // A pop without a result does nothing: the value that it is meant for never left the stack.
     return m_nResults == 0 || Push(m_results[--m_nResults]);
   case eDiv:
     return ExecuteDiv();
@@ -182,7 +190,7 @@ bool CType1CharStringParser::ExecuteDiv()
 
 void CType1CharStringParser::Move(double dX, double dY)
 {
-  // In a flex the moves tell its points.
+  // In a flex, moves give its points.
   if (m_nFlexPoints < 0)
   {
     OnMove(dX, dY);
@@ -260,8 +268,8 @@ bool CType1CharStringParser::Call()
   return true;
 }
 
-// The first four are known to all interpreters: flex and hint replacement. Of others only the arguments are
-// given back; those that blend the designs of a font would need more.
+// The first four are known to all interpreters: flex and hint replacement. Others just give back their
+// arguments; 14 to 18 blend the designs of a font and would have to compute.
 bool CType1CharStringParser::CallOther()
 {
   if (!Needs(2))
@@ -290,14 +298,14 @@ bool CType1CharStringParser::CallOther()
   }
   else if (nOther == 3)
     OnHintReplacement();
-  // The last argument is the first result.
+  // The last argument is the first to be popped.
   for (int i = 0; i < nCount; ++i)
     m_results[m_nResults++] = m_stack[m_nStack - nCount + i];
   m_nStack -= nCount;
   return true;
 }
 
-// The first point is one of reference, from which the others count.
+// The first point is a reference point, from which the next one counts.
 bool CType1CharStringParser::EndFlex(int nCount)
 {
   if (nCount < 3 || m_nFlexPoints != 7)
@@ -334,7 +342,8 @@ void CType1Recorder::OnWidth(double dBearingX, double dBearingY, double dWidth)
 
 int CType1Recorder::AddStem(bool bVertical, double dEdge, double dWidth)
 {
-  // Edges may come in any order; only those of single edges mean something by it.
+  // The two edges may come in any order. The widths -20 and -21 are different: they mark a single edge, at
+  // the top or at the bottom.
   if (dWidth < 0 && dWidth != -20 && dWidth != -21)
   {
     dEdge += dWidth;
@@ -361,7 +370,7 @@ void CType1Recorder::OnStem3(bool bVertical, const double (&d)[6])
   for (int i = 0; i < 6; i += 2)
     if (const int nStem = AddStem(bVertical, d[i], d[i + 1]); nStem >= 0)
       counters.Set(nStem);
-  // Each replacement of hints says it again.
+  // Each replacement of hints repeats the counters.
   const auto known = m_glyph.m_counters.GetSpan();
   if (std::find(known.begin(), known.end(), counters) == known.end())
     m_glyph.AddCounters(counters);
@@ -414,7 +423,7 @@ void CType1Recorder::OnSeac(double dX, double dY, int nBase, int nAccent)
   m_dAccentY = dY;
 }
 
-// A single mask with all stems says nothing.
+// A single mask with all stems is the same as none.
 void CType1Recorder::OnEnd()
 {
   if (m_glyph.m_masks.GetSize() != 1 || m_glyph.m_masks[0] != m_glyph.GetAllStems() ||

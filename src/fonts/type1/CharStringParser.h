@@ -56,7 +56,7 @@ public:
   // its data.
   bool Parse(TData charString);
 
-  // Steps of all runs: their cost.
+  // The steps of all runs, which are their cost.
   std::int64_t GetWork() const { return m_nWork; }
 
 protected:
@@ -113,7 +113,7 @@ private:
   double m_stack[g_nStackSize];
   double m_results[g_nStackSize];  // of OtherSubrs, for pop
   TFrame m_frames[g_nMaxDepth];
-  double m_flex[14];  // points, as ways from one to the next
+  double m_flex[14];  // points, as differences from one to the next
   int m_nStack = 0;
   int m_nResults = 0;
   int m_nDepth = 0;
@@ -127,7 +127,7 @@ private:
   std::int64_t m_nWorkLimit = 0;
 };
 
-// Records what a charstring draws, with its hints. The two letters of an accented one are only told.
+// Records what a charstring draws, with its hints. The two letters of an accented one are only named.
 class CType1Recorder : public CType1CharStringParser
 {
 public:

@@ -8,7 +8,8 @@
 namespace PFB
 {
 
-// The cipher of Type 1 fonts (Adobe Type 1 Font Format, chapter 7). It hides nothing from anybody.
+// The cipher of Type 1 fonts (Adobe Type 1 Font Format, chapter 7). It keeps nothing secret: the keys are
+// public.
 class CCipher
 {
 public:
@@ -44,7 +45,7 @@ private:
   std::uint16_t m_nState;
 };
 
-// Writes the encrypted part of a font; it begins with four bytes that nobody reads.
+// Writes the encrypted part of a font; it begins with four bytes that readers skip.
 class CPFBEncryptFilter : public BSE::CBufferedOutputStream
 {
 public:

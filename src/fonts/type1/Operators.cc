@@ -1,3 +1,6 @@
+// An operator whose operands are missing or of the wrong type does nothing, instead of raising an error: a
+// damaged program then goes on, and what it defines later is not lost.
+
 #include "fonts/type1/Parser.h"
 
 namespace PS
@@ -68,7 +71,7 @@ void CParser::DoBegin()
 {
   if (!Needs(1) || m_dictionaryStack.GetSize() >= g_nMaxDictionaries)
     return;
-  // What could not be found is taken for a dictionary all the same, so that its end does not end another.
+  // Any other value opens an empty dictionary, so that the end that belongs to it does not close another one.
   const TValue value = Pop();
   m_dictionaryStack.Add(value.m_nType == eDictionary ? value.m_nInteger : MakeDictionary({}).m_nInteger);
 }
@@ -264,6 +267,7 @@ void CParser::DoCurrentFile()
   Push({eFile, false, 0, 0, {}});
 }
 
+// The string has no bytes, only a length, since it is never used but to read into.
 void CParser::DoString()
 {
   if (!Needs(1) || !Top().IsNumber())
@@ -273,7 +277,7 @@ void CParser::DoString()
   Push(value);
 }
 
-// Takes a file and a string as long as what is to be read.
+// Takes a file and a string, whose length says how much to read.
 void CParser::DoReadString()
 {
   if (!Needs(2))
@@ -302,7 +306,7 @@ void CParser::DoStandardEncoding()
   Push({eName, true, 0, 0, FONT::GetNameBytes(FONT::MakeName("StandardEncoding"))});
 }
 
-// Of a category and a name nothing is known.
+// There are no resources here: an empty dictionary for any category and name.
 void CParser::DoFindResource()
 {
   if (!Needs(2))
@@ -312,7 +316,7 @@ void CParser::DoFindResource()
   Push(MakeDictionary({}));
 }
 
-// Leaves the font on the stack.
+// Takes a name and a font, and leaves the font on the stack.
 void CParser::DoDefineFont()
 {
   if (!Needs(2))

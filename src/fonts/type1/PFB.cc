@@ -45,7 +45,7 @@ constexpr const char* g_keyNames[eKeyCount] = {"PaintType",
 constexpr const char* g_textNames[eTextKeyCount] = {"FontName", "version",    "Notice", "Copyright",
                                                     "FullName", "FamilyName", "Weight"};
 
-// A glyph that draws nothing and has no width: what subsets put in the place of others.
+// A glyph that draws nothing and has no width: what subsets have in place of the glyphs left out.
 bool IsEmptyGlyph(TData charString)
 {
   return charString.empty() || (charString.size() == 1 && charString[0] == eEndChar);
@@ -247,7 +247,7 @@ bool CPFB::CloseGlyphs(BSE::CBasicArray<unsigned char>& used)
       continue;
     glyph.Clear();
     CType1Recorder recorder(GetSubrs(), glyph);
-    // What cannot be run draws nothing beyond that either.
+    // A charstring that fails draws nothing after its fault, so that it has no other parts.
     if (!Run(i, recorder) && !HasWorkLeft())
       return false;
     for (const int nCode : {recorder.GetBase(), recorder.GetAccent()})
@@ -324,7 +324,7 @@ bool CPFB::CompareData(const CPFB& other) const
                     other.m_subrs.GetSpan().end(), &IsSame);
 }
 
-// Fonts that share no glyph give no proof that they are the same.
+// Fonts that share no glyph give no evidence that they are the same.
 bool CPFB::CompareGlyphs(const CPFB& other, BSE::CBasicArray<int>& map, bool& bNew) const
 {
   bool bShared = false;

@@ -12,7 +12,7 @@
 namespace PFB
 {
 
-// What a font says in numbers and rows of them, by the names of its dictionaries.
+// The numbers of a font and rows of them, by the names in its dictionaries.
 enum TKey : int
 {
   ePaintType,
@@ -45,7 +45,7 @@ enum TKey : int
   eKeyCount
 };
 
-// What it says in words.
+// Its texts.
 enum TTextKey : int
 {
   eFontName,
@@ -61,8 +61,8 @@ enum TTextKey : int
 const char* GetKeyName(TKey nKey);
 const char* GetTextKeyName(TTextKey nKey);
 
-// A Type 1 font program (Adobe Type 1 Font Format): in clear text what is common, encrypted the hints, the
-// subroutines and the glyphs. The data are held in memory as a whole, decrypted in place.
+// A Type 1 font program (Adobe Type 1 Font Format): general data in clear text; hints, subroutines and glyphs
+// encrypted. The data are in memory as a whole and are decrypted in place.
 class CPFB
 {
 public:
@@ -75,7 +75,7 @@ public:
   bool Read(BSE::IByteStream& stream, const char* szName);
   bool Read(BSE::CBasicArray<unsigned char>&& data, const char* szName);
 
-  // The font as it is, its parts one after the other; with segments where it is to be installed. False if the
+  // The font as it is, its parts one after the other; with segments if it is to be installed. False if the
   // stream fails, or for a font whose glyphs are blends of several designs.
   bool Write(BSE::IByteStream& stream, bool bSegments = false);
 
@@ -121,11 +121,11 @@ public:
   bool CloseGlyphs(BSE::CBasicArray<unsigned char>& used);
 
   // Leaves only the marked glyphs and .notdef, in their order. False, and nothing has changed, if no glyph
-  // went. used is the table of what is left then.
+  // was left out. used is the table of what is left then.
   bool Subset(BSE::CBasicArray<unsigned char>& used);
 
   // Takes over the glyphs that this font lacks or has empty. 0 if the fonts do not go together, with nothing
-  // changed; 1 if something came, 2 if all was here. bEncoding: codes must keep their glyphs.
+  // changed; 1 if something was added, 2 if all was here already. bEncoding: codes must keep their glyphs.
   int Merge(const CPFB& other, bool bEncoding, BSE::CBasicArray<unsigned char>* pUsed = nullptr,
             const BSE::CBasicArray<unsigned char>* pOtherUsed = nullptr);
 
@@ -135,7 +135,7 @@ public:
   // As in CFF::CCFF.
   int DuplicateGlyph(int nGlyph, int nCode, const char* szName);
 
-  // For making a font anew, out of another format. Texts and data are copied. The first glyph is .notdef.
+  // For making a font from one of another format. Texts and data are copied. The first glyph is .notdef.
   void SetValues(TKey nKey, std::span<const double> values);
   void SetNumber(TKey nKey, double dValue) { SetValues(nKey, {&dValue, 1}); }
   void SetText(TTextKey nKey, FONT::TName text);
@@ -177,7 +177,7 @@ private:
   std::int64_t m_nLengths[3] = {};
   std::int64_t m_nWork = 0;
 
-  mutable BSE::CBasicMap m_glyphs;  // by names: numbers of glyphs and 1
+  mutable BSE::CBasicMap m_glyphs;  // by names: numbers of glyphs plus 1
   mutable bool m_bNamesBuilt = false;
 };
 

@@ -1,3 +1,12 @@
+// A Type 1 font is a PostScript program that builds dictionaries, and it is run: searching its text for keys,
+// as simple readers do, fails as soon as a font names its procedures differently or defines things in another
+// way. What matters is caught where it is defined, by the names of the key and of the dictionary or array
+// that it goes into, whatever way the program takes to get there.
+//
+// Ciphers are undone in place: the encrypted part once, where eexec is met, and each charstring where the
+// program reads its bytes. The scanner never goes back, so no byte is decrypted twice, and charstrings can
+// stay parts of the data.
+
 #include "fonts/type1/PFB.h"
 
 #include "base/Limits.h"
@@ -13,7 +22,7 @@ namespace PFB
 namespace
 {
 
-constexpr unsigned char g_notdef[] = {139, 139, eHsbw, eEndChar};  // no bearing and no width
+constexpr unsigned char g_notdef[] = {139, 139, eHsbw, eEndChar};  // 0 0 hsbw endchar
 
 bool IsHexDigit(unsigned char c)
 {
@@ -27,7 +36,7 @@ bool IsBlank(unsigned char c)
 
 }  // namespace
 
-// Takes what the program of a font defines.
+// Takes over what the program of a font defines.
 class CParser : public PS::CParser
 {
 public:
@@ -44,7 +53,7 @@ protected:
       m_font.m_charStrings.Add(KeepData(value.m_text));
       return true;
     }
-    // In what blends designs all values are rows of those of each.
+    // In the dictionaries for blending, each value is a row with one for each design.
     if (IsNamed(dictionary, "Blend") || IsNamed(dictionary, "FontInfo.Blend"))
       return false;
     for (int i = 0; i < eKeyCount; ++i)
@@ -83,7 +92,7 @@ protected:
     const int nSkipped = static_cast<int>(m_font.GetNumber(eLenIV));
     if (nSkipped < 0 || data.empty())
       return data;
-    // The data are those of the font, each read once.
+    // The data are those of the font, and each byte is read once.
     auto* pData = const_cast<unsigned char*>(data.data());
     CCipher(CCipher::g_nCharStringKey).Decrypt({pData, data.size()});
     return data.subspan(std::min(data.size(), static_cast<std::size_t>(nSkipped)));
@@ -93,6 +102,8 @@ protected:
   {
     if (std::exchange(m_bDecrypted, true))
       return {};
+    // Adobe Type 1 Font Format, 7.2: encrypted bytes do not begin with a blank, and one of the first four is
+    // not a hexadecimal digit; otherwise the whole part is in digits.
     while (!rest.empty() && IsBlank(rest[0]))
       rest = rest.subspan(1);
     const bool bDigits = rest.size() >= 4 && std::all_of(rest.begin(), rest.begin() + 4, &IsHexDigit);
@@ -109,7 +120,8 @@ private:
     return FONT::IsSameName(name, FONT::MakeName(szName));
   }
 
-  // What has been written as a string in the text, and not read as data, ends with the interpreter.
+  // Charstrings that are strings of the text, and not binary data, may be in the store of the interpreter,
+  // which does not outlive it.
   TData KeepData(TData data)
   {
     const std::less<const unsigned char*> less;
@@ -119,7 +131,7 @@ private:
     return bOwn ? data : m_font.m_store.Add(data);
   }
 
-  // In place, up to what is no digit.
+  // In place, up to the first byte that is not a digit.
   static std::size_t DecodeDigits(std::span<unsigned char> data)
   {
     std::size_t nDone = 0;
@@ -193,7 +205,7 @@ bool CPFB::Read(BSE::CBasicArray<unsigned char>&& data, const char* szName)
   return true;
 }
 
-// Each begins with a mark, its kind and its length; the third kind is the end.
+// Each segment begins with the byte 128, its kind and its length; kind 3 is the end.
 void CPFB::RemoveSegments()
 {
   constexpr int nHeader = 6;
@@ -230,7 +242,7 @@ bool CPFB::ReadAll()
   return true;
 }
 
-// It is the first glyph of every font.
+// Glyph 0 of every font is .notdef; one that draws nothing is added if there is none.
 void CPFB::PlaceNotdef()
 {
   const int nFound = FindGlyph(FONT::MakeName(".notdef"));

@@ -1,3 +1,9 @@
+// The program is written by a fixed template, with keys and words as fonts usually have them: many readers do
+// not run it but search its text for those. Values that the font does not have are left out. The three parts
+// are made in memory, since a document, like the headers of segments, has their lengths in front. The trailer
+// of 512 zeros is fixed by the format, as are the password and the number that opens internaldict (Adobe Type
+// 1 Font Format).
+
 #include "base/MemoryStream.h"
 #include "fonts/type1/Cipher.h"
 #include "fonts/type1/PFB.h"
@@ -21,7 +27,6 @@ constexpr const char* g_szHintReplacement =
 
 }  // namespace
 
-// Writes a font by a fixed template.
 class CPFBWriter
 {
 public:
@@ -114,7 +119,7 @@ private:
     Put(szText);
   }
 
-  // Six decimals do for most; what they do not hold gets as many digits as it takes.
+  // Six decimals are enough for most numbers; the others get as many digits as bring them back exactly.
   void PutReal(double dValue)
   {
     if (dValue == std::floor(dValue) && std::abs(dValue) < 1e9)
@@ -227,7 +232,7 @@ private:
     Put(szEnd);
   }
 
-  // A name that comes again gets a number.
+  // A name that occurs again gets a number, since keys of a dictionary are unique.
   void PutGlyphs()
   {
     for (int i = 0; i < m_font.GetGlyphCount(); ++i)

@@ -1,3 +1,11 @@
+// An interpreter without recursion: procedures that run are frames on a stack of the parser. Values refer to
+// arrays and dictionaries by number and to texts by their place, so that copying one is cheap, and nothing is
+// freed before the end; instead everything that is made is charged to the length of the data, as are the
+// steps, since a loop of three words could fill any memory.
+//
+// Fonts define short names for the procedures that read their data. The first six operators stand for those,
+// and definitions of the same names do not count, whatever they contain.
+
 #include "fonts/type1/Parser.h"
 
 #include "base/Limits.h"
@@ -199,7 +207,7 @@ bool CParser::NextToken(TValue& value)
   }
 }
 
-// Texts that are part of the data stay there.
+// A text that is a part of the data stays there; others are copied to the store.
 TValue CParser::MakeText(TType nType, std::span<const unsigned char> text, bool bExecutable)
 {
   const std::less<const unsigned char*> less;
@@ -270,8 +278,8 @@ void CParser::Execute(const TValue& value)
     Push(value);
 }
 
-// What the program has defined comes first, but for the names under which fonts read and store their data:
-// those have always meant the same.
+// Definitions of the program come first, except for the reserved names under which fonts read and store their
+// data.
 void CParser::ExecuteName(FONT::TName name)
 {
   constexpr int nReserved = 6;
@@ -353,7 +361,7 @@ TValue CParser::Pop()
   return value;
 }
 
-// The key that a new array or dictionary is made for.
+// The name below on the stack, as in "/Subrs 5 array": what a new array or dictionary will be defined as.
 FONT::TName CParser::GetKeyBelow() const
 {
   return !m_stack.IsEmpty() && Top().m_nType == eName && !Top().m_bExecutable ? Top().GetName()

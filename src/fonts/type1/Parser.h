@@ -38,7 +38,7 @@ struct TValue
 };
 
 // Runs PostScript as far as font programs need it: they build dictionaries and read binary data from their
-// own text. Unknown operators leave the stack alone. Stacks, steps and memory are bounded by the length of
+// own text. Unknown operators leave the stack as it is. Stacks, steps and memory are bounded by the length of
 // the data.
 class CParser
 {
@@ -49,15 +49,16 @@ public:
   CParser& operator=(const CParser&) = delete;
   virtual ~CParser();
 
-  // Runs to the end of the data, or until the program closes its file. False if it asked for too much.
+  // Runs to the end of the data, or until the program closes its file. False if it asked for too many steps
+  // or values.
   bool Run();
 
-  // The data ended inside of what the program wanted to read.
+  // The data ended before all that the program wanted to read.
   bool IsCut() const { return m_bCut; }
 
 protected:
   // A value that gets a key, in a dictionary that was itself made for a key of that name (empty for others).
-  // True if it has been taken, and need not be kept.
+  // True if it has been taken over and need not be kept.
   virtual bool OnDefine(FONT::TName /*dictionary*/, FONT::TName /*key*/, const TValue&) { return false; }
 
   // The same for an element of an array.
@@ -81,13 +82,13 @@ private:
   struct TArray
   {
     FONT::TName m_name;
-    int m_nDeclared = 0;  // elements that it may get
+    int m_nDeclared = 0;  // the size that it was made with
     BSE::CBasicArray<TValue> m_values;
   };
   struct TDictionary
   {
     FONT::TName m_name;
-    BSE::CBasicMap m_keys;  // numbers of values and 1
+    BSE::CBasicMap m_keys;  // numbers of values plus 1
     BSE::CBasicArray<TValue> m_values;
   };
   // A procedure that runs; a loop runs it again until its counter has passed the limit.

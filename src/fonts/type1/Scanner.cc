@@ -1,3 +1,7 @@
+// Texts of tokens are parts of the data wherever the data spell them as they are; the scanner has one buffer
+// for those that must be decoded, so that no token costs memory of its own (PostScript Language Reference,
+// 3.2).
+
 #include "fonts/type1/Scanner.h"
 
 #include <charconv>
@@ -126,14 +130,14 @@ TToken CScanner::ReadWord(TToken nName)
   return m_nToken;
 }
 
-// Sets the kind of token where the word is a number as a whole.
+// Sets the kind of token if the whole word is a number.
 bool CScanner::ReadNumber(std::span<const unsigned char> word)
 {
   const char* pBegin = reinterpret_cast<const char*>(word.data());
   const char* pEnd = pBegin + word.size();
   if (*pBegin == '+' && word.size() > 1 && pBegin[1] != '-')
     ++pBegin;
-  // Names like "inf" are numbers to the library, but not to PostScript.
+  // Words like "inf" are numbers to the library, but not to PostScript.
   const char cFirst = *pBegin == '-' && word.size() > 1 ? pBegin[1] : *pBegin;
   if (cFirst != '.' && (cFirst < '0' || cFirst > '9'))
     return false;
@@ -186,7 +190,7 @@ void CScanner::SetReal(double dValue)
   m_nToken = eTokenReal;
 }
 
-// Most strings are their own text; from the first escape on they are copied.
+// Most strings are parts of the data; one with an escape or a line end to change is copied.
 TToken CScanner::ReadString()
 {
   const std::size_t nStart = m_nOffset;

@@ -27,7 +27,7 @@ enum TToken
 };
 
 // Cuts PostScript text into tokens (PostScript Language Reference, 3.2): font programs and CMaps. Tolerant: a
-// string that is not closed ends with the data, and what is wrong inside is skipped.
+// string that is not closed ends with the data, and wrong characters in it are skipped.
 class CScanner
 {
 public:
@@ -61,8 +61,8 @@ public:
   // Goes on reading elsewhere; at the end for an offset outside the data.
   void Seek(std::size_t nOffset) { m_nOffset = std::min(nOffset, m_data.size()); }
 
-  // Binary data after the current token: takes the one blank in front of them and n bytes. Empty, and nothing
-  // is taken, if there are fewer.
+  // Binary data after the current token: takes the one blank before them and n bytes. Empty, and nothing is
+  // taken, if there are fewer.
   std::span<const unsigned char> TakeBinary(std::int64_t n);
 
 private:
