@@ -252,6 +252,7 @@ private:
   bool m_bIgnoreOptional = false;
   bool m_bStopped = false;
   int m_nMarked = 0;
+  int m_nUnmarked = 0;  // levels beyond those
   unsigned char m_aVisible[50] = {1};
 };
 

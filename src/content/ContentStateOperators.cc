@@ -229,6 +229,7 @@ void CContentParser::BeginMarkedContent(const char* szTag, std::span<const TOper
 {
   if (m_nMarked + 1 >= static_cast<int>(std::size(m_aVisible)))
   {
+    ++m_nUnmarked;
     BSE::CTracer::Trace("E", "PDF Content Parser", "Marked content stack overflow.");
     return;
   }
@@ -241,6 +242,11 @@ void CContentParser::BeginMarkedContent(const char* szTag, std::span<const TOper
 
 void CContentParser::EndMarkedContent()
 {
+  if (m_nUnmarked > 0)
+  {
+    --m_nUnmarked;
+    return;
+  }
   if (m_nMarked == 0)
     return BSE::CTracer::Trace("E", "PDF Content Parser", "Marked content stack underflow.");
   --m_nMarked;

@@ -567,6 +567,7 @@ BSE::CObjectPtr<BSE::IByteStream> CStandardSecurityHandler::CreateDecryptFilter(
   {
     if (BSE::CTracer::IsOn())
       BSE::CTracer::Trace("E", "PDF Filter", "Crypt filter not supported.");
+    BSE::ReportLoss(pErrorContext, g_nUnknownAlgorithm);
     return new BSE::CMemoryStream;
   }
   const CCryptAlgorithm* pAlgorithm = GetObjectCrypt(crypt, nObjNumber, nGenNumber);

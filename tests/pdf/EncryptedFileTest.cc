@@ -2,6 +2,7 @@
 
 #include "base/ErrorHandler.h"
 #include "base/Tracer.h"
+#include "pdf/StatusCodes.h"
 #include "tests/pdf/CryptSample.h"
 
 #include <gtest/gtest.h>
@@ -155,6 +156,12 @@ TEST(EncryptedFile, ReadsStreamsThatNameTheirCipher)
   expectText(g_mixed[5], "StdCF", "Embedded");
   expectText(g_mixed[7], "StdCF", "Embedded");
   expectText(g_mixed[7], "Missing", "");
+  BSE::CErrorHandler errors;
+  CFile file(&errors);
+  EXPECT_TRUE(OpenCryptSample(file, NameCryptFilter(MakeCryptSample(g_mixed[7]), "Missing"), "owner"));
+  EXPECT_EQ(errors.GetLastCode(), 0U);
+  ReadCryptSample(file);
+  EXPECT_EQ(errors.GetLastCode(), g_nUnknownAlgorithm) << "what is lost is told";
 }
 
 // Broken choices for embedded files lose those at most.

@@ -11,7 +11,9 @@
 
 #include "base/Limits.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <limits>
 
 namespace CFF
 {
@@ -120,10 +122,12 @@ bool CCFF::ReadFontDicts(const BSE::CByteCursor& data)
 bool CCFF::ReadPrivate(const BSE::CByteCursor& data, const CDictionary& dict, TFontDict& fontDict)
 {
   const std::span<const double> where = dict.GetValues(CTypes::ePrivate);
-  if (where.empty() || where[0] == 0)
+  if (where.size() < 2 || where[0] == 0)
     return true;
-  const auto nSize = static_cast<std::int64_t>(where[0]);
-  const auto nOffset = static_cast<std::int64_t>(where[1]);
+  // Both may be real numbers of any size.
+  constexpr double dMax = std::numeric_limits<int>::max();
+  const auto nSize = static_cast<std::int64_t>(std::clamp(where[0], -dMax, dMax));
+  const auto nOffset = static_cast<std::int64_t>(std::clamp(where[1], -dMax, dMax));
   BSE::CByteCursor cursor = data.GetPart(nOffset, nSize);
   if (cursor.HasFailed())
   {

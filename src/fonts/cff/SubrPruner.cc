@@ -90,7 +90,14 @@ void CSubrPruner::Note(TData caller, const TCallSite& site)
   if (!pPiece)
   {
     pPiece = new TPiece;
+    pPiece->m_nLength = caller.size();
     m_pieces.SetAt(caller.data(), pPiece);
+  }
+  // Charstrings of a damaged font may begin where others do, and end elsewhere.
+  if (pPiece->m_nLength != caller.size())
+  {
+    m_bFixed = true;
+    return;
   }
   for (const TCallSite& known : pPiece->m_calls.GetSpan())
     if (known.m_nOffset == site.m_nOffset)
@@ -130,7 +137,7 @@ void CSubrPruner::Renumber()
 void CSubrPruner::Rewrite(TData& data)
 {
   TPiece* pPiece = data.empty() ? nullptr : m_pieces.Find(data.data());
-  if (!pPiece)
+  if (!pPiece || pPiece->m_nLength != data.size())
     return;
   // Glyphs may share their charstring.
   if (pPiece->m_new.empty())

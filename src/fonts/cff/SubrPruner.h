@@ -31,6 +31,7 @@ private:
   };
   struct TPiece
   {
+    std::size_t m_nLength = 0;
     BSE::CBasicArray<TCallSite> m_calls;
     TData m_new;
   };
