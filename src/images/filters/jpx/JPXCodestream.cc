@@ -81,6 +81,7 @@ private:
   void AddStyle(const TStyle& style, int nComponent, bool bImage);
 
   TJPXSize m_size;
+  std::int64_t m_nTileTop = 0;
   std::int64_t m_nTileWidth = 0;
   std::int64_t m_nTileHeight = 0;
   std::int64_t m_nLayers = 1;  // most of any style, for those that tell none
@@ -108,6 +109,7 @@ bool CCostCounter::ReadSize(CByteCursor cursor)
   m_size.m_nTiles = nAcross > g_nMaxTiles || nDown > g_nMaxTiles ? g_nMaxTiles + 1 : nAcross * nDown;
   m_size.m_nTileHeight = nTileHeight;
   m_size.m_nFirstTileEnd = nTileTop + nTileHeight - nTop;
+  m_nTileTop = nTileTop;
   m_nTileWidth = std::min(nTileWidth, m_size.m_nWidth);
   m_nTileHeight = std::min(nTileHeight, m_size.m_nHeight);
   return ReadComponents(cursor);
@@ -128,6 +130,8 @@ bool CCostCounter::ReadComponents(CByteCursor& cursor)
     component.m_nStepY = cursor.Card8();
     if (component.m_nStepX == 0 || component.m_nStepY == 0)
       return false;
+    m_size.m_bTilesApart = m_size.m_bTilesApart && m_nTileTop % component.m_nStepY == 0 &&
+                           m_size.m_nTileHeight % component.m_nStepY == 0;
     const std::int64_t nSamples =
         (m_size.m_nWidth / component.m_nStepX + 1) * (m_size.m_nHeight / component.m_nStepY + 1);
     m_nMemory = AddCost(m_nMemory, nSamples, g_nSampleSize);

@@ -19,6 +19,9 @@ struct TJPXSize
   // The last row of the first tiles, and rows of all others, counted from the top of the image.
   std::int64_t m_nFirstTileEnd = 0;
   std::int64_t m_nTileHeight = 0;
+
+  // Whether no component has a sample that stands for rows of two tiles.
+  bool m_bTilesApart = true;
 };
 
 // Reads the size of the image, and adds up what decoding it would cost at most: the samples, and the parts

@@ -77,7 +77,7 @@ void CJPXDecodeFilter::ChooseBands(const TJPXSize& size)
 {
   constexpr std::int64_t nMinPixels = 4 << 20;
   constexpr std::int64_t nMaxBands = 16;
-  if (size.m_nWidth * size.m_nHeight < nMinPixels || size.m_nFirstTileEnd <= 0 ||
+  if (size.m_nWidth * size.m_nHeight < nMinPixels || !size.m_bTilesApart || size.m_nFirstTileEnd <= 0 ||
       size.m_nFirstTileEnd >= size.m_nHeight)
     return;
   const std::int64_t nTileRows = (size.m_nHeight - size.m_nFirstTileEnd - 1) / size.m_nTileHeight + 2;

@@ -344,5 +344,15 @@ TEST(JPXFilter, DecodesBands)
   EXPECT_EQ(cut.m_rows.substr(0, rows.size() / 3), rows.substr(0, rows.size() / 3));
 }
 
+// The first row of the second tiles has the sample of the row before it.
+TEST(JPXFilter, RepeatsSamplesAcrossBands)
+{
+  const TPicture picture = DecodePicture(ReadCodestream("steps-bands"));
+  constexpr std::size_t nWidth = 4096;
+  ASSERT_EQ(picture.m_rows.size(), nWidth * 1042 * 3);
+  for (std::size_t y = 0; y < 1042; ++y)
+    ASSERT_EQ(picture.m_rows[y * nWidth * 3 + 1], static_cast<char>(y < 522 ? 50 : 200)) << y;
+}
+
 }  // namespace
 }  // namespace BSE
