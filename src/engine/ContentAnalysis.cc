@@ -124,9 +124,6 @@ void CContentAnalysis::KeepAll()
 void CContentAnalysis::KeepHidden()
 {
   const CObjectPtr root = m_document.GetFile().GetRoot();
-  const CObjectPtr form = root["AcroForm"];
-  ListFonts(form["DR"]);
-  KeepEntries(form["DR"], HasTypedFields(form));
   for (const char* szTree : {"Pages", "Templates"})
     for (CNameTreeReader reader(root["Names"][szTree]); reader.Next();)
     {
@@ -134,6 +131,9 @@ void CContentAnalysis::KeepHidden()
       KeepResources(page["Resources"]);
       LookAtAppearances(page["Annots"], page["Resources"], true);
     }
+  const CObjectPtr form = root["AcroForm"];
+  ListFonts(form["DR"]);
+  KeepEntries(form["DR"], m_bDefaultText || HasTypedFields(form));
 }
 
 void CContentAnalysis::AnalyzePage(int nPage)
@@ -400,25 +400,31 @@ void CContentAnalysis::KeepEntries(const CObjectPtr& resources, bool bFonts)
 void CContentAnalysis::LookAtForm(const CObjectPtr& form, const CObjectPtr& resources, bool bKeep)
 {
   const CObjectPtr own = form["Resources"];
-  if (!own.IsDictionary())
-    return KeepResources(resources);
-  if (bKeep)
+  const int nNumber = form.GetObjNumber();
+  const bool bRead = nNumber > 0 && own.IsDictionary() && !m_readAppearances.Add(nNumber);
+  if (!own.IsDictionary() || (bRead && IsBorrower(form)))
   {
-    if (form.GetObjNumber() <= 0 || m_kept.Add(form.GetObjNumber()))
-      KeepResources(own);
-    return;
+    NoteBorrowing();
+    KeepResources(resources);
   }
-  if (form.GetObjNumber() > 0 && !m_readAppearances.Add(form.GetObjNumber()))
+  if (!own.IsDictionary())
+    return;
+  if (bKeep && (nNumber <= 0 || m_kept.Add(nNumber)))
+    KeepResources(own);
+  if (bRead)
     return;
   KeepImages(own);
   if (!m_pFonts)
     return;
+  const std::int64_t nBorrowings = m_nBorrowings;
   const BSE::CObjectPtr<CContentStream> pStream(new CContentStream(form, &m_environment.GetAccount()));
   COptContentAnalyzer analyzer(*this, m_environment, pStream, g_defaultMediaBox, 0,
                                m_document.GetErrorContext());
   CParserContext around(m_environment, resources, nullptr);
   CParserContext context(m_environment, own, &around);
   analyzer.Parse(&context, false);
+  if (m_nBorrowings != nBorrowings)
+    AddBorrower(form);
 }
 
 void CContentAnalysis::LookAtAppearance(const CObjectPtr& appearance, const CObjectPtr& resources, bool bKeep)
@@ -476,28 +482,53 @@ bool CContentAnalysis::KeepDefaults(const CObjectPtr& field)
       type = next["FT"];
     next = next["Parent"];
   }
-  return field["Subtype"].IsName("Widget") && !type.IsName("Btn") && !type.IsName("Sig");
+  const bool bField = field["Subtype"].IsName("Widget") && !type.IsName("Sig");
+  m_bDefaultText = m_bDefaultText || bField || field["DA"].IsString();
+  return bField && !type.IsName("Btn");
 }
 
-// An appearance is scaled to its annotation and may be shown anywhere.
 void CContentAnalysis::LookAtAppearances(const CObjectPtr& annots, const CObjectPtr& resources, bool bHidden)
 {
-  if (!annots.IsArray() || (annots.IsIndirect() && !m_appearances.Add(annots.GetObjNumber())))
+  if (!annots.IsArray())
     return;
+  const std::int64_t nBorrowings = m_nBorrowings;
+  if (annots.IsIndirect() && !m_appearances.Add(annots.GetObjNumber()))
+  {
+    if (IsBorrower(annots))
+      KeepResources(resources);
+    return;
+  }
   for (int i = 0; i < annots.GetSize(); ++i)
   {
     const CObjectPtr annotation = annots[i];
-    if (annotation.IsIndirect() && !m_appearances.Add(annotation.GetObjNumber()))
-      continue;
-    const bool bKeep = KeepDefaults(annotation) || bHidden;
-    for (const char* szKey : {"N", "R", "D"})
-      LookAtAppearance(annotation["AP"][szKey], resources, bKeep);
-    for (const char* szKey : {"I", "RI", "IX"})
-      LookAtAppearance(annotation["MK"][szKey], resources, bKeep);
-    LookAtAppearance(annotation["RO"], resources, bKeep);
+    LookAtAnnotation(annotation, resources, bHidden);
     if (annotation)
       annotation->Unload();
   }
+  if (annots.IsIndirect() && m_nBorrowings != nBorrowings)
+    AddBorrower(annots);
+}
+
+// An appearance is scaled to its annotation and may be shown anywhere.
+void CContentAnalysis::LookAtAnnotation(const CObjectPtr& annotation, const CObjectPtr& resources,
+                                        bool bHidden)
+{
+  const std::int64_t nBorrowings = m_nBorrowings;
+  if (annotation.IsIndirect() && !m_appearances.Add(annotation.GetObjNumber()))
+  {
+    if (!IsBorrower(annotation))
+      return;
+    NoteBorrowing();
+    return KeepResources(resources);
+  }
+  const bool bKeep = KeepDefaults(annotation) || bHidden;
+  for (const char* szKey : {"N", "R", "D"})
+    LookAtAppearance(annotation["AP"][szKey], resources, bKeep);
+  for (const char* szKey : {"I", "RI", "IX"})
+    LookAtAppearance(annotation["MK"][szKey], resources, bKeep);
+  LookAtAppearance(annotation["RO"], resources, bKeep);
+  if (annotation.IsIndirect() && m_nBorrowings != nBorrowings)
+    AddBorrower(annotation);
 }
 
 }  // namespace PDF

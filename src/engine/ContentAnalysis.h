@@ -58,8 +58,15 @@ public:
   // What KeepResources does with a single font.
   void KeepFont(const CObjectPtr& font);
 
-  // Whether the procedures of a Type 3 font use resources; also where nobody knows.
+  // Whether the procedures of a Type 3 font use resources that it has not; also where nobody knows.
   bool NeedsResources(const CObjectPtr& font);
+
+  // Content that finds things in the resources around its own may find others in another place. The count of
+  // such finds tells whether any was made while a form was read: then the form is a borrower.
+  void NoteBorrowing() { ++m_nBorrowings; }
+  std::int64_t GetBorrowings() const { return m_nBorrowings; }
+  void AddBorrower(const CObjectPtr& form) { m_borrowers.Add(form.GetObjNumber()); }
+  bool IsBorrower(const CObjectPtr& form) const { return m_borrowers.Contains(form.GetObjNumber()); }
 
   // A text that is shown.
   void AddText(CFont& font, std::span<const unsigned char> text);
@@ -82,13 +89,15 @@ private:
   // --- Annotations
   // With bHidden nobody knows what they show.
   void LookAtAppearances(const CObjectPtr& annots, const CObjectPtr& resources, bool bHidden);
+  void LookAtAnnotation(const CObjectPtr& annotation, const CObjectPtr& resources, bool bHidden);
   void LookAtAppearance(const CObjectPtr& appearance, const CObjectPtr& resources, bool bKeep);
   void LookAtForm(const CObjectPtr& form, const CObjectPtr& resources, bool bKeep);
 
   // Whether there are fields but those of signatures.
   bool HasTypedFields(const CObjectPtr& form);
 
-  // Keeps the resources of a field's text, and tells whether the text can change.
+  // Keeps the resources of a field's text, and tells whether the text can change. Takes note of text that a
+  // viewer makes from the resources of the form, whether the form lists it or not.
   bool KeepDefaults(const CObjectPtr& field);
   void KeepImage(const CObjectPtr& image);
   CObjectPtr GetStandIn(const CObjectPtr& object) const;
@@ -108,6 +117,9 @@ private:
   CNumberSet m_plainFonts;
   CNumberSet m_appearances;      // annotations, and arrays of them
   CNumberSet m_readAppearances;  // streams whose text has been read
+  CNumberSet m_borrowers;        // forms, patterns, annotations and arrays of them
+  std::int64_t m_nBorrowings = 0;
+  bool m_bDefaultText = false;  // an annotation may show text in a font of the form's resources
   BSE::CBasicMap m_places;
   double m_dUserUnit = 1;
   int m_nPage = 0;

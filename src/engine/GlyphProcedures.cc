@@ -1,9 +1,6 @@
 #include "engine/GlyphProcedures.h"
 
 #include "content/ContentParser.h"
-#include "content/Operator.h"
-
-#include <algorithm>
 
 namespace PDF
 {
@@ -14,29 +11,58 @@ namespace
 // What it costs to look at a procedure, in bytes of content.
 constexpr std::int64_t g_nProcedureWork = 64;
 
+// Finds out whether a procedure gets along with the resources of its context.
 class CGlyphParser : public CContentParser
 {
 public:
   CGlyphParser(CContentEnvironment& environment, const BSE::CObjectPtr<CContentStream>& pStream)
       : CContentParser(environment, pStream, g_defaultMediaBox, 0, nullptr)
   {
+    IgnoreOptionalContent(true);
   }
 
   bool NeedsResources() const { return m_bNeedsResources; }
   bool HasGap() { return GetContent().HasGap(); }
 
-  // Patterns come after the colour space that has them.
   int ExecuteOperator(int nOperator) override
   {
-    constexpr int operators[] = {eOpExtGState, eOpFont,         eOpDo,         eOpCS,        eOpFillSpace,
-                                 eOpShow,      eOpShowNextLine, eOpShowSpaced, eOpShowArray, eOpShading};
-    m_bNeedsResources =
-        std::find(std::begin(operators), std::end(operators), nOperator) != std::end(operators);
-    return m_bNeedsResources ? -1 : CContentParser::ExecuteOperator(nOperator);
+    const int nResult = CContentParser::ExecuteOperator(nOperator);
+    return m_bNeedsResources ? -1 : nResult;
   }
 
+  void SetExtGState(const char* szName) override { Require("ExtGState", szName); }
+  void DoXObject(const char* szName) override { Require("XObject", szName); }
+  void SetStrokeColor(const TColorValue& color) override { RequirePattern(color); }
+  void SetFillColor(const TColorValue& color) override { RequirePattern(color); }
+
+  // Glyphs of glyphs may take what they need from anywhere around.
+  void SetFont(const char* szName, double) override
+  {
+    const CObjectPtr font = Require("Font", szName);
+    if (font["Subtype"].IsName("Type3") && !font["Resources"].IsDictionary())
+      m_bNeedsResources = true;
+    m_bFont = true;
+  }
+
+  void ShowText(std::span<const unsigned char>) override { m_bNeedsResources |= !m_bFont; }
+
 private:
+  CObjectPtr Require(const char* szCategory, const char* szName)
+  {
+    const CObjectPtr object = GetContext()->FindResource(szCategory, szName);
+    if (!object)
+      m_bNeedsResources = true;
+    return object;
+  }
+
+  void RequirePattern(const TColorValue& color)
+  {
+    if (color.m_szPattern)
+      Require("Pattern", color.m_szPattern);
+  }
+
   bool m_bNeedsResources = false;
+  bool m_bFont = false;
 };
 
 }  // namespace
@@ -53,7 +79,7 @@ bool DoGlyphsNeedResources(const CObjectPtr& font, CContentEnvironment& environm
       continue;
     const BSE::CObjectPtr<CContentStream> pStream(new CContentStream(procedure, &environment.GetAccount()));
     CGlyphParser parser(environment, pStream);
-    CParserContext context(environment, nullptr, nullptr);
+    CParserContext context(environment, font["Resources"], nullptr);
     const bool bEnded = parser.Parse(&context, false);
     procedure->Unload();
     if (!bEnded || parser.HasGap() || parser.NeedsResources())

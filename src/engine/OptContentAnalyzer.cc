@@ -125,12 +125,17 @@ void COptContentAnalyzer::SetExtGState(const char* szName)
 {
   CContentParser::SetExtGState(szName);
   const CObjectPtr state = GetContext()->FindResource("ExtGState", szName);
+  if (!state)
+    KeepAround();
   if (const CObjectPtr font = state["Font"][0])
     KeepGlyphs(font);
   // A soft mask is drawn by the matrix of this moment (ISO 32000-1, 11.6.5.3).
   const CObjectPtr group = state["SMask"]["G"];
-  if (group.IsStream() && m_analysis.AddPlace(group, GetCTM(), m_clip, GetFontAround()))
-    ParseContent(group, GetContext()->GetResources(), GetCTM(), szName);
+  const std::int64_t nBorrowings = m_analysis.GetBorrowings();
+  if (!group.IsStream() || !Enter(group, GetCTM(), m_clip))
+    return;
+  ParseContent(group, GetContext()->GetResources(), GetCTM(), szName);
+  Leave(group, nBorrowings);
 }
 
 void COptContentAnalyzer::SetStrokeColor(const TColorValue& color)
@@ -150,12 +155,45 @@ void COptContentAnalyzer::SetFillColor(const TColorValue& color)
 // A cell is drawn in many places, so that any part of it may be visible somewhere.
 void COptContentAnalyzer::AnalyzePattern(const CObjectPtr& pattern)
 {
-  if (!pattern.IsStream() || !m_analysis.AddPlace(pattern, m_base, g_everywhere, GetFontAround()))
+  if (!pattern)
+    KeepAround();
+  const std::int64_t nBorrowings = m_analysis.GetBorrowings();
+  if (!pattern.IsStream() || !Enter(pattern, m_base, g_everywhere))
     return;
   const TRectangle clip = m_clip;
   m_clip = g_everywhere;
   ParseContent(pattern, GetContext()->GetResources(), m_base, "");
   m_clip = clip;
+  Leave(pattern, nBorrowings);
+}
+
+bool COptContentAnalyzer::Enter(const CObjectPtr& form, const TMatrix& matrix, const TRectangle& clip)
+{
+  if (m_analysis.AddPlace(form, matrix, clip, GetFontAround()))
+    return true;
+  if (m_analysis.IsBorrower(form))
+  {
+    m_analysis.KeepResources(CObjectPtr(GetContext()->GetResources()));
+    KeepAround();
+  }
+  return false;
+}
+
+void COptContentAnalyzer::Leave(const CObjectPtr& form, std::int64_t nBorrowings)
+{
+  if (m_analysis.GetBorrowings() != nBorrowings)
+    m_analysis.AddBorrower(form);
+}
+
+void COptContentAnalyzer::KeepAround()
+{
+  CParserContext* p = GetContext()->GetParent();
+  if (!p)
+    return;
+  m_analysis.NoteBorrowing();
+  for (; p && !m_bAroundKept; p = p->GetParent())
+    m_analysis.KeepResources(CObjectPtr(p->GetResources()));
+  m_bAroundKept = true;
 }
 
 // The procedures of glyphs are drawn by the size of each text and are not followed.
@@ -165,11 +203,11 @@ void COptContentAnalyzer::KeepGlyphs(const CObjectPtr& font)
     return;
   const CObjectPtr own = font["Resources"];
   if (own.IsDictionary())
-    return m_analysis.KeepResources(own);
+    m_analysis.KeepResources(own);
   if (!m_analysis.NeedsResources(font))
     return;
-  for (CParserContext* p = GetContext(); p; p = p->GetParent())
-    m_analysis.KeepResources(CObjectPtr(p->GetResources()));
+  m_analysis.KeepResources(CObjectPtr(GetContext()->GetResources()));
+  KeepAround();
 }
 
 void COptContentAnalyzer::SetFont(const char* szName, double dSize)
@@ -177,10 +215,15 @@ void COptContentAnalyzer::SetFont(const char* szName, double dSize)
   CContentParser::SetFont(szName, dSize);
   KeepGlyphs(m_state.m_text.m_font);
   // What these resources lack some readers look for in those around them.
-  if (!m_state.m_text.m_font)
-    for (CParserContext* p = GetContext()->GetParent(); p; p = p->GetParent())
-      if (const CObjectPtr font = p->FindResource("Font", szName))
-        m_analysis.KeepFont(font);
+  if (m_state.m_text.m_font || !GetContext()->GetParent())
+    return;
+  m_analysis.NoteBorrowing();
+  for (CParserContext* p = GetContext()->GetParent(); p; p = p->GetParent())
+    if (const CObjectPtr font = p->FindResource("Font", szName))
+    {
+      KeepGlyphs(font);
+      m_analysis.KeepFont(font);
+    }
 }
 
 void COptContentAnalyzer::ShowText(std::span<const unsigned char> text)
@@ -222,11 +265,21 @@ void COptContentAnalyzer::Clip()
     Narrow(m_clip, m_pathBox);
 }
 
+void COptContentAnalyzer::DoXObject(const char* szName)
+{
+  if (!FindXObject(szName))
+    KeepAround();
+  CContentParser::DoXObject(szName);
+}
+
 void COptContentAnalyzer::DoForm(const char* szName)
 {
   const CObjectPtr form = FindXObject(szName);
-  if (m_analysis.AddPlace(form, GetCTM(), m_clip, GetFontAround()))
-    CContentParser::DoForm(szName);
+  const std::int64_t nBorrowings = m_analysis.GetBorrowings();
+  if (!Enter(form, GetCTM(), m_clip))
+    return;
+  CContentParser::DoForm(szName);
+  Leave(form, nBorrowings);
 }
 
 void COptContentAnalyzer::DoImage(const char* szName)

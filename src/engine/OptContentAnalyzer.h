@@ -38,6 +38,7 @@ public:
   void Fill() override { EndPath(); }
   void StrokeAndFill() override { EndPath(); }
   void EndPath() override { m_bPathBox = false; }
+  void DoXObject(const char* szName) override;
   void DoForm(const char* szName) override;
   void DoImage(const char* szName) override;
 
@@ -52,6 +53,13 @@ private:
   void AnalyzePattern(const CObjectPtr& pattern);
   void KeepGlyphs(const CObjectPtr& font);
 
+  // False for what has been analyzed, of which all is kept that it may find around it here.
+  bool Enter(const CObjectPtr& form, const TMatrix& matrix, const TRectangle& clip);
+  void Leave(const CObjectPtr& form, std::int64_t nBorrowings);
+
+  // For a name that the resources of this content lack.
+  void KeepAround();
+
   CContentAnalysis& m_analysis;
   TMatrix m_base;     // the matrix at the start of this content, which patterns go by
   TRectangle m_clip;  // around the clip, in the same system as the transformation leads to
@@ -60,6 +68,7 @@ private:
   TRectangle m_pathBox;
   bool m_bPathBox = false;
   bool m_bNested = false;
+  bool m_bAroundKept = false;
   BSE::CObjectPtr<IContentFont> m_pInherited;  // what text is shown in that sets no font in this content
 };
 

@@ -1,6 +1,8 @@
 // What the analysis knows of images after it has read the content around them.
 
 #include <gtest/gtest.h>
+#include <tuple>
+#include <vector>
 
 #include "engine/Optimizer.h"
 #include "fonts/pdf/FontRegistry.h"
@@ -232,20 +234,93 @@ TEST_F(ContentAnalysis, LeavesFontsWholeWhereItDoesNotFollowText)
 // Glyph procedures without resources of their own have those of the page, if they need any.
 TEST_F(ContentAnalysis, ReadsGlyphProcedures)
 {
-  for (const auto& [szProcedure, szUsed] :
-       {std::pair("1 0 d0 0 0 1 1 re f", "a"), std::pair("1 0 0 0 1 1 d1 BI /W 1/H 1/IM true ID x EI", "a"),
-        std::pair("1 0 d0 BT /F 1 Tf (z) Tj ET", "all"), std::pair("1 0 d0 /X Do", "all"),
-        std::pair("1 0 d0 /G gs", "all"), std::pair("1 0 d0 /Pattern cs /P scn 0 0 1 1 re f", "all")})
+  const std::string sOwn =
+      "/Resources<</Font<</F<</Subtype/Type1>>/T<</Subtype/Type3>>>>/XObject<</X 1 0 R>>>>";
+  for (const auto& [szProcedure, szUsed, szUsedWithOwn] :
+       {std::tuple("1 0 d0 0 0 1 1 re f", "a", "a"),
+        std::tuple("1 0 0 0 1 1 d1 BI /W 1/H 1/IM true ID x EI", "a", "a"),
+        std::tuple("1 0 d0 BT /F 1 Tf (z) Tj ET", "all", "a"), std::tuple("1 0 d0 /X Do", "all", "a"),
+        std::tuple("1 0 d0 /G gs", "all", "all"), std::tuple("1 0 d0 BT /T 1 Tf (z) Tj ET", "all", "all"),
+        std::tuple("1 0 d0 BT (z) Tj ET", "all", "all"),
+        std::tuple("1 0 d0 /Pattern cs /P scn 0 0 1 1 re f", "all", "all")})
+    for (const bool bOwn : {false, true})
+    {
+      SCOPED_TRACE(szProcedure + std::to_string(bOwn));
+      CSmallFile file;
+      std::swap(m_file, file);
+      const int nFont = AddFont("/Subtype/Type1/BaseFont/Helvetica");
+      const int nGlyphs =
+          m_file.Add("<</Type/Font/Subtype/Type3/FontBBox[0 0 1 1]/FontMatrix[1 0 0 1 0 0]/CharProcs<</g " +
+                     Ref(m_file.AddStream(szProcedure, "")) + ">>" + (bOwn ? sOwn : "") + ">>");
+      AddPage("BT /T 1 Tf (x) Tj /F 1 Tf (a) Tj ET", "/Font<</F " + Ref(nFont) + "/T " + Ref(nGlyphs) + ">>");
+      Run();
+      EXPECT_EQ(GetUsed(nFont), bOwn ? szUsedWithOwn : szUsed);
+    }
+}
+
+// Forms and appearances are read once, and find on the second page what they found on the first one.
+TEST_F(ContentAnalysis, LooksAroundOnEveryPage)
+{
+  const std::string sEmpty = "/Resources<<>>";
+  const std::string sForm = "/Subtype/Form/BBox[0 0 1 1]";
+  const std::string sText = "BT /F 1 Tf (b) Tj ET";
+  const int nGlyphs =
+      m_file.Add("<</Type/Font/Subtype/Type3/FontBBox[0 0 1 1]/FontMatrix[1 0 0 1 0 0]/CharProcs<</g " +
+                 Ref(m_file.AddStream("1 0 d0 BT /F 1 Tf (z) Tj ET", "")) + ">>>>");
+  const auto addOuter = [&](const std::string& sResources)
+  { return m_file.AddStream("/X Do", sForm + "/Resources<<" + sResources + ">>"); };
+  const int nLacking = m_file.AddStream(sText, sForm + sEmpty);
+  const int nNested = addOuter("/XObject<</X " + Ref(nLacking) + ">>");
+  const int nShowing =
+      m_file.AddStream("BT /T 1 Tf (b) Tj ET", sForm + "/Resources<</Font<</T " + Ref(nGlyphs) + ">>>>");
+  const int nState = m_file.Add("<</SMask<</G " + Ref(nLacking) + ">>>>");
+  const int nMask = m_file.AddStream("/G gs", sForm + "/Resources<</ExtGState<</G " + Ref(nState) + ">>>>");
+  const int nCell = m_file.AddStream(sText, "/PatternType 1/BBox[0 0 1 1]" + sEmpty);
+  const int nBare = m_file.AddStream(sText, sForm);
+  const int nNote = m_file.Add("<</Subtype/Stamp/AP<</N " + Ref(nBare) + ">>>>");
+  const int nList = m_file.Add("[<</Subtype/Stamp/AP<</N " + Ref(nLacking) + ">>>>]");
+  const auto addStamp = [](int nAppearance)
+  { return "/Annots[<</Subtype/Stamp/AP<</N " + Ref(nAppearance) + ">>>>]"; };
+  const std::string doForm = "/X Do";
+  const std::pair<std::string, std::string> uses[] = {
+      {doForm, Ref(nLacking)},      {doForm, Ref(nNested)},
+      {doForm, Ref(nShowing)},      {doForm, Ref(addOuter(""))},
+      {doForm, Ref(nMask)},         {"/Pattern cs /P scn", ""},
+      {"", addStamp(nLacking)},     {"", addStamp(nShowing)},
+      {"", addStamp(nBare)},        {"", "/Annots[" + Ref(nNote) + "]"},
+      {"", "/Annots " + Ref(nList)}};
+  std::vector<int> fonts;
+  for (const auto& [sContent, sUse] : uses)
+    for (int nPage = 0; nPage < 2; ++nPage)
+    {
+      const int nFont = AddFont("/Subtype/Type1/BaseFont/Helvetica/Serial " + std::to_string(fonts.size()));
+      fonts.push_back(nFont);
+      const int nHolder =
+          m_file.AddStream("BT /F 1 Tf ET", sForm + "/Resources<</Font<</F " + Ref(nFont) + ">>>>");
+      AddPage("BT /F 1 Tf (a) Tj ET " + sContent,
+              "/Font<</F " + Ref(nFont) + ">>/Pattern<</P " + Ref(nCell) + ">>/XObject<</X " +
+                  (sContent == doForm ? sUse : Ref(nHolder)) + ">>",
+              sContent.empty() ? sUse : "");
+    }
+  Run();
+  for (std::size_t i = 0; i < fonts.size(); ++i)
+    EXPECT_EQ(GetUsed(fonts[i]), "all") << i;
+}
+
+// Text that a viewer makes is in a font of the form, whether that lists the field or not.
+TEST_F(ContentAnalysis, KeepsFontsOfTheFormForTextThatViewersMake)
+{
+  for (const auto& [szAnnotation, szUsed] :
+       {std::pair("/Subtype/Widget/FT/Sig", ""), std::pair("/Subtype/Stamp", ""),
+        std::pair("/Subtype/Widget/FT/Tx", "all"), std::pair("/Subtype/Widget/FT/Btn", "all"),
+        std::pair("/Subtype/FreeText/DA(/F 1 Tf)", "all")})
   {
-    SCOPED_TRACE(szProcedure);
+    SCOPED_TRACE(szAnnotation);
     CSmallFile file;
     std::swap(m_file, file);
-    const int nFont = AddFont("/Subtype/Type1/BaseFont/Helvetica");
-    const int nGlyphs =
-        m_file.Add("<</Type/Font/Subtype/Type3/FontBBox[0 0 1 1]/FontMatrix[1 0 0 1 0 0]/CharProcs<</g " +
-                   Ref(m_file.AddStream(szProcedure, "")) + ">>>>");
-    AddPage("BT /T 1 Tf (x) Tj /F 1 Tf (a) Tj ET", "/Font<</F " + Ref(nFont) + "/T " + Ref(nGlyphs) + ">>");
-    Run();
+    const int nFont = AddFont();
+    AddPage("", "", "/Annots[<<" + std::string(szAnnotation) + ">>]");
+    Run("/AcroForm<</Fields[<</FT/Sig>>]/DR<</Font<</F " + Ref(nFont) + ">>>>>>");
     EXPECT_EQ(GetUsed(nFont), szUsed);
   }
 }
