@@ -51,6 +51,7 @@ int CASCIIHexDecodeFilter::DecodeBlock(std::span<unsigned char> block)
       continue;
     if (nDigit == g_nEndMark && m_nPending >= 0)
       block[nDone++] = static_cast<unsigned char>(m_nPending << 4);
+    m_bGap = m_bGap || (nCharacter < 0 && m_nPending >= 0);
     if (nDigit == g_nInvalid)
     {
       m_bGap = true;

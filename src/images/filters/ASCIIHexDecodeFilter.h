@@ -6,8 +6,8 @@ namespace BSE
 {
 
 // Decodes pairs of hexadecimal digits up to ">" (ISO 32000-1, 7.4.2). A single digit before ">" is the high
-// half of a byte; one before the end of a source without ">" is dropped, without a report. Characters up to
-// 32 are skipped; another one is reported, and ends the data with a gap.
+// half of a byte; one before the end of a source without ">" is dropped, a gap without a report. Characters
+// up to 32 are skipped; another one is reported, and ends the data with a gap.
 class CASCIIHexDecodeFilter final : public CBufferedDecodeFilter
 {
 public:
