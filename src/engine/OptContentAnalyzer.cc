@@ -173,7 +173,7 @@ bool COptContentAnalyzer::Enter(const CObjectPtr& form, const TMatrix& matrix, c
     return true;
   if (m_analysis.IsBorrower(form))
   {
-    m_analysis.KeepResources(CObjectPtr(GetContext()->GetResources()));
+    KeepOwn();
     KeepAround();
   }
   return false;
@@ -183,6 +183,13 @@ void COptContentAnalyzer::Leave(const CObjectPtr& form, std::int64_t nBorrowings
 {
   if (m_analysis.GetBorrowings() != nBorrowings)
     m_analysis.AddBorrower(form);
+}
+
+void COptContentAnalyzer::KeepOwn()
+{
+  if (!m_bOwnKept)
+    m_analysis.KeepResources(CObjectPtr(GetContext()->GetResources()));
+  m_bOwnKept = true;
 }
 
 void COptContentAnalyzer::KeepAround()
@@ -206,7 +213,7 @@ void COptContentAnalyzer::KeepGlyphs(const CObjectPtr& font)
     m_analysis.KeepResources(own);
   if (!m_analysis.NeedsResources(font))
     return;
-  m_analysis.KeepResources(CObjectPtr(GetContext()->GetResources()));
+  KeepOwn();
   KeepAround();
 }
 
