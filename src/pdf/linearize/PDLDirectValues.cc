@@ -20,12 +20,12 @@ constexpr const char* g_keptPageKeys[] = {"Type", "Parent", "Contents", "MediaBo
 // Lists that belong to one page alone, such as annotations, stay apart: an editor changes them in place.
 constexpr const char* g_sharableKeys[] = {"Resources", "Group", "TrimBox", "BleedBox", "ArtBox"};
 
-// Extensions have to be direct (ISO 32000-2, 7.12).
-constexpr const char* g_keptCatalogueKeys[] = {"Type", "Pages", "Version", "Extensions", "AA", "Perms"};
+// Extensions have to be direct (ISO 32000-2, 7.12); what is short and asked for first gains nothing.
+constexpr const char* g_keptCatalogueKeys[] = {"Type", "Pages", "Version",    "Extensions",
+                                               "AA",   "Perms", "OpenAction", "ViewerPreferences"};
 
 // What a viewer asks for before it shows a page.
-constexpr const char* g_earlyKeys[] = {"AcroForm", "OCProperties", "OpenAction", "ViewerPreferences",
-                                       "MarkInfo"};
+constexpr const char* g_earlyKeys[] = {"AcroForm", "OCProperties", "MarkInfo"};
 
 bool IsOneOf(const PDObj& object, int nKey, CKeys keys)
 {
