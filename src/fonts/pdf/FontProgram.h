@@ -137,6 +137,10 @@ public:
   virtual int GetGlyphIndexByUnicode(char32_t) { return 0; }
   virtual int GetGlyphIndexByCID(int nCID) const { return nCID < GetGlyphCount() ? nCID : 0; }
 
+  // Whether codes lead to glyphs in ways that are not known here: then any glyph may be that of a code.
+  // Nobody knows what codes mean to a program that has no names.
+  virtual bool HasUnknownCodes() const { return IsCIDKeyed(); }
+
   // Whether the glyph has data or an outline that is allowed to be empty.
   virtual bool HasGlyph(int nGlyph) const = 0;
 

@@ -25,6 +25,7 @@ public:
   // As a reader finds the glyph of a code in a symbolic font.
   int GetGlyphIndexByCode(unsigned nCode) override;
   int GetGlyphIndexByUnicode(char32_t nCharacter) override;
+  bool HasUnknownCodes() const override { return m_pFont->GetCMap().HasUnread(); }
   bool HasGlyph(int nGlyph) const override { return nGlyph >= 0 && nGlyph < GetGlyphCount(); }
   int GetWeightClass() const override;
   unsigned GetEmbeddingRights() const override { return m_pFont->GetOS2().m_nFsType; }

@@ -35,6 +35,24 @@ bool IsSameCharacter(char32_t nA, char32_t nB)
   return false;
 }
 
+// The code of a name in the code page of the Macintosh, which has more than MacRomanEncoding (ISO 32000-1,
+// Table 115); -1 without one.
+int FindMacCode(const CSimpleEncoding& macRoman, const char* szName)
+{
+  static constexpr struct
+  {
+    const char* m_szName;
+    int m_nCode;
+  } others[] = {{"notequal", 173},    {"infinity", 176},  {"lessequal", 178}, {"greaterequal", 179},
+                {"partialdiff", 182}, {"summation", 183}, {"product", 184},   {"pi", 185},
+                {"integral", 186},    {"Omega", 189},     {"radical", 195},   {"approxequal", 197},
+                {"Delta", 198},       {"lozenge", 215},   {"Euro", 219},      {"apple", 240}};
+  for (const auto& other : others)
+    if (std::strcmp(other.m_szName, szName) == 0)
+      return other.m_nCode;
+  return macRoman.FindName(szName);
+}
+
 }  // namespace
 
 double CSimpleFont::GetSpaceWidth() const
@@ -176,8 +194,7 @@ void CSimpleFont::MarkUsedGlyphs(CFontProgram& program) const
   const std::span<unsigned char> used = program.GetUsedGlyphs();
   if (!used.empty())
     used[0] = 1;
-  // Nobody knows what codes mean to a program that has no names.
-  if (AreAllGlyphsUsed() || program.IsCIDKeyed())
+  if (AreAllGlyphsUsed() || program.HasUnknownCodes())
     std::fill(used.begin(), used.end(), static_cast<unsigned char>(1));
   ForEachUsed([&](unsigned nCode) { MarkCode(program, nCode, used); });
 }
@@ -281,7 +298,7 @@ void CTrueTypeFont::FindByName(CFontProgram& program, unsigned nCode, TGlyphs& g
   if (nCharacter != 0)
     glyphs.Add(program.GetGlyphIndexByUnicode(nCharacter));
   const auto* pTrueType = dynamic_cast<const CFontProgramTrueType*>(&program);
-  const int nMacCode = m_registry.GetPredefinedEncoding("MacRomanEncoding")->FindName(szName);
+  const int nMacCode = FindMacCode(*m_registry.GetPredefinedEncoding("MacRomanEncoding"), szName);
   if (pTrueType && nMacCode >= 0)
     glyphs.Add(pTrueType->GetMappedGlyph(1, 0, static_cast<std::uint32_t>(nMacCode)));
   glyphs.Add(program.GetGlyphIndexByName(szName));

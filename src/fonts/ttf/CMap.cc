@@ -78,6 +78,12 @@ int GetGroupCount(BSE::CByteCursor cursor)
   return static_cast<int>(std::min<std::size_t>(cursor.Card32(), nThere));
 }
 
+bool IsRead(const CCMap::TSubtable& subtable)
+{
+  return subtable.m_nFormat == 0 || subtable.m_nFormat == 4 || subtable.m_nFormat == 6 ||
+         subtable.m_nFormat == 12;
+}
+
 bool IsKnownEncoding(int nPlatform, int nEncoding)
 {
   return nPlatform == 0 || (nPlatform == 1 && nEncoding <= 32) || (nPlatform == 3 && nEncoding <= 10);
@@ -121,7 +127,7 @@ void CCMap::Read(CFontLog& log)
       break;
     }
     nBudget -= subtable.m_nLength;
-    bKnown = bKnown || subtable.m_nFormat <= 6 || subtable.m_nFormat == 12;
+    bKnown = bKnown || IsRead(subtable);
     m_subtables.Add(subtable);
   }
   if (!bSorted)
@@ -189,6 +195,14 @@ int CCMap::Find(int nPlatform, int nEncoding) const
     if (m_subtables[i].m_nPlatform == nPlatform && (nEncoding < 0 || m_subtables[i].m_nEncoding == nEncoding))
       return i;
   return -1;
+}
+
+bool CCMap::HasUnread() const
+{
+  const std::span<const TSubtable> subtables = m_subtables.GetSpan();
+  // Format 14 has variants of what others have.
+  return std::any_of(subtables.begin(), subtables.end(),
+                     [](const TSubtable& subtable) { return !IsRead(subtable) && subtable.m_nFormat != 14; });
 }
 
 int CCMap::FindPreferred(bool bSymbolic) const
@@ -329,7 +343,7 @@ bool CCMap::GetMappings(int nSubtable, std::uint32_t nMaxCode, int nGlyphs,
     AddGroups(subtable, std::min<std::uint32_t>(nMaxCode, 0x10FFFF), nGlyphs, mappings);
     return true;
   }
-  if (subtable.m_nFormat != 0 && subtable.m_nFormat != 4 && subtable.m_nFormat != 6)
+  if (!IsRead(subtable))
     return false;
   BSE::CBasicArray<std::uint32_t> glyphs;
   glyphs.SetSize(g_nCodes16);

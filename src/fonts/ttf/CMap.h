@@ -40,6 +40,9 @@ public:
   // Index of a subtable, -1 if there is none. An encoding of -1 is any.
   int Find(int nPlatform, int nEncoding) const;
 
+  // Whether there are codes of characters in a format that is not read.
+  bool HasUnread() const;
+
   // The subtable to use: (3,1) or (3,0) if symbolic, else (1,0); -1 if there is neither.
   int FindPreferred(bool bSymbolic) const;
 

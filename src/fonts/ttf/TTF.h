@@ -120,6 +120,7 @@ private:
   bool ReadMetrics();
   void ReadVerticalMetrics();
   bool ReadGlyphs();
+  void CompleteLoca(int nFormat);
   bool IsLocaSound();
   void RecoverGlyphs();
   std::span<const unsigned char> FindGlyphData(int nGlyph, std::int64_t& nBudget);

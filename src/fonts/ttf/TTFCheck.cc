@@ -35,10 +35,29 @@ bool CTTF::ReadGlyphs()
     m_head.m_nIndexToLocFormat = static_cast<std::int16_t>(nFormat);
     m_head.Serialize();
   }
+  CompleteLoca(nFormat);
   m_loca.ReadOffsets(nFormat, nGlyphs);
   if (!IsLocaSound())
     RecoverGlyphs();
   return true;
+}
+
+// Some writers give it a wrong length in the directory. Readers take what is there up to the next table.
+void CTTF::CompleteLoca(int nFormat)
+{
+  const std::span<const unsigned char> offsets = m_loca.GetBytes();
+  const std::size_t nNeeded = (static_cast<std::size_t>(GetGlyphCount()) + 1) * (nFormat == 0 ? 2 : 4);
+  if (offsets.size() >= nNeeded)
+    return;
+  const unsigned char* pEnd = m_data.GetData() + m_data.GetSize();
+  for (const BSE::CPtrArray<CTable>* pTables : {&m_known, &m_others})
+    for (const CTable* pTable : pTables->GetSpan())
+      if (const unsigned char* pNext = pTable->GetBytes().data(); pNext > offsets.data() && pNext < pEnd)
+        pEnd = pNext;
+  if (nNeeded > static_cast<std::size_t>(pEnd - offsets.data()))
+    return;
+  m_log.Fault("loca table too small.");
+  m_loca.Borrow({offsets.data(), nNeeded});
 }
 
 bool CTTF::IsLocaSound()

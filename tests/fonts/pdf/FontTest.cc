@@ -164,6 +164,44 @@ TEST(EmbeddedFonts, LeadToGlyphs)
   EXPECT_TRUE(document.GetReports().empty());
 }
 
+// In the code page of the Macintosh there are more names than in MacRomanEncoding; formats that are not read
+// may lead to any glyph.
+TEST(EmbeddedFonts, KeepGlyphsOfOddTables)
+{
+  const std::filesystem::path path = "/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf";
+  if (!std::filesystem::exists(path))
+    GTEST_SKIP() << "needs " << path;
+  const std::string sFont = Support::ReadFile(path);
+  const auto Read32 = [&](std::size_t nAt)
+  { return BSE::LoadBigEndian<std::uint32_t>(reinterpret_cast<const unsigned char*>(sFont.data()) + nAt); };
+  const std::size_t nCMap = Read32(sFont.find("cmap") + 8);
+  const std::size_t nMac = sFont.find(std::string("\0\1\0\0", 4), nCMap + 4);
+  for (const char nFormat : {'\6', '\12'})
+  {
+    std::string sOdd = sFont;
+    for (std::size_t i = 0; i < static_cast<unsigned char>(sFont[nCMap + 3]); ++i)
+      sOdd.replace(nCMap + 4 + 8 * i, 8, sFont, nMac, 8);
+    sOdd[Read32(sFont.find("post") + 8) + 1] = 3;  // without names
+    ASSERT_EQ(sOdd[nCMap + Read32(nMac + 4) + 1], 6);
+    sOdd[nCMap + Read32(nMac + 4) + 1] = nFormat;
+    Support::CPdfBuilder builder;
+    const int nFont =
+        builder.AddObject("<</Type/Font/Subtype/TrueType/FontDescriptor<</Flags 32/FontFile2 " +
+                          Number(builder.AddFlateStream(sOdd)) + ">>/Encoding<</Differences[1/notequal]>>>>");
+    Fonts::CFontDocument document(builder.Build());
+    const auto pFont = document.GetFont(nFont);
+    PDF::CFontProgram* pProgram = pFont->GetProgram();
+    ASSERT_TRUE(pProgram);
+    pFont->GetUsedChars()[1] = 1;
+    pFont->MarkUsedGlyphs(*pProgram);
+    const std::span<unsigned char> used = pProgram->GetUsedGlyphs();
+    const int nGlyph = pProgram->GetGlyphIndexByCode(173);
+    EXPECT_EQ(nGlyph > 0, nFormat == 6);
+    EXPECT_EQ(used[static_cast<std::size_t>(nGlyph)], 1);
+    EXPECT_EQ(std::count(used.begin(), used.end(), 0) == 0, nFormat != 6);
+  }
+}
+
 BSE::CScopedPtr<PDF::CFontProgram> ReadProgram(PDF::CFontProgram& program)
 {
   const BSE::CObjectPtr<BSE::CMemoryStream> pStream(new BSE::CMemoryStream);

@@ -132,6 +132,19 @@ TEST(FontDamageTest, LocaIsRecovered)
   EXPECT_EQ(outside.m_nLosses, 1);
 }
 
+// The directory gives it half of its length.
+TEST(FontDamageTest, LocaGoesOnToTheNextTable)
+{
+  CBytes file = TFontBuilder(MakeSquares()).Build();
+  Set16(file, 12 + 16 * 4 + 14, 10);
+  CReports reports;
+  TTF::CTTF font(&reports);
+  ASSERT_TRUE(ReadFont(font, file));
+  EXPECT_EQ(GetData(font, 2), MakeSquare(300));
+  EXPECT_EQ(reports.m_nLosses, 0);
+  EXPECT_EQ(reports.m_nRepairs, 1);
+}
+
 // All glyphs are the same long one, which would make a large font of a small one.
 TEST(FontDamageTest, SharedGlyphsDoNotMultiply)
 {
