@@ -38,6 +38,7 @@ bool CType1CharStringParser::Parse(TData charString)
   m_nStack = m_nResults = 0;
   m_nDepth = 1;
   m_nFlexPoints = -1;
+  m_bFlexEnded = false;
   m_dBearingX = m_dBearingY = 0;
   m_bStop = false;
   m_frames[0] = {charString, 0};
@@ -130,6 +131,8 @@ bool CType1CharStringParser::Execute(int nOperator)
     return true;
   }
   case eSetCurrentPoint:
+    ExecuteSetPoint();
+    return true;
   case eDotSection:
     m_nStack = 0;
     return true;
@@ -149,6 +152,18 @@ void CType1CharStringParser::End()
 {
   OnEnd();
   m_bStop = true;
+}
+
+// At the end of a flex it says where the point is already. Elsewhere it has no place, but readers go there.
+void CType1CharStringParser::ExecuteSetPoint()
+{
+  if (!std::exchange(m_bFlexEnded, false) && m_nStack >= 2)
+  {
+    if (BSE::CTracer::IsOn())
+      BSE::CTracer::Trace("I", "PFB", "Deprecated absolute moveto operator.");
+    OnSetPoint(m_stack[m_nStack - 2], m_stack[m_nStack - 1]);
+  }
+  m_nStack = 0;
 }
 
 bool CType1CharStringParser::ExecuteHint(int nOperator)
@@ -281,6 +296,7 @@ bool CType1CharStringParser::CallOther()
   if (nOther >= 14 && nOther <= 18)
     return Fail("Blended glyphs are not supported");
   m_nResults = 0;
+  m_bFlexEnded = nOther == 0;
   if (nOther == 0 && m_nFlexPoints >= 0)
     return EndFlex(nCount);
   if (nOther == 1)
@@ -387,6 +403,11 @@ void CType1Recorder::FlushHints()
   if (m_bHintsChanged)
     m_glyph.AddMask(m_active);
   m_bHintsChanged = false;
+}
+
+void CType1Recorder::OnSetPoint(double dX, double dY)
+{
+  m_glyph.SetPoint(dX, dY);
 }
 
 void CType1Recorder::OnMove(double dX, double dY)

@@ -69,6 +69,9 @@ protected:
   // The stems so far are no longer in force.
   virtual void OnHintReplacement() {}
   virtual void OnMove(double, double) {}
+
+  // The current point is somewhere else, which is told in full.
+  virtual void OnSetPoint(double, double) {}
   virtual void OnLine(double, double) {}
   virtual void OnCurve(double, double, double, double, double, double) {}
 
@@ -94,6 +97,7 @@ private:
   bool ExecutePath(int nOperator);
   bool ExecuteSeac();
   bool ExecuteDiv();
+  void ExecuteSetPoint();
   bool Call();
   bool CallOther();
   bool EndFlex(int nCount);
@@ -122,6 +126,7 @@ private:
   double m_dFlexY = 0;
   double m_dBearingX = 0;
   double m_dBearingY = 0;
+  bool m_bFlexEnded = false;
   bool m_bStop = false;
   std::int64_t m_nWork = 0;
   std::int64_t m_nWorkLimit = 0;
@@ -151,6 +156,7 @@ protected:
   void OnStem3(bool bVertical, const double (&d)[6]) override;
   void OnHintReplacement() override;
   void OnMove(double dX, double dY) override;
+  void OnSetPoint(double dX, double dY) override;
   void OnLine(double dX, double dY) override;
   void OnCurve(double dX1, double dY1, double dX2, double dY2, double dX3, double dY3) override;
   void OnFlex(const double (&d)[12]) override;

@@ -125,6 +125,17 @@ TEST(PFBTest, OtherForms)
   EXPECT_TRUE(again.HasStandardEncoding());
 }
 
+TEST(PFBTest, PointsMayBeSetOutsideOfAFlex)
+{
+  // 0 100 hsbw 10 20 setcurrentpoint 1 1 rlineto endchar
+  static constexpr unsigned char glyph[] = {139, 239, 13, 149, 159, 12, 33, 140, 140, 5, 14};
+  FONT::CGlyph drawn;
+  ASSERT_TRUE(PFB::CType1Recorder({}, drawn).Parse(glyph));
+  ASSERT_EQ(drawn.m_segments.GetSize(), 2);
+  EXPECT_EQ(drawn.m_segments[1].GetX(), 11);
+  EXPECT_EQ(drawn.m_segments[1].GetY(), 21);
+}
+
 TEST(PFBTest, SubsetAndMergeRules)
 {
   PFB::CPFB font;
