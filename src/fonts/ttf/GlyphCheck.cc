@@ -25,11 +25,11 @@ CGlyphChecker::CGlyphChecker(const CGlyf& glyf, Cmaxp& maxp, CFontLog& log)
 {
 }
 
-void CGlyphChecker::Raise(std::uint16_t& nLimit, int nValue, const char* szMessage)
+void CGlyphChecker::Raise(std::uint16_t& nLimit, int nValue, const char* szMessage, int nGlyph)
 {
   if (nValue <= nLimit)
     return;
-  m_log.Fault("%s", szMessage);
+  m_log.Fault(szMessage, nGlyph);
   nLimit = BSE::ClampTo<std::uint16_t>(nValue);
   m_bRaised = true;
 }
@@ -150,7 +150,7 @@ void CGlyphChecker::Leave(int nGlyph)
   Raise(m_maxp.m_nMaxComponentDepth, total.m_nDepth, "Component depth > maxComponentDepth.");
   Raise(m_maxp.m_nMaxComponentPoints, total.m_nPoints, "Number of componentPoints > maxComponentPoints.");
   Raise(m_maxp.m_nMaxComponentContours, total.m_nContours,
-        "Invalid composite glyph: Number of componentContours > maxComponentContours.");
+        "Invalid composite glyph %d: Number of componentContours > maxComponentContours.", nGlyph);
 }
 
 void CloseGlyphs(const CGlyf& glyf, BSE::CBasicArray<unsigned char>& used)

@@ -42,7 +42,7 @@ private:
   void AddComponent(int nGlyph, int nComponent);
   void Leave(int nGlyph);
   void Refuse(int nGlyph);
-  void Raise(std::uint16_t& nLimit, int nValue, const char* szMessage);
+  void Raise(std::uint16_t& nLimit, int nValue, const char* szMessage, int nGlyph = 0);
 
   const CGlyf& m_glyf;
   Cmaxp& m_maxp;

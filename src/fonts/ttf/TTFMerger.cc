@@ -25,10 +25,17 @@ constexpr std::uint32_t g_nMaxCode = 0x10FFFF;
 // The budget of comparing, in times the bytes of both fonts.
 constexpr std::int64_t g_nCompareRatio = 16;
 
-bool Abort(const char* szFormat, int nA = 0, int nB = 0, int nC = 0)
+template <class... A>
+void Note(const char* szFormat, A... arguments)
 {
   if (BSE::CTracer::IsOn())
-    BSE::CTracer::Trace("D", "PDF Font Program", szFormat, nA, nB, nC);
+    BSE::CTracer::Trace("D", "PDF Font Program", szFormat, arguments...);
+}
+
+template <class... A>
+bool Abort(const char* szFormat, A... arguments)
+{
+  Note(szFormat, arguments...);
   return false;
 }
 
@@ -89,15 +96,15 @@ bool CTTFMerger::CheckTables() const
                    {m_font.m_prep, m_other.m_prep, "PREP"},
                    {m_font.m_cvt, m_other.m_cvt, "CVT"}};
   for (const auto& program : aPrograms)
-    if (!IsSame(program.m_own.GetBytes(), program.m_other.GetBytes()))
-    {
-      if (BSE::CTracer::IsOn())
-        BSE::CTracer::Trace("D", "PDF Font Program", "Aborting TTF merge because of %s table difference",
-                            program.m_szName);
-      return false;
-    }
+    if (program.m_own.GetBytes().size() != program.m_other.GetBytes().size())
+      return Abort("Aborting TTF merge because of %s table length difference", program.m_szName);
   if (!m_font.HasGlyphData() || !m_other.HasGlyphData())
     return Abort("Aborting TTF merge because of loca table availability difference.");
+  if (m_font.m_glyf.IsPresent() != m_other.m_glyf.IsPresent())
+    return Abort("Aborting TTF merge because of glyf table availability difference.");
+  for (const auto& program : aPrograms)
+    if (!IsSame(program.m_own.GetBytes(), program.m_other.GetBytes()))
+      return Abort("Aborting TTF merge because of %s table difference", program.m_szName);
   if (m_font.m_vhea.IsPresent() != m_other.m_vhea.IsPresent())
     return Abort("Aborting TTF merge because of vhea difference");
   if (m_font.m_head.m_nUnitsPerEm != m_other.m_head.m_nUnitsPerEm)
@@ -170,7 +177,8 @@ bool CTTFMerger::MatchByNumber()
       if (IsUsed(i) && !m_used.empty())
         return Abort("Aborting TTF merge because of GLYF difference (GID %d)", i);
       m_source[i] = {true, i};
-      m_bNeeded = true;
+      if (!std::exchange(m_bNeeded, true))
+        Note("Need TTF merge because of GLYF difference (GID %d)", i);
     }
   }
   return true;
@@ -221,14 +229,19 @@ bool CTTFMerger::MatchSubtable(int nSubtable)
     if (nOwn < ownCodes.GetSize() && ownCodes[nOwn].m_nCode == code.m_nCode)
     {
       if (!MatchCode(ownCodes[nOwn], code))
-        return Abort("Aborting TTF merge because of cmap(%d,%d) GLYF difference (CID %d)", own.m_nPlatform,
-                     own.m_nEncoding, static_cast<int>(code.m_nCode));
+        return Abort(
+            "Aborting TTF merge because of cmap(%d,%d) format %d GLYF difference (CID %d, GIDs %d and %d)",
+            own.m_nPlatform, own.m_nEncoding, own.m_nFormat, code.m_nCode, ownCodes[nOwn].m_nGlyph,
+            code.m_nGlyph);
       m_added.Add(ownCodes[nOwn++]);
     }
-    else if (const int nGlyph = Take(static_cast<int>(code.m_nGlyph)); nGlyph > 0)
+    else if (const bool bFirst = !m_bNeeded; const int nGlyph = Take(static_cast<int>(code.m_nGlyph)))
     {
       m_added.Add({code.m_nCode, static_cast<std::uint32_t>(nGlyph)});
       m_bNeeded = true;
+      if (bFirst)
+        Note("Need TTF merge because of cmap(%d,%d) format %d GID difference (CID %d)", own.m_nPlatform,
+             own.m_nEncoding, own.m_nFormat, code.m_nCode);
     }
     else
       return Abort("Aborting TTF merge because there are too many glyphs.");
@@ -246,8 +259,10 @@ bool CTTFMerger::PutSubtable(const CCMap::TSubtable& subtable, std::span<const T
   if (!bChanged)
     writer.Append(old.Take(subtable.m_nLength));
   else if (!MakeSubtable(subtable.m_nFormat, codes, nLanguage, writer))
-    return Abort("Aborting TTF merge because of cmap(%d,%d) format %d overflow.", subtable.m_nPlatform,
-                 subtable.m_nEncoding, subtable.m_nFormat);
+    return Abort(subtable.m_nFormat == 0
+                     ? "Aborting TTF merge because of cmap(%d,%d) format %d byte overflow."
+                     : "Aborting TTF merge because of cmap(%d,%d) format %d overflow.",
+                 subtable.m_nPlatform, subtable.m_nEncoding, subtable.m_nFormat);
   const int nDirectory = 4 + 8 * m_font.m_cmap.GetSubtableCount();
   m_cmapDirectory.Card16(subtable.m_nPlatform);
   m_cmapDirectory.Card16(subtable.m_nEncoding);

@@ -1,7 +1,9 @@
 #include "base/ErrorHandler.h"
+#include "base/Tracer.h"
 #include "fonts/common/StatusCodes.h"
 #include "fonts/ttf/GlyphCheck.h"
 #include "fonts/ttf/OTF.h"
+#include "fonts/ttf/TTFMerger.h"
 #include "tests/fonts/ttf/FontSamples.h"
 
 #include <gtest/gtest.h>
@@ -143,6 +145,81 @@ TEST(FontDamageTest, LocaGoesOnToTheNextTable)
   EXPECT_EQ(GetData(font, 2), MakeSquare(300));
   EXPECT_EQ(reports.m_nLosses, 0);
   EXPECT_EQ(reports.m_nRepairs, 1);
+}
+
+// A font with programs, and a cmap of format 0 with one code if there is one.
+TFontBuilder MakeMergeable(const std::vector<CBytes>& glyphs, int nCode = 0)
+{
+  TFontBuilder builder(glyphs);
+  for (const char* szTag : {"fpgm", "prep", "cvt "})
+    builder[szTag] = {1, 2, 3, 4};
+  if (nCode == 0)
+    return builder;
+  CBytes cmap;
+  for (const unsigned n : {0U, 1U, 1U, 0U, 0U, 12U, 0U, 262U, 0U})
+    Put16(cmap, n);
+  cmap.resize(12 + 262);
+  cmap[static_cast<std::size_t>(18 + nCode)] = 1;
+  builder["cmap"] = cmap;
+  return builder;
+}
+
+// The first rule that does not hold is told, and nothing has changed then.
+TEST(FontDamageTest, MergesTellTheirReason)
+{
+  const std::string sAbort = "Aborting TTF merge because of ";
+  const std::vector<CBytes> some = {MakeSquare(1), MakeSquare(2), {}};
+  std::vector<CBytes> many(257, MakeSquare(9));
+  many[0] = some[0];
+  const auto With = [&](const char* szTag, const CBytes& bytes)
+  {
+    TFontBuilder builder = MakeMergeable(some);
+    builder[szTag] = bytes;
+    return builder;
+  };
+  TFontBuilder empty = With("loca", CBytes(16));
+  empty.m_tables.erase(empty.m_tables.begin());
+  const struct
+  {
+    TFontBuilder m_font;
+    TFontBuilder m_other;
+    bool m_bByNumber;
+    TTF::TMerge m_nResult;
+    std::string m_sTrace;
+  } aCases[] = {
+      {MakeMergeable(some), MakeMergeable(some, 'A'), true, TTF::eNotMerged,
+       sAbort + "CMAP table number difference: 0 vs 1"},
+      {MakeMergeable(some), With("prep", {1}), true, TTF::eNotMerged,
+       sAbort + "PREP table length difference"},
+      {MakeMergeable(some), empty, true, TTF::eNotMerged, sAbort + "glyf table availability difference."},
+      {MakeMergeable(some), With("cvt ", {1, 2, 3, 5}), true, TTF::eNotMerged,
+       sAbort + "CVT table difference"},
+      {MakeMergeable(some), MakeMergeable({{}, MakeSquare(2), {}}), true, TTF::eNotMerged,
+       sAbort + "GLYF difference (GID 0)"},
+      {MakeMergeable(some), MakeMergeable({some[0], {}, MakeSquare(3)}), true, TTF::eMerged,
+       "Need TTF merge because of GLYF difference (GID 2)"},
+      {MakeMergeable(some, 'A'), MakeMergeable({some[0], MakeSquare(7), {}}, 'A'), false, TTF::eNotMerged,
+       sAbort + "cmap(1,0) format 0 GLYF difference (CID 65, GIDs 1 and 1)"},
+      {MakeMergeable(many, 'A'), MakeMergeable(some, 'B'), false, TTF::eNotMerged,
+       sAbort + "cmap(1,0) format 0 byte overflow."}};
+  const std::string sPath = testing::TempDir() + "merge-traces";
+  for (const auto& entry : aCases)
+  {
+    TTF::CTTF font;
+    TTF::CTTF other;
+    ASSERT_TRUE(ReadFont(font, entry.m_font.Build()) && ReadFont(other, entry.m_other.Build()));
+    const CBytes before = WriteFont(font);
+    ASSERT_TRUE(BSE::CTracer::SetOutput(sPath.c_str()));
+    EXPECT_EQ(TTF::CTTFMerger(font, other, {}, {}).Merge(entry.m_bByNumber), entry.m_nResult)
+        << entry.m_sTrace;
+    BSE::CTracer::Close();
+    const CBytes trace = ReadBytes(sPath);
+    EXPECT_NE(std::string(trace.begin(), trace.end()).find(entry.m_sTrace), std::string::npos)
+        << entry.m_sTrace << "\n"
+        << std::string(trace.begin(), trace.end());
+    EXPECT_EQ(WriteFont(font) == before, entry.m_nResult == TTF::eNotMerged);
+    std::remove(sPath.c_str());
+  }
 }
 
 // All glyphs are the same long one, which would make a large font of a small one.
