@@ -36,22 +36,27 @@ double CCIDFont::GetDefaultVerticalWidth() const
   return GetNumberOr(m_object["DW2"][1], g_dDefaultMove);
 }
 
+void CCIDFont::ReadMetrics() const
+{
+  if (std::exchange(m_bWidthsRead, true))
+    return;
+  m_pWidths = m_registry.GetWidthTable(m_object["W"], 1);
+  m_pVertical = m_registry.GetWidthTable(m_object["W2"], 3);
+  m_dWidth = GetDefaultWidth();
+}
+
 double CCIDFont::GetWidth(int nCharacter) const
 {
   if (const auto nPlace = reinterpret_cast<std::intptr_t>(m_changes.Find(nCharacter)); nPlace > 0)
     return m_changed[static_cast<int>(nPlace - 1)];
-  if (!std::exchange(m_bWidthsRead, true))
-  {
-    m_pWidths = m_registry.GetWidthTable(m_object["W"], 1);
-    m_pVertical = m_registry.GetWidthTable(m_object["W2"], 3);
-    m_dWidth = GetDefaultWidth();
-  }
+  ReadMetrics();
   const std::span<const double> width = m_pWidths ? m_pWidths->Find(nCharacter) : std::span<const double>();
   return width.empty() ? m_dWidth : width[0];
 }
 
 TVerticalMetrics CCIDFont::GetVerticalMetrics(int nCharacter) const
 {
+  ReadMetrics();
   const double dWidth = GetWidth(nCharacter);
   const std::span<const double> metrics =
       m_pVertical ? m_pVertical->Find(nCharacter) : std::span<const double>();

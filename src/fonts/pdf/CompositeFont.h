@@ -28,6 +28,8 @@ protected:
   CCIDFont(CFontRegistry& registry, const CObjectPtr& object) : CFont(registry, object, 0) {}
 
 private:
+  void ReadMetrics() const;
+
   mutable BSE::CObjectPtr<CWidthTable> m_pWidths;
   mutable BSE::CObjectPtr<CWidthTable> m_pVertical;
   mutable double m_dWidth = 0;  // of CIDs that W says nothing of
@@ -94,7 +96,6 @@ public:
   void MarkUsedGlyphs(CFontProgram& program) const override;
 
 protected:
-  bool FindSymbolic() const override { return m_pDescendant->IsSymbolic(); }
   CObjectPtr GetDescriptorObject() const override { return m_pDescendant->GetObject()["FontDescriptor"]; }
 
 private:

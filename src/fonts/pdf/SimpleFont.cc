@@ -92,9 +92,15 @@ void CSimpleFont::ReadWidths() const
     return;
   }
   const std::int64_t nFirst = m_object["FirstChar"].GetIntegerValue();
-  const int nCount = std::min(widths.GetSize(), g_nCodes);
+  if (nFirst <= -g_nCodes || nFirst >= g_nCodes)
+    return;
+  int nCount = std::min(widths.GetSize(), g_nCodes);
+  // No reader goes on beyond the last code.
+  if (const CObjectPtr last = m_object["LastChar"]; last.IsNumber() && last.GetIntegerValue() >= nFirst)
+    nCount = static_cast<int>(std::min<std::int64_t>(
+        nCount, std::min<std::int64_t>(last.GetIntegerValue(), g_nCodes) - nFirst + 1));
   for (int i = 0; i < nCount; ++i)
-    if (nFirst > -g_nCodes && nFirst + i >= 0 && nFirst + i < g_nCodes)
+    if (nFirst + i >= 0 && nFirst + i < g_nCodes)
       m_widths.SetAt(static_cast<int>(nFirst + i), widths[i].GetRealValue());
 }
 
@@ -281,10 +287,22 @@ void CTrueTypeFont::FindGlyphs(CFontProgram& program, unsigned nCode, TGlyphs& g
 void CTrueTypeFont::MarkCode(CFontProgram& program, unsigned nCode, std::span<unsigned char> used) const
 {
   CSimpleFont::MarkCode(program, nCode, used);
+  bool bFound = false;
   const char32_t nNamed = FindCodeCharacter(nCode);
   if (const auto* pTrueType = dynamic_cast<const CFontProgramTrueType*>(&program))
     for (const char32_t nCharacter : {nNamed, GetSimpleEncoding().GetUnicode32(nCode)})
-      pTrueType->ForEachMapped(nCode, nCharacter, [&](int nGlyph) { MarkGlyph(used, nGlyph); });
+      pTrueType->ForEachMapped(nCode, nCharacter,
+                               [&](int nGlyph)
+                               {
+                                 bFound = bFound || nGlyph > 0;
+                                 MarkGlyph(used, nGlyph);
+                               });
+  if (bFound || GetSimpleEncoding().GetGlyphName(nCode))
+    return;
+  // Readers take the names of StandardEncoding where the tables say nothing.
+  const auto pStandard = m_registry.GetPredefinedEncoding("StandardEncoding");
+  MarkGlyph(used, program.GetGlyphIndexByName(pStandard->GetGlyphName(nCode)));
+  MarkGlyph(used, program.GetGlyphIndexByUnicode(pStandard->GetUnicode32(nCode)));
 }
 
 void CTrueTypeFont::FindByName(CFontProgram& program, unsigned nCode, TGlyphs& glyphs) const

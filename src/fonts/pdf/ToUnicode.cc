@@ -24,8 +24,18 @@ void TraceConflict(unsigned nFirst, unsigned nLast, std::span<const char16_t> ol
 {
   if (!BSE::CTracer::IsOn())
     return;
-  BSE::CTracer::Trace("D", "ToUnicode CMap", "Conflicting range 0x%04X - 0x%04X: 0x%04X vs. 0x%04X", nFirst,
-                      nLast, old.empty() ? 0U : unsigned{old[0]}, text.empty() ? 0U : unsigned{text[0]});
+  if (old.size() == 1 && text.size() == 1)
+  {
+    BSE::CTracer::Trace("D", "ToUnicode CMap", "Conflicting range 0x%04X - 0x%04X: 0x%04X vs. 0x%04X", nFirst,
+                        nLast, unsigned{old[0]}, unsigned{text[0]});
+    return;
+  }
+  wchar_t szOld[CToUnicode::g_nMaxUnits + 1] = {};
+  wchar_t szText[CToUnicode::g_nMaxUnits + 1] = {};
+  std::copy(old.begin(), old.end(), szOld);
+  std::copy(text.begin(), text.end(), szText);
+  BSE::CTracer::Trace("D", "ToUnicode CMap", "Conflicting range 0x%04X - 0x%04X: '%S' vs. '%S'", nFirst,
+                      nLast, szOld, szText);
 }
 
 }  // namespace

@@ -59,7 +59,8 @@ public:
   // has changed, if there is none or it cannot be converted.
   bool Convert(bool bSymbolic, int nGlyphs, CFontLog& log);
 
-  // Takes away the codes of glyphs that are not marked. Subtables of other formats stay as they are.
+  // Takes away the codes of glyphs that are not marked. Subtables that nothing is found in, damaged or in
+  // another format, stay as they are.
   void KeepCodes(const BSE::CBasicArray<unsigned char>& used, CFontLog& log);
 
 private:

@@ -187,7 +187,9 @@ void CCMap::KeepCodes(const BSE::CBasicArray<unsigned char>& used, CFontLog& log
       if (used[static_cast<int>(mapping.m_nGlyph)] != 0)
         kept.Add(mapping);
     CTableWriter writer;
-    if (bRead && MakeSubtable(subtable.m_nFormat, kept.GetSpan(), subtable.m_nLanguage, writer))
+    // Readers leave out a damaged one that leads nowhere, and go by other ways; a sound one would stop them.
+    if (bRead && !mappings.IsEmpty() &&
+        MakeSubtable(subtable.m_nFormat, kept.GetSpan(), subtable.m_nLanguage, writer))
       all.Append(writer.Detach().GetSpan());
     else
       all.Append(GetPart(subtable).Take(subtable.m_nLength));

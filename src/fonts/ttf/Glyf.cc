@@ -25,6 +25,11 @@ bool Refuse(const char* szSeverity, const char* szText)
   return false;
 }
 
+bool IsWithin(const BSE::CByteCursor& cursor)
+{
+  return !cursor.HasFailed() || Refuse("E", "Glyph larger than indicated by loca table.");
+}
+
 // Flags and coordinates of nPoints points, run by run.
 bool MeasurePoints(BSE::CByteCursor& cursor, int nPoints)
 {
@@ -43,7 +48,7 @@ bool MeasurePoints(BSE::CByteCursor& cursor, int nPoints)
                                           GetCoordinateSize(nFlag, g_nYShort, g_nYSame));
   }
   cursor.Skip(nCoordinates);
-  return !cursor.HasFailed();
+  return IsWithin(cursor);
 }
 
 bool MeasureSimple(BSE::CByteCursor& cursor, TGlyphShape& shape)
@@ -83,7 +88,7 @@ bool MeasureComposite(std::span<const unsigned char> data, TGlyphShape& shape)
       return Refuse("I", "Instruction length exceeds table length.");
   }
   shape.m_nLength = cursor.GetOffset();
-  return !cursor.HasFailed();
+  return IsWithin(cursor);
 }
 
 }  // namespace

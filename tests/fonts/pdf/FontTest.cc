@@ -28,7 +28,8 @@ TEST(SimpleFonts, HaveWidthsFromWhereTheyAre)
   const int nSymbol =
       builder.AddObject("<</Type/Font/Subtype/Type1/BaseFont/Symbol/Encoding<</Differences[1/alpha]>>>>");
   const int nType3 = builder.AddObject(
-      "<</Type/Font/Subtype/Type3/FontMatrix[.01 0 0 .01 0 0]/FirstChar -1/Widths[1 2 3]/CharProcs<</a 4 0 "
+      "<</Type/Font/Subtype/Type3/FontMatrix[.01 0 0 .01 0 0]/FirstChar -1/LastChar 1/Widths[1 2 3 "
+      "4]/CharProcs<</a 4 0 "
       "R>>"
       "/Encoding<</Differences[1/a]>>>>");
   const int nCopy = builder.AddObject("<</BaseFont/Arial,Bold/Subtype/TrueType/Name/F9/Type/Font>>");
@@ -51,6 +52,7 @@ TEST(SimpleFonts, HaveWidthsFromWhereTheyAre)
   const auto pType3 = document.GetFont(nType3);
   EXPECT_EQ(pType3->GetGlyphSpaceFactor(), 0.01);
   EXPECT_EQ(pType3->GetWidth(1), 3);
+  EXPECT_EQ(pType3->GetWidth(2), 0);
   EXPECT_EQ(pType3->GetCharProc(1).GetObjNumber(), 4);
   EXPECT_EQ(document.GetFont(nCopy), pStandard) << "the same but for its name as a resource";
   EXPECT_FALSE(document.GetFont(nNone));
@@ -106,6 +108,9 @@ TEST(CompositeFonts, HaveMetricsByCID)
   EXPECT_EQ(metrics.m_dX, 450);
   EXPECT_EQ(metrics.m_dY, 800);
   EXPECT_EQ(metrics.m_dMove, -900);
+  pFont->ResetWidths();
+  pFont->SetWidth(1, 5);
+  EXPECT_EQ(pFont->GetVerticalWidth(1), -500) << "read without a width before";
   EXPECT_FALSE(pFont->AreAllGlyphsUsed());
   EXPECT_TRUE(document.GetFont(nUnknown)->AreAllGlyphsUsed());
   EXPECT_FALSE(document.GetFont(nEmpty));
@@ -200,6 +205,26 @@ TEST(EmbeddedFonts, KeepGlyphsOfOddTables)
     EXPECT_EQ(used[static_cast<std::size_t>(nGlyph)], 1);
     EXPECT_EQ(std::count(used.begin(), used.end(), 0) == 0, nFormat != 6);
   }
+}
+
+TEST(EmbeddedFonts, GoByStandardNamesWithoutCodes)
+{
+  const std::filesystem::path path = "/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf";
+  if (!std::filesystem::exists(path))
+    GTEST_SKIP() << "needs " << path;
+  std::string sFont = Support::ReadFile(path);
+  sFont.replace(sFont.find("cmap"), 4, "none");
+  Support::CPdfBuilder builder;
+  const int nFont = builder.AddObject("<</Type/Font/Subtype/TrueType/FontDescriptor<</Flags 4/FontFile2 " +
+                                      Number(builder.AddFlateStream(sFont)) + ">>>>");
+  Fonts::CFontDocument document(builder.Build());
+  const auto pFont = document.GetFont(nFont);
+  PDF::CFontProgram* pProgram = pFont->GetProgram();
+  ASSERT_TRUE(pProgram);
+  pFont->GetUsedChars()['E'] = 1;
+  pFont->MarkUsedGlyphs(*pProgram);
+  for (const int nGlyph : {pProgram->GetGlyphIndexByName("E"), int{'E'}})
+    EXPECT_EQ(pProgram->GetUsedGlyphs()[static_cast<std::size_t>(nGlyph)], 1);
 }
 
 BSE::CScopedPtr<PDF::CFontProgram> ReadProgram(PDF::CFontProgram& program)
