@@ -18,6 +18,7 @@ namespace PFB
 namespace
 {
 
+// The empty ones are for flex. Interpreters know all four by their numbers, and look for this text at most.
 constexpr const char* g_szHintReplacement =
     "% This code to be used for hint replacement only.\n"
     "/OtherSubrs\n[{} {} {}\n{systemdict /internaldict known not\n{pop 3}\n"
