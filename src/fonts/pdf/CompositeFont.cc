@@ -158,8 +158,15 @@ void CType0Font::MarkUsedGlyphs(CFontProgram& program) const
     std::fill(used.begin(), used.end(), static_cast<unsigned char>(1));
     return;
   }
-  ForEachUsed([&](unsigned nCID)
-              { MarkGlyph(used, map.IsEmpty() ? static_cast<int>(nCID) : map[static_cast<int>(nCID)]); });
+  ForEachUsed(
+      [&](unsigned nCode)
+      {
+        const auto nCID = static_cast<int>(nCode);
+        const int nGlyph = map.IsEmpty() ? nCID : map[nCID];
+        MarkGlyph(used, nGlyph);
+        if (std::cmp_greater_equal(nGlyph, used.size()) || (nGlyph == 0 && nCID != 0 && program.IsCIDKeyed()))
+          program.NoteMissingCID(program.IsCIDKeyed() ? nCID : nGlyph);
+      });
 }
 
 }  // namespace PDF

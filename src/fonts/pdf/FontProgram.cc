@@ -174,9 +174,51 @@ std::span<unsigned char> CFontProgram::GetUsedGlyphs()
   return m_used.GetSpan();
 }
 
+void CFontProgram::AddMissing(const TMissing& missing)
+{
+  if (m_missing.GetSize() <= g_nMaxMissing)
+    m_missing.Add(missing);
+}
+
+void CFontProgram::NoteMissing(unsigned nCode, const char* szName, char32_t nCharacter)
+{
+  AddMissing({-1, nCode, m_pool.Keep(szName), nCharacter});
+}
+
+void CFontProgram::NoteMissingCID(int nCID)
+{
+  AddMissing({nCID, 0, nullptr, 0});
+}
+
+// Whether there are glyphs for codes that the other program has none for.
+bool CFontProgram::HasAnyOf(const CFontProgram& other)
+{
+  const std::span<const TMissing> missing = other.m_missing.GetSpan();
+  const auto Has = [this](const TMissing& code)
+  {
+    return code.m_nCID >= 0
+               ? GetGlyphIndexByCID(code.m_nCID) > 0
+               : GetGlyphIndexByCode(code.m_nCode) > 0 || GetGlyphIndexByName(code.m_szName) > 0 ||
+                     (code.m_nCharacter != 0 && GetGlyphIndexByUnicode(code.m_nCharacter) > 0);
+  };
+  return std::cmp_greater(missing.size(), g_nMaxMissing) || std::any_of(missing.begin(), missing.end(), Has);
+}
+
 TMergeResult CFontProgram::Merge(CFontProgram& other, unsigned nUsage)
 {
+  if (HasAnyOf(other) || other.HasAnyOf(*this))
+  {
+    if (BSE::CTracer::IsOn())
+      BSE::CTracer::Trace("D", "PDF Font Program", "Aborting merge because of codes without a glyph.");
+    return eNotMerged;
+  }
   const TMergeResult nResult = DoMerge(other, nUsage);
+  for (int i = 0; nResult != eNotMerged && i < other.m_missing.GetSize(); ++i)
+  {
+    TMissing missing = other.m_missing[i];
+    missing.m_szName = m_pool.Keep(missing.m_szName);
+    AddMissing(missing);
+  }
   if (nResult == eMerged)
     NotifyChanged();
   return nResult;

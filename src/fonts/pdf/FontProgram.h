@@ -177,6 +177,11 @@ public:
   // done.
   virtual bool Subset(unsigned nUsage) = 0;
 
+  // A code that is used has no glyph here: of a font by its number, name and character, or a CID. What is
+  // shown instead must not change when glyphs come from another program.
+  void NoteMissing(unsigned nCode, const char* szName, char32_t nCharacter);
+  void NoteMissingCID(int nCID);
+
   // Takes over the glyphs of another program that are missing here, where all others are the same.
   TMergeResult Merge(CFontProgram& other, unsigned nUsage);
 
@@ -225,6 +230,21 @@ protected:
   BSE::CBasicArray<unsigned char> m_used;
 
 private:
+  struct TMissing
+  {
+    int m_nCID;  // -1 for a code
+    unsigned m_nCode;
+    const char* m_szName;  // kept, or null
+    char32_t m_nCharacter;
+  };
+
+  void AddMissing(const TMissing& missing);
+  bool HasAnyOf(const CFontProgram& other);
+
+  // Codes of which a program can lack a glyph before it is left as it is.
+  static constexpr int g_nMaxMissing = 4096;
+
+  BSE::CBasicArray<TMissing> m_missing;
   BSE::CPtrArray<const char> m_names;  // of glyphs, as far as they were asked for
   CNamePool m_pool;
 };

@@ -202,7 +202,15 @@ void CSimpleFont::MarkUsedGlyphs(CFontProgram& program) const
     used[0] = 1;
   if (AreAllGlyphsUsed() || program.HasUnknownCodes())
     std::fill(used.begin(), used.end(), static_cast<unsigned char>(1));
-  ForEachUsed([&](unsigned nCode) { MarkCode(program, nCode, used); });
+  ForEachUsed(
+      [&](unsigned nCode)
+      {
+        MarkCode(program, nCode, used);
+        TGlyphs glyphs;
+        FindGlyphs(program, nCode, glyphs);
+        if (glyphs.m_nCount == 0 && !AreAllGlyphsUsed())
+          program.NoteMissing(nCode, GetSimpleEncoding().GetGlyphName(nCode), FindCodeCharacter(nCode));
+      });
 }
 
 char32_t CSimpleFont::FindCodeCharacter(unsigned nCode) const

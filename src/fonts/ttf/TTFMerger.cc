@@ -198,11 +198,11 @@ bool CTTFMerger::MatchByCodes()
   return TakeComponents() && IsAllMatched();
 }
 
-// A glyph without a code may be asked for by its name, and would be lost.
+// A glyph without a code may be asked for by its name, and would be lost, a blank one too.
 bool CTTFMerger::IsAllMatched() const
 {
   for (int i = 0; i < m_map.GetSize(); ++i)
-    if (m_map[i] < 0 && IsOtherUsed(i) && !m_other.GetGlyph(i).empty())
+    if (m_map[i] < 0 && IsOtherUsed(i) && (!m_otherUsed.empty() || !m_other.GetGlyph(i).empty()))
       return Abort("Aborting TTF merge because of a glyph without a code (GID %d)", i);
   return true;
 }

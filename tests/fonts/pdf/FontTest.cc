@@ -241,6 +241,26 @@ BSE::CScopedPtr<PDF::CFontProgram> ReadProgram(const std::filesystem::path& path
   return PDF::CFontProgram::Create(stream, "", true, nullptr);
 }
 
+// What is shown for a code without a glyph must not become another one's glyph.
+TEST(FontPrograms, MergeWhereNoCodeGetsAGlyph)
+{
+  const std::filesystem::path path = "/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf";
+  if (!std::filesystem::exists(path))
+    GTEST_SKIP() << "needs " << path;
+  const auto pFirst = ReadProgram(path);
+  const auto pSecond = ReadProgram(path);
+  pSecond->NoteMissing(300, "nobody", 0x10FFFD);
+  pSecond->NoteMissingCID(65000);
+  EXPECT_EQ(pFirst->Merge(*pSecond, PDF::g_nUsedByCID), PDF::eIdentical);
+  for (const char32_t nCharacter : {U'\0', U'H'})
+  {
+    const auto pThird = ReadProgram(path);
+    pThird->NoteMissing(300, nCharacter == 0 ? "H" : nullptr, nCharacter);
+    EXPECT_EQ(pFirst->Merge(*pThird, PDF::g_nUsedByCID), PDF::eNotMerged);
+    EXPECT_EQ(pThird->Merge(*pFirst, PDF::g_nUsedByCID), PDF::eNotMerged);
+  }
+}
+
 // From glyphs to other formats and back to the same names, codes and widths.
 TEST(FontPrograms, AreConverted)
 {
