@@ -769,15 +769,17 @@ BREVEX_API void BrevexSetConvertToCFF(TBrevexHandle* pHandle, int bValue);
  * document is closed; one that is made before the first open is for that document. No profile touches them.
  * False, and nothing changes, for a null or empty name, a name of more than 256 bytes of UTF-8, a null or
  * empty new name, and a text that is not valid in its encoding. Leaves the error code alone. The first save
- * of the open document carries the requests out, and those that come later are for the next document.
+ * of the open document carries the requests out, and those that come later are for the next document. It
+ * reports a name that is none of the document's fonts (0x80410781), and a dictionary that is no object of its
+ * own and keeps its name (0x80410605), without failing.
  */
 BREVEX_API int BrevexRenameFontA(TBrevexHandle* pHandle, const char* szName, const char* szNewName);
 BREVEX_API int BrevexRenameFontW(TBrevexHandle* pHandle, const TBrevexChar* szName,
                                  const TBrevexChar* szNewName);
 
 /* Takes the embedded programs of the fonts of this name out of the document, so that a reader shows a font of
- * its own in their place. "*" stands for all fonts. A simple font whose text is not known stays embedded.
- * Otherwise as BrevexRenameFontA.
+ * its own in their place. "*" stands for all fonts. A simple font whose text is not known stays embedded,
+ * which is reported if it was named (0x80410782). Otherwise as BrevexRenameFontA.
  */
 BREVEX_API int BrevexUnembedFontA(TBrevexHandle* pHandle, const char* szName);
 BREVEX_API int BrevexUnembedFontW(TBrevexHandle* pHandle, const TBrevexChar* szName);

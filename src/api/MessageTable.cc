@@ -16,7 +16,7 @@ constexpr BSE::TMessageRow g_messages[] = {
 #include "api/MessageTable.inc"
 };
 
-static_assert(std::size(g_messages) == 800);
+static_assert(std::size(g_messages) == 802);
 static_assert(std::ranges::adjacent_find(g_messages, std::greater_equal<>(), &BSE::TMessageRow::m_nCode) ==
               std::ranges::end(g_messages));
 

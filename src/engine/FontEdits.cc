@@ -43,6 +43,11 @@ const CFontEdit* CFontEdits::Find(const char* szName) const
       m_edits.GetValue(m_edits.Lookup(szName, static_cast<std::size_t>(nLength))));
 }
 
+BSE::CStr8 CFontEdits::GetName(int nIndex) const
+{
+  return {static_cast<const char*>(m_edits.GetKey(nIndex)), static_cast<int>(m_edits.GetKeyLength(nIndex))};
+}
+
 CFontEdit* CFontEdits::FindOrAdd(const BSE::CStr8& name)
 {
   if (name.IsEmpty() || name.GetLength() > g_nMaxNameLength)

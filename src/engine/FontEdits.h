@@ -45,6 +45,9 @@ public:
   // Null for a name without a record; a null or empty one has none.
   const CFontEdit* Find(const char* szName) const;
 
+  // Names in the order in which they came first, from 0 to GetCount.
+  BSE::CStr8 GetName(int nIndex) const;
+
   int GetCount() const { return m_edits.GetCount(); }
   void RemoveAll();
 

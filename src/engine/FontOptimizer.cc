@@ -3,6 +3,7 @@
 
 #include "engine/FontOptimizer.h"
 
+#include "base/BasicMap.h"
 #include "base/Tracer.h"
 #include "document/Document.h"
 #include "engine/FontEmbedder.h"
@@ -12,6 +13,7 @@
 #include "engine/FontUnembedder.h"
 #include "engine/FontWriter.h"
 #include "engine/StandardFontReplacer.h"
+#include "engine/StatusCodes.h"
 
 namespace PDF
 {
@@ -43,6 +45,7 @@ CFontOptimizer::CFontOptimizer(CFontEditor& editor, const CFontEdits& edits)
 
 void CFontOptimizer::Run()
 {
+  ReportUnknownNames();
   const bool bClaim = m_editor.GetDocument().GetConformance().IsArchival();
   if (m_edits.m_bUnembedFonts)
     CFontUnembedder(m_editor, m_edits).Run();
@@ -67,6 +70,25 @@ void CFontOptimizer::Run()
   TraceResults();
 }
 
+// A name that is misspelt would change nothing, and nobody would know.
+void CFontOptimizer::ReportUnknownNames()
+{
+  BSE::CValueKeyPtrMap<const CFontEdit*, CFont> met;
+  for (int i = 0; i < m_editor.GetFonts().GetFontCount(); ++i)
+    if (CFont* pFont = m_editor.GetFonts().GetFont(i); !pFont->IsType3())
+      if (const CFontEdit* pEdit = m_edits.Find(GetPlainName(*pFont)))
+        met.SetAt(pEdit, pFont);
+  for (int i = 0; i < m_edits.GetCount(); ++i)
+  {
+    const BSE::CStr8 name = m_edits.GetName(i);
+    const CFontEdit* pEdit = m_edits.Find(name.GetText());
+    const bool bAny = pEdit && pEdit->m_bUnembed && KeyEquals(name.GetText(), CFontEdits::g_szAnyFont);
+    if (!bAny && !met.Contains(pEdit))
+      BSE::ReportError(m_editor.GetDocument().GetErrorContext(),
+                       BSE::MakeError(g_nFontUnknownName, "font", name.GetText()));
+  }
+}
+
 void CFontOptimizer::RenameFonts()
 {
   for (int i = 0; i < m_editor.GetFonts().GetFontCount(); ++i)
@@ -78,8 +100,7 @@ void CFontOptimizer::RenameFonts()
     const CObjectPtr object = m_editor.EditFont(font);
     if (!object)
     {
-      if (BSE::CTracer::IsOn())
-        BSE::CTracer::Trace("I", "PDF Optimizer", "Font \"%s\" keeps its name.", font.GetBaseName());
+      BSE::ReportError(font.GetObject().Get(), BSE::MakeError(g_nDirectObject, "key", "Font"));
       continue;
     }
     const char* szName = pEdit->m_sNewName.GetText();

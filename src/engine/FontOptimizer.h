@@ -24,6 +24,7 @@ public:
   bool IsClaimLost() const { return m_bClaimLost; }
 
 private:
+  void ReportUnknownNames();
   void RenameFonts();
   void TraceResults();
 

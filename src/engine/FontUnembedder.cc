@@ -1,6 +1,7 @@
 #include "engine/FontUnembedder.h"
 
 #include "base/Tracer.h"
+#include "engine/StatusCodes.h"
 #include "fonts/pdf/StandardFonts.h"
 #include "pdf/ArrayObject.h"
 #include "pdf/DictionaryObject.h"
@@ -79,16 +80,30 @@ bool CFontUnembedder::IsWanted(const CFont& font) const
 }
 
 // Without a text for its codes nobody knows what a simple font shows.
-bool CFontUnembedder::CanUnembed(CFont& font)
+bool CFontUnembedder::HasText(CFont& font)
 {
   bool bText = font.IsComposite() || font.HasToUnicode();
   for (unsigned nCode = 1; !font.IsComposite() && bText && nCode < font.GetUsedChars().size(); ++nCode)
     bText = font.GetUsedChars()[nCode] == 0 || FindTextName(font, nCode);
-  if (bText && m_editor.EditDescendant(font) && m_editor.EditDescriptor(font))
+  return bText;
+}
+
+bool CFontUnembedder::CanUnembed(CFont& font)
+{
+  if (HasText(font) && m_editor.EditDescendant(font) && m_editor.EditDescriptor(font))
     return true;
-  if (BSE::CTracer::IsOn())
-    BSE::CTracer::Trace("I", "PDF Optimizer", "Font \"%s\" stays embedded.", font.GetBaseName());
+  ReportKept(font);
   return false;
+}
+
+// Who asks for all fonts gets those that can do without.
+void CFontUnembedder::ReportKept(const CFont& font) const
+{
+  if (const CFontEdit* pEdit = m_edits.Find(GetPlainName(font)); pEdit && pEdit->m_bUnembed)
+    BSE::ReportError(font.GetObject().Get(),
+                     BSE::MakeError(g_nFontStaysEmbedded, "font", font.GetBaseName()));
+  else if (BSE::CTracer::IsOn())
+    BSE::CTracer::Trace("I", "PDF Optimizer", "Font \"%s\" stays embedded.", font.GetBaseName());
 }
 
 void CFontUnembedder::CollectShared()
@@ -137,6 +152,7 @@ void CFontUnembedder::Unembed(CFont& font)
   if (!descriptor)
   {
     font.m_nOptimizeState &= ~unsigned{eFontUnembedded};
+    ReportKept(font);
     return;
   }
   if (font.IsComposite())

@@ -22,6 +22,8 @@ public:
 private:
   bool IsWanted(const CFont& font) const;
   bool CanUnembed(CFont& font);
+  static bool HasText(CFont& font);
+  void ReportKept(const CFont& font) const;
   void CollectShared();
   bool IsShared(const CObjectPtr& object) const;
   void Unembed(CFont& font);

@@ -318,7 +318,7 @@ TEST_F(FontOptimizer, RenamesAndUnembeds)
   ASSERT_TRUE(m_optimizer.GetFontEdits().Unembed(BSE::CStr8("NoText")));
   ASSERT_TRUE(m_optimizer.GetFontEdits().Unembed(BSE::CStr8("SomeText")));
   ASSERT_TRUE(m_optimizer.GetFontEdits().Rename(BSE::CStr8("Stays"), BSE::CStr8("Other")));
-  Save();
+  Save({}, PDF::g_nFontStaysEmbedded);
   EXPECT_EQ(Name(0), "Gone");
   EXPECT_TRUE(Descriptor(0)["FontFile2"].IsNull());
   EXPECT_EQ(Descriptor(0)["Flags"].GetIntegerValue(), 32);
@@ -327,6 +327,23 @@ TEST_F(FontOptimizer, RenamesAndUnembeds)
   EXPECT_EQ(Name(1).substr(6), "+Other");
   for (const int nPage : {1, 2, 3})
     EXPECT_TRUE(Descriptor(nPage)["FontFile2"].IsStream());
+}
+
+// All fonts may be none; those of a name, or of one that is only like it, are missed.
+TEST_F(FontOptimizer, ReportsNamesOfNoFont)
+{
+  AddPage("(A)", m_file.Add("<</Type/Font/Subtype/Type1/BaseFont/ABCDEF+Helvetica>>"));
+  for (const auto& [szName, nReport] :
+       {std::pair<const char*, unsigned>{"*", 0}, {"Helvetica", 0}, {"helvetica", PDF::g_nFontUnknownName}})
+  {
+    BSE::CErrorHandler errors;
+    PDF::COptimizer optimizer(&errors);
+    ASSERT_TRUE(optimizer.GetFontEdits().Unembed(BSE::CStr8(szName)));
+    const BSE::CObjectPtr<BSE::IByteStream> pOutput(new BSE::CMemoryStream);
+    ASSERT_TRUE(optimizer.Open(Engine::MakeStream(CSmallFile(m_file).Build("")).Get(), nullptr));
+    EXPECT_TRUE(optimizer.Save(pOutput.Get(), {}));
+    EXPECT_EQ(errors.GetLastCode(), nReport) << szName;
+  }
 }
 
 TEST_F(FontOptimizer, ReplacesStandardFonts)
