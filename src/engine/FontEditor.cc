@@ -64,6 +64,13 @@ CObjectPtr CFontEditor::EditDescriptor(CFont& font)
   return EditDescendant(font)["FontDescriptor"];
 }
 
+BSE::IErrorContext* CFontEditor::GetContext(const CFont& font) const
+{
+  if (font.GetObject().IsIndirect())
+    return font.GetObject().Get();
+  return m_document.GetErrorContext();
+}
+
 void CFontEditor::Replace(const CObjectPtr& object, const CObjectPtr& by)
 {
   const int nNumber = object.GetObjNumber();

@@ -35,6 +35,9 @@ public:
   // The same for any object, which is loaded. False for one that cannot be read.
   static bool Edit(const CObjectPtr& object);
 
+  // Where to report what becomes of a font. One that is direct where it is used knows no file.
+  BSE::IErrorContext* GetContext(const CFont& font) const;
+
   // From now on the copy has the one where the other one was.
   void Replace(const CObjectPtr& object, const CObjectPtr& by);
 

@@ -120,7 +120,7 @@ void CFontEmbedder::Embed(CFont& font, const CFontEdit& edit)
 {
   if (!m_editor.EditDescendant(font))
   {
-    BSE::ReportError(font.GetObject().Get(), BSE::MakeError(g_nDirectObject, "key", "Font"));
+    BSE::ReportError(m_editor.GetContext(font), BSE::MakeError(g_nDirectObject, "key", "Font"));
     return;
   }
   TChoice choice;

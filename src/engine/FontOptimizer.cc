@@ -78,15 +78,21 @@ void CFontOptimizer::ReportUnknownNames()
     if (CFont* pFont = m_editor.GetFonts().GetFont(i); !pFont->IsType3())
       if (const CFontEdit* pEdit = m_edits.Find(GetPlainName(*pFont)))
         met.SetAt(pEdit, pFont);
+  // In one report, since those that differ in words alone count as the same.
+  BSE::CStr8 unknown;
   for (int i = 0; i < m_edits.GetCount(); ++i)
   {
     const BSE::CStr8 name = m_edits.GetName(i);
     const CFontEdit* pEdit = m_edits.Find(name.GetText());
     const bool bAny = pEdit && pEdit->m_bUnembed && KeyEquals(name.GetText(), CFontEdits::g_szAnyFont);
-    if (!bAny && !met.Contains(pEdit))
-      BSE::ReportError(m_editor.GetDocument().GetErrorContext(),
-                       BSE::MakeError(g_nFontUnknownName, "font", name.GetText()));
+    if (bAny || met.Contains(pEdit))
+      continue;
+    unknown.Append(unknown.IsEmpty() ? "" : "', '");
+    unknown.Append(name.GetText());
   }
+  if (!unknown.IsEmpty())
+    BSE::ReportError(m_editor.GetDocument().GetErrorContext(),
+                     BSE::MakeError(g_nFontUnknownName, "font", unknown.GetText()));
 }
 
 void CFontOptimizer::RenameFonts()
@@ -100,7 +106,7 @@ void CFontOptimizer::RenameFonts()
     const CObjectPtr object = m_editor.EditFont(font);
     if (!object)
     {
-      BSE::ReportError(font.GetObject().Get(), BSE::MakeError(g_nDirectObject, "key", "Font"));
+      BSE::ReportError(m_editor.GetContext(font), BSE::MakeError(g_nDirectObject, "key", "Font"));
       continue;
     }
     const char* szName = pEdit->m_sNewName.GetText();

@@ -100,7 +100,7 @@ bool CFontUnembedder::CanUnembed(CFont& font)
 void CFontUnembedder::ReportKept(const CFont& font) const
 {
   if (const CFontEdit* pEdit = m_edits.Find(GetPlainName(font)); pEdit && pEdit->m_bUnembed)
-    BSE::ReportError(font.GetObject().Get(),
+    BSE::ReportError(m_editor.GetContext(font),
                      BSE::MakeError(g_nFontStaysEmbedded, "font", font.GetBaseName()));
   else if (BSE::CTracer::IsOn())
     BSE::CTracer::Trace("I", "PDF Optimizer", "Font \"%s\" stays embedded.", font.GetBaseName());

@@ -111,9 +111,16 @@ bool IsSymbolMap(std::span<const unsigned char> cmap)
   return bSymbol;
 }
 
+// The free fonts in place of those of PostScript printers say nothing of serifs but by their names.
 bool HasSerifWord(const char* szName)
 {
-  return std::strstr(szName, "Serif") || std::strstr(szName, "Roman") || std::strstr(szName, "Times");
+  if (std::strstr(szName, "Sans"))
+    return false;
+  for (const char* szWord : {"Serif", "Roman", "Times", "Courier", "NimbusMono", "Bookman", "Bookm",
+                             "Palladio", "Schoolbook", "CenturySchL", "C059", "P052"})
+    if (std::strstr(szName, szWord))
+      return true;
+  return false;
 }
 
 // By the class of the family, or by PANOSE, which few fonts have both.
@@ -139,7 +146,7 @@ void FillStyle(const TTF::COS_2& os2, const TTF::CHead& head, const TTF::CPost& 
   font.m_bItalic = (os2.m_nFsSelection & (nItalic | nOblique)) != 0 || (head.m_nMacStyle & 2) != 0 ||
                    post.m_nItalicAngle != 0;
   font.m_bFixedPitch = post.m_nIsFixedPitch != 0 || (bText && os2.m_panose[3] == 9);
-  font.m_bSerif = IsSerif(os2, ToUtf8(font.m_sFamily).GetText());
+  font.m_bSerif = IsSerif(os2, ToUtf8(font.m_sName).GetText());
   font.m_bScript = os2.m_nFamilyClass >> 8 == 10 || os2.m_panose[0] == 3;
   font.m_bNarrow = os2.m_nWidthClass > 0 && os2.m_nWidthClass < 5;
   font.m_bExpanded = os2.m_nWidthClass > 5;

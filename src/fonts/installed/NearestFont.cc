@@ -7,6 +7,8 @@
 #include "fonts/pdf/Font.h"
 #include "fonts/pdf/StandardFonts.h"
 
+#include <cstring>
+
 namespace PDF
 {
 
@@ -62,7 +64,8 @@ constexpr TScriptFont g_scriptFonts[] = {
     {-1, -1, u"NotoSans-Regular"},
     {-1, -1, u"NotoSerif-Regular"}};
 
-// Fonts that were made in the measures of the standard ones, by the names of these.
+// Fonts that were made in the measures of the standard ones, by the names of these, and of the narrow ones
+// that many documents take for granted as well.
 struct TClones
 {
   const char* m_szStandard;
@@ -80,12 +83,31 @@ constexpr TClones g_clones[] = {
     {"Helvetica-BoldOblique",
      {u"NimbusSans-BoldItalic", u"NimbusSanL-BoldItal", u"LiberationSans-BoldItalic"}},
     {"Helvetica-Oblique", {u"NimbusSans-Italic", u"NimbusSanL-ReguItal", u"LiberationSans-Italic"}},
+    {"Narrow", {u"NimbusSansNarrow-Regular", u"NimbusSanL-ReguCond", u"LiberationSansNarrow"}},
+    {"Narrow-Bold", {u"NimbusSansNarrow-Bold", u"NimbusSanL-BoldCond", u"LiberationSansNarrow-Bold"}},
+    {"Narrow-BoldOblique",
+     {u"NimbusSansNarrow-BoldOblique", u"NimbusSanL-BoldCondItal", u"LiberationSansNarrow-BoldItalic"}},
+    {"Narrow-Oblique",
+     {u"NimbusSansNarrow-Oblique", u"NimbusSanL-ReguCondItal", u"LiberationSansNarrow-Italic"}},
     {"Symbol", {u"StandardSymbolsPS", u"StandardSymL", nullptr}},
     {"Times-Bold", {u"NimbusRoman-Bold", u"NimbusRomNo9L-Medi", u"LiberationSerif-Bold"}},
     {"Times-BoldItalic",
      {u"NimbusRoman-BoldItalic", u"NimbusRomNo9L-MediItal", u"LiberationSerif-BoldItalic"}},
     {"Times-Italic", {u"NimbusRoman-Italic", u"NimbusRomNo9L-ReguItal", u"LiberationSerif-Italic"}},
     {"Times-Roman", {u"NimbusRoman-Regular", u"NimbusRomNo9L-Regu", u"LiberationSerif"}}};
+
+// The name of the measures in that table; null for any others.
+const char* FindMeasures(const CFontTarget& target, const TStandardFont* pStandard)
+{
+  static constexpr const char* aNarrow[] = {"Narrow", "Narrow-Oblique", "Narrow-Bold", "Narrow-BoldOblique"};
+  const BSE::CStr8 name = ToUtf8(target.m_sName);
+  if (pStandard)
+    return pStandard->m_szName;
+  if (!target.m_bNarrow ||
+      (!std::strstr(name.GetText(), "Arial") && !std::strstr(name.GetText(), "Helvetica")))
+    return nullptr;
+  return aNarrow[target.m_bBold * 2 + target.m_bItalic];
+}
 
 // Japanese fonts with serifs and without.
 constexpr const char16_t* g_japaneseFonts[2][4] = {
@@ -132,9 +154,10 @@ const CInstalledFont* CInstalledFontCollection::FindByName(const CFont& font, co
   const CInstalledFont* pFound = pStandard ? Find(ToUtf16(pStandard->m_szName).GetText()) : nullptr;
   if (!pFound)
     pFound = Find(target.m_sName.GetText());
+  const char* szMeasures = FindMeasures(target, pStandard);
   for (const TClones& clones : g_clones)
     for (const char16_t* szName : clones.m_aNames)
-      if (!pFound && szName && pStandard && KeyEquals(pStandard->m_szName, clones.m_szStandard))
+      if (!pFound && szName && szMeasures && KeyEquals(szMeasures, clones.m_szStandard))
         pFound = Find(szName);
   return pFound;
 }

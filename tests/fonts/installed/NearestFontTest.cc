@@ -108,6 +108,8 @@ TEST_F(NearestFont, IsFoundByName)
   EXPECT_EQ(GetNearest("DejaVu#20Sans"), "DejaVuSans");
   Add(u"dejavuSANS");
   EXPECT_EQ(GetNearest("DejaVuSans"), "dejavuSANS") << "the last one";
+  Add(u"NimbusSansNarrow-Bold").m_bNarrow = 1;
+  EXPECT_EQ(GetNearest("ArialNarrow,Bold"), "NimbusSansNarrow-Bold");
   CInstalledFont& nameless = *new CInstalledFont;
   const BSE::CObjectPtr<CInstalledFont> pOwner(&nameless);
   EXPECT_FALSE(m_fonts.AddFont(nameless, false));
