@@ -37,6 +37,13 @@ void TraceFound(const char* szComponent, const char* szFormat, const CFontTarget
                         ToUtf8(found.m_sName).GetText());
 }
 
+const CInstalledFont* TraceNone(const CFont& font)
+{
+  if (BSE::CTracer::IsOn())
+    BSE::CTracer::Trace("E", "GetNearestFont", "No substition found for font %s.", font.GetBaseName());
+  return nullptr;
+}
+
 // Fonts that are known to have the scripts, in the order in which they are tried. Bits of -1 are any.
 struct TScriptFont
 {
@@ -95,6 +102,17 @@ constexpr TClones g_clones[] = {
      {u"NimbusRoman-BoldItalic", u"NimbusRomNo9L-MediItal", u"LiberationSerif-BoldItalic"}},
     {"Times-Italic", {u"NimbusRoman-Italic", u"NimbusRomNo9L-ReguItal", u"LiberationSerif-Italic"}},
     {"Times-Roman", {u"NimbusRoman-Regular", u"NimbusRomNo9L-Regu", u"LiberationSerif"}}};
+
+// Codes without an encoding in a font of symbols mean what they do in that font alone.
+bool HasOwnCodes(const CFont& font)
+{
+  constexpr int nSymbolic = 4;
+  constexpr int nNonsymbolic = 32;
+  const CFontDescriptor* pDescriptor = font.GetFontDescriptor();
+  return !font.IsComposite() && pDescriptor &&
+         (pDescriptor->GetFlags() & (nSymbolic | nNonsymbolic)) == nSymbolic &&
+         !font.GetObject()["Encoding"] && !FindStandardFont(font.GetBaseName());
+}
 
 // The name of the measures in that table; null for any others.
 const char* FindMeasures(const CFontTarget& target, const TStandardFont* pStandard)
@@ -174,10 +192,9 @@ const CInstalledFont* CInstalledFontCollection::FindMostAlike(const CFont& font,
       pBest = m_fonts[i];
       dBest = dDistance;
     }
-  if (pBest)
-    TraceFound("GetNearestFont", "Font %s replaced by nearest font %s.", target, *pBest);
-  else if (BSE::CTracer::IsOn())
-    BSE::CTracer::Trace("E", "GetNearestFont", "No substition found for font %s.", font.GetBaseName());
+  if (!pBest)
+    return TraceNone(font);
+  TraceFound("GetNearestFont", "Font %s replaced by nearest font %s.", target, *pBest);
   return pBest;
 }
 
@@ -218,6 +235,8 @@ const CInstalledFont* CInstalledFontCollection::GetNearestFont(const CFont& font
       TraceFound("GetNearestFont", "Font %s replaced by CJK font %s.", target, *pFound);
       return pFound;
     }
+  if (HasOwnCodes(font))
+    return TraceNone(font);
   const CInstalledFont* pVariable = nullptr;
   pInstance = MakeInstance(font, target, pVariable);
   return pInstance ? pVariable : FindMostAlike(font, target);

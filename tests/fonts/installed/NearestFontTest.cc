@@ -167,6 +167,8 @@ TEST_F(NearestFont, IsMostAlike)
   EXPECT_EQ(GetNearest("Anything", "/FontDescriptor<</Flags 34>>"), "Serif");
   EXPECT_EQ(GetNearest("Anything", "/FontDescriptor<</Flags 262176>>"), "SansBold");
   EXPECT_EQ(GetNearest("CourierNew"), "Mono");
+  EXPECT_EQ(GetNearest("Pictures", "/FontDescriptor<</Flags 4>>"), "none") << "letters are no pictures";
+  EXPECT_EQ(GetNearest("Pictures", "/Encoding/WinAnsiEncoding/FontDescriptor<</Flags 4>>"), "Sans");
   EXPECT_EQ(GetNearest("Anything", "/FontDescriptor<</Flags 32/Ascent 1e300/AvgWidth -1e40>>"), "Sans");
 }
 
