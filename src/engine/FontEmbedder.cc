@@ -165,14 +165,14 @@ void CFontEmbedder::LoadNearest(CFont& font, TChoice& choice) const
     BSE::ReportError(font.GetObject().Get(), BSE::MakeError(g_nFontMissing, "font", font.GetBaseName()));
 }
 
-// A file that cannot be opened is reported with the error of the system.
+// A file that cannot be opened is reported with the error of the system too, which does not name it.
 void CFontEmbedder::LoadFile(CFont& font, const CFontEdit& edit, TChoice& choice)
 {
   const auto pFile = OpenRegularFile(edit.m_sFontFile.GetText(), BSE::g_nMaxFontFile, font.GetObject().Get());
   BSE::CBasicArray<unsigned char> data;
   if (pFile && pFile->ReadToArray(data, BSE::g_nMaxFontFile))
     choice.m_pOwn = ReadProgram(std::move(data), GetPlainName(font), choice.m_reports);
-  if (pFile && !choice.m_pOwn)
+  if (!choice.m_pOwn)
     ReportUnreadable(font, edit.m_sFontFile.GetText());
 }
 

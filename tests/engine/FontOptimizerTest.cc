@@ -483,7 +483,7 @@ TEST_F(FontOptimizer, EmbedsNothingThatDoesNotFit)
   ASSERT_EQ(mkfifo((m_folder / "pipe").c_str(), 0600), 0);
   m_optimizer.GetFontEdits().Embed(BSE::CStr8("Pipe"), BSE::CStr8((m_folder / "pipe").c_str()));
   AddPage("(A)", m_file.Add("<</Type/Font/Subtype/Type1/BaseFont/Pipe>>"));
-  Save({}, EINVAL);
+  Save({}, FONT::g_nFontUnreadable);
   for (const int nPage : {0, 1, 2})
     EXPECT_TRUE(Descriptor(nPage).IsNull()) << nPage;
 }
