@@ -12,7 +12,6 @@
 
 #include <sys/stat.h>
 
-#include <cerrno>
 #include <cstdlib>
 
 #include <set>

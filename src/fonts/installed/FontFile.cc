@@ -116,7 +116,7 @@ bool HasSerifWord(const char* szName)
 {
   if (std::strstr(szName, "Sans"))
     return false;
-  for (const char* szWord : {"Serif", "Roman", "Times", "Courier", "NimbusMono", "Bookman", "Bookm",
+  for (const char* szWord : {"Serif", "Roman", "Times", "Courier", "NimbusMono", "Nimbus Mono", "Bookm",
                              "Palladio", "Schoolbook", "CenturySchL", "C059", "P052"})
     if (std::strstr(szName, szWord))
       return true;
@@ -146,7 +146,7 @@ void FillStyle(const TTF::COS_2& os2, const TTF::CHead& head, const TTF::CPost& 
   font.m_bItalic = (os2.m_nFsSelection & (nItalic | nOblique)) != 0 || (head.m_nMacStyle & 2) != 0 ||
                    post.m_nItalicAngle != 0;
   font.m_bFixedPitch = post.m_nIsFixedPitch != 0 || (bText && os2.m_panose[3] == 9);
-  font.m_bSerif = IsSerif(os2, ToUtf8(font.m_sName).GetText());
+  font.m_bSerif = IsSerif(os2, ToUtf8(font.m_sFamily).GetText());
   font.m_bScript = os2.m_nFamilyClass >> 8 == 10 || os2.m_panose[0] == 3;
   font.m_bNarrow = os2.m_nWidthClass > 0 && os2.m_nWidthClass < 5;
   font.m_bExpanded = os2.m_nWidthClass > 5;

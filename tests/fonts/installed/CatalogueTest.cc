@@ -84,6 +84,25 @@ protected:
 
 const std::vector<std::string> g_one = {g_szName};
 
+// Of a font that says no more than its name.
+TEST_F(Catalogue, KnowsSerifsByNames)
+{
+  for (const auto& [sName, bSerif] : {std::pair<std::string, bool>{"C059-Bold", true},
+                                      {"NimbusSans-Bold", false},
+                                      {"NimbusRoman-Bold", true},
+                                      {"MSSansSerif", false}})
+  {
+    Support::WriteFile(m_folder / "own.pfa", "%!PS-AdobeFont-1.0\n/FontName /" + sName + " def");
+    CInstalledFontCollection fonts;
+    fonts.AddFontDirectory((m_folder / "own.pfa").c_str());
+    fonts.Load(nullptr);
+    const CInstalledFont* pFont =
+        fonts.FindFont(BSE::CStr16(std::u16string(sName.begin(), sName.end()).c_str()).GetText());
+    ASSERT_TRUE(pFont) << sName;
+    EXPECT_EQ(pFont->m_bSerif != 0, bSerif) << sName;
+  }
+}
+
 TEST_F(Catalogue, PassesOverWhatIsNoFont)
 {
   const auto folder = m_folder / "fonts";
