@@ -4,6 +4,7 @@
 #include "base/MemoryStream.h"
 #include "base/Tracer.h"
 #include "engine/EmbeddedGlyphs.h"
+#include "engine/FontUse.h"
 #include "engine/StatusCodes.h"
 #include "fonts/common/StatusCodes.h"
 #include "fonts/installed/FontFile.h"
@@ -345,12 +346,7 @@ void CFontEmbedder::AddWidths(const CObjectPtr& object, CFont& font, const CSimp
   if (object["Widths"] || !pStandard)
     return;
   const BSE::CObjectPtr<CEncoding> pEncoding = font.GetEncoding();
-  int nFirst = 0;
-  int nLast = CSimpleFont::g_nCodes - 1;
-  while (nFirst < nLast && !font.IsUsed(nFirst))
-    ++nFirst;
-  while (nLast > nFirst && !font.IsUsed(nLast))
-    --nLast;
+  const auto [nFirst, nLast] = FindUsedCodes(font);
   const CObjectPtr widths(new CArrayObject);
   for (int i = nFirst; i <= nLast; ++i)
   {

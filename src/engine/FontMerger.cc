@@ -3,6 +3,7 @@
 #include "base/ByteOrder.h"
 #include "base/MemoryStream.h"
 #include "base/Tracer.h"
+#include "engine/FontUse.h"
 #include "fonts/pdf/CompositeFont.h"
 #include "pdf/ArrayObject.h"
 #include "pdf/DictionaryObject.h"
@@ -312,12 +313,7 @@ void CFontMerger::WriteText(CFont& font)
 
 void CFontMerger::WriteSimpleWidths(CFont& font)
 {
-  int nFirst = 0;
-  int nLast = CSimpleFont::g_nCodes - 1;
-  while (nFirst < nLast && !font.IsUsed(nFirst))
-    ++nFirst;
-  while (nLast > nFirst && !font.IsUsed(nLast))
-    --nLast;
+  const auto [nFirst, nLast] = FindUsedCodes(font);
   const CObjectPtr widths(new CArrayObject);
   for (int i = nFirst; i <= nLast; ++i)
     widths.Add(RoundWidth(font.GetWidth(i)));

@@ -22,6 +22,23 @@ private:
   CFontFile& m_file;
 };
 
+// The codes of a simple font from the first to the last one that is used; the last code alone if none is.
+struct TUsedCodes
+{
+  int m_nFirst = 0;
+  int m_nLast = CSimpleFont::g_nCodes - 1;
+};
+
+inline TUsedCodes FindUsedCodes(const CFont& font)
+{
+  TUsedCodes codes;
+  while (codes.m_nFirst < codes.m_nLast && !font.IsUsed(codes.m_nFirst))
+    ++codes.m_nFirst;
+  while (codes.m_nLast > codes.m_nFirst && !font.IsUsed(codes.m_nLast))
+    --codes.m_nLast;
+  return codes;
+}
+
 using CFontUses = BSE::CValueKeyObjectMap<const CFontFile*, CFontUse>;
 
 }  // namespace PDF
