@@ -100,8 +100,11 @@ bool CFlateImageEncoder::Encode(CSamples& samples, bool bReduce, std::size_t nLi
     return false;
   const bool bFlat = m_nQuickCost < samples.GetRows().size() / g_nFlatRatio;
   bool bEncoded = DeflateChosen(nLimit);
-  if (bFlat && samples.GetForm().m_nBits == m_form.m_nBits &&
-      samples.GetForm().m_nComponents == m_form.m_nComponents)
+  // The samples may have become another form after the one that was chosen.
+  const bool bSame = samples.GetForm().m_space.Get() == m_form.m_space.Get() &&
+                     samples.GetForm().m_nBits == m_form.m_nBits &&
+                     samples.GetForm().m_nComponents == m_form.m_nComponents;
+  if (bFlat && bSame)
     bEncoded =
         DeflateOther(samples, bEncoded ? m_best.GetSize() + MeasureEntries(m_parameters, m_form) : nLimit) ||
         bEncoded;
@@ -141,7 +144,7 @@ bool CFlateImageEncoder::DeflateOther(const CSamples& samples, std::size_t nLimi
 
 void CFlateImageEncoder::Trim()
 {
-  for (CByteBuffer* pBuffer : {&m_chosen, &m_best, &m_predicted})
+  for (CByteBuffer* pBuffer : {&m_candidate, &m_chosen, &m_best, &m_predicted})
     pBuffer->Trim(g_nKept);
 }
 

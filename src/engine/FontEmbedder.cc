@@ -23,9 +23,6 @@ namespace PDF
 namespace
 {
 
-constexpr int g_nSymbolicFlag = 4;
-constexpr int g_nNonsymbolicFlag = 32;
-
 // What loading a program costs, in bytes that are read, and each of its glyphs.
 constexpr std::int64_t g_nLoadWork = std::int64_t{1} << 20;
 constexpr std::int64_t g_nGlyphWork = 256;

@@ -13,10 +13,6 @@ namespace PDF
 namespace
 {
 
-// Flags of a descriptor (ISO 32000-1, Table 123).
-constexpr int g_nSymbolicFlag = 4;
-constexpr int g_nNonsymbolicFlag = 32;
-
 void DropPrefix(const CObjectPtr& dictionary, const char* szKey)
 {
   const CObjectPtr name = dictionary[szKey];

@@ -106,11 +106,9 @@ constexpr TClones g_clones[] = {
 // Codes without an encoding in a font of symbols mean what they do in that font alone.
 bool HasOwnCodes(const CFont& font)
 {
-  constexpr int nSymbolic = 4;
-  constexpr int nNonsymbolic = 32;
   const CFontDescriptor* pDescriptor = font.GetFontDescriptor();
   return !font.IsComposite() && pDescriptor &&
-         (pDescriptor->GetFlags() & (nSymbolic | nNonsymbolic)) == nSymbolic &&
+         (pDescriptor->GetFlags() & (g_nSymbolicFlag | g_nNonsymbolicFlag)) == g_nSymbolicFlag &&
          !font.GetObject()["Encoding"] && !FindStandardFont(font.GetBaseName());
 }
 

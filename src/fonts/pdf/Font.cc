@@ -14,8 +14,6 @@ namespace
 constexpr int g_nMaxCharacters = 65536;
 
 // Flags of a descriptor.
-constexpr int g_nSymbolicFlag = 4;
-
 constexpr int g_nPrefixLetters = 6;
 
 // Letters that are the same for the same glyphs.

@@ -8,6 +8,10 @@
 namespace PDF
 {
 
+// Flags of a descriptor (ISO 32000-1, Table 123).
+inline constexpr int g_nSymbolicFlag = 4;
+inline constexpr int g_nNonsymbolicFlag = 32;
+
 // Holds back what a program reports: what it loses by being read is lost only where it is written.
 class CHeldReports : public BSE::IErrorContext
 {

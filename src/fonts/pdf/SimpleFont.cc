@@ -14,9 +14,6 @@ namespace PDF
 namespace
 {
 
-constexpr int g_nSymbolicFlag = 4;
-constexpr int g_nNonsymbolicFlag = 32;
-
 // Glyphs of a program whose names are all looked through for one that is missing.
 constexpr int g_nMaxNamesTried = 4096;
 
