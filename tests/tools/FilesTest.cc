@@ -47,6 +47,17 @@ TEST(CommandFiles, NeverLargerUnlessAsked)
   EXPECT_NE(folder.Run({"info", "titled.pdf"}).sOut.find("New"), std::string::npos);
 }
 
+// Another reader may open nothing of what was repaired here.
+TEST(CommandFiles, CopiesNoDamage)
+{
+  const CCommandFolder folder;
+  const std::string sTiny = CCommandFolder::MakeTiny();
+  folder.Write("damaged.pdf", sTiny.substr(0, sTiny.rfind("xref", sTiny.rfind("startxref") - 1)));
+  const TProcessResult result = folder.Run({"damaged.pdf", "out.pdf"});
+  EXPECT_EQ(result.nExitCode, 0) << result.sErr;
+  EXPECT_NE(folder.Read("out.pdf").find("startxref"), std::string::npos);
+}
+
 TEST(CommandFiles, StandardInputAndOutput)
 {
   const CCommandFolder folder;

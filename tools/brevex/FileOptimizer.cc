@@ -155,6 +155,16 @@ bool SaveSmaller(const CHandle& handle, CAtomicFile& output, const TOptimizeOpti
   return SaveWithoutOrder(handle, output, options);
 }
 
+// Whether the input had to be repaired when it was opened. Other readers may not open a copy of it at all.
+bool WasDamaged(const std::vector<TReport>& reports)
+{
+  return std::any_of(reports.begin(), reports.end(),
+                     [](const TReport& report) {
+                       return report.report.nStep == BREVEX_STEP_OPEN &&
+                              report.report.nSeverity == BREVEX_SEVERITY_ERROR;
+                     });
+}
+
 // The temporary file for the output, in a folder that is made where it is missing.
 bool CreateOutput(const TTask& task, const CInput& input, bool bMakeFolder, CAtomicFile& output,
                   TFileResult& result)
@@ -243,9 +253,9 @@ void CFileOptimizer::Optimize(const TTask& task, TFileResult& result) const
   BrevexClose(handle.Get());
 
   result.nOutputBytes = output.GetSize();
-  result.outcome = result.nOutputBytes < result.nInputBytes ? TOutcome::Smaller
-                   : m_options.bAllowLarger                 ? TOutcome::Larger
-                                                            : TOutcome::NoGain;
+  result.outcome = result.nOutputBytes < result.nInputBytes               ? TOutcome::Smaller
+                   : m_options.bAllowLarger || WasDamaged(result.reports) ? TOutcome::Larger
+                                                                          : TOutcome::NoGain;
   if (result.outcome == TOutcome::NoGain)
   {
     result.nOutputBytes = result.nInputBytes;
