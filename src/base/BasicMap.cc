@@ -86,7 +86,8 @@ int HashKey(const void* pKey, std::size_t nLength)
   return static_cast<int>(nHash * 32769U);
 }
 
-CBasicMap::CBasicMap(const CBasicMap& other)
+// Delegates, so that the destructor frees what is there if memory runs out on the way.
+CBasicMap::CBasicMap(const CBasicMap& other) : CBasicMap()
 {
   *this = other;
 }

@@ -58,7 +58,16 @@ void OnStartElement(void* pContext, const xmlChar* pLocalName, const xmlChar* pP
                     const xmlChar** pAttributes)
 {
   TParse& parse = GetParse(pContext);
-  parse.m_namespaces.Add(nNamespaces);
+  try
+  {
+    parse.m_namespaces.Add(nNamespaces);
+  }
+  catch (...)  // exhausted memory, which must not pass through a library of C
+  {
+    parse.m_bExhausted = true;
+    xmlStopParser(static_cast<xmlParserCtxtPtr>(pContext));
+    return;
+  }
   parse.m_nInScope += nNamespaces;
   if (++parse.m_nElements > CDocument::g_nMaxElements || parse.m_nInScope > CDocument::g_nMaxNamespaces)
     Refuse(pContext);
