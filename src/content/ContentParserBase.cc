@@ -208,7 +208,7 @@ int CContentParserBase::TakeScannerToken(TOperand& operand)
   case eTokenReal:
     operand.m_nCount = scanner.GetInteger();
     operand.m_dNumber = scanner.GetReal();
-    m_nJoined = scanner.GetJoinedOperator();
+    m_nJoined = scanner.GetJoined() >= eTokenFirstOperator ? scanner.GetJoined() : eTokenNone;
     break;
   case eTokenString:
   case eTokenName:

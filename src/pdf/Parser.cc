@@ -325,7 +325,9 @@ bool CParser::IsReference()
   m_scanner.SaveContext(state);
   m_scanner.ReadToken();
   bool bReference = false;
-  if (m_scanner.GetToken() == eTokenInteger)
+  if (m_scanner.GetToken() == eTokenInteger && m_scanner.GetJoined() == eTokenR)
+    bReference = true;
+  else if (m_scanner.GetToken() == eTokenInteger)
   {
     m_scanner.ReadToken();
     bReference = m_scanner.GetToken() == eTokenR;
@@ -339,7 +341,8 @@ CObjectPtr CParser::ParseReference()
   const std::int64_t nNumber = m_scanner.GetInteger();
   m_scanner.ReadToken();
   const std::int64_t nGeneration = m_scanner.GetInteger();
-  m_scanner.ReadToken();
+  if (m_scanner.GetJoined() != eTokenR)
+    m_scanner.ReadToken();
   m_scanner.ReadToken();
   if (nNumber < 1)
     return CObjectPtr();

@@ -368,7 +368,7 @@ void CScanner::ReadNumber(int c)
 void CScanner::SkipJoined()
 {
   ReadKeyword(m_pStream->GetByte());
-  m_nJoined = m_nToken >= eTokenFirstOperator ? m_nToken : eTokenNone;
+  m_nJoined = m_nToken >= eTokenFirstOperator || m_nToken == eTokenR ? m_nToken : eTokenNone;
 }
 
 void CScanner::ReadKeyword(int c)

@@ -40,9 +40,9 @@ public:
   std::int64_t GetInteger() const { return m_nInteger; }
   double GetReal() const { return m_dReal; }
 
-  // The operator that is written directly after the current number, as in "10w"; eTokenNone for no operator.
-  // Other characters there are skipped.
-  TToken GetJoinedOperator() const { return m_nJoined; }
+  // The operator, or R, that is written directly after the current number, as in "10w" or "5 0R"; eTokenNone
+  // for none. It is not read again; other characters there are skipped.
+  TToken GetJoined() const { return m_nJoined; }
 
   // Text of a string, name or keyword, ended by a zero byte that the length does not count.
   const char* GetText() const { return m_text.GetData(); }

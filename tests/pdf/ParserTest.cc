@@ -65,9 +65,11 @@ TEST(Parser, DictionariesKeepOrderAndLastValue)
 
 TEST(Parser, ReferencesAcrossTheBufferEdge)
 {
-  for (int nPad = 8180; nPad < 8200; ++nPad)
+  for (int i = 0; i < 40; ++i)
   {
-    const std::string text = std::string(static_cast<std::size_t>(nPad), ' ') + "[123 0 R 7]";
+    const int nPad = 8180 + i / 2;
+    const std::string text =
+        std::string(static_cast<std::size_t>(nPad), ' ') + (i % 2 == 0 ? "[123 0 R 7]" : "[123 0R\n7]");
     CFile file(nullptr);
     BSE::CObjectPtr<BSE::CMemoryStream> pMemory(new BSE::CMemoryStream);
     pMemory->Write(reinterpret_cast<const unsigned char*>(text.data()),
