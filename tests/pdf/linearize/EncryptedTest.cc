@@ -67,6 +67,21 @@ protected:
     return result.sOut;
   }
 
+  static std::string ReadEmbeddedFile(const std::string& sPath)
+  {
+    BSE::CErrorHandler errors;
+    PDF::CFile file(&errors);
+    const BSE::CObjectPtr<BSE::IByteStream> pInput(new BSE::CFileStream(sPath.c_str(), BSE::eFileRead));
+    const PDF::CString password("new");
+    EXPECT_TRUE(file.Open(pInput.Get()) && file.Authenticate(&password));
+    const PDF::CObjectPtr stream =
+        file.GetRoot()["Names"]["EmbeddedFiles"]["Names"][1]["EF"]["F"].GetStreamObject();
+    const BSE::CObjectPtr<BSE::IByteStream> pData = stream ? stream->GetStream() : nullptr;
+    BSE::CBasicArray<unsigned char> bytes;
+    EXPECT_TRUE(pData && pData->ReadToArray(bytes));
+    return {bytes.GetSpan().begin(), bytes.GetSpan().end()};
+  }
+
   // Opens with the password and linearizes with the handler that this gives.
   bool Linearize(const std::string& sInput, const std::string& sOutput, const char* szPassword)
   {
@@ -235,6 +250,52 @@ TEST_F(LinearizerEncrypted, PacksOnlyWithOneCipher)
     EXPECT_EQ(Support::ReadFile(sOutput).find("secret"), std::string::npos);
     EXPECT_NE(RunTool({"--password=new", "--decrypt", "--qdf", sOutput, "-"}).find("secret"),
               std::string::npos);
+  }
+}
+
+// Embedded files may be encrypted where nothing else is, or the other way round, whether they name their
+// crypt filter or not.
+TEST_F(LinearizerEncrypted, EmbeddedFilesHaveACipherOfTheirOwn)
+{
+  const std::string sAttached(300, 'a');
+  Support::CPdfBuilder builder;
+  builder.AddPage("q Q");
+  const int nFile = builder.AddStream(sAttached, "/Type/EmbeddedFile");
+  builder.SetCatalogEntries("/Names<</EmbeddedFiles<</Names[(a)<</Type/Filespec/F(a)/EF<</F " +
+                            std::to_string(nFile) + " 0 R>>>>]>>>>");
+  const std::string sPath = m_folder / "file.pdf";
+  const std::string sNewPath = m_folder / "new.pdf";
+  const TEncryption anew = MakeEncryption(256, "AESV3");
+  BSE::CErrorHandler errors;
+  const auto linearize = [&](const std::string& sOutput, const TEncryption* pEncryption, bool bPack)
+  {
+    ASSERT_TRUE(
+        LinearizeDocument(sPath.c_str(), CTextString("new"), sOutput.c_str(), pEncryption, &errors, bPack));
+  };
+  for (const bool bFilesOnly : {true, false})
+  {
+    for (const bool bNamed : {true, false})
+    {
+      SCOPED_TRACE(testing::Message() << bFilesOnly << bNamed);
+      TEncryption encryption = MakeEncryption(128, bFilesOnly ? "Identity" : "AESV2");
+      encryption.m_szEmbeddedCrypt = bFilesOnly ? "AESV2" : "Identity";
+      Support::WriteFile(sPath, builder.Build());
+      linearize(sPath, &encryption, true);
+      std::string sBytes = Support::ReadFile(sPath);
+      const size_t nFilter = sBytes.find("/Filter[/Crypt]");
+      ASSERT_NE(nFilter, std::string::npos);
+      if (!bNamed)
+        sBytes.replace(nFilter, sBytes.find("/Length", nFilter) - nFilter,
+                       std::string(sBytes.find("/Length", nFilter) - nFilter, ' '));
+      Support::WriteFile(sPath, sBytes);
+      linearize(sNewPath, &anew, false);
+      EXPECT_EQ(RunTool({"--password=new", "--show-attachment=a", sNewPath}), sAttached);
+      EXPECT_EQ(Support::ReadFile(sNewPath).find("/Crypt/"), std::string::npos);
+      // The objects have other numbers, and so other keys.
+      linearize(sPath, nullptr, false);
+      EXPECT_EQ(Support::ReadFile(sPath).find(sAttached) == std::string::npos, bFilesOnly);
+      EXPECT_EQ(ReadEmbeddedFile(sPath), sAttached);
+    }
   }
 }
 
