@@ -1,6 +1,7 @@
 #include "base/FileStream.h"
 #include "pdf/linearize/DocumentLinearizer.h"
 #include "tests/pdf/linearize/LinearizeSupport.h"
+#include "tests/support/PdfDamager.h"
 #include "tests/support/Samples.h"
 
 namespace
@@ -296,6 +297,38 @@ TEST_F(LinearizerEncrypted, EmbeddedFilesHaveACipherOfTheirOwn)
       EXPECT_EQ(Support::ReadFile(sPath).find(sAttached) == std::string::npos, bFilesOnly);
       EXPECT_EQ(ReadEmbeddedFile(sPath), sAttached);
     }
+  }
+}
+
+// What pages inherit from one node is one object, with strings that are encrypted for the node.
+TEST_F(LinearizerEncrypted, PagesShareWhatTheyInherit)
+{
+  constexpr int nPages = 4;
+  Support::CPdfBuilder builder;
+  const int nNode = builder.ReserveObject();
+  std::string sKids;
+  for (int i = 0; i < nPages; ++i)
+    sKids += std::to_string(builder.AddObject("<</Type/Page/MediaBox[0 0 9 9]/Parent " +
+                                              std::to_string(nNode) + " 0 R>>")) +
+             " 0 R ";
+  builder.SetObject(nNode, "<</Type/Pages/Count 4/Kids[" + sKids +
+                               "]/Resources<</ColorSpace<</C[/Indexed/DeviceGray 6(palette)]>>>>>>");
+  Support::WriteFile(
+      m_folder / "plain.pdf",
+      Support::ReplaceText(builder.Build(), "/Pages 2 0 R", "/Pages " + std::to_string(nNode) + " 0 R"));
+  const std::string sEncrypted = m_folder / "encrypted.pdf";
+  const std::string sOutput = m_folder / "linear.pdf";
+  for (const char* szAes : {"--use-aes=n", "--use-aes=y"})
+  {
+    RunTool({"--allow-weak-crypto", "--min-version=1.6", "--encrypt", "", "", "128", szAes, "--",
+             m_folder / "plain.pdf", sEncrypted});
+    BSE::CErrorHandler errors;
+    ASSERT_TRUE(
+        LinearizeDocument(sEncrypted.c_str(), CTextString(), sOutput.c_str(), nullptr, &errors, true));
+    const std::string sText = RunTool({"--decrypt", "--qdf", "--object-streams=disable", sOutput, "-"});
+    const size_t nFirst = sText.find("/ColorSpace");
+    EXPECT_NE(sText.find("(palette)", nFirst), std::string::npos);
+    EXPECT_EQ(sText.find("/ColorSpace", nFirst + 1), std::string::npos);
   }
 }
 
