@@ -1,6 +1,8 @@
 #include "pdf/linearize/LinearizerRun.h"
 
 #include "base/EncodeFilter.h"
+#include "pdf/DictionaryObject.h"
+#include "pdf/SimpleObjects.h"
 #include "pdf/StatusCodes.h"
 
 namespace PDF
@@ -33,13 +35,24 @@ public:
   {
     Assign(bytes, m_output.EncryptString(CString(bytes.GetData(), bytes.GetSize()), nNumber, nGeneration));
   }
-  CStreamPtr CreateDecryptFilter(BSE::IByteStream* pSource, int nNumber, int nGeneration) override
+  int FindOldCrypt(bool bEmbedded, const char* szName) override
   {
-    return m_pInput ? m_pInput->CreateDecryptFilter(pSource, nNumber, nGeneration, &m_errors) : pSource;
+    return m_pInput ? FindCrypt(*m_pInput, bEmbedded, szName) : g_nStreamCrypt;
   }
-  CStreamPtr CreateEncryptFilter(BSE::IByteStream* pSink, int nNumber, int nGeneration) override
+  int FindNewCrypt(bool bEmbedded, const char*& szName) override
   {
-    return m_output.CreateEncryptFilter(pSink, nNumber, nGeneration, &m_errors);
+    const int nCrypt = FindCrypt(m_output, bEmbedded, nullptr);
+    szName = m_output.GetCryptName(nCrypt);
+    return nCrypt;
+  }
+  CStreamPtr CreateDecryptFilter(BSE::IByteStream* pSource, int nNumber, int nGeneration, int nCrypt) override
+  {
+    return m_pInput ? m_pInput->CreateDecryptFilter(pSource, nNumber, nGeneration, &m_errors, nCrypt)
+                    : pSource;
+  }
+  CStreamPtr CreateEncryptFilter(BSE::IByteStream* pSink, int nNumber, int nGeneration, int nCrypt) override
+  {
+    return m_output.CreateEncryptFilter(pSink, nNumber, nGeneration, &m_errors, nCrypt);
   }
   bool Close(BSE::IByteStream* pFilter) override
   {
@@ -49,6 +62,15 @@ public:
   bool HasFailed() const override { return m_output.HasFailed(); }
 
 private:
+  static_assert(g_nStreamCrypt == CSecurityHandler::g_nStreamCrypt);
+
+  static int FindCrypt(CSecurityHandler& handler, bool bEmbedded, const char* szName)
+  {
+    const CObjectPtr stream = new CDictionaryObject;
+    if (bEmbedded)
+      stream->AddEntry("Type", new CNameObject("EmbeddedFile"));
+    return handler.FindStreamCrypt(*stream, szName);
+  }
   static void Assign(BSE::CBasicArray<unsigned char>& bytes, const CString& value)
   {
     bytes.Truncate(0);

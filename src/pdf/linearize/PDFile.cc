@@ -42,6 +42,12 @@ void PDNumberMap::Set(int nNumber, int nIndex)
   m_slots[m_pages[nSlot] - 1 + (nNumber & ((1 << g_nPageBits) - 1))] = nIndex + 1;
 }
 
+bool PDFile::HasReadFailed() const
+{
+  const auto hasFailed = [](const PDInput* pInput) { return pInput && pInput->HasFailed(); };
+  return hasFailed(m_pInput.Get()) || hasFailed(m_pSide.Get()) || hasFailed(m_pStore.Get());
+}
+
 bool PDFile::ReadObject(int nObject, PDObj& object, TPDStream& stream)
 {
   stream = TPDStream();

@@ -71,6 +71,9 @@ public:
 
   std::int64_t GetFileLength() const { return m_pInput ? m_pInput->GetLength() : 0; }
 
+  // Whether bytes could not be read that are there. Objects may then seem to be missing that are not.
+  bool HasReadFailed() const;
+
   // Trailer values, -1 where there is none.
   int GetRoot() const { return m_nRoot; }
   int GetInfo() const { return m_nInfo; }

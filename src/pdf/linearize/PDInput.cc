@@ -1,15 +1,36 @@
 #include "pdf/linearize/PDInput.h"
 
-#include "base/EmbeddedStream.h"
 #include "pdf/linearize/PDCharacters.h"
 
 #include <algorithm>
 
-PDInput::PDInput(BSE::IByteStream* pStream, int nWindow)
-    : m_pStream(pStream), m_nMinimum(std::max(nWindow, 1))
+PDSource::PDSource(BSE::IByteStream* pStream)
+    : CEmbeddedStream(pStream, 0,
+                      pStream && pStream->IsValid() ? std::max<std::int64_t>(pStream->GetLength(), 0) : 0)
 {
-  if (pStream && pStream->IsValid())
-    m_nLength = std::max<std::int64_t>(pStream->GetLength(), 0);
+}
+
+std::int64_t PDSource::Note(std::int64_t nRead, std::int64_t nWanted)
+{
+  m_bFailed = m_bFailed || nRead < 0 || (nRead == 0 && nWanted > 0);
+  return nRead;
+}
+
+std::int64_t PDSource::Read(unsigned char* pBuffer, std::int64_t n)
+{
+  const std::int64_t nWanted = std::min(n, GetLength() - Tell());
+  return Note(CEmbeddedStream::Read(pBuffer, n), nWanted);
+}
+
+std::int64_t PDSource::ReadEx(unsigned char* pBuffer, std::int64_t n)
+{
+  const std::int64_t nWanted = std::min(n, GetLength() - Tell());
+  return Note(CEmbeddedStream::ReadEx(pBuffer, n), nWanted);
+}
+
+PDInput::PDInput(BSE::IByteStream* pStream, int nWindow)
+    : m_pSource(new PDSource(pStream)), m_nLength(m_pSource->GetLength()), m_nMinimum(std::max(nWindow, 1))
+{
 }
 
 std::span<const unsigned char> PDInput::Get(std::int64_t nPos, std::int64_t n)
@@ -25,7 +46,7 @@ std::span<const unsigned char> PDInput::Get(std::int64_t nPos, std::int64_t n)
     if (m_window.GetSize() < nRead || m_window.GetSize() > std::max<std::int64_t>(nRead * 4, 1 << 20))
       m_window.SetSize(static_cast<int>(nRead));
     m_nWindowPos = nPos;
-    m_nWindowFill = m_pStream->Seek(nPos) ? m_pStream->ReadFully(m_window.GetData(), nRead) : 0;
+    m_nWindowFill = m_pSource->Seek(nPos) ? m_pSource->ReadFully(m_window.GetData(), nRead) : 0;
     n = std::min(n, m_nWindowFill);
   }
   return m_window.GetSpan().subspan(static_cast<std::size_t>(nPos - m_nWindowPos),
@@ -34,7 +55,7 @@ std::span<const unsigned char> PDInput::Get(std::int64_t nPos, std::int64_t n)
 
 BSE::CObjectPtr<BSE::IByteStream> PDInput::CreateSection(std::int64_t nPos, std::int64_t nLength) const
 {
-  return new BSE::CEmbeddedStream(m_pStream.Get(), nPos, nLength);
+  return new BSE::CEmbeddedStream(m_pSource.Get(), nPos, nLength);
 }
 
 bool PDCursor::Fill()

@@ -1,5 +1,7 @@
 #include "pdf/linearize/PDLDirectValues.h"
 
+#include "base/ByteOrder.h"
+
 #include <algorithm>
 #include <cstring>
 #include <utility>
@@ -72,7 +74,8 @@ void PDLDirectValues::CollectPage(PDFile& file, const PDLPageTree& tree, int nPa
     AddCandidate(nPage, {page.m_nObject, nKey + 1, 0}, m_object.GetText(nKey + 1), bSharable);
   }
   if (const int nInherited = page.m_inherited[ePDResources]; nInherited >= 0)
-    AddCandidate(nPage, {page.m_nObject, ~nInherited, 0}, tree.GetValueText(nInherited), !file.IsEncrypted());
+    AddCandidate(nPage, {page.m_nObject, ~nInherited, 0}, tree.GetValueText(nInherited), true,
+                 file.IsEncrypted() ? nInherited : g_nAnyScope);
 }
 
 void PDLDirectValues::CollectCatalogue(PDFile& file, int nPage)
@@ -92,7 +95,7 @@ void PDLDirectValues::CollectCatalogue(PDFile& file, int nPage)
 }
 
 void PDLDirectValues::AddCandidate(int nPage, const TValue& value, std::span<const unsigned char> text,
-                                   bool bSharable)
+                                   bool bSharable, int nScope)
 {
   if (text.size() < (bSharable ? g_nMinSharedSize : g_nMinSize))
     return;
@@ -105,6 +108,9 @@ void PDLDirectValues::AddCandidate(int nPage, const TValue& value, std::span<con
   }
   TSharable& sharable = m_sharables[m_sharables.Add({{}, nCandidate})];
   BSE::CHashSHA256 hash;
+  unsigned char scope[4];
+  BSE::StoreBigEndian(static_cast<std::uint32_t>(nScope), scope);
+  hash.Update(scope);
   hash.Update(text);
   hash.Final(sharable.m_digest);
 }

@@ -54,7 +54,12 @@ private:
 
   void CollectPage(PDFile& file, const PDLPageTree& tree, int nPage);
   void CollectCatalogue(PDFile& file, int nPage);
-  void AddCandidate(int nPage, const TValue& value, std::span<const unsigned char> text, bool bSharable);
+
+  // Equal values of one scope are one. What pages inherit in an encrypted document has a scope of its own:
+  // strings in it are encrypted for the node that it is from.
+  static constexpr int g_nAnyScope = -1;
+  void AddCandidate(int nPage, const TValue& value, std::span<const unsigned char> text, bool bSharable,
+                    int nScope = g_nAnyScope);
   void Share();
   void ShareGroup(std::span<const TSharable> group);
   void AddUses(int nOwners);

@@ -85,6 +85,11 @@ private:
 
   bool IsCarried(const PDObj& object) const;
 
+  // The ciphers of a stream that is encrypted anew, and its filters where it names one or did.
+  void ChooseCrypts(const PDObj& object);
+  void WriteFilters(const PDObj& object, PDWriter& output);
+  void WriteFilterItems(const PDObj& object, int nNode, PDWriter& output);
+
   // Deflated data of a plain metadata stream; false where that gains nothing.
   bool CompressMetadata(const PDObj& object, const TPDStream& stream, BSE::CBasicArray<unsigned char>& data);
   bool EncryptData(int nNumber, std::span<const unsigned char> data, PDWriter& output);
@@ -112,6 +117,11 @@ private:
   bool m_bSecure = false;           // strings
   bool m_bSourceEncrypted = false;  // stream data
   bool m_bEncrypted = false;        // stream data
+  int m_nSourceCrypt = PDCryptor::g_nStreamCrypt;
+  int m_nCrypt = PDCryptor::g_nStreamCrypt;
+  const char* m_szCryptName = nullptr;  // to be stated
+  bool m_bDropCryptName = false;        // the first filter is not known any more
+  BSE::CBasicArray<char> m_oldCryptName;
   bool m_bDecryptStrings = false;
   bool m_bEncryptStrings = false;
   int m_nOldNumber = 0;

@@ -35,11 +35,15 @@ bool PDLOutput::Write(BSE::IByteStream* pOutput)
     m_pWriter->SetNewKeys(m_pSecurity->m_bPlainMetadata);
   if (!Prepare() || !Measure() || !Place())
     return Fail(m_pWriter->GetMessage());
+  if (m_input.HasReadFailed())
+    return Fail("The input cannot be read.");
   m_bTooLong = m_nMaxLength >= 0 && m_nFileLength > m_nMaxLength;
   if (m_bTooLong)
     return false;
   m_pOutput.Reset(new PDWriter(pOutput));
-  return (WriteDocument(*m_pOutput) && m_pOutput->Flush()) || Fail("The output cannot be written.");
+  if (!WriteDocument(*m_pOutput) || !m_pOutput->Flush())
+    return Fail("The output cannot be written.");
+  return !m_input.HasReadFailed() || Fail("The input cannot be read.");
 }
 
 // --- Numbering

@@ -4,6 +4,21 @@
 
 #include <charconv>
 
+namespace
+{
+
+// The byte of a name at i, which moves to the next one.
+unsigned char TakeNameByte(std::span<const unsigned char> text, std::size_t& i)
+{
+  const unsigned char nByte = text[i++];
+  if (nByte != '#' || i + 1 >= text.size() || GetPDHexDigit(text[i]) < 0 || GetPDHexDigit(text[i + 1]) < 0)
+    return nByte;
+  i += 2;
+  return static_cast<unsigned char>(GetPDHexDigit(text[i - 2]) << 4 | GetPDHexDigit(text[i - 1]));
+}
+
+}  // namespace
+
 std::span<const unsigned char> PDObj::GetText(int nNode) const
 {
   if (nNode < 0 || nNode >= m_nodes.GetSize())
@@ -31,19 +46,23 @@ bool PDObj::IsName(int nNode, const char* szName) const
     return false;
   const std::span<const unsigned char> text = GetText(nNode).subspan(1);
   std::size_t i = 0;
-  for (; i < text.size() && *szName; ++i, ++szName)
+  for (; i < text.size() && *szName; ++szName)
   {
-    unsigned char nByte = text[i];
-    if (nByte == '#' && i + 2 < text.size() && GetPDHexDigit(text[i + 1]) >= 0 &&
-        GetPDHexDigit(text[i + 2]) >= 0)
-    {
-      nByte = static_cast<unsigned char>(GetPDHexDigit(text[i + 1]) << 4 | GetPDHexDigit(text[i + 2]));
-      i += 2;
-    }
-    if (nByte != static_cast<unsigned char>(*szName))
+    if (TakeNameByte(text, i) != static_cast<unsigned char>(*szName))
       return false;
   }
   return i == text.size() && !*szName;
+}
+
+void PDObj::DecodeName(int nNode, BSE::CBasicArray<char>& name) const
+{
+  name.Truncate(0);
+  if (GetType(nNode) != ePDName)
+    return;
+  const std::span<const unsigned char> text = GetText(nNode).subspan(1);
+  for (std::size_t i = 0; i < text.size();)
+    name.Add(static_cast<char>(TakeNameByte(text, i)));
+  name.Add(0);
 }
 
 bool PDObj::HoldsName(int nNode, const char* szName) const

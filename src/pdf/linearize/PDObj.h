@@ -53,6 +53,9 @@ public:
   // Compares a name, escapes undone.
   bool IsName(int nNode, const char* szName) const;
 
+  // A name with its end, escapes undone; nothing for anything else.
+  void DecodeName(int nNode, BSE::CBasicArray<char>& name) const;
+
   // Whether a value is this name or holds it, as a key too.
   bool HoldsName(int nNode, const char* szName) const;
 

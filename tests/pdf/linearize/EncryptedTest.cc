@@ -1,6 +1,7 @@
 #include "base/FileStream.h"
 #include "pdf/linearize/DocumentLinearizer.h"
 #include "tests/pdf/linearize/LinearizeSupport.h"
+#include "tests/support/PdfDamager.h"
 #include "tests/support/Samples.h"
 
 namespace
@@ -65,6 +66,21 @@ protected:
     const Support::TProcessResult result = Support::RunProgram(arguments);
     EXPECT_EQ(result.nExitCode, 0) << result.sErr;
     return result.sOut;
+  }
+
+  static std::string ReadEmbeddedFile(const std::string& sPath)
+  {
+    BSE::CErrorHandler errors;
+    PDF::CFile file(&errors);
+    const BSE::CObjectPtr<BSE::IByteStream> pInput(new BSE::CFileStream(sPath.c_str(), BSE::eFileRead));
+    const PDF::CString password("new");
+    EXPECT_TRUE(file.Open(pInput.Get()) && file.Authenticate(&password));
+    const PDF::CObjectPtr stream =
+        file.GetRoot()["Names"]["EmbeddedFiles"]["Names"][1]["EF"]["F"].GetStreamObject();
+    const BSE::CObjectPtr<BSE::IByteStream> pData = stream ? stream->GetStream() : nullptr;
+    BSE::CBasicArray<unsigned char> bytes;
+    EXPECT_TRUE(pData && pData->ReadToArray(bytes));
+    return {bytes.GetSpan().begin(), bytes.GetSpan().end()};
   }
 
   // Opens with the password and linearizes with the handler that this gives.
@@ -235,6 +251,84 @@ TEST_F(LinearizerEncrypted, PacksOnlyWithOneCipher)
     EXPECT_EQ(Support::ReadFile(sOutput).find("secret"), std::string::npos);
     EXPECT_NE(RunTool({"--password=new", "--decrypt", "--qdf", sOutput, "-"}).find("secret"),
               std::string::npos);
+  }
+}
+
+// Embedded files may be encrypted where nothing else is, or the other way round, whether they name their
+// crypt filter or not.
+TEST_F(LinearizerEncrypted, EmbeddedFilesHaveACipherOfTheirOwn)
+{
+  const std::string sAttached(300, 'a');
+  Support::CPdfBuilder builder;
+  builder.AddPage("q Q");
+  const int nFile = builder.AddStream(sAttached, "/Type/EmbeddedFile");
+  builder.SetCatalogEntries("/Names<</EmbeddedFiles<</Names[(a)<</Type/Filespec/F(a)/EF<</F " +
+                            std::to_string(nFile) + " 0 R>>>>]>>>>");
+  const std::string sPath = m_folder / "file.pdf";
+  const std::string sNewPath = m_folder / "new.pdf";
+  const TEncryption anew = MakeEncryption(256, "AESV3");
+  BSE::CErrorHandler errors;
+  const auto linearize = [&](const std::string& sOutput, const TEncryption* pEncryption, bool bPack)
+  {
+    ASSERT_TRUE(
+        LinearizeDocument(sPath.c_str(), CTextString("new"), sOutput.c_str(), pEncryption, &errors, bPack));
+  };
+  for (const bool bFilesOnly : {true, false})
+  {
+    for (const bool bNamed : {true, false})
+    {
+      SCOPED_TRACE(testing::Message() << bFilesOnly << bNamed);
+      TEncryption encryption = MakeEncryption(128, bFilesOnly ? "Identity" : "AESV2");
+      encryption.m_szEmbeddedCrypt = bFilesOnly ? "AESV2" : "Identity";
+      Support::WriteFile(sPath, builder.Build());
+      linearize(sPath, &encryption, true);
+      std::string sBytes = Support::ReadFile(sPath);
+      const size_t nFilter = sBytes.find("/Filter[/Crypt]");
+      ASSERT_NE(nFilter, std::string::npos);
+      if (!bNamed)
+        sBytes.replace(nFilter, sBytes.find("/Length", nFilter) - nFilter,
+                       std::string(sBytes.find("/Length", nFilter) - nFilter, ' '));
+      Support::WriteFile(sPath, sBytes);
+      linearize(sNewPath, &anew, false);
+      EXPECT_EQ(RunTool({"--password=new", "--show-attachment=a", sNewPath}), sAttached);
+      EXPECT_EQ(Support::ReadFile(sNewPath).find("/Crypt/"), std::string::npos);
+      // The objects have other numbers, and so other keys.
+      linearize(sPath, nullptr, false);
+      EXPECT_EQ(Support::ReadFile(sPath).find(sAttached) == std::string::npos, bFilesOnly);
+      EXPECT_EQ(ReadEmbeddedFile(sPath), sAttached);
+    }
+  }
+}
+
+// What pages inherit from one node is one object, with strings that are encrypted for the node.
+TEST_F(LinearizerEncrypted, PagesShareWhatTheyInherit)
+{
+  constexpr int nPages = 4;
+  Support::CPdfBuilder builder;
+  const int nNode = builder.ReserveObject();
+  std::string sKids;
+  for (int i = 0; i < nPages; ++i)
+    sKids += std::to_string(builder.AddObject("<</Type/Page/MediaBox[0 0 9 9]/Parent " +
+                                              std::to_string(nNode) + " 0 R>>")) +
+             " 0 R ";
+  builder.SetObject(nNode, "<</Type/Pages/Count 4/Kids[" + sKids +
+                               "]/Resources<</ColorSpace<</C[/Indexed/DeviceGray 6(palette)]>>>>>>");
+  Support::WriteFile(
+      m_folder / "plain.pdf",
+      Support::ReplaceText(builder.Build(), "/Pages 2 0 R", "/Pages " + std::to_string(nNode) + " 0 R"));
+  const std::string sEncrypted = m_folder / "encrypted.pdf";
+  const std::string sOutput = m_folder / "linear.pdf";
+  for (const char* szAes : {"--use-aes=n", "--use-aes=y"})
+  {
+    RunTool({"--allow-weak-crypto", "--min-version=1.6", "--encrypt", "", "", "128", szAes, "--",
+             m_folder / "plain.pdf", sEncrypted});
+    BSE::CErrorHandler errors;
+    ASSERT_TRUE(
+        LinearizeDocument(sEncrypted.c_str(), CTextString(), sOutput.c_str(), nullptr, &errors, true));
+    const std::string sText = RunTool({"--decrypt", "--qdf", "--object-streams=disable", sOutput, "-"});
+    const size_t nFirst = sText.find("/ColorSpace");
+    EXPECT_NE(sText.find("(palette)", nFirst), std::string::npos);
+    EXPECT_EQ(sText.find("/ColorSpace", nFirst + 1), std::string::npos);
   }
 }
 

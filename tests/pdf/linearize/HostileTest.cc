@@ -184,4 +184,51 @@ TEST(LinearizerHostile, ReportsFailedOutputs)
   EXPECT_EQ(nWritten, 0);
 }
 
+// Fails at one of its reads, and gives everything before and after it.
+class CFailingStream : public BSE::CMemoryInputStream
+{
+public:
+  CFailingStream(const std::string& sBytes, int nFailure)
+      : CMemoryInputStream(sBytes.data(), static_cast<std::int64_t>(sBytes.size())), m_nLeft(nFailure)
+  {
+  }
+
+  std::int64_t Read(unsigned char* pBuffer, std::int64_t n) override
+  {
+    return m_nLeft-- == 0 ? -1 : CMemoryInputStream::Read(pBuffer, n);
+  }
+  bool HasFailed() const { return m_nLeft < 0; }
+
+private:
+  int m_nLeft;
+};
+
+// What could not be read is not taken for what is not there.
+TEST(LinearizerHostile, ReportsFailedInputs)
+{
+  CPdfBuilder builder;
+  builder.SetVersion("1.5").SetXRefForm(Support::TXRefForm::Stream).SetObjectStreams(2);
+  for (int i = 0; i < 3; ++i)
+    builder.AddPage(std::string(40000, ' '), "/Mark " + std::to_string(builder.AddObject("(mark)")) + " 0 R");
+  const std::string sPdf = builder.Build();
+  for (const bool bPack : {false, true})
+  {
+    const std::string sWhole = Linearize::MustLinearize(sPdf, nullptr, bPack);
+    bool bReached = true;
+    for (int nFailure = 0; bReached; ++nFailure)
+    {
+      BSE::CErrorHandler errors;
+      PDF::CFile file(&errors);
+      const BSE::CObjectPtr<CFailingStream> pInput(new CFailingStream(sPdf, nFailure));
+      const BSE::CObjectPtr<BSE::CMemoryStream> pOutput(new BSE::CMemoryStream);
+      std::int64_t nWritten = 0;
+      const bool bDone = PDF::GetLinearizer(bPack)->LinearizeStream(pInput.Get(), pOutput.Get(), file, -1,
+                                                                    nWritten) == PDF::TLinearized::Done;
+      bReached = pInput->HasFailed();
+      EXPECT_EQ(bDone, !bReached) << nFailure;
+      EXPECT_TRUE(!bDone || pOutput->GetLength() == std::ssize(sWhole));
+    }
+  }
+}
+
 }  // namespace
