@@ -10,6 +10,7 @@
 #include "base/Tracer.h"
 #include "document/ObjectIdentity.h"
 #include "document/PostOrderWalk.h"
+#include "engine/DefaultSpaces.h"
 #include "engine/StreamDigester.h"
 
 namespace PDF
@@ -48,10 +49,12 @@ public:
   }
 
   int GetMergedCount() const { return m_nMerged; }
+  bool HasDefaultSpaces() const { return m_bDefaultSpaces; }
 
 protected:
   bool Enter(const CObjectPtr& object) override
   {
+    m_bDefaultSpaces = m_bDefaultSpaces || NamesDefaultSpaces(object);
     if (!HasIdentity(object))
       return true;
     m_exempt.Add(object.GetObjNumber());
@@ -128,11 +131,13 @@ private:
   CNumberSet m_exempt;
   CNumberSet m_looked;  // lists and appearances whose members are exempt
   int m_nMerged = 0;
+  bool m_bDefaultSpaces = false;
 };
 
 }  // namespace
 
-void MergeEqualObjects(CFile& file, bool bDecode, CStandIns& standIns, CDecodedStreams& decoded)
+void MergeEqualObjects(CFile& file, bool bDecode, CStandIns& standIns, CDecodedStreams& decoded,
+                       bool* pDefaultSpaces)
 {
   CMergeWalk walk(file, bDecode, standIns, decoded);
   const CObjectPtr root = file.GetRoot();
@@ -143,6 +148,8 @@ void MergeEqualObjects(CFile& file, bool bDecode, CStandIns& standIns, CDecodedS
   for (int i = catalog.GetBegin(); i != catalog.GetEnd(); i = catalog.GetNext(i))
     walk.Exempt(catalog.GetValue(i));
   walk.Walk(root);
+  if (pDefaultSpaces)
+    *pDefaultSpaces = walk.HasDefaultSpaces();
   if (BSE::CTracer::IsOn())
     BSE::CTracer::Trace("D", "PDF Optimizer", "Merged equal objects: %d", walk.GetMergedCount());
 }

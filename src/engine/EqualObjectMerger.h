@@ -17,7 +17,9 @@ namespace PDF
 //
 // Adds what it finds to the stand-ins; what these redirect already counts as one object. With bDecode streams
 // are equal if their decoded data are, for a copy that encodes them anew, and what was decoded is added to
-// the collection.
-void MergeEqualObjects(CFile& file, bool bDecode, CStandIns& standIns, CDecodedStreams& decoded);
+// the collection. The last argument, which may be null, is told whether NamesDefaultSpaces holds for any
+// object.
+void MergeEqualObjects(CFile& file, bool bDecode, CStandIns& standIns, CDecodedStreams& decoded,
+                       bool* pDefaultSpaces = nullptr);
 
 }  // namespace PDF

@@ -44,10 +44,23 @@ unsigned GetAllowed(int nMajor, int nMinor)
   return nAll;
 }
 
+// The space of the colours, and not of their numbers in a table.
+const DOC::IColorSpace* GetRealSpace(const DOC::IColorSpace* pSpace)
+{
+  return pSpace && pSpace->GetIndexed() ? pSpace->GetAlternate() : pSpace;
+}
+
+// Colours of another space would.
+bool LeavesNoMarks(const DOC::IColorSpace* pSpace)
+{
+  const DOC::IColorSpace* pReal = GetRealSpace(pSpace);
+  return pReal && pReal->GetTint() && pReal->GetTint()->IsNone();
+}
+
 // What a small error becomes in a tint transform, nobody knows.
 bool HasTints(const DOC::IColorSpace* pSpace)
 {
-  const DOC::IColorSpace* pBase = pSpace && pSpace->GetIndexed() ? pSpace->GetAlternate() : pSpace;
+  const DOC::IColorSpace* pBase = GetRealSpace(pSpace);
   return pBase && (pBase->GetType() == DOC::eSeparation || pBase->GetType() == DOC::eDeviceN);
 }
 
@@ -89,6 +102,7 @@ private:
   bool ConvertColors(bool bIndexed);
   void Downsample();
   unsigned ChooseSet();
+  std::int64_t MeasureAddedSpace() const;
   bool ReadSamples(TImageSamples& samples);
   void Race(unsigned nSet);
   void TryEncoding(unsigned nFlag, const TImageSamples& samples);
@@ -164,16 +178,17 @@ void CImageOptimizer::CWork::RestoreState(const CObjectPtr& value, const CObject
 // False for an image that is left alone.
 bool CImageOptimizer::CWork::Prepare()
 {
+  SaveState(m_inputValue, m_inputPart);
   m_record.m_nClass = GetClass();
   if (GetSet() == 0)
     return false;
   m_record.m_nOutcome = eImageNotRead;
-  if (m_image.GetDecode() == eDecodeOther || !m_image.HasWholeSamples() || !m_owner.IsChargeable(m_image))
+  if (m_image.GetDecode() == eDecodeOther || !m_image.HasWholeSamples() || m_image.IsAmbiguous() ||
+      !m_owner.IsChargeable(m_image))
     return false;
   m_nCurrent = GetCompressionFlag(m_image.GetCompressionType());
   m_bForce = m_options.m_bForceRecompression;
   m_bColorKey = m_object["Mask"].IsArray();
-  SaveState(m_inputValue, m_inputPart);
   m_record.m_nSizeBefore = static_cast<CStreamPart*>(m_inputPart.Get())->GetDataLength();
   m_image.SetResolutionX(m_record.m_dResolutionX);
   m_image.SetResolutionY(m_record.m_dResolutionY);
@@ -186,7 +201,11 @@ bool CImageOptimizer::CWork::Prepare()
 void CImageOptimizer::CWork::Run()
 {
   if (!Prepare())
+  {
+    // Data that has been opened may have added to its dictionary.
+    RestoreState(m_inputValue, m_inputPart);
     return;
+  }
   Simplify();
   unsigned nSet = GetSet();
   // The image of the input competes unless it is to be encoded in any case.
@@ -200,7 +219,7 @@ void CImageOptimizer::CWork::Run()
     Note(eChangeColors, ConvertColors(false));
   nSet = ChooseSet();
   if (m_bInput)
-    m_nBest = m_record.m_nSizeBefore;
+    m_nBest = std::max<std::int64_t>(m_record.m_nSizeBefore - MeasureAddedSpace(), 0);
   if (!m_options.m_bImageStratConserv || m_bModified || m_bForce)
     Race(nSet);
   Finish();
@@ -208,6 +227,8 @@ void CImageOptimizer::CWork::Run()
 
 void CImageOptimizer::CWork::Simplify()
 {
+  if (m_owner.m_bDefaultSpaces)
+    return;
   if (!m_image.IsImageMask() && m_image.HasBitonalTable() && m_image.ReduceToBitonal(0))
     Note(eChangeSimplified, m_object["ColorSpace"].IsName("DeviceGray"));
   ReduceColors();
@@ -226,7 +247,8 @@ void CImageOptimizer::CWork::ReduceColors()
 
 bool CImageOptimizer::CWork::ConvertColors(bool bIndexed)
 {
-  if (m_bMatte || m_image.IsImageMask() || !m_image.IsColor())
+  if (m_bMatte || m_owner.m_bDefaultSpaces || m_image.IsImageMask() || !m_image.IsColor() ||
+      LeavesNoMarks(m_image.GetColorSpace()))
     return false;
   const TColorConversion nConversion = m_options.m_nColorConversion;
   const DOC::TTarget target = nConversion == eColorConversionRGB    ? DOC::eToRGB
@@ -324,14 +346,22 @@ void CImageOptimizer::CWork::Race(unsigned nSet)
   for (unsigned nFlag = eCompressionFlagRaw; nFlag <= eCompressionFlagJPEG2000; nFlag <<= 1)
     if ((nSet & nFlag) != 0 && !(bIndexed && (nFlag & g_nLossy) != 0))
       TryEncoding(nFlag, samples);
-  if (bIndexed && (nSet & g_nLossy) != 0)
+  if (bIndexed && (nSet & g_nLossy) != 0 && !m_owner.m_bDefaultSpaces)
     TryBaseColors(nSet & g_nLossy);
+}
+
+// What any other encoding needs beside its data, where the data of the input has its colour space in it.
+std::int64_t CImageOptimizer::CWork::MeasureAddedSpace() const
+{
+  const bool bAdded = !m_inputValue["ColorSpace"] && !m_inputValue["CS"] && m_object["ColorSpace"];
+  return bAdded ? static_cast<std::int64_t>(MeasureValue(m_object["ColorSpace"])) : 0;
 }
 
 void CImageOptimizer::CWork::TryEncoding(unsigned nFlag, const TImageSamples& samples)
 {
   TCandidate candidate;
-  const bool bReduce = m_options.m_bRecodeSamples && !m_bColorKey && !m_bMatte && !m_image.IsImageMask();
+  const bool bReduce = m_options.m_bRecodeSamples && !m_bColorKey && !m_bMatte && !m_owner.m_bDefaultSpaces &&
+                       !m_image.IsImageMask();
   if (!m_owner.m_encoder.Encode(nFlag, *m_object, samples, bReduce, m_nBest, candidate.m_encoded))
     return;
   const std::int64_t nSize = candidate.m_encoded.m_data.GetSize();
@@ -437,7 +467,7 @@ void CImageOptimizer::CWork::Finish()
 }
 
 CImageOptimizer::CImageOptimizer(CFile& input, const TOptimizerOptions& options, const CStandIns& standIns,
-                                 CImageRecords& records, int nMajor, int nMinor)
+                                 CImageRecords& records, int nMajor, int nMinor, bool bDefaultSpaces)
     : m_input(input),
       m_options(options),
       m_standIns(standIns),
@@ -446,7 +476,8 @@ CImageOptimizer::CImageOptimizer(CFile& input, const TOptimizerOptions& options,
       m_pAccount(new DOC::CColorAccount(input.GetInput()->GetLength())),
       m_pCMS(DOC::CreateCMS("", "", *m_pAccount)),
       m_spaces(*m_pCMS),
-      m_encoder(options)
+      m_encoder(options),
+      m_bDefaultSpaces(bDefaultSpaces)
 {
 }
 
@@ -475,7 +506,7 @@ bool CImageOptimizer::IsChargeable(CImage& image)
 
 TMaskFate CImageOptimizer::JudgeMask(const CObjectPtr& image, bool bMaskCopied)
 {
-  if (!m_options.m_bReduceColorComplexity || !image["Subtype"].IsName("Image"))
+  if (!m_options.m_bReduceColorComplexity || m_bDefaultSpaces || !image["Subtype"].IsName("Image"))
     return eMaskKept;
   const CObjectPtr soft = GetStandIn(image["SMask"]);
   const CObjectPtr mask = soft ? soft : GetStandIn(image["Mask"]);
@@ -499,7 +530,8 @@ TMaskState CImageOptimizer::LookAtMask(const CObjectPtr& mask, TImageRole nRole)
   pRecord->m_nMaskState = eMaskStays;
   const BSE::CErrorSuppressor quiet(mask->OnGetErrorHandler());
   CImage image(mask, m_spaces);
-  if (image.GetDecode() == eDecodeOther || !image.HasWholeSamples() || !IsChargeable(image))
+  if (image.GetDecode() == eDecodeOther || !image.HasWholeSamples() || image.IsAmbiguous() ||
+      !IsChargeable(image))
     return eMaskStays;
   if (nRole == eRoleSoftMask)
     pRecord->m_nMaskState = LookAtSoftMask(image);

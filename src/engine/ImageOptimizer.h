@@ -27,9 +27,10 @@ class CImageOptimizer
 {
 public:
   // All borrowed; the version is that of the output, which decides what it may use. Records and stand-ins are
-  // those of the input.
+  // those of the input. With bDefaultSpaces the names of device spaces may stand for others, and no image
+  // gets another space.
   CImageOptimizer(CFile& input, const TOptimizerOptions& options, const CStandIns& standIns,
-                  CImageRecords& records, int nMajor, int nMinor);
+                  CImageRecords& records, int nMajor, int nMinor, bool bDefaultSpaces);
   CImageOptimizer(const CImageOptimizer&) = delete;
   CImageOptimizer& operator=(const CImageOptimizer&) = delete;
   ~CImageOptimizer();
@@ -65,6 +66,7 @@ private:
   BSE::CObjectPtr<DOC::CCMS> m_pCMS;
   CColorSpaceFactory m_spaces;
   CImageEncoder m_encoder;
+  bool m_bDefaultSpaces;
   std::int64_t m_nRead = 0;  // bytes of samples
 };
 

@@ -5,6 +5,7 @@
 #include "document/BTree.h"
 #include "engine/BitonalStreamRecoder.h"
 #include "engine/ContentAnalysis.h"
+#include "engine/DefaultSpaces.h"
 #include "engine/EqualObjectMerger.h"
 #include "engine/FontOptimizer.h"
 #include "engine/ImageOptimizer.h"
@@ -94,10 +95,11 @@ private:
 class CStreamPasses : public IStreamStep
 {
 public:
-  // With bJBIG2 the version of the output knows that filter. The pass for images may be null.
+  // With bJBIG2 the version of the output knows that filter, with bDefaultSpaces colours of devices may be
+  // others. The pass for images may be null.
   CStreamPasses(CCopyBase& copier, CFile& file, const TOptimizerOptions& options, bool bJBIG2,
-                CDecodedStreams& decoded, CImageOptimizer* pImages, const CImageRecords& records,
-                CImageReports& reports, const int& nPage)
+                bool bDefaultSpaces, CDecodedStreams& decoded, CImageOptimizer* pImages,
+                const CImageRecords& records, CImageReports& reports, const int& nPage)
       : m_copier(copier),
         m_file(file),
         m_pImages(pImages),
@@ -108,7 +110,7 @@ public:
     if (options.m_bRecodeJPEG)
       m_pRecoder.Reset(new CJPEGStreamRecoder);
     if (options.m_bRecodeSamples)
-      m_pSamples.Reset(new CSampleRecoder(options.m_nEffort));
+      m_pSamples.Reset(new CSampleRecoder(options.m_nEffort, bDefaultSpaces));
     if (options.m_bRecodeBitonal)
       m_pBitonal.Reset(new CBitonalStreamRecoder(bJBIG2));
     if (options.m_bRecompressStreams)
@@ -286,11 +288,12 @@ bool COptimizer::CopyDocument(BSE::IByteStream* pStream, const TEncryption& encr
   BSE::CScopedPtr<CImageOptimizer> pImages;
   if (m_images.GetCount() > 0 && WorksOnImages(m_options))
     pImages.Reset(new CImageOptimizer(m_input.GetFile(), m_options, m_standIns, m_images,
-                                      m_output.GetMajorVersion(), m_output.GetMinorVersion()));
+                                      m_output.GetMajorVersion(), m_output.GetMinorVersion(),
+                                      m_bDefaultSpaces));
   m_imageReports.RemoveAll();
   const BSE::CScopedValue<CImageOptimizer*> images(m_pImages, pImages.Get());
-  const CStreamPasses passes(*this, m_output.GetFile(), m_options, bJBIG2, m_decoded, pImages.Get(), m_images,
-                             m_imageReports, m_nCopiedPage);
+  const CStreamPasses passes(*this, m_output.GetFile(), m_options, bJBIG2, m_bDefaultSpaces, m_decoded,
+                             pImages.Get(), m_images, m_imageReports, m_nCopiedPage);
   return CDocumentCopierT<CObjectCopier>::Save(pStream, encryption);
 }
 
@@ -318,6 +321,10 @@ bool COptimizer::Analyze()
     return false;
   }
   FindDuplicates();
+  // Objects that have been changed must not be read again: now, or never.
+  if (!m_options.m_bMergeEqualObjects)
+    m_bDefaultSpaces =
+        !(WorksOnImages(m_options) || m_options.m_bRecodeSamples) || HasDefaultColorSpaces(m_input.GetFile());
   AnalyzeContent();
   m_bAnalyzed = true;
   return true;
@@ -353,6 +360,7 @@ void COptimizer::FindDuplicates()
 {
   m_standIns.RemoveAll();
   m_decoded.RemoveAll();
+  m_bDefaultSpaces = true;
   // The tables have a place for each number up to the highest one, which a file of a few bytes may choose.
   CFile& file = m_input.GetFile();
   const int nNumbers = file.GetObjectCount();
@@ -369,7 +377,7 @@ void COptimizer::FindDuplicates()
   m_standIns.Add(redundant.GetTable());
   if (!m_options.m_bMergeEqualObjects)
     return;
-  MergeEqualObjects(file, m_options.m_bRecompressStreams, m_standIns, m_decoded);
+  MergeEqualObjects(file, m_options.m_bRecompressStreams, m_standIns, m_decoded, &m_bDefaultSpaces);
 }
 
 CObjectPtr COptimizer::GetStandIn(const CObjectPtr& object)

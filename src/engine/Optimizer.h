@@ -154,6 +154,7 @@ private:
   bool m_bFontsDone = false;
   bool m_bImagesRead = false;
   bool m_bConformanceLost = false;
+  bool m_bDefaultSpaces = true;  // colours of devices may be others in the input; also if nobody has looked
   bool m_bFilterSignedFields = false;  // inside the form
   bool m_bInFieldsArray = false;       // the next array is the form's list of fields
   CObjectStripper m_stripper;

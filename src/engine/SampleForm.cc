@@ -66,6 +66,16 @@ private:
   short m_slots[2048];
 };
 
+// Readers do not agree on how the bytes of a table stand for components of other ranges than 0 to 1.
+bool IsPlainProfile(const CObjectPtr& space)
+{
+  const CObjectPtr range = space.IsArray() && space[0].IsName("ICCBased") ? space[1]["Range"] : CObjectPtr();
+  for (int i = 0; i < range.GetSize(); ++i)
+    if (!range[i].IsNumber() || range[i]->GetRealValue() != i % 2)
+      return false;
+  return space.IsArray() && space[0].IsName("ICCBased");
+}
+
 }  // namespace
 
 bool TSampleForm::IsUsable() const
@@ -146,7 +156,7 @@ bool CSamples::ReduceToGray()
 bool CSamples::ReduceToTable()
 {
   const bool bBase = m_form.m_space.IsName("DeviceRGB") || m_form.m_space.IsName("DeviceCMYK") ||
-                     (m_form.m_space.IsArray() && m_form.m_space[0].IsName("ICCBased"));
+                     IsPlainProfile(m_form.m_space);
   if (m_form.m_nBits != 8 || m_form.m_nComponents < 3 || m_form.m_nComponents > 4 || !bBase)
     return false;
   CColorTable table(m_form.m_nComponents);

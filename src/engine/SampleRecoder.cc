@@ -37,7 +37,8 @@ bool CSampleRecoder::Recode(const CObjectPtr& source, CObject& stream)
     return false;
   const std::size_t nPresent =
       MeasureFilters(stream) + MeasureValue(form.m_space) + m_decoder.GetEncodedSize();
-  if (!m_encoder.Encode(m_samples, CanReduce(source, stream), nPresent))
+  const bool bReduce = CanReduce(source, stream) && !(m_bDefaultSpaces && form.m_space.IsName());
+  if (!m_encoder.Encode(m_samples, bReduce, nPresent))
     return false;
   const TSampleForm& result = m_encoder.GetForm();
   if (result.m_nBits != form.m_nBits || result.m_nComponents != form.m_nComponents)

@@ -12,8 +12,9 @@ namespace PDF
 class CSampleRecoder
 {
 public:
-  // 1 (fast) to 9 (small).
-  explicit CSampleRecoder(int nEffort) : m_encoder(nEffort) {}
+  // 1 (fast) to 9 (small). With bDefaultSpaces colours of devices stay in their spaces, since those may stand
+  // for others.
+  CSampleRecoder(int nEffort, bool bDefaultSpaces) : m_encoder(nEffort), m_bDefaultSpaces(bDefaultSpaces) {}
 
   // A stream object of an output, and that of the input, which may be null. True if it has become smaller.
   bool Recode(const CObjectPtr& source, CObject& stream);
@@ -22,6 +23,7 @@ private:
   CStreamDecoder m_decoder;
   CFlateImageEncoder m_encoder;
   CSamples m_samples;
+  bool m_bDefaultSpaces;
 };
 
 }  // namespace PDF

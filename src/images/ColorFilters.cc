@@ -35,7 +35,9 @@ bool CConvertColorFilter::MakeRow(std::span<unsigned char> row)
     UnpackSamples(m_row, m_format.nBitsPerComponent, !m_format.pColorSpace->GetIndexed(), unpacked);
     samples = unpacked;
   }
-  if (m_format.pColorSpace->ConvertRow(m_target, samples, row, nPixels))
+  const bool bConverted = m_format.pColorSpace->ConvertRow(m_target, samples, row, nPixels);
+  m_bGap = m_bGap || m_format.pColorSpace->IsGuessed();
+  if (bConverted)
     return true;
   BSE::ReportLoss(m_pErrorContext, g_nInvalidColorSpace);
   return false;

@@ -111,11 +111,13 @@ void CImage::LookAtDecoder(BSE::IByteStream* pData)
   if (const auto* pJPX = dynamic_cast<BSE::CJPXDecodeFilter*>(pData); pJPX && pJPX->IsValid())
   {
     const BSE::CJPXParameters& jpx = pJPX->GetParameters();
-    m_found = {jpx.nWidth, jpx.nHeight, pJPX->GetSampleCount(), 8, true};
+    m_found = {jpx.nWidth, jpx.nHeight,         pJPX->GetSampleCount(), 8,
+               true,       pJPX->IsAmbiguous(), !jpx.Palette.IsEmpty()};
     m_jpxSpace = MakeJPXColorSpace(jpx);
   }
   else if (const auto* pDCT = dynamic_cast<BSE::CDCTDecodeFilter*>(pData))
-    m_found = {pDCT->GetParameters().nWidth, pDCT->GetParameters().nHeight, pDCT->GetComponents(), 8, false};
+    m_found = {pDCT->GetParameters().nWidth, pDCT->GetParameters().nHeight, pDCT->GetComponents(), 8, false,
+               pDCT->IsAmbiguous()};
   else if (const auto* pFax = dynamic_cast<BSE::CCCITTFaxDecodeFilter*>(pData))
     m_found = {pFax->GetParameters().Columns, 0, 1, 1, false};
   else if (const auto* pJBIG2 = dynamic_cast<BSE::CJBIG2DecodeFilter*>(pData))
@@ -305,6 +307,15 @@ const char* CImage::FindObstacle()
   if (m_found.m_bJPX && GetIntegerOr(m_object["SMaskInData"], 0) != 0)
     return "the data has its own mask";
   return nullptr;
+}
+
+bool CImage::IsAmbiguous()
+{
+  OpenData();
+  const CObjectPtr decode = CImageDictionary(m_object.Get()).GetDecode();
+  return m_found.m_bAmbiguous ||
+         (m_found.m_bJPX && !IsImageMask() && decode.IsArray() && !HasDecode(decode, false)) ||
+         (m_found.m_bTable && m_object["Mask"].IsArray());
 }
 
 bool CImage::HasWholeSamples()

@@ -85,6 +85,12 @@ public:
   // for a mask inside the data.
   bool HasWholeSamples();
 
+  // Whether readers differ in what they show of the data, so that no other can take its place: JPEG 2000 data
+  // with more or fewer channels than colours, with a profile and no colour space beside it, with a Decode
+  // array (which counts by some), or with a colour key for the colours of its palette; JPEG data whose
+  // components may be RGB or YCbCr.
+  bool IsAmbiguous();
+
   // Reads the samples, for what encodes or compares them more than once. They are in memory then, unless they
   // are larger than BSE::g_nMaxRecodedSize. False, with the image as it was, if any are missing or damaged.
   bool ReadSamples();
@@ -168,6 +174,8 @@ private:
     int m_nComponents = 0;
     int m_nBits = 8;
     bool m_bJPX = false;
+    bool m_bAmbiguous = false;
+    bool m_bTable = false;  // the palette is in the data
   };
 
   const TFound* FindJPX();

@@ -159,7 +159,7 @@ bool CImage::ConvertPalette(DOC::TTarget target)
     double converted[4] = {};
     const auto nStart = static_cast<std::size_t>(i) * static_cast<std::size_t>(nSource);
     pBase->ToReal(pIndexed->GetTable().subspan(nStart, static_cast<std::size_t>(nSource)), color.GetSpan());
-    if (!pBase->ConvertColor(target, color.GetSpan(), converted))
+    if (!pBase->ConvertColor(target, color.GetSpan(), converted) || pBase->IsGuessed())
       return false;
     for (int k = 0; k < nResult; ++k)
       table.Add(DOC::TRange().ToByte(converted[k]));

@@ -5,8 +5,12 @@
 
 #include <cmath>
 
+#include "engine/ImageEncoder.h"
 #include "engine/Optimizer.h"
 #include "images/ImageFilters.h"
+#include "pdf/ArrayObject.h"
+#include "pdf/DictionaryObject.h"
+#include "pdf/SimpleObjects.h"
 #include "tests/engine/SmallFile.h"
 
 namespace
@@ -54,14 +58,45 @@ protected:
     return sData;
   }
 
-  void Save(const std::string& sVersion = "1.7")
+  // JPEG 2000 data of 40 by 40 pixels, with a palette if there is one.
+  static std::string MakeJPX(int nComponents, const std::string& sPalette = {})
+  {
+    PDF::CObjectPtr image(new PDF::CDictionaryObject);
+    for (const auto& [szKey, nValue] : {std::pair("Width", 40), {"Height", 40}, {"BitsPerComponent", 8}})
+      image.AddEntry(szKey, new PDF::CIntegerObject(nValue));
+    PDF::CObjectPtr space(
+        new PDF::CNameObject(nComponents == 1 && sPalette.empty() ? "DeviceGray" : "DeviceRGB"));
+    if (!sPalette.empty())
+    {
+      const PDF::CObjectPtr table(new PDF::CArrayObject);
+      table.Add(new PDF::CNameObject("Indexed"));
+      table.Add(space);
+      table.Add(new PDF::CIntegerObject(static_cast<int>(sPalette.size() / 3) - 1));
+      table.Add(new PDF::CStringObject(PDF::CString(sPalette.data(), static_cast<int>(sPalette.size()))));
+      space = table;
+    }
+    image.AddEntry("ColorSpace", space);
+    const std::string sSamples = sPalette.empty() ? MakeWaves(40, 40, nComponents) : std::string(1600, '\1');
+    PDF::TImageSamples samples;
+    samples.m_nWidth = samples.m_nHeight = 40;
+    samples.m_nBits = 8;
+    samples.m_nComponents = nComponents;
+    samples.m_pData = new BSE::CMemoryStream(sSamples.data(), static_cast<std::int64_t>(sSamples.size()));
+    const PDF::TOptimizerOptions options;
+    PDF::TEncodedImage encoded;
+    PDF::CImageEncoder(options).Encode(PDF::eCompressionFlagJPEG2000, *image, samples, false, 1 << 20,
+                                       encoded);
+    return std::string(encoded.m_data.GetSpan().begin(), encoded.m_data.GetSpan().end());
+  }
+
+  void Save(const std::string& sVersion = "1.7", const std::string& sNode = {})
   {
     const int nContent = m_file.AddStream(m_sContent, "");
     m_file.AddPage("/MediaBox[0 0 72 72]/Contents " + Ref(nContent) + "/Resources<</XObject<<" + m_sObjects +
                    ">>>>");
-    ASSERT_TRUE(m_optimizer.Open(Engine::MakeStream(m_file.Build("")).Get(), nullptr));
+    ASSERT_TRUE(m_optimizer.Open(Engine::MakeStream(m_file.Build(sNode)).Get(), nullptr));
     m_optimizer.GetOptions().SetVersion(sVersion.c_str());
-    ASSERT_TRUE(m_optimizer.Open(Engine::MakeStream(m_file.Build("")).Get(), nullptr));
+    ASSERT_TRUE(m_optimizer.Open(Engine::MakeStream(m_file.Build(sNode)).Get(), nullptr));
     const BSE::CObjectPtr<BSE::IByteStream> pOutput(new BSE::CMemoryStream);
     ASSERT_TRUE(m_optimizer.Save(pOutput.Get(), {}));
     pOutput->Rewind();
@@ -277,6 +312,66 @@ TEST_F(ImageOptimizer, SimplifiesColorsAndMasks)
   EXPECT_EQ(static_cast<unsigned char>(GetSamples(Get(6)["Mask"])[0]), 0xA5);
   // What is painted by itself does not become something else as a mask.
   EXPECT_TRUE(Get(5)["SMask"].IsStream());
+}
+
+// What is another picture to some readers than to others has no samples that could take its place.
+TEST_F(ImageOptimizer, LeavesAloneWhatReadersShowDifferently)
+{
+  const std::string sRGB = MakeJPX(3);
+  const std::string sTints = "/BitsPerComponent 8/ColorSpace[/Separation/";
+  const int nFails = m_file.AddStream("{ 0 div dup dup }", "/FunctionType 4/Domain[0 1]/Range[0 1 0 1 0 1]");
+  const std::string sPower = "/DeviceRGB<</FunctionType 2/Domain[0 1]/C0[1 1 1]/C1[1 0 0]/N 1>>]";
+  Add(40, 40, sTints + "None" + sPower, MakeWaves(40, 40, 1));
+  Add(40, 40, sTints + "Spot/DeviceRGB " + Ref(nFails) + "]", MakeWaves(40, 40, 1));
+  Add(40, 40, "/Filter/JPXDecode/ColorSpace/DeviceGray", sRGB);
+  Add(40, 40, "/Filter/JPXDecode/Decode[1 0 1 0 1 0]", sRGB);
+  Add(40, 40, "/Filter/JPXDecode/Mask[0 9 0 255 0 255]", MakeJPX(1, "abcdefghi"));
+  Add(40, 40, "/Filter/JPXDecode", sRGB);
+  Add(40, 40, sTints + "Spot" + sPower, MakeWaves(40, 40, 1));
+  Options().m_nContinuousCompressions = Options().m_nIndexedCompressions = PDF::eCompressionFlagFlate;
+  Options().m_nColorConversion = PDF::eColorConversionRGB;
+  Options().m_bForceRecompression = true;
+  Save();
+  for (const std::size_t i : {0U, 1U})
+    EXPECT_TRUE(Get(i)["ColorSpace"][0].IsName("Separation")) << i;
+  for (const std::size_t i : {2U, 3U, 4U})
+  {
+    EXPECT_EQ(GetFilter(Get(i)), "JPXDecode") << i;
+    // Nothing of what was found in the data.
+    EXPECT_FALSE(Get(i)["BitsPerComponent"] || (i > 2 && Get(i)["ColorSpace"])) << i;
+  }
+  for (const std::size_t i : {5U, 6U})
+  {
+    EXPECT_EQ(GetFilter(Get(i)), "FlateDecode") << i;
+    EXPECT_TRUE(Get(i)["ColorSpace"].IsName("DeviceRGB")) << i;
+  }
+}
+
+// Names of device spaces stand for others where resources say so.
+TEST_F(ImageOptimizer, KeepsSpacesThatMayStandForOthers)
+{
+  const std::string sWaves = MakeWaves(40, 40, 1);
+  std::string sGray;
+  for (const char c : sWaves)
+    sGray += std::string(3, c);
+  Add(40, 40, "/BitsPerComponent 8/ColorSpace/DeviceRGB", sGray);
+  Add(40, 40, "/BitsPerComponent 8/ColorSpace/DeviceCMYK", std::string(6400, 'c'));
+  // Without a record: no page shows it.
+  const int nHidden = Add(40, 40, "/BitsPerComponent 8/ColorSpace/DeviceRGB", sGray, false);
+  m_sObjects += "/Hidden " + Ref(nHidden);
+  m_shown.emplace_back("Hidden");
+  const int nSpaces = m_file.Add("<</DefaultRGB[/CalRGB<</WhitePoint[0.9 1 1.1]/Gamma[3 1 1]>>]>>");
+  Options().m_nContinuousCompressions = PDF::eCompressionFlagFlate;
+  Options().m_nColorConversion = PDF::eColorConversionRGB;
+  Options().m_bReduceColorComplexity = Options().m_bRecodeSamples = true;
+  Save("1.7", "/Resources<</ColorSpace " + Ref(nSpaces) + ">>");
+  for (const std::size_t i : {0U, 2U})
+  {
+    EXPECT_EQ(GetFilter(Get(i)), "FlateDecode") << i;
+    EXPECT_TRUE(Get(i)["ColorSpace"].IsName("DeviceRGB")) << i;
+    EXPECT_EQ(GetSamples(Get(i)), sGray) << i;
+  }
+  EXPECT_TRUE(Get(1)["ColorSpace"].IsName("DeviceCMYK"));
 }
 
 }  // namespace

@@ -30,6 +30,10 @@ public:
   bool SpendWork(std::int64_t nUnits) { return Spend(m_nWorkLeft, nUnits); }
   bool SpendMemory(std::int64_t nBytes) { return Spend(m_nMemoryLeft, nBytes); }
 
+  // Of functions that could not be evaluated for some of their inputs, and gave what they had.
+  void NoteFailure() { ++m_nFailures; }
+  std::int64_t GetFailures() const { return m_nFailures; }
+
   BSE::IErrorContext* GetErrorContext() const { return m_pErrorContext; }
 
 private:
@@ -49,6 +53,7 @@ private:
   BSE::IErrorContext* m_pErrorContext;
   std::int64_t m_nWorkLeft;
   std::int64_t m_nMemoryLeft;
+  std::int64_t m_nFailures = 0;
 };
 
 }  // namespace DOC

@@ -105,6 +105,10 @@ public:
   virtual const IIndexedColorSpace* GetIndexed() const { return nullptr; }
   virtual const ITintColorSpace* GetTint() const { return nullptr; }
 
+  // Whether any of the colours that were converted so far had to be guessed: there is no sound tint transform
+  // for them, and readers do not agree.
+  virtual bool IsGuessed() const { return false; }
+
   // Bytes of one pixel to numbers.
   virtual void ToReal(std::span<const unsigned char> bytes, std::span<double> color) const = 0;
 

@@ -45,6 +45,7 @@ bool CFunction::ReadDomain(bool bNeedsRange)
 
 void CFunction::ReportFailure()
 {
+  m_pAccount->NoteFailure();
   if (!m_bReported)
     BSE::ReportLoss(GetContext(m_object, *m_pAccount), g_nInvalidFunction);
   m_bReported = true;

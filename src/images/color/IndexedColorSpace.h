@@ -26,6 +26,7 @@ public:
   bool IsGray() const override { return m_pBase->IsGray(); }
   bool IsColor() const override { return m_pBase->IsColor(); }
   const DOC::IIndexedColorSpace* GetIndexed() const override { return this; }
+  bool IsGuessed() const override { return m_pBase->IsGuessed(); }
 
   const DOC::IColorSpace& GetBase() const override { return *m_pBase; }
   int GetHighIndex() const override { return m_nHigh; }

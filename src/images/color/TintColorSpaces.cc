@@ -174,9 +174,11 @@ bool CTintColorSpace::ConvertPixels(DOC::TTarget target, const unsigned char* pS
   if (m_buffer.GetSize() < nBytes)
     m_buffer.SetSize(nBytes);
   const auto nSource = static_cast<std::size_t>(nCount) * static_cast<std::size_t>(GetComponentCount());
-  return m_pFunction->EvaluateBytes({pSource, nSource}, m_inputs.GetSpan(), m_buffer.GetSpan(),
-                                    m_outputs.GetSpan(), nCount) &&
-         ConvertBy(*m_pAlternate, target, m_buffer.GetData(), pResult, nCount);
+  const std::int64_t nFailures = m_pCMS->GetAccount().GetFailures();
+  const bool bEvaluated = m_pFunction->EvaluateBytes({pSource, nSource}, m_inputs.GetSpan(),
+                                                     m_buffer.GetSpan(), m_outputs.GetSpan(), nCount);
+  m_bGuessed = m_bGuessed || m_pCMS->GetAccount().GetFailures() != nFailures;
+  return bEvaluated && ConvertBy(*m_pAlternate, target, m_buffer.GetData(), pResult, nCount);
 }
 
 bool CTintColorSpace::ConvertByNames(DOC::TTarget target, const unsigned char* pSource,
@@ -184,7 +186,7 @@ bool CTintColorSpace::ConvertByNames(DOC::TTarget target, const unsigned char* p
 {
   if (!m_bReported)
     ReportLoss(m_object, g_nInvalidColorSpace);
-  m_bReported = true;
+  m_bReported = m_bGuessed = true;
   if (m_buffer.GetSize() < 4 * nCount)
     m_buffer.SetSize(4 * nCount);
   std::fill_n(m_buffer.GetData(), 4 * nCount, static_cast<unsigned char>(0));

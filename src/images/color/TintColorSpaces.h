@@ -25,6 +25,7 @@ public:
 
   const char* GetColorant(int nIndex) const override;
   bool IsNone() const override { return m_bNone; }
+  bool IsGuessed() const override { return m_bGuessed || m_pAlternate->IsGuessed(); }
 
 protected:
   // The inks are those of the device; the function may be null.
@@ -64,6 +65,7 @@ private:
   BSE::CBasicArray<unsigned char> m_converted[g_nTargets];  // for all 256 amounts of one colorant
   CRowMemo m_memo;
   bool m_bNone = false;
+  bool m_bGuessed = false;
   bool m_bReported = false;
 };
 

@@ -51,6 +51,12 @@ void CDCTDecodeFilter::Open()
   m_parameters.nWidth = static_cast<int>(info.image_width);
   m_parameters.nHeight = static_cast<int>(info.image_height);
   m_parameters.nColorSpace = info.jpeg_color_space;
+  const jpeg_component_info* pComponents = info.comp_info;
+  const bool bNamedRGB = !info.saw_Adobe_marker && !info.saw_JFIF_marker && m_nComponents == 3 &&
+                         info.jpeg_color_space != JCS_RGB && pComponents[0].component_id == 'R' &&
+                         pComponents[1].component_id == 'G' && pComponents[2].component_id == 'B';
+  m_bAmbiguous =
+      bNamedRGB || (info.saw_Adobe_marker && info.saw_JFIF_marker && info.jpeg_color_space == JCS_RGB);
   ReadMarkers();
 }
 
@@ -77,8 +83,10 @@ bool CDCTDecodeFilter::SetColorSpace()
                                                                   "The image has too many pixels")));
     return false;
   }
-  if (!info.saw_Adobe_marker && info.num_components == 3)
-    info.jpeg_color_space = m_nColorTransform == 0 ? JCS_RGB : JCS_YCbCr;
+  // Beside a JFIF header libjpeg takes every Adobe marker for one that says YCbCr; readers of PDF believe it.
+  const int nTransform = info.saw_Adobe_marker ? info.Adobe_transform : m_nColorTransform;
+  if (info.num_components == 3)
+    info.jpeg_color_space = nTransform == 0 ? JCS_RGB : JCS_YCbCr;
   if (!info.saw_Adobe_marker && info.num_components == 4)
     info.jpeg_color_space = m_nColorTransform == 0 ? JCS_CMYK : JCS_YCCK;
   if (info.num_components == 3)

@@ -30,6 +30,10 @@ public:
   // With the size, colour space, resolution and orientation of the image.
   const CDCTParameters& GetParameters() const { return m_parameters; }
 
+  // Whether readers differ on the colours: the components are named RGB and no marker says what they are, or
+  // an Adobe marker says RGB beside a JFIF header.
+  bool IsAmbiguous() const { return m_bAmbiguous; }
+
   // Bytes of a pixel.
   int GetComponents() const { return m_nComponents; }
 
@@ -55,6 +59,7 @@ private:
 
   CDCTParameters m_parameters;
   int m_nColorTransform;
+  bool m_bAmbiguous = false;
   int m_nLines;
   CScopedPtr<CDCTDecompressor> m_pDecompressor;  // null once the data has ended
   std::int64_t m_nRowSize = 0;

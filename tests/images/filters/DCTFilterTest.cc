@@ -33,6 +33,7 @@ struct TPicture
   CDCTParameters m_parameters;
   CCodes m_codes;
   bool m_bGap = false;
+  bool m_bAmbiguous = false;
 };
 
 TPicture DecodePicture(const std::string& data, int nColorTransform = -1)
@@ -47,6 +48,7 @@ TPicture DecodePicture(const std::string& data, int nColorTransform = -1)
   picture.m_parameters = pFilter->GetParameters();
   picture.m_codes = reports.GetCodes();
   picture.m_bGap = pFilter->HasGap();
+  picture.m_bAmbiguous = pFilter->IsAmbiguous();
   return picture;
 }
 
@@ -154,6 +156,11 @@ TEST(DCTFilter, DecidesOnColors)
   // An Adobe marker decides, whatever the parameter.
   for (const int nTransform : {-1, 0, 1})
     EXPECT_EQ(DecodePicture(rgb, nTransform).m_parameters.nColorSpace, eDCTRGB);
+  // Beside a JFIF header as well.
+  const std::string both = Insert(rgb, '\xE0', "JFIF\0\1\1\0\0\1\0\1\0\0"s);
+  EXPECT_LT(GetLargestDifference(DecodePicture(both).m_rows, rows), 12);
+  EXPECT_TRUE(DecodePicture(both).m_bAmbiguous && DecodePicture(WithoutAdobe(rgb), 1).m_bAmbiguous);
+  EXPECT_FALSE(DecodePicture(rgb).m_bAmbiguous || DecodePicture(ycc).m_bAmbiguous);
   // Without one the parameter does; YCbCr is taken for granted.
   EXPECT_LT(GetLargestDifference(DecodePicture(WithoutAdobe(rgb), 0).m_rows, rows), 12);
   EXPECT_GT(GetLargestDifference(DecodePicture(WithoutAdobe(rgb), 1).m_rows, rows), nLarge);

@@ -165,7 +165,10 @@ void CHeaderReader::ReadColor(CByteCursor cursor)
   if (nMethod == nEnumerated)
     m_header.m_nColorSpace = GetEnumerated(cursor);
   else if (nMethod == nRestrictedProfile || nMethod == nAnyProfile)
+  {
     m_header.m_nColorSpace = GetProfileSpace(cursor);
+    m_header.m_bProfile = m_header.m_nColorSpace != eJPXNone;
+  }
   if (m_header.m_nColorSpace == eJPXNone && CTracer::IsOn())
     CTracer::Trace("W", "JPX Filter", "JPEG2000 data: Unsupported color space.");
 }

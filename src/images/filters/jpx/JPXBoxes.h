@@ -75,6 +75,7 @@ struct TJPXHeader
 {
   std::span<const unsigned char> m_codestream;  // of the data that was read
   int m_nColorSpace = eJPXNone;
+  bool m_bProfile = false;  // the colour space is one by a profile
   double m_labRange[4] = {-100, 100, -100, 100};
   TJPXPalette m_palette;
   bool m_bPaletteDamaged = false;       // there is one that cannot be read

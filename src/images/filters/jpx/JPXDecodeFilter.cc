@@ -57,6 +57,11 @@ int CJPXDecodeFilter::GetSampleCount() const
   return m_pPicture ? m_pPicture->GetChannelCount() : 0;
 }
 
+bool CJPXDecodeFilter::IsAmbiguous() const
+{
+  return m_pPicture && m_pPicture->IsAmbiguous();
+}
+
 bool CJPXDecodeFilter::HasOpacity() const
 {
   return m_pPicture && m_pPicture->HasOpacity();

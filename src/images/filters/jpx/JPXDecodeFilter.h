@@ -35,6 +35,9 @@ public:
   // Bytes of a pixel: 1 for an image with a palette.
   int GetSampleCount() const;
 
+  // Whether readers may show other colours of the data: see CJPXPicture.
+  bool IsAmbiguous() const;
+
   // Whether the data has a channel of opacity.
   bool HasOpacity() const;
 

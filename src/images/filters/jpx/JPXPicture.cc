@@ -56,11 +56,14 @@ CJPXPicture::CJPXPicture(const TJPXHeader& header, int nComponents, int nWanted,
   if (bIndices)
   {
     m_channels.Add({0, -1});
+    m_bAmbiguous = nComponents != 1;
     return;
   }
   AddChannels(nComponents);
   ApplyDefinitions();
   m_nColorSpace = header.m_nColorSpace;
+  const int nColors = nWanted > 0 ? nWanted : GetJPXColorCount(m_nColorSpace);
+  m_bAmbiguous = (nColors > 0 && nColors != m_channels.GetSize()) || (nWanted == 0 && header.m_bProfile);
   LimitChannels(nWanted);
   m_bConvert = m_nColorSpace == eJPXYCC;
   if (m_bConvert)

@@ -29,6 +29,10 @@ public:
   // Whether there is a channel of opacity, which is not delivered.
   bool HasOpacity() const { return m_bOpacity; }
 
+  // Whether the channels of colour are others than the colour space has, so that some are left out or taken
+  // for something else, or the colours are those of a profile that no colour space stands for.
+  bool IsAmbiguous() const { return m_bAmbiguous; }
+
   // Writes a row of samples, one after the other for each pixel.
   void WriteRow(const CJPXImage& image, int y, std::span<unsigned char> row) const;
 
@@ -47,6 +51,7 @@ private:
   IErrorContext* m_pErrorContext;
   bool m_bIndices;
   bool m_bOpacity = false;
+  bool m_bAmbiguous = false;
   bool m_bConvert = false;  // YCC to RGB
   int m_nColorSpace = eJPXNone;
   CBasicArray<TJPXChannel> m_channels;
