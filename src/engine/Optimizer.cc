@@ -227,6 +227,7 @@ bool COptimizer::Close()
   {
     ResetState();
     m_fontEdits.RemoveAll();
+    m_input.GetFile().BeginRelease();
   }
   m_pFonts.Reset();
   m_standIns.RemoveAll();

@@ -60,6 +60,10 @@ public:
   // output that is not a file is collected in memory first and reaches the stream at Close.
   virtual bool Create(BSE::IByteStream* pStream, const CString& id, bool bDirectOutput, bool bObjectStreams);
 
+  // Before Close, for whoever lets go of many objects first: what nobody uses any more goes with the file
+  // alone, and no memory is needed for it.
+  void BeginRelease() { m_reader.SetReleasing(true); }
+
   // Writes what is dirty, linearizes if asked for, releases everything. False if the file could not be
   // completed.
   virtual bool Close();

@@ -314,6 +314,16 @@ bool CObjectReader::Hold(CIndirectObject& object)
   const int nCost = object.GetCost();
   if (!object.IsReread() || nCost < BSE::g_nMinHeldObject)
     return false;
+  try
+  {
+    m_held.Reserve(m_held.GetSize() + 1);
+    m_heldCosts.Reserve(m_heldCosts.GetSize() + 1);
+  }
+  catch (...)
+  {
+    // Whoever lets go of an object must not be disturbed.
+    return false;
+  }
   m_held.Add(&object);
   m_heldCosts.Add(nCost);
   m_nHeldBytes += nCost;

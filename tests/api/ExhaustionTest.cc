@@ -5,11 +5,13 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <new>
 #include <string>
 
 #include "brevex/brevex.h"
 #include "tests/support/FeatureDocument.h"
+#include "tests/support/PdfBuilder.h"
 #include "tests/support/TempFolder.h"
 
 namespace
@@ -67,6 +69,7 @@ namespace
 {
 
 constexpr long g_nEachUntil = 300;
+constexpr const char* g_szFont = "tests/fonts/installed/samples/variable.ttf";
 
 struct TOptionSet
 {
@@ -74,7 +77,7 @@ struct TOptionSet
   void (*pfSet)(TBrevexHandle*);
   const char* szFile;  // null for a save to memory
   const char* szPassword;
-  bool bOdd = false;  // the input is MakeOddDocument's
+  std::string (*pfMake)(const std::string& sFeatures);  // the input
 };
 
 void SetPlain(TBrevexHandle*) {}
@@ -103,6 +106,59 @@ void SetCompression(TBrevexHandle* pHandle)
   SetMax(pHandle);
   BrevexSetEffort(pHandle, 9);
   BrevexSetOutputCipher(pHandle, BREVEX_CIPHER_AS_INPUT);
+}
+
+void SetFonts(TBrevexHandle* pHandle)
+{
+  BrevexSetProfile(pHandle, BREVEX_PROFILE_MAX);
+  BrevexSetRemoveStandardFonts(pHandle, 1);
+  BrevexSetSubsetFonts(pHandle, 1);
+  BrevexSetMergeEmbeddedFonts(pHandle, 1);
+  BrevexSetConvertToCFF(pHandle, 1);
+  BrevexEmbedFontA(pHandle, "ZapfDingbats", "");
+  BrevexEmbedFontA(pHandle, "Other", g_szFont);
+}
+
+std::string MakeSame(const std::string& sFeatures)
+{
+  return sFeatures;
+}
+
+// Two programs that are merged, by codes and by numbers, and fonts without any.
+std::string MakeFontDocument(const std::string&)
+{
+  const std::string sFont = Support::ReadFile(g_szFont);
+  EXPECT_FALSE(sFont.empty()) << "tests run in the folder of the project";
+  Support::CPdfBuilder builder;
+  const auto fnRef = [](int n) { return std::to_string(n) + " 0 R"; };
+  std::string sFonts;
+  for (const char* szEnd : {"1", "2"})
+  {
+    const int nFile = builder.AddFlateStream(sFont + szEnd);
+    const int nDescriptor = builder.AddObject("<</Type/FontDescriptor/FontName/AAAAAA+F/Flags 32/FontFile2 " +
+                                              fnRef(nFile) + ">>");
+    const int nText = builder.AddFlateStream(
+        "1 begincodespacerange <0000> <FFFF> endcodespacerange 1 beginbfrange <0001> <0002> <0041> "
+        "endbfrange");
+    sFonts += std::string("/S") + szEnd + "<</Type/Font/Subtype/TrueType/BaseFont/AAAAAA+F/FontDescriptor " +
+              fnRef(nDescriptor) + "/Encoding<</Differences[65/A/B/C]>>/FirstChar 65/Widths[" + szEnd + "]>>";
+    sFonts +=
+        std::string("/C") + szEnd + " " +
+        fnRef(builder.AddObject(
+            "<</Type/Font/Subtype/Type0/BaseFont/AAAAAA+F/Encoding/Identity-H/ToUnicode " + fnRef(nText) +
+            "/DescendantFonts[<</Type/Font/Subtype/CIDFontType2/BaseFont/AAAAAA+F"
+            "/CIDSystemInfo<</Registry(Adobe)/Ordering(Identity)/Supplement 0>>/W[1[500 600]]"
+            "/CIDToGIDMap/Identity/FontDescriptor " +
+            fnRef(nDescriptor) + ">>]>>"));
+  }
+  for (const char* szName : {"ZapfDingbats", "Other"})
+    sFonts += std::string("/") + szName[0] + " " +
+              fnRef(builder.AddObject(std::string("<</Type/Font/Subtype/Type1/BaseFont/") + szName + ">>"));
+  builder.AddPage(
+      "BT /S1 9 Tf (A) Tj /S2 9 Tf (B) Tj /C1 9 Tf <0001> Tj /C2 9 Tf <0002> Tj /Z 9 Tf (!\"#) Tj "
+      "/O 9 Tf (AB) Tj ET",
+      "/Resources<</Font<<" + sFonts + ">>>>");
+  return builder.Build();
 }
 
 // Encrypted, with its objects in object streams, and a table that is not where the file says.
@@ -158,23 +214,26 @@ bool RunWith(const std::string& sPdf, const TOptionSet& set, const std::string& 
 
 TEST(Exhaustion, EndsEveryOperationWithoutHarm)
 {
-  const TOptionSet sets[] = {{"plain", SetPlain, nullptr, nullptr},
-                             {"file", SetPlain, "out.pdf", nullptr},
-                             {"max", SetMax, nullptr, nullptr},
-                             {"encrypted", SetCipher, "out.pdf", "user"},
-                             {"linearized", SetLinear, nullptr, nullptr},
-                             {"linearized file", SetLinear, "out.pdf", nullptr},
-                             {"stripped", SetWeb, nullptr, nullptr},
-                             {"odd", SetPlain, nullptr, nullptr, true},
-                             {"odd max", SetCompression, "out.pdf", nullptr, true},
-                             {"odd linearized", SetLinear, "out.pdf", "user", true}};
-  const std::string sSound = Support::MakeFeatureDocument();
-  const std::string sOdd = MakeOddDocument(sSound);
+  const TOptionSet sets[] = {{"plain", SetPlain, nullptr, nullptr, MakeSame},
+                             {"file", SetPlain, "out.pdf", nullptr, MakeSame},
+                             {"max", SetMax, nullptr, nullptr, MakeSame},
+                             {"encrypted", SetCipher, "out.pdf", "user", MakeSame},
+                             {"linearized", SetLinear, nullptr, nullptr, MakeSame},
+                             {"linearized file", SetLinear, "out.pdf", nullptr, MakeSame},
+                             {"stripped", SetWeb, nullptr, nullptr, MakeSame},
+                             {"fonts", SetFonts, nullptr, nullptr, MakeFontDocument},
+                             {"odd", SetPlain, nullptr, nullptr, MakeOddDocument},
+                             {"odd max", SetCompression, "out.pdf", nullptr, MakeOddDocument},
+                             {"odd linearized", SetLinear, "out.pdf", "user", MakeOddDocument}};
+  const std::string sFeatures = Support::MakeFeatureDocument();
   const Support::CTempFolder folder;
+  const Support::CTempFolder home;
+  setenv("HOME", home.GetPath().c_str(), 1);
+  setenv("PDFFONTDIR", home.GetPath().c_str(), 1);
   BrevexInitialize();
   for (const TOptionSet& set : sets)
   {
-    const std::string& sPdf = set.bOdd ? sOdd : sSound;
+    const std::string sPdf = set.pfMake(sFeatures);
     const std::string sFile = set.szFile ? std::string(folder / set.szFile) : "";
     EXPECT_FALSE(RunWith(sPdf, set, sFile, 0, false));
     const long nAll = g_allocations.m_nCount;

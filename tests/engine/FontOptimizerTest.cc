@@ -490,8 +490,10 @@ TEST_F(FontOptimizer, EmbedsNothingThatDoesNotFit)
 // One that is compiled in, and one that is made of a variable font.
 TEST_F(FontOptimizer, EmbedsTheNearestFont)
 {
+  constexpr const char* szSamples = "tests/fonts/installed/samples";
+  ASSERT_TRUE(std::filesystem::exists(szSamples)) << "tests run in the folder of the project";
   setenv("HOME", m_folder.GetPath().c_str(), 1);
-  setenv("PDFFONTDIR", "tests/fonts/installed/samples", 1);
+  setenv("PDFFONTDIR", szSamples, 1);
   ASSERT_TRUE(m_optimizer.GetFontEdits().Embed(BSE::CStr8("Any-Bold"), {}));
   ASSERT_TRUE(m_optimizer.GetFontEdits().Embed(BSE::CStr8("ZapfDingbats"), {}));
   AddPage("(!4)", m_file.Add("<</Type/Font/Subtype/Type1/BaseFont/ZapfDingbats>>"));

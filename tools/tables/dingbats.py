@@ -43,6 +43,9 @@ SCALE = 1.1     # of the source to the size of ZapfDingbats
 MIDDLE = (320, 338)  # height of the middle of a glyph, there and here
 MARGIN = 0.97   # of the width that an outline may take
 
+# The source has the glyphs of these characters (two sparkles and the asterisk of balloons) at each other's places.
+MISPLACED = {0x2747: 0x2748, 0x2748: 0x2749, 0x2749: 0x2747}
+
 
 def table_rows(name):
     with open(TABLES / name, encoding="utf-8") as table:
@@ -210,8 +213,10 @@ def extract(path):
     for name, (_, width) in metrics().items():
         if name == "space":
             continue
-        contours = font.contours(font.cmap.get(int(characters[name].split()[0], 16), 0))
-        if int(characters[name].split()[0], 16) not in font.cmap:
+        character = int(characters[name].split()[0], 16)
+        character = MISPLACED.get(character, character)
+        contours = font.contours(font.cmap.get(character, 0))
+        if character not in font.cmap:
             missing.append(name)
             continue
         steps = to_path(contours, fit(contours, font.units, width))

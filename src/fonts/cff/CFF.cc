@@ -128,8 +128,7 @@ TType2Context CCFF::GetContext(int nGlyph) const
 bool CCFF::HasWorkLeft() const
 {
   return m_top.GetInteger(CTypes::eCharstringType) == 2 &&
-         !BSE::IsOutOfProportion(m_nWork, BSE::g_nFreeOutlineWork, BSE::g_nOutlineWorkRatio,
-                                 static_cast<std::int64_t>(m_data.size()));
+         !BSE::IsOutOfProportion(m_nWork, BSE::g_nFreeOutlineWork, BSE::g_nOutlineWorkRatio, m_nDataSize);
 }
 
 int CCFF::GetComponentGlyph(int nCode) const
@@ -244,7 +243,30 @@ bool CCFF::Subset(BSE::CBasicArray<unsigned char>& used, unsigned nUsage)
   DropNames();
   used.SetSize(nCount);
   std::fill(used.GetData(), used.GetData() + nCount, static_cast<unsigned char>(1));
+  ReleaseData();
   return true;
+}
+
+// A document may have many fonts of which a few glyphs each are left, and the data of most are those of
+// glyphs. Dictionaries may share subroutines, so that copies of them may be longer than the file.
+void CCFF::ReleaseData()
+{
+  BSE::CPtrArray<CIndex> parts;
+  for (CIndex* pIndex : {&m_strings, &m_globalSubrs, &m_charStrings})
+    parts.Add(pIndex);
+  for (TFontDict* pDict : m_fontDicts.GetSpan())
+    parts.Add(&pDict->m_subrs);
+  std::int64_t nKept = 0;
+  for (const CIndex* pIndex : parts.GetSpan())
+    nKept += pIndex->GetDataSize();
+  if (m_own.IsEmpty() || nKept > m_nDataSize / 2)
+    return;
+  m_name = m_store.Add(m_name);
+  for (CIndex* pIndex : parts.GetSpan())
+    for (int i = 0; i < pIndex->GetSize(); ++i)
+      pIndex->SetAt(i, m_store.Add((*pIndex)[i]));
+  m_data = {};
+  m_own.RemoveAll();
 }
 
 void CCFF::DropUnusedFontDicts()

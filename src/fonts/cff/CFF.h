@@ -31,7 +31,7 @@ enum TUsage : unsigned
 };
 
 // A Compact Font Format program (Adobe Technical Note 5176). The data are in memory as a whole; charstrings
-// and subroutines are parts of them that stay valid, whatever is done to the font.
+// and subroutines are parts of them that stay valid until the font is subset.
 class CCFF
 {
 public:
@@ -162,6 +162,7 @@ private:
   FONT::TName GetString(int nString) const;
   int AddString(FONT::TName text);
   bool IsFull() const;
+  void ReleaseData();
   void DropNames();
   void BuildNames() const;
   bool HasWorkLeft() const;
@@ -173,7 +174,8 @@ private:
   BSE::CStr8 m_sName;
   FONT::CFontLog m_log;
   BSE::CBasicArray<unsigned char> m_own;
-  TData m_data;  // m_own, or borrowed
+  TData m_data;                  // m_own, or borrowed; empty once nothing refers to it
+  std::int64_t m_nDataSize = 0;  // as it was read
   FONT::CByteStore m_store;
 
   TData m_name;

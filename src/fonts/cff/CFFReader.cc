@@ -39,6 +39,7 @@ bool CCFF::Borrow(TData data, const char* szName)
   m_log = FONT::CFontLog("CFF", m_log.GetErrorContext(), m_sName.GetText());
   m_log.Note("D", "Reading CFF font \"%s\"...", szName ? szName : "(null)");
   m_data = data;
+  m_nDataSize = static_cast<std::int64_t>(data.size());
   if (!ReadAll())
   {
     m_log.ReportEnd();

@@ -4,6 +4,7 @@
 #include "base/Unicode.h"
 #include "fonts/pdf/FontProgram.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace PDF
@@ -105,27 +106,37 @@ CIntrinsicEncoding::CIntrinsicEncoding(CFontProgram& program) : CSimpleEncoding(
     m_names[i] = m_pool.Keep(program.GetIntrinsicName(i));
 }
 
-CDifferenceEncoding::CDifferenceEncoding(const BSE::CObjectPtr<CSimpleEncoding>& pBase,
-                                         const CObjectPtr& differences)
-    : CSimpleEncoding("Custom"), m_pBase(pBase)
+CDifferences::CDifferences(const CObjectPtr& array)
 {
-  for (unsigned i = 0; i < 256; ++i)
-    m_names[i] = pBase ? pBase->GetGlyphName(i) : nullptr;
+  // The last name of a code counts; only that is kept.
+  int aElements[256];
+  std::fill(std::begin(aElements), std::end(aElements), -1);
   std::int64_t nCode = 0;
-  for (int i = 0; i < differences.GetSize(); ++i)
+  for (int i = 0; i < array.GetSize(); ++i)
   {
-    const CObjectPtr element = differences[i];
+    const CObjectPtr element = array[i];
     const bool bInside = nCode >= 0 && nCode < 256;
     if (element.IsNumber())
       nCode = element.GetIntegerValue();
     else if (element.IsName() && bInside)
-    {
-      m_names[nCode] = m_pool.Keep(element.GetNameValue());
-      m_covered[nCode++] = true;
-    }
+      aElements[nCode++] = i;
     else if (BSE::CTracer::IsOn())
       BSE::CTracer::Trace("E", "Font Encoding", "Element %d of the differences was left out.", i);
   }
+  for (unsigned i = 0; i < 256; ++i)
+    if (aElements[i] >= 0)
+      m_names[i] = m_pool.Keep(array[aElements[i]].GetNameValue());
+}
+
+CDifferenceEncoding::CDifferenceEncoding(const BSE::CObjectPtr<CSimpleEncoding>& pBase,
+                                         const BSE::CObjectPtr<CDifferences>& pDifferences)
+    : CSimpleEncoding("Custom"), m_pBase(pBase), m_pDifferences(pDifferences)
+{
+  for (unsigned i = 0; i < 256; ++i)
+    if (IsCovered(i))
+      m_names[i] = pDifferences->GetName(i);
+    else
+      m_names[i] = pBase ? pBase->GetGlyphName(i) : nullptr;
 }
 
 }  // namespace PDF

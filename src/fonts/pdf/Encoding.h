@@ -121,22 +121,38 @@ private:
   CNamePool m_pool;
 };
 
-// Another encoding with changes.
-class CDifferenceEncoding : public CSimpleEncoding
+// The changes to an encoding, which may be those of many fonts.
+class CDifferences : public BSE::CObject
 {
 public:
   // Elements that are neither codes nor names, and names beyond code 255, are left out, which is traced.
-  CDifferenceEncoding(const BSE::CObjectPtr<CSimpleEncoding>& pBase, const CObjectPtr& differences);
+  explicit CDifferences(const CObjectPtr& array);
+
+  bool IsValid() const override { return true; }
+
+  // Null for a code of which nothing is said.
+  const char* GetName(unsigned nCode) const { return nCode < 256 ? m_names[nCode] : nullptr; }
+
+private:
+  const char* m_names[256] = {};
+  CNamePool m_pool;
+};
+
+// Another encoding with changes; both may be null.
+class CDifferenceEncoding : public CSimpleEncoding
+{
+public:
+  CDifferenceEncoding(const BSE::CObjectPtr<CSimpleEncoding>& pBase,
+                      const BSE::CObjectPtr<CDifferences>& pDifferences);
 
   const CEncoding* GetBaseEncoding() const override { return m_pBase.Get(); }
 
   // Whether the changes say what is at the code.
-  bool IsCovered(unsigned nCode) const { return nCode < 256 && m_covered[nCode]; }
+  bool IsCovered(unsigned nCode) const { return m_pDifferences && m_pDifferences->GetName(nCode); }
 
 private:
   BSE::CObjectPtr<CSimpleEncoding> m_pBase;
-  bool m_covered[256] = {};
-  CNamePool m_pool;
+  BSE::CObjectPtr<CDifferences> m_pDifferences;
 };
 
 }  // namespace PDF

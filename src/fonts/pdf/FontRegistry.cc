@@ -243,6 +243,20 @@ BSE::CObjectPtr<CWidthTable> CFontRegistry::GetWidthTable(const CObjectPtr& arra
   return nPerCID == 1 ? FindOrMake(m_widths, array, fnMake) : fnMake();
 }
 
+// Known by the array where that is an object, and by the dictionary otherwise.
+BSE::CObjectPtr<CDifferences> CFontRegistry::GetDifferences(const CObjectPtr& encoding)
+{
+  const CObjectPtr array = GetStandIn(encoding["Differences"]);
+  if (!array.IsArray())
+    return nullptr;
+  return FindOrMake(m_differences, array.GetObjNumber() > 0 ? array : GetStandIn(encoding),
+                    [&]
+                    {
+                      const bool bPaid = m_account.Charge(array.GetSize());
+                      return BSE::CObjectPtr<CDifferences>(new CDifferences(bPaid ? array : CObjectPtr()));
+                    });
+}
+
 BSE::CObjectPtr<CSimpleEncoding> CFontRegistry::GetPredefinedEncoding(const char* szName)
 {
   if (!szName)

@@ -48,6 +48,9 @@ public:
   BSE::CObjectPtr<CToUnicode> GetToUnicode(const CObjectPtr& object);
   BSE::CObjectPtr<CWidthTable> GetWidthTable(const CObjectPtr& array, int nPerCID);
 
+  // The changes of an encoding that is a dictionary; null without them.
+  BSE::CObjectPtr<CDifferences> GetDifferences(const CObjectPtr& encoding);
+
   // Null for a name that no encoding has.
   BSE::CObjectPtr<CSimpleEncoding> GetPredefinedEncoding(const char* szName);
 
@@ -72,6 +75,7 @@ private:
   BSE::CValueKeyObjectMap<int, CFontFile> m_files;
   BSE::CValueKeyObjectMap<int, CToUnicode> m_toUnicode;
   BSE::CValueKeyObjectMap<int, CWidthTable> m_widths;
+  BSE::CValueKeyObjectMap<int, CDifferences> m_differences;
   BSE::CObjectArray<CSimpleEncoding> m_encodings;
   BSE::CObjectPtr<CFont> m_pDefault;
 };

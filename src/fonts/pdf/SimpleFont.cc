@@ -144,9 +144,7 @@ BSE::CObjectPtr<CSimpleEncoding> CSimpleFont::CreateEncoding() const
       m_registry.GetPredefinedEncoding(encoding["BaseEncoding"].GetNameValue());
   if (!pBase)
     pBase = CreateDefaultEncoding();
-  const CObjectPtr differences = encoding["Differences"];
-  return new CDifferenceEncoding(
-      pBase, m_registry.GetAccount().Charge(differences.GetSize()) ? differences : CObjectPtr());
+  return new CDifferenceEncoding(pBase, m_registry.GetDifferences(encoding));
 }
 
 BSE::CObjectPtr<CSimpleEncoding> CSimpleFont::CreateDefaultEncoding() const
@@ -342,7 +340,7 @@ double CType3Font::GetGlyphSpaceFactor() const
 // Without a name no code has a glyph.
 BSE::CObjectPtr<CSimpleEncoding> CType3Font::CreateDefaultEncoding() const
 {
-  return new CDifferenceEncoding(nullptr, {});
+  return new CDifferenceEncoding(nullptr, nullptr);
 }
 
 }  // namespace PDF

@@ -66,8 +66,8 @@ bool CTTF::GetOutline(int nGlyph, COutline& outline)
     return false;
   m_outlined.SetSize(m_glyf.GetGlyphCount());
   const bool bPaid = m_outlined[nGlyph] != 0;
-  if (!bPaid && BSE::IsOutOfProportion(m_nOutlineWork, BSE::g_nFreeOutlineWork, BSE::g_nOutlineWorkRatio,
-                                       m_data.GetSize()))
+  if (!bPaid &&
+      BSE::IsOutOfProportion(m_nOutlineWork, BSE::g_nFreeOutlineWork, BSE::g_nOutlineWorkRatio, m_nDataSize))
   {
     m_log.LoseGlyph(nGlyph);
     return false;
@@ -131,7 +131,24 @@ bool CTTF::Subset(const BSE::CBasicArray<unsigned char>& used)
     collector.Add(MeasureGlyph(data, shape) ? data.first(shape.m_nLength) : data);
   }
   FinishGlyphs(collector);
+  ReleaseData();
   return true;
+}
+
+// A document may have many fonts of which a few glyphs each are left, and the data of most are those of
+// glyphs. Tables may share bytes, so that copies of them may be longer than the file.
+void CTTF::ReleaseData()
+{
+  std::int64_t nBorrowed = 0;
+  for (const BSE::CPtrArray<CTable>* pTables : {&m_known, &m_others})
+    for (const CTable* pTable : pTables->GetSpan())
+      nBorrowed += pTable->IsBorrowing() ? static_cast<std::int64_t>(pTable->GetBytes().size()) : 0;
+  if (nBorrowed > m_nDataSize / 2)
+    return;
+  for (const BSE::CPtrArray<CTable>* pTables : {&m_known, &m_others})
+    for (CTable* pTable : pTables->GetSpan())
+      pTable->Keep();
+  m_data.RemoveAll();
 }
 
 void CTTF::ClearMetrics(const BSE::CBasicArray<unsigned char>& used)

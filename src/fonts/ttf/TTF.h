@@ -125,13 +125,15 @@ private:
   void RecoverGlyphs();
   std::span<const unsigned char> FindGlyphData(int nGlyph, std::int64_t& nBudget);
   void FinishGlyphs(CGlyphCollector& collector);
+  void ReleaseData();
   void CheckGlyphs();
   int GetOutlineShift(int nGlyph) const;
   bool IsSfnt(std::uint32_t nVersion) const;
 
   BSE::CStr8 m_sName;
   CFontLog m_log;
-  BSE::CBasicArray<unsigned char> m_data;
+  BSE::CBasicArray<unsigned char> m_data;  // empty once no table borrows of it
+  std::int64_t m_nDataSize = 0;            // as it was read
   std::uint32_t m_nVersion = 0;
 
   CHead m_head;

@@ -61,7 +61,7 @@ CTTFMerger::CTTFMerger(CTTF& font, const CTTF& other, std::span<const unsigned c
       m_used(std::cmp_equal(used.size(), font.GetGlyphCount()) ? used : std::span<const unsigned char>()),
       m_otherUsed(std::cmp_equal(otherUsed.size(), other.GetGlyphCount()) ? otherUsed
                                                                           : std::span<const unsigned char>()),
-      m_nBudget(g_nCompareRatio * (std::int64_t{font.m_data.GetSize()} + other.m_data.GetSize()))
+      m_nBudget(g_nCompareRatio * (font.m_nDataSize + other.m_nDataSize))
 {
   m_map.SetSize(other.GetGlyphCount());
   for (int i = 1; i < m_map.GetSize(); ++i)

@@ -43,6 +43,7 @@ bool CTTF::Read(BSE::CBasicArray<unsigned char>&& data, const char* szName, bool
   m_log = CFontLog(m_log.GetErrorContext(), m_sName.GetText());
   CFontLog::Note("I", "Reading TrueType font \"%s\"...", m_sName.GetText());
   m_data = std::move(data);
+  m_nDataSize = m_data.GetSize();
   if (!ReadTables(bCheck))
   {
     m_log.ReportEnd();

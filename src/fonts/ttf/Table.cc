@@ -18,6 +18,15 @@ void CTable::SetBytes(BSE::CBasicArray<unsigned char>&& bytes)
   m_borrowed = {};
 }
 
+void CTable::Keep()
+{
+  if (!IsBorrowing())
+    return;
+  BSE::CBasicArray<unsigned char> copy;
+  copy.Append(m_borrowed);
+  SetBytes(std::move(copy));
+}
+
 std::uint32_t CTable::GetChecksum(std::span<const unsigned char> bytes)
 {
   std::uint32_t nSum = 0;

@@ -41,6 +41,10 @@ public:
   // Bytes that outlive the table.
   void Borrow(std::span<const unsigned char> bytes);
   void SetBytes(BSE::CBasicArray<unsigned char>&& bytes);
+  bool IsBorrowing() const { return !m_borrowed.empty(); }
+
+  // Copies what is borrowed.
+  void Keep();
   void Remove() { Borrow({}); }
 
   // The checksum of a table: the sum of its words, filled up with zeros.

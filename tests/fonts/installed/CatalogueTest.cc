@@ -300,6 +300,17 @@ TEST_F(Catalogue, HasDingbats)
     EXPECT_EQ(outline.m_segments.IsEmpty(), std::strcmp(szName, "space") == 0) << szName;
   }
   EXPECT_STREQ(pProgram->GetIntrinsicName(0x21), "a1");
+  // The sparkles are made of parts, the asterisk of balloons is in one piece.
+  for (const auto& [szName, nContours] : {std::pair("a66", 9), std::pair("a67", 9), std::pair("a68", 1)})
+  {
+    EXPECT_TRUE(pProgram->GetOutline(pProgram->GetGlyphIndexByName(szName), outline));
+    const std::span<const FONT::TSegment> segments = outline.m_segments.GetSpan();
+    EXPECT_EQ(
+        std::count_if(segments.begin(), segments.end(),
+                      [](const FONT::TSegment& segment) { return segment.m_nKind == FONT::TSegment::eMove; }),
+        nContours)
+        << szName;
+  }
 }
 
 }  // namespace

@@ -88,7 +88,9 @@ TEST(Encodings, TakeDifferences)
     differences.Add(new PDF::CNameObject("beyond"));
   }
   const auto pBase = PDF::CreatePredefinedEncoding("WinAnsiEncoding");
-  const BSE::CObjectPtr<PDF::CDifferenceEncoding> pEncoding(new PDF::CDifferenceEncoding(pBase, differences));
+  const BSE::CObjectPtr<PDF::CDifferences> pDifferences(new PDF::CDifferences(differences));
+  const BSE::CObjectPtr<PDF::CDifferenceEncoding> pEncoding(
+      new PDF::CDifferenceEncoding(pBase, pDifferences));
   EXPECT_STREQ(pEncoding->GetGlyphName(0), "first");
   EXPECT_STREQ(pEncoding->GetGlyphName(65), "A");
   EXPECT_STREQ(pEncoding->GetGlyphName(67), "beta");
