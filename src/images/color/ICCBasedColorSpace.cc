@@ -37,6 +37,7 @@ void CICCBasedColorSpace::OpenProfile()
                         "N = %d is not equal to no. of color components %d in profile.", m_nComponents,
                         m_pProfile->GetComponentCount());
   m_pProfile.Reset();
+  m_bMismatch = true;
 }
 
 DOC::CColorProfile* CICCBasedColorSpace::OnGetProfile()

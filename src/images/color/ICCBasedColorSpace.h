@@ -18,6 +18,8 @@ public:
   int GetComponentCount() const override { return m_nComponents; }
   DOC::TRange GetRange(int nComponent) const override;
   DOC::IColorSpace* GetAlternate() const override { return m_pFallback.Get(); }
+  // A profile for another number of components: some readers go by it all the same.
+  bool IsGuessed() const override { return m_bMismatch; }
 
 protected:
   bool OnConvertRow(DOC::TTarget target, const unsigned char* pSource, unsigned char* pResult,
@@ -35,6 +37,7 @@ private:
   int m_nComponents;
   bool m_bOpened = false;
   bool m_bReported = false;
+  bool m_bMismatch = false;
 };
 
 }  // namespace PDF
