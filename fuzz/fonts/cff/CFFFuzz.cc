@@ -59,14 +59,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t nSize)
     return 0;
   }
   Use(font);
-  // What has been read can be written and read again, and then stays as it is.
+  // What has been read can be written and read again, and then stays as it is, but for the numbers of names
+  // that were made up.
   BSE::CBasicArray<unsigned char> written;
   if (!Write(font, written))
     return 0;
   CFF::CCFF again(&handler);
   Require(Read(again, written) && again.GetGlyphCount() == font.GetGlyphCount());
   BSE::CBasicArray<unsigned char> twice;
-  Require(Write(again, twice) && twice.GetSize() == written.GetSize());
+  Require(Write(again, twice) && twice.GetSize() <= written.GetSize());
 
   BSE::CBasicArray<unsigned char> used;
   used.SetSize(font.GetGlyphCount());

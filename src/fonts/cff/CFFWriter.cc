@@ -8,6 +8,8 @@
 
 #include "fonts/cff/CFFWriter.h"
 
+#include <algorithm>
+#include <cstdio>
 #include <limits>
 
 namespace CFF
@@ -173,7 +175,7 @@ bool CCFFWriter::MakeEncoding()
     }
   }
   WriteEncoding({codes + 1, static_cast<std::size_t>(nGlyphs)}, nSupplements);
-  return nSupplements <= 255;
+  return nSupplements <= 255 && m_strings.GetSize() <= 0xFFFF - FONT::g_nStandardStrings;
 }
 
 void CCFFWriter::WriteEncoding(std::span<const int> codes, int nSupplements)
@@ -200,11 +202,27 @@ void CCFFWriter::WriteEncoding(std::span<const int> codes, int nSupplements)
     return;
   Put8(m_encoding, nSupplements);
   for (int nCode = 0; nCode < 256; ++nCode)
-    if (m_font.m_encoding[nCode] != 0 && !done[nCode])
+    if (const int nGlyph = m_font.m_encoding[nCode]; nGlyph != 0 && !done[nCode])
     {
+      // A supplement leads to the first glyph of a name.
+      if (m_glyphIDs.Find(m_glyphIDs[nGlyph]) != nGlyph)
+        m_glyphIDs[nGlyph] = AddGlyphName(nGlyph);
       Put8(m_encoding, nCode);
-      Put16(m_encoding, m_glyphIDs[m_font.m_encoding[nCode]]);
+      Put16(m_encoding, m_glyphIDs[nGlyph]);
     }
+}
+
+// A name that no other glyph has.
+unsigned short CCFFWriter::AddGlyphName(int nGlyph)
+{
+  char szName[32];
+  const auto isTaken = [&](TData text)
+  { return FONT::IsSameName(FONT::MakeName(text), FONT::MakeName(szName)); };
+  do
+    std::snprintf(szName, sizeof szName, "g%d.unnamed", nGlyph++);
+  while (std::ranges::any_of(m_strings.GetSpan(), isTaken));
+  return static_cast<unsigned short>(FONT::g_nStandardStrings +
+                                     m_strings.Add(m_store.Add(FONT::GetNameBytes(FONT::MakeName(szName)))));
 }
 
 // Each dictionary is followed by its subroutines. It holds their offset from its own beginning, which is its
@@ -342,14 +360,15 @@ bool CCFFWriter::Write(BSE::IByteStream& stream)
   }
   else
   {
-    if (const int nCharset = FindCharset(); nCharset < 0)
-      MakeCharset();
-    else if (nCharset > 0)
-      m_top.SetNumber(CTypes::eCharset, nCharset);
+    // May give glyphs other names.
     if (HasEncoding(&FONT::GetExpertEncoding) && !HasEncoding(&FONT::GetStandardEncoding))
       m_top.SetNumber(CTypes::eEncoding, 1);
     else if (!HasEncoding(&FONT::GetStandardEncoding) && !MakeEncoding())
       return false;
+    if (const int nCharset = FindCharset(); nCharset < 0)
+      MakeCharset();
+    else if (nCharset > 0)
+      m_top.SetNumber(CTypes::eCharset, nCharset);
   }
   if (!SettleOffsets() || !stream.WriteAll(m_start.GetData(), m_start.GetSize()))
     return false;

@@ -25,6 +25,7 @@ private:
   bool MakeFontDicts(std::int64_t nOffset);
   bool MakeEncoding();
   void WriteEncoding(std::span<const int> codes, int nSupplements);
+  unsigned short AddGlyphName(int nGlyph);
   void MakeCharset();
   void MakeFDSelect();
   int FindCharset() const;
@@ -36,6 +37,7 @@ private:
   const CCFF& m_font;
   BSE::CBasicArray<unsigned short> m_stringMap;  // new numbers of strings; 0 for those not yet used
   CIndex m_strings;
+  FONT::CByteStore m_store;  // of strings that the font does not have
   BSE::CBasicArray<unsigned short> m_glyphIDs;
   CDictionary m_top;
   CBytes m_start;  // header, names, top dictionary, strings, global subroutines
