@@ -77,7 +77,9 @@ protected:
 private:
   static constexpr int g_nMaxStack = 1000;
   static constexpr int g_nMaxFrames = 100;
-  static constexpr int g_nMaxDictionaries = 100;
+  // That of the first interpreters (PLRM, 3rd edition, appendix B.1); fonts open four. A name is sought in
+  // each.
+  static constexpr int g_nMaxDictionaries = 20;
 
   struct TArray
   {
