@@ -174,9 +174,13 @@ bool CFontMerger::HaveSameKind(CFont& font, CFont& other, TMerged& merged,
         return Abort("invalid CIDToGIDMap");
     }
   }
-  if (!m_comparer.Equal(m_editor.GetStandIn(font.GetObject()["Encoding"]),
-                        m_editor.GetStandIn(other.GetObject()["Encoding"])))
+  const CObjectPtr encoding = m_editor.GetStandIn(font.GetObject()["Encoding"]);
+  if (!m_comparer.Equal(encoding, m_editor.GetStandIn(other.GetObject()["Encoding"])))
     return Abort("difference in Encoding");
+  // Readers take text from the collection of a CMap, but no more once there is a table for some of the codes.
+  if (font.IsComposite() && font.HasToUnicode() != other.HasToUnicode() && !encoding.IsName("Identity-H") &&
+      !encoding.IsName("Identity-V"))
+    return Abort("ToUnicode collision");
   return true;
 }
 

@@ -254,6 +254,30 @@ TEST_F(FontOptimizer, MergesSubsetsOfOneFont)
   EXPECT_EQ(programs.size(), 1U);
 }
 
+// Text by the collection of a CMap ends where a table says something of some codes.
+TEST_F(FontOptimizer, MergesNoFontThatNeedsNoTableIntoOneWithATable)
+{
+  const int nDescriptor = AddDescriptor(AddProgram(m_trueType), "A");
+  const auto addFont = [&](const std::string& sEncoding, const std::string& sEntries)
+  {
+    return m_file.Add("<</Type/Font/Subtype/Type0/BaseFont/A/Encoding/" + sEncoding + sEntries +
+                      "/DescendantFonts[<</Type/Font/Subtype/CIDFontType2/BaseFont/A/CIDToGIDMap/Identity"
+                      "/CIDSystemInfo<</Registry(Adobe)/Ordering(GB1)/Supplement 0>>/FontDescriptor " +
+                      Ref(nDescriptor) + ">>]>>");
+  };
+  const std::string sTable = "/ToUnicode " + Ref(AddText("<0042> <0042>", 1));
+  for (const char* szEncoding : {"Identity-H", "UniGB-UCS2-H"})
+  {
+    AddPage("<0042>", addFont(szEncoding, sTable));
+    AddPage("<0041>", addFont(szEncoding, ""));
+  }
+  m_optimizer.GetOptions().m_bMergeFonts = true;
+  Save();
+  EXPECT_EQ(Font(0).GetObjNumber(), Font(1).GetObjNumber());
+  EXPECT_NE(Font(2).GetObjNumber(), Font(3).GetObjNumber());
+  EXPECT_FALSE(Font(3)["ToUnicode"]);
+}
+
 TEST_F(FontOptimizer, ConvertsType1)
 {
   const CBytes type1 = ReadFont(".t1", "NimbusRoman-Regular");
