@@ -69,11 +69,13 @@ private:
 // Readers do not agree on how the bytes of a table stand for components of other ranges than 0 to 1.
 bool IsPlainProfile(const CObjectPtr& space)
 {
-  const CObjectPtr range = space.IsArray() && space[0].IsName("ICCBased") ? space[1]["Range"] : CObjectPtr();
+  if (!space.IsArray() || !space[0].IsName("ICCBased"))
+    return false;
+  const CObjectPtr range = space[1]["Range"];
   for (int i = 0; i < range.GetSize(); ++i)
     if (!range[i].IsNumber() || range[i]->GetRealValue() != i % 2)
       return false;
-  return space.IsArray() && space[0].IsName("ICCBased");
+  return true;
 }
 
 }  // namespace

@@ -1,36 +1,16 @@
 #include "pdf/linearize/PDInput.h"
 
+#include "base/EmbeddedStream.h"
 #include "pdf/linearize/PDCharacters.h"
 
 #include <algorithm>
 
-PDSource::PDSource(BSE::IByteStream* pStream)
-    : CEmbeddedStream(pStream, 0,
-                      pStream && pStream->IsValid() ? std::max<std::int64_t>(pStream->GetLength(), 0) : 0)
+PDInput::PDInput(BSE::IByteStream* pStream, int nWindow) : m_nMinimum(std::max(nWindow, 1))
 {
-}
-
-std::int64_t PDSource::Note(std::int64_t nRead, std::int64_t nWanted)
-{
-  m_bFailed = m_bFailed || nRead < 0 || (nRead == 0 && nWanted > 0);
-  return nRead;
-}
-
-std::int64_t PDSource::Read(unsigned char* pBuffer, std::int64_t n)
-{
-  const std::int64_t nWanted = std::min(n, GetLength() - Tell());
-  return Note(CEmbeddedStream::Read(pBuffer, n), nWanted);
-}
-
-std::int64_t PDSource::ReadEx(unsigned char* pBuffer, std::int64_t n)
-{
-  const std::int64_t nWanted = std::min(n, GetLength() - Tell());
-  return Note(CEmbeddedStream::ReadEx(pBuffer, n), nWanted);
-}
-
-PDInput::PDInput(BSE::IByteStream* pStream, int nWindow)
-    : m_pSource(new PDSource(pStream)), m_nLength(m_pSource->GetLength()), m_nMinimum(std::max(nWindow, 1))
-{
+  if (!pStream || !pStream->IsValid())
+    return;
+  m_pSource = new PDF::CInputMonitor(pStream);
+  m_nLength = std::max<std::int64_t>(pStream->GetLength(), 0);
 }
 
 std::span<const unsigned char> PDInput::Get(std::int64_t nPos, std::int64_t n)

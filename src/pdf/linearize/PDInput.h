@@ -1,30 +1,12 @@
 #pragma once
 
 #include "base/BasicArray.h"
-#include "base/EmbeddedStream.h"
 #include "base/ObjectPtr.h"
 #include "base/Stream.h"
+#include "pdf/InputMonitor.h"
 
 #include <cstdint>
 #include <span>
-
-// The whole of a seekable stream. Remembers a read that failed: what could not be read must not pass for what
-// is not there.
-class PDSource : public BSE::CEmbeddedStream
-{
-public:
-  explicit PDSource(BSE::IByteStream* pStream);
-
-  std::int64_t Read(unsigned char* pBuffer, std::int64_t n) override;
-  std::int64_t ReadEx(unsigned char* pBuffer, std::int64_t n) override;
-
-  bool HasFailed() const { return m_bFailed; }
-
-private:
-  std::int64_t Note(std::int64_t nRead, std::int64_t nWanted);
-
-  bool m_bFailed = false;
-};
 
 // Bytes at random positions of a seekable stream, through a window. Several inputs can share a stream.
 class PDInput
@@ -45,11 +27,12 @@ public:
   // A reader of a section that lies inside; the input must outlive it.
   BSE::CObjectPtr<BSE::IByteStream> CreateSection(std::int64_t nPos, std::int64_t nLength) const;
 
-  // Whether the stream, or a section of it, has failed to give bytes that it has.
-  bool HasFailed() const { return m_pSource->HasFailed(); }
+  // Whether the stream, or a section of it, has failed to give bytes that it has: what could not be read must
+  // not pass for what is not there.
+  bool HasFailed() const { return m_pSource && m_pSource->HasFailed(); }
 
 private:
-  BSE::CObjectPtr<PDSource> m_pSource;
+  BSE::CObjectPtr<PDF::CInputMonitor> m_pSource;  // null for a stream that is not valid
   std::int64_t m_nLength = 0;
   int m_nMinimum = g_nWindow;
   BSE::CBasicArray<unsigned char> m_window;
