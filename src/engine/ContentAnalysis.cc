@@ -482,8 +482,10 @@ bool CContentAnalysis::KeepDefaults(const CObjectPtr& field)
       type = next["FT"];
     next = next["Parent"];
   }
-  const bool bField = field["Subtype"].IsName("Widget") && !type.IsName("Sig");
-  m_bDefaultText = m_bDefaultText || bField || field["DA"].IsString();
+  // Writers give signatures a default appearance too, which no viewer ever types with.
+  const bool bSignature = type.IsName("Sig");
+  const bool bField = field["Subtype"].IsName("Widget") && !bSignature;
+  m_bDefaultText = m_bDefaultText || bField || (!bSignature && field["DA"].IsString());
   return bField && !type.IsName("Btn");
 }
 

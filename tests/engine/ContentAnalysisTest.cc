@@ -311,9 +311,9 @@ TEST_F(ContentAnalysis, LooksAroundOnEveryPage)
 TEST_F(ContentAnalysis, KeepsFontsOfTheFormForTextThatViewersMake)
 {
   for (const auto& [szAnnotation, szUsed] :
-       {std::pair("/Subtype/Widget/FT/Sig", ""), std::pair("/Subtype/Stamp", ""),
-        std::pair("/Subtype/Widget/FT/Tx", "all"), std::pair("/Subtype/Widget/FT/Btn", "all"),
-        std::pair("/Subtype/FreeText/DA(/F 1 Tf)", "all")})
+       {std::pair("/Subtype/Widget/FT/Sig", ""), std::pair("/Subtype/Widget/FT/Sig/DA(/F 1 Tf)", ""),
+        std::pair("/Subtype/Stamp", ""), std::pair("/Subtype/Widget/FT/Tx", "all"),
+        std::pair("/Subtype/Widget/FT/Btn", "all"), std::pair("/Subtype/FreeText/DA(/F 1 Tf)", "all")})
   {
     SCOPED_TRACE(szAnnotation);
     CSmallFile file;
