@@ -1,8 +1,10 @@
 #include "engine/Deflater.h"
 
 #include <algorithm>
+#include <limits>
 
 #include <libdeflate.h>
+#include <zlib.h>
 
 namespace PDF
 {
@@ -16,11 +18,21 @@ constexpr int g_levels[] = {1, 3, 5, 6, 7, 8, 10, 11, 12};
 constexpr int g_nFirstSearching = 10;
 constexpr int g_nSecondLevel = 9;
 
+constexpr int g_nThirdEffort = 5;
+constexpr int g_nAllEffort = 7;
+
 constexpr std::size_t g_nSlack = 64;
+
+// Data that are this many times shorter afterwards consist of little but long matches, among which zlib often
+// finds better ones, and is fast.
+constexpr std::size_t g_nRepetitive = 32;
 
 }  // namespace
 
 CDeflater::CDeflater(int nEffort)
+    : m_nThirdLevel(nEffort < g_nThirdEffort ? 0
+                    : nEffort < g_nAllEffort ? 8
+                                             : Z_BEST_COMPRESSION)
 {
   const int nLevel = g_levels[std::clamp(nEffort, 1, 9) - 1];
   m_compressor.Create(nLevel);
@@ -57,6 +69,25 @@ bool CDeflater::Run(libdeflate_compressor* pCompressor, std::span<const unsigned
   return encoded.GetSize() > 0;
 }
 
+bool CDeflater::RunThird(std::span<const unsigned char> data, std::size_t nLimit, CByteBuffer& encoded)
+{
+  encoded.SetSize(0);
+  z_stream stream = {};
+  if (data.size() > std::numeric_limits<uInt>::max() || nLimit > std::numeric_limits<uInt>::max())
+    return false;
+  encoded.Provide(nLimit);
+  if (deflateInit(&stream, m_nThirdLevel) != Z_OK)
+    BSE::ThrowOutOfMemory();
+  stream.next_in = const_cast<unsigned char*>(data.data());
+  stream.avail_in = static_cast<uInt>(data.size());
+  stream.next_out = encoded.GetRoom().data();
+  stream.avail_out = static_cast<uInt>(nLimit);
+  if (deflate(&stream, Z_FINISH) == Z_STREAM_END && stream.avail_out > 0)
+    encoded.SetSize(nLimit - stream.avail_out);
+  deflateEnd(&stream);
+  return encoded.GetSize() > 0;
+}
+
 bool CDeflater::Deflate(std::span<const unsigned char> data, std::size_t nLimit, CByteBuffer& encoded)
 {
   bool bFound = Run(m_compressor.Get(), data, nLimit, encoded);
@@ -65,6 +96,9 @@ bool CDeflater::Deflate(std::span<const unsigned char> data, std::size_t nLimit,
     encoded.Swap(m_other);
     bFound = true;
   }
+  if (m_nThirdLevel > 0 && bFound && encoded.GetSize() < data.size() / g_nRepetitive &&
+      RunThird(data, encoded.GetSize(), m_other))
+    encoded.Swap(m_other);
   return bFound;
 }
 

@@ -39,8 +39,12 @@ private:
   bool Run(libdeflate_compressor* pCompressor, std::span<const unsigned char> data, std::size_t nLimit,
            CByteBuffer& encoded);
 
+  // With zlib, for data that became so short that its search, the longest of all, costs little.
+  bool RunThird(std::span<const unsigned char> data, std::size_t nLimit, CByteBuffer& encoded);
+
   CCompressor m_compressor;
   CCompressor m_second;  // empty for the efforts without a second try
+  int m_nThirdLevel;     // of zlib; 0 for the efforts without a third try
   CByteBuffer m_other;
 };
 
