@@ -802,7 +802,8 @@ BREVEX_API int BrevexEmbedFontW(TBrevexHandle* pHandle, const TBrevexChar* szNam
 BREVEX_API int BrevexGetRemoveRedundantObjects(TBrevexHandle* pHandle);
 BREVEX_API void BrevexSetRemoveRedundantObjects(TBrevexHandle* pHandle, int bValue);
 
-/* Whether pages lose resources that they do not use. Default false. */
+/* Whether pages and forms lose the resources that no content names. Read by the first save, or by a listing
+ * before it. Default false. */
 BREVEX_API int BrevexGetOptimizeResources(TBrevexHandle* pHandle);
 BREVEX_API void BrevexSetOptimizeResources(TBrevexHandle* pHandle, int bValue);
 

@@ -70,9 +70,15 @@ int CContentStream::ReadPart()
   {
     const std::int64_t nRead = m_pPart->ReadEx(m_pBuffer, m_nCapacity);
     if (nRead > 0)
+    {
+      if (m_pCollector)
+        m_pCollector->Add({m_pBuffer, static_cast<std::size_t>(nRead)});
       return static_cast<int>(nRead);
+    }
     m_bGap = m_bGap || nRead < 0;
     EndPart();
+    if (m_pCollector)
+      m_pCollector->End();
     if (m_pAccount && !m_pAccount->Charge(BSE::g_nFormWork))
       return 0;
     if (m_nTokenLeft < 0 && m_nNext < GetPartCount())

@@ -2,6 +2,7 @@
 
 #include "base/BufferedInputStream.h"
 #include "content/ContentAccount.h"
+#include "content/NameCollector.h"
 #include "pdf/Object.h"
 
 namespace PDF
@@ -19,6 +20,13 @@ public:
 
   // Bytes that are in no stream of a file.
   explicit CContentStream(BSE::IByteStream* pData, CContentAccount* pAccount = nullptr);
+
+  // Borrowed, and told all bytes as they are read, each once for each time that the content is read from its
+  // beginning. Null ends that.
+  void SetNameCollector(CNameCollector* pCollector) { m_pCollector = pCollector; }
+
+  // Number of the stream, or of the array of streams; 0 for what is no object of its own.
+  int GetObjNumber() const { return m_contents.GetObjNumber(); }
 
   // True if there is something to read from, be it empty.
   bool IsValid() const override;
@@ -58,6 +66,7 @@ private:
 
   CObjectPtr m_contents;
   CContentAccount* m_pAccount;
+  CNameCollector* m_pCollector = nullptr;
   BSE::CObjectPtr<BSE::IByteStream> m_pPart;
   BSE::CObjectPtr<BSE::IByteStream> m_pSingle;  // without objects
   BSE::CBasicArray<unsigned char> m_pushedBack;

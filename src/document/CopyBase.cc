@@ -6,6 +6,8 @@
 
 #include "document/CopyBase.h"
 
+#include "base/ScopedValue.h"
+
 #include "document/BTree.h"
 #include "document/ObjectTraverser.h"
 #include "document/StructTreeCopier.h"
@@ -157,7 +159,10 @@ void CCopyBase::FillCopy(CObjectTraverser& visitor, const CObjectPtr& source, co
     stream = nullptr;
     m_pState->m_bRefused = true;
   }
-  target->SetValueObject(visitor.Visit(stream ? WithDirectLength(value) : value).Get());
+  {
+    const BSE::CScopedValue filled(m_nFilled, source.GetObjNumber());
+    target->SetValueObject(visitor.Visit(stream ? WithDirectLength(value) : value).Get());
+  }
   if (stream)
     target->SetStreamObject(visitor.Visit(stream).Get());
   target->Unlock();

@@ -150,6 +150,9 @@ protected:
   bool m_bFlush = true;
   bool m_bTakesStructure = false;  // this copier fills elements itself
 
+  // Number of the source object that is filled, from when its value is visited until an override takes note.
+  int m_nFilled = 0;
+
 private:
   // False, reported, for a stream part that would carry the same bytes of the source over once too often.
   bool AdmitStream(const CObjectPtr& stream);

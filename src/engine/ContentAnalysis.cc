@@ -82,11 +82,12 @@ struct CContentAnalysis::TUse
 };
 
 CContentAnalysis::CContentAnalysis(CDocument& document, const CStandIns& standIns, CImageRecords& images,
-                                   CFontRegistry* pFonts)
+                                   CFontRegistry* pFonts, CResourceUse* pUse)
     : m_document(document),
       m_standIns(standIns),
       m_images(images),
       m_pFonts(pFonts),
+      m_pUse(pUse),
       m_pResources(pFonts ? new CAnalysisResources(*pFonts) : nullptr),
       m_environment(document, m_pResources.Get())
 {
@@ -114,6 +115,8 @@ bool CContentAnalysis::IsSpent()
 void CContentAnalysis::KeepAll()
 {
   BSE::CTracer::Trace("I", "PDF Analyzer", "Content is too much work; images and fonts stay as they are.");
+  if (m_pUse)
+    m_pUse->GiveUp();
   for (int i = m_images.GetBegin(); i != m_images.GetEnd(); i = m_images.GetNext(i))
     m_images.GetAt(i)->m_bKeepAsIs = true;
   for (int i = 0; m_pFonts && i < m_pFonts->GetFontCount(); ++i)
@@ -131,9 +134,25 @@ void CContentAnalysis::KeepHidden()
       KeepResources(page["Resources"]);
       LookAtAppearances(page["Annots"], page["Resources"], true);
     }
+  for (CNameTreeReader reader(root["Names"]["AP"]); reader.Next();)
+    LookAtAppearance(reader.GetValue(), {}, true);
   const CObjectPtr form = root["AcroForm"];
   ListFonts(form["DR"]);
+  KeepNames(form["DA"]);
+  if (m_pUse)
+    m_pUse->AddAll(form["DR"]);
   KeepEntries(form["DR"], m_bDefaultText || HasTypedFields(form));
+}
+
+// Text that a viewer makes may be in a font of the page, or of whatever its reader likes to look at.
+void CContentAnalysis::KeepNames(const CObjectPtr& defaultAppearance)
+{
+  if (!m_pUse || !defaultAppearance.IsString())
+    return;
+  CNameCollector names;
+  names.Add(defaultAppearance.GetStringValue().GetSpan());
+  names.End();
+  m_pUse->AddNamesAnywhere(names);
 }
 
 void CContentAnalysis::AnalyzePage(int nPage)
@@ -372,6 +391,8 @@ void CContentAnalysis::KeepEntries(const CObjectPtr& resources, bool bFonts)
   {
     const CObjectPtr next = list[list.GetSize() - 1];
     list.RemoveAt(list.GetSize() - 1);
+    if (bFonts && m_pUse)
+      m_pUse->AddAll(next);
     for (const char* szCategory : {"XObject", "Pattern", "Font", "ExtGState"})
     {
       const CObjectPtr entries = next[szCategory];
@@ -414,7 +435,7 @@ void CContentAnalysis::LookAtForm(const CObjectPtr& form, const CObjectPtr& reso
   if (bRead)
     return;
   KeepImages(own);
-  if (!m_pFonts)
+  if (!m_pFonts && !m_pUse)
     return;
   const std::int64_t nBorrowings = m_nBorrowings;
   const BSE::CObjectPtr<CContentStream> pStream(new CContentStream(form, &m_environment.GetAccount()));
@@ -478,6 +499,7 @@ bool CContentAnalysis::KeepDefaults(const CObjectPtr& field)
   for (int i = 0; next.IsDictionary() && i < g_nMaxFieldDepth; ++i)
   {
     KeepResources(next["DR"]);
+    KeepNames(next["DA"]);
     if (!type)
       type = next["FT"];
     next = next["Parent"];

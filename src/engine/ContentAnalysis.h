@@ -5,7 +5,7 @@
 #include "content/Matrix.h"
 #include "document/NumberSet.h"
 #include "engine/ImageRecord.h"
-#include "engine/StandIns.h"
+#include "engine/ResourceUse.h"
 #include "fonts/pdf/FontRegistry.h"
 
 namespace PDF
@@ -34,9 +34,9 @@ class CContentAnalysis
 {
 public:
   // All are borrowed. Stand-ins are those of the document's file; records and fonts are added to. Without a
-  // registry fonts play no part.
+  // registry fonts play no part, and without a use of resources nobody asks which of them are named.
   CContentAnalysis(CDocument& document, const CStandIns& standIns, CImageRecords& images,
-                   CFontRegistry* pFonts);
+                   CFontRegistry* pFonts, CResourceUse* pUse = nullptr);
   CContentAnalysis(const CContentAnalysis&) = delete;
   CContentAnalysis& operator=(const CContentAnalysis&) = delete;
 
@@ -47,8 +47,9 @@ public:
   // A use of an image. The matrix takes its unit square to points on the page, where the clip is.
   void AddImage(const CObjectPtr& image, const TMatrix& matrix, const TRectangle& clip);
 
-  // Notes of all images that they must stay as they are, and of all fonts that any glyph may be shown, that a
-  // resource dictionary leads to, through forms, patterns, fonts of procedures and soft masks.
+  // Notes of all images that they must stay as they are, of all fonts that any glyph may be shown, and of all
+  // entries that they are used, that a resource dictionary leads to, through forms, patterns, fonts of
+  // procedures and soft masks.
   void KeepResources(const CObjectPtr& resources);
 
   // Takes note of the fonts of a resource dictionary, whether text is shown in them or not: who changes a
@@ -68,6 +69,9 @@ public:
   void AddBorrower(const CObjectPtr& form) { m_borrowers.Add(form.GetObjNumber()); }
   bool IsBorrower(const CObjectPtr& form) const { return m_borrowers.Contains(form.GetObjNumber()); }
 
+  // Null if nobody asks.
+  CResourceUse* GetUse() const { return m_pUse; }
+
   // A text that is shown.
   void AddText(CFont& font, std::span<const unsigned char> text);
 
@@ -83,6 +87,7 @@ private:
   bool IsSpent();
   void KeepAll();
   void KeepHidden();
+  void KeepNames(const CObjectPtr& defaultAppearance);
   void KeepImages(const CObjectPtr& resources) { KeepEntries(resources, false); }
   void KeepEntries(const CObjectPtr& resources, bool bFonts);
 
@@ -108,6 +113,7 @@ private:
   const CStandIns& m_standIns;
   CImageRecords& m_images;
   CFontRegistry* m_pFonts;
+  CResourceUse* m_pUse;
   BSE::CScopedPtr<CAnalysisResources> m_pResources;  // null without fonts
   CContentEnvironment m_environment;
   CNumberSet m_listed;      // resources, or their dictionaries of fonts, that ListFonts has been through

@@ -58,6 +58,7 @@ COptContentAnalyzer::COptContentAnalyzer(CContentAnalysis& analysis, CContentEnv
       m_clip(MapBox(box, m_base))
 {
   IgnoreOptionalContent(true);
+  CollectNames();
 }
 
 COptContentAnalyzer::COptContentAnalyzer(const COptContentAnalyzer& around,
@@ -69,6 +70,13 @@ COptContentAnalyzer::COptContentAnalyzer(const COptContentAnalyzer& around,
       m_bNested(true),
       m_pInherited(around.m_pInherited)
 {
+  CollectNames();
+}
+
+void COptContentAnalyzer::CollectNames()
+{
+  if (m_analysis.GetUse())
+    GetContent().SetNameCollector(&m_names);
 }
 
 BSE::CScopedPtr<CContentParser> COptContentAnalyzer::CreateParser(
@@ -95,9 +103,36 @@ void COptContentAnalyzer::Begin(CParserContext* pContext)
 bool COptContentAnalyzer::Parse(CParserContext* pContext, bool bCompatible)
 {
   const bool bEnded = CContentParser::Parse(pContext, bCompatible);
-  if ((!bEnded || GetContent().HasGap()) && pContext)
+  if (!pContext)
+    return bEnded;
+  // Other readers may go on where a parser ends.
+  GetContent().SetOpenToken(-1);
+  while (m_analysis.GetUse() && GetContent().Fill())
+    GetContent().Consume(GetContent().GetBuffered().size());
+  const bool bWhole = bEnded && !GetContent().HasGap() && !GetContent().WasRefused();
+  if (!bWhole)
     m_analysis.KeepResources(pContext->GetResources());
+  AddNames(*pContext, bWhole);
   return bEnded;
+}
+
+// What a form lacks may be meant for the resources of any page that draws it.
+void COptContentAnalyzer::AddNames(CParserContext& context, bool bWhole)
+{
+  CResourceUse* pUse = m_analysis.GetUse();
+  GetContent().SetNameCollector(nullptr);
+  if (!pUse)
+    return;
+  m_names.End();
+  if (bWhole && m_names.IsComplete())
+  {
+    pUse->AddNames(m_names, context);
+    pUse->AddRead(GetContent().GetObjNumber());
+  }
+  else if (context.GetParent())
+    pUse->GiveUp();
+  else
+    pUse->AddAll(context.GetResources());
 }
 
 void COptContentAnalyzer::Save()
@@ -181,6 +216,8 @@ bool COptContentAnalyzer::Enter(const CObjectPtr& form, const TMatrix& matrix, c
 
 void COptContentAnalyzer::Leave(const CObjectPtr& form, std::int64_t nBorrowings)
 {
+  if (CResourceUse* pUse = m_analysis.GetUse(); pUse && !pUse->IsRead(form.GetObjNumber()))
+    m_analysis.KeepResources(form["Resources"]);
   if (m_analysis.GetBorrowings() != nBorrowings)
     m_analysis.AddBorrower(form);
 }

@@ -53,6 +53,10 @@ private:
   void AnalyzePattern(const CObjectPtr& pattern);
   void KeepGlyphs(const CObjectPtr& font);
 
+  // Takes note of the names in a content that has been read, be it as a whole or not.
+  void CollectNames();
+  void AddNames(CParserContext& context, bool bWhole);
+
   // False for what has been analyzed, of which all is kept that it may find around it here.
   bool Enter(const CObjectPtr& form, const TMatrix& matrix, const TRectangle& clip);
   void Leave(const CObjectPtr& form, std::int64_t nBorrowings);
@@ -63,6 +67,7 @@ private:
   void KeepAround();
 
   CContentAnalysis& m_analysis;
+  CNameCollector m_names;
   TMatrix m_base;     // the matrix at the start of this content, which patterns go by
   TRectangle m_clip;  // around the clip, in the same system as the transformation leads to
   BSE::CBasicArray<TRectangle> m_clips;

@@ -292,6 +292,7 @@ bool COptimizer::CopyDocument(BSE::IByteStream* pStream, const TEncryption& encr
                                       m_output.GetMajorVersion(), m_output.GetMinorVersion(),
                                       m_bDefaultSpaces));
   m_imageReports.RemoveAll();
+  m_use.Settle(m_standIns);
   const BSE::CScopedValue<CImageOptimizer*> images(m_pImages, pImages.Get());
   const CStreamPasses passes(*this, m_output.GetFile(), m_options, bJBIG2, m_bDefaultSpaces, m_decoded,
                              pImages.Get(), m_images, m_imageReports, m_nCopiedPage);
@@ -337,6 +338,7 @@ void COptimizer::AnalyzeContent()
   m_pFonts.Reset();
   m_bFontsDone = false;
   m_bImagesRead = false;
+  m_use.Forget();
   ReadContent(WorksOnImages(m_options) || m_options.m_bExtractImages,
               WorksOnFonts(m_options, m_fontEdits) || m_options.m_bExtractFonts);
 }

@@ -7,7 +7,7 @@
 #include "engine/ImageReport.h"
 #include "engine/ObjectStripper.h"
 #include "engine/OptimizerOptions.h"
-#include "engine/StandIns.h"
+#include "engine/ResourceUse.h"
 
 namespace PDF
 {
@@ -98,6 +98,12 @@ public:
   // Null for an entry that the strip flags take out of every dictionary.
   CObjectPtr VisitEntry(const char* szKey, const CObjectPtr& value) override;
 
+  // The page's resources lose what no content uses, where the options ask for that; so do those of forms.
+  void LookAtContent(TPageCopy& page) override
+  {
+    m_pageResources = DropsResources() ? page.m_resources.m_value : CObjectPtr();
+  }
+
   // Annotations are chosen one by one; of a signature that cannot hold for the copy the widget is reported
   // and goes.
   bool CopyPage(int nPage) override;
@@ -133,6 +139,13 @@ private:
   BSE::CScopedPtr<CListCopier> CreateListCopier() override;
   BSE::CScopedPtr<CStructTreeCopier> CreateStructTreeCopier() override;
   BSE::CScopedPtr<CTreeCopier> CreateOutlinesCopier() override;
+  bool DropsResources() const { return m_options.m_bOptimizeResources && m_use.IsActive(); }
+  CObjectPtr CopyResources(const CObjectPtr& resources);
+  CObjectPtr CopyUsedResources(const CObjectPtr& resources);
+  CObjectPtr CopyCategory(const char* szCategory, const CObjectPtr& entries);
+  CObjectPtr CopyUsedEntries(const char* szCategory, const CObjectPtr& entries);
+  template <class F>
+  CObjectPtr CopyShortened(const CObjectPtr& object, F fnCopy);
   CObjectPtr CopyAnnots(const CObjectPtr& annots);
   CObjectPtr CopyAnnotations(const CObjectPtr& annots);
   bool HasOnlyLostFields(const CObjectPtr& form);
@@ -144,6 +157,7 @@ private:
   TOptimizerOptions m_options;
   CFontEdits m_fontEdits;
   CStandIns m_standIns;
+  CResourceUse m_use;         // not active unless an option asked for it before the analysis
   CDecodedStreams m_decoded;  // by the analysis, and not yet copied
   CImageRecords m_images;
   CImageReports m_imageReports;
@@ -157,6 +171,8 @@ private:
   bool m_bDefaultSpaces = true;  // colours of devices may be others in the input; also if nobody has looked
   bool m_bFilterSignedFields = false;  // inside the form
   bool m_bInFieldsArray = false;       // the next array is the form's list of fields
+  bool m_bReadContent = false;         // in the dictionary of a form or pattern that the analysis has read
+  CObjectPtr m_pageResources;          // of the page that is copied, until they are
   CObjectStripper m_stripper;
   CNumberSet m_annotArrays;       // met during this save
   CNumberSet m_emptyAnnotArrays;  // those of them of which nothing is kept

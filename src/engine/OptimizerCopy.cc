@@ -11,6 +11,8 @@
 #include "pdf/DictionaryObject.h"
 #include "pdf/SimpleObjects.h"
 
+#include <utility>
+
 namespace PDF
 {
 namespace
@@ -33,6 +35,8 @@ void TraceUnflattened(const CObjectPtr& annotation)
 
 CObjectPtr COptimizer::VisitDictionary(const CObjectPtr& object)
 {
+  // The first dictionary that is visited for an object is its value.
+  const BSE::CScopedValue content(m_bReadContent, m_use.IsRead(std::exchange(m_nFilled, 0)));
   if (m_stripper.IsFlattenedSignature(object))
     return CopyLook(object);
   const CObjectPtr copy(new CDictionaryObject);
@@ -95,7 +99,88 @@ CObjectPtr COptimizer::VisitEntry(const char* szKey, const CObjectPtr& value)
   const bool bStructure = (m_options.m_nStrip & eStripStructure) != 0;
   if (bStructure && KeyEquals(szKey, "SD") && value.IsArray() && value[0].IsDictionary())
     return {};
+  if (DropsResources() && KeyEquals(szKey, "Resources") &&
+      (m_bReadContent || value.Get() == m_pageResources.Get()))
+    return CopyResources(value);
   return CDocumentCopierT<CObjectCopier>::VisitEntry(szKey, value);
+}
+
+// The copy of a dictionary that loses entries: of a direct one by the function alone, of an object once.
+template <class F>
+CObjectPtr COptimizer::CopyShortened(const CObjectPtr& object, F fnCopy)
+{
+  if (!object.IsIndirect())
+    return fnCopy(object);
+  const CObjectPtr source = GetStandIn(object);
+  if (source != object)
+    TellDamage(object);
+  bool bCreated = false;
+  CObjectPtr target = GetOrCreateCopy(source, bCreated);
+  if (!bCreated)
+    return target;
+  target->Lock();
+  target->SetValueObject(fnCopy(source).Get());
+  target->Unlock();
+  FinishCopy(source, target);
+  return target;
+}
+
+CObjectPtr COptimizer::CopyResources(const CObjectPtr& resources)
+{
+  m_pageResources.Reset();
+  const CObjectPtr source = GetStandIn(resources);
+  const bool bPlain = !GetDirect(source).IsDictionary() || source.IsStream() || IsPageObject(source) ||
+                      m_stripper.IsDropped(source) || GetCopy(source) || !m_use.HasUnused(source);
+  if (bPlain)
+    return CDocumentCopierT<CObjectCopier>::VisitEntry("Resources", resources);
+  return CopyShortened(resources, [this](const CObjectPtr& object) { return CopyUsedResources(object); });
+}
+
+// A form that had no resources at all would take those of its page.
+CObjectPtr COptimizer::CopyUsedResources(const CObjectPtr& resources)
+{
+  const BSE::CScopedValue content(m_bReadContent, false);
+  const CObjectPtr copy(new CDictionaryObject);
+  for (int i = resources.GetBegin(); i != resources.GetEnd(); i = resources.GetNext(i))
+  {
+    const char* szKey = resources.GetKey(i);
+    const CObjectPtr value = resources.GetValue(i);
+    const bool bCategory = CResourceUse::IsCategory(szKey) && value.IsDictionary() && !value.IsStream();
+    if (const CObjectPtr entry = bCategory ? CopyCategory(szKey, value) : VisitEntry(szKey, value))
+      copy.AddEntry(szKey, entry);
+  }
+  return copy;
+}
+
+CObjectPtr COptimizer::CopyCategory(const char* szCategory, const CObjectPtr& entries)
+{
+  const CObjectPtr source = GetStandIn(entries);
+  const bool bPlain = !GetDirect(source).IsDictionary() || IsPageObject(source) ||
+                      m_stripper.IsDropped(source) || GetCopy(source) || !m_use.HasUnused(szCategory, source);
+  if (bPlain)
+    return VisitEntry(szCategory, entries);
+  const CObjectPtr copy =
+      CopyShortened(source, [&](const CObjectPtr& object) { return CopyUsedEntries(szCategory, object); });
+  return copy.IsIndirect() || copy.GetBegin() != copy.GetEnd() ? copy : CObjectPtr();
+}
+
+CObjectPtr COptimizer::CopyUsedEntries(const char* szCategory, const CObjectPtr& entries)
+{
+  const CObjectPtr copy(new CDictionaryObject);
+  for (int i = entries.GetBegin(); i != entries.GetEnd(); i = entries.GetNext(i))
+  {
+    const char* szName = entries.GetKey(i);
+    const CObjectPtr value = entries.GetValue(i);
+    if (m_use.IsUnused(szCategory, szName, value))
+    {
+      if (BSE::CTracer::IsOn())
+        BSE::CTracer::Trace("I", "PDF Optimizer", "%s %s is not used by any content.", szCategory, szName);
+      continue;
+    }
+    if (const CObjectPtr entry = VisitEntry(szName, value))
+      copy.AddEntry(szName, entry);
+  }
+  return copy;
 }
 
 CObjectPtr COptimizer::VisitArray(const CObjectPtr& object)

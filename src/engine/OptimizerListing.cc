@@ -13,12 +13,17 @@ void COptimizer::ReadContent(bool bImages, bool bFonts)
 {
   bImages = bImages && !m_bImagesRead;
   bFonts = bFonts && !m_pFonts;
-  if (!bImages && !bFonts)
+  const bool bUse = m_options.m_bOptimizeResources && !m_bAnalyzed;
+  if (!bImages && !bFonts && !bUse)
     return;
+  if (bUse)
+    m_use.Begin(m_input.GetFile().GetObjectCount());
   CImageRecords others;  // read once more, for the fonts alone
   if (bFonts)
     m_pFonts = CreateFontRegistry();
-  CContentAnalysis(m_input, m_standIns, bImages ? m_images : others, bFonts ? m_pFonts.Get() : nullptr).Run();
+  CContentAnalysis(m_input, m_standIns, bImages ? m_images : others, bFonts ? m_pFonts.Get() : nullptr,
+                   bUse ? &m_use : nullptr)
+      .Run();
   m_bImagesRead = m_bImagesRead || bImages;
   if (bImages && m_options.m_bRemoveImages)
     m_images.RemoveAll();

@@ -238,6 +238,10 @@ public:
   void NotifyXRefChanged();
   bool HasWritten() const { return m_writer.HasWritten(); }
   void SyncOutput() { m_writer.Sync(); }
+  bool ReadPendingMember(int nStream, CIndirectObject& object, int nIndex)
+  {
+    return m_writer.ReadPending(nStream, object, nIndex);
+  }
   bool FlushPendingHolder(int nStream) { return m_writer.FlushPending(nStream); }
 
 private:

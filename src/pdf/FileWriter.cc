@@ -261,6 +261,14 @@ bool CFileWriter::WriteCompressed(CIndirectObject& object, int nGroup)
   return pFull->Flush() || Fail(BSE::g_nOutOfMemory);
 }
 
+bool CFileWriter::ReadPending(int nStream, CIndirectObject& object, int nIndex)
+{
+  for (auto& pPending : m_pendingObjStm)
+    if (pPending && pPending->GetObjNumber() == nStream)
+      return pPending->Read(object, nIndex);
+  return false;
+}
+
 bool CFileWriter::FlushPending(int nStream)
 {
   for (auto& pPending : m_pendingObjStm)

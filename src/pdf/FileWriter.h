@@ -54,6 +54,10 @@ public:
   int GetFlushedStreams() const { return m_nFlushedStreams; }
   void CountFlushedStream() { ++m_nFlushedStreams; }
 
+  // Fills an object from the pending object stream of that number. False if there is none, or it cannot be
+  // read from it.
+  bool ReadPending(int nStream, CIndirectObject& object, int nIndex);
+
   // Writes the pending object stream of that number, so that its members can be read back; true if there is
   // none.
   bool FlushPending(int nStream);

@@ -182,6 +182,12 @@ bool CObjectReader::LoadCompressed(CIndirectObject& object, const TXRefEntry& en
 {
   const int nNumber = object.GetObjNumber();
   const auto nStream = static_cast<int>(entry.m_nOffset);
+  // What has just been written is not complete yet, and shall not be cut off for a look at a member.
+  if (m_file.ReadPendingMember(nStream, object, entry.m_nGeneration))
+  {
+    object.SetCompressedFlags(0);
+    return true;
+  }
   CObjectStream* pStream = nullptr;
   if (m_file.FlushPendingHolder(nStream) && m_state.m_xref.GetEntry(nStream).m_nType == eXRefInUse)
     pStream = m_streams.Get(nStream);

@@ -3,6 +3,7 @@
 #include "base/Tracer.h"
 #include "pdf/DictionaryObject.h"
 #include "pdf/File.h"
+#include "pdf/Parser.h"
 #include "pdf/SimpleObjects.h"
 #include "pdf/StreamObjects.h"
 
@@ -70,6 +71,33 @@ bool CPendingObjectStream::Add(CIndirectObject& object)
   if (m_generator.HasFailed())
     return false;
   m_state.m_xref.SetCompressed(nObjNumber, GetObjNumber(), nIndex);
+  return true;
+}
+
+bool CPendingObjectStream::Read(CIndirectObject& object, int nIndex)
+{
+  if (m_members[nIndex].m_nObjNumber != object.GetObjNumber() || !m_generator.Flush())
+    return false;
+  // Text that a later one has replaced may be between this member and the next.
+  const int nBegin = m_members[nIndex].m_nOffset;
+  const std::int64_t nEnd =
+      nIndex + 1 < m_members.GetSize() ? m_members[nIndex + 1].m_nOffset : m_pData->GetLength();
+  BSE::CBasicArray<unsigned char> text;
+  text.SetSize(static_cast<int>(nEnd - nBegin));
+  const bool bRead =
+      m_pData->Seek(nBegin) && m_pData->ReadFully(text.GetData(), text.GetSize()) == text.GetSize();
+  if (!m_pData->Seek(-1) || !bRead)
+    return false;
+  const BSE::CObjectPtr<BSE::CBufferedInputStream> pReader(
+      new BSE::CMemoryInputStream(text.GetData(), text.GetSize()));
+  CParser parser(&m_file, pReader.Get(), &m_file);
+  parser.GetScanner().ReadToken();
+  parser.BeginValue();
+  const CObjectPtr value = parser.ParseObject();
+  if (!value)
+    return false;
+  object.SetParsed(value.Get(), nullptr);
+  object.SetCost(text.GetSize());
   return true;
 }
 

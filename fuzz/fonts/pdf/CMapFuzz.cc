@@ -54,8 +54,10 @@ void CheckEncoding(const PDF::CEncoding& encoding)
     const std::int64_t nCode = encoding.FindCode(nCID, nLength);
     if (nCode < 0)
       continue;
-    const auto& cmap = dynamic_cast<const PDF::CCMapEncoding&>(encoding);
-    if (nLength < 1 || nLength > 4 || cmap.FindCID(static_cast<std::uint32_t>(nCode), nLength) != nCID)
+    // The data may bring a font of another kind along.
+    const auto* pCMap = dynamic_cast<const PDF::CCMapEncoding*>(&encoding);
+    if (pCMap &&
+        (nLength < 1 || nLength > 4 || pCMap->FindCID(static_cast<std::uint32_t>(nCode), nLength) != nCID))
       std::abort();
   }
   for (unsigned i = 0; i < 65536; i += i < 512 ? 1 : 255)

@@ -3,6 +3,7 @@
 #include "fonts/ttf/TTFMerger.h"
 
 #include <cstring>
+#include <utility>
 
 namespace PDF
 {
@@ -66,7 +67,7 @@ int CFontProgramTrueType::GetGlyphIndexByName(const char* szName)
 {
   if (!szName)
     return 0;
-  if (m_glyphs.GetCount() == 0)
+  if (!std::exchange(m_bNamesRead, true))
     for (int i = GetGlyphCount() - 1; i > 0; --i)
       if (const std::span<const char> name = m_pFont->GetPost().GetGlyphName(i); !name.empty())
         m_glyphs.SetAt(name.data(), name.size(), ToEntry(i));

@@ -89,6 +89,7 @@ private:
   bool m_bSubset = false;                   // glyphs that are not marked have been left out
   BSE::CBasicArray<char32_t> m_characters;  // of each glyph, once one was asked for
   BSE::CBasicMap m_glyphs;                  // by name, once one was asked for
+  bool m_bNamesRead = false;                // which the font may have none of
 };
 
 }  // namespace PDF
