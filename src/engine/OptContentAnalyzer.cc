@@ -96,8 +96,19 @@ bool COptContentAnalyzer::Parse(CParserContext* pContext, bool bCompatible)
 {
   const bool bEnded = CContentParser::Parse(pContext, bCompatible);
   if ((!bEnded || GetContent().HasGap()) && pContext)
+  {
     m_analysis.KeepResources(pContext->GetResources());
+    KeepFontAround();
+  }
   return bEnded;
+}
+
+void COptContentAnalyzer::PassOver(const CObjectPtr& form)
+{
+  m_analysis.KeepResources(form["Resources"]);
+  KeepOwn();
+  KeepAround();
+  KeepFontAround();
 }
 
 void COptContentAnalyzer::Save()
@@ -201,6 +212,15 @@ void COptContentAnalyzer::KeepAround()
   for (; p && !m_bAroundKept; p = p->GetParent())
     m_analysis.KeepResources(CObjectPtr(p->GetResources()));
   m_bAroundKept = true;
+}
+
+// Text that nobody has read here may be in the font that is set.
+void COptContentAnalyzer::KeepFontAround()
+{
+  // All fonts come from the registry.
+  for (IContentFont* pFont : {m_state.m_text.m_pFont.Get(), m_pInherited.Get()})
+    if (pFont)
+      static_cast<CFont*>(pFont)->SetAllGlyphsUsed();
 }
 
 // The procedures of glyphs are drawn by the size of each text and are not followed.
