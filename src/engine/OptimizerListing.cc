@@ -55,7 +55,8 @@ bool COptimizer::RunListing(const char* szPath, bool bImages, bool bFonts, F fnL
       return false;
     CResourceLister lister(m_input.GetFile(), listing);
     fnList(lister);
-    return listing.Close();
+    // What could not be read may be missing, or have been taken for damaged.
+    return listing.Close() && CheckInput();
   };
   return BSE::CatchExhaustion(m_pErrorContext, run);
 }
