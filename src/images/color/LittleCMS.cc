@@ -50,32 +50,54 @@ void TraceError(cmsContext, cmsUInt32Number nCode, const char* szText)
     BSE::CTracer::Trace("W", "lcms", "%u: %s", nCode, szText);
 }
 
-// What fails here is told to the context. The library's own limit is no lack of memory.
-void* Note(cmsContext context, void* pBlock, cmsUInt32Number nSize)
+// Before each block that the library takes.
+struct alignas(std::max_align_t) TBlockHead
 {
-  auto* const pExhausted =
-      static_cast<bool*>(pBlock || nSize == 0 ? nullptr : cmsGetContextUserData(context));
-  if (pExhausted)
-    *pExhausted = true;
-  return pBlock;
-}
+  std::size_t m_nSize;
+  bool m_bReserved;
+};
 
+// Where memory runs out, the library is told of that for large blocks, and small ones come from the reserve:
+// it does not look at all of those. Its own limit is no lack of memory.
 void* Allocate(cmsContext context, cmsUInt32Number nSize)
 {
-  return nSize <= g_nMaxBlock ? Note(context, std::malloc(nSize), nSize) : nullptr;
-}
-
-void* Reallocate(cmsContext context, void* pBlock, cmsUInt32Number nSize)
-{
-  return nSize <= g_nMaxBlock ? Note(context, std::realloc(pBlock, nSize), nSize) : nullptr;
+  if (nSize > g_nMaxBlock)
+    return nullptr;
+  const std::size_t nWhole =
+      sizeof(TBlockHead) + (nSize + alignof(TBlockHead) - 1) / alignof(TBlockHead) * alignof(TBlockHead);
+  void* pBlock = std::malloc(nWhole);
+  const bool bReserved = !pBlock;
+  auto* const pMemory = bReserved ? static_cast<TLittleCMSMemory*>(cmsGetContextUserData(context)) : nullptr;
+  if (pMemory)
+  {
+    pMemory->m_bExhausted = true;
+    if (nWhole <= sizeof(pMemory->m_reserve) - pMemory->m_nReserveUsed)
+    {
+      pBlock = pMemory->m_reserve + pMemory->m_nReserveUsed;
+      pMemory->m_nReserveUsed += nWhole;
+    }
+  }
+  return pBlock ? new (pBlock) TBlockHead{nSize, bReserved} + 1 : nullptr;
 }
 
 void Free(cmsContext, void* pBlock)
 {
-  std::free(pBlock);
+  TBlockHead* const pHead = pBlock ? static_cast<TBlockHead*>(pBlock) - 1 : nullptr;
+  if (pHead && !pHead->m_bReserved)
+    std::free(pHead);
 }
 
-cmsContext CreateContext(bool& bExhausted)
+void* Reallocate(cmsContext context, void* pBlock, cmsUInt32Number nSize)
+{
+  void* const pNew = Allocate(context, nSize);
+  if (pNew && pBlock)
+    std::memcpy(pNew, pBlock, std::min<std::size_t>(nSize, (static_cast<TBlockHead*>(pBlock) - 1)->m_nSize));
+  if (pNew)
+    Free(context, pBlock);
+  return pNew;
+}
+
+cmsContext CreateContext(TLittleCMSMemory& library)
 {
   constexpr cmsUInt32Number nLeastVersion = 2000;
   cmsPluginMemHandler memory = {};
@@ -83,7 +105,7 @@ cmsContext CreateContext(bool& bExhausted)
   memory.MallocPtr = Allocate;
   memory.FreePtr = Free;
   memory.ReallocPtr = Reallocate;
-  const cmsContext context = cmsCreateContext(&memory, &bExhausted);
+  const cmsContext context = cmsCreateContext(&memory, &library);
   if (!context)
     throw std::bad_alloc();
   return context;
@@ -273,7 +295,7 @@ void CLittleCMSLabTransform::Apply(const unsigned char* pSource, unsigned char* 
 
 CLittleCMS::CLittleCMS(CColorAccount& account, const char* szProfileFolder)
     : CCMS(account),
-      m_context(CreateContext(m_bExhausted)),
+      m_context(CreateContext(m_memory)),
       m_folder(szProfileFolder && *szProfileFolder ? szProfileFolder : ".")
 {
   cmsSetLogErrorHandlerTHR(m_context, TraceError);
@@ -289,7 +311,7 @@ CLittleCMS::~CLittleCMS()
 template <class T>
 BSE::CObjectPtr<T> CLittleCMS::Check(BSE::CObjectPtr<T> pMade)
 {
-  if (std::exchange(m_bExhausted, false))
+  if (std::exchange(m_memory.m_bExhausted, false))
     throw std::bad_alloc();
   return pMade;
 }

@@ -4,6 +4,7 @@
 
 #include <lcms2.h>
 
+#include <cstddef>
 #include <utility>
 
 namespace DOC
@@ -81,6 +82,14 @@ private:
   int m_nTargetSize;  // of a pixel
 };
 
+// What the library's allocations have come to.
+struct TLittleCMSMemory
+{
+  bool m_bExhausted = false;  // one has failed
+  std::size_t m_nReserveUsed = 0;
+  alignas(std::max_align_t) unsigned char m_reserve[1 << 16];
+};
+
 // The engine Little CMS 2, in a context of its own. Messages of the library go to the trace (component
 // "lcms"). Memory that runs out in it is thrown as anywhere, since whoever is told that a profile cannot be
 // used converts by another one.
@@ -131,7 +140,7 @@ private:
   BSE::CObjectPtr<CColorProfile> MakeProfile(cmsHPROFILE hProfile, TProfileKind kind, bool bTables,
                                              const char* szDescription);
 
-  bool m_bExhausted = false;  // an allocation of the library has failed
+  TLittleCMSMemory m_memory;
   cmsContext m_context;
   BSE::CStr8 m_folder;
 };
