@@ -877,8 +877,8 @@ BREVEX_API void BrevexSetLinearizeObjectStreams(TBrevexHandle* pHandle, int bVal
  * that are no UTF-8 are written as '#' with two hexadecimal digits.
  *
  * Reads the content of all pages, once for an open document. Nothing else is written, unless extraction is
- * on. False without a document, where the file cannot be written, and for the file that the document is read
- * from.
+ * on. False without a document, where the file cannot be written, for the file that the document is read
+ * from, and where reading from that has failed: then the list is what could be had.
  */
 BREVEX_API int BrevexListImagesA(TBrevexHandle* pHandle, const char* szPath);
 BREVEX_API int BrevexListImagesW(TBrevexHandle* pHandle, const TBrevexChar* szPath);

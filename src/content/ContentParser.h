@@ -168,6 +168,9 @@ protected:
   // False, reported, if content with this object is being parsed around this, or too much else is.
   bool CanEnter(const CObjectPtr& form, const char* szName);
 
+  // For a form that is nested too deep to be entered: nothing of it will be parsed here.
+  virtual void PassOver(const CObjectPtr& form);
+
   // Parses the content of a form, or of what has its content as a form does: a pattern, a glyph, an
   // appearance. Resources stand in where it has none; the matrix is the one around it. What cannot be entered
   // or read is reported by the name.

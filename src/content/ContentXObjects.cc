@@ -89,11 +89,14 @@ bool CContentParser::CanEnter(const CObjectPtr& form, const char* szName)
       BSE::CTracer::Trace("E", "PDF Content Parser", "Forms are nested deeper than %d levels.",
                           BSE::g_nMaxFormNesting);
     ReportDropped(g_nContentUnreadable, "name", szName);
+    PassOver(form);
     return false;
   }
   // A few bytes of forms in forms make work without end: once it is refused, everything around ends as well.
   return GetEnvironment().GetAccount().Charge(BSE::g_nFormWork);
 }
+
+void CContentParser::PassOver(const CObjectPtr&) {}
 
 void CContentParser::DoForm(const char* szName)
 {

@@ -93,17 +93,15 @@ CContentAnalysis::CContentAnalysis(CDocument& document, const CStandIns& standIn
 {
 }
 
-void CContentAnalysis::Run()
+bool CContentAnalysis::Run()
 {
-  for (int nPage = 0; nPage < m_document.GetPageCount(); ++nPage)
-  {
+  for (int nPage = 0; nPage < m_document.GetPageCount() && !IsSpent(); ++nPage)
     AnalyzePage(nPage);
-    if (IsSpent())
-      return KeepAll();
-  }
-  KeepHidden();
+  if (!IsSpent())
+    KeepHidden();
   if (IsSpent())
     KeepAll();
+  return !IsSpent();
 }
 
 // Of what is not read then, nobody knows what it shows.

@@ -40,7 +40,8 @@ public:
   CContentAnalysis(const CContentAnalysis&) = delete;
   CContentAnalysis& operator=(const CContentAnalysis&) = delete;
 
-  void Run();
+  // False if some content was too much work to read: images and fonts may be missing then.
+  bool Run();
 
   // --- For the analyzers of content
 

@@ -111,7 +111,10 @@ bool COptContentAnalyzer::Parse(CParserContext* pContext, bool bCompatible)
     GetContent().Consume(GetContent().GetBuffered().size());
   const bool bWhole = bEnded && !GetContent().HasGap() && !GetContent().WasRefused();
   if (!bWhole)
+  {
     m_analysis.KeepResources(pContext->GetResources());
+    KeepFontAround();
+  }
   AddNames(*pContext, bWhole);
   return bEnded;
 }
@@ -133,6 +136,14 @@ void COptContentAnalyzer::AddNames(CParserContext& context, bool bWhole)
     pUse->GiveUp();
   else
     pUse->AddAll(context.GetResources());
+}
+
+void COptContentAnalyzer::PassOver(const CObjectPtr& form)
+{
+  m_analysis.KeepResources(form["Resources"]);
+  KeepOwn();
+  KeepAround();
+  KeepFontAround();
 }
 
 void COptContentAnalyzer::Save()
@@ -238,6 +249,15 @@ void COptContentAnalyzer::KeepAround()
   for (; p && !m_bAroundKept; p = p->GetParent())
     m_analysis.KeepResources(CObjectPtr(p->GetResources()));
   m_bAroundKept = true;
+}
+
+// Text that nobody has read here may be in the font that is set.
+void COptContentAnalyzer::KeepFontAround()
+{
+  // All fonts come from the registry.
+  for (IContentFont* pFont : {m_state.m_text.m_pFont.Get(), m_pInherited.Get()})
+    if (pFont)
+      static_cast<CFont*>(pFont)->SetAllGlyphsUsed();
 }
 
 // The procedures of glyphs are drawn by the size of each text and are not followed.

@@ -42,6 +42,10 @@ public:
   void DoForm(const char* szName) override;
   void DoImage(const char* szName) override;
 
+protected:
+  // Readers that nest deeper show what is in it.
+  void PassOver(const CObjectPtr& form) override;
+
 private:
   COptContentAnalyzer(const COptContentAnalyzer& around, const BSE::CObjectPtr<CContentStream>& pStream,
                       const TRectangle& box, int nRotation);
@@ -50,6 +54,7 @@ private:
   {
     return m_state.m_text.m_pFont ? m_state.m_text.m_pFont.Get() : m_pInherited.Get();
   }
+  void KeepFontAround();
   void AnalyzePattern(const CObjectPtr& pattern);
   void KeepGlyphs(const CObjectPtr& font);
 

@@ -270,6 +270,8 @@ bool COptimizer::RunSave(BSE::IByteStream* pStream, const TEncryption& encryptio
 {
   if (!Analyze())
     return false;
+  if (m_bContentUnread && (m_options.m_bExtractImages || m_options.m_bExtractFonts))
+    BSE::ReportLoss(m_pErrorContext, g_nNotRepairable);
   OptimizeFonts();
   if (m_input.GetConformance().IsArchival())
     DecideConformance();
@@ -339,6 +341,7 @@ void COptimizer::AnalyzeContent()
   m_bFontsDone = false;
   m_bImagesRead = false;
   m_use.Forget();
+  m_bContentUnread = false;
   ReadContent(WorksOnImages(m_options) || m_options.m_bExtractImages,
               WorksOnFonts(m_options, m_fontEdits) || m_options.m_bExtractFonts);
 }

@@ -167,6 +167,7 @@ private:
   bool m_bAnalyzed = false;
   bool m_bFontsDone = false;
   bool m_bImagesRead = false;
+  bool m_bContentUnread = false;  // some was too much work
   bool m_bConformanceLost = false;
   bool m_bDefaultSpaces = true;  // colours of devices may be others in the input; also if nobody has looked
   bool m_bFilterSignedFields = false;  // inside the form

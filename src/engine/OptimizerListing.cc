@@ -21,9 +21,9 @@ void COptimizer::ReadContent(bool bImages, bool bFonts)
   CImageRecords others;  // read once more, for the fonts alone
   if (bFonts)
     m_pFonts = CreateFontRegistry();
-  CContentAnalysis(m_input, m_standIns, bImages ? m_images : others, bFonts ? m_pFonts.Get() : nullptr,
-                   bUse ? &m_use : nullptr)
-      .Run();
+  CContentAnalysis analysis(m_input, m_standIns, bImages ? m_images : others,
+                            bFonts ? m_pFonts.Get() : nullptr, bUse ? &m_use : nullptr);
+  m_bContentUnread = !analysis.Run() || m_bContentUnread;
   m_bImagesRead = m_bImagesRead || bImages;
   if (bImages && m_options.m_bRemoveImages)
     m_images.RemoveAll();
@@ -51,12 +51,15 @@ bool COptimizer::RunListing(const char* szPath, bool bImages, bool bFonts, F fnL
     if (!Analyze())
       return false;
     ReadContent(bImages, bFonts);
+    if (m_bContentUnread)
+      BSE::ReportLoss(m_pErrorContext, g_nNotRepairable);
     CListing listing(szPath, m_input.GetFile(), m_pErrorContext);
     if (!listing.IsOpen())
       return false;
     CResourceLister lister(m_input.GetFile(), listing);
     fnList(lister);
-    return listing.Close();
+    // What could not be read may be missing, or have been taken for damaged.
+    return listing.Close() && CheckInput();
   };
   return BSE::CatchExhaustion(m_pErrorContext, run);
 }

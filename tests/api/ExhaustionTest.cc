@@ -183,7 +183,7 @@ std::string MakeOddDocument(const std::string& sPdf)
 
 // Open, save, close and destroy with the allocation of that number failing; true if there was one.
 bool RunWith(const std::string& sPdf, const TOptionSet& set, const std::string& sFile, long nFailing,
-             bool bForEver)
+             bool bForEver, bool* pSaved = nullptr)
 {
   TBrevexHandle* pHandle = BrevexCreateObject();
   set.pfSet(pHandle);
@@ -196,6 +196,8 @@ bool RunWith(const std::string& sPdf, const TOptionSet& set, const std::string& 
     bDone = set.szFile ? BrevexSaveAsA(pHandle, sFile.c_str(), set.szPassword, nullptr, nPermissions) != 0
                        : BrevexSaveInMemory(pHandle) != 0;
   }
+  if (pSaved)
+    *pSaved = bDone;
   const std::uint32_t nCode = BrevexGetErrorCode(pHandle);
   const long nOperations = g_allocations.m_nCount;
   BrevexClose(pHandle);
@@ -247,6 +249,51 @@ TEST(Exhaustion, EndsEveryOperationWithoutHarm)
       }
     }
     EXPECT_LE(folder.CountEntries(), 1) << "a temporary file is left";
+  }
+  BrevexUnInitialize();
+}
+
+// The samples of the image in a file that is written without object streams.
+std::string FindSamples(const std::string& sPdf)
+{
+  const size_t nStart = sPdf.find("stream", sPdf.find("/Image"));
+  return nStart == std::string::npos ? "" : sPdf.substr(nStart, sPdf.find("endstream", nStart) - nStart);
+}
+
+// Colours that are converted by a profile go by no other one for a lack of memory.
+TEST(Exhaustion, LeavesNoOtherColors)
+{
+  Support::CPdfBuilder builder;
+  std::string sPixels;
+  for (int i = 0; i < 256 * 3; ++i)
+    sPixels += static_cast<char>(i * 37);
+  const int nImage = builder.AddStream(
+      sPixels, "/Type/XObject/Subtype/Image/Width 16/Height 16/BitsPerComponent 8/ColorSpace/DeviceRGB");
+  builder.AddPage("9 0 0 9 0 0 cm /I Do", "/Resources<</XObject<</I " + std::to_string(nImage) + " 0 R>>>>");
+  const std::string sPdf = builder.Build();
+  const Support::CTempFolder folder;
+  const std::string sFile = folder / "out.pdf";
+  const auto fnSet = [](TBrevexHandle* pHandle)
+  {
+    BrevexSetColorConversion(pHandle, BREVEX_COLOR_CONVERSION_GRAY);
+    BrevexSetContinuousCompressions(pHandle, BREVEX_COMPRESSION_FLAG_RAW);
+  };
+  const TOptionSet set = {"colours", fnSet, "out.pdf", nullptr, MakeSame};
+  BrevexInitialize();
+  EXPECT_FALSE(RunWith(sPdf, set, sFile, 0, false));
+  const long nAll = g_allocations.m_nCount;
+  const std::string sWanted = FindSamples(Support::ReadFile(sFile));
+  ASSERT_NE(sWanted, "");
+  for (long k = 1; k <= nAll && !HasFailure(); ++k)
+  {
+    SCOPED_TRACE("allocation " + std::to_string(k) + " of " + std::to_string(nAll));
+    bool bSaved = false;
+    RunWith(sPdf, set, sFile, k, false, &bSaved);
+    if (!bSaved)
+      continue;
+    const std::string sFound = FindSamples(Support::ReadFile(sFile));
+    // An encoding that fails leaves the image as it was.
+    EXPECT_TRUE(sFound == sWanted || sFound.find(sPixels) != std::string::npos);
   }
   BrevexUnInitialize();
 }

@@ -201,6 +201,47 @@ TEST(Faults, StreamsThatFailAnywhereFailTheSave)
   BrevexUnInitialize();
 }
 
+// What is not listed for a failure must not be taken for what is not there.
+TEST(Faults, StreamsThatFailAnywhereFailTheListing)
+{
+  BrevexInitialize();
+  Support::CPdfBuilder builder;
+  for (int i = 0; i < 8; ++i)
+  {
+    const int nImage = builder.AddStream(
+        std::string(40000, 'x'),
+        "/Type/XObject/Subtype/Image/Width 200/Height 200/BitsPerComponent 8/ColorSpace/DeviceGray");
+    builder.AddPage("/I Do", "/Resources<</XObject<</I " + std::to_string(nImage) + " 0 R>>>>");
+  }
+  const std::string sPdf = builder.Build();
+  const Support::CTempFolder folder;
+  const std::string sPath = folder / "list.txt";
+  const auto list = [&](TStream input)
+  {
+    TBrevexHandle* pHandle = BrevexCreateObject();
+    const TBrevexStreamDescriptor from = input.GetDescriptor();
+    const bool bListed =
+        BrevexOpenStreamA(pHandle, &from, nullptr) != 0 && BrevexListImagesA(pHandle, sPath.c_str()) != 0;
+    EXPECT_TRUE(bListed || BrevexGetErrorCode(pHandle) == BREVEX_STATUS_READ_FAILED);
+    BrevexDestroyObject(pHandle);
+    return std::pair(bListed, input.nCalls);
+  };
+  const auto [bSound, nAll] = list({sPdf});
+  ASSERT_TRUE(bSound);
+  const std::string sWhole = Support::ReadFile(sPath);
+  for (long k = 1; k <= nAll; ++k)
+  {
+    SCOPED_TRACE(k);
+    TStream input{sPdf};
+    input.nFailing = k;
+    if (list(input).first)
+    {
+      EXPECT_EQ(Support::ReadFile(sPath), sWhole);
+    }
+  }
+  BrevexUnInitialize();
+}
+
 TEST(Faults, ClosingThatLosesDataFailsTheSave)
 {
   const Support::CTempFolder folder;

@@ -234,6 +234,21 @@ TEST_F(Listing, Extraction)
   EXPECT_FALSE(std::filesystem::exists(getName(m_document.nJPEG, ".jpg")));
 }
 
+// Each form draws the next one in two places, and none of them where it has been drawn before.
+TEST_F(Listing, ContentThatIsTooMuchWorkIsALoss)
+{
+  const std::string sForm = "/Type/XObject/Subtype/Form/BBox[0 0 9 9]/Resources<<";
+  CPdfBuilder builder;
+  int nForm = builder.AddStream(std::string(20000, ' '), sForm + ">>");
+  for (int i = 0; i < 16; ++i)
+    nForm = builder.AddStream("q /X Do Q 1 0 0 1 " + std::to_string(1 << i) + " 0 cm /X Do",
+                              sForm + "/XObject<</X " + Ref(nForm) + ">>>>");
+  builder.AddPage("/X Do", "/Resources<</XObject<</X " + Ref(nForm) + ">>>>");
+  ASSERT_TRUE(m_saver.Open(builder.Build()));
+  EXPECT_EQ(ListImages(), g_sImageHeader);
+  EXPECT_EQ(BrevexGetLossCount(m_saver.Get()), 1U);
+}
+
 TEST_F(Listing, ExtractionGoesOnAfterAFailure)
 {
   const std::string sRaw = "img" + std::to_string(m_document.nRaw) + ".tif";

@@ -231,6 +231,25 @@ TEST_F(ContentAnalysis, LeavesFontsWholeWhereItDoesNotFollowText)
   EXPECT_EQ(GetUsed(nInForm), "b");
 }
 
+// Readers differ in how deep forms may be nested, and some go deeper.
+TEST_F(ContentAnalysis, KeepsWhatIsNestedTooDeep)
+{
+  const std::string sForm = "/Subtype/Form/BBox[0 0 9 9]/Resources<<";
+  const int nImage = AddImage();
+  const int nOwn = AddFont();
+  const int nAround = AddFont("/Subtype/Type1/BaseFont/Courier");
+  int nForm = m_file.AddStream("BT (b) Tj /F 1 Tf (c) Tj ET /I Do",
+                               sForm + "/Font<</F " + Ref(nOwn) + ">>/XObject<</I " + Ref(nImage) + ">>>>");
+  for (int i = 0; i < BSE::g_nMaxFormNesting; ++i)
+    nForm = m_file.AddStream("/X Do", sForm + "/XObject<</X " + Ref(nForm) + ">>>>");
+  AddPage("BT /F 1 Tf (a) Tj /G 1 Tf (a) Tj ET /X Do",
+          "/Font<</F " + Ref(nOwn) + "/G " + Ref(nAround) + ">>/XObject<</X " + Ref(nForm) + ">>");
+  Run();
+  EXPECT_EQ(GetUsed(nOwn), "all");
+  EXPECT_EQ(GetUsed(nAround), "all");
+  EXPECT_TRUE(IsKept(nImage));
+}
+
 // Glyph procedures without resources of their own have those of the page, if they need any.
 TEST_F(ContentAnalysis, ReadsGlyphProcedures)
 {

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -33,7 +34,10 @@ namespace
     for (const std::string& s : command)
       arguments.push_back(const_cast<char*>(s.c_str()));
     arguments.push_back(nullptr);
-    alarm(static_cast<unsigned>(nSeconds));
+    const auto nLimit = static_cast<rlim_t>(nSeconds);
+    const rlimit limit = {nLimit, nLimit + 1};
+    setrlimit(RLIMIT_CPU, &limit);
+    alarm(10 * static_cast<unsigned>(nSeconds));
     execvp(arguments[0], arguments.data());
   }
   _exit(127);

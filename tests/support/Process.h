@@ -16,8 +16,9 @@ struct TProcessResult
 };
 
 // Runs a program to its end with these arguments, the text as its standard input and, unless empty, the
-// folder as its working directory. A program still running after nSeconds is killed. Throws
-// std::runtime_error when the program cannot be started.
+// folder as its working directory. A program that has computed for nSeconds is killed, and one that sleeps
+// for ten times as long: how many others a machine is busy with plays no part. Throws std::runtime_error when
+// the program cannot be started.
 TProcessResult RunProgram(const std::vector<std::string>& command, std::string_view sInput = {},
                           const std::string& sFolder = {}, int nSeconds = 60);
 

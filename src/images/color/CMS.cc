@@ -53,10 +53,7 @@ BSE::CObjectPtr<CCMS> CreateCMS(const char* szEngine, const char* szProfileFolde
     if (pFile->IsValid() && table.Read(*pFile))
       return new CDefaultCMS(account, &table);
   }
-  const BSE::CObjectPtr<CLittleCMS> pEngine(new CLittleCMS(account, szProfileFolder));
-  if (pEngine->IsValid())
-    return pEngine;
-  return new CDefaultCMS(account, nullptr);
+  return new CLittleCMS(account, szProfileFolder);
 }
 
 }  // namespace DOC

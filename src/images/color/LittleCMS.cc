@@ -13,10 +13,13 @@
 #include "images/color/Neugebauer.h"
 #include "images/color/ProfileCheck.h"
 
+#include <lcms2_plugin.h>
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <new>
 
 namespace DOC
 {
@@ -25,6 +28,9 @@ namespace
 {
 
 constexpr int g_nDescription = 256;
+
+// Bytes of the largest block that the library takes.
+constexpr cmsUInt32Number g_nMaxBlock = 512U << 20;
 
 // Points in each direction of the tables for inks. Odd, so that neutral colours lie on points.
 constexpr unsigned g_nInkPoints = 9;
@@ -42,6 +48,67 @@ void TraceError(cmsContext, cmsUInt32Number nCode, const char* szText)
 {
   if (BSE::CTracer::IsOn())
     BSE::CTracer::Trace("W", "lcms", "%u: %s", nCode, szText);
+}
+
+// Before each block that the library takes.
+struct alignas(std::max_align_t) TBlockHead
+{
+  std::size_t m_nSize;
+  bool m_bReserved;
+};
+
+// Where memory runs out, the library is told of that for large blocks, and small ones come from the reserve:
+// it does not look at all of those. Its own limit is no lack of memory.
+void* Allocate(cmsContext context, cmsUInt32Number nSize)
+{
+  if (nSize > g_nMaxBlock)
+    return nullptr;
+  const std::size_t nWhole =
+      sizeof(TBlockHead) + (nSize + alignof(TBlockHead) - 1) / alignof(TBlockHead) * alignof(TBlockHead);
+  void* pBlock = std::malloc(nWhole);
+  const bool bReserved = !pBlock;
+  auto* const pMemory = bReserved ? static_cast<TLittleCMSMemory*>(cmsGetContextUserData(context)) : nullptr;
+  if (pMemory)
+  {
+    pMemory->m_bExhausted = true;
+    if (nWhole <= sizeof(pMemory->m_reserve) - pMemory->m_nReserveUsed)
+    {
+      pBlock = pMemory->m_reserve + pMemory->m_nReserveUsed;
+      pMemory->m_nReserveUsed += nWhole;
+    }
+  }
+  return pBlock ? new (pBlock) TBlockHead{nSize, bReserved} + 1 : nullptr;
+}
+
+void Free(cmsContext, void* pBlock)
+{
+  TBlockHead* const pHead = pBlock ? static_cast<TBlockHead*>(pBlock) - 1 : nullptr;
+  if (pHead && !pHead->m_bReserved)
+    std::free(pHead);
+}
+
+void* Reallocate(cmsContext context, void* pBlock, cmsUInt32Number nSize)
+{
+  void* const pNew = Allocate(context, nSize);
+  if (pNew && pBlock)
+    std::memcpy(pNew, pBlock, std::min<std::size_t>(nSize, (static_cast<TBlockHead*>(pBlock) - 1)->m_nSize));
+  if (pNew)
+    Free(context, pBlock);
+  return pNew;
+}
+
+cmsContext CreateContext(TLittleCMSMemory& library)
+{
+  constexpr cmsUInt32Number nLeastVersion = 2000;
+  cmsPluginMemHandler memory = {};
+  memory.base = {cmsPluginMagicNumber, nLeastVersion, cmsPluginMemHandlerSig, nullptr};
+  memory.MallocPtr = Allocate;
+  memory.FreePtr = Free;
+  memory.ReallocPtr = Reallocate;
+  const cmsContext context = cmsCreateContext(&memory, &library);
+  if (!context)
+    throw std::bad_alloc();
+  return context;
 }
 
 cmsCIExyY MakeWhite(const TXYZ& white)
@@ -228,19 +295,62 @@ void CLittleCMSLabTransform::Apply(const unsigned char* pSource, unsigned char* 
 
 CLittleCMS::CLittleCMS(CColorAccount& account, const char* szProfileFolder)
     : CCMS(account),
-      m_context(cmsCreateContext(nullptr, nullptr)),
+      m_context(CreateContext(m_memory)),
       m_folder(szProfileFolder && *szProfileFolder ? szProfileFolder : ".")
 {
-  if (m_context)
-    cmsSetLogErrorHandlerTHR(m_context, TraceError);
+  cmsSetLogErrorHandlerTHR(m_context, TraceError);
 }
 
 // Profiles of others that are still held would need the context: spaces hold their CMS longer than them.
 CLittleCMS::~CLittleCMS()
 {
   ReleaseDefaultProfiles();
-  if (m_context)
-    cmsDeleteContext(m_context);
+  cmsDeleteContext(m_context);
+}
+
+template <class T>
+BSE::CObjectPtr<T> CLittleCMS::Check(BSE::CObjectPtr<T> pMade)
+{
+  if (std::exchange(m_memory.m_bExhausted, false))
+    throw std::bad_alloc();
+  return pMade;
+}
+
+BSE::CObjectPtr<CColorProfile> CLittleCMS::CreateGrayProfile(const TXYZ& white, double dGamma)
+{
+  return Check(MakeGrayProfile(white, dGamma));
+}
+
+BSE::CObjectPtr<CColorProfile> CLittleCMS::CreateRGBProfile(const TXYZ& white, std::span<const double> gamma,
+                                                            std::span<const double> matrix)
+{
+  return Check(MakeRGBProfile(white, gamma, matrix));
+}
+
+BSE::CObjectPtr<CColorProfile> CLittleCMS::CreateLabProfile(const TXYZ& white)
+{
+  return Check(MakeLabProfile(white));
+}
+
+BSE::CObjectPtr<CColorProfile> CLittleCMS::CreateCMYKProfile(const char* szDescription)
+{
+  return Check(MakeCMYKProfile(szDescription));
+}
+
+BSE::CObjectPtr<CColorProfile> CLittleCMS::OnCreateDefaultProfile(TProfileKind kind)
+{
+  return Check(MakeDefaultProfile(kind));
+}
+
+BSE::CObjectPtr<CColorProfile> CLittleCMS::OpenProfile(std::span<const unsigned char> data)
+{
+  return Check(ReadProfile(data));
+}
+
+BSE::CObjectPtr<CColorTransform> CLittleCMS::CreateTransform(CColorProfile& source, CColorProfile& target,
+                                                             TSampleForm sourceForm, TIntent intent)
+{
+  return Check(MakeTransform(source, target, sourceForm, intent));
 }
 
 BSE::CObjectPtr<CColorProfile> CLittleCMS::MakeProfile(cmsHPROFILE hProfile, TProfileKind kind, bool bTables,
@@ -253,7 +363,7 @@ BSE::CObjectPtr<CColorProfile> CLittleCMS::MakeProfile(cmsHPROFILE hProfile, TPr
   return SetDescription(m_context, hProfile, szDescription) ? pProfile : nullptr;
 }
 
-BSE::CObjectPtr<CColorProfile> CLittleCMS::CreateGrayProfile(const TXYZ& white, double dGamma)
+BSE::CObjectPtr<CColorProfile> CLittleCMS::MakeGrayProfile(const TXYZ& white, double dGamma)
 {
   if (!IsWhite(white) || !IsGamma(dGamma))
     return nullptr;
@@ -267,8 +377,8 @@ BSE::CObjectPtr<CColorProfile> CLittleCMS::CreateGrayProfile(const TXYZ& white, 
   return MakeProfile(hProfile, eProfileGray, false, szText);
 }
 
-BSE::CObjectPtr<CColorProfile> CLittleCMS::CreateRGBProfile(const TXYZ& white, std::span<const double> gamma,
-                                                            std::span<const double> matrix)
+BSE::CObjectPtr<CColorProfile> CLittleCMS::MakeRGBProfile(const TXYZ& white, std::span<const double> gamma,
+                                                          std::span<const double> matrix)
 {
   if (!IsWhite(white) || gamma.size() < 3 || matrix.size() < 9 || !IsGamma(gamma[0]) || !IsGamma(gamma[1]) ||
       !IsGamma(gamma[2]))
@@ -304,7 +414,7 @@ BSE::CObjectPtr<CColorProfile> CLittleCMS::CreateRGBProfile(const TXYZ& white, s
   return bDone ? pProfile : nullptr;
 }
 
-BSE::CObjectPtr<CColorProfile> CLittleCMS::CreateLabProfile(const TXYZ& white)
+BSE::CObjectPtr<CColorProfile> CLittleCMS::MakeLabProfile(const TXYZ& white)
 {
   if (!IsWhite(white))
     return nullptr;
@@ -319,7 +429,7 @@ BSE::CObjectPtr<CColorProfile> CLittleCMS::CreateLabProfile(const TXYZ& white)
   return pProfile;
 }
 
-BSE::CObjectPtr<CColorProfile> CLittleCMS::CreateCMYKProfile(const char* szDescription)
+BSE::CObjectPtr<CColorProfile> CLittleCMS::MakeCMYKProfile(const char* szDescription)
 {
   cmsHPROFILE hProfile = cmsCreateProfilePlaceholder(m_context);
   if (!hProfile)
@@ -350,7 +460,7 @@ bool CLittleCMS::MakeTables(CLittleCMSProfile& source, CLittleCMSProfile& target
   return bDone;
 }
 
-BSE::CObjectPtr<CColorProfile> CLittleCMS::OpenProfile(std::span<const unsigned char> data)
+BSE::CObjectPtr<CColorProfile> CLittleCMS::ReadProfile(std::span<const unsigned char> data)
 {
   TProfileHeader header;
   BSE::CBasicArray<unsigned char> copy;
@@ -372,11 +482,11 @@ BSE::CObjectPtr<CColorProfile> CLittleCMS::OpenFile(const char* szName, TProfile
   BSE::CBasicArray<unsigned char> data;
   if (!pFile->IsValid() || !pFile->ReadToArray(data, BSE::g_nMaxProfile))
     return nullptr;
-  BSE::CObjectPtr<CColorProfile> pProfile = OpenProfile(data.GetSpan());
+  BSE::CObjectPtr<CColorProfile> pProfile = ReadProfile(data.GetSpan());
   return pProfile && pProfile->GetKind() == kind ? pProfile : nullptr;
 }
 
-BSE::CObjectPtr<CColorProfile> CLittleCMS::OnCreateDefaultProfile(TProfileKind kind)
+BSE::CObjectPtr<CColorProfile> CLittleCMS::MakeDefaultProfile(TProfileKind kind)
 {
   BSE::CObjectPtr<CColorProfile> pProfile;
   switch (kind)
@@ -387,7 +497,7 @@ BSE::CObjectPtr<CColorProfile> CLittleCMS::OnCreateDefaultProfile(TProfileKind k
                     : MakeProfile(cmsCreate_sRGBProfileTHR(m_context), kind, false, "sRGB IEC61966-2.1");
   case eProfileCMYK:
     pProfile = OpenFile("CMYK.icc", kind);
-    return pProfile ? pProfile : CreateCMYKProfile("CMYK built-in profile");
+    return pProfile ? pProfile : MakeCMYKProfile("CMYK built-in profile");
   case eProfileGray:
   {
     // The curve of sRGB.
@@ -398,12 +508,12 @@ BSE::CObjectPtr<CColorProfile> CLittleCMS::OnCreateDefaultProfile(TProfileKind k
     return MakeProfile(hProfile, kind, false, "sGray IEC 61966-2.1");
   }
   default:
-    return CreateLabProfile(g_d50);
+    return MakeLabProfile(g_d50);
   }
 }
 
-BSE::CObjectPtr<CColorTransform> CLittleCMS::CreateTransform(CColorProfile& source, CColorProfile& target,
-                                                             TSampleForm sourceForm, TIntent intent)
+BSE::CObjectPtr<CColorTransform> CLittleCMS::MakeTransform(CColorProfile& source, CColorProfile& target,
+                                                           TSampleForm sourceForm, TIntent intent)
 {
   auto& from = static_cast<CLittleCMSProfile&>(source);
   auto& to = static_cast<CLittleCMSProfile&>(target);

@@ -4,6 +4,7 @@
 
 #include <lcms2.h>
 
+#include <cstddef>
 #include <utility>
 
 namespace DOC
@@ -81,8 +82,17 @@ private:
   int m_nTargetSize;  // of a pixel
 };
 
+// What the library's allocations have come to.
+struct TLittleCMSMemory
+{
+  bool m_bExhausted = false;  // one has failed
+  std::size_t m_nReserveUsed = 0;
+  alignas(std::max_align_t) unsigned char m_reserve[1 << 16];
+};
+
 // The engine Little CMS 2, in a context of its own. Messages of the library go to the trace (component
-// "lcms").
+// "lcms"). Memory that runs out in it is thrown as anywhere, since whoever is told that a profile cannot be
+// used converts by another one.
 class CLittleCMS : public CCMS
 {
 public:
@@ -90,8 +100,7 @@ public:
   CLittleCMS(CColorAccount& account, const char* szProfileFolder);
   ~CLittleCMS() override;
 
-  // False if the library could not start.
-  bool IsValid() const override { return m_context != nullptr; }
+  bool IsValid() const override { return true; }
 
   BSE::CObjectPtr<CColorProfile> CreateGrayProfile(const TXYZ& white, double dGamma) override;
   BSE::CObjectPtr<CColorProfile> CreateRGBProfile(const TXYZ& white, std::span<const double> gamma,
@@ -110,6 +119,20 @@ protected:
   BSE::CObjectPtr<CColorProfile> OnCreateDefaultProfile(TProfileKind kind) override;
 
 private:
+  BSE::CObjectPtr<CColorProfile> MakeGrayProfile(const TXYZ& white, double dGamma);
+  BSE::CObjectPtr<CColorProfile> MakeRGBProfile(const TXYZ& white, std::span<const double> gamma,
+                                                std::span<const double> matrix);
+  BSE::CObjectPtr<CColorProfile> MakeLabProfile(const TXYZ& white);
+  BSE::CObjectPtr<CColorProfile> MakeCMYKProfile(const char* szDescription);
+  BSE::CObjectPtr<CColorProfile> MakeDefaultProfile(TProfileKind kind);
+  BSE::CObjectPtr<CColorProfile> ReadProfile(std::span<const unsigned char> data);
+  BSE::CObjectPtr<CColorTransform> MakeTransform(CColorProfile& source, CColorProfile& target,
+                                                 TSampleForm sourceForm, TIntent intent);
+
+  // What was made, unless the library ran out of memory for it.
+  template <class T>
+  BSE::CObjectPtr<T> Check(BSE::CObjectPtr<T> pMade);
+
   // False if a table of the built-in model cannot be made.
   bool MakeTables(CLittleCMSProfile& source, CLittleCMSProfile& target);
 
@@ -117,6 +140,7 @@ private:
   BSE::CObjectPtr<CColorProfile> MakeProfile(cmsHPROFILE hProfile, TProfileKind kind, bool bTables,
                                              const char* szDescription);
 
+  TLittleCMSMemory m_memory;
   cmsContext m_context;
   BSE::CStr8 m_folder;
 };

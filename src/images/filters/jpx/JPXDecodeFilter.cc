@@ -77,13 +77,16 @@ std::int64_t CJPXDecodeFilter::Read(unsigned char* pBuffer, std::int64_t n)
   return m_nRowSize > 0 ? CDecodeFilter::Read(pBuffer, n - n % m_nRowSize) : 0;
 }
 
-// Each band reads the heads of all tiles again: there are few of them.
+// Each band reads the heads of all tiles again. Where tiles are tiny that takes longer than the samples do,
+// and what is kept of each tile takes more memory than they.
 void CJPXDecodeFilter::ChooseBands(const TJPXSize& size)
 {
   constexpr std::int64_t nMinPixels = 4 << 20;
+  constexpr std::int64_t nMinTilePixels = 1 << 11;
   constexpr std::int64_t nMaxBands = 16;
-  if (size.m_nWidth * size.m_nHeight < nMinPixels || !size.m_bTilesApart || size.m_nFirstTileEnd <= 0 ||
-      size.m_nFirstTileEnd >= size.m_nHeight)
+  if (size.m_nWidth * size.m_nHeight < nMinPixels ||
+      size.m_nWidth * size.m_nHeight / size.m_nTiles < nMinTilePixels || !size.m_bTilesApart ||
+      size.m_nFirstTileEnd <= 0 || size.m_nFirstTileEnd >= size.m_nHeight)
     return;
   const std::int64_t nTileRows = (size.m_nHeight - size.m_nFirstTileEnd - 1) / size.m_nTileHeight + 2;
   const std::int64_t nTilesOfBand = (nTileRows + nMaxBands - 1) / nMaxBands;
