@@ -463,7 +463,6 @@ void CImageOptimizer::CWork::Finish()
     m_record.m_nChanges = 0;
   else if ((m_best.m_encoded.m_nFlag & g_nLossy) != 0)
     m_record.m_nChanges |= eChangeCoding;
-  m_record.m_nSizeAfter = bReplaced ? m_best.m_encoded.m_data.GetSize() : m_record.m_nSizeBefore;
 }
 
 CImageOptimizer::CImageOptimizer(CFile& input, const TOptimizerOptions& options, const CStandIns& standIns,
@@ -516,7 +515,11 @@ TMaskFate CImageOptimizer::JudgeMask(const CObjectPtr& image, bool bMaskCopied)
   const TMaskState nState = LookAtMask(mask, soft ? eRoleSoftMask : eRoleMask);
   if (nState == eMaskIsOpaque)
     return eMaskDropped;
-  return nState == eMaskBecomesStencil && !bMaskCopied ? eMaskMadeStencil : eMaskKept;
+  if (nState != eMaskBecomesStencil)
+    return eMaskKept;
+  // A copy that another image has is a stencil already, unless it was made before the mask was looked at.
+  const bool bMade = m_records.Find(mask.GetObjNumber())->m_bStencilMade;
+  return bMade || !bMaskCopied ? eMaskMadeStencil : eMaskKept;
 }
 
 TMaskState CImageOptimizer::LookAtMask(const CObjectPtr& mask, TImageRole nRole)
@@ -574,10 +577,6 @@ void CImageOptimizer::Optimize(const CObjectPtr& source, const CObjectPtr& targe
   CImageRecord* pRecord = source ? m_records.Find(source.GetObjNumber()) : nullptr;
   if (!pRecord || pRecord->m_bKeepAsIs || !target["Subtype"].IsName("Image"))
     return;
-  // The record may be of a save before.
-  pRecord->m_nOutcome = eImageNotTried;
-  pRecord->m_nChanges = 0;
-  std::fill(std::begin(pRecord->m_aTried), std::end(pRecord->m_aTried), std::int64_t{-1});
   const BSE::CErrorSuppressor quiet(target->OnGetErrorHandler());
   if (pRecord->m_nMaskState == eMaskBecomesStencil)
     pRecord->m_bStencilMade = CImage(target, m_spaces).MakeStencil();

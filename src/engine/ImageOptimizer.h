@@ -35,8 +35,8 @@ public:
   CImageOptimizer& operator=(const CImageOptimizer&) = delete;
   ~CImageOptimizer();
 
-  // Before an image of the input is copied: looks at its mask, which must not be copied yet. The dictionary
-  // of the image; the fate of the entry "SMask", or of "Mask" without one.
+  // Before an image of the input is copied: looks at its mask, which other images may have brought into the
+  // copy already. The dictionary of the image; the fate of the entry "SMask", or of "Mask" without one.
   TMaskFate JudgeMask(const CObjectPtr& image, bool bMaskCopied);
 
   // After the mask of an image was copied that is to become a stencil mask: whether it has. If not it stays
