@@ -114,8 +114,8 @@ public:
   bool ConvertToRGB() { return ConvertTo(DOC::eToRGB); }
   bool ConvertToCMYK() { return ConvertTo(DOC::eToCMYK); }
 
-  // Gives an indexed image a table of device colours; samples stay. True for others, to which nothing
-  // happens.
+  // Gives an indexed image a table of device colours; samples stay. True for others and for those that have
+  // it, to which nothing happens.
   bool ConvertPalette(DOC::TTarget target);
 
   // An indexed image to its base. True for others.

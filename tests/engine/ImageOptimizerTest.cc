@@ -253,6 +253,12 @@ TEST_F(ImageOptimizer, EncodesBitsAsTheVersionAllows)
     const char* szFilter = std::string(szVersion) == "1.3" ? "CCITTFaxDecode" : "JBIG2Decode";
     EXPECT_EQ(GetFilter(Get(0)), szFilter);
     EXPECT_TRUE(Get(0)["ColorSpace"].IsName("DeviceGray"));
+    // Dots per metre are in the data: of 66 by 100 dots per inch.
+    if (std::string(szFilter) == "JBIG2Decode")
+    {
+      EXPECT_EQ(Engine::ReadAll(Get(0).GetStream().Get()).substr(19, 8),
+                std::string("\0\0\x0A\x26\0\0\x0F\x61", 8));
+    }
     EXPECT_EQ(GetFilter(Get(1)), szFilter);
     EXPECT_TRUE(Get(1)["ImageMask"].GetBooleanValue());
     EXPECT_FALSE(Get(1)["Decode"]);
@@ -318,6 +324,39 @@ TEST_F(ImageOptimizer, SimplifiesColorsAndMasks)
   EXPECT_EQ(static_cast<unsigned char>(GetSamples(Get(6)["Mask"])[0]), 0xA5);
   // What is painted by itself does not become something else as a mask.
   EXPECT_TRUE(Get(5)["SMask"].IsStream());
+}
+
+// The JPEG form of such noise is so far off that it could be taken for another picture.
+TEST_F(ImageOptimizer, TakesTheNextBestWhereTheBestIsRefused)
+{
+  std::string sNoise;
+  unsigned nState = 1;
+  for (int i = 0; i < 64 * 64 * 3; ++i)
+    sNoise += static_cast<char>(((nState = nState * 1664525 + 1013904223) >> 28) * 17);
+  Add(64, 64, "/BitsPerComponent 8/ColorSpace/DeviceRGB", sNoise);
+  Options().m_nContinuousCompressions = PDF::eCompressionFlagJPEG | PDF::eCompressionFlagFlate;
+  Save();
+  EXPECT_EQ(GetFilter(Get(0)), "FlateDecode");
+  EXPECT_EQ(GetSamples(Get(0)), sNoise);
+}
+
+TEST_F(ImageOptimizer, ConvertsTables)
+{
+  const std::string sIndices = std::string(200, '\0') + std::string(200, '\1');
+  const std::string sTable = "/BitsPerComponent 8/ColorSpace[/Indexed/DeviceCMYK 1<00FF0000FF00FF00>]";
+  // What the key hides goes by the indices. That is worth a larger file.
+  Add(20, 20, sTable + "/Mask[1 1]/Filter/RunLengthDecode", std::string("\x81\0\xB9\0\x81\1\xB9\1\x80", 9));
+  Add(20, 20, "/BitsPerComponent 8/ColorSpace[/Indexed/DeviceRGB 1<102030405060>]", sIndices);
+  Options().m_nIndexedCompressions = PDF::eCompressionFlagFlate;
+  Options().m_nColorConversion = PDF::eColorConversionRGB;
+  Save();
+  EXPECT_TRUE(Get(0)["ColorSpace"][1].IsName("DeviceRGB"));
+  EXPECT_EQ(Get(0)["Mask"][0].GetIntegerValue(), 1);
+  EXPECT_EQ(GetSamples(Get(0)), sIndices);
+  EXPECT_EQ(GetSamples(Get(1)), sIndices);
+  // Nothing has become of a table that had these colours.
+  EXPECT_EQ(m_optimizer.GetImageReports()[0]->m_nChanges, PDF::eChangeColors);
+  EXPECT_EQ(m_optimizer.GetImageReports()[1]->m_nChanges, 0U);
 }
 
 // Other images have the mask too; one of them is copied when the mask has become a stencil already.
