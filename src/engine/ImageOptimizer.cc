@@ -567,16 +567,22 @@ bool CImageOptimizer::IsChargeable(CImage& image)
 
 TMaskFate CImageOptimizer::JudgeMask(const CObjectPtr& image, bool bMaskCopied)
 {
-  if (!m_options.m_bReduceColorComplexity || m_bDefaultSpaces || !image["Subtype"].IsName("Image"))
+  if (!(m_options.m_bReduceColorComplexity || m_options.m_bRecodeSamples) || m_bDefaultSpaces ||
+      !image["Subtype"].IsName("Image"))
     return eMaskKept;
   const CObjectPtr soft = GetStandIn(image["SMask"]);
   const CObjectPtr mask = soft ? soft : GetStandIn(image["Mask"]);
   // Without a soft mask the other one would count.
   if (!mask.IsStream() || soft["Matte"] || (soft && image["Mask"]))
     return eMaskKept;
+  if (!soft && !m_options.m_bReduceColorComplexity)
+    return eMaskKept;
   const TMaskState nState = LookAtMask(mask, soft ? eRoleSoftMask : eRoleMask);
   if (nState == eMaskIsOpaque)
+  {
+    mask->Unload();
     return eMaskDropped;
+  }
   if (nState != eMaskBecomesStencil)
     return eMaskKept;
   // A copy that another image has is a stencil already, unless it was made before the mask was looked at.
@@ -584,11 +590,25 @@ TMaskFate CImageOptimizer::JudgeMask(const CObjectPtr& image, bool bMaskCopied)
   return bMade || !bMaskCopied ? eMaskMadeStencil : eMaskKept;
 }
 
+// Null for a mask that has to stay.
+CImageRecord* CImageOptimizer::FindMask(const CObjectPtr& mask, TImageRole nRole)
+{
+  const int nNumber = mask.GetObjNumber();
+  if (m_options.m_bReduceColorComplexity)
+  {
+    CImageRecord* pRecord = m_records.Find(nNumber);
+    // What is also something else would change there as well.
+    return pRecord && !pRecord->m_bKeepAsIs && pRecord->m_nRoles == nRole ? pRecord : nullptr;
+  }
+  if (nNumber > 0 && !m_otherMasks.Find(nNumber))
+    m_otherMasks.SetAt(nNumber, BSE::CObjectPtr<CImageRecord>(new CImageRecord).Get());
+  return nNumber > 0 ? m_otherMasks.Find(nNumber) : nullptr;
+}
+
 TMaskState CImageOptimizer::LookAtMask(const CObjectPtr& mask, TImageRole nRole)
 {
-  CImageRecord* pRecord = m_records.Find(mask.GetObjNumber());
-  // What is also something else would change there as well.
-  if (!pRecord || pRecord->m_bKeepAsIs || pRecord->m_nRoles != nRole)
+  CImageRecord* pRecord = FindMask(mask, nRole);
+  if (!pRecord)
     return eMaskUnknown;
   if (pRecord->m_nMaskState != eMaskUnknown)
     return pRecord->m_nMaskState;
@@ -613,6 +633,8 @@ TMaskState CImageOptimizer::LookAtMask(const CObjectPtr& mask, TImageRole nRole)
 
 TMaskState CImageOptimizer::LookAtSoftMask(CImage& mask)
 {
+  if (!m_options.m_bReduceColorComplexity)
+    return mask.IsWhite() ? eMaskIsOpaque : eMaskStays;
   constexpr double dNear = 1e-6;
   double aFirst[4] = {};
   double aSecond[4] = {};

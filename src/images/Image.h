@@ -165,6 +165,10 @@ public:
   // four.
   TColorAnalysis AnalyzeColors(std::span<double> first, std::span<double> second);
 
+  // Whether device gray is white everywhere, at any depth. Reads up to the first sample that is not. False
+  // where samples are missing.
+  bool IsWhite();
+
 private:
   // What the decoder of a picture found in its data.
   struct TFound

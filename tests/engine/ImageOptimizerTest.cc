@@ -359,6 +359,33 @@ TEST_F(ImageOptimizer, ConvertsTables)
   EXPECT_EQ(m_optimizer.GetImageReports()[1]->m_nChanges, 0U);
 }
 
+TEST_F(ImageOptimizer, DropsSoftMasksThatHideNothing)
+{
+  const std::string sWhite(400, '\xFF');
+  const auto mask = [&](int nBits, const std::string& sData, const std::string& sEntries = {})
+  {
+    return Add(20, 20, "/ColorSpace/DeviceGray/BitsPerComponent " + std::to_string(nBits) + sEntries, sData,
+               false);
+  };
+  std::string sBits;
+  for (int i = 0; i < 20; ++i)
+    sBits += "\xFF\xFF\xF0";
+  const std::vector<int> masks = {mask(8, sWhite),
+                                  mask(1, sBits),
+                                  mask(16, sWhite + sWhite),
+                                  mask(8, std::string(400, '\0'), "/Decode[1 0]"),
+                                  mask(8, sWhite.substr(1) + "\xFE"),
+                                  mask(8, sWhite.substr(1), "/Filter[]"),
+                                  mask(8, sWhite, "/Matte[0]"),
+                                  mask(8, sWhite, "/Decode[0 0.5]")};
+  for (const int nMask : masks)
+    AddGray(20, MakeWaves(20, 20, 1), "/SMask " + Ref(nMask));
+  Options().m_bRecodeSamples = true;
+  Save();
+  for (std::size_t i = 0; i < masks.size(); ++i)
+    EXPECT_EQ(Get(i)["SMask"].IsStream(), i > 3) << i;
+}
+
 // Other images have the mask too; one of them is copied when the mask has become a stencil already.
 TEST_F(ImageOptimizer, MakesOneStencilOfAMaskThatImagesShare)
 {
