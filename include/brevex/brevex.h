@@ -844,8 +844,9 @@ BREVEX_API void BrevexSetRecodeBitonal(TBrevexHandle* pHandle, int bValue);
 
 /* An addition of this library, off in every profile: whether images with Flate, LZW and the like are encoded
  * anew with a predictor for each row (at efforts from 5 on) and in a shorter form of the same colours, where
- * that makes them smaller: fewer bits a sample, gray in place of RGB, a table in place of colours. No pixel
- * changes when it is decoded. Damaged and incomplete images stay as they are. Default false.
+ * that makes them smaller: fewer bits a sample, gray in place of RGB, a table in place of colours. A soft
+ * mask that hides nothing goes. No pixel changes when it is decoded. Damaged and incomplete images stay as
+ * they are. Default false.
  */
 BREVEX_API int BrevexGetRecodeSamples(TBrevexHandle* pHandle);
 BREVEX_API void BrevexSetRecodeSamples(TBrevexHandle* pHandle, int bValue);

@@ -29,6 +29,15 @@ CObjectPtr MakeParameters(std::initializer_list<std::pair<const char*, int>> ent
   return parameters;
 }
 
+// For data that tells at which size it is shown.
+CObjectPtr MakeResolution(const TImageSamples& samples)
+{
+  CObjectPtr parameters(new CDictionaryObject);
+  parameters.AddEntry("ResolutionX", new CRealObject(samples.m_dResolutionX));
+  parameters.AddEntry("ResolutionY", new CRealObject(samples.m_dResolutionY));
+  return parameters;
+}
+
 // Encoders of pictures take whole rows.
 bool Pump(const TImageSamples& samples, BSE::IByteStream& target)
 {
@@ -118,7 +127,7 @@ bool CImageEncoder::Encode(unsigned nFlag, CObject& image, const TImageSamples& 
     bEncoded = EncodeFax(image, -1, samples, result);
     break;
   case eCompressionFlagJBIG2:
-    bEncoded = RunFilter("JBIG2Decode", image, {}, samples, result);
+    bEncoded = RunFilter("JBIG2Decode", image, MakeResolution(samples), samples, result);
     break;
   case eCompressionFlagJPEG2000:
     bEncoded = RunFilter("JPXDecode", image, MakeParameters({{"Quality", m_options.m_nImageQuality}}),

@@ -19,6 +19,8 @@ struct TImageSamples
   int m_nHeight = 0;
   int m_nComponents = 0;
   int m_nBits = 0;
+  double m_dResolutionX = 0;  // dots per inch; 0 for unknown
+  double m_dResolutionY = 0;
 };
 
 // An image encoded in one way.

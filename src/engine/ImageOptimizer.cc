@@ -97,6 +97,7 @@ private:
 
   unsigned GetSet();
   bool Prepare();
+  bool ConvertKeyedTable();
   void Simplify();
   void ReduceColors();
   bool ConvertColors(bool bIndexed);
@@ -108,9 +109,12 @@ private:
   void TryEncoding(unsigned nFlag, const TImageSamples& samples);
   void TryBaseColors(unsigned nSet);
   bool Verify(const TCandidate& candidate);
+  bool IsLossy(unsigned nFlag) const;
+  bool ApplyBest();
+  bool FindBest(unsigned nSet);
   void SaveState(CObjectPtr& value, CObjectPtr& part) const;
   void RestoreState(const CObjectPtr& value, const CObjectPtr& part);
-  void Finish();
+  void KeepInput();
 
   // Notes a change of the samples if it has been made.
   void Note(TImageChange change, bool bMade)
@@ -172,7 +176,11 @@ void CImageOptimizer::CWork::RestoreState(const CObjectPtr& value, const CObject
 {
   m_object->SetValueObject(value->Clone());
   m_object->SetStreamObject(part.Get());
+  const double dResolutionX = m_image.GetResolutionX();
+  const double dResolutionY = m_image.GetResolutionY();
   m_image = CImage(m_object, m_owner.m_spaces);
+  m_image.SetResolutionX(dResolutionX);
+  m_image.SetResolutionY(dResolutionY);
 }
 
 // False for an image that is left alone.
@@ -206,6 +214,8 @@ void CImageOptimizer::CWork::Run()
     RestoreState(m_inputValue, m_inputPart);
     return;
   }
+  if (m_bColorKey && ConvertKeyedTable())
+    return;
   Simplify();
   unsigned nSet = GetSet();
   // The image of the input competes unless it is to be encoded in any case.
@@ -218,11 +228,30 @@ void CImageOptimizer::CWork::Run()
       !m_image.GetColorSpace()->GetIndexed())
     Note(eChangeColors, ConvertColors(false));
   nSet = ChooseSet();
-  if (m_bInput)
-    m_nBest = std::max<std::int64_t>(m_record.m_nSizeBefore - MeasureAddedSpace(), 0);
-  if (!m_options.m_bImageStratConserv || m_bModified || m_bForce)
-    Race(nSet);
-  Finish();
+  m_record.m_nOutcome = eImageNotTried;
+  if ((m_options.m_bImageStratConserv && !m_bModified && !m_bForce) || !FindBest(nSet))
+    KeepInput();
+}
+
+// The indices say which pixels are hidden and have to stay as they are, but their colours may be others. It
+// is not a matter of size then.
+bool CImageOptimizer::CWork::ConvertKeyedTable()
+{
+  const DOC::IColorSpace* pSpace = m_image.GetColorSpace();
+  if (m_options.m_nColorConversion == eColorConversionNone || !pSpace || !pSpace->GetIndexed())
+    return false;
+  CObjectPtr value;
+  CObjectPtr part;
+  SaveState(value, part);
+  RestoreState(m_inputValue, m_inputPart);
+  if (m_image.GetDecode() == eDecodeNone && ConvertColors(true))
+  {
+    m_record.m_nChanges |= eChangeColors;
+    m_record.m_nOutcome = eImageReplaced;
+    return true;
+  }
+  RestoreState(value, part);
+  return false;
 }
 
 void CImageOptimizer::CWork::Simplify()
@@ -254,14 +283,13 @@ bool CImageOptimizer::CWork::ConvertColors(bool bIndexed)
   const DOC::TTarget target = nConversion == eColorConversionRGB    ? DOC::eToRGB
                               : nConversion == eColorConversionCMYK ? DOC::eToCMYK
                                                                     : DOC::eToGray;
+  const BSE::CObjectPtr<DOC::IColorSpace> pBefore = m_image.GetColorSpace();
   // A table is as good as samples, and shorter.
-  if (bIndexed)
-    return m_image.ConvertPalette(target);
-  const DOC::IColorSpace* pBefore = m_image.GetColorSpace();
-  const bool bConverted = target == DOC::eToRGB    ? m_image.ConvertToRGB()
+  const bool bConverted = bIndexed                 ? m_image.ConvertPalette(target)
+                          : target == DOC::eToRGB  ? m_image.ConvertToRGB()
                           : target == DOC::eToCMYK ? m_image.ConvertToCMYK()
                                                    : m_image.ConvertToGray();
-  return bConverted && m_image.GetColorSpace() != pBefore;
+  return bConverted && m_image.GetColorSpace() != pBefore.Get();
 }
 
 void CImageOptimizer::CWork::Downsample()
@@ -321,6 +349,8 @@ bool CImageOptimizer::CWork::ReadSamples(TImageSamples& samples)
   samples.m_nWidth = m_image.GetWidth();
   samples.m_nHeight = m_image.GetHeight();
   samples.m_nBits = m_image.GetBitsPerComponent();
+  samples.m_dResolutionX = m_image.GetResolutionX();
+  samples.m_dResolutionY = m_image.GetResolutionY();
   samples.m_nComponents = m_image.GetColorSpace() ? m_image.GetColorSpace()->GetComponentCount() : 1;
   const std::int64_t nSize = m_image.GetRowBytes() * samples.m_nHeight;
   BSE::IByteStream* pStream = m_image.GetStream();
@@ -340,8 +370,10 @@ void CImageOptimizer::CWork::Race(unsigned nSet)
   if (!ReadSamples(samples))
   {
     BSE::CTracer::Trace("E", "PDF Optimizer", "Cannot read image into memory");
+    m_record.m_nOutcome = eImageNotRead;
     return;
   }
+  m_record.m_nOutcome = eImageSmallest;
   const bool bIndexed = m_image.GetColorSpace() && m_image.GetColorSpace()->GetIndexed();
   for (unsigned nFlag = eCompressionFlagRaw; nFlag <= eCompressionFlagJPEG2000; nFlag <<= 1)
     if ((nSet & nFlag) != 0 && !(bIndexed && (nFlag & g_nLossy) != 0))
@@ -400,7 +432,7 @@ bool CImageOptimizer::CWork::Verify(const TCandidate& candidate)
   BSE::IByteStream* pStream = result.HasWholeSamples() ? result.GetStream() : nullptr;
   if (!pStream || !pStream->Rewind() || !samples.m_pData->Rewind())
     return false;
-  const bool bLossy = (candidate.m_encoded.m_nFlag & g_nLossy) != 0;
+  const bool bLossy = IsLossy(candidate.m_encoded.m_nFlag);
   BSE::CBasicArray<unsigned char> decoded;
   BSE::CBasicArray<unsigned char> row;
   row.SetSize(static_cast<int>(result.GetRowBytes()));
@@ -429,41 +461,70 @@ bool CImageOptimizer::CWork::Verify(const TCandidate& candidate)
   return !BSE::HasGap(pStream) && nError <= g_nMaxMeanError * row.GetSize() * std::int64_t{samples.m_nHeight};
 }
 
-void CImageOptimizer::CWork::Finish()
+bool CImageOptimizer::CWork::IsLossy(unsigned nFlag) const
 {
-  bool bReplaced = false;
-  if (m_best.m_encoded.IsFilled())
+  constexpr int nLossless = 100;
+  return nFlag == eCompressionFlagJPEG ||
+         (nFlag == eCompressionFlagJPEG2000 && m_options.m_nImageQuality < nLossless);
+}
+
+// False, and nothing has changed, if it does not decode to what it should.
+bool CImageOptimizer::CWork::ApplyBest()
+{
+  CObjectPtr value;
+  CObjectPtr part;
+  SaveState(value, part);
+  if (m_best.m_space)
+    m_image.SetColorSpace(m_best.m_space);
+  m_image.SetBitsPerComponent(m_best.m_nBits);
+  m_best.m_encoded.Apply(*m_object);
+  // Samples of another form are others.
+  if (m_best.m_encoded.m_nBits != 0 || Verify(m_best))
+    return true;
+  BSE::CTracer::Trace("E", "PDF Optimizer", "Encoded image differs from its samples.");
+  RestoreState(value, part);
+  return false;
+}
+
+// An encoding that is refused does not compete again.
+bool CImageOptimizer::CWork::FindBest(unsigned nSet)
+{
+  for (;;)
   {
-    if (m_best.m_space)
-      m_image.SetColorSpace(m_best.m_space);
-    m_image.SetBitsPerComponent(m_best.m_nBits);
-    m_best.m_encoded.Apply(*m_object);
-    // Samples of another form are others.
-    bReplaced = m_best.m_encoded.m_nBits != 0 || Verify(m_best);
-    if (!bReplaced)
-      BSE::CTracer::Trace("E", "PDF Optimizer", "Encoded image differs from its samples.");
-  }
-  else if (!m_bInput)
-    BSE::CTracer::Trace("D", "PDF Optimizer", "No candidate image, adding input image as candidate.");
-  if (!bReplaced)
-  {
-    RestoreState(m_inputValue, m_inputPart);
-    // The samples have been deflated in every way that is known: nothing comes of trying once more.
-    constexpr unsigned nBytes = eCompressionFlagRaw | eCompressionFlagFlate | eCompressionFlagLZW;
-    if (!m_bModified && (m_nCurrent & nBytes) != 0 && m_record.m_aTried[eCompressionFlate] >= 0 &&
-        m_options.m_bRecodeSamples && m_image.GetBitsPerComponent() != 1)
+    m_best = {};
+    m_nBest = m_bInput ? std::max<std::int64_t>(m_record.m_nSizeBefore - MeasureAddedSpace(), 0)
+                       : std::numeric_limits<std::int64_t>::max();
+    Race(nSet);
+    if (!m_best.m_encoded.IsFilled())
+      return false;
+    const unsigned nFlag = m_best.m_encoded.m_nFlag;
+    if (ApplyBest())
     {
-      const CObjectPtr part(m_inputPart->Clone());
-      static_cast<CStreamPart*>(part.Get())->SetEncodingFinal();
-      m_object->SetStreamObject(part.Get());
+      m_record.m_nOutcome = eImageReplaced;
+      m_record.m_nChanges |= IsLossy(nFlag) ? unsigned{eChangeCoding} : 0u;
+      return true;
     }
+    nSet &= ~nFlag;
+    std::fill(std::begin(m_record.m_aTried), std::end(m_record.m_aTried), std::int64_t{-1});
   }
-  m_record.m_nOutcome = bReplaced ? eImageReplaced : eImageSmallest;
-  if (!bReplaced)
-    m_record.m_nChanges = 0;
-  else if ((m_best.m_encoded.m_nFlag & g_nLossy) != 0)
-    m_record.m_nChanges |= eChangeCoding;
-  m_record.m_nSizeAfter = bReplaced ? m_best.m_encoded.m_data.GetSize() : m_record.m_nSizeBefore;
+}
+
+void CImageOptimizer::CWork::KeepInput()
+{
+  if (!m_bInput)
+    BSE::CTracer::Trace("D", "PDF Optimizer", "No candidate image, adding input image as candidate.");
+  m_record.m_nChanges = 0;
+  // The samples have been deflated in every way that is known: nothing comes of trying once more.
+  constexpr unsigned nBytes = eCompressionFlagRaw | eCompressionFlagFlate | eCompressionFlagLZW;
+  const bool bDeflated = !m_bModified && (m_nCurrent & nBytes) != 0 &&
+                         m_record.m_aTried[eCompressionFlate] >= 0 && m_options.m_bRecodeSamples &&
+                         m_image.GetBitsPerComponent() != 1;
+  RestoreState(m_inputValue, m_inputPart);
+  if (!bDeflated)
+    return;
+  const CObjectPtr part(m_inputPart->Clone());
+  static_cast<CStreamPart*>(part.Get())->SetEncodingFinal();
+  m_object->SetStreamObject(part.Get());
 }
 
 CImageOptimizer::CImageOptimizer(CFile& input, const TOptimizerOptions& options, const CStandIns& standIns,
@@ -506,24 +567,48 @@ bool CImageOptimizer::IsChargeable(CImage& image)
 
 TMaskFate CImageOptimizer::JudgeMask(const CObjectPtr& image, bool bMaskCopied)
 {
-  if (!m_options.m_bReduceColorComplexity || m_bDefaultSpaces || !image["Subtype"].IsName("Image"))
+  if (!(m_options.m_bReduceColorComplexity || m_options.m_bRecodeSamples) || m_bDefaultSpaces ||
+      !image["Subtype"].IsName("Image"))
     return eMaskKept;
   const CObjectPtr soft = GetStandIn(image["SMask"]);
   const CObjectPtr mask = soft ? soft : GetStandIn(image["Mask"]);
   // Without a soft mask the other one would count.
   if (!mask.IsStream() || soft["Matte"] || (soft && image["Mask"]))
     return eMaskKept;
+  if (!soft && !m_options.m_bReduceColorComplexity)
+    return eMaskKept;
   const TMaskState nState = LookAtMask(mask, soft ? eRoleSoftMask : eRoleMask);
   if (nState == eMaskIsOpaque)
+  {
+    mask->Unload();
     return eMaskDropped;
-  return nState == eMaskBecomesStencil && !bMaskCopied ? eMaskMadeStencil : eMaskKept;
+  }
+  if (nState != eMaskBecomesStencil)
+    return eMaskKept;
+  // A copy that another image has is a stencil already, unless it was made before the mask was looked at.
+  const bool bMade = m_records.Find(mask.GetObjNumber())->m_bStencilMade;
+  return bMade || !bMaskCopied ? eMaskMadeStencil : eMaskKept;
+}
+
+// Null for a mask that has to stay.
+CImageRecord* CImageOptimizer::FindMask(const CObjectPtr& mask, TImageRole nRole)
+{
+  const int nNumber = mask.GetObjNumber();
+  if (m_options.m_bReduceColorComplexity)
+  {
+    CImageRecord* pRecord = m_records.Find(nNumber);
+    // What is also something else would change there as well.
+    return pRecord && !pRecord->m_bKeepAsIs && pRecord->m_nRoles == nRole ? pRecord : nullptr;
+  }
+  if (nNumber > 0 && !m_otherMasks.Find(nNumber))
+    m_otherMasks.SetAt(nNumber, BSE::CObjectPtr<CImageRecord>(new CImageRecord).Get());
+  return nNumber > 0 ? m_otherMasks.Find(nNumber) : nullptr;
 }
 
 TMaskState CImageOptimizer::LookAtMask(const CObjectPtr& mask, TImageRole nRole)
 {
-  CImageRecord* pRecord = m_records.Find(mask.GetObjNumber());
-  // What is also something else would change there as well.
-  if (!pRecord || pRecord->m_bKeepAsIs || pRecord->m_nRoles != nRole)
+  CImageRecord* pRecord = FindMask(mask, nRole);
+  if (!pRecord)
     return eMaskUnknown;
   if (pRecord->m_nMaskState != eMaskUnknown)
     return pRecord->m_nMaskState;
@@ -548,6 +633,8 @@ TMaskState CImageOptimizer::LookAtMask(const CObjectPtr& mask, TImageRole nRole)
 
 TMaskState CImageOptimizer::LookAtSoftMask(CImage& mask)
 {
+  if (!m_options.m_bReduceColorComplexity)
+    return mask.IsWhite() ? eMaskIsOpaque : eMaskStays;
   constexpr double dNear = 1e-6;
   double aFirst[4] = {};
   double aSecond[4] = {};
@@ -574,10 +661,6 @@ void CImageOptimizer::Optimize(const CObjectPtr& source, const CObjectPtr& targe
   CImageRecord* pRecord = source ? m_records.Find(source.GetObjNumber()) : nullptr;
   if (!pRecord || pRecord->m_bKeepAsIs || !target["Subtype"].IsName("Image"))
     return;
-  // The record may be of a save before.
-  pRecord->m_nOutcome = eImageNotTried;
-  pRecord->m_nChanges = 0;
-  std::fill(std::begin(pRecord->m_aTried), std::end(pRecord->m_aTried), std::int64_t{-1});
   const BSE::CErrorSuppressor quiet(target->OnGetErrorHandler());
   if (pRecord->m_nMaskState == eMaskBecomesStencil)
     pRecord->m_bStencilMade = CImage(target, m_spaces).MakeStencil();

@@ -22,7 +22,8 @@ enum TMaskFate
 // nothing grows unless the options force it.
 //
 // Each image is handled once, in its copy. Those without a record, and those that have to stay, are not
-// touched, and neither are damaged ones, since readers differ in what they show of them.
+// touched, and neither are damaged ones, since readers differ in what they show of them. A soft mask that
+// hides nothing can go from any image.
 class CImageOptimizer
 {
 public:
@@ -35,8 +36,8 @@ public:
   CImageOptimizer& operator=(const CImageOptimizer&) = delete;
   ~CImageOptimizer();
 
-  // Before an image of the input is copied: looks at its mask, which must not be copied yet. The dictionary
-  // of the image; the fate of the entry "SMask", or of "Mask" without one.
+  // Before an image of the input is copied: looks at its mask, which other images may have brought into the
+  // copy already. The dictionary of the image; the fate of the entry "SMask", or of "Mask" without one.
   TMaskFate JudgeMask(const CObjectPtr& image, bool bMaskCopied);
 
   // After the mask of an image was copied that is to become a stencil mask: whether it has. If not it stays
@@ -50,6 +51,7 @@ private:
   class CWork;
 
   CObjectPtr GetStandIn(const CObjectPtr& object) const;
+  CImageRecord* FindMask(const CObjectPtr& mask, TImageRole nRole);
   TMaskState LookAtMask(const CObjectPtr& mask, TImageRole nRole);
   TMaskState LookAtSoftMask(CImage& mask);
 
@@ -61,7 +63,8 @@ private:
   const TOptimizerOptions& m_options;
   const CStandIns& m_standIns;
   CImageRecords& m_records;
-  unsigned m_nAllowed;  // TCompressionFlag that the version knows
+  CImageRecords m_otherMasks;  // that content has not been read for
+  unsigned m_nAllowed;         // TCompressionFlag that the version knows
   BSE::CObjectPtr<DOC::CColorAccount> m_pAccount;
   BSE::CObjectPtr<DOC::CCMS> m_pCMS;
   CColorSpaceFactory m_spaces;

@@ -4,7 +4,9 @@
 #include "base/BasicMap.h"
 #include "base/Object.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <iterator>
 
 namespace PDF
 {
@@ -68,6 +70,18 @@ public:
   // Whether it is painted itself, and no more than a mask of others.
   bool IsPainted() const { return (m_nRoles & eRolePainted) != 0; }
 
+  // What a save before this one has found out and made.
+  void ForgetSave()
+  {
+    m_nMaskState = eMaskUnknown;
+    m_bStencilMade = false;
+    m_nClass = eClassUnknown;
+    m_nOutcome = eImageNotTried;
+    m_nChanges = 0;
+    m_nSizeBefore = -1;
+    std::fill(std::begin(m_aTried), std::end(m_aTried), std::int64_t{-1});
+  }
+
   int m_nObjNumber = 0;
   unsigned m_nRoles = 0;
   int m_nPage = 0;  // of the first use, from 1
@@ -79,7 +93,6 @@ public:
   int m_nTop = 0;
   double m_dResolutionX = 0;
   double m_dResolutionY = 0;
-  TMaskState m_nMaskState = eMaskUnknown;
 
   // Painted in a place where the analysis does not follow it, or not only in such as it follows: nothing
   // about the image may change.
@@ -88,9 +101,9 @@ public:
   // What has been made of it, once it was copied. Bytes of encoded data; -1 for what has not been tried, by
   // the number of the compression.
   std::int64_t m_nSizeBefore = -1;
-  std::int64_t m_nSizeAfter = -1;
   std::int64_t m_aTried[g_nTriedCompressions] = {-1, -1, -1, -1, -1, -1, -1, -1, -1};
-  bool m_bStencilMade = false;
+  TMaskState m_nMaskState = eMaskUnknown;
+  bool m_bStencilMade = false;  // the copy is a stencil
   TImageClass m_nClass = eClassUnknown;
   TImageOutcome m_nOutcome = eImageNotTried;
   unsigned m_nChanges = 0;

@@ -1,6 +1,7 @@
 #include "engine/OptContentAnalyzer.h"
 
 #include "base/Limits.h"
+#include "base/Tracer.h"
 
 #include <algorithm>
 #include <limits>
@@ -182,6 +183,27 @@ void COptContentAnalyzer::SetExtGState(const char* szName)
     return;
   ParseContent(group, GetContext()->GetResources(), GetCTM(), szName);
   Leave(group, nBorrowings);
+}
+
+void COptContentAnalyzer::TraceSpace(const char* szName)
+{
+  TColorFamily nFamily = eFamilyGray;
+  CObjectPtr space;
+  BSE::CObjectPtr<IContentColorSpace> pSpace;
+  if (BSE::CTracer::IsOn() && !GetContext()->FindColorSpace(szName, nFamily, space, pSpace))
+    BSE::CTracer::Trace("E", "PDF Analyzer", "Color space resource not found %s", szName);
+}
+
+void COptContentAnalyzer::SetStrokeColorSpace(const char* szName)
+{
+  CContentParser::SetStrokeColorSpace(szName);
+  TraceSpace(szName);
+}
+
+void COptContentAnalyzer::SetFillColorSpace(const char* szName)
+{
+  CContentParser::SetFillColorSpace(szName);
+  TraceSpace(szName);
 }
 
 void COptContentAnalyzer::SetStrokeColor(const TColorValue& color)

@@ -25,6 +25,8 @@ public:
   void Save() override;
   void Restore() override;
   void SetExtGState(const char* szName) override;
+  void SetStrokeColorSpace(const char* szName) override;
+  void SetFillColorSpace(const char* szName) override;
   void SetStrokeColor(const TColorValue& color) override;
   void SetFillColor(const TColorValue& color) override;
   void SetFont(const char* szName, double dSize) override;
@@ -49,6 +51,7 @@ protected:
 private:
   COptContentAnalyzer(const COptContentAnalyzer& around, const BSE::CObjectPtr<CContentStream>& pStream,
                       const TRectangle& box, int nRotation);
+  void TraceSpace(const char* szName);
   void AddPoint(double dX, double dY);
   const IContentFont* GetFontAround() const
   {

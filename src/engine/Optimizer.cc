@@ -288,8 +288,10 @@ bool COptimizer::RunSave(BSE::IByteStream* pStream, const TEncryption& encryptio
 bool COptimizer::CopyDocument(BSE::IByteStream* pStream, const TEncryption& encryption)
 {
   const bool bJBIG2 = m_output.GetMajorVersion() > 1 || m_output.GetMinorVersion() >= 4;
+  for (int i = m_images.GetBegin(); i != m_images.GetEnd(); i = m_images.GetNext(i))
+    m_images.GetAt(i)->ForgetSave();
   BSE::CScopedPtr<CImageOptimizer> pImages;
-  if (m_images.GetCount() > 0 && WorksOnImages(m_options))
+  if ((m_images.GetCount() > 0 && WorksOnImages(m_options)) || m_options.m_bRecodeSamples)
     pImages.Reset(new CImageOptimizer(m_input.GetFile(), m_options, m_standIns, m_images,
                                       m_output.GetMajorVersion(), m_output.GetMinorVersion(),
                                       m_bDefaultSpaces));

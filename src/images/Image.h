@@ -114,8 +114,8 @@ public:
   bool ConvertToRGB() { return ConvertTo(DOC::eToRGB); }
   bool ConvertToCMYK() { return ConvertTo(DOC::eToCMYK); }
 
-  // Gives an indexed image a table of device colours; samples stay. True for others, to which nothing
-  // happens.
+  // Gives an indexed image a table of device colours; samples stay. True for others and for those that have
+  // it, to which nothing happens.
   bool ConvertPalette(DOC::TTarget target);
 
   // An indexed image to its base. True for others.
@@ -164,6 +164,10 @@ public:
   // as numbers of the colour space, that of a table's base for an indexed image. The spans have room for
   // four.
   TColorAnalysis AnalyzeColors(std::span<double> first, std::span<double> second);
+
+  // Whether device gray is white everywhere, at any depth. Reads up to the first sample that is not. False
+  // where samples are missing.
+  bool IsWhite();
 
 private:
   // What the decoder of a picture found in its data.

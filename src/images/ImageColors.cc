@@ -159,4 +159,26 @@ TColorAnalysis CImage::AnalyzeColors(std::span<double> first, std::span<double> 
   return counter.m_analysis;
 }
 
+bool CImage::IsWhite()
+{
+  const DOC::IColorSpace* pSpace = GetColorSpace();
+  CSampleFormat format;
+  BSE::IByteStream* pStream = pSpace && pSpace->GetType() == DOC::eDeviceGray ? Begin(format) : nullptr;
+  if (!pStream)
+    return false;
+  const std::int64_t nRest = -std::int64_t{format.nWidth} * format.nBitsPerComponent & 7;
+  const auto nFill = static_cast<unsigned char>((1U << nRest) - 1);
+  BSE::CBasicArray<unsigned char> row;
+  row.SetSize(static_cast<int>(format.GetRowSize()));
+  for (int y = 0; y < format.nHeight; ++y)
+  {
+    if (pStream->ReadFully(row.GetData(), row.GetSize()) < row.GetSize())
+      return false;
+    row.GetData()[row.GetSize() - 1] |= nFill;
+    if (!std::ranges::all_of(row.GetSpan(), [](unsigned char n) { return n == 0xFF; }))
+      return false;
+  }
+  return !BSE::HasGap(pStream);
+}
+
 }  // namespace PDF

@@ -147,6 +147,8 @@ bool CImage::ConvertPalette(DOC::TTarget target)
   if (!pIndexed)
     return pSpace != nullptr;
   DOC::IColorSpace* pBase = pSpace->GetAlternate();
+  if (pBase && pBase->GetType() == GetDeviceType(target))
+    return true;
   if (!pBase || !CanChange(m_object.Get()) || target == DOC::eToLab || !pBase->Prepare(target))
     return false;
   const int nSource = pBase->GetComponentCount();

@@ -56,12 +56,21 @@ CStreamPtr CreateDecoder(BSE::IByteStream* pSource, CObject* pStream, const CObj
   return new BSE::CJBIG2DecodeFilter(pSource, jbig2, pStream);
 }
 
+// Where it is known.
+void TakeResolution(const CObjectPtr& resolution, double& dResolution)
+{
+  if (resolution.IsNumber() && resolution.GetRealValue() > 0)
+    dResolution = resolution.GetRealValue();
+}
+
 CStreamPtr CreateEncoder(BSE::IByteStream* pSink, CObject* pStream, CObjectPtr& parameters)
 {
   const CImageDictionary image(pStream);
   BSE::CJBIG2Parameters jbig2;
   jbig2.nWidth = image.GetWidth();
   jbig2.nHeight = image.GetHeight();
+  TakeResolution(parameters["ResolutionX"], jbig2.nResolutionX);
+  TakeResolution(parameters["ResolutionY"], jbig2.nResolutionY);
   parameters.Reset();
   return new BSE::CJBIG2EncodeFilter(pSink, jbig2, pStream);
 }

@@ -97,10 +97,16 @@ protected:
     ASSERT_TRUE(m_optimizer.Open(Engine::MakeStream(m_file.Build(sNode)).Get(), nullptr));
     m_optimizer.GetOptions().SetVersion(sVersion.c_str());
     ASSERT_TRUE(m_optimizer.Open(Engine::MakeStream(m_file.Build(sNode)).Get(), nullptr));
+    m_result.GetFile().SetImageFilters(PDF::GetImageFilters());
+    SaveAgain();
+  }
+
+  void SaveAgain()
+  {
+    m_result.Close();
     const BSE::CObjectPtr<BSE::IByteStream> pOutput(new BSE::CMemoryStream);
     ASSERT_TRUE(m_optimizer.Save(pOutput.Get(), {}));
     pOutput->Rewind();
-    m_result.GetFile().SetImageFilters(PDF::GetImageFilters());
     ASSERT_TRUE(m_result.Open(pOutput.Get(), nullptr));
   }
 
@@ -247,6 +253,12 @@ TEST_F(ImageOptimizer, EncodesBitsAsTheVersionAllows)
     const char* szFilter = std::string(szVersion) == "1.3" ? "CCITTFaxDecode" : "JBIG2Decode";
     EXPECT_EQ(GetFilter(Get(0)), szFilter);
     EXPECT_TRUE(Get(0)["ColorSpace"].IsName("DeviceGray"));
+    // Dots per metre are in the data: of 66 by 100 dots per inch.
+    if (std::string(szFilter) == "JBIG2Decode")
+    {
+      EXPECT_EQ(Engine::ReadAll(Get(0).GetStream().Get()).substr(19, 8),
+                std::string("\0\0\x0A\x26\0\0\x0F\x61", 8));
+    }
     EXPECT_EQ(GetFilter(Get(1)), szFilter);
     EXPECT_TRUE(Get(1)["ImageMask"].GetBooleanValue());
     EXPECT_FALSE(Get(1)["Decode"]);
@@ -312,6 +324,92 @@ TEST_F(ImageOptimizer, SimplifiesColorsAndMasks)
   EXPECT_EQ(static_cast<unsigned char>(GetSamples(Get(6)["Mask"])[0]), 0xA5);
   // What is painted by itself does not become something else as a mask.
   EXPECT_TRUE(Get(5)["SMask"].IsStream());
+}
+
+// The JPEG form of such noise is so far off that it could be taken for another picture.
+TEST_F(ImageOptimizer, TakesTheNextBestWhereTheBestIsRefused)
+{
+  std::string sNoise;
+  unsigned nState = 1;
+  for (int i = 0; i < 64 * 64 * 3; ++i)
+    sNoise += static_cast<char>(((nState = nState * 1664525 + 1013904223) >> 28) * 17);
+  Add(64, 64, "/BitsPerComponent 8/ColorSpace/DeviceRGB", sNoise);
+  Options().m_nContinuousCompressions = PDF::eCompressionFlagJPEG | PDF::eCompressionFlagFlate;
+  Save();
+  EXPECT_EQ(GetFilter(Get(0)), "FlateDecode");
+  EXPECT_EQ(GetSamples(Get(0)), sNoise);
+}
+
+TEST_F(ImageOptimizer, ConvertsTables)
+{
+  const std::string sIndices = std::string(200, '\0') + std::string(200, '\1');
+  const std::string sTable = "/BitsPerComponent 8/ColorSpace[/Indexed/DeviceCMYK 1<00FF0000FF00FF00>]";
+  // What the key hides goes by the indices. That is worth a larger file.
+  Add(20, 20, sTable + "/Mask[1 1]/Filter/RunLengthDecode", std::string("\x81\0\xB9\0\x81\1\xB9\1\x80", 9));
+  Add(20, 20, "/BitsPerComponent 8/ColorSpace[/Indexed/DeviceRGB 1<102030405060>]", sIndices);
+  Options().m_nIndexedCompressions = PDF::eCompressionFlagFlate;
+  Options().m_nColorConversion = PDF::eColorConversionRGB;
+  Save();
+  EXPECT_TRUE(Get(0)["ColorSpace"][1].IsName("DeviceRGB"));
+  EXPECT_EQ(Get(0)["Mask"][0].GetIntegerValue(), 1);
+  EXPECT_EQ(GetSamples(Get(0)), sIndices);
+  EXPECT_EQ(GetSamples(Get(1)), sIndices);
+  // Nothing has become of a table that had these colours.
+  EXPECT_EQ(m_optimizer.GetImageReports()[0]->m_nChanges, PDF::eChangeColors);
+  EXPECT_EQ(m_optimizer.GetImageReports()[1]->m_nChanges, 0U);
+}
+
+TEST_F(ImageOptimizer, DropsSoftMasksThatHideNothing)
+{
+  const std::string sWhite(400, '\xFF');
+  const auto mask = [&](int nBits, const std::string& sData, const std::string& sEntries = {})
+  {
+    return Add(20, 20, "/ColorSpace/DeviceGray/BitsPerComponent " + std::to_string(nBits) + sEntries, sData,
+               false);
+  };
+  std::string sBits;
+  for (int i = 0; i < 20; ++i)
+    sBits += "\xFF\xFF\xF0";
+  const std::vector<int> masks = {mask(8, sWhite),
+                                  mask(1, sBits),
+                                  mask(16, sWhite + sWhite),
+                                  mask(8, std::string(400, '\0'), "/Decode[1 0]"),
+                                  mask(8, sWhite.substr(1) + "\xFE"),
+                                  mask(8, sWhite.substr(1), "/Filter[]"),
+                                  mask(8, sWhite, "/Matte[0]"),
+                                  mask(8, sWhite, "/Decode[0 0.5]")};
+  for (const int nMask : masks)
+    AddGray(20, MakeWaves(20, 20, 1), "/SMask " + Ref(nMask));
+  Options().m_bRecodeSamples = true;
+  Save();
+  for (std::size_t i = 0; i < masks.size(); ++i)
+    EXPECT_EQ(Get(i)["SMask"].IsStream(), i > 3) << i;
+}
+
+// Other images have the mask too; one of them is copied when the mask has become a stencil already.
+TEST_F(ImageOptimizer, MakesOneStencilOfAMaskThatImagesShare)
+{
+  std::string sSharp(400, '\0');
+  for (std::size_t i = 0; i < 400; i += 3)
+    sSharp[i] = '\xFF';
+  const int nShared = AddGray(20, sSharp, {}, false);
+  const int nListed = AddGray(20, sSharp + '\0', {}, false);
+  m_sObjects += "/A " + Ref(nListed);
+  for (const int nMask : {nShared, nShared, nListed, nListed})
+    AddGray(20, MakeWaves(20, 20, 1), "/SMask " + Ref(nMask));
+  Options().m_nContinuousCompressions = Options().m_nBitonalCompressions = PDF::eCompressionFlagFlate;
+  Options().m_bReduceColorComplexity = true;
+  Save();
+  // Nothing that was found out for one save may make another one different.
+  for (int nSave = 0; nSave < 2; ++nSave)
+  {
+    for (const std::size_t i : {0U, 1U})
+      EXPECT_TRUE(!Get(i)["SMask"] && Get(i)["Mask"]["ImageMask"].GetBooleanValue()) << i << " " << nSave;
+    // Copied as an object of the page, before anything was known of it.
+    for (const std::size_t i : {2U, 3U})
+      EXPECT_TRUE(!Get(i)["Mask"] && Get(i)["SMask"]["ColorSpace"].IsName("DeviceGray")) << i << " " << nSave;
+    SaveAgain();
+  }
 }
 
 // What is another picture to some readers than to others has no samples that could take its place.

@@ -208,6 +208,7 @@ TEST(CommandFlags, EveryFlagIsAccepted)
   std::istringstream help(folder.Run({"optimize", "--help"}).sOut);
   const std::string sNegatable = "--[no-]";
   std::vector<std::string> arguments;
+  std::vector<std::string> pending;
   for (std::string sLine; std::getline(help, sLine);)
   {
     std::istringstream words(sLine);
@@ -221,6 +222,10 @@ TEST(CommandFlags, EveryFlagIsAccepted)
     else if (sLine.rfind("  --", 0) == 0 && (sKind == "LIST" || sKind == "DPI" || sKind == "0-100"))
     {
       arguments.insert(arguments.end(), {sFlag, sKind == "LIST" ? "none" : sKind == "DPI" ? "72.5" : "50"});
+      if (sKind != "LIST" && sLine.find("(no effect yet)") != std::string::npos)
+      {
+        pending.push_back(sFlag + " has no effect yet\n");
+      }
     }
   }
   EXPECT_GT(arguments.size(), 40U);
@@ -229,6 +234,10 @@ TEST(CommandFlags, EveryFlagIsAccepted)
                                      "--embed-font", "E", "--embed-font", "F=f.ttf", "large.pdf", "out.pdf"});
   const TProcessResult result = folder.Run(arguments);
   EXPECT_EQ(result.nExitCode, 0) << result.sErr;
+  for (const std::string& sText : pending)
+  {
+    EXPECT_THAT(result.sErr, HasSubstr(sText));
+  }
 }
 
 TEST(CommandFlags, Json)

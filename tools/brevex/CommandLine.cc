@@ -40,6 +40,10 @@ void AddSetting(CLI::App& app, const TSettingFlag& flag, TOptimizeOptions& optio
     const bool bOff = sText == "false" || sText == "none";
     options.bAllowLarger = options.bAllowLarger || (flag.effect == TEffect::Content && !bOff);
     options.bSetsVersion = options.bSetsVersion || flag.effect == TEffect::Version;
+    if (flag.effect == TEffect::Pending && !bOff)
+    {
+      options.pendingFlags.push_back(sName);
+    }
   };
   if (std::holds_alternative<TBoolSetting>(flag.setting))
   {

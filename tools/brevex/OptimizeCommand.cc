@@ -53,6 +53,10 @@ TExitCode RunOptimize(const TOptimizeOptions& options)
   {
     WriteError(sError);
   }
+  for (const std::string& sFlag : options.pendingFlags)
+  {
+    WriteError(sFlag + " has no effect yet");
+  }
   if (!options.sColorEngine.empty())
   {
     BrevexSetCMSEngineA(options.sColorEngine.c_str());

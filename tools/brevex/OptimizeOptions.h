@@ -36,6 +36,7 @@ struct TOptimizeOptions
   std::string sColorEngine;
   bool bSetsVersion = false;  // the settings may set a target version
   bool bAllowLarger = false;
+  std::vector<std::string> pendingFlags;  // those given that have no effect yet
 
   std::vector<std::string> paths;
   std::string sOutputFolder;

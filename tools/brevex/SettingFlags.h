@@ -47,7 +47,8 @@ enum class TEffect
 {
   None,
   Content,  // it asks for more than a smaller file, so a larger one is kept
-  Version   // the library may set a target version on its own
+  Version,  // the library may set a target version on its own
+  Pending   // nothing yet, which is told to who uses it
 };
 
 // A flag of the command line for a setter of the library.

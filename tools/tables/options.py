@@ -82,7 +82,8 @@ def setting(row):
 def flag(row):
     text = row["help"] + (" (no effect yet)" if row["works"] == "no" else "")
     group = "g_sz" + row["group"].capitalize()
-    return f'{{"{row["flag"]}", {group}, "{text}", TEffect::{row["effect"].capitalize()}, {setting(row)}}},'
+    effect = "Pending" if row["works"] == "no" else row["effect"].capitalize()
+    return f'{{"{row["flag"]}", {group}, "{text}", TEffect::{effect}, {setting(row)}}},'
 
 
 def check(table):
