@@ -304,6 +304,9 @@ const char* CImage::FindObstacle()
     return "size or depth out of bounds";
   if (!FitsData())
     return "the data is another image";
+  // What readers make of JPEG 2000 data as a stencil differs, and its samples are none.
+  if (IsImageMask() && format.nBitsPerComponent != 1)
+    return "the data is no stencil mask";
   if (m_found.m_bJPX && GetIntegerOr(m_object["SMaskInData"], 0) != 0)
     return "the data has its own mask";
   return nullptr;
