@@ -327,6 +327,9 @@ unsigned CImageOptimizer::CWork::ChooseSet()
     m_bForce = true;
   if (m_image.GetBitsPerComponent() != 8 || m_bColorKey || HasTints(m_image.GetColorSpace()))
     nSet &= ~g_nLossy;
+  // Readers leave the matte in.
+  if (m_bMatte)
+    nSet &= ~unsigned{eCompressionFlagJPEG2000};
   if (m_image.GetBitsPerComponent() != 1)
     nSet &= ~unsigned{eCompressionFlagGroup31D | eCompressionFlagGroup3 | eCompressionFlagGroup4 |
                       eCompressionFlagJBIG2};

@@ -31,8 +31,12 @@ BSE::CCCITTFaxParameters ReadParameters(const CObjectPtr& parameters)
 CStreamPtr CreateDecoder(BSE::IByteStream* pSource, CObject* pStream, const CObjectPtr& parameters)
 {
   BSE::CCCITTFaxParameters fax = ReadParameters(parameters);
+  const int nHeight = CImageDictionary(pStream).GetHeight();
   if (fax.Rows == 0 && !fax.EndOfBlock)
-    fax.Rows = CImageDictionary(pStream).GetHeight();
+    fax.Rows = nHeight;
+  // The end of the block overrides the rows, which matters where the image has more.
+  else if (fax.Rows > 0 && fax.Rows < nHeight && fax.EndOfBlock)
+    fax.Rows = 0;
   return new BSE::CCCITTFaxDecodeFilter(pSource, fax, pStream);
 }
 

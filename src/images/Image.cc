@@ -304,6 +304,9 @@ const char* CImage::FindObstacle()
     return "size or depth out of bounds";
   if (!FitsData())
     return "the data is another image";
+  // Readers differ in what they make of JPEG 2000 data as a stencil, and of another depth in the dictionary.
+  if (IsImageMask() && (format.nBitsPerComponent != 1 || GetIntegerOr(m_object["BitsPerComponent"], 1) > 1))
+    return "the data is no stencil mask";
   if (m_found.m_bJPX && GetIntegerOr(m_object["SMaskInData"], 0) != 0)
     return "the data has its own mask";
   return nullptr;

@@ -445,6 +445,27 @@ TEST_F(ImageOptimizer, LeavesAloneWhatReadersShowDifferently)
   }
 }
 
+// JPEG 2000 as a stencil mask, and as what an image with a matte may become.
+TEST_F(ImageOptimizer, KeepsJPEG2000FromMasks)
+{
+  const std::string sWaves = MakeWaves(160, 160, 1);
+  Add(40, 40, "/Filter/JPXDecode/ImageMask true", MakeJPX(1));
+  for (const char* szMatte : {"", "/Matte[0]"})
+  {
+    const int nMask = AddGray(160, MakeWaves(160, 160, 1), szMatte, false);
+    AddGray(160, sWaves, "/SMask " + Ref(nMask));
+  }
+  Options().m_nContinuousCompressions = PDF::eCompressionFlagFlate | PDF::eCompressionFlagJPEG2000;
+  Options().m_nBitonalCompressions = PDF::eCompressionFlagFlate;
+  Options().m_bForceRecompression = true;
+  Add(40, 40, "/ImageMask true/BitsPerComponent 8", std::string(200, '\x5A'));
+  Save();
+  EXPECT_EQ(GetFilter(Get(0)), "JPXDecode");
+  EXPECT_EQ(GetFilter(Get(1)), "JPXDecode");
+  EXPECT_EQ(GetFilter(Get(2)), "FlateDecode");
+  EXPECT_EQ(GetFilter(Get(3)), "") << "readers differ about a stencil mask of this depth";
+}
+
 // Names of device spaces stand for others where resources say so.
 TEST_F(ImageOptimizer, KeepsSpacesThatMayStandForOthers)
 {

@@ -106,6 +106,12 @@ TEST(ImageFilters, ReadsFaxParameters)
   EXPECT_EQ(decode(parameters, image), "\x43");
   parameters.AddEntry("Rows", MakeInteger(2));
   EXPECT_EQ(decode(parameters, image), "\x43\x43");
+  // Rows that leave out some of the image give way to the end of the block.
+  parameters.AddEntry("Rows", MakeInteger(1));
+  const CObjectPtr high = MakeDictionary({{"H", MakeInteger(2)}});
+  EXPECT_EQ(decode(parameters, high), "\x43");
+  parameters.AddEntry("EndOfBlock", MakeBoolean(true));
+  EXPECT_EQ(decode(parameters, high), "\x43\x43");
 }
 
 TEST(ImageFilters, GuessesTheColorTransform)

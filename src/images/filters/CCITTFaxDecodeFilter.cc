@@ -53,7 +53,7 @@ void CCCITTFaxDecodeFilter::ResetState()
   m_above.Start(m_nRowSize > 0 ? m_parameters.Columns : 0);
   m_row.Start(m_above.GetColumns());
   m_nRows = m_nDamaged = 0;
-  m_bTooLongReported = m_bHasCodes = false;
+  m_bTooLongReported = m_bTail = m_bHasCodes = false;
 }
 
 int CCCITTFaxDecodeFilter::GetBlockSize() const
@@ -181,14 +181,16 @@ bool CCCITTFaxDecodeFilter::FindRow()
     return false;
   }
   m_reader.Take(g_nEndOfLineBits);
-  m_bEnd = m_parameters.EndOfLine && !m_reader.Has(g_nEndOfLineBits);
-  return !m_bEnd;
+  m_bTail = m_parameters.EndOfLine && !m_reader.Has(g_nEndOfLineBits);
+  return true;
 }
 
 bool CCCITTFaxDecodeFilter::DecodeRow()
 {
   if (m_bEnd || !FindRow())
     return false;
+  if (m_bTail)
+    return DecodeTail();
   bool b2D = m_parameters.K != 0;
   if (IsRowTagged())
   {
@@ -201,6 +203,21 @@ bool CCCITTFaxDecodeFilter::DecodeRow()
   ++m_nRows;
   if (!m_parameters.EndOfLine && m_parameters.bAlignEndOfLine)
     m_reader.AlignToByte();
+  return true;
+}
+
+bool CCCITTFaxDecodeFilter::DecodeTail()
+{
+  m_bEnd = true;
+  const bool b2D = m_parameters.K != 0 && !(IsRowTagged() && m_reader.Peek(1) == 1);
+  m_reader.Take(IsRowTagged() ? 1 : 0);
+  const TFaxRowStatus status = b2D ? DecodeFaxRow2D(m_reader, m_above, m_row) : DecodeFaxRow(m_reader, m_row);
+  if (status != eFaxRowDone || !m_reader.Has(0))
+  {
+    m_bGap = m_bGap || m_parameters.Rows > 0;
+    return false;
+  }
+  ++m_nRows;
   return true;
 }
 

@@ -46,7 +46,7 @@ private:
   unsigned char GetBlack() const { return m_parameters.BlackIs1 ? 0xFF : 0; }
   bool IsRowTagged() const;
 
-  // Goes to the codes of the next row; false at the end of the data.
+  // Goes to the codes of the next row, and tells whether they are the tail; false at the end of the data.
   bool FindRow();
   bool IsEndOfLineNext();
 
@@ -63,6 +63,10 @@ private:
 
   // Decodes the next row into m_row; false at the end of the data.
   bool DecodeRow();
+
+  // The row in less bits than an end-of-line code has, after the last such code; false if they are none but
+  // fill or what follows the data.
+  bool DecodeTail();
   void HandleDamage(TFaxRowStatus status, bool b2D);
   void FindEndOfLine();
 
@@ -74,6 +78,7 @@ private:
   int m_nRows = 0;  // decoded
   int m_nDamaged = 0;
   bool m_bTooLongReported = false;
+  bool m_bTail = false;      // the data ends within the next row or with it
   bool m_bHasCodes = false;  // an end-of-line code came before the first row
 };
 

@@ -12,6 +12,7 @@
 #include "images/filters/DCTLibrary.h"
 
 #include <jerror.h>
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -61,7 +62,8 @@ public:
   bool Read()
   {
     return m_bCreated && m_errors.Run([this] { ReadHeader(); }) && IsSuitable() &&
-           m_errors.Run([this] { m_pArrays = jpeg_read_coefficients(&m_info); }) && !m_errors.HasGap();
+           m_errors.Run([this] { m_pArrays = jpeg_read_coefficients(&m_info); }) && !m_errors.HasGap() &&
+           IsExact();
   }
 
   jpeg_decompress_struct& GetInfo() { return m_info; }
@@ -98,6 +100,18 @@ private:
     const std::int64_t nMemory = GetDCTCoefficientSize(m_info);
     return nMemory <= g_nMaxRecodedDCT &&
            !IsOutOfProportion(nMemory, g_nFreeDCTMemory, g_nMaxDecodeRatio, std::ssize(m_data));
+  }
+
+  // Whether the scans have given every bit of every coefficient. Where some lack, decoders smooth the borders
+  // of the blocks, which they would not do once the coefficients are told to be whole.
+  bool IsExact() const
+  {
+    if (!m_info.progressive_mode || !m_info.coef_bits)
+      return !m_info.progressive_mode;
+    for (int i = 0; i < m_info.num_components; ++i)
+      if (std::any_of(m_info.coef_bits[i], m_info.coef_bits[i] + DCTSIZE2, [](int n) { return n != 0; }))
+        return false;
+    return true;
   }
 
   std::span<const unsigned char> m_data;

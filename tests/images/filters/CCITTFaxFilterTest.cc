@@ -206,6 +206,19 @@ TEST(CCITTFaxFilter, EndsWhereTheDataEnds)
             (TResult{"\x43\x43", {}}));
   EXPECT_EQ(DecodeBits("", group3), TResult{});
   EXPECT_EQ(DecodeBits("00000000 00000000 00000000 0000", group3), TResult{});
+  // A last row may be shorter than the code before it; what is none is left out without a report.
+  for (const int K : {0, 4, -1})
+  {
+    CCCITTFaxParameters parameters = MakeParameters(K, 8);
+    parameters.EndOfLine = true;
+    const std::string code = K > 0 ? g_end + "1" : g_end;
+    const std::string row = K < 0 ? "001 " + g_runs.substr(0, 10) + "001 " + g_runs.substr(10) : g_runs;
+    const std::string tail = K == 0 ? "10011" : K > 0 ? "0 1111" : "1111";
+    EXPECT_EQ(DecodeBits(code + row + g_end + tail, parameters),
+              (TResult{K == 0 ? "\x43\0"s : "\x43\x43"s, {}}))
+        << K;
+    EXPECT_EQ(DecodeBits(code + row + g_end + "00001", parameters), (TResult{"\x43", {}})) << K;
+  }
   // The rows told end it too, and then what is after the end of the block can be read from the source.
   for (const int nRows : {0, 1, 2})
   {

@@ -93,6 +93,10 @@ TEST(DCTRecoder, LeavesAloneWhatIsDamagedOrTooLarge)
   for (std::size_t i = sBad.size() / 2; i < sBad.size() / 2 + 40; ++i)
     sBad[i] = static_cast<char>(i * 37);
   EXPECT_TRUE(Recode(sBad, sBad.size()).empty());
+  // Without its last scans a progressive image is sound, and shown smoothed.
+  const std::string sScans = BSE::MakeJpeg(200, 100, 3, [](auto& info) { jpeg_simple_progression(&info); });
+  const std::string sFew = sScans.substr(0, sScans.rfind("\xFF\xDA")) + "\xFF\xD9";
+  EXPECT_TRUE(Recode(sFew, sScans.size()).empty());
   // A blank image of any size takes next to no data.
   const std::string sHuge = BSE::MakeJpeg(64, 64, 1);
   const std::size_t nFrame = sHuge.find("\xFF\xC0");
