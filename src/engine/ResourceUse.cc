@@ -11,8 +11,9 @@ namespace PDF
 namespace
 {
 
-constexpr const char* g_categories[] = {"ColorSpace", "ExtGState", "Font",   "Pattern",
-                                        "Properties", "Shading",   "XObject"};
+// Graphics states are not among them: some readers look for transparency in all of a page that are listed,
+// named or not, and draw the page otherwise.
+constexpr const char* g_categories[] = {"ColorSpace", "Font", "Pattern", "Properties", "Shading", "XObject"};
 constexpr const char* g_implied[] = {"DefaultGray", "DefaultRGB", "DefaultCMYK"};
 
 }  // namespace

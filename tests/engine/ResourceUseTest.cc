@@ -84,7 +84,7 @@ TEST_F(ResourceUse, DropsWhatNoContentNames)
   Save();
   const PDF::CObjectPtr resources = GetResources();
   EXPECT_EQ(List(resources["XObject"]), "A");
-  EXPECT_EQ(List(resources["ExtGState"]), "G");
+  EXPECT_EQ(List(resources["ExtGState"]), "GN") << "tells some readers that there is transparency";
   EXPECT_EQ(List(resources["ColorSpace"]), "SDefaultRGB") << "used by those who never name it";
   EXPECT_EQ(List(resources["Properties"]), "P");
   EXPECT_FALSE(resources["Font"]);
