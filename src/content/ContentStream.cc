@@ -168,6 +168,13 @@ void CContentStream::SetOpenToken(std::int64_t nMaxBytes)
     m_bTokenCut = false;
 }
 
+void CContentStream::Drain()
+{
+  SetOpenToken(-1);
+  while (Fill())
+    m_pCurrent = m_pEnd;
+}
+
 void CContentStream::PushBack(std::span<const unsigned char> bytes)
 {
   // What is left of the buffer and of an earlier call comes after these bytes.

@@ -41,6 +41,9 @@ public:
   // True if the last open token met its end by the limit.
   bool WasTokenCut() const { return m_bTokenCut; }
 
+  // Reads what is left, for whoever collects names: other readers may go on where a parser has ended.
+  void Drain();
+
   // Puts back the bytes that were read last, so that they are read again.
   void PushBack(std::span<const unsigned char> bytes);
 

@@ -333,7 +333,7 @@ bool CContentAnalysis::NeedsResources(const CObjectPtr& font)
     return true;
   if (m_plainFonts.Contains(nNumber))
     return false;
-  const bool bNeedy = DoGlyphsNeedResources(font, m_environment);
+  const bool bNeedy = DoGlyphsNeedResources(font, m_environment, m_pUse);
   (bNeedy ? m_needyFonts : m_plainFonts).Add(nNumber);
   return bNeedy;
 }

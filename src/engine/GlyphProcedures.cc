@@ -67,8 +67,10 @@ private:
 
 }  // namespace
 
-bool DoGlyphsNeedResources(const CObjectPtr& font, CContentEnvironment& environment)
+bool DoGlyphsNeedResources(const CObjectPtr& font, CContentEnvironment& environment, CResourceUse* pUse)
 {
+  // The font may be shown by any content, whose resources are not known here.
+  CParserContext around(environment, {}, nullptr);
   const CObjectPtr procedures = font["CharProcs"];
   for (int i = procedures.GetBegin(); i != procedures.GetEnd(); i = procedures.GetNext(i))
   {
@@ -78,9 +80,19 @@ bool DoGlyphsNeedResources(const CObjectPtr& font, CContentEnvironment& environm
     if (!procedure.IsStream())
       continue;
     const BSE::CObjectPtr<CContentStream> pStream(new CContentStream(procedure, &environment.GetAccount()));
+    CNameCollector names;
+    pStream->SetNameCollector(&names);
     CGlyphParser parser(environment, pStream);
-    CParserContext context(environment, font["Resources"], nullptr);
+    CParserContext context(environment, font["Resources"], &around);
     const bool bEnded = parser.Parse(&context, false);
+    if (pUse)
+    {
+      pStream->Drain();
+      names.End();
+      if (!names.IsComplete())
+        pUse->GiveUp();
+      pUse->AddNames(names, context);
+    }
     procedure->Unload();
     if (!bEnded || parser.HasGap() || parser.NeedsResources())
       return true;

@@ -106,10 +106,8 @@ bool COptContentAnalyzer::Parse(CParserContext* pContext, bool bCompatible)
   const bool bEnded = CContentParser::Parse(pContext, bCompatible);
   if (!pContext)
     return bEnded;
-  // Other readers may go on where a parser ends.
-  GetContent().SetOpenToken(-1);
-  while (m_analysis.GetUse() && GetContent().Fill())
-    GetContent().Consume(GetContent().GetBuffered().size());
+  if (m_analysis.GetUse())
+    GetContent().Drain();
   const bool bWhole = bEnded && !GetContent().HasGap() && !GetContent().WasRefused();
   if (!bWhole)
   {

@@ -194,14 +194,16 @@ TEST_F(ResourceUse, KeepsAllIfAFormCannotBeRead)
 
 TEST_F(ResourceUse, KeepsWhatGlyphsMayDraw)
 {
-  const int nGlyph = m_file.AddStream("100 0 d0 /B Do", "");
+  const int nGlyph = m_file.AddStream("100 0 d0 /S cs /T sh", "");
   const int nFont = m_file.Add(
       "<</Type/Font/Subtype/Type3/FontBBox[0 0 1 1]/FontMatrix[1 0 0 1 0 0]"
       "/Encoding<</Differences[65/a]>>/CharProcs<</a " +
       Ref(nGlyph) + ">>/FirstChar 65/LastChar 65/Widths[1]>>");
-  AddPage("BT /F 1 Tf (A) Tj ET", "<</Font<</F " + Ref(nFont) + ">>/XObject<<" + ListForms("ABC") + ">>>>");
+  AddPage("BT /F 1 Tf (A) Tj ET", "<</Font<</F " + Ref(nFont) + ">>/ColorSpace<</R/DeviceRGB/S/DeviceGray>>" +
+                                      "/Shading<</T<</ShadingType 1>>/U<<>>>>>>");
   Save();
-  EXPECT_NE(List(GetResources()["XObject"]).find('B'), std::string::npos);
+  EXPECT_EQ(List(GetResources()["ColorSpace"]), "S");
+  EXPECT_EQ(List(GetResources()["Shading"]), "T");
 }
 
 // Appearances, templates, and text that a viewer makes.
