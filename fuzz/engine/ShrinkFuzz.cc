@@ -1,9 +1,11 @@
 // Saves arbitrary bytes as a document with equal objects merged and streams encoded anew, and opens what
-// comes out: the same pages, with contents that decode to the same bytes.
+// comes out: the same pages, with contents that decode to the same bytes and find the same resources.
 
 #include "base/BufferedInputStream.h"
 #include "base/ErrorHandler.h"
 #include "base/MemoryStream.h"
+#include "content/ContentParser.h"
+#include "content/StatusCodes.h"
 #include "engine/Optimizer.h"
 
 #include <cstddef>
@@ -49,6 +51,33 @@ public:
   bool m_bLoss = false;
 };
 
+// Counts the resources that content names and does not find.
+class CMissingHandler : public BSE::CErrorHandler
+{
+public:
+  void OnNoteError(BSE::IError& error) override
+  {
+    const unsigned nCode = error.GetCode();
+    if (nCode >= PDF::g_nFontUnknown && nCode <= PDF::g_nXObjectUnknown)
+      ++m_nMissing;
+  }
+
+  int m_nMissing = 0;
+};
+
+int CountMissing(PDF::CDocument& document, int nPage)
+{
+  CMissingHandler handler;
+  PDF::CContentEnvironment environment(document, nullptr);
+  const PDF::CPage page = document.GetPage(nPage);
+  const BSE::CObjectPtr<PDF::CContentStream> pStream(
+      new PDF::CContentStream(page["Contents"], &environment.GetAccount()));
+  PDF::CContentParser parser(environment, pStream, PDF::g_defaultMediaBox, 0, &handler);
+  PDF::CParserContext context(environment, page.FindInherited("Resources"), nullptr);
+  parser.Parse(&context, false);
+  return handler.m_nMissing;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t nSize)
@@ -58,6 +87,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t nSize)
   optimizer.GetOptions().m_bRemoveRedundantObjects = true;
   optimizer.GetOptions().m_bMergeEqualObjects = true;
   optimizer.GetOptions().m_bRecompressStreams = true;
+  optimizer.GetOptions().m_bOptimizeResources = true;
   optimizer.GetOptions().m_nEffort = 1 + static_cast<int>(nSize % 9);
   const BSE::CObjectPtr<BSE::IByteStream> pInput(
       new BSE::CMemoryInputStream(pData, static_cast<std::int64_t>(nSize)));
@@ -71,7 +101,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t nSize)
   if (!result.Open(pOutput.Get(), nullptr) || result.GetPageCount() != input.GetPageCount())
     std::abort();
   for (int nPage = 0; !bLoss && nPage < result.GetPageCount() && nPage < 20; ++nPage)
-    if (ReadContents(result, nPage) != ReadContents(input, nPage))
+    if (ReadContents(result, nPage) != ReadContents(input, nPage) ||
+        CountMissing(result, nPage) > CountMissing(input, nPage))
       std::abort();
   return 0;
 }
