@@ -78,7 +78,7 @@ int CContentStream::ReadPart()
     m_bGap = m_bGap || nRead < 0;
     EndPart();
     if (m_pCollector)
-      m_pCollector->End();
+      m_pCollector->EndPart();
     if (m_pAccount && !m_pAccount->Charge(BSE::g_nFormWork))
       return 0;
     if (m_nTokenLeft < 0 && m_nNext < GetPartCount())

@@ -48,30 +48,41 @@ void CNameCollector::RemoveAll()
 
 void CNameCollector::EndName()
 {
+  AddWritten();
+  m_nLength = -1;
+}
+
+void CNameCollector::EndPart()
+{
+  if (m_nLength >= 0)
+    AddWritten();
+}
+
+void CNameCollector::AddWritten()
+{
   m_name[m_nLength] = 0;
   AddName(m_name);
-  if (std::memchr(m_name, '#', static_cast<std::size_t>(m_nLength)))
+  if (!std::memchr(m_name, '#', static_cast<std::size_t>(m_nLength)))
+    return;
+  char szDecoded[g_nMaxLength + 1];
+  int nDecoded = 0;
+  for (int i = 0; i < m_nLength; ++i)
   {
-    int nDecoded = 0;
-    for (int i = 0; i < m_nLength; ++i)
+    if (m_name[i] != '#')
     {
-      if (m_name[i] != '#')
-      {
-        m_name[nDecoded++] = m_name[i];
-        continue;
-      }
-      // The zero after the name is no digit.
-      const int nHigh = GetHexValue(static_cast<unsigned char>(m_name[i + 1]));
-      if (nHigh < 0)
-        continue;
-      const int nLow = GetHexValue(static_cast<unsigned char>(m_name[i + 2]));
-      m_name[nDecoded++] = static_cast<char>(nLow < 0 ? nHigh : nHigh * 16 + nLow);
-      i += nLow < 0 ? 1 : 2;
+      szDecoded[nDecoded++] = m_name[i];
+      continue;
     }
-    m_name[nDecoded] = 0;
-    AddName(m_name);
+    // The zero after the name is no digit.
+    const int nHigh = GetHexValue(static_cast<unsigned char>(m_name[i + 1]));
+    if (nHigh < 0)
+      continue;
+    const int nLow = GetHexValue(static_cast<unsigned char>(m_name[i + 2]));
+    szDecoded[nDecoded++] = static_cast<char>(nLow < 0 ? nHigh : nHigh * 16 + nLow);
+    i += nLow < 0 ? 1 : 2;
   }
-  m_nLength = -1;
+  szDecoded[nDecoded] = 0;
+  AddName(szDecoded);
 }
 
 void CNameCollector::AddName(const char* szName)

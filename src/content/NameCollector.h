@@ -24,6 +24,9 @@ public:
   // The end of the content, which ends a name.
   void End();
 
+  // The end of one of several streams of it. Readers do not agree on whether a name goes on in the next one.
+  void EndPart();
+
   // Forgets all.
   void RemoveAll();
 
@@ -42,6 +45,7 @@ private:
   static constexpr int g_nMaxNames = 1 << 16;
 
   void EndName();
+  void AddWritten();
   void AddName(const char* szName);
 
   BSE::CBasicMap m_names;

@@ -56,6 +56,19 @@ bool FindVisiblePart(const TMatrix& matrix, const TRectangle& clip, TRectangle& 
   return true;
 }
 
+// An entry of a dictionary or of those above it; such a one is in no page tree that could be asked.
+CObjectPtr FindAbove(const CObjectPtr& object, const char* szKey)
+{
+  CObjectPtr next = object;
+  for (int i = 0; next.IsDictionary() && i < g_nMaxFieldDepth; ++i)
+  {
+    if (const CObjectPtr value = next[szKey]; !IsAbsent(value))
+      return value;
+    next = next["Parent"];
+  }
+  return {};
+}
+
 class CUnknownColorSpace : public BSE::CObject, public IContentColorSpace
 {
 public:
@@ -99,6 +112,8 @@ bool CContentAnalysis::Run()
     AnalyzePage(nPage);
   if (!IsSpent())
     KeepHidden();
+  if (!IsSpent())
+    KeepNamed();
   if (IsSpent())
     KeepAll();
   return !IsSpent();
@@ -129,8 +144,9 @@ void CContentAnalysis::KeepHidden()
     for (CNameTreeReader reader(root["Names"][szTree]); reader.Next();)
     {
       const CObjectPtr page = reader.GetValue();
-      KeepResources(page["Resources"]);
-      LookAtAppearances(page["Annots"], page["Resources"], true);
+      const CObjectPtr resources = FindAbove(page, "Resources");
+      KeepResources(resources);
+      LookAtAppearances(page["Annots"], resources, true);
     }
   for (CNameTreeReader reader(root["Names"]["AP"]); reader.Next();)
     LookAtAppearance(reader.GetValue(), {}, true);
@@ -140,6 +156,43 @@ void CContentAnalysis::KeepHidden()
   if (m_pUse)
     m_pUse->AddAll(form["DR"]);
   KeepEntries(form["DR"], m_bDefaultText || HasTypedFields(form));
+}
+
+// What content names without drawing it, as far as this parser understands it, another reader may draw. The
+// list grows on the way.
+void CContentAnalysis::KeepNamed()
+{
+  for (int i = 0; m_pUse && m_pUse->IsActive() && i < m_pUse->GetNamedCount() && !IsSpent(); ++i)
+  {
+    const int nNumber = m_pUse->GetNamed(i);
+    if (nNumber <= 0 || m_pUse->IsRead(nNumber) || m_images.Find(nNumber))
+      continue;
+    const CObjectPtr object = m_document.GetFile().GetObject(nNumber, -1);
+    if (object.IsStream())
+      KeepUnread(object);
+    else if (object["Subtype"].IsName("Type3"))
+    {
+      KeepResources(object["Resources"]);
+      NeedsResources(object);
+    }
+    if (object)
+      object->Unload();
+  }
+}
+
+void CContentAnalysis::KeepUnread(const CObjectPtr& content)
+{
+  KeepResources(content["Resources"]);
+  if (content["Subtype"].IsName("Image"))
+    return;
+  const BSE::CObjectPtr<CContentStream> pStream(new CContentStream(content, &m_environment.GetAccount()));
+  CNameCollector names;
+  pStream->SetNameCollector(&names);
+  pStream->Drain();
+  names.End();
+  m_pUse->AddNamesAnywhere(names);
+  if (pStream->HasGap())
+    m_pUse->GiveUp();
 }
 
 // Text that a viewer makes may be in a font of the page, or of whatever its reader likes to look at.
@@ -169,6 +222,8 @@ void CContentAnalysis::AnalyzePage(int nPage)
     CParserContext context(m_environment, page.FindInherited("Resources"), nullptr);
     analyzer.Parse(&context, false);
   }
+  if (m_pUse)
+    m_pUse->AddColorSpace(page["Group"]["CS"]);
   LookAtAppearances(page["Annots"], page.FindInherited("Resources"), false);
   if (page)
     page->Unload();

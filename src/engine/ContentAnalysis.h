@@ -89,6 +89,8 @@ private:
   void KeepAll();
   void KeepHidden();
   void KeepNames(const CObjectPtr& defaultAppearance);
+  void KeepNamed();
+  void KeepUnread(const CObjectPtr& content);
   void KeepImages(const CObjectPtr& resources) { KeepEntries(resources, false); }
   void KeepEntries(const CObjectPtr& resources, bool bFonts);
 

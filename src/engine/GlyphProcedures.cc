@@ -72,6 +72,7 @@ bool DoGlyphsNeedResources(const CObjectPtr& font, CContentEnvironment& environm
   // The font may be shown by any content, whose resources are not known here.
   CParserContext around(environment, {}, nullptr);
   const CObjectPtr procedures = font["CharProcs"];
+  bool bNeeded = false;
   for (int i = procedures.GetBegin(); i != procedures.GetEnd(); i = procedures.GetNext(i))
   {
     const CObjectPtr procedure = procedures.GetValue(i);
@@ -89,15 +90,16 @@ bool DoGlyphsNeedResources(const CObjectPtr& font, CContentEnvironment& environm
     {
       pStream->Drain();
       names.End();
-      if (!names.IsComplete())
+      if (!names.IsComplete() || parser.HasGap())
         pUse->GiveUp();
       pUse->AddNames(names, context);
     }
     procedure->Unload();
-    if (!bEnded || parser.HasGap() || parser.NeedsResources())
+    bNeeded = bNeeded || !bEnded || parser.HasGap() || parser.NeedsResources();
+    if (bNeeded && !pUse)
       return true;
   }
-  return false;
+  return bNeeded;
 }
 
 }  // namespace PDF

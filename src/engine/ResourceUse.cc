@@ -3,6 +3,7 @@
 
 #include "engine/ResourceUse.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace PDF
@@ -14,6 +15,10 @@ namespace
 // Graphics states are not among them: some readers look for transparency in all of a page that are listed,
 // named or not, and draw the page otherwise.
 constexpr const char* g_categories[] = {"ColorSpace", "Font", "Pattern", "Properties", "Shading", "XObject"};
+// Spaces in spaces, and elements that may be one.
+constexpr int g_nMaxSpaceDepth = 4;
+constexpr int g_nMaxSpaceSize = 4;
+
 constexpr const char* g_implied[] = {"DefaultGray", "DefaultRGB", "DefaultCMYK"};
 
 }  // namespace
@@ -29,6 +34,7 @@ void CResourceUse::Forget()
 {
   m_bActive = false;
   m_used.RemoveAll();
+  m_named.RemoveAll();
   m_read.RemoveAll();
   m_whole.RemoveAll();
   m_wholeEntries.RemoveAll();
@@ -61,30 +67,67 @@ bool CResourceUse::HasName(const char* szName) const
   return m_names.Lookup(szName, std::strlen(szName) + 1) >= 0;
 }
 
-void CResourceUse::AddEntry(const char* szName, const CObjectPtr& value)
+void CResourceUse::AddEntry(const char* szCategory, const char* szName, const CObjectPtr& value)
 {
-  if (value.IsIndirect())
-    m_used.Add(value.GetObjNumber());
-  else
+  if (!value.IsIndirect())
     AddName(szName);
+  else if (!m_used.Add(value.GetObjNumber()))
+    return;
+  const bool bPattern = KeyEquals(szCategory, "Pattern");
+  const bool bXObject = KeyEquals(szCategory, "XObject");
+  if (value.IsIndirect() && (bPattern || bXObject || KeyEquals(szCategory, "Font")))
+    m_named.Add(value.GetObjNumber());
+  if (KeyEquals(szCategory, "ColorSpace"))
+    AddSpaceNames(value, 0);
+  else if (bXObject || KeyEquals(szCategory, "Shading"))
+  {
+    AddSpaceNames(value["ColorSpace"], 0);
+    AddSpaceNames(value["Group"]["CS"], 0);
+  }
+  else if (bPattern)
+    AddSpaceNames(value["Shading"]["ColorSpace"], 0);
+}
+
+void CResourceUse::AddState(const CObjectPtr& state)
+{
+  for (const CObjectPtr& drawn : {state["SMask"]["G"], state["Font"][0]})
+    if (drawn.IsIndirect())
+      m_named.Add(drawn.GetObjNumber());
+}
+
+// The names of families and colorants are among them, and do no harm.
+void CResourceUse::AddSpaceNames(const CObjectPtr& space, int nDepth)
+{
+  if (space.IsName())
+    AddName(space.GetNameValue());
+  for (int i = 0;
+       space.IsArray() && nDepth < g_nMaxSpaceDepth && i < std::min(space.GetSize(), g_nMaxSpaceSize); ++i)
+    AddSpaceNames(space[i], nDepth + 1);
 }
 
 void CResourceUse::AddNames(const CNameCollector& names, const CParserContext& context)
 {
-  CObjectPtr categories[std::size(g_categories)];
-  for (std::size_t i = 0; i < std::size(g_categories); ++i)
-    categories[i] = context.GetResources()[g_categories[i]];
+  for (const char* szImplied : g_implied)
+    AddSpaceNames(context.GetResources()["ColorSpace"][szImplied], 0);
   for (int i = names.GetBegin(); m_bActive && i != names.GetEnd(); i = names.GetNext(i))
   {
     const char* szName = names.GetName(i);
+    AddState(context.GetResources()["ExtGState"][szName]);
     bool bFound = false;
-    for (const CObjectPtr& entries : categories)
-      if (const int nIndex = entries.GetIndex(szName); nIndex >= 0)
-      {
-        AddEntry(szName, entries.GetValue(nIndex));
-        bFound = true;
-      }
-    if (!bFound && context.GetParent())
+    bool bAround = false;
+    for (const char* szCategory : g_categories)
+    {
+      const CParserContext* p = &context;
+      for (; p; p = p->GetParent())
+        if (const CObjectPtr entries = p->GetResources()[szCategory]; !IsAbsent(entries[szName]))
+        {
+          AddEntry(szCategory, szName, entries.GetValue(entries.GetIndex(szName)));
+          break;
+        }
+      bFound = bFound || p == &context;
+      bAround = bAround || (p && p != &context);
+    }
+    if (context.GetParent() && (bAround || !bFound))
       AddName(szName);
   }
 }
@@ -101,13 +144,16 @@ void CResourceUse::AddAll(const CObjectPtr& resources)
 {
   if (!m_bActive || (resources.IsIndirect() && !m_whole.Add(resources.GetObjNumber())))
     return;
+  const CObjectPtr states = resources["ExtGState"];
+  for (int i = states.GetBegin(); i != states.GetEnd(); i = states.GetNext(i))
+    AddState(states.GetValue(i));
   for (const char* szCategory : g_categories)
   {
     const CObjectPtr entries = resources[szCategory];
     if (entries.IsIndirect() && !m_wholeEntries.Add(entries.GetObjNumber()))
       continue;
     for (int i = entries.GetBegin(); m_bActive && i != entries.GetEnd(); i = entries.GetNext(i))
-      AddEntry(entries.GetKey(i), entries.GetValue(i));
+      AddEntry(szCategory, entries.GetKey(i), entries.GetValue(i));
   }
 }
 

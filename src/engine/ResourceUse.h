@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/BasicArray.h"
 #include "base/BasicMap.h"
 #include "content/NameCollector.h"
 #include "content/ParserContext.h"
@@ -30,14 +31,23 @@ public:
   // --- For the analysis
 
   // The names of a content that was read to its end, with the resources that it has. A name that these lack
-  // may be meant for any resources around it.
+  // may be meant for any resources around it. So may the names in a colour space that is named, which the
+  // format does not allow, but readers do.
   void AddNames(const CNameCollector& names, const CParserContext& context);
 
   // Names that are meant for resources which are not known.
   void AddNamesAnywhere(const CNameCollector& names);
 
+  // The names in a colour space, which may be null.
+  void AddColorSpace(const CObjectPtr& space) { AddSpaceNames(space, 0); }
+
   // Everything that a resource dictionary lists; no more than that.
   void AddAll(const CObjectPtr& resources);
+
+  // XObjects, patterns, fonts and the groups of soft masks that have been named so far, which content may
+  // draw that nobody has read.
+  int GetNamedCount() const { return m_named.GetSize(); }
+  int GetNamed(int nIndex) const { return m_named[nIndex]; }
 
   // A form or pattern whose content was read, so that its resources may lose entries.
   void AddRead(int nForm) { m_read.Add(nForm); }
@@ -62,17 +72,20 @@ public:
 private:
   static constexpr int g_nMaxNames = 1 << 16;
 
-  void AddEntry(const char* szName, const CObjectPtr& value);
+  void AddEntry(const char* szCategory, const char* szName, const CObjectPtr& value);
+  void AddSpaceNames(const CObjectPtr& space, int nDepth);
+  void AddState(const CObjectPtr& state);
   void AddName(const char* szName);
   bool HasName(const char* szName) const;
 
   bool m_bActive = false;
-  int m_nObjects = 0;         // of the file, when it began
-  CNumberSet m_used;          // objects that entries refer to
-  CNumberSet m_read;          // forms and patterns
-  CNumberSet m_whole;         // resource dictionaries all of which is used
-  CNumberSet m_wholeEntries;  // categories of them
-  BSE::CBasicMap m_names;     // of direct values that are used, and of what may be meant for any resources
+  int m_nObjects = 0;             // of the file, when it began
+  CNumberSet m_used;              // objects that entries refer to
+  BSE::CBasicArray<int> m_named;  // those of XObjects, patterns and fonts, in the order of their first use
+  CNumberSet m_read;              // forms and patterns
+  CNumberSet m_whole;             // resource dictionaries all of which is used
+  CNumberSet m_wholeEntries;      // categories of them
+  BSE::CBasicMap m_names;  // of direct values that are used, and of what may be meant for any resources
   const CStandIns* m_pStandIns = nullptr;
 };
 

@@ -174,6 +174,41 @@ TEST_F(ResourceUse, KeepsWhatAFormMayTakeFromAnyPage)
   EXPECT_EQ(List(GetResources(1)["Shading"]), "T");
 }
 
+// The format knows no names in colour spaces, and several readers look them up.
+TEST_F(ResourceUse, KeepsWhatColorSpacesName)
+{
+  const int nImage = m_file.AddStream("x", "/Subtype/Image/Width 1/Height 1/BitsPerComponent 8/ColorSpace/I");
+  AddPage("/A cs /B cs /C Do",
+          "<</ColorSpace<</A/G/B[/Indexed/H 0(x)]/G/DeviceGray/H/DeviceGray/I/DeviceGray/J/DeviceRGB>>"
+          "/XObject<</C " +
+              Ref(nImage) + ">>>>");
+  Save();
+  EXPECT_EQ(List(GetResources()["ColorSpace"]), "ABGHI");
+}
+
+// A form that this parser refuses to draw, and that shares its resources with the page.
+TEST_F(ResourceUse, KeepsWhatUndrawnContentNames)
+{
+  const int nForms = m_file.Add("<<" + ListForms("AB") + ">>");
+  const int nForm = AddForm("/A Do", "/Resources<</XObject " + Ref(nForms) + ">>");
+  m_file.Set(nForms, "<<" + ListForms("AB") + "/L " + Ref(nForm) + ">>");
+  AddPage("/L 3 Do", "<</XObject " + Ref(nForms) + ">>");
+  Save();
+  EXPECT_EQ(List(GetResources()["XObject"]), "ABL");
+}
+
+// Some readers join the streams of a page without anything between them.
+TEST_F(ResourceUse, KeepsNamesThatGoOnInTheNextStream)
+{
+  const int nFirst = m_file.AddStream("/A", "");
+  const int nSecond = m_file.AddStream("B Do", "");
+  const int nForm = AddForm();
+  m_file.AddPage("/MediaBox[0 0 9 9]/Contents[" + Ref(nFirst) + " " + Ref(nSecond) +
+                 "]/Resources<</XObject<</AB " + Ref(nForm) + ListForms("CD") + ">>>>");
+  Save();
+  EXPECT_EQ(List(GetResources()["XObject"]), "AB");
+}
+
 // Content that cannot be read as a whole might name anything: of a page its own resources, of a form any.
 TEST_F(ResourceUse, KeepsWhatUnreadableContentMayName)
 {
@@ -231,8 +266,8 @@ TEST_F(ResourceUse, KeepsFontsThatAreTypedWith)
 TEST_F(ResourceUse, KeepsTemplatesWhole)
 {
   const int nShared = m_file.Add("<<" + ListForms("AB") + ">>");
-  const int nTemplate =
-      m_file.Add("<</Type/Template/MediaBox[0 0 9 9]/Resources<</XObject " + Ref(nShared) + ">>>>");
+  const int nAbove = m_file.Add("<</Resources<</XObject " + Ref(nShared) + ">>>>");
+  const int nTemplate = m_file.Add("<</Type/Template/MediaBox[0 0 9 9]/Parent " + Ref(nAbove) + ">>");
   AddPage("/A Do", "<</XObject " + Ref(nShared) + ">>");
   Save("/Names<</Templates<</Names[(t) " + Ref(nTemplate) + "]>>>>");
   EXPECT_EQ(List(GetResources()["XObject"]), "AB");
