@@ -167,7 +167,8 @@ bool CResourceUse::IsCategory(const char* szKey)
 
 bool CResourceUse::IsUnused(const char* szCategory, const char* szName, const CObjectPtr& value) const
 {
-  if (!m_bActive || !m_pStandIns || HasName(szName))
+  // An operator without an operand finds the entry without a name, in one reader.
+  if (!m_bActive || !m_pStandIns || *szName == 0 || HasName(szName))
     return false;
   if (value.IsIndirect())
   {
