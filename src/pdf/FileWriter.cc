@@ -157,6 +157,13 @@ bool CFileWriter::FailWriting()
   return Fail(pError ? pError->GetCode() : 0);
 }
 
+// Memory that runs out in a stream of it is no error of anybody else.
+bool CFileWriter::FailCopying()
+{
+  const BSE::IError* pError = BSE::CTLSError::Get();
+  return Fail(pError && pError->GetCode() != 0 ? pError->GetCode() : BSE::g_nOutOfMemory);
+}
+
 void CFileWriter::Sync()
 {
   if (m_pWriter)
@@ -333,8 +340,9 @@ BSE::CObjectPtr<BSE::CMemoryStream> CFileWriter::Deflate(std::span<const unsigne
 bool CFileWriter::WriteStreamData(CIndirectObject& object, CSecurityHandler* pSecurity)
 {
   const auto* pPart = static_cast<CStreamPart*>(object.GetStreamObject().Get());
+  BSE::CTLSError::SetSuccess();
   if (!pPart->IsEncoded() && GetFilterCount(&object) > 0 && !object.Encode())
-    return false;
+    return FailCopying();
   BSE::CObjectPtr<BSE::IByteStream> pData = object.GetStreamObject()->GetStream();
   if (!pData || !pData->IsValid())
     return false;
@@ -344,10 +352,7 @@ bool CFileWriter::WriteStreamData(CIndirectObject& object, CSecurityHandler* pSe
     const BSE::CObjectPtr<BSE::CMemoryStream> pCopy(new BSE::CMemoryStream);
     BSE::CTLSError::SetSuccess();
     if (!pCopy->CopyFrom(pData.Get(), -1, false))
-    {
-      const BSE::IError* pError = BSE::CTLSError::Get();
-      return Fail(pError && pError->GetCode() != 0 ? pError->GetCode() : BSE::g_nOutOfMemory);
-    }
+      return FailCopying();
     nLength = pCopy->GetLength();
     pCopy->Rewind();
     pData = pCopy;

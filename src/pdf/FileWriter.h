@@ -75,6 +75,9 @@ public:
   // been reported. Always false.
   bool Fail(unsigned nCode);
   bool FailWriting();
+
+  // The same after data could not be brought into memory.
+  bool FailCopying();
   bool HasFailed() const { return m_bFailed; }
 
 private:
