@@ -51,11 +51,24 @@ void TraceError(cmsContext, cmsUInt32Number nCode, const char* szText)
 }
 
 // Before each block that the library takes.
-struct alignas(std::max_align_t) TBlockHead
+struct alignas(std::max_align_t) TBlockHead : TLittleCMSBlock
 {
-  std::size_t m_nSize;
-  bool m_bReserved;
+  std::size_t m_nSize = 0;
+  bool m_bReserved = false;
 };
+
+void Link(TBlockHead& block, TLittleCMSMemory& memory)
+{
+  block.m_pPrevious = &memory.m_blocks;
+  block.m_pNext = memory.m_blocks.m_pNext;
+  block.m_pNext->m_pPrevious = block.m_pPrevious->m_pNext = &block;
+}
+
+void Unlink(TLittleCMSBlock& block)
+{
+  block.m_pNext->m_pPrevious = block.m_pPrevious;
+  block.m_pPrevious->m_pNext = block.m_pNext;
+}
 
 // Where memory runs out, the library is told of that for large blocks, and small ones come from the reserve:
 // it does not look at all of those. Its own limit is no lack of memory.
@@ -67,8 +80,8 @@ void* Allocate(cmsContext context, cmsUInt32Number nSize)
       sizeof(TBlockHead) + (nSize + alignof(TBlockHead) - 1) / alignof(TBlockHead) * alignof(TBlockHead);
   void* pBlock = std::malloc(nWhole);
   const bool bReserved = !pBlock;
-  auto* const pMemory = bReserved ? static_cast<TLittleCMSMemory*>(cmsGetContextUserData(context)) : nullptr;
-  if (pMemory)
+  auto* const pMemory = static_cast<TLittleCMSMemory*>(cmsGetContextUserData(context));
+  if (pMemory && bReserved)
   {
     pMemory->m_bExhausted = true;
     if (nWhole <= sizeof(pMemory->m_reserve) - pMemory->m_nReserveUsed)
@@ -77,13 +90,23 @@ void* Allocate(cmsContext context, cmsUInt32Number nSize)
       pMemory->m_nReserveUsed += nWhole;
     }
   }
-  return pBlock ? new (pBlock) TBlockHead{nSize, bReserved} + 1 : nullptr;
+  if (!pBlock)
+    return nullptr;
+  auto* const pHead = new (pBlock) TBlockHead;
+  pHead->m_nSize = nSize;
+  pHead->m_bReserved = bReserved;
+  if (pMemory)
+    Link(*pHead, *pMemory);
+  return pHead + 1;
 }
 
 void Free(cmsContext, void* pBlock)
 {
   TBlockHead* const pHead = pBlock ? static_cast<TBlockHead*>(pBlock) - 1 : nullptr;
-  if (pHead && !pHead->m_bReserved)
+  if (!pHead)
+    return;
+  Unlink(*pHead);
+  if (!pHead->m_bReserved)
     std::free(pHead);
 }
 
@@ -299,6 +322,12 @@ CLittleCMS::CLittleCMS(CColorAccount& account, const char* szProfileFolder)
       m_folder(szProfileFolder && *szProfileFolder ? szProfileFolder : ".")
 {
   cmsSetLogErrorHandlerTHR(m_context, TraceError);
+}
+
+TLittleCMSMemory::~TLittleCMSMemory()
+{
+  while (m_blocks.m_pNext != &m_blocks)
+    Free(nullptr, static_cast<TBlockHead*>(m_blocks.m_pNext) + 1);
 }
 
 // Profiles of others that are still held would need the context: spaces hold their CMS longer than them.

@@ -82,9 +82,23 @@ private:
   int m_nTargetSize;  // of a pixel
 };
 
-// What the library's allocations have come to.
+// Links the blocks that the library has taken.
+struct TLittleCMSBlock
+{
+  TLittleCMSBlock* m_pNext = this;
+  TLittleCMSBlock* m_pPrevious = this;
+};
+
+// What the library's allocations have come to. What it has not let go of in the end, as happens where memory
+// runs out inside of it, goes with this.
 struct TLittleCMSMemory
 {
+  TLittleCMSMemory() = default;
+  TLittleCMSMemory(const TLittleCMSMemory&) = delete;
+  TLittleCMSMemory& operator=(const TLittleCMSMemory&) = delete;
+  ~TLittleCMSMemory();
+
+  TLittleCMSBlock m_blocks;
   bool m_bExhausted = false;  // one has failed
   std::size_t m_nReserveUsed = 0;
   alignas(std::max_align_t) unsigned char m_reserve[1 << 16];
