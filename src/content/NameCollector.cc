@@ -39,13 +39,6 @@ void CNameCollector::End()
     EndName();
 }
 
-void CNameCollector::RemoveAll()
-{
-  m_names.RemoveAll();
-  m_nLength = -1;
-  m_bComplete = true;
-}
-
 void CNameCollector::EndName()
 {
   AddWritten();

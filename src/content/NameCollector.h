@@ -1,8 +1,8 @@
 #pragma once
 
-#include "base/BasicArray.h"
 #include "base/BasicMap.h"
 
+#include <cstddef>
 #include <span>
 
 namespace PDF
@@ -26,9 +26,6 @@ public:
 
   // The end of one of several streams of it. Readers do not agree on whether a name goes on in the next one.
   void EndPart();
-
-  // Forgets all.
-  void RemoveAll();
 
   // False once a name was left out, because it or their number was too large.
   bool IsComplete() const { return m_bComplete; }

@@ -15,6 +15,7 @@ namespace
 // Graphics states are not among them: some readers look for transparency in all of a page that are listed,
 // named or not, and draw the page otherwise.
 constexpr const char* g_categories[] = {"ColorSpace", "Font", "Pattern", "Properties", "Shading", "XObject"};
+
 // Spaces in spaces, and elements that may be one.
 constexpr int g_nMaxSpaceDepth = 4;
 constexpr int g_nMaxSpaceSize = 4;
@@ -34,6 +35,7 @@ void CResourceUse::Forget()
 {
   m_bActive = false;
   m_used.RemoveAll();
+  m_drawn.RemoveAll();
   m_named.RemoveAll();
   m_read.RemoveAll();
   m_whole.RemoveAll();
@@ -91,7 +93,7 @@ void CResourceUse::AddEntry(const char* szCategory, const char* szName, const CO
 void CResourceUse::AddState(const CObjectPtr& state)
 {
   for (const CObjectPtr& drawn : {state["SMask"]["G"], state["Font"][0]})
-    if (drawn.IsIndirect())
+    if (drawn.IsIndirect() && m_drawn.Add(drawn.GetObjNumber()))
       m_named.Add(drawn.GetObjNumber());
 }
 
@@ -145,7 +147,8 @@ void CResourceUse::AddAll(const CObjectPtr& resources)
   if (!m_bActive || (resources.IsIndirect() && !m_whole.Add(resources.GetObjNumber())))
     return;
   const CObjectPtr states = resources["ExtGState"];
-  for (int i = states.GetBegin(); i != states.GetEnd(); i = states.GetNext(i))
+  const bool bKnown = states.IsIndirect() && !m_wholeEntries.Add(states.GetObjNumber());
+  for (int i = states.GetBegin(); !bKnown && i != states.GetEnd(); i = states.GetNext(i))
     AddState(states.GetValue(i));
   for (const char* szCategory : g_categories)
   {

@@ -81,7 +81,8 @@ private:
   bool m_bActive = false;
   int m_nObjects = 0;             // of the file, when it began
   CNumberSet m_used;              // objects that entries refer to
-  BSE::CBasicArray<int> m_named;  // those of XObjects, patterns and fonts, in the order of their first use
+  CNumberSet m_drawn;             // what graphics states refer to
+  BSE::CBasicArray<int> m_named;  // of both what may have content, in the order of their first use
   CNumberSet m_read;              // forms and patterns
   CNumberSet m_whole;             // resource dictionaries all of which is used
   CNumberSet m_wholeEntries;      // categories of them

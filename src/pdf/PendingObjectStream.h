@@ -30,8 +30,8 @@ public:
   // holds already moves to the end. False if nothing could be rendered.
   bool Add(CIndirectObject& object);
 
-  // Fills an object with the value of a member, which is at this index or at another one. False if it is not
-  // among them, or its text cannot be read.
+  // Fills an object with the value of the member at an index. False if that is another object, or its text
+  // cannot be read.
   bool Read(CIndirectObject& object, int nIndex);
 
   bool IsFull();
