@@ -229,7 +229,8 @@ void CContentAnalysis::AnalyzePage(int nPage)
     page->Unload();
 }
 
-void CContentAnalysis::AddImage(const CObjectPtr& image, const TMatrix& matrix, const TRectangle& clip)
+void CContentAnalysis::AddImage(const CObjectPtr& image, const TMatrix& matrix, const TRectangle& clip,
+                                bool bTransfer)
 {
   const CObjectPtr object = GetStandIn(image);
   CImageRecord* pRecord = FindOrAdd(object, eRolePainted);
@@ -241,7 +242,7 @@ void CContentAnalysis::AddImage(const CObjectPtr& image, const TMatrix& matrix, 
   use.m_bFlat = !FindVisiblePart(matrix, clip, use.m_part);
   const double dX = pRecord->m_nWidth * g_dPointsPerInch / use.m_dWidth;
   const double dY = pRecord->m_nHeight * g_dPointsPerInch / use.m_dHeight;
-  if (use.m_bFlat || !std::isfinite(dX) || !std::isfinite(dY))
+  if (use.m_bFlat || bTransfer || !std::isfinite(dX) || !std::isfinite(dY))
     pRecord->m_bKeepAsIs = true;
   else
   {

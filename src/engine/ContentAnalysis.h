@@ -45,8 +45,9 @@ public:
 
   // --- For the analyzers of content
 
-  // A use of an image. The matrix takes its unit square to points on the page, where the clip is.
-  void AddImage(const CObjectPtr& image, const TMatrix& matrix, const TRectangle& clip);
+  // A use of an image. The matrix takes its unit square to points on the page, where the clip is. With a
+  // transfer function nothing about the image may change: what becomes of the smallest error is not known.
+  void AddImage(const CObjectPtr& image, const TMatrix& matrix, const TRectangle& clip, bool bTransfer);
 
   // Notes of all images that they must stay as they are, of all fonts that any glyph may be shown, and of all
   // entries that they are used, that a resource dictionary leads to, through forms, patterns, fonts of

@@ -214,8 +214,9 @@ void CImageEncoder::SetFlate(const TSampleForm& form, TEncodedImage& result) con
 // Deflated, JPEG data with general tables shrink a little more; those with tables of their own hardly do.
 bool CImageEncoder::EncodeDCT(CObject& image, const TImageSamples& samples, TEncodedImage& result)
 {
-  if (!RunFilter("DCTDecode", image, MakeParameters({{"Quality", m_options.m_nImageQuality}}), samples,
-                 result))
+  const CObjectPtr parameters =
+      MakeParameters({{"Quality", m_options.m_nImageQuality}, {"FullChroma", samples.m_bFullChroma ? 1 : 0}});
+  if (!RunFilter("DCTDecode", image, parameters, samples, result))
     return false;
   BSE::CBasicArray<unsigned char> recoded;
   const auto nSize = static_cast<std::size_t>(result.m_data.GetSize());

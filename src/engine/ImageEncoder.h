@@ -21,6 +21,7 @@ struct TImageSamples
   int m_nBits = 0;
   double m_dResolutionX = 0;  // dots per inch; 0 for unknown
   double m_dResolutionY = 0;
+  bool m_bFullChroma = false;  // whether JPEG is to keep as many samples of chrominance as of luminance
 };
 
 // An image encoded in one way.

@@ -9,13 +9,16 @@
 #include "base/ErrorHandler.h"
 #include "base/Limits.h"
 #include "base/Tracer.h"
+#include "engine/PictureError.h"
 #include "engine/StreamEncoding.h"
+#include "images/filters/PictureQuality.h"
 #include "pdf/File.h"
 #include "pdf/FilterFactory.h"
 #include "pdf/SimpleObjects.h"
 #include "pdf/StreamObjects.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <limits>
 
@@ -33,6 +36,18 @@ constexpr std::int64_t g_nTinyImage = 16;
 // What the mean difference of a sample may be between an image and its lossy form. Any that is meant is far
 // below; colours in the wrong order or turned around are far above.
 constexpr std::int64_t g_nMaxMeanError = 40;
+
+// Whether a picture is further from its samples than its quality says, by more than such pictures are: as a
+// whole, in lightness, or in one place, which JPEG with its blocks cannot spoil for the others.
+bool IsCoarse(const CPictureError& error, int nQuality, bool bBlocks)
+{
+  constexpr double dMaxNoise = 2.8;
+  constexpr double dMaxShift = 0.6;
+  constexpr double dMaxWorstNoise = 6.5;
+  const double dUsual = 255 * std::pow(10, -BSE::GetSignalToNoise(nQuality) / 20);
+  return error.GetNoise() > dMaxNoise * dUsual || error.GetShift() > dMaxShift * dUsual ||
+         (!bBlocks && error.GetWorstNoise() > dMaxWorstNoise * dUsual);
+}
 
 unsigned GetAllowed(int nMajor, int nMinor)
 {
@@ -95,6 +110,13 @@ private:
     TImageSamples m_samples;
   };
 
+  enum class TVerdict
+  {
+    True,
+    Coarse,  // a picture, but not a good one
+    Wrong
+  };
+
   unsigned GetSet();
   bool Prepare();
   bool ConvertKeyedTable();
@@ -108,9 +130,9 @@ private:
   void Race(unsigned nSet);
   void TryEncoding(unsigned nFlag, const TImageSamples& samples);
   void TryBaseColors(unsigned nSet);
-  bool Verify(const TCandidate& candidate);
+  TVerdict Verify(const TCandidate& candidate);
   bool IsLossy(unsigned nFlag) const;
-  bool ApplyBest();
+  bool ApplyBest(TVerdict& verdict);
   bool FindBest(unsigned nSet);
   void SaveState(CObjectPtr& value, CObjectPtr& part) const;
   void RestoreState(const CObjectPtr& value, const CObjectPtr& part);
@@ -135,7 +157,9 @@ private:
   bool m_bModified = false;
   bool m_bColorKey = false;
   bool m_bMatte;
-  bool m_bInput = false;  // whether the image of the input competes
+  bool m_bFullChroma = false;
+  bool m_bCoarse = false;  // whether a coarse picture is better than none
+  bool m_bInput = false;   // whether the image of the input competes
   std::int64_t m_nBest = std::numeric_limits<std::int64_t>::max();
   TCandidate m_best;
 };
@@ -354,6 +378,7 @@ bool CImageOptimizer::CWork::ReadSamples(TImageSamples& samples)
   samples.m_nBits = m_image.GetBitsPerComponent();
   samples.m_dResolutionX = m_image.GetResolutionX();
   samples.m_dResolutionY = m_image.GetResolutionY();
+  samples.m_bFullChroma = m_bFullChroma;
   samples.m_nComponents = m_image.GetColorSpace() ? m_image.GetColorSpace()->GetComponentCount() : 1;
   const std::int64_t nSize = m_image.GetRowBytes() * samples.m_nHeight;
   BSE::IByteStream* pStream = m_image.GetStream();
@@ -428,14 +453,15 @@ void CImageOptimizer::CWork::TryBaseColors(unsigned nSet)
 }
 
 // Decodes what has been applied to the object, and compares it with the samples.
-bool CImageOptimizer::CWork::Verify(const TCandidate& candidate)
+CImageOptimizer::CWork::TVerdict CImageOptimizer::CWork::Verify(const TCandidate& candidate)
 {
   CImage result(m_object, m_owner.m_spaces);
   const TImageSamples& samples = candidate.m_samples;
   BSE::IByteStream* pStream = result.HasWholeSamples() ? result.GetStream() : nullptr;
   if (!pStream || !pStream->Rewind() || !samples.m_pData->Rewind())
-    return false;
+    return TVerdict::Wrong;
   const bool bLossy = IsLossy(candidate.m_encoded.m_nFlag);
+  const bool bBytes = samples.m_nBits == 8;
   BSE::CBasicArray<unsigned char> decoded;
   BSE::CBasicArray<unsigned char> row;
   row.SetSize(static_cast<int>(result.GetRowBytes()));
@@ -444,11 +470,12 @@ bool CImageOptimizer::CWork::Verify(const TCandidate& candidate)
       static_cast<int>(row.GetSize() * std::int64_t{8} -
                        std::int64_t{samples.m_nWidth} * samples.m_nComponents * samples.m_nBits);
   std::int64_t nError = 0;
+  CPictureError error(samples.m_nWidth, samples.m_nComponents);
   for (int i = 0; i < samples.m_nHeight; ++i)
   {
     if (pStream->ReadFully(decoded.GetData(), row.GetSize()) != row.GetSize() ||
         samples.m_pData->ReadFully(row.GetData(), row.GetSize()) != row.GetSize())
-      return false;
+      return TVerdict::Wrong;
     if (nFill > 0 && nFill < 8)
     {
       const auto nMask = static_cast<unsigned char>(0xFF << nFill);
@@ -456,12 +483,19 @@ bool CImageOptimizer::CWork::Verify(const TCandidate& candidate)
       decoded.GetData()[row.GetSize() - 1] &= nMask;
     }
     if (bLossy)
+    {
       for (int k = 0; k < row.GetSize(); ++k)
         nError += std::abs(row.GetData()[k] - decoded.GetData()[k]);
+      if (bBytes)
+        error.Add(row.GetSpan(), decoded.GetSpan());
+    }
     else if (std::memcmp(row.GetData(), decoded.GetData(), static_cast<std::size_t>(row.GetSize())) != 0)
-      return false;
+      return TVerdict::Wrong;
   }
-  return !BSE::HasGap(pStream) && nError <= g_nMaxMeanError * row.GetSize() * std::int64_t{samples.m_nHeight};
+  if (BSE::HasGap(pStream) || nError > g_nMaxMeanError * row.GetSize() * std::int64_t{samples.m_nHeight})
+    return TVerdict::Wrong;
+  const bool bBlocks = candidate.m_encoded.m_nFlag == eCompressionFlagJPEG;
+  return bLossy && IsCoarse(error, m_options.m_nImageQuality, bBlocks) ? TVerdict::Coarse : TVerdict::True;
 }
 
 bool CImageOptimizer::CWork::IsLossy(unsigned nFlag) const
@@ -472,7 +506,7 @@ bool CImageOptimizer::CWork::IsLossy(unsigned nFlag) const
 }
 
 // False, and nothing has changed, if it does not decode to what it should.
-bool CImageOptimizer::CWork::ApplyBest()
+bool CImageOptimizer::CWork::ApplyBest(TVerdict& verdict)
 {
   CObjectPtr value;
   CObjectPtr part;
@@ -482,32 +516,51 @@ bool CImageOptimizer::CWork::ApplyBest()
   m_image.SetBitsPerComponent(m_best.m_nBits);
   m_best.m_encoded.Apply(*m_object);
   // Samples of another form are others.
-  if (m_best.m_encoded.m_nBits != 0 || Verify(m_best))
+  verdict = m_best.m_encoded.m_nBits != 0 ? TVerdict::True : Verify(m_best);
+  if (verdict == TVerdict::True || (verdict == TVerdict::Coarse && m_bCoarse))
     return true;
-  BSE::CTracer::Trace("E", "PDF Optimizer", "Encoded image differs from its samples.");
+  if (verdict == TVerdict::Wrong)
+    BSE::CTracer::Trace("E", "PDF Optimizer", "Encoded image differs from its samples.");
+  else
+    BSE::CTracer::Trace("D", "PDF Optimizer", "Encoded image is coarser than its quality says.");
   RestoreState(value, part);
   return false;
 }
 
-// An encoding that is refused does not compete again.
+// An encoding that is refused does not compete again, unless it is a coarse picture and nothing else is left.
 bool CImageOptimizer::CWork::FindBest(unsigned nSet)
 {
+  unsigned nCoarse = 0;
   for (;;)
   {
     m_best = {};
     m_nBest = m_bInput ? std::max<std::int64_t>(m_record.m_nSizeBefore - MeasureAddedSpace(), 0)
                        : std::numeric_limits<std::int64_t>::max();
     Race(nSet);
-    if (!m_best.m_encoded.IsFilled())
-      return false;
     const unsigned nFlag = m_best.m_encoded.m_nFlag;
-    if (ApplyBest())
+    TVerdict verdict = TVerdict::Wrong;
+    if (m_best.m_encoded.IsFilled())
     {
-      m_record.m_nOutcome = eImageReplaced;
-      m_record.m_nChanges |= IsLossy(nFlag) ? unsigned{eChangeCoding} : 0u;
-      return true;
+      if (ApplyBest(verdict))
+      {
+        m_record.m_nOutcome = eImageReplaced;
+        m_record.m_nChanges |= IsLossy(nFlag) ? unsigned{eChangeCoding} : 0u;
+        return true;
+      }
+      // Fine lines of strong colours suffer from chrominance of half the resolution.
+      const bool bAgain = verdict == TVerdict::Coarse && nFlag == eCompressionFlagJPEG &&
+                          m_best.m_samples.m_nComponents == 3 && !m_bFullChroma;
+      m_bFullChroma = m_bFullChroma || bAgain;
+      nCoarse |= verdict == TVerdict::Coarse && !bAgain ? nFlag : 0u;
+      nSet &= bAgain ? nSet : ~nFlag;
     }
-    nSet &= ~nFlag;
+    else if (nCoarse != 0 && !m_bInput && !m_bCoarse)
+    {
+      nSet = nCoarse;
+      m_bCoarse = true;
+    }
+    else
+      return false;
     std::fill(std::begin(m_record.m_aTried), std::end(m_record.m_aTried), std::int64_t{-1});
   }
 }

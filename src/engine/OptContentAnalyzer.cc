@@ -47,6 +47,19 @@ void Narrow(TRectangle& clip, const TRectangle& box)
   clip.m_dTop = std::max(clip.m_dBottom, std::min(clip.m_dTop, box.m_dTop));
 }
 
+// Whether a transfer function may change anything: one function for all colorants, or one for each (ISO
+// 32000-1, 10.5). Names stand for none, or for that of the device.
+bool HasFunction(const CObjectPtr& transfer)
+{
+  constexpr int nMostColorants = 4;
+  if (!transfer.IsArray())
+    return transfer && !transfer.IsName();
+  bool bFound = transfer.GetSize() > nMostColorants;
+  for (int i = 0; i < transfer.GetSize() && !bFound; ++i)
+    bFound = !transfer[i].IsName();
+  return bFound;
+}
+
 }  // namespace
 
 COptContentAnalyzer::COptContentAnalyzer(CContentAnalysis& analysis, CContentEnvironment& environment,
@@ -368,7 +381,7 @@ void COptContentAnalyzer::DoForm(const char* szName)
 
 void COptContentAnalyzer::DoImage(const char* szName)
 {
-  m_analysis.AddImage(FindXObject(szName), GetCTM(), m_clip);
+  m_analysis.AddImage(FindXObject(szName), GetCTM(), m_clip, HasFunction(GetState().m_device.m_transfer));
 }
 
 }  // namespace PDF

@@ -55,6 +55,7 @@ CStreamPtr CreateEncoder(BSE::IByteStream* pSink, CObject* pStream, CObjectPtr& 
   const CImageDictionary image(pStream);
   BSE::CDCTParameters dct;
   dct.nQuality = TakeQuality(parameters, g_nDefaultQuality);
+  dct.bFullChroma = TakeParameter(parameters, "FullChroma", 0) != 0;
   dct.nWidth = image.GetWidth();
   dct.nHeight = image.GetHeight();
   const int nBits = image.GetBitsPerComponent();

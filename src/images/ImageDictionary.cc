@@ -96,13 +96,18 @@ bool GetFilterFlag(const CObjectPtr& parameters, const char* szKey, bool bDefaul
   return value.IsInteger() ? value.GetIntegerValue() != 0 : bDefault;
 }
 
-int TakeQuality(CObjectPtr& parameters, int nDefault)
+int TakeParameter(CObjectPtr& parameters, const char* szKey, int nDefault)
 {
-  const int nQuality = GetFilterParameter(parameters, "Quality", nDefault);
-  parameters.DeleteEntry("Quality");
+  const int nValue = GetFilterParameter(parameters, szKey, nDefault);
+  parameters.DeleteEntry(szKey);
   if (parameters && parameters.GetBegin() == parameters.GetEnd())
     parameters.Reset();
-  return std::clamp(nQuality, 1, 100);
+  return nValue;
+}
+
+int TakeQuality(CObjectPtr& parameters, int nDefault)
+{
+  return std::clamp(TakeParameter(parameters, "Quality", nDefault), 1, 100);
 }
 
 }  // namespace PDF

@@ -49,8 +49,10 @@ bool IsLabSpace(const CObjectPtr& space);
 // The value of a parameter that is true or false; the default for another.
 bool GetFilterFlag(const CObjectPtr& parameters, const char* szKey, bool bDefault);
 
-// Quality of an encoder's parameters, 1 to 100, which is taken away; parameters without any entry become
-// null.
+// A whole number of an encoder's parameters, which is taken away; parameters without any entry become null.
+int TakeParameter(CObjectPtr& parameters, const char* szKey, int nDefault);
+
+// Quality of an encoder's parameters in this way, 1 to 100.
 int TakeQuality(CObjectPtr& parameters, int nDefault);
 
 }  // namespace PDF

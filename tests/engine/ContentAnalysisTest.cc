@@ -109,6 +109,25 @@ TEST_F(ContentAnalysis, FindsTheVisiblePart)
   EXPECT_EQ(Get(nFree)->m_nRight, 100);
 }
 
+TEST_F(ContentAnalysis, KeepsImagesUnderTransferFunctions)
+{
+  std::vector<int> images;
+  std::string sObjects = "/XObject<<";
+  for (const char* szName : {"A", "B", "C", "D"})
+  {
+    images.push_back(AddImage());
+    sObjects += std::string("/") + szName + " " + Ref(images.back());
+  }
+  const std::string sStretch = "<</FunctionType 2/N 30/Domain[0 1]>>";
+  sObjects += ">>/ExtGState<</F<</TR[/Identity/Identity/Identity " + sStretch + "]>>/N<</TR2/Default/TR " +
+              sStretch + ">>/I<</TR[/Identity/Identity/Identity/Identity]>>>>";
+  AddPage("100 0 0 100 0 0 cm q /F gs /A Do q /N gs /B Do Q Q /C Do /I gs /D Do", sObjects);
+  Run();
+  EXPECT_TRUE(IsKept(images[0]));
+  for (const int nImage : {1, 2, 3})
+    EXPECT_TRUE(Get(images[nImage]) && !IsKept(images[nImage])) << nImage;
+}
+
 TEST_F(ContentAnalysis, FollowsFormsPatternsAndSoftMasks)
 {
   const int nInForm = AddImage();

@@ -340,6 +340,51 @@ TEST_F(ImageOptimizer, TakesTheNextBestWhereTheBestIsRefused)
   EXPECT_EQ(GetSamples(Get(0)), sNoise);
 }
 
+// Half as many samples of chrominance make fine lines of a strong colour pale.
+TEST_F(ImageOptimizer, KeepsPicturesFromBecomingCoarse)
+{
+  std::string sLines;
+  const std::string sWaves = MakeWaves(64, 64, 1);
+  for (int i = 0; i < 64 * 64; ++i)
+    for (const int nLine : {-30, -30, 60})
+      sLines += static_cast<char>(sWaves[i] + (i % 2 == 0 ? nLine : 0));
+  Add(64, 64, "/BitsPerComponent 8/ColorSpace/DeviceRGB", sLines);
+  const auto getError = [&]
+  {
+    const std::string sSamples = GetSamples(Get(0));
+    EXPECT_EQ(sSamples.size(), sLines.size());
+    double dSum = 0;
+    for (std::size_t i = 0; i < sSamples.size(); ++i)
+      dSum += std::abs(static_cast<unsigned char>(sSamples[i]) - static_cast<unsigned char>(sLines[i]));
+    return dSum / static_cast<double>(sLines.size());
+  };
+  Options().m_nContinuousCompressions = PDF::eCompressionFlagJPEG | PDF::eCompressionFlagFlate;
+  Save();
+  EXPECT_EQ(GetFilter(Get(0)), "FlateDecodeDCTDecode");
+  EXPECT_LT(getError(), 6);
+  // At such a quality nobody expects more.
+  Options().m_nImageQuality = 5;
+  SaveAgain();
+  EXPECT_EQ(GetFilter(Get(0)), "FlateDecodeDCTDecode");
+  EXPECT_GT(getError(), 6);
+}
+
+TEST_F(ImageOptimizer, TakesACoarsePictureWhereNothingElseIsAllowed)
+{
+  std::string sNoise;
+  unsigned nState = 1;
+  for (int i = 0; i < 64 * 64 * 3; ++i)
+    sNoise += static_cast<char>(((nState = nState * 1664525 + 1013904223) >> 30) * 40);
+  Add(64, 64, "/BitsPerComponent 8/ColorSpace/DeviceRGB", sNoise);
+  Options().m_nContinuousCompressions = PDF::eCompressionFlagJPEG;
+  Options().m_bForceCompressionTypes = true;
+  Save();
+  EXPECT_EQ(GetFilter(Get(0)), "FlateDecodeDCTDecode");
+  Options().m_nContinuousCompressions |= PDF::eCompressionFlagFlate;
+  SaveAgain();
+  EXPECT_EQ(GetFilter(Get(0)), "FlateDecode");
+}
+
 TEST_F(ImageOptimizer, ConvertsTables)
 {
   const std::string sIndices = std::string(200, '\0') + std::string(200, '\1');

@@ -145,6 +145,8 @@ bool CDCTCompressor::Start(const CDCTParameters& parameters)
                                jpeg_set_defaults(&m_info);
                                jpeg_set_quality(&m_info, parameters.nQuality, TRUE);
                                jpeg_set_colorspace(&m_info, GetEncodedSpace(parameters));
+                               for (int i = 0; parameters.bFullChroma && i < m_info.num_components; ++i)
+                                 m_info.comp_info[i].h_samp_factor = m_info.comp_info[i].v_samp_factor = 1;
                                if (parameters.dResolutionX > 0 && parameters.dResolutionY > 0)
                                {
                                  // Beside a JFIF header, readers do not believe an Adobe marker that says

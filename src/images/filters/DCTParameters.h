@@ -26,8 +26,9 @@ struct CDCTParameters
   // Whether colours are, or are to be, encoded as luminance and chrominance: 0 or 1, -1 for what a decoder
   // takes for granted. An Adobe marker in the data overrides it.
   int nColorTransform = -1;
-  int nQuality = 75;     // 1 to 100
-  int nOrientation = 0;  // of Exif, 1 to 8; 0 for unknown
+  int nQuality = 75;         // 1 to 100
+  int nOrientation = 0;      // of Exif, 1 to 8; 0 for unknown
+  bool bFullChroma = false;  // encoding: as many samples of chrominance as of luminance
   bool bHasResolution = false;
   bool bFlag = false;  // has no meaning for the filters
 };

@@ -1,6 +1,8 @@
 #include "images/filters/jpx/JPXEncoder.h"
 
 #include "images/filters/jpx/JPXError.h"
+#include "images/filters/jpx/JPXNoise.h"
+#include "images/filters/jpx/JPXRowReader.h"
 
 #include <openjpeg.h>
 #include <algorithm>
@@ -54,30 +56,6 @@ struct TCloser
   opj_image_t* m_pImage = nullptr;
 };
 
-int GetComponentCount(const CJPXParameters& parameters)
-{
-  return parameters.Palette.IsEmpty() ? parameters.nChannels : 1;
-}
-
-// The signal to noise ratio, in decibels, that a quality stands for: about that of JPEG images of it.
-float GetSignalToNoise(int nQuality)
-{
-  constexpr int points[][2] = {{1, 22}, {10, 28}, {25, 31}, {50, 34}, {75, 37}, {90, 41}, {99, 48}};
-  const int* pLow = points[0];
-  for (const auto& point : points)
-  {
-    if (nQuality <= point[0])
-    {
-      const float fShare =
-          point[0] > pLow[0] ? static_cast<float>(nQuality - pLow[0]) / static_cast<float>(point[0] - pLow[0])
-                             : 0.0F;
-      return static_cast<float>(pLow[1]) + std::max(fShare, 0.0F) * static_cast<float>(point[1] - pLow[1]);
-    }
-    pLow = point;
-  }
-  return static_cast<float>(pLow[1]);
-}
-
 // Of a tile that is not at the edge: all are about as large.
 int GetTileSide(int nSide)
 {
@@ -91,7 +69,8 @@ bool IsTiled(const CJPXParameters& parameters)
   return std::int64_t{parameters.nWidth} * parameters.nHeight > g_nMaxUntiled;
 }
 
-void SetParameters(const CJPXParameters& parameters, opj_cparameters_t& coding)
+void SetParameters(const CJPXParameters& parameters, std::span<const unsigned char> rows,
+                   opj_cparameters_t& coding)
 {
   constexpr int nDefaultResolutions = 6;
   constexpr int nLossless = 100;
@@ -104,13 +83,12 @@ void SetParameters(const CJPXParameters& parameters, opj_cparameters_t& coding)
   coding.numresolution = 1;
   while (coding.numresolution < nDefaultResolutions && nSmaller >> coding.numresolution > 0)
     ++coding.numresolution;
-  const bool bRGB = parameters.nColorSpace == eJPXRGB && GetComponentCount(parameters) == 3;
-  coding.tcp_mct = bRGB ? 1 : 0;
+  coding.tcp_mct = HasColorTransform(parameters) ? 1 : 0;
   if (parameters.nQuality < nLossless && parameters.Palette.IsEmpty())
   {
     coding.irreversible = 1;
     coding.cp_fixed_quality = 1;
-    coding.tcp_distoratio[0] = GetSignalToNoise(parameters.nQuality);
+    coding.tcp_distoratio[0] = static_cast<float>(ChooseSignalToNoise(parameters, rows));
   }
   else
     coding.cp_disto_alloc = 1;
@@ -120,7 +98,7 @@ opj_image_t* MakeImage(const CJPXParameters& parameters)
 {
   constexpr int nMaxComponents = 255;
   opj_image_cmptparm_t components[nMaxComponents] = {};
-  const int nCount = std::min(GetComponentCount(parameters), nMaxComponents);
+  const int nCount = std::min(GetJPXComponentCount(parameters), nMaxComponents);
   for (opj_image_cmptparm_t& component : std::span(components, static_cast<std::size_t>(nCount)))
   {
     component.dx = component.dy = 1;
@@ -139,38 +117,13 @@ opj_image_t* MakeImage(const CJPXParameters& parameters)
   return pImage;
 }
 
-// Samples of rows that begin at whole bytes.
-class CRowReader
-{
-public:
-  CRowReader(std::span<const unsigned char> row, int nDepth) : m_row(row), m_nDepth(nDepth) {}
-
-  int Next()
-  {
-    int nValue = 0;
-    if (m_nDepth == 16)
-      nValue = m_row[m_nBit / 8] << 8 | m_row[m_nBit / 8 + 1];
-    else
-      nValue = m_row[m_nBit / 8] >> (8 - m_nDepth - static_cast<int>(m_nBit % 8)) & ((1 << m_nDepth) - 1);
-    m_nBit += static_cast<std::size_t>(m_nDepth);
-    return nValue;
-  }
-
-  void Skip(std::int64_t nSamples) { m_nBit += static_cast<std::size_t>(nSamples * m_nDepth); }
-
-private:
-  std::span<const unsigned char> m_row;
-  int m_nDepth;
-  std::size_t m_nBit = 0;
-};
-
 void FillImage(const CJPXParameters& parameters, std::span<const unsigned char> rows, opj_image_t& image)
 {
   const std::size_t nRowSize = rows.size() / static_cast<std::size_t>(parameters.nHeight);
   std::size_t nSample = 0;
   for (std::size_t i = 0; i + nRowSize <= rows.size(); i += nRowSize)
   {
-    CRowReader reader(rows.subspan(i, nRowSize), parameters.nBitsPerComponent);
+    CJPXRowReader reader(rows.subspan(i, nRowSize), parameters.nBitsPerComponent);
     for (int x = 0; x < parameters.nWidth; ++x, ++nSample)
     {
       for (OPJ_UINT32 k = 0; k < image.numcomps; ++k)
@@ -186,14 +139,14 @@ void CopyTile(const CJPXParameters& parameters, std::span<const unsigned char> r
   const std::size_t nRowSize = rows.size() / static_cast<std::size_t>(parameters.nHeight);
   const int nWidth = std::min(GetTileSide(parameters.nWidth), parameters.nWidth - nLeft);
   const int nHeight = std::min(GetTileSide(parameters.nHeight), parameters.nHeight - nTop);
-  const int nComponents = GetComponentCount(parameters);
+  const int nComponents = GetJPXComponentCount(parameters);
   const int nBytes = parameters.nBitsPerComponent > 8 ? 2 : 1;
   tile.SetSize(nWidth * nHeight * nComponents * nBytes);
   unsigned char* const pTile = tile.GetSpan().data();
   for (int y = 0; y < nHeight; ++y)
   {
-    CRowReader reader(rows.subspan(static_cast<std::size_t>(nTop + y) * nRowSize, nRowSize),
-                      parameters.nBitsPerComponent);
+    CJPXRowReader reader(rows.subspan(static_cast<std::size_t>(nTop + y) * nRowSize, nRowSize),
+                         parameters.nBitsPerComponent);
     reader.Skip(std::int64_t{nLeft} * nComponents);
     for (int x = 0; x < nWidth; ++x)
       for (int k = 0; k < nComponents; ++k)
@@ -232,7 +185,7 @@ bool EncodeJPXCodestream(const CJPXParameters& parameters, std::span<const unsig
   TTarget target{codestream, nullptr};
   TCloser closer;
   opj_cparameters_t coding;
-  SetParameters(parameters, coding);
+  SetParameters(parameters, rows, coding);
   const bool bTiled = IsTiled(parameters);
   if (bTiled)
   {

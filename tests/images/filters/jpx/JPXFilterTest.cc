@@ -141,6 +141,46 @@ TEST(JPXFilter, LosesByQuality)
   EXPECT_EQ(nLastError, 0);
 }
 
+// A few strokes on a page of paper. What they add to its noise is next to nothing, as is what a plain page
+// loses where it becomes a little darker all over.
+TEST(JPXFilter, KeepsTheLittleOnPlainGround)
+{
+  constexpr int nSide = 600;
+  const auto isInk = [](int x, int y)
+  { return x >= 300 && x < 348 && y >= 500 && y < 516 && x / 3 % 2 == 0; };
+  for (const int nChannels : {1, 3})
+    for (const int nGrain : {0, 1, 5})
+      for (const int nInk : {40, 130, 245})
+      {
+        std::string rows;
+        for (int i = 0; i < nSide * nSide * nChannels; ++i)
+        {
+          const int nPixel = i / nChannels;
+          const int nGround = isInk(nPixel % nSide, nPixel / nSide) ? nInk : 245;
+          rows += static_cast<char>(nGround + nPixel % 1009 * 79 % 101 * 2 * nGrain / 101 - nGrain);
+        }
+        CJPXParameters parameters = MakeParameters(nSide, nSide, nChannels == 1 ? eJPXGray : eJPXRGB);
+        parameters.nQuality = 75;
+        const std::string decoded = DecodePicture(EncodePicture(rows, parameters)).m_rows;
+        ASSERT_EQ(decoded.size(), rows.size());
+        double dShift = 0;
+        double dLost = 0;
+        int nStrokes = 0;
+        for (int i = 0; i < nSide * nSide * nChannels; ++i)
+        {
+          const int nError = static_cast<unsigned char>(decoded[i]) - static_cast<unsigned char>(rows[i]);
+          const int nPixel = i / nChannels;
+          dShift += nError;
+          dLost += isInk(nPixel % nSide, nPixel / nSide) ? std::abs(nError) : 0;
+          nStrokes += isInk(nPixel % nSide, nPixel / nSide) ? 1 : 0;
+        }
+        const std::string sCase =
+            std::to_string(nChannels) + " " + std::to_string(nGrain) + " " + std::to_string(nInk);
+        EXPECT_LT(std::abs(dShift) / (nSide * nSide * nChannels), 1.0) << sCase;
+        EXPECT_LT(dLost / nStrokes, 12.0) << sCase;
+      }
+}
+
 TEST(JPXFilter, KeepsPalettes)
 {
   const std::string colors = "\x10\x20\x30\xFF\0\x7F"s;
