@@ -469,14 +469,17 @@ CImageOptimizer::CWork::TVerdict CImageOptimizer::CWork::Verify(const TCandidate
   const int nFill =
       static_cast<int>(row.GetSize() * std::int64_t{8} -
                        std::int64_t{samples.m_nWidth} * samples.m_nComponents * samples.m_nBits);
+  // Another number of components is another image.
+  if (nFill < 0 || nFill >= 8)
+    return TVerdict::Wrong;
   std::int64_t nError = 0;
-  CPictureError error(samples.m_nWidth, samples.m_nComponents);
+  CPictureError error(bLossy && bBytes ? samples.m_nWidth : 0, samples.m_nComponents);
   for (int i = 0; i < samples.m_nHeight; ++i)
   {
     if (pStream->ReadFully(decoded.GetData(), row.GetSize()) != row.GetSize() ||
         samples.m_pData->ReadFully(row.GetData(), row.GetSize()) != row.GetSize())
       return TVerdict::Wrong;
-    if (nFill > 0 && nFill < 8)
+    if (nFill > 0)
     {
       const auto nMask = static_cast<unsigned char>(0xFF << nFill);
       row.GetData()[row.GetSize() - 1] &= nMask;
