@@ -119,6 +119,37 @@ void SetFonts(TBrevexHandle* pHandle)
   BrevexEmbedFontA(pHandle, "Other", g_szFont);
 }
 
+void SetPictures(TBrevexHandle* pHandle)
+{
+  BrevexSetContinuousCompressions(pHandle, BREVEX_COMPRESSION_FLAG_JPEG | BREVEX_COMPRESSION_FLAG_JPEG2000);
+  BrevexSetForceCompressionTypes(pHandle, 1);
+}
+
+// Strong colours in turn, which are coarse as JPEG at first, and waves.
+std::string MakePictureDocument(const std::string&)
+{
+  Support::CPdfBuilder builder;
+  constexpr int nSide = 40;
+  for (const bool bWaves : {false, true})
+  {
+    std::string sPixels;
+    for (int i = 0; i < nSide * nSide; ++i)
+    {
+      const bool bFirst = (i + i / nSide) % 2 == 0;
+      sPixels += static_cast<char>(bWaves ? i * 3 : bFirst ? 255 : 0);
+      sPixels += static_cast<char>(bWaves ? i / nSide * 6 : 0);
+      sPixels += static_cast<char>(bWaves ? i % nSide * 6 : bFirst ? 0 : 255);
+    }
+    const std::string sSide = std::to_string(nSide);
+    const int nImage =
+        builder.AddFlateStream(sPixels, "/Type/XObject/Subtype/Image/Width " + sSide + "/Height " + sSide +
+                                            "/BitsPerComponent 8/ColorSpace/DeviceRGB");
+    builder.AddPage("99 0 0 99 0 0 cm /I Do",
+                    "/Resources<</XObject<</I " + std::to_string(nImage) + " 0 R>>>>");
+  }
+  return builder.Build();
+}
+
 std::string MakeSame(const std::string& sFeatures)
 {
   return sFeatures;
@@ -224,6 +255,7 @@ TEST(Exhaustion, EndsEveryOperationWithoutHarm)
                              {"linearized file", SetLinear, "out.pdf", nullptr, MakeSame},
                              {"stripped", SetWeb, nullptr, nullptr, MakeSame},
                              {"fonts", SetFonts, nullptr, nullptr, MakeFontDocument},
+                             {"pictures", SetPictures, nullptr, nullptr, MakePictureDocument},
                              {"odd", SetPlain, nullptr, nullptr, MakeOddDocument},
                              {"odd max", SetCompression, "out.pdf", nullptr, MakeOddDocument},
                              {"odd linearized", SetLinear, "out.pdf", "user", MakeOddDocument}};
