@@ -230,7 +230,7 @@ void CContentAnalysis::AnalyzePage(int nPage)
 }
 
 void CContentAnalysis::AddImage(const CObjectPtr& image, const TMatrix& matrix, const TRectangle& clip,
-                                bool bTransfer)
+                                bool bSteep)
 {
   const CObjectPtr object = GetStandIn(image);
   CImageRecord* pRecord = FindOrAdd(object, eRolePainted);
@@ -242,7 +242,7 @@ void CContentAnalysis::AddImage(const CObjectPtr& image, const TMatrix& matrix, 
   use.m_bFlat = !FindVisiblePart(matrix, clip, use.m_part);
   const double dX = pRecord->m_nWidth * g_dPointsPerInch / use.m_dWidth;
   const double dY = pRecord->m_nHeight * g_dPointsPerInch / use.m_dHeight;
-  if (use.m_bFlat || bTransfer || !std::isfinite(dX) || !std::isfinite(dY))
+  if (use.m_bFlat || bSteep || !std::isfinite(dX) || !std::isfinite(dY))
     pRecord->m_bKeepAsIs = true;
   else
   {
@@ -322,7 +322,7 @@ CObjectPtr CContentAnalysis::GetStandIn(const CObjectPtr& object) const
 }
 
 bool CContentAnalysis::AddPlace(const CObjectPtr& form, const TMatrix& matrix, const TRectangle& clip,
-                                const IContentFont* pFont)
+                                const IContentFont* pFont, bool bSteep)
 {
   // What looks its resources up around it may find others in another place.
   if (form.GetObjNumber() <= 0 || !form["Resources"].IsDictionary())
@@ -333,8 +333,9 @@ bool CContentAnalysis::AddPlace(const CObjectPtr& form, const TMatrix& matrix, c
     TMatrix m_matrix;
     TRectangle m_clip;
     const IContentFont* m_pFont;
+    std::int64_t m_bSteep;
   };
-  const TPlace place = {static_cast<double>(form.GetObjNumber()), matrix, clip, pFont};
+  const TPlace place = {static_cast<double>(form.GetObjNumber()), matrix, clip, pFont, bSteep ? 1 : 0};
   if (m_places.Lookup(&place, sizeof place) >= 0)
     return false;
   if (m_places.GetCount() < g_nMaxPlaces)

@@ -45,9 +45,10 @@ public:
 
   // --- For the analyzers of content
 
-  // A use of an image. The matrix takes its unit square to points on the page, where the clip is. With a
-  // transfer function nothing about the image may change: what becomes of the smallest error is not known.
-  void AddImage(const CObjectPtr& image, const TMatrix& matrix, const TRectangle& clip, bool bTransfer);
+  // A use of an image. The matrix takes its unit square to points on the page, where the clip is. Nothing
+  // about the image may change where the smallest error may become a large one, as through a transfer
+  // function.
+  void AddImage(const CObjectPtr& image, const TMatrix& matrix, const TRectangle& clip, bool bSteep);
 
   // Notes of all images that they must stay as they are, of all fonts that any glyph may be shown, and of all
   // entries that they are used, that a resource dictionary leads to, through forms, patterns, fonts of
@@ -77,10 +78,10 @@ public:
   // A text that is shown.
   void AddText(CFont& font, std::span<const unsigned char> text);
 
-  // False if that has been analyzed with the same matrix, clip, font around it and resources of its own
-  // before: it would tell nothing new.
+  // False if that has been analyzed with the same matrix, clip, font around it, resources of its own and
+  // way of AddImage before: it would tell nothing new.
   bool AddPlace(const CObjectPtr& form, const TMatrix& matrix, const TRectangle& clip,
-                const IContentFont* pFont);
+                const IContentFont* pFont, bool bSteep);
 
 private:
   struct TUse;

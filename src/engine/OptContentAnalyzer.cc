@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 namespace PDF
 {
@@ -60,6 +61,17 @@ bool HasFunction(const CObjectPtr& transfer)
   return bFound;
 }
 
+// Whether a blend mode takes the hue of what is drawn: that of a gray may be any after the smallest error,
+// and is as strong as the colours below. A mode may be the first of a list that a reader knows.
+bool TakesHue(const CObjectPtr& mode)
+{
+  constexpr int nMostModes = 16;
+  bool bFound = mode.IsName("Hue");
+  for (int i = 0; mode.IsArray() && i < std::min(mode.GetSize(), nMostModes) && !bFound; ++i)
+    bFound = mode[i].IsName("Hue");
+  return bFound;
+}
+
 }  // namespace
 
 COptContentAnalyzer::COptContentAnalyzer(CContentAnalysis& analysis, CContentEnvironment& environment,
@@ -82,6 +94,7 @@ COptContentAnalyzer::COptContentAnalyzer(const COptContentAnalyzer& around,
       m_analysis(around.m_analysis),
       m_clip(around.m_clip),
       m_bNested(true),
+      m_bSteep(around.m_bSteep),
       m_pInherited(around.m_pInherited)
 {
   CollectNames();
@@ -190,10 +203,13 @@ void COptContentAnalyzer::SetExtGState(const char* szName)
   // A soft mask is drawn by the matrix of this moment (ISO 32000-1, 11.6.5.3).
   const CObjectPtr group = state["SMask"]["G"];
   const std::int64_t nBorrowings = m_analysis.GetBorrowings();
-  if (!group.IsStream() || !Enter(group, GetCTM(), m_clip))
-    return;
-  ParseContent(group, GetContext()->GetResources(), GetCTM(), szName);
-  Leave(group, nBorrowings);
+  const bool bSteep = std::exchange(m_bSteep, m_bSteep || HasFunction(state["SMask"]["TR"]));
+  if (group.IsStream() && Enter(group, GetCTM(), m_clip))
+  {
+    ParseContent(group, GetContext()->GetResources(), GetCTM(), szName);
+    Leave(group, nBorrowings);
+  }
+  m_bSteep = bSteep;
 }
 
 void COptContentAnalyzer::TraceSpace(const char* szName)
@@ -248,7 +264,7 @@ void COptContentAnalyzer::AnalyzePattern(const CObjectPtr& pattern)
 
 bool COptContentAnalyzer::Enter(const CObjectPtr& form, const TMatrix& matrix, const TRectangle& clip)
 {
-  if (m_analysis.AddPlace(form, matrix, clip, GetFontAround()))
+  if (m_analysis.AddPlace(form, matrix, clip, GetFontAround(), IsSteep()))
     return true;
   if (m_analysis.IsBorrower(form))
   {
@@ -373,15 +389,24 @@ void COptContentAnalyzer::DoForm(const char* szName)
 {
   const CObjectPtr form = FindXObject(szName);
   const std::int64_t nBorrowings = m_analysis.GetBorrowings();
-  if (!Enter(form, GetCTM(), m_clip))
-    return;
-  CContentParser::DoForm(szName);
-  Leave(form, nBorrowings);
+  // The blend mode of a group is that of its picture.
+  const bool bSteep = std::exchange(m_bSteep, IsSteep());
+  if (Enter(form, GetCTM(), m_clip))
+  {
+    CContentParser::DoForm(szName);
+    Leave(form, nBorrowings);
+  }
+  m_bSteep = bSteep;
 }
 
 void COptContentAnalyzer::DoImage(const char* szName)
 {
-  m_analysis.AddImage(FindXObject(szName), GetCTM(), m_clip, HasFunction(GetState().m_device.m_transfer));
+  m_analysis.AddImage(FindXObject(szName), GetCTM(), m_clip, IsSteep());
+}
+
+bool COptContentAnalyzer::IsSteep() const
+{
+  return m_bSteep || HasFunction(m_state.m_device.m_transfer) || TakesHue(m_state.m_device.m_blendMode);
 }
 
 }  // namespace PDF

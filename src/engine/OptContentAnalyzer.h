@@ -69,6 +69,9 @@ private:
   bool Enter(const CObjectPtr& form, const TMatrix& matrix, const TRectangle& clip);
   void Leave(const CObjectPtr& form, std::int64_t nBorrowings);
 
+  // Whether the smallest error of a picture that is drawn here may become a large one.
+  bool IsSteep() const;
+
   // All that the resources of this content lead to, and those around it for a name that they lack. Once for
   // the whole content.
   void KeepOwn();
@@ -83,6 +86,7 @@ private:
   TRectangle m_pathBox;
   bool m_bPathBox = false;
   bool m_bNested = false;
+  bool m_bSteep = false;  // all of this content
   bool m_bOwnKept = false;
   bool m_bAroundKept = false;
   BSE::CObjectPtr<IContentFont> m_pInherited;  // what text is shown in that sets no font in this content

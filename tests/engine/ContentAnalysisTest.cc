@@ -128,6 +128,34 @@ TEST_F(ContentAnalysis, KeepsImagesUnderTransferFunctions)
     EXPECT_TRUE(Get(images[nImage]) && !IsKept(images[nImage])) << nImage;
 }
 
+// The form is drawn twice in the same place, and only then in a way that matters.
+TEST_F(ContentAnalysis, KeepsImagesWhoseSmallestErrorsShow)
+{
+  const auto addForm = [&](int nImage)
+  {
+    return m_file.AddStream(
+        "10 0 0 10 0 0 cm /I Do",
+        "/Subtype/Form/BBox[0 0 10 10]/Group<</S/Transparency>>/Resources<</XObject<</I " + Ref(nImage) +
+            ">>>>");
+  };
+  const int nMask = AddImage();
+  const int nPlainMask = AddImage();
+  const int nInForm = AddImage();
+  const int nHue = AddImage();
+  const int nColor = AddImage();
+  const auto getMask = [&](int nImage, const std::string& sTransfer)
+  { return "<</SMask<</S/Luminosity/G " + Ref(addForm(nImage)) + "/TR" + sTransfer + ">>>>"; };
+  AddPage("q /M gs Q q /P gs Q /F Do q /H gs /F Do 10 0 0 10 0 0 cm /A Do Q /C gs 10 0 0 10 0 0 cm /B Do",
+          "/XObject<</A " + Ref(nHue) + "/B " + Ref(nColor) + "/F " + Ref(addForm(nInForm)) +
+              ">>/ExtGState<</M " + getMask(nMask, "<</FunctionType 2/N 30/Domain[0 1]>>") + "/P " +
+              getMask(nPlainMask, "/Identity") + "/H<</BM[/Hue/Normal]>>/C<</BM/Color>>>>");
+  Run();
+  for (const int nImage : {nMask, nInForm, nHue})
+    EXPECT_TRUE(IsKept(nImage)) << nImage;
+  for (const int nImage : {nPlainMask, nColor})
+    EXPECT_TRUE(Get(nImage) && !IsKept(nImage)) << nImage;
+}
+
 TEST_F(ContentAnalysis, FollowsFormsPatternsAndSoftMasks)
 {
   const int nInForm = AddImage();
