@@ -256,7 +256,8 @@ bool CImage::Resample(int nMode, double dFactorX, double dFactorY)
   if (!pChain)
     return false;
   const bool bBitonal = IsBitonal();
-  if (bBitonal)
+  // Means of samples of a few bits are mostly not among them.
+  if (format.nBitsPerComponent < 8)
   {
     pChain = new CConvertTo8BPCFilter(pChain.Get(), format, m_object.Get());
     format.nBitsPerComponent = 8;
@@ -275,6 +276,8 @@ bool CImage::Resample(int nMode, double dFactorX, double dFactorY)
     return false;
   SetWidth(nWidth);
   SetHeight(nHeight);
+  if (!bBitonal)
+    SetBitsPerComponent(format.nBitsPerComponent);
   m_dResolutionX *= pResample->GetTrueFactorX();
   m_dResolutionY *= pResample->GetTrueFactorY();
   SetData(pChain.Get());

@@ -267,6 +267,11 @@ TEST_F(Image, MakesPicturesSmaller)
   EXPECT_TRUE(bits.Resample(eBitonalThreshold, 0.5, 0.5));
   EXPECT_EQ(GetSamples(bits), "\xC0");
   EXPECT_EQ(bits.GetBitsPerComponent(), 1);
+  // Black, one and two thirds, white.
+  CImage levels = Make(4, 1, 2, "", "\x1B");
+  EXPECT_TRUE(levels.Resample(0, 0.5, 1));
+  EXPECT_EQ(levels.GetBitsPerComponent(), 8);
+  EXPECT_EQ(GetSamples(levels), Bytes({42, 212}));
   // 5 by 3 pixels in blocks of two: those at the edges are cut off.
   CImage blocks = Make(5, 3, 1, "", "\xC8\x40\xF8");
   EXPECT_TRUE(blocks.ReduceToGrayByFactor(2));
