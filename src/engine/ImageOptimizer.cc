@@ -38,15 +38,18 @@ constexpr std::int64_t g_nTinyImage = 16;
 constexpr std::int64_t g_nMaxMeanError = 40;
 
 // Whether a picture is further from its samples than its quality says, by more than such pictures are: as a
-// whole, in lightness, or in one place, which JPEG with its blocks cannot spoil for the others.
+// whole, in lightness, or in one place, which JPEG with its blocks cannot spoil for the others. A JPEG 2000
+// codec that cuts the data of plain ground a byte too early makes ripples of it.
 bool IsCoarse(const CPictureError& error, int nQuality, bool bBlocks)
 {
   constexpr double dMaxNoise = 2.8;
   constexpr double dMaxShift = 0.6;
   constexpr double dMaxWorstNoise = 6.5;
+  constexpr double dMaxPlainNoise = 0.6;
   const double dUsual = 255 * std::pow(10, -BSE::GetSignalToNoise(nQuality) / 20);
   return error.GetNoise() > dMaxNoise * dUsual || error.GetShift() > dMaxShift * dUsual ||
-         (!bBlocks && error.GetWorstNoise() > dMaxWorstNoise * dUsual);
+         (!bBlocks && (error.GetWorstNoise() > dMaxWorstNoise * dUsual ||
+                       error.GetPlainNoise() > dMaxPlainNoise * dUsual));
 }
 
 unsigned GetAllowed(int nMajor, int nMinor)

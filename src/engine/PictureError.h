@@ -27,8 +27,23 @@ public:
   // Root of the mean square in the worst block of 16 by 16 pixels, for one component.
   double GetWorstNoise() const;
 
+  // The same in the worst area of 64 by 64 pixels that is plain in the picture itself, where the eye sees
+  // ripples that details hide.
+  double GetPlainNoise() const;
+
 private:
+  // A component of an area.
+  struct TArea
+  {
+    std::int64_t m_nSquares = 0;
+    std::int64_t m_nSamples = 0;
+    unsigned char m_nLow = 255;
+    unsigned char m_nHigh = 0;
+  };
+
   void FinishBlocks();
+  // The largest mean square in an area that is plain, of those that are not finished.
+  double MeasureAreas() const;
 
   int m_nComponents;
   std::int64_t m_nRows = 0;
@@ -37,6 +52,8 @@ private:
   std::int64_t m_nSamples = 0;
   BSE::CBasicArray<std::int64_t> m_differences;  // of each component
   BSE::CBasicArray<std::int64_t> m_blocks;       // squares of a row of blocks
+  BSE::CBasicArray<TArea> m_areas;               // of a row
+  double m_dPlainSquare = 0;
 };
 
 }  // namespace PDF

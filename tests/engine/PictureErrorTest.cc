@@ -28,4 +28,30 @@ TEST(PictureError, MeasuresTheWholeAndTheWorstPlace)
   EXPECT_NEAR(error.GetWorstNoise(), std::sqrt(dSquares / 256), 1e-9);
 }
 
+// Ripples on plain ground count, those among details or in one of few pixels do not.
+TEST(PictureError, FindsTheWorstPlainArea)
+{
+  constexpr int nWidth = 150;
+  constexpr int nHeight = 64 + 40;
+  PDF::CPictureError error(nWidth, 3);
+  for (int y = 0; y < nHeight; ++y)
+  {
+    std::vector<unsigned char> before(nWidth * 3, 100);
+    std::vector<unsigned char> after(nWidth * 3, 100);
+    for (int x = 0; x < nWidth; ++x)
+    {
+      before[3 * x] += static_cast<unsigned char>(x % 3);
+      if (x < 64 && y < 64)
+        before[3 * x + 1] = static_cast<unsigned char>(100 + x);
+      for (int k = 0; k < 3; ++k)
+        after[3 * x + k] = before[3 * x + k];
+      const bool bBelow = x >= 64 && x < 128 && y >= 64;
+      const int nRipple = bBelow ? 3 : x < 64 && y < 64 ? 20 : x >= 128 ? 30 : 1;
+      after[3 * x + 2] = static_cast<unsigned char>(100 + nRipple);
+    }
+    error.Add(before, after);
+  }
+  EXPECT_NEAR(error.GetPlainNoise(), 3, 1e-9);
+}
+
 }  // namespace
