@@ -11,6 +11,7 @@
 #include "base/Tracer.h"
 #include "engine/PictureError.h"
 #include "engine/StreamEncoding.h"
+#include "engine/StrokeCheck.h"
 #include "images/filters/PictureQuality.h"
 #include "pdf/File.h"
 #include "pdf/FilterFactory.h"
@@ -127,6 +128,7 @@ private:
   void ReduceColors();
   bool ConvertColors(bool bIndexed);
   void Downsample();
+  bool ResampleBits(double dFactorX, double dFactorY);
   unsigned ChooseSet();
   std::int64_t MeasureAddedSpace() const;
   bool ReadSamples(TImageSamples& samples);
@@ -340,9 +342,35 @@ void CImageOptimizer::CWork::Downsample()
   const double dX = m_image.GetResolutionX();
   const double dY = m_image.GetResolutionY();
   const bool bWanted = (dX >= dThreshold && dX > dResolution) || (dY >= dThreshold && dY > dResolution);
-  if (bWanted && dX > 0 && dY > 0)
-    Note(eChangeResolution,
-         m_image.Resample(static_cast<int>(m_options.m_nDitheringMode), dResolution / dX, dResolution / dY));
+  if (!bWanted || !(dX > 0) || !(dY > 0))
+    return;
+  const bool bMade = m_image.IsBitonal() ? ResampleBits(dResolution / dX, dResolution / dY)
+                                         : m_image.Resample(0, dResolution / dX, dResolution / dY);
+  Note(eChangeResolution, bMade);
+}
+
+// Not where lines or the tones of a halftone would be lost.
+bool CImageOptimizer::CWork::ResampleBits(double dFactorX, double dFactorY)
+{
+  CObjectPtr value;
+  CObjectPtr part;
+  SaveState(value, part);
+  const int nWidth = m_image.GetWidth();
+  const int nHeight = m_image.GetHeight();
+  const double dResolutionX = m_image.GetResolutionX();
+  const double dResolutionY = m_image.GetResolutionY();
+  const BSE::CObjectPtr<BSE::IByteStream> pSamples = m_image.GetStream();
+  if (!m_image.Resample(static_cast<int>(m_options.m_nDitheringMode), dFactorX, dFactorY))
+    return false;
+  CStrokeCheck check(m_image.GetWidth(), m_image.GetHeight());
+  if (m_image.ReadSamples() && pSamples && check.Measure(*pSamples, nWidth, nHeight) &&
+      check.AreKept(*m_image.GetStream()))
+    return true;
+  BSE::CTracer::Trace("D", "PDF Optimizer", "Image keeps its resolution: fine lines or tones would be lost.");
+  RestoreState(value, part);
+  m_image.SetResolutionX(dResolutionX);
+  m_image.SetResolutionY(dResolutionY);
+  return false;
 }
 
 unsigned CImageOptimizer::CWork::ChooseSet()

@@ -177,6 +177,39 @@ TEST_F(ImageOptimizer, BringsImagesToTheResolution)
                 static_cast<unsigned char>(sExpected[150 * 300 + i * 3 / 2]), 20);
 }
 
+// A third of a pixel is none where bits are cut at half, and a halftone has no grays then.
+TEST_F(ImageOptimizer, KeepsTheResolutionOfFineLinesAndHalftones)
+{
+  constexpr int nSide = 600;
+  const auto addBits = [&](const auto& fnIsSet)
+  {
+    std::string sRows(nSide / 8 * nSide, '\0');
+    for (int y = 0; y < nSide; ++y)
+      for (int x = 0; x < nSide; ++x)
+        if (fnIsSet(x, y))
+          sRows[y * nSide / 8 + x / 8] |= static_cast<char>(0x80 >> x % 8);
+    Add(nSide, nSide, "/BitsPerComponent 1/ColorSpace/DeviceGray", sRows);
+  };
+  const auto isBar = [](int x, int y) { return x > 99 && x < 107 && y > 50 && y < 503; };
+  addBits([](int x, int y) { return x != 100 || y < 100 || y > 300; });
+  addBits([](int x, int y) { return x < 200 && (x % 3 + y % 3 == 0 || x % 3 * (y % 3) == 1); });
+  addBits([](int x, int y) { return x > 400 && (x / 3 + y) % 3 != 0; });
+  // A bar with the fringes and specks of a scan.
+  addBits(
+      [&](int x, int y)
+      { return isBar(x, y) || (x == 107 && y % 5 < 3 && isBar(105, y)) || (x % 97 == 5 && y % 89 == 7); });
+  Options().m_nBitonalCompressions = PDF::eCompressionFlagFlate;
+  Options().m_dBitonalThreshold = 280;
+  Options().m_dBitonalResolution = 200;
+  Save();
+  for (const int i : {0, 1})
+    EXPECT_EQ(Get(i)["Width"].GetIntegerValue(), nSide) << i;
+  EXPECT_EQ(Get(3)["Width"].GetIntegerValue(), 200);
+  Options().m_nDitheringMode = PDF::eDitheringErrorDiffusion;
+  SaveAgain();
+  EXPECT_EQ(Get(2)["Width"].GetIntegerValue(), 200);
+}
+
 TEST_F(ImageOptimizer, KeepsTheSmallestOfAll)
 {
   const std::string sWaves = MakeWaves(160, 160, 3);
