@@ -46,11 +46,13 @@ bool IsCoarse(const CPictureError& error, int nQuality, bool bBlocks)
   constexpr double dMaxNoise = 2.8;
   constexpr double dMaxShift = 0.6;
   constexpr double dMaxWorstNoise = 6.5;
-  constexpr double dMaxPlainNoise = 0.6;
+  constexpr double dMaxPlainBlockNoise = 1.5;
+  constexpr double dMaxPlainAreaNoise = 0.6;
   const double dUsual = 255 * std::pow(10, -BSE::GetSignalToNoise(nQuality) / 20);
   return error.GetNoise() > dMaxNoise * dUsual || error.GetShift() > dMaxShift * dUsual ||
          (!bBlocks && (error.GetWorstNoise() > dMaxWorstNoise * dUsual ||
-                       error.GetPlainNoise() > dMaxPlainNoise * dUsual));
+                       error.GetPlainBlockNoise() > dMaxPlainBlockNoise * dUsual ||
+                       error.GetPlainAreaNoise() > dMaxPlainAreaNoise * dUsual));
 }
 
 unsigned GetAllowed(int nMajor, int nMinor)
@@ -528,6 +530,7 @@ CImageOptimizer::CWork::TVerdict CImageOptimizer::CWork::Verify(const TCandidate
   }
   if (BSE::HasGap(pStream) || nError > g_nMaxMeanError * row.GetSize() * std::int64_t{samples.m_nHeight})
     return TVerdict::Wrong;
+  error.Finish();
   const bool bBlocks = candidate.m_encoded.m_nFlag == eCompressionFlagJPEG;
   return bLossy && IsCoarse(error, m_options.m_nImageQuality, bBlocks) ? TVerdict::Coarse : TVerdict::True;
 }

@@ -17,6 +17,9 @@ public:
   // The next row of both, components of a pixel one after the other.
   void Add(std::span<const unsigned char> before, std::span<const unsigned char> after);
 
+  // After the last row, before anything is asked.
+  void Finish();
+
   // Root of the mean square of all differences, 0 to 255.
   double GetNoise() const;
 
@@ -27,12 +30,13 @@ public:
   // Root of the mean square in the worst block of 16 by 16 pixels, for one component.
   double GetWorstNoise() const;
 
-  // The same in the worst area of 64 by 64 pixels that is plain in the picture itself, where the eye sees
-  // ripples that details hide.
-  double GetPlainNoise() const;
+  // The same in the worst block that is plain in the picture itself, where the eye sees what details hide;
+  // and in the worst plain area of 64 by 64 pixels, which is further from details than what they make of it.
+  double GetPlainBlockNoise() const;
+  double GetPlainAreaNoise() const;
 
 private:
-  // A component of an area.
+  // A component of a block or an area.
   struct TArea
   {
     std::int64_t m_nSquares = 0;
@@ -40,20 +44,25 @@ private:
     unsigned char m_nLow = 255;
     unsigned char m_nHigh = 0;
   };
+  using CAreas = BSE::CBasicArray<TArea>;
 
+  void AddBlock(std::span<const unsigned char> before, std::span<const unsigned char> after, TArea* pBlock);
   void FinishBlocks();
-  // The largest mean square in an area that is plain, of those that are not finished.
-  double MeasureAreas() const;
+  void FinishAreas();
+
+  // The largest mean square in an area that is plain, and not less than half of one.
+  double MeasurePlain(const CAreas& areas, int nSide) const;
 
   int m_nComponents;
   std::int64_t m_nRows = 0;
   std::int64_t m_nSquares = 0;
   std::int64_t m_nWorst = 0;
   std::int64_t m_nSamples = 0;
+  double m_dPlainBlock = 0;
+  double m_dPlainArea = 0;
   BSE::CBasicArray<std::int64_t> m_differences;  // of each component
-  BSE::CBasicArray<std::int64_t> m_blocks;       // squares of a row of blocks
-  BSE::CBasicArray<TArea> m_areas;               // of a row
-  double m_dPlainSquare = 0;
+  CAreas m_blocks;                               // of a row
+  CAreas m_areas;
 };
 
 }  // namespace PDF
