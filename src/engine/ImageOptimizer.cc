@@ -85,6 +85,25 @@ bool HasTints(const DOC::IColorSpace* pSpace)
   return pBase && (pBase->GetType() == DOC::eSeparation || pBase->GetType() == DOC::eDeviceN);
 }
 
+// Whether steps of dark samples are large steps of lightness, as in calibrated spaces whose samples are in
+// proportion to light: the noise of a lossy encoding would be as large.
+bool HasSteepDark(DOC::IColorSpace* pSpace)
+{
+  constexpr double dStep = 4 / 255.0;
+  constexpr double dMaxSlope = 3;
+  const bool bCalibrated =
+      pSpace && (pSpace->GetType() == DOC::eCalGray || pSpace->GetType() == DOC::eCalRGB);
+  if (!bCalibrated || !pSpace->Prepare(DOC::eToRGB))
+    return false;
+  const auto nComponents = static_cast<std::size_t>(pSpace->GetComponentCount());
+  const double black[3] = {};
+  const double dark[3] = {dStep, dStep, dStep};
+  double aBlack[3] = {};
+  double aDark[3] = {};
+  return pSpace->ToRGB(std::span(black).first(nComponents), aBlack) &&
+         pSpace->ToRGB(std::span(dark).first(nComponents), aDark) && aDark[1] - aBlack[1] > dMaxSlope * dStep;
+}
+
 }  // namespace
 
 // The work on one image.
@@ -382,7 +401,8 @@ unsigned CImageOptimizer::CWork::ChooseSet()
     nSet = (nSet & ~unsigned{eCompressionFlagKeep}) | m_nCurrent;
   else if (m_options.m_bForceCompressionTypes && (m_nCurrent & nSet) == 0)
     m_bForce = true;
-  if (m_image.GetBitsPerComponent() != 8 || m_bColorKey || HasTints(m_image.GetColorSpace()))
+  if (m_image.GetBitsPerComponent() != 8 || m_bColorKey || HasTints(m_image.GetColorSpace()) ||
+      HasSteepDark(m_image.GetColorSpace()))
     nSet &= ~g_nLossy;
   // Readers leave the matte in.
   if (m_bMatte)

@@ -402,6 +402,21 @@ TEST_F(ImageOptimizer, KeepsPicturesFromBecomingCoarse)
   EXPECT_GT(getError(), 6);
 }
 
+TEST_F(ImageOptimizer, LosesNothingOfSamplesInProportionToLight)
+{
+  const auto add = [&](const std::string& sGamma)
+  {
+    Add(80, 80, "/BitsPerComponent 8/ColorSpace[/CalGray<</WhitePoint[0.95 1 1.09]/Gamma " + sGamma + ">>]",
+        MakeWaves(80, 80, 1));
+  };
+  add("1");
+  add("2.2");
+  Options().m_nContinuousCompressions = PDF::eCompressionFlagJPEG | PDF::eCompressionFlagFlate;
+  Save();
+  EXPECT_EQ(GetFilter(Get(0)), "FlateDecode");
+  EXPECT_EQ(GetFilter(Get(1)), "FlateDecodeDCTDecode");
+}
+
 TEST_F(ImageOptimizer, TakesACoarsePictureWhereNothingElseIsAllowed)
 {
   std::string sNoise;
