@@ -46,7 +46,7 @@ bool IsCoarse(const CPictureError& error, int nQuality, bool bBlocks)
   constexpr double dMaxNoise = 2.8;
   constexpr double dMaxShift = 0.6;
   constexpr double dMaxWorstNoise = 6.5;
-  constexpr double dMaxPlainBlockNoise = 1.5;
+  constexpr double dMaxPlainBlockNoise = 1.9;
   constexpr double dMaxPlainAreaNoise = 0.6;
   const double dUsual = 255 * std::pow(10, -BSE::GetSignalToNoise(nQuality) / 20);
   return error.GetNoise() > dMaxNoise * dUsual || error.GetShift() > dMaxShift * dUsual ||
