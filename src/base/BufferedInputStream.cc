@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 // m_nPos is the position of the buffer's first byte in the source; the stream's own is what has been taken of
 // the buffer further on. A source that can seek is positioned before each read: it may be shared, and whoever
@@ -29,6 +30,7 @@ CBufferedInputStream::~CBufferedInputStream()
 {
   if (m_bOwnsBuffer)
     Free(m_pBuffer);
+  Free(m_pSpare);
 }
 
 std::int64_t CBufferedInputStream::GetLength()
@@ -77,9 +79,16 @@ bool CBufferedInputStream::Fill()
 {
   if (m_pCurrent != m_pEnd)
     return true;
-  const std::int64_t nRead = ReadSource(m_pBuffer, m_nCapacity);
+  // Filters may write to the room they are given though they deliver nothing, and what is buffered stays
+  // then.
+  const bool bSpare = m_pEnd != m_pBuffer && !m_bEnd && m_pSource;
+  if (bSpare && !m_pSpare)
+    m_pSpare = static_cast<unsigned char*>(Allocate(static_cast<std::size_t>(m_nCapacity)));
+  const std::int64_t nRead = ReadSource(bSpare ? m_pSpare : m_pBuffer, m_nCapacity);
   if (nRead <= 0)
     return false;
+  if (bSpare)
+    std::swap(m_pBuffer, m_pSpare);
   m_pCurrent = m_pBuffer;
   m_pEnd = m_pBuffer + nRead;
   return true;

@@ -89,6 +89,8 @@ private:
   void Drop(std::int64_t nPos);
 
   bool SkipToSourceEnd();
+
+  unsigned char* m_pSpare = nullptr;  // as large as the buffer; null until it is needed
 };
 
 // Reads a caller's memory block in place; the block must outlive the stream.

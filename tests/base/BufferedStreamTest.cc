@@ -42,6 +42,24 @@ TEST(BufferedInputStream, ReadsForwardOnASourceWithoutPositions)
   EXPECT_FALSE(stream.Seek(3)) << "the source cannot go back";
 }
 
+// Some filters fill all room that they are given.
+TEST(BufferedInputStream, KeepsItsBufferAtTheEnd)
+{
+  for (const int nBytes : {10, 64, 100})
+    for (const bool bSeekable : {false, true})
+    {
+      const TBytes bytes = MakeBytes(nBytes);
+      CFaultyPtr pSource(new CFaultyStream(bytes));
+      pSource->m_bSeekable = bSeekable;
+      BSE::CBufferedInputStream stream(pSource.Get(), 64);
+      for (int nByte = 0; nByte < nBytes; ++nByte)
+        EXPECT_EQ(stream.GetByte(), bytes[static_cast<std::size_t>(nByte)]);
+      EXPECT_EQ(stream.GetByte(), -1);
+      EXPECT_TRUE(stream.Seek(nBytes - 10));
+      EXPECT_EQ(ReadRest(stream), TBytes(bytes.end() - 10, bytes.end())) << nBytes;
+    }
+}
+
 TEST(BufferedInputStream, SeekToTheEndWithoutALength)
 {
   const TBytes bytes = MakeBytes(1000);

@@ -67,6 +67,8 @@ public:
   std::int64_t ReadEx(unsigned char* pBuffer, std::int64_t n) override
   {
     ++m_nReads;
+    // As filters may do that fill up what they have no data for.
+    std::fill_n(pBuffer, n, static_cast<unsigned char>(0xEE));
     if (m_nPos >= m_nFailFrom)
       return -1;
     n = std::min({n, m_nMaxCall, m_nFailFrom - m_nPos});
